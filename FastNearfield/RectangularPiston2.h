@@ -1,0 +1,144 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cmath>
+#include <complex>
+#include <type_traits>
+
+#include "FastNearfield/GaussLegendre.h"
+#include "FastNearfield/Integ.h"
+#include "FastNearfield/Piston.h"
+
+/// A flat rectangular piston in the plane z = 0 of its own frame, centred on the origin, in an
+/// infinite rigid baffle. Its field is computed with the fast near-field method, on the CPU or by
+/// the GPU launchers.
+///
+/// The pressure is p = (k/2pi) * integral over the piston of exp(-j*k*R)/R dS, dimensionless, for
+/// the time dependence exp(+j*omega*t). For z >= 0 the method reduces the surface integral exactly
+/// to integrals along the four edges:
+/// p = -j/(2pi) * sum over the edges of +-e * integral of f(t) dt, with e the point's signed offset
+/// from the edge's line and f(t) = (exp(-j*k*sqrt(z^2 + e^2 + t^2)) - exp(-j*k*z)) / (e^2 + t^2).
+///
+/// Lengths are in any one unit, the wavenumber in radians per that unit. NaN and infinite values
+/// propagate into the field. One object is used by one thread at a time.
+class RectangularPistonCuda2 : public Piston {
+  public:
+    /// @param l side length along y
+    /// @param s side length along x
+    /// @param k wavenumber
+    /// The rules start at order 100 and `useCuda` set.
+    RectangularPistonCuda2(double l, double s, double k);
+
+    /// The integrand of one edge integral.
+    template <class T>
+    struct FirstIntegral {
+        using return_type = std::complex<T>;
+
+        T s2{};                   ///< square of the offset from the edge's line
+        T k{};                    ///< wavenumber
+        T z{};                    ///< height of the point above the piston's plane
+        std::complex<T> expKz{};  ///< exp(-j*k*z)
+
+        return_type operator()(T t) const {
+            const T d = t * t + s2;
+            const T r = std::sqrt(z * z + d);
+            return (std::exp(return_type(0, -(r * k))) - expKz) / d;
+        }
+    };
+
+    void compute(float* data, const Grid3DR<double>& grid) const override;
+    virtual void compute(double* data, const Grid3DR<double>& grid) const;
+
+    /// Fills an interleaved field array on the CPU; both arithmetic and output are in T.
+    /// Prints the line "grid: <sx> <sy> <sz>" on standard output.
+    template <class T, class GridT>
+    void computeCPU(T* out, const Grid3DR<GridT>& grid) const;
+
+    /// Fills a field array in two halves on the CPU, in double precision. Prints nothing.
+    template <class T, class GridT>
+    void computeCPU(T* re, T* im, const Grid3DR<GridT>& grid) const;
+
+    /// The pressure at one point, by the rule of precision T.
+    /// @param fi     carries k, z and expKz of the point; its s2 is ignored
+    /// @param x1,x2  the point's x less and plus s/2
+    /// @param y1,y2  the point's y less and plus l/2
+    /// @param k,z    not used: the integrand carries them
+    /// @param factor what the edge sum is multiplied by: -j/(2pi)
+    template <class T>
+    std::complex<T> doFastNearfield_Private(FirstIntegral<T>& fi, const T& x1, const T& x2,
+                                            const T& y1, const T& y2, const T& k, const T& z,
+                                            const std::complex<T>& factor) const;
+
+    double l;
+    double s;
+    double k;
+    // The rules are scratch to the const evaluations.
+    mutable GaussLegendre<double> doubleRule;
+    mutable GaussLegendre<float> floatRule;
+    Integ<float> floatInteg{&floatRule};
+    Integ<double> doubleInteg{&doubleRule};
+    bool useCuda = true;
+
+  private:
+    template <class T>
+    const Integ<T>& integ() const {
+        if constexpr (std::is_same_v<T, float>)
+            return floatInteg;
+        else
+            return doubleInteg;
+    }
+};
+
+/// Resorts 2n floats from n real parts followed by n imaginary parts to n pairs, in place.
+void resort(float* data, int n);
+
+template <class T>
+std::complex<T> RectangularPistonCuda2::doFastNearfield_Private(
+    FirstIntegral<T>& fi, const T& x1, const T& x2, const T& y1, const T& y2,
+    [[maybe_unused]] const T& k, [[maybe_unused]] const T& z, const std::complex<T>& factor) const {
+    constexpr double thinSide = 1e-7;
+    FirstIntegral<T> atX1 = fi;
+    FirstIntegral<T> atX2 = fi;
+    FirstIntegral<T> atY1 = fi;
+    FirstIntegral<T> atY2 = fi;
+    atX1.s2 = x1 * x1;
+    atX2.s2 = x2 * x2;
+    atY1.s2 = y1 * y1;
+    atY2.s2 = y2 * y2;
+    const auto isThin = [](T a, T b) { return static_cast<double>(std::abs(a - b)) < thinSide; };
+    const auto isSplit = [](T a, T b) { return (a > 0) != (b > 0); };
+    const Integ<T>& I = integ<T>();
+    const auto split = [&I](const FirstIntegral<T>& f, T a, T b) {
+        const std::complex<T> upper = I(f, T(0), b);
+        return I(f, a, T(0)) + upper;
+    };
+
+    std::complex<T> t1;
+    std::complex<T> t2;
+    if (isThin(y1, y2)) {
+        // Deliberate: a thin piston's y pair doubles [0, y2], its x pair below the whole interval.
+        t1 = 2 * x1 * I(atX1, T(0), y2);
+        t2 = -(2 * x2) * I(atX2, T(0), y2);
+    } else if (isSplit(y1, y2)) {
+        t1 = x1 * split(atX1, y1, y2);
+        t2 = -x2 * split(atX2, y1, y2);
+    } else {
+        t1 = x1 * I(atX1, y1, y2);
+        t2 = -x2 * I(atX2, y1, y2);
+    }
+
+    std::complex<T> t3;
+    std::complex<T> t4;
+    if (isThin(x1, x2)) {
+        t3 = 2 * y1 * I(atY1, x1, x2);
+        t4 = -(2 * y2) * I(atY2, x1, x2);
+    } else if (isSplit(x1, x2)) {
+        t3 = y1 * split(atY1, x1, x2);
+        t4 = -y2 * split(atY2, x1, x2);
+    } else {
+        t3 = y1 * I(atY1, x1, x2);
+        t4 = -y2 * I(atY2, x1, x2);
+    }
+    return factor * (((t1 + t2) + t3) + t4);
+}

@@ -1,0 +1,25 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# How every target of the project is compiled.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+add_library(pistonfield_options INTERFACE)
+target_compile_options(pistonfield_options INTERFACE
+  $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wconversion -Werror>
+  # Unique statics would keep a loaded module from being unloaded.
+  $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
+
+if(PISTONFIELD_SANITIZE)
+  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
+                      $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize-recover=all>
+                      $<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>)
+  add_link_options(-fsanitize=${PISTONFIELD_SANITIZE})
+endif()

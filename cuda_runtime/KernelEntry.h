@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+
+#include "cuda_runtime/arguments.h"
+#include "cuda_runtime/runtime.h"
+
+namespace cuda_runtime {
+
+/// The host entry of a kernel with these parameters.
+template <class... Parameters>
+class KernelEntry {
+  public:
+    /// @param entry the kernel's registered entry
+    constexpr explicit KernelEntry(const void* entry) noexcept : entry(entry) {}
+
+    /// Configures the call and, when that succeeds, passes the arguments in declaration order and
+    /// launches. A failure is left to the runtime's last error; a failing argument ends the entry
+    /// without a launch.
+    void launch(dim3 grid, dim3 block, Parameters... arguments) const {
+        if (cudaConfigureCall(grid, block, 0, 0) != cudaSuccess) return;
+        ArgumentLayout layout(sizeof(void*));
+        if ((pass(layout, arguments) && ...)) static_cast<void>(cudaLaunch(entry));
+    }
+
+  private:
+    template <class T>
+    static bool pass(ArgumentLayout& layout, const T& argument) {
+        const std::size_t offset = layout.place(ParameterKind::of<T>());
+        return cudaSetupArgument(&argument, sizeof(T), offset) == cudaSuccess;
+    }
+
+    const void* entry;
+};
+
+}  // namespace cuda_runtime

@@ -1,0 +1,285 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "cuda_runtime/emulated/Emulator.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <sstream>
+#include <thread>
+#include <utility>
+
+namespace cuda_runtime::emulated {
+
+namespace {
+
+constexpr std::align_val_t addressAlignment{256};  // what the runtime guarantees
+constexpr std::size_t sharedBytesLimit = std::size_t{48} * 1024;
+
+std::ostream& operator<<(std::ostream& out, dim3 extent) {
+    return out << "(" << extent.x << ", " << extent.y << ", " << extent.z << ")";
+}
+
+std::ostream& operator<<(std::ostream& out, cudaMemcpyKind kind) {
+    constexpr std::array names{"cudaMemcpyHostToHost", "cudaMemcpyHostToDevice",
+                               "cudaMemcpyDeviceToHost", "cudaMemcpyDeviceToDevice"};
+    const auto number = static_cast<std::size_t>(kind);
+    return out << (number < names.size() ? names[number] : "no direction");
+}
+
+/// "name(argument, argument)"
+template <class... Arguments>
+std::string callText(const char* name, const Arguments&... arguments) {
+    std::ostringstream out;
+    out << name << "(";
+    [[maybe_unused]] const char* separator = "";
+    ((out << std::exchange(separator, ", ") << arguments), ...);
+    out << ")";
+    return out.str();
+}
+
+/// The limits of today's devices.
+bool isLaunchable(const Geometry& geometry, std::size_t sharedBytes) {
+    const auto [grid, block] = geometry;
+    const auto within = [](unsigned extent, unsigned limit) { return extent >= 1 && extent <= limit; };
+    return within(grid.x, 2147483647U) && within(grid.y, 65535U) && within(grid.z, 65535U) &&
+           within(block.x, 1024U) && within(block.y, 1024U) && within(block.z, 64U) &&
+           block.x * block.y * block.z <= 1024U && sharedBytes <= sharedBytesLimit;
+}
+
+}  // namespace
+
+Emulator& emulator() {
+    static Emulator instance;
+    return instance;
+}
+
+Emulator::Emulator() : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()) {}
+
+Emulator::~Emulator() {
+    interceptor = nullptr;
+    static_cast<void>(threadExit());
+}
+
+std::vector<cudaDeviceProp> Emulator::defaultDevices() {
+    constexpr int nominalClock = 1000000;  // kHz: the device's one rate is the host's, unknown here
+    cudaDeviceProp device{"emulation device", 9999, 9999, 1, nominalClock};
+    device.multiProcessorCount = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    return {device};
+}
+
+std::size_t Emulator::defaultMemoryLimit() noexcept {
+    return static_cast<std::size_t>(sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+}
+
+void Emulator::setDevices(std::vector<cudaDeviceProp> list) {
+    devices = std::move(list);
+    chosenDevice = 0;
+}
+
+void Emulator::registerKernel(const KernelImage& image) { kernels.push_back(&image); }
+
+void Emulator::registerConstant(std::string name, void* address, std::size_t bytes) {
+    constants.insert_or_assign(std::move(name), Constant{address, bytes});
+}
+
+void Emulator::unregisterConstant(const std::string& name) { constants.erase(name); }
+
+template <class... Arguments>
+bool Emulator::intercepted(cudaError_t& status, Operation operation, const char* name,
+                           const Arguments&... arguments) {
+    if (!interceptor) return false;
+    status = interceptor({operation, callText(name, arguments...)});
+    return status != cudaSuccess;
+}
+
+cudaError_t Emulator::remember(cudaError_t status) noexcept {
+    if (status != cudaSuccess) lastError = status;
+    return status;
+}
+
+cudaError_t Emulator::enterContext() noexcept {
+    if (devices.empty()) return cudaErrorNoDevice;
+    contextExists = true;
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::getDeviceCount(int* count) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::GetDeviceCount, "cudaGetDeviceCount"))
+        return remember(status);
+    *count = static_cast<int>(devices.size());
+    return remember(devices.empty() ? cudaErrorNoDevice : cudaSuccess);
+}
+
+cudaError_t Emulator::getDeviceProperties(cudaDeviceProp* properties, int device) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::GetDeviceProperties, "cudaGetDeviceProperties", device))
+        return remember(status);
+    if (device < 0 || device >= static_cast<int>(devices.size()))
+        return remember(devices.empty() ? cudaErrorNoDevice : cudaErrorInvalidDevice);
+    *properties = devices[static_cast<std::size_t>(device)];
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::setDevice(int device) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::SetDevice, "cudaSetDevice", device))
+        return remember(status);
+    if (device < 0 || device >= static_cast<int>(devices.size()))
+        return remember(devices.empty() ? cudaErrorNoDevice : cudaErrorInvalidDevice);
+    chosenDevice = device;
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes))
+        return remember(status);
+    if (address == nullptr) return remember(cudaErrorInvalidValue);
+    status = enterContext();
+    if (status != cudaSuccess) return remember(status);
+    *address = nullptr;
+    if (bytes == 0) return cudaSuccess;
+    if (bytes > memoryLimit - std::min(memoryLimit, allocatedBytes))
+        return remember(cudaErrorMemoryAllocation);
+    void* memory = ::operator new(bytes, addressAlignment, std::nothrow);
+    if (memory == nullptr) return remember(cudaErrorMemoryAllocation);
+    allocations.emplace(static_cast<std::byte*>(memory), bytes);
+    allocatedBytes += bytes;
+    *address = memory;
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::free(void* address) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::Free, "cudaFree")) return remember(status);
+    status = enterContext();
+    if (status != cudaSuccess) return remember(status);
+    if (address == nullptr) return cudaSuccess;
+    const auto found = allocations.find(static_cast<std::byte*>(address));
+    if (found == allocations.end()) return remember(cudaErrorInvalidValue);
+    allocatedBytes -= found->second;
+    allocations.erase(found);
+    ::operator delete(address, addressAlignment);
+    return cudaSuccess;
+}
+
+bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
+    const auto* first = static_cast<const std::byte*>(address);
+    auto after = allocations.upper_bound(first);
+    if (after == allocations.begin()) return false;
+    const auto& [base, size] = *std::prev(after);
+    const auto offset = static_cast<std::size_t>(first - base);
+    return offset <= size && bytes <= size - offset;
+}
+
+cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::Memcpy, "cudaMemcpy", bytes, kind))
+        return remember(status);
+    if (kind < cudaMemcpyHostToHost || kind > cudaMemcpyDeviceToDevice)
+        return remember(cudaErrorInvalidMemcpyDirection);
+    status = enterContext();
+    if (status != cudaSuccess) return remember(status);
+    if (bytes == 0) return cudaSuccess;
+    const bool toDevice = kind == cudaMemcpyHostToDevice || kind == cudaMemcpyDeviceToDevice;
+    const bool fromDevice = kind == cudaMemcpyDeviceToHost || kind == cudaMemcpyDeviceToDevice;
+    if (to == nullptr || from == nullptr || (toDevice && !isDeviceRange(to, bytes)) ||
+        (fromDevice && !isDeviceRange(from, bytes)))
+        return remember(cudaErrorInvalidValue);
+    std::memmove(to, from, bytes);
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::size_t bytes,
+                                     std::size_t offset, cudaMemcpyKind kind) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::MemcpyToSymbol, "cudaMemcpyToSymbol", name, bytes))
+        return remember(status);
+    status = enterContext();
+    if (status != cudaSuccess) return remember(status);
+    const auto found = constants.find(name);
+    if (found == constants.end()) return remember(cudaErrorInvalidSymbol);
+    if (kind != cudaMemcpyHostToDevice) return remember(cudaErrorInvalidMemcpyDirection);
+    const Constant& constant = found->second;
+    if (offset > constant.bytes || bytes > constant.bytes - offset)
+        return remember(cudaErrorInvalidValue);
+    std::memcpy(static_cast<std::byte*>(constant.address) + offset, from, bytes);
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::ConfigureCall, "cudaConfigureCall", grid, block, sharedBytes, stream))
+        return remember(status);
+    pending.emplace(PendingCall{{grid, block}, sharedBytes, {}, 0});
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::setupArgument(const void* argument, std::size_t bytes, std::size_t offset) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::SetupArgument, "cudaSetupArgument", bytes, offset))
+        return remember(status);
+    if (!pending) return remember(cudaErrorMissingConfiguration);
+    if (offset > pending->arguments.size() || bytes > pending->arguments.size() - offset)
+        return remember(cudaErrorInvalidValue);
+    std::memcpy(pending->arguments.data() + offset, argument, bytes);
+    pending->argumentBytes = std::max(pending->argumentBytes, offset + bytes);
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::launch(const void* entry) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::Launch, "cudaLaunch")) {
+        pending.reset();
+        return remember(status);
+    }
+    status = enterContext();
+    const auto found = std::find(kernels.begin(), kernels.end(), entry);
+    if (status == cudaSuccess && !pending) status = cudaErrorMissingConfiguration;
+    if (status == cudaSuccess && found == kernels.end()) status = cudaErrorInvalidDeviceFunction;
+    if (status == cudaSuccess) status = runPending(**found);
+    pending.reset();
+    return remember(status);
+}
+
+cudaError_t Emulator::runPending(const KernelImage& image) const {
+    if (!isLaunchable(pending->geometry, pending->sharedBytes)) return cudaErrorInvalidConfiguration;
+    if (pending->argumentBytes < image.argumentBytes) return cudaErrorInvalidValue;
+    image.run(pending->arguments.data());
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::threadSynchronize() {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::ThreadSynchronize, "cudaThreadSynchronize"))
+        return remember(status);
+    return remember(enterContext());
+}
+
+cudaError_t Emulator::threadExit() {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::ThreadExit, "cudaThreadExit"))
+        return remember(status);
+    for (const auto& [address, bytes] : allocations)
+        ::operator delete(const_cast<std::byte*>(address), addressAlignment);
+    allocations.clear();
+    allocatedBytes = 0;
+    for (const auto& [name, constant] : constants) std::memset(constant.address, 0, constant.bytes);
+    pending.reset();
+    contextExists = false;
+    return remember(devices.empty() ? cudaErrorNoDevice : cudaSuccess);
+}
+
+cudaError_t Emulator::getLastError() {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::GetLastError, "cudaGetLastError"))
+        return status;
+    return std::exchange(lastError, cudaSuccess);
+}
+
+}  // namespace cuda_runtime::emulated

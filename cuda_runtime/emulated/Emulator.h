@@ -1,0 +1,130 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cuda_runtime/emulated/KernelImage.h"
+#include "cuda_runtime/runtime.h"
+
+namespace cuda_runtime::emulated {
+
+/// The operations of the runtime that an interceptor sees.
+enum class Operation {
+    GetDeviceCount,
+    GetDeviceProperties,
+    SetDevice,
+    Malloc,
+    Free,
+    Memcpy,
+    MemcpyToSymbol,
+    ConfigureCall,
+    SetupArgument,
+    Launch,
+    ThreadSynchronize,
+    ThreadExit,
+    GetLastError,
+};
+
+/// One call of the runtime, before it is carried out.
+struct RuntimeCall {
+    Operation operation;
+    std::string text;  ///< name and arguments, addresses left out: "cudaMalloc(64)"
+};
+
+/// The emulation device: a device that is the CPU, with memory accounted to the byte.
+///
+/// One host thread uses it at a time, as with the runtime's context that belongs to a thread.
+/// Host programs and tests configure it; without configuration it is one device of compute
+/// capability 9999.9999 whose memory is the machine's.
+class Emulator {
+  public:
+    /// Sees every call of the runtime. A status other than success becomes the call's result, and
+    /// the call is not carried out.
+    using Interceptor = std::function<cudaError_t(const RuntimeCall&)>;
+
+    Emulator();
+    Emulator(const Emulator&) = delete;
+    Emulator& operator=(const Emulator&) = delete;
+    ~Emulator();
+
+    /// Replaces the device list; an empty list is a machine without devices.
+    void setDevices(std::vector<cudaDeviceProp> list);
+    static std::vector<cudaDeviceProp> defaultDevices();
+
+    /// Bytes that the device's memory holds.
+    void setMemoryLimit(std::size_t bytes) noexcept { memoryLimit = bytes; }
+    static std::size_t defaultMemoryLimit() noexcept;
+
+    /// Null removes it.
+    void setInterceptor(Interceptor function) { interceptor = std::move(function); }
+
+    /// Bytes allocated on the device now.
+    std::size_t liveBytes() const noexcept { return allocatedBytes; }
+    bool hasContext() const noexcept { return contextExists; }
+    /// The device that `cudaSetDevice` chose last.
+    int currentDevice() const noexcept { return chosenDevice; }
+
+    void registerKernel(const KernelImage& image);
+    void registerConstant(std::string name, void* address, std::size_t bytes);
+    void unregisterConstant(const std::string& name);
+
+    cudaError_t getDeviceCount(int* count);
+    cudaError_t getDeviceProperties(cudaDeviceProp* properties, int device);
+    cudaError_t setDevice(int device);
+    cudaError_t malloc(void** address, std::size_t bytes);
+    cudaError_t free(void* address);
+    cudaError_t memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
+    cudaError_t memcpyToSymbol(const char* name, const void* from, std::size_t bytes,
+                               std::size_t offset, cudaMemcpyKind kind);
+    cudaError_t configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream);
+    cudaError_t setupArgument(const void* argument, std::size_t bytes, std::size_t offset);
+    cudaError_t launch(const void* entry);
+    cudaError_t threadSynchronize();
+    cudaError_t threadExit();
+    cudaError_t getLastError();
+
+  private:
+    struct Constant {
+        void* address;
+        std::size_t bytes;
+    };
+    struct PendingCall {
+        Geometry geometry;
+        std::size_t sharedBytes;
+        std::array<std::byte, 4096> arguments;
+        std::size_t argumentBytes;
+    };
+
+    template <class... Arguments>
+    bool intercepted(cudaError_t& status, Operation operation, const char* name,
+                     const Arguments&... arguments);
+    cudaError_t remember(cudaError_t status) noexcept;
+    cudaError_t enterContext() noexcept;
+    bool isDeviceRange(const void* address, std::size_t bytes) const;
+    cudaError_t runPending(const KernelImage& image) const;
+
+    std::vector<cudaDeviceProp> devices;
+    std::size_t memoryLimit;
+    Interceptor interceptor;
+    std::map<std::string, Constant> constants;
+    std::vector<const KernelImage*> kernels;
+
+    int chosenDevice = 0;
+    bool contextExists = false;
+    std::map<const std::byte*, std::size_t> allocations;
+    std::size_t allocatedBytes = 0;
+    std::optional<PendingCall> pending;
+    cudaError_t lastError = cudaSuccess;
+};
+
+/// The process's emulation device.
+Emulator& emulator();
+
+}  // namespace cuda_runtime::emulated

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "matlab_src/Host.h"
+
+/// What computes the field, and how precisely.
+struct ComputeMode {
+    bool useCuda = true;
+    bool doublePrecision = false;
+    bool singlePrecision = false;
+};
+
+/// The mode with this name, or none. Names are compared exactly.
+std::optional<ComputeMode> findMode(const std::string& name);
+
+/// The arguments of one call, by position: transform, sizes, l, s, k, mode, abscissas. The last two
+/// may be absent.
+using Arguments = std::span<const host::Array* const>;
+
+/// A checked request for a field.
+struct FieldRequest {
+    const double* transform = nullptr;      ///< 16 values in the caller's storage order
+    std::array<double, 3> sizes{};          ///< sx, sy, sz, unconverted
+    double l = 0;                           ///< piston side along y
+    double s = 0;                           ///< piston side along x
+    double k = 0;                           ///< wavenumber
+    std::int32_t nAbscissas = 10;           ///< quadrature order
+    const double* abscissaTable = nullptr;  ///< nAbscissas (abscissa, weight) pairs, or none
+    ComputeMode mode;
+
+    /// The number of grid points, in 32-bit arithmetic that wraps around.
+    std::int32_t pointCount() const noexcept;
+};
+
+/// Checks all arguments but the mode, in a fixed order, and reads them; prints the lines
+/// "using <M> abscissas." and "l=..., s=..., k=...".
+/// @return none after a refusal, where the host's error operation returns
+std::optional<FieldRequest> readRequest(int outputCount, Arguments arguments);
+
+/// Reads the mode; "cuda" without a mode argument, and after a refusal where the host's error
+/// operation returns.
+ComputeMode readMode(Arguments arguments);

@@ -1,0 +1,43 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+/// The operations of the host environment that the gateway is written against. A program links one
+/// implementation: the MEX interface of MATLAB or GNU Octave, or a substitute for tests.
+///
+/// Shapes are rows by columns, with the trailing dimensions of an array folded into its columns.
+namespace host {
+
+/// An array of the host, known to the gateway by address only.
+struct Array;
+
+std::size_t rows(const Array* array);
+std::size_t columns(const Array* array);
+bool isComplex(const Array* array);
+/// Whether the array's class is `name`; "sparse" names any sparse array.
+bool isClass(const Array* array, const char* name);
+bool isChar(const Array* array);
+
+/// The text of a character array.
+std::string text(const Array* array);
+/// The first element of a numeric, logical or character array that has one.
+double scalar(const Array* array);
+/// The real part of a full array of class double, first element first.
+const double* realData(const Array* array);
+
+/// A new complex double array of sx by sy by sz elements, all zero.
+/// @throws std::bad_alloc or the host's own error when there is no memory for it
+Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz);
+double* resultReal(Array* result);
+double* resultImaginary(Array* result);
+
+/// Prints on the host's console.
+void print(const std::string& text);
+
+/// Raises an error of the host with this text. Does not return in a real host; a substitute may.
+void raise(const char* message);
+
+}  // namespace host
