@@ -46,7 +46,8 @@ double rootOffset(const Expansion& p) {
     const double u = p.value / p.d1;
     const double v = p.d2 / p.d1;
     const double h = -u * (1.0 + 0.5 * u * (v + u * (v * v - p.d3 / (3.0 * p.d1))));
-    const double value = p.value + h * (p.d1 + 0.5 * h * (p.d2 + h / 3.0 * (p.d3 + 0.25 * h * p.d4)));
+    const double value =
+        p.value + h * (p.d1 + 0.5 * h * (p.d2 + h / 3.0 * (p.d3 + 0.25 * h * p.d4)));
     const double slope = p.d1 + h * (p.d2 + 0.5 * h * (p.d3 + h * p.d4 / 3.0));
     return h - value / slope;
 }
@@ -61,7 +62,8 @@ double rootOffset(const Expansion& p) {
 }  // namespace
 
 void legendre_compute(int order, double* x, double* w) {
-    if (order < 1) refuseOrder(order);
+    if (order < 1)
+        refuseOrder(order);
     const int n = order;
     const int m = n / 2 + n % 2;
     const auto un = static_cast<std::uint32_t>(n);
@@ -77,12 +79,14 @@ void legendre_compute(int order, double* x, double* w) {
         const double fx =
             p.slope -
             h * e1 *
-                (p.value + 0.5 * h * (p.d1 + h / 3.0 * (p.d2 + 0.25 * h * (p.d3 + 0.2 * h * p.d4))));
+                (p.value +
+                 0.5 * h * (p.d1 + h / 3.0 * (p.d2 + 0.25 * h * (p.d3 + 0.2 * h * p.d4))));
         x[m - i] = node;
         w[m - i] = 2.0 * (1.0 - node * node) / (fx * fx);
     }
 
-    if (n % 2 == 1) x[0] = 0.0;
+    if (n % 2 == 1)
+        x[0] = 0.0;
     for (int i = 1; i <= m; ++i) {
         x[n - i] = x[m - i];
         w[n - i] = w[m - i];

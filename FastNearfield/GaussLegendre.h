@@ -14,9 +14,9 @@
 /// Each root takes one series step from an asymptotic guess and one Newton correction (Davis and
 /// Rabinowitz, Methods of Numerical Integration, 2nd ed., Academic Press 1984). O(order^2).
 ///
-/// An order below 1 prints "LEGENDRE_COMPUTE - Fatal error!" on standard output and ends the process
-/// with exit status 1. From order 16384 on, 32-bit products inside wrap around and the rule has no
-/// accuracy to speak of.
+/// An order below 1 prints "LEGENDRE_COMPUTE - Fatal error!" on standard output and ends the
+/// process with exit status 1. From order 16384 on, 32-bit products inside wrap around and the rule
+/// has no accuracy to speak of.
 /// @param x receives `order` nodes
 /// @param w receives `order` weights
 void legendre_compute(int order, double* x, double* w);
@@ -33,8 +33,8 @@ void legendre_compute(int order, T* x, T* w) {
     std::transform(weights.begin(), weights.end(), w, rounded);
 }
 
-/// A quadrature rule of `order` points on [-1, 1] with scratch for the rule mapped onto an interval.
-/// A rule that is `unallocated` owns no arrays.
+/// A quadrature rule of `order` points on [-1, 1] with scratch for the rule mapped onto an
+/// interval. A rule that is `unallocated` owns no arrays.
 template <class T>
 class GaussLegendre {
   public:
@@ -43,11 +43,12 @@ class GaussLegendre {
     GaussLegendre& operator=(const GaussLegendre&) = delete;
     ~GaussLegendre() { release(); }
 
-    /// Allocates the four arrays for `order` points unless the rule is unallocated. Neither computes
-    /// the rule nor frees earlier arrays.
+    /// Allocates the four arrays for `order` points unless the rule is unallocated. Neither
+    /// computes the rule nor frees earlier arrays.
     /// @throws std::bad_alloc also for a negative order
     void init() {
-        if (unallocated) return;
+        if (unallocated)
+            return;
         for (T** array : {&abscissas, &weights, &mappedAbscissas, &mappedWeights})
             *array = new T[static_cast<std::size_t>(order)];
         // No interval equals the mapped nodes of a rule that has not been mapped.
@@ -58,7 +59,8 @@ class GaussLegendre {
     /// Brings the rule's arrays to `newOrder` points; the caller then fills nodes and weights.
     /// @return whether the order changed; where it did not, the arrays are left as they are
     bool setOrder(int newOrder) {
-        if (newOrder == order) return false;
+        if (newOrder == order)
+            return false;
         release();
         order = newOrder;
         unallocated = false;
@@ -69,7 +71,8 @@ class GaussLegendre {
     /// Brings the rule to the Gauss-Legendre rule of `newOrder` points, computing it only when the
     /// order changes.
     void compute(int newOrder) {
-        if (setOrder(newOrder)) legendre_compute(order, abscissas, weights);
+        if (setOrder(newOrder))
+            legendre_compute(order, abscissas, weights);
     }
 
     int order = 0;
@@ -81,7 +84,8 @@ class GaussLegendre {
 
   private:
     void release() noexcept {
-        if (unallocated) return;
+        if (unallocated)
+            return;
         for (T** array : {&abscissas, &weights, &mappedAbscissas, &mappedWeights})
             delete[] std::exchange(*array, nullptr);
     }

@@ -13,13 +13,14 @@ class Integ {
     /// @param rule not owned
     explicit Integ(GaussLegendre<T>* rule) noexcept : rule(rule) {}
 
-    /// The integral of f over [a, b]; a reversed interval (a > b) yields the signed integral. A rule
-    /// of order 0 yields zero.
+    /// The integral of f over [a, b]; a reversed interval (a > b) yields the signed integral. A
+    /// rule of order 0 yields zero.
     template <class F>
     typename F::return_type operator()(const F& f, T a, T b) const {
         using Result = typename F::return_type;
         const int n = rule->order;
-        if (n <= 0) return Result(0);
+        if (n <= 0)
+            return Result(0);
         map(a, b);
         Result sum(0);
         for (int i = 0; i < n; ++i) sum += f(rule->mappedAbscissas[i]) * rule->mappedWeights[i];
@@ -31,8 +32,10 @@ class Integ {
         const int n = rule->order;
         T* const t = rule->mappedAbscissas;
         T* const v = rule->mappedWeights;
-        // Deliberate: the interval is held against mapped nodes, not against the last interval's ends.
-        if (a == t[0] && b == t[n - 1]) return;
+        // Deliberate: the interval is held against mapped nodes, not against the last interval's
+        // ends.
+        if (a == t[0] && b == t[n - 1])
+            return;
         const T half = (b - a) * T(0.5);
         const T mid = (a + b) * T(0.5);
         for (int i = 0; i < n; ++i) {

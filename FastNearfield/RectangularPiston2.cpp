@@ -54,19 +54,22 @@ RectangularPistonCuda2::RectangularPistonCuda2(double l, double s, double k) : l
 }
 
 void RectangularPistonCuda2::compute(float* data, const Grid3DR<double>& grid) const {
-    if (useCuda) return refuseGpu(__LINE__);
+    if (useCuda)
+        return refuseGpu(__LINE__);
     computeCPU<float, double>(data, grid);
     std::cout << "cpu" << std::endl;
 }
 
 void RectangularPistonCuda2::compute(double* data, const Grid3DR<double>& grid) const {
-    if (useCuda) return refuseGpu(__LINE__);
+    if (useCuda)
+        return refuseGpu(__LINE__);
     computeCPU<double, double>(data, grid);
 }
 
 template <class T, class GridT>
 void RectangularPistonCuda2::computeCPU(T* out, const Grid3DR<GridT>& grid) const {
-    std::cout << "grid: " << grid.sizeX() << " " << grid.sizeY() << " " << grid.sizeZ() << std::endl;
+    std::cout << "grid: " << grid.sizeX() << " " << grid.sizeY() << " " << grid.sizeZ()
+              << std::endl;
     forEachPoint<T>(*this, grid, [out](std::size_t i, std::complex<T> value) {
         out[2 * i] = value.real();
         out[2 * i + 1] = value.imag();

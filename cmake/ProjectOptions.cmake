@@ -23,3 +23,10 @@ if(PISTONFIELD_SANITIZE)
                       $<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>)
   add_link_options(-fsanitize=${PISTONFIELD_SANITIZE})
 endif()
+
+if(PISTONFIELD_BACKEND STREQUAL "toolkit")
+  set(CMAKE_CUDA_ARCHITECTURES all CACHE STRING
+      "GPU architectures: every one that the compiler has, and PTX for newer ones")
+  enable_language(CUDA)
+  find_package(CUDAToolkit 13.0 REQUIRED)
+endif()

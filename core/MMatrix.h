@@ -43,7 +43,8 @@ class MMatrix<T, 4, true> {
         T sum = 0;
         for (int j = 0; j < 4; ++j) {
             const T element = (*this)(3, j);
-            if (element == T(0)) continue;
+            if (element == T(0))
+                continue;
             const T term = element * subDeterminant(3, j);
             sum = j % 2 == 1 ? sum + term : sum - term;
         }
@@ -63,7 +64,9 @@ class MMatrix<T, 4, true> {
     }
 
   private:
-    static constexpr std::size_t position(int r, int c) { return static_cast<std::size_t>(4 * r + c); }
+    static constexpr std::size_t position(int r, int c) {
+        return static_cast<std::size_t>(4 * r + c);
+    }
 
     /// The three indices other than `removed`, in increasing order.
     static constexpr std::array<int, 3> kept(int removed) {

@@ -11,8 +11,10 @@ namespace detail {
 /// Reports an index outside 0..size-1 through the current error handler.
 inline void checkIndex(int i, int size, int line) {
     constexpr const char* source = "core/Vector";
-    if (i < 0) ErrorHandler::getErrorHandler()->fail("i>=0", line, source);
-    if (i >= size) ErrorHandler::getErrorHandler()->fail("i<N", line, source);
+    if (i < 0)
+        ErrorHandler::getErrorHandler()->fail("i>=0", line, source);
+    if (i >= size)
+        ErrorHandler::getErrorHandler()->fail("i<N", line, source);
 }
 
 }  // namespace detail
@@ -21,8 +23,9 @@ inline void checkIndex(int i, int size, int line) {
 template <class T, int N>
 class LinearStorage {
   public:
-    /// Element i. An index out of range is reported as "i>=0" or "i<N"; with a handler that returns,
-    /// the reference to where element i would stand is returned anyway and must not be used.
+    /// Element i. An index out of range is reported as "i>=0" or "i<N"; with a handler that
+    /// returns, the reference to where element i would stand is returned anyway and must not be
+    /// used.
     T& operator[](int i) {
         detail::checkIndex(i, N, 48);
         return *(elements.data() + i);

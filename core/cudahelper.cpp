@@ -40,22 +40,26 @@ int bestArchitecture(int count) {
     int best = 0;
     for (int device = 0; device < count; ++device) {
         const int major = propertiesOf(device).major;
-        if (major >= 1 && major <= 9998) best = std::max(best, major);
+        if (major >= 1 && major <= 9998)
+            best = std::max(best, major);
     }
     return best;
 }
 
 /// Wraps around in 32 bits.
 std::int32_t estimatedRate(const cudaDeviceProp& device) {
-    const auto cores = static_cast<std::uint32_t>(coresPerMultiprocessor(device.major, device.minor));
-    return static_cast<std::int32_t>(cores * static_cast<std::uint32_t>(device.multiProcessorCount) *
+    const auto cores =
+        static_cast<std::uint32_t>(coresPerMultiprocessor(device.major, device.minor));
+    return static_cast<std::int32_t>(cores *
+                                     static_cast<std::uint32_t>(device.multiProcessorCount) *
                                      static_cast<std::uint32_t>(device.clockRate));
 }
 
 }  // namespace
 
 int coresPerMultiprocessor(int major, int minor) {
-    if (major == 9999 && minor == 9999) return 1;
+    if (major == 9999 && minor == 9999)
+        return 1;
     const int key = major * 16 + minor;
     const auto* row = coresTable.begin();
     while (row->capability != -1 && row->capability != key) ++row;
@@ -74,7 +78,8 @@ int chooseDevice() {
     for (int device = 0; device < count; ++device) {
         const cudaDeviceProp properties = propertiesOf(device);
         const int rate = estimatedRate(properties);
-        if (rate <= maxRate || (best > 2 && properties.major != best)) continue;
+        if (rate <= maxRate || (best > 2 && properties.major != best))
+            continue;
         maxRate = rate;
         chosen = device;
     }
@@ -96,7 +101,8 @@ CudaDeviceThread::~CudaDeviceThread() noexcept(false) {
     try {
         CudaInterface::release();
     } catch (...) {
-        if (std::uncaught_exceptions() == 0) throw;
+        if (std::uncaught_exceptions() == 0)
+            throw;
     }
 }
 
@@ -104,7 +110,9 @@ cudaError_t CudaInterface::init() { return cuda_init(); }
 
 cudaError_t CudaInterface::sync() { return cuda_sync(); }
 
-void CudaInterface::release() { checkCall(cudaThreadExit(), "cudaThreadExit()", "core/cudahelper", 25); }
+void CudaInterface::release() {
+    checkCall(cudaThreadExit(), "cudaThreadExit()", "core/cudahelper", 25);
+}
 
 void CudaInterface::dumpDevices() {
     const int count = deviceCount();

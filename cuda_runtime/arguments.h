@@ -27,7 +27,8 @@ struct ParameterKind {
 /// Packs kernel arguments in declaration order, each at an offset aligned to its own size.
 class ArgumentLayout {
   public:
-    /// @param addressBytes the width of a device address: 4 on the first devices, 8 on a 64-bit host
+    /// @param addressBytes the width of a device address: 4 on the first devices, 8 on a 64-bit
+    /// host
     constexpr explicit ArgumentLayout(std::size_t addressBytes) noexcept
         : addressBytes(addressBytes) {}
 

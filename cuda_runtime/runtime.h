@@ -44,10 +44,10 @@ enum cudaMemcpyKind : int {
 /// What the project asks of a device.
 struct cudaDeviceProp {
     char name[256];
-    int major;                ///< compute capability, before the point
-    int minor;                ///< compute capability, after the point
+    int major;  ///< compute capability, before the point
+    int minor;  ///< compute capability, after the point
     int multiProcessorCount;
-    int clockRate;            ///< kHz
+    int clockRate;  ///< kHz
 };
 
 /// The extent of a grid in blocks or of a block in threads.

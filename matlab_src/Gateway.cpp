@@ -44,7 +44,8 @@ host::Array* createResult(const FieldRequest& request) {
                               truncateToDimension(sz));
 }
 
-/// Whether the grid has points, none of its sizes being below 1 and the 32-bit count not wrapping to 0.
+/// Whether the grid has points, none of its sizes being below 1 and the 32-bit count not wrapping
+/// to 0.
 bool hasPoints(const FieldRequest& request) {
     return request.pointCount() != 0 &&
            std::all_of(request.sizes.begin(), request.sizes.end(), [](double n) { return n >= 1; });
@@ -56,7 +57,8 @@ std::size_t trueCount(const FieldRequest& request) {
     std::size_t count = 1;
     for (const double size : request.sizes) {
         const std::size_t dimension = truncateToDimension(size);
-        if (dimension > INT32_MAX) throw std::bad_array_new_length();
+        if (dimension > INT32_MAX)
+            throw std::bad_array_new_length();
         count *= dimension;
     }
     return count;
@@ -72,7 +74,8 @@ Grid3DR<T> gridOf(const FieldRequest& request) {
 
 template <class T>
 void setRule(GaussLegendre<T>& rule, const FieldRequest& request) {
-    if (request.abscissaTable == nullptr) return rule.compute(request.nAbscissas);
+    if (request.abscissaTable == nullptr)
+        return rule.compute(request.nAbscissas);
     rule.setOrder(request.nAbscissas);
     // Deliberate: pairs are consecutive values of the storage, not rows of the caller's matrix.
     for (int i = 0; i < rule.order; ++i) {
@@ -85,7 +88,8 @@ void setRule(GaussLegendre<T>& rule, const FieldRequest& request) {
 void computeInSinglePrecision(const FieldRequest& request, const RectangularPistonCuda2& piston,
                               FieldHalves field) {
     const std::size_t points = trueCount(request);
-    if (points > INT32_MAX) throw std::bad_array_new_length();
+    if (points > INT32_MAX)
+        throw std::bad_array_new_length();
     const auto re = std::make_unique_for_overwrite<float[]>(points);
     const auto im = std::make_unique_for_overwrite<float[]>(points);
     piston.computeCPU<float, float>(re.get(), im.get(), gridOf<float>(request));
@@ -111,17 +115,19 @@ void computeField(const FieldRequest& request, FieldHalves field) {
     RectangularPistonCuda2 piston(request.l, request.s, request.k);
     const Grid3DR<double> grid = gridOf<double>(request);
     if (request.mode.useCuda)
-        ErrorHandler::getErrorHandler()->fail("the GPU integrator is not part of this build", __LINE__,
-                                              "matlab_src/Gateway");
+        ErrorHandler::getErrorHandler()->fail("the GPU integrator is not part of this build",
+                                              __LINE__, "matlab_src/Gateway");
     else
         computeOnCpu(request, piston, grid, field);
 }
 
 void answerFieldRequest(int outputCount, host::Array*& output, Arguments arguments) {
     std::optional<FieldRequest> request = readRequest(outputCount, arguments);
-    if (!request) return;
+    if (!request)
+        return;
     output = createResult(*request);
-    if (!hasPoints(*request)) return host::raise("The given grid must have at least one data point");
+    if (!hasPoints(*request))
+        return host::raise("The given grid must have at least one data point");
     static_cast<void>(trueCount(*request));
     request->mode = readMode(arguments);
     // Deliberate: the result is created again; the host releases the first one after the call.

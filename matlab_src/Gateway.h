@@ -4,8 +4,8 @@
 
 #include "matlab_src/FieldRequest.h"
 
-/// Answers one call of the module: checks the arguments, computes the field and makes it the output,
-/// or, for the lone argument "info" with no output requested, prints the build information.
+/// Answers one call of the module: checks the arguments, computes the field and makes it the
+/// output, or, for the lone argument "info" with no output requested, prints the build information.
 ///
 /// Whatever happens, an exception included, the device is released and the error handler is reset
 /// when this returns. An exception is the host's own, `std::bad_alloc`, or what an operation of the

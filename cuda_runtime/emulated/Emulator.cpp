@@ -11,6 +11,8 @@
 #include <thread>
 #include <utility>
 
+#include "cuda_runtime/constants.h"
+
 namespace cuda_runtime::emulated {
 
 namespace {
@@ -41,12 +43,15 @@ std::string callText(const char* name, const Arguments&... arguments) {
 }
 
 /// The limits of today's devices.
-bool isLaunchable(const Geometry& geometry, std::size_t sharedBytes) {
-    const auto [grid, block] = geometry;
-    const auto within = [](unsigned extent, unsigned limit) { return extent >= 1 && extent <= limit; };
+bool isLaunchable(const PendingCall& call) {
+    const dim3 grid = call.grid;
+    const dim3 block = call.block;
+    const auto within = [](unsigned extent, unsigned limit) {
+        return extent >= 1 && extent <= limit;
+    };
     return within(grid.x, 2147483647U) && within(grid.y, 65535U) && within(grid.z, 65535U) &&
            within(block.x, 1024U) && within(block.y, 1024U) && within(block.z, 64U) &&
-           block.x * block.y * block.z <= 1024U && sharedBytes <= sharedBytesLimit;
+           block.x * block.y * block.z <= 1024U && call.sharedBytes <= sharedBytesLimit;
 }
 
 }  // namespace
@@ -66,7 +71,8 @@ Emulator::~Emulator() {
 std::vector<cudaDeviceProp> Emulator::defaultDevices() {
     constexpr int nominalClock = 1000000;  // kHz: the device's one rate is the host's, unknown here
     cudaDeviceProp device{"emulation device", 9999, 9999, 1, nominalClock};
-    device.multiProcessorCount = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    device.multiProcessorCount =
+        static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     return {device};
 }
 
@@ -82,8 +88,8 @@ void Emulator::setDevices(std::vector<cudaDeviceProp> list) {
 
 void Emulator::registerKernel(const KernelImage& image) { kernels.push_back(&image); }
 
-void Emulator::registerConstant(std::string name, void* address, std::size_t bytes) {
-    constants.insert_or_assign(std::move(name), Constant{address, bytes});
+void Emulator::registerConstant(const std::string& name, void* address, std::size_t bytes) {
+    constants.insert_or_assign(name, Constant{address, bytes});
 }
 
 void Emulator::unregisterConstant(const std::string& name) { constants.erase(name); }
@@ -91,18 +97,21 @@ void Emulator::unregisterConstant(const std::string& name) { constants.erase(nam
 template <class... Arguments>
 bool Emulator::intercepted(cudaError_t& status, Operation operation, const char* name,
                            const Arguments&... arguments) {
-    if (!interceptor) return false;
+    if (!interceptor)
+        return false;
     status = interceptor({operation, callText(name, arguments...)});
     return status != cudaSuccess;
 }
 
 cudaError_t Emulator::remember(cudaError_t status) noexcept {
-    if (status != cudaSuccess) lastError = status;
+    if (status != cudaSuccess)
+        lastError = status;
     return status;
 }
 
 cudaError_t Emulator::enterContext() noexcept {
-    if (devices.empty()) return cudaErrorNoDevice;
+    if (devices.empty())
+        return cudaErrorNoDevice;
     contextExists = true;
     return cudaSuccess;
 }
@@ -139,15 +148,19 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes))
         return remember(status);
-    if (address == nullptr) return remember(cudaErrorInvalidValue);
+    if (address == nullptr)
+        return remember(cudaErrorInvalidValue);
     status = enterContext();
-    if (status != cudaSuccess) return remember(status);
+    if (status != cudaSuccess)
+        return remember(status);
     *address = nullptr;
-    if (bytes == 0) return cudaSuccess;
+    if (bytes == 0)
+        return cudaSuccess;
     if (bytes > memoryLimit - std::min(memoryLimit, allocatedBytes))
         return remember(cudaErrorMemoryAllocation);
     void* memory = ::operator new(bytes, addressAlignment, std::nothrow);
-    if (memory == nullptr) return remember(cudaErrorMemoryAllocation);
+    if (memory == nullptr)
+        return remember(cudaErrorMemoryAllocation);
     allocations.emplace(static_cast<std::byte*>(memory), bytes);
     allocatedBytes += bytes;
     *address = memory;
@@ -156,12 +169,16 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
 
 cudaError_t Emulator::free(void* address) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::Free, "cudaFree")) return remember(status);
+    if (intercepted(status, Operation::Free, "cudaFree"))
+        return remember(status);
     status = enterContext();
-    if (status != cudaSuccess) return remember(status);
-    if (address == nullptr) return cudaSuccess;
+    if (status != cudaSuccess)
+        return remember(status);
+    if (address == nullptr)
+        return cudaSuccess;
     const auto found = allocations.find(static_cast<std::byte*>(address));
-    if (found == allocations.end()) return remember(cudaErrorInvalidValue);
+    if (found == allocations.end())
+        return remember(cudaErrorInvalidValue);
     allocatedBytes -= found->second;
     allocations.erase(found);
     ::operator delete(address, addressAlignment);
@@ -171,7 +188,8 @@ cudaError_t Emulator::free(void* address) {
 bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
     const auto* first = static_cast<const std::byte*>(address);
     auto after = allocations.upper_bound(first);
-    if (after == allocations.begin()) return false;
+    if (after == allocations.begin())
+        return false;
     const auto& [base, size] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
     return offset <= size && bytes <= size - offset;
@@ -184,8 +202,10 @@ cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cuda
     if (kind < cudaMemcpyHostToHost || kind > cudaMemcpyDeviceToDevice)
         return remember(cudaErrorInvalidMemcpyDirection);
     status = enterContext();
-    if (status != cudaSuccess) return remember(status);
-    if (bytes == 0) return cudaSuccess;
+    if (status != cudaSuccess)
+        return remember(status);
+    if (bytes == 0)
+        return cudaSuccess;
     const bool toDevice = kind == cudaMemcpyHostToDevice || kind == cudaMemcpyDeviceToDevice;
     const bool fromDevice = kind == cudaMemcpyDeviceToHost || kind == cudaMemcpyDeviceToDevice;
     if (to == nullptr || from == nullptr || (toDevice && !isDeviceRange(to, bytes)) ||
@@ -201,10 +221,13 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
     if (intercepted(status, Operation::MemcpyToSymbol, "cudaMemcpyToSymbol", name, bytes))
         return remember(status);
     status = enterContext();
-    if (status != cudaSuccess) return remember(status);
+    if (status != cudaSuccess)
+        return remember(status);
     const auto found = constants.find(name);
-    if (found == constants.end()) return remember(cudaErrorInvalidSymbol);
-    if (kind != cudaMemcpyHostToDevice) return remember(cudaErrorInvalidMemcpyDirection);
+    if (found == constants.end())
+        return remember(cudaErrorInvalidSymbol);
+    if (kind != cudaMemcpyHostToDevice)
+        return remember(cudaErrorInvalidMemcpyDirection);
     const Constant& constant = found->second;
     if (offset > constant.bytes || bytes > constant.bytes - offset)
         return remember(cudaErrorInvalidValue);
@@ -214,9 +237,10 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
 
 cudaError_t Emulator::configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::ConfigureCall, "cudaConfigureCall", grid, block, sharedBytes, stream))
+    if (intercepted(status, Operation::ConfigureCall, "cudaConfigureCall", grid, block, sharedBytes,
+                    stream))
         return remember(status);
-    pending.emplace(PendingCall{{grid, block}, sharedBytes, {}, 0});
+    pending.emplace(grid, block, sharedBytes);
     return cudaSuccess;
 }
 
@@ -224,12 +248,9 @@ cudaError_t Emulator::setupArgument(const void* argument, std::size_t bytes, std
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::SetupArgument, "cudaSetupArgument", bytes, offset))
         return remember(status);
-    if (!pending) return remember(cudaErrorMissingConfiguration);
-    if (offset > pending->arguments.size() || bytes > pending->arguments.size() - offset)
-        return remember(cudaErrorInvalidValue);
-    std::memcpy(pending->arguments.data() + offset, argument, bytes);
-    pending->argumentBytes = std::max(pending->argumentBytes, offset + bytes);
-    return cudaSuccess;
+    if (!pending)
+        return remember(cudaErrorMissingConfiguration);
+    return remember(pending->put(argument, bytes, offset) ? cudaSuccess : cudaErrorInvalidValue);
 }
 
 cudaError_t Emulator::launch(const void* entry) {
@@ -240,17 +261,22 @@ cudaError_t Emulator::launch(const void* entry) {
     }
     status = enterContext();
     const auto found = std::find(kernels.begin(), kernels.end(), entry);
-    if (status == cudaSuccess && !pending) status = cudaErrorMissingConfiguration;
-    if (status == cudaSuccess && found == kernels.end()) status = cudaErrorInvalidDeviceFunction;
-    if (status == cudaSuccess) status = runPending(**found);
+    if (status == cudaSuccess && !pending)
+        status = cudaErrorMissingConfiguration;
+    if (status == cudaSuccess && found == kernels.end())
+        status = cudaErrorInvalidDeviceFunction;
+    if (status == cudaSuccess)
+        status = runPending(**found);
     pending.reset();
     return remember(status);
 }
 
 cudaError_t Emulator::runPending(const KernelImage& image) const {
-    if (!isLaunchable(pending->geometry, pending->sharedBytes)) return cudaErrorInvalidConfiguration;
-    if (pending->argumentBytes < image.argumentBytes) return cudaErrorInvalidValue;
-    image.run(pending->arguments.data());
+    if (!isLaunchable(*pending))
+        return cudaErrorInvalidConfiguration;
+    if (pending->argumentBytes() < image.argumentBytes)
+        return cudaErrorInvalidValue;
+    image.run(pending->arguments());
     return cudaSuccess;
 }
 
@@ -283,3 +309,14 @@ cudaError_t Emulator::getLastError() {
 }
 
 }  // namespace cuda_runtime::emulated
+
+namespace cuda_runtime {
+
+RegisteredConstant::RegisteredConstant(const char* name, void* symbol, std::size_t bytes)
+    : name(name) {
+    emulated::emulator().registerConstant(name, symbol, bytes);
+}
+
+RegisteredConstant::~RegisteredConstant() { emulated::emulator().unregisterConstant(name); }
+
+}  // namespace cuda_runtime

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -10,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "cuda_runtime/PendingCall.h"
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "cuda_runtime/runtime.h"
 
@@ -72,7 +72,7 @@ class Emulator {
     int currentDevice() const noexcept { return chosenDevice; }
 
     void registerKernel(const KernelImage& image);
-    void registerConstant(std::string name, void* address, std::size_t bytes);
+    void registerConstant(const std::string& name, void* address, std::size_t bytes);
     void unregisterConstant(const std::string& name);
 
     cudaError_t getDeviceCount(int* count);
@@ -94,12 +94,6 @@ class Emulator {
     struct Constant {
         void* address;
         std::size_t bytes;
-    };
-    struct PendingCall {
-        Geometry geometry;
-        std::size_t sharedBytes;
-        std::array<std::byte, 4096> arguments;
-        std::size_t argumentBytes;
     };
 
     template <class... Arguments>

@@ -11,11 +11,6 @@
 
 namespace cuda_runtime::emulated {
 
-struct Geometry {
-    dim3 grid;
-    dim3 block;
-};
-
 /// What the emulation device needs of a kernel: how many argument bytes it reads, and a function
 /// that runs one thread of it.
 struct KernelImage {

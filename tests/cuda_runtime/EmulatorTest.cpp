@@ -1,0 +1,244 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "cuda_runtime/emulated/Emulator.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <thread>
+
+#include "cuda_runtime/KernelEntry.h"
+#include "cuda_runtime/constants.h"
+#include "cuda_runtime/kernel.h"
+#include "tests/support/EmulatedDevices.h"
+
+namespace {
+
+using namespace cuda_runtime;
+using emulated::emulator;
+
+/// Leaves no context and no error behind.
+class EmulatorTest : public testing::Test {
+  protected:
+    void TearDown() override {
+        static_cast<void>(cudaThreadExit());
+        static_cast<void>(cudaGetLastError());
+        emulator().setMemoryLimit(emulated::Emulator::defaultMemoryLimit());
+    }
+};
+
+__global__ void addKernel(double* sum, int a, double b) { *sum = a + b; }
+
+const KernelEntry<double*, int, double>& addEntry() {
+    static const KernelEntry<double*, int, double> entry(entryOf<&addKernel>());
+    return entry;
+}
+
+std::array<float, 4> constantArray{};
+const RegisteredConstant registeredArray("global_array", constantArray);
+
+TEST_F(EmulatorTest, IsOneEmulationDeviceWithTheMachinesThreads) {
+    int count = 0;
+    EXPECT_EQ(cudaGetDeviceCount(&count), cudaSuccess);
+    EXPECT_EQ(count, 1);
+    cudaDeviceProp properties{};
+    EXPECT_EQ(cudaGetDeviceProperties(&properties, 0), cudaSuccess);
+    EXPECT_EQ(properties.major, 9999);
+    EXPECT_EQ(properties.minor, 9999);
+    EXPECT_EQ(properties.multiProcessorCount,
+              static_cast<int>(std::thread::hardware_concurrency()));
+    EXPECT_GT(properties.clockRate, 0);
+}
+
+TEST_F(EmulatorTest, RefusesDevicesThatAreNotThere) {
+    cudaDeviceProp properties{};
+    EXPECT_EQ(cudaGetDeviceProperties(&properties, 1), cudaErrorInvalidDevice);
+    EXPECT_EQ(cudaSetDevice(-1), cudaErrorInvalidDevice);
+    const EmulatedDevices none({});
+    int count = 7;
+    EXPECT_EQ(cudaGetDeviceCount(&count), cudaErrorNoDevice);
+    EXPECT_EQ(count, 0);
+    EXPECT_EQ(cudaSetDevice(0), cudaErrorNoDevice);
+    void* address = nullptr;
+    EXPECT_EQ(cudaMalloc(&address, 4), cudaErrorNoDevice);
+    EXPECT_EQ(cudaThreadSynchronize(), cudaErrorNoDevice);
+    EXPECT_EQ(cudaThreadExit(), cudaErrorNoDevice);
+}
+
+TEST_F(EmulatorTest, AccountsForEveryByte) {
+    void* first = nullptr;
+    void* second = nullptr;
+    EXPECT_EQ(cudaMalloc(&first, 1000), cudaSuccess);
+    EXPECT_EQ(cudaMalloc(&second, 24), cudaSuccess);
+    EXPECT_EQ(emulator().liveBytes(), 1024U);
+    EXPECT_EQ(cudaFree(first), cudaSuccess);
+    EXPECT_EQ(emulator().liveBytes(), 24U);
+    EXPECT_EQ(cudaFree(nullptr), cudaSuccess);
+    EXPECT_EQ(cudaFree(first), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_EQ(emulator().liveBytes(), 0U);
+    EXPECT_FALSE(emulator().hasContext());
+}
+
+TEST_F(EmulatorTest, HasTheMemoryItWasGiven) {
+    emulator().setMemoryLimit(1000);
+    void* address = nullptr;
+    EXPECT_EQ(cudaMalloc(&address, 1001), cudaErrorMemoryAllocation);
+    EXPECT_EQ(address, nullptr);
+    EXPECT_EQ(cudaMalloc(&address, 900), cudaSuccess);
+    EXPECT_EQ(cudaMalloc(&address, 101), cudaErrorMemoryAllocation);
+    EXPECT_EQ(cudaMalloc(&address, 100), cudaSuccess);
+    EXPECT_EQ(cudaMalloc(&address, SIZE_MAX), cudaErrorMemoryAllocation);
+    EXPECT_EQ(emulator().liveBytes(), 1000U);
+}
+
+TEST_F(EmulatorTest, GivesNoAddressForNoBytes) {
+    int anything = 0;
+    void* address = &anything;
+    EXPECT_EQ(cudaMalloc(&address, 0), cudaSuccess);
+    EXPECT_EQ(address, nullptr);
+    EXPECT_EQ(cudaMalloc(nullptr, 4), cudaErrorInvalidValue);
+}
+
+TEST_F(EmulatorTest, CopiesInAllDirectionsWithinAllocations) {
+    const std::array<int, 4> sent{1, 2, 3, 4};
+    std::array<int, 4> received{};
+    void* first = nullptr;
+    void* second = nullptr;
+    ASSERT_EQ(cudaMalloc(&first, sizeof sent), cudaSuccess);
+    ASSERT_EQ(cudaMalloc(&second, sizeof sent), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(first, sent.data(), sizeof sent, cudaMemcpyHostToDevice), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(second, first, sizeof sent, cudaMemcpyDeviceToDevice), cudaSuccess);
+    EXPECT_EQ(
+        cudaMemcpy(received.data(), static_cast<int*>(second) + 1, 12, cudaMemcpyDeviceToHost),
+        cudaSuccess);
+    EXPECT_THAT(received, testing::ElementsAre(2, 3, 4, 0));
+    EXPECT_EQ(cudaMemcpy(received.data(), sent.data(), sizeof sent, cudaMemcpyHostToHost),
+              cudaSuccess);
+    EXPECT_EQ(received, sent);
+}
+
+TEST_F(EmulatorTest, RefusesCopiesOutsideAllocations) {
+    std::array<int, 8> host{};
+    void* address = nullptr;
+    EXPECT_EQ(cudaMemcpy(host.data(), host.data(), 4, cudaMemcpyDeviceToHost),
+              cudaErrorInvalidValue);
+    ASSERT_EQ(cudaMalloc(&address, 16), cudaSuccess);
+    auto* const device = static_cast<std::byte*>(address);
+    EXPECT_EQ(cudaMemcpy(address, host.data(), 17, cudaMemcpyHostToDevice), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpy(device + 8, host.data(), 9, cudaMemcpyHostToDevice),
+              cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpy(device + 8, host.data(), 8, cudaMemcpyHostToDevice), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(address, nullptr, 4, cudaMemcpyHostToDevice), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpy(nullptr, nullptr, 0, cudaMemcpyHostToDevice), cudaSuccess);
+    EXPECT_EQ(cudaMemcpy(address, host.data(), 4, static_cast<cudaMemcpyKind>(4)),
+              cudaErrorInvalidMemcpyDirection);
+}
+
+TEST_F(EmulatorTest, FindsConstantsByNameAndKeepsToTheirCapacity) {
+    const std::array<float, 5> values{1, 2, 3, 4, 5};
+    EXPECT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 16), cudaSuccess);
+    EXPECT_THAT(constantArray, testing::ElementsAre(1, 2, 3, 4));
+    EXPECT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 4, 12), cudaSuccess);
+    EXPECT_EQ(constantArray[3], 1);
+    EXPECT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 20), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 8, 12), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 4, 0, cudaMemcpyDeviceToHost),
+              cudaErrorInvalidMemcpyDirection);
+    EXPECT_EQ(cudaMemcpyToSymbol("global_arra", values.data(), 4), cudaErrorInvalidSymbol);
+}
+
+TEST_F(EmulatorTest, ConstantsEndWithTheContext) {
+    const std::array<float, 4> values{1, 2, 3, 4};
+    ASSERT_EQ(cudaMemcpyToSymbol("global_array", values.data(), 16), cudaSuccess);
+    ASSERT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_THAT(constantArray, testing::Each(0));
+}
+
+TEST_F(EmulatorTest, ConstantsAreKnownWhileTheirRegistrationLives) {
+    int symbol = 0;
+    const int value = 3;
+    {
+        const RegisteredConstant registered("global_passing", symbol);
+        EXPECT_EQ(cudaMemcpyToSymbol("global_passing", &value, sizeof value), cudaSuccess);
+        EXPECT_EQ(symbol, 3);
+    }
+    EXPECT_EQ(cudaMemcpyToSymbol("global_passing", &value, sizeof value), cudaErrorInvalidSymbol);
+}
+
+TEST_F(EmulatorTest, LaunchesAKernelWithItsArguments) {
+    void* sum = nullptr;
+    ASSERT_EQ(cudaMalloc(&sum, sizeof(double)), cudaSuccess);
+    addEntry().launch({}, {}, static_cast<double*>(sum), 2, 0.5);
+    EXPECT_EQ(cudaGetLastError(), cudaSuccess);
+    EXPECT_EQ(*static_cast<double*>(sum), 2.5);
+}
+
+TEST_F(EmulatorTest, RefusesGeometriesThatNoDeviceHas) {
+    for (const dim3 grid :
+         {dim3{0, 1, 1}, dim3{1, 65536, 1}, dim3{1, 1, 65536}, dim3{2147483648U}}) {
+        addEntry().launch(grid, {}, nullptr, 2, 0.5);
+        EXPECT_EQ(cudaGetLastError(), cudaErrorInvalidConfiguration);
+    }
+    for (const dim3 block : {dim3{1, 0, 1}, dim3{1025, 1, 1}, dim3{1, 1, 65}, dim3{32, 33, 1}}) {
+        addEntry().launch({}, block, nullptr, 2, 0.5);
+        EXPECT_EQ(cudaGetLastError(), cudaErrorInvalidConfiguration);
+    }
+}
+
+TEST_F(EmulatorTest, RefusesALaunchThatLacksArguments) {
+    double sum = 0;
+    double* const address = &sum;
+    ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
+    ASSERT_EQ(cudaSetupArgument(&address, sizeof address, 0), cudaSuccess);
+    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorInvalidValue);
+    EXPECT_EQ(sum, 0);
+}
+
+TEST_F(EmulatorTest, RefusesLaunchesThatAreNotConfiguredOrUnknown) {
+    const int argument = 0;
+    EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 0), cudaErrorMissingConfiguration);
+    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorMissingConfiguration);
+    ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
+    EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 4096), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaLaunch(&argument), cudaErrorInvalidDeviceFunction);
+    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorMissingConfiguration);
+}
+
+TEST_F(EmulatorTest, AFailingArgumentEndsTheEntryWithoutALaunch) {
+    const RuntimeLog log(PlannedFailure{2, cudaErrorUnknown, emulated::Operation::SetupArgument});
+    double sum = 0;
+    addEntry().launch({}, {}, &sum, 2, 0.5);
+    EXPECT_THAT(log.calls,
+                testing::ElementsAre("cudaConfigureCall((1, 1, 1), (1, 1, 1), 0, 0)",
+                                     "cudaSetupArgument(8, 0)", "cudaSetupArgument(4, 8)"));
+    EXPECT_EQ(cudaGetLastError(), cudaErrorUnknown);
+}
+
+TEST_F(EmulatorTest, ReadingTheLastErrorClearsIt) {
+    EXPECT_EQ(cudaSetDevice(5), cudaErrorInvalidDevice);
+    EXPECT_EQ(cudaSetDevice(0), cudaSuccess);
+    EXPECT_EQ(cudaGetLastError(), cudaErrorInvalidDevice);
+    EXPECT_EQ(cudaGetLastError(), cudaSuccess);
+}
+
+TEST_F(EmulatorTest, FailsTheNthUseOfAnOperation) {
+    const RuntimeLog log(PlannedFailure{2, cudaErrorMemoryAllocation, emulated::Operation::Malloc});
+    void* address = nullptr;
+    EXPECT_EQ(cudaMalloc(&address, 4), cudaSuccess);
+    EXPECT_EQ(cudaMalloc(&address, 4), cudaErrorMemoryAllocation);
+    EXPECT_EQ(cudaMalloc(&address, 4), cudaSuccess);
+    EXPECT_EQ(cudaGetLastError(), cudaErrorMemoryAllocation);
+    EXPECT_EQ(emulator().liveBytes(), 8U);
+}
+
+TEST_F(EmulatorTest, WordsItsErrorsAsTheRuntimeDoes) {
+    EXPECT_STREQ(cudaGetErrorString(cudaSuccess), "no error");
+    EXPECT_STREQ(cudaGetErrorString(cudaErrorMemoryAllocation), "out of memory");
+    EXPECT_STREQ(cudaGetErrorString(cudaErrorInvalidSymbol), "invalid device symbol");
+    EXPECT_STREQ(cudaGetErrorString(cudaErrorNoDevice), "no CUDA-capable device is detected");
+    EXPECT_STREQ(cudaGetErrorString(static_cast<cudaError_t>(12345)), "unrecognized error code");
+}
+
+}  // namespace
