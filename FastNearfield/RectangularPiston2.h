@@ -47,8 +47,21 @@ class RectangularPistonCuda2 : public Piston {
         }
     };
 
+    /// In single precision. Prints "cpu", or "cuda" and the first four reals, on standard output.
     void compute(float* data, const Grid3DR<double>& grid) const override;
+
+    /// Fills the storage in its own precision, on the side where it is computed. A storage of
+    /// another size than 2 * grid.nbPositions() is reported through the current error handler; one
+    /// of doubles with `useCuda` set ends the process with the platform's assertion failure.
+    void compute(CudaStorage* data, const Grid3DR<double>& grid) const override;
+
+    /// In double precision; on a GPU as the double-precision launchers have it.
     virtual void compute(double* data, const Grid3DR<double>& grid) const;
+
+    /// Fills a field array in two halves on the GPU, in single precision whatever T; the halves
+    /// hold grid.nbPositions() values each.
+    template <class T>
+    void computeCuda(T* re, T* im, const Grid3DR<double>& grid) const;
 
     /// Fills an interleaved field array on the CPU; both arithmetic and output are in T.
     /// Prints the line "grid: <sx> <sy> <sz>" on standard output.

@@ -2,9 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "FastNearfield/CudaStorage.h"
 #include "core/Grid3DR.h"
 
-/// Anything that fills a field array over a grid.
+/// Anything that fills a field array over a grid. A field array holds the complex pressure at every
+/// point, in grid point order, as pairs of real and imaginary part: 2 * grid.nbPositions() reals.
 class Transducer {
   public:
     Transducer() = default;
@@ -12,7 +14,9 @@ class Transducer {
     Transducer& operator=(const Transducer&) = delete;
     virtual ~Transducer() = default;
 
-    /// Computes the complex pressure at every point of the grid, in grid point order.
-    /// @param data receives 2 * grid.nbPositions() values, real and imaginary parts in turn
     virtual void compute(float* data, const Grid3DR<double>& grid) const = 0;
+
+    /// Fills the storage's host side. A storage of another type than DT_FLOAT is reported through
+    /// the current error handler.
+    virtual void compute(CudaStorage* data, const Grid3DR<double>& grid) const;
 };

@@ -17,6 +17,11 @@ target_compile_options(pistonfield_options INTERFACE
   # Unique statics would keep a loaded module from being unloaded.
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
 
+# How sources that work on packs of SIMD lanes are compiled: sums in the written order with every
+# operation rounded, whatever the instruction set. Packs are passed within one source only, so the
+# convention for passing them is of no consequence.
+set(PISTONFIELD_LANES_OPTIONS -ffp-contract=off -fno-math-errno -fno-trapping-math -Wno-psabi)
+
 if(PISTONFIELD_SANITIZE)
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
                       $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize-recover=all>

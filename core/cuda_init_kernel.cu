@@ -7,4 +7,4 @@
 /// Exists only to be launched: the first launch makes the runtime create its context.
 __global__ void cuda_init_kernel() {}
 
-const void* cuda_init_kernel_entry() { return cuda_runtime::entryOf<&cuda_init_kernel>(); }
+const void* cuda_init_kernel_entry() { return cuda_runtime::entryOf<float, &cuda_init_kernel>(); }

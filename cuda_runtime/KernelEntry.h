@@ -13,8 +13,13 @@ namespace cuda_runtime {
 template <class... Parameters>
 class KernelEntry {
   public:
+    using Kernel = void (*)(Parameters...);
+
     /// @param entry the kernel's registered entry
     constexpr explicit KernelEntry(const void* entry) noexcept : entry(entry) {}
+
+    /// The registered entry.
+    const void* address() const noexcept { return entry; }
 
     /// Configures the call and, when that succeeds, passes the arguments in declaration order and
     /// launches. A failure is left to the runtime's last error; a failing argument ends the entry

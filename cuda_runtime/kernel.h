@@ -2,23 +2,19 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// What a source of kernels includes: the CUDA compiler brings the language itself, for the host
-// compiler the emulation device offers it. Either way `entryOf<&kernel>()` is the registered entry
-// of a kernel, for `cudaLaunch`.
+// What a source of kernels includes. Kernels are written once, in terms of the lanes that a thread
+// stands for: one to the CUDA compiler, which brings the language itself; a whole SIMD register to
+// the emulation device. Both headers offer the same vocabulary:
+//
+//   Lanes<T>::Reals, Lanes<T>::Ints  a value of T, or an index, in every lane
+//   threadIndex<T>()                 the linear index of the lanes' threads in a grid of 1-D blocks
+//   load, store                      device memory
+//   select, any                      decisions lane by lane
+//   absolute, squareRoot, reciprocal, sinCos   device mathematics
+//   entryOf<T, &kernel>()            a kernel's registered entry, for `cudaLaunch`
 
 #ifdef __CUDACC__
-
-namespace cuda_runtime {
-
-template <auto kernel>
-const void* entryOf() {
-    return reinterpret_cast<const void*>(kernel);
-}
-
-}  // namespace cuda_runtime
-
+#include "cuda_runtime/toolkit/kernel.h"
 #else
-
 #include "cuda_runtime/emulated/kernel.h"
-
 #endif

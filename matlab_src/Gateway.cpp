@@ -6,8 +6,11 @@
 #include <iostream>
 #include <memory>
 #include <new>
+#include <vector>
 
+#include "FastNearfield/IntegratorCuda.h"
 #include "FastNearfield/RectangularPiston2.h"
+#include "FastNearfield/RectangularPistonCuda.h"
 #include "core/ErrorHandler.h"
 #include "core/Grid3DR.h"
 #include "core/cudahelper.h"
@@ -111,14 +114,66 @@ void computeOnCpu(const FieldRequest& request, RectangularPistonCuda2& piston,
     }
 }
 
+constexpr const char* stem = "RectangularPiston";
+
+/// The first half of a table's pairs, by which the GPU knows a symmetric rule.
+template <class T>
+struct HalfTable {
+    explicit HalfTable(const FieldRequest& request) {
+        const auto pairs = static_cast<std::size_t>(request.nAbscissas) / 2 +
+                           static_cast<std::size_t>(request.nAbscissas) % 2;
+        for (std::size_t i = 0; i < pairs; ++i) {
+            x.push_back(static_cast<T>(request.abscissaTable[2 * i]));
+            w.push_back(static_cast<T>(request.abscissaTable[2 * i + 1]));
+        }
+        // The upload shows the first abscissa before it refuses an order of 0.
+        if (x.empty())
+            x.push_back(0);
+    }
+
+    std::vector<T> x;
+    std::vector<T> w;
+};
+
+void computeInDoubleOnGpu(const FieldRequest& request, const Grid3DR<double>& grid,
+                          FieldHalves field) {
+    if (request.abscissaTable != nullptr) {
+        std::cout << "1" << std::endl;
+        const HalfTable<double> table(request);
+        setIntegratorWeightsSym_d(stem, table.x.data(), table.w.data(), request.nAbscissas);
+    } else {
+        std::cout << "2" << std::endl;
+        setCudaIntegratorParameters(stem, request.nAbscissas);
+    }
+    std::cout << "computeCudaDouble 2" << std::endl;
+    const MMatrix<double, 4, true> transform = grid.getTransform();
+    RectangularPiston_func2_d(field.re, field.im, static_cast<int>(grid.sizeX()),
+                              static_cast<int>(grid.sizeY()), static_cast<int>(grid.sizeZ()),
+                              transform.data(), request.l, request.s, request.k);
+}
+
+void computeInSingleOnGpu(const FieldRequest& request, const RectangularPistonCuda2& piston,
+                          const Grid3DR<double>& grid, FieldHalves field) {
+    if (request.abscissaTable != nullptr) {
+        std::cout << "3" << std::endl;
+        const HalfTable<float> table(request);
+        setIntegratorWeightsSym(stem, table.x.data(), table.w.data(), request.nAbscissas);
+    } else {
+        std::cout << "4" << std::endl;
+        setCudaIntegratorParameters(stem, request.nAbscissas);
+    }
+    piston.computeCuda<double>(field.re, field.im, grid);
+}
+
 void computeField(const FieldRequest& request, FieldHalves field) {
     RectangularPistonCuda2 piston(request.l, request.s, request.k);
     const Grid3DR<double> grid = gridOf<double>(request);
-    if (request.mode.useCuda)
-        ErrorHandler::getErrorHandler()->fail("the GPU integrator is not part of this build",
-                                              __LINE__, "matlab_src/Gateway");
-    else
+    if (!request.mode.useCuda)
         computeOnCpu(request, piston, grid, field);
+    else if (request.mode.doublePrecision)
+        computeInDoubleOnGpu(request, grid, field);
+    else
+        computeInSingleOnGpu(request, piston, grid, field);
 }
 
 void answerFieldRequest(int outputCount, host::Array*& output, Arguments arguments) {

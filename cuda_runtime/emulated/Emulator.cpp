@@ -5,13 +5,13 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 #include <new>
 #include <sstream>
+#include <system_error>
 #include <thread>
 #include <utility>
-
-#include "cuda_runtime/constants.h"
 
 namespace cuda_runtime::emulated {
 
@@ -19,6 +19,9 @@ namespace {
 
 constexpr std::align_val_t addressAlignment{256};  // what the runtime guarantees
 constexpr std::size_t sharedBytesLimit = std::size_t{48} * 1024;
+
+/// Whether a kernel of the running launch used an illegal address.
+std::atomic<bool> faulted{false};
 
 std::ostream& operator<<(std::ostream& out, dim3 extent) {
     return out << "(" << extent.x << ", " << extent.y << ", " << extent.z << ")";
@@ -56,12 +59,15 @@ bool isLaunchable(const PendingCall& call) {
 
 }  // namespace
 
+void reportFault() noexcept { faulted = true; }
+
 Emulator& emulator() {
     static Emulator instance;
     return instance;
 }
 
-Emulator::Emulator() : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()) {}
+Emulator::Emulator()
+    : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()), workers(defaultWorkers()) {}
 
 Emulator::~Emulator() {
     interceptor = nullptr;
@@ -86,13 +92,19 @@ void Emulator::setDevices(std::vector<cudaDeviceProp> list) {
     chosenDevice = 0;
 }
 
-void Emulator::registerKernel(const KernelImage& image) { kernels.push_back(&image); }
-
-void Emulator::registerConstant(const std::string& name, void* address, std::size_t bytes) {
-    constants.insert_or_assign(name, Constant{address, bytes});
+unsigned Emulator::defaultWorkers() noexcept {
+    return std::max(1U, std::thread::hardware_concurrency());
 }
 
-void Emulator::unregisterConstant(const std::string& name) { constants.erase(name); }
+void Emulator::registerModule(std::span<const void* const> entries,
+                              std::span<const ConstantSymbol> symbols) {
+    kernels.insert(kernels.end(), entries.begin(), entries.end());
+    for (const ConstantSymbol& symbol : symbols) constants.insert_or_assign(symbol.name, symbol);
+}
+
+void Emulator::unregisterConstants(std::span<const ConstantSymbol> symbols) {
+    for (const ConstantSymbol& symbol : symbols) constants.erase(symbol.name);
+}
 
 template <class... Arguments>
 bool Emulator::intercepted(cudaError_t& status, Operation operation, const char* name,
@@ -228,10 +240,10 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
         return remember(cudaErrorInvalidSymbol);
     if (kind != cudaMemcpyHostToDevice)
         return remember(cudaErrorInvalidMemcpyDirection);
-    const Constant& constant = found->second;
+    const ConstantSymbol& constant = found->second;
     if (offset > constant.bytes || bytes > constant.bytes - offset)
         return remember(cudaErrorInvalidValue);
-    std::memcpy(static_cast<std::byte*>(constant.address) + offset, from, bytes);
+    std::memcpy(static_cast<std::byte*>(constant.symbol) + offset, from, bytes);
     return cudaSuccess;
 }
 
@@ -266,7 +278,7 @@ cudaError_t Emulator::launch(const void* entry) {
     if (status == cudaSuccess && found == kernels.end())
         status = cudaErrorInvalidDeviceFunction;
     if (status == cudaSuccess)
-        status = runPending(**found);
+        status = runPending(*static_cast<const KernelImage*>(entry));
     pending.reset();
     return remember(status);
 }
@@ -276,8 +288,32 @@ cudaError_t Emulator::runPending(const KernelImage& image) const {
         return cudaErrorInvalidConfiguration;
     if (pending->argumentBytes() < image.argumentBytes)
         return cudaErrorInvalidValue;
-    image.run(pending->arguments());
-    return cudaSuccess;
+    const dim3 grid = pending->grid;
+    faulted = false;
+    runThreads(image, std::int64_t{grid.x} * grid.y * grid.z * pending->block.x);
+    return faulted ? cudaErrorIllegalAddress : cudaSuccess;
+}
+
+/// Workers take runs of threads, each the next one left, so that uneven work stays balanced. They
+/// live as long as the launch.
+void Emulator::runThreads(const KernelImage& image, std::int64_t threads) const {
+    constexpr std::int64_t runLength = 2048;
+    std::atomic<std::int64_t> next{0};
+    const auto work = [&] {
+        for (std::int64_t first = next.fetch_add(runLength); first < threads;
+             first = next.fetch_add(runLength))
+            image.run(pending->arguments(), first, std::min(first + runLength, threads));
+    };
+    const std::int64_t runs = (threads + runLength - 1) / runLength;
+    std::vector<std::jthread> helpers;
+    try {
+        while (static_cast<std::int64_t>(helpers.size()) + 1 <
+               std::min<std::int64_t>(workers, runs))
+            helpers.emplace_back(work);
+    } catch (const std::system_error&) {
+        // Without more threads the ones at hand do the work.
+    }
+    work();
 }
 
 cudaError_t Emulator::threadSynchronize() {
@@ -295,7 +331,7 @@ cudaError_t Emulator::threadExit() {
         ::operator delete(const_cast<std::byte*>(address), addressAlignment);
     allocations.clear();
     allocatedBytes = 0;
-    for (const auto& [name, constant] : constants) std::memset(constant.address, 0, constant.bytes);
+    for (const auto& [name, constant] : constants) std::memset(constant.symbol, 0, constant.bytes);
     pending.reset();
     contextExists = false;
     return remember(devices.empty() ? cudaErrorNoDevice : cudaSuccess);
@@ -312,11 +348,12 @@ cudaError_t Emulator::getLastError() {
 
 namespace cuda_runtime {
 
-RegisteredConstant::RegisteredConstant(const char* name, void* symbol, std::size_t bytes)
-    : name(name) {
-    emulated::emulator().registerConstant(name, symbol, bytes);
+DeviceModule::DeviceModule(std::span<const void* const> kernels,
+                           std::span<const ConstantSymbol> constants)
+    : constants(constants) {
+    emulated::emulator().registerModule(kernels, constants);
 }
 
-RegisteredConstant::~RegisteredConstant() { emulated::emulator().unregisterConstant(name); }
+DeviceModule::~DeviceModule() { emulated::emulator().unregisterConstants(constants); }
 
 }  // namespace cuda_runtime

@@ -3,12 +3,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/PendingCall.h"
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "cuda_runtime/runtime.h"
@@ -71,9 +74,13 @@ class Emulator {
     /// The device that `cudaSetDevice` chose last.
     int currentDevice() const noexcept { return chosenDevice; }
 
-    void registerKernel(const KernelImage& image);
-    void registerConstant(const std::string& name, void* address, std::size_t bytes);
-    void unregisterConstant(const std::string& name);
+    /// Host threads that a launch may use; the machine's by default.
+    void setWorkers(unsigned count) noexcept { workers = count; }
+    static unsigned defaultWorkers() noexcept;
+
+    void registerModule(std::span<const void* const> entries,
+                        std::span<const ConstantSymbol> symbols);
+    void unregisterConstants(std::span<const ConstantSymbol> symbols);
 
     cudaError_t getDeviceCount(int* count);
     cudaError_t getDeviceProperties(cudaDeviceProp* properties, int device);
@@ -91,11 +98,6 @@ class Emulator {
     cudaError_t getLastError();
 
   private:
-    struct Constant {
-        void* address;
-        std::size_t bytes;
-    };
-
     template <class... Arguments>
     bool intercepted(cudaError_t& status, Operation operation, const char* name,
                      const Arguments&... arguments);
@@ -103,12 +105,14 @@ class Emulator {
     cudaError_t enterContext() noexcept;
     bool isDeviceRange(const void* address, std::size_t bytes) const;
     cudaError_t runPending(const KernelImage& image) const;
+    void runThreads(const KernelImage& image, std::int64_t threads) const;
 
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;
     Interceptor interceptor;
-    std::map<std::string, Constant> constants;
-    std::vector<const KernelImage*> kernels;
+    unsigned workers;
+    std::map<std::string, ConstantSymbol> constants;
+    std::vector<const void*> kernels;
 
     int chosenDevice = 0;
     bool contextExists = false;

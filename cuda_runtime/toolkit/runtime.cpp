@@ -10,8 +10,8 @@
 #include <string>
 #include <utility>
 
+#include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/PendingCall.h"
-#include "cuda_runtime/constants.h"
 #include "cuda_runtime/toolkit/OwnContext.h"
 
 namespace cuda_runtime {
@@ -32,13 +32,8 @@ ThreadState& state() {
     return instance;
 }
 
-struct Constant {
-    const void* symbol;
-    std::size_t bytes;
-};
-
-std::map<std::string, Constant>& constants() {
-    static std::map<std::string, Constant> registry;
+std::map<std::string, ConstantSymbol>& constantRegistry() {
+    static std::map<std::string, ConstantSymbol> registry;
     return registry;
 }
 
@@ -103,8 +98,8 @@ cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpy
 cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind kind) {
     return inContext([=] {
-        const auto found = constants().find(name);
-        if (found == constants().end())
+        const auto found = constantRegistry().find(name);
+        if (found == constantRegistry().end())
             return ::cudaErrorInvalidSymbol;
         return ::cudaMemcpyToSymbol(found->second.symbol, from, bytes, offset,
                                     static_cast<::cudaMemcpyKind>(kind));
@@ -148,11 +143,15 @@ const char* cudaGetErrorString(cudaError_t status) {
     return ::cudaGetErrorString(static_cast<::cudaError_t>(status));
 }
 
-RegisteredConstant::RegisteredConstant(const char* name, void* symbol, std::size_t bytes)
-    : name(name) {
-    constants().insert_or_assign(name, Constant{symbol, bytes});
+// The compiler's own code registers the kernels.
+DeviceModule::DeviceModule(std::span<const void* const>, std::span<const ConstantSymbol> constants)
+    : constants(constants) {
+    for (const ConstantSymbol& symbol : constants)
+        constantRegistry().insert_or_assign(symbol.name, symbol);
 }
 
-RegisteredConstant::~RegisteredConstant() { constants().erase(name); }
+DeviceModule::~DeviceModule() {
+    for (const ConstantSymbol& symbol : constants) constantRegistry().erase(symbol.name);
+}
 
 }  // namespace cuda_runtime

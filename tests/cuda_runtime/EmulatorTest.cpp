@@ -8,8 +8,8 @@
 #include <array>
 #include <thread>
 
+#include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/KernelEntry.h"
-#include "cuda_runtime/constants.h"
 #include "cuda_runtime/kernel.h"
 #include "tests/support/EmulatedDevices.h"
 
@@ -28,15 +28,28 @@ class EmulatorTest : public testing::Test {
     }
 };
 
-__global__ void addKernel(double* sum, int a, double b) { *sum = a + b; }
-
-const KernelEntry<double*, int, double>& addEntry() {
-    static const KernelEntry<double*, int, double> entry(entryOf<&addKernel>());
-    return entry;
+/// Writes a + b to element 0, by the thread of index 0.
+__global__ void addKernel(double* sum, int a, double b) {
+    const auto index = threadIndex<double>();
+    store(sum, index, index < 1, lanes::broadcast<Lanes<double>::Reals>(a + b));
 }
 
+/// Counts how often every thread of a grid runs.
+__global__ void countKernel(float* counts, int size) {
+    const auto index = threadIndex<float>();
+    const auto inside = index < size;
+    store(counts, index, inside, load<Lanes<float>::Reals>(counts, index, inside) + 1);
+}
+
+const void* const addImage = entryOf<double, &addKernel>();
+const KernelEntry<double*, int, double> addEntry(addImage);
+const KernelEntry<float*, int> countEntry(entryOf<float, &countKernel>());
+const std::array<const void*, 2> kernels{addImage, entryOf<float, &countKernel>()};
+
 std::array<float, 4> constantArray{};
-const RegisteredConstant registeredArray("global_array", constantArray);
+const std::array<ConstantSymbol, 1> constants{
+    {{"global_array", &constantArray, sizeof constantArray}}};
+const DeviceModule module(kernels, constants);
 
 TEST_F(EmulatorTest, IsOneEmulationDeviceWithTheMachinesThreads) {
     int count = 0;
@@ -160,7 +173,8 @@ TEST_F(EmulatorTest, ConstantsAreKnownWhileTheirRegistrationLives) {
     int symbol = 0;
     const int value = 3;
     {
-        const RegisteredConstant registered("global_passing", symbol);
+        const std::array<ConstantSymbol, 1> passing{{{"global_passing", &symbol, sizeof symbol}}};
+        const DeviceModule passingModule({}, passing);
         EXPECT_EQ(cudaMemcpyToSymbol("global_passing", &value, sizeof value), cudaSuccess);
         EXPECT_EQ(symbol, 3);
     }
@@ -170,19 +184,47 @@ TEST_F(EmulatorTest, ConstantsAreKnownWhileTheirRegistrationLives) {
 TEST_F(EmulatorTest, LaunchesAKernelWithItsArguments) {
     void* sum = nullptr;
     ASSERT_EQ(cudaMalloc(&sum, sizeof(double)), cudaSuccess);
-    addEntry().launch({}, {}, static_cast<double*>(sum), 2, 0.5);
+    addEntry.launch({}, {}, static_cast<double*>(sum), 2, 0.5);
     EXPECT_EQ(cudaGetLastError(), cudaSuccess);
     EXPECT_EQ(*static_cast<double*>(sum), 2.5);
+}
+
+TEST_F(EmulatorTest, RunsEveryThreadOfAnyGridOnce) {
+    struct Shape {
+        dim3 grid;
+        dim3 block;
+    };
+    for (const auto& [grid, block] :
+         {Shape{{1, 1, 1}, {1, 1, 1}}, Shape{{3, 1, 1}, {7, 1, 1}}, Shape{{2, 3, 4}, {128, 1, 1}},
+          Shape{{1, 64, 1}, {128, 1, 1}}, Shape{{500, 1, 1}, {100, 1, 1}}}) {
+        const std::size_t threads = std::size_t{grid.x} * grid.y * grid.z * block.x;
+        std::vector<float> counts(threads + 100, 0);
+        for (const unsigned workers : {1U, 2U, 5U}) {
+            emulator().setWorkers(workers);
+            countEntry.launch(grid, block, counts.data(), static_cast<int>(counts.size()));
+            EXPECT_EQ(cudaGetLastError(), cudaSuccess);
+        }
+        emulator().setWorkers(emulated::Emulator::defaultWorkers());
+        for (std::size_t i = 0; i < counts.size(); ++i) ASSERT_EQ(counts[i], i < threads ? 3 : 0);
+    }
+}
+
+TEST_F(EmulatorTest, AKernelThatUsesNoMemoryFailsTheLaunch) {
+    addEntry.launch({}, {}, nullptr, 2, 0.5);
+    EXPECT_EQ(cudaGetLastError(), cudaErrorIllegalAddress);
+    double sum = 0;
+    addEntry.launch({}, {}, &sum, 2, 0.5);
+    EXPECT_EQ(cudaGetLastError(), cudaSuccess);
 }
 
 TEST_F(EmulatorTest, RefusesGeometriesThatNoDeviceHas) {
     for (const dim3 grid :
          {dim3{0, 1, 1}, dim3{1, 65536, 1}, dim3{1, 1, 65536}, dim3{2147483648U}}) {
-        addEntry().launch(grid, {}, nullptr, 2, 0.5);
+        addEntry.launch(grid, {}, nullptr, 2, 0.5);
         EXPECT_EQ(cudaGetLastError(), cudaErrorInvalidConfiguration);
     }
     for (const dim3 block : {dim3{1, 0, 1}, dim3{1025, 1, 1}, dim3{1, 1, 65}, dim3{32, 33, 1}}) {
-        addEntry().launch({}, block, nullptr, 2, 0.5);
+        addEntry.launch({}, block, nullptr, 2, 0.5);
         EXPECT_EQ(cudaGetLastError(), cudaErrorInvalidConfiguration);
     }
 }
@@ -192,24 +234,24 @@ TEST_F(EmulatorTest, RefusesALaunchThatLacksArguments) {
     double* const address = &sum;
     ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
     ASSERT_EQ(cudaSetupArgument(&address, sizeof address, 0), cudaSuccess);
-    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaLaunch(addImage), cudaErrorInvalidValue);
     EXPECT_EQ(sum, 0);
 }
 
 TEST_F(EmulatorTest, RefusesLaunchesThatAreNotConfiguredOrUnknown) {
     const int argument = 0;
     EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 0), cudaErrorMissingConfiguration);
-    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorMissingConfiguration);
+    EXPECT_EQ(cudaLaunch(addImage), cudaErrorMissingConfiguration);
     ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
     EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 4096), cudaErrorInvalidValue);
     EXPECT_EQ(cudaLaunch(&argument), cudaErrorInvalidDeviceFunction);
-    EXPECT_EQ(cudaLaunch(entryOf<&addKernel>()), cudaErrorMissingConfiguration);
+    EXPECT_EQ(cudaLaunch(addImage), cudaErrorMissingConfiguration);
 }
 
 TEST_F(EmulatorTest, AFailingArgumentEndsTheEntryWithoutALaunch) {
     const RuntimeLog log(PlannedFailure{2, cudaErrorUnknown, emulated::Operation::SetupArgument});
     double sum = 0;
-    addEntry().launch({}, {}, &sum, 2, 0.5);
+    addEntry.launch({}, {}, &sum, 2, 0.5);
     EXPECT_THAT(log.calls,
                 testing::ElementsAre("cudaConfigureCall((1, 1, 1), (1, 1, 1), 0, 0)",
                                      "cudaSetupArgument(8, 0)", "cudaSetupArgument(4, 8)"));

@@ -1,0 +1,382 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include "FastNearfield/PistonModules.h"
+#include "cuda_runtime/kernel.h"
+
+// The kernels of the fast near-field method and their device functions, for both precisions. A
+// Family names the precision: Real, Complex, and the rule in constant memory, x(), w() and order().
+//
+// The rule is the half of a symmetric one of order N: for i < N/2, x[i] stands for the pair +-x[i]
+// of common weight w[i]; with N odd, w[N/2] belongs to the abscissa 0.
+//
+// The code is in terms of the lanes of `cuda_runtime/kernel.h`: on a GPU a lane is the thread.
+
+namespace {
+
+using cuda_runtime::Lanes;
+
+template <class Family>
+using Real = typename Family::Real;
+template <class Family>
+using Reals = typename Lanes<Real<Family>>::Reals;
+template <class Family>
+using Ints = typename Lanes<Real<Family>>::Ints;
+template <class Family>
+using Mask = typename Lanes<Real<Family>>::Mask;
+
+template <class Family>
+struct LaneComplex {
+    Reals<Family> re;
+    Reals<Family> im;
+};
+
+template <class Family>
+struct Position {
+    Reals<Family> x, y, z;
+};
+
+/// The upper three rows of a transform.
+template <class Family>
+struct TransformRows {
+    Real<Family> m00, m01, m02, m03;
+    Real<Family> m10, m11, m12, m13;
+    Real<Family> m20, m21, m22, m23;
+};
+
+/// exp(j*angle)
+template <class Family>
+__device__ inline LaneComplex<Family> unitPhase(Reals<Family> angle) {
+    const auto phase = cuda_runtime::sinCos(angle);
+    return {phase.cosine, phase.sine};
+}
+
+/// The integrand g(t) = (exp(-j*k*r) - E) / d of an edge at the offset X, with d = X^2 + t^2,
+/// r = sqrt(d + z^2) and E = exp(-j*k*z). d is not tested for zero.
+template <class Family>
+__device__ inline LaneComplex<Family> RectangularPiston_innerIntegral(
+    Reals<Family> X, Reals<Family> t, Reals<Family> z, Real<Family> k, LaneComplex<Family> E) {
+    const Reals<Family> d = X * X + t * t;
+    const Reals<Family> r = cuda_runtime::squareRoot(d + z * z);
+    const LaneComplex<Family> e = unitPhase<Family>(-k * r);
+    const Reals<Family> perD = cuda_runtime::reciprocal(d);
+    return {(e.re - E.re) * perD, (e.im - E.im) * perD};
+}
+
+/// F(X, lo, hi): the integral of g over [lo, hi] by the rule in constant memory.
+template <class Family>
+__device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
+    Reals<Family> X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E, Reals<Family> lo,
+    Reals<Family> hi) {
+    const Reals<Family> c = (lo + hi) * Real<Family>(0.5);
+    const Reals<Family> h = (hi - lo) * Real<Family>(0.5);
+    const int order = Family::order();
+    const int pairs = order / 2;
+    LaneComplex<Family> sum{};
+    for (int i = 0; i < pairs; ++i) {
+        const Reals<Family> offset = h * Family::x(i);
+        const Reals<Family> weight = Family::w(i) * h;
+        const auto plus = RectangularPiston_innerIntegral<Family>(X, c + offset, z, k, E);
+        const auto minus = RectangularPiston_innerIntegral<Family>(X, c - offset, z, k, E);
+        sum.re += (plus.re + minus.re) * weight;
+        sum.im += (plus.im + minus.im) * weight;
+    }
+    if (order > 2 * pairs) {
+        const Reals<Family> weight = Family::w(pairs) * h;
+        const auto middle = RectangularPiston_innerIntegral<Family>(X, c, z, k, E);
+        sum.re += middle.re * weight;
+        sum.im += middle.im * weight;
+    }
+    return sum;
+}
+
+/// Adds factor * F(X, lo, hi) to the sums re and im.
+template <class Family>
+__device__ inline void integrate_all(Reals<Family>* re, Reals<Family>* im, Reals<Family> X,
+                                     Reals<Family> z, Real<Family> k, Reals<Family> phaseRe,
+                                     Reals<Family> phaseIm, Reals<Family> lo, Reals<Family> hi,
+                                     Reals<Family> factor) {
+    const auto integral =
+        RectangularPiston_integrateFlexible<Family>(X, z, k, {phaseRe, phaseIm}, lo, hi);
+    *re += factor * integral.re;
+    *im += factor * integral.im;
+}
+
+/// How a point lies to a pair of parallel edges: which limits its integrals have.
+template <class Family>
+struct Placing {
+    Mask<Family> outside;  ///< beyond the piston: one integral over the whole edge
+    Mask<Family> split;    ///< within it: the integral is split at the foot point 0
+    // Elsewhere, on the axis: the two halves are equal, and one is doubled.
+};
+
+template <class Family>
+__device__ inline Placing<Family> placingOf(Reals<Family> coordinate, Real<Family> halfSide) {
+    constexpr auto nearAxis = static_cast<Real<Family>>(1e-7);
+    const Mask<Family> outside = coordinate > halfSide;
+    const Mask<Family> split = (!outside) & (coordinate > nearAxis);
+    return {outside, split};
+}
+
+/// The term X * (integral along the edge from lo to hi at the offset X).
+template <class Family>
+__device__ inline LaneComplex<Family> edgeTerm(Placing<Family> placing, Reals<Family> X,
+                                               Reals<Family> z, Real<Family> k,
+                                               LaneComplex<Family> E, Reals<Family> lo,
+                                               Reals<Family> hi) {
+    using cuda_runtime::select;
+    const Reals<Family> zero{};
+    auto integral = RectangularPiston_integrateFlexible<Family>(
+        X, z, k, E, select(placing.outside, lo, zero), hi);
+    if (cuda_runtime::any(placing.split)) {
+        const auto lower = RectangularPiston_integrateFlexible<Family>(X, z, k, E, lo, zero);
+        integral.re = select(placing.split, integral.re + lower.re, integral.re);
+        integral.im = select(placing.split, integral.im + lower.im, integral.im);
+    }
+    const Mask<Family> once = placing.outside | placing.split;
+    const Reals<Family> factor = select(once, X, 2 * X);
+    return {factor * integral.re, factor * integral.im};
+}
+
+/// -j * S / (2 pi)
+template <class Family>
+__device__ inline LaneComplex<Family> scaled(LaneComplex<Family> S) {
+    constexpr auto oneOverTwoPi = static_cast<Real<Family>>(0.15915494309189535);
+    return {S.im * oneOverTwoPi, -S.re * oneOverTwoPi};
+}
+
+/// The pressure at (x, y, z), which by the piston's symmetry depends on |x| and |y| only. A point
+/// whose projection is a corner of the piston has no finite value.
+template <class Family>
+__device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
+    Reals<Family> x, Reals<Family> y, Reals<Family> z, Real<Family> a, Real<Family> b,
+    Real<Family> k) {
+    using cuda_runtime::select;
+    const Reals<Family> ax = cuda_runtime::absolute(x);
+    const Reals<Family> ay = cuda_runtime::absolute(y);
+    const Reals<Family> x1 = ax - a;
+    const Reals<Family> x2 = ax + a;
+    const Reals<Family> y1 = ay - b;
+    const Reals<Family> y2 = ay + b;
+    const LaneComplex<Family> E = unitPhase<Family>(-k * z);
+
+    const Placing<Family> alongY = placingOf<Family>(ay, b);
+    const auto atX1 = edgeTerm<Family>(alongY, x1, z, k, E, y1, y2);
+    const auto atX2 = edgeTerm<Family>(alongY, x2, z, k, E, y1, y2);
+    const LaneComplex<Family> S{atX1.re - atX2.re, atX1.im - atX2.im};
+
+    const Placing<Family> alongX = placingOf<Family>(ax, a);
+    const auto atY1 = edgeTerm<Family>(alongX, y1, z, k, E, x1, x2);
+    const auto atY2 = edgeTerm<Family>(alongX, y2, z, k, E, x1, x2);
+    // The order of the additions depends on the case.
+    const auto added = [split = alongX.split](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
+        return select(split, (s + t1) - t2, s + (t1 - t2));
+    };
+    return scaled<Family>({added(S.re, atY1.re, atY2.re), added(S.im, atY1.im, atY2.im)});
+}
+
+/// The pressure at (x, y, z) with every edge in one piece: the plain sum of four integrals.
+template <class Family>
+__device__ inline LaneComplex<Family> calculate_FastNearfield(Reals<Family> x, Reals<Family> y,
+                                                              Reals<Family> z, Real<Family> a,
+                                                              Real<Family> b, Real<Family> k) {
+    const Reals<Family> x1 = x - a;
+    const Reals<Family> x2 = x + a;
+    const Reals<Family> y1 = y - b;
+    const Reals<Family> y2 = y + b;
+    const LaneComplex<Family> E = unitPhase<Family>(-k * z);
+    LaneComplex<Family> S{};
+    integrate_all<Family>(&S.re, &S.im, x1, z, k, E.re, E.im, y1, y2, x1);
+    integrate_all<Family>(&S.re, &S.im, x2, z, k, E.re, E.im, y1, y2, -x2);
+    integrate_all<Family>(&S.re, &S.im, y1, z, k, E.re, E.im, x1, x2, y1);
+    integrate_all<Family>(&S.re, &S.im, y2, z, k, E.re, E.im, x1, x2, -y2);
+    return scaled<Family>(S);
+}
+
+/// A regular grid's points, numbered x fastest, then y, then z.
+template <class Family>
+struct GridIndices {
+    Ints<Family> x, y, z;
+};
+
+template <class Family>
+__device__ inline GridIndices<Family> gridIndices(Ints<Family> index, int sx, int sy) {
+    const Ints<Family> row = index / sx;
+    return {index % sx, row % sy, row / sy};
+}
+
+/// The number of points, in 32-bit arithmetic that wraps around.
+__device__ inline int pointCount(int sx, int sy, int sz) {
+    return static_cast<int>(static_cast<unsigned>(sx) * static_cast<unsigned>(sy) *
+                            static_cast<unsigned>(sz));
+}
+
+template <class Family>
+__device__ inline TransformRows<Family> loadRows(const Real<Family>* m) {
+    using cuda_runtime::load;
+    return {load(m, 0), load(m, 1), load(m, 2), load(m, 3), load(m, 4),  load(m, 5),
+            load(m, 6), load(m, 7), load(m, 8), load(m, 9), load(m, 10), load(m, 11)};
+}
+
+/// Deliberate: no fourth row and no division, unlike the positions of the CPU evaluation.
+template <class Family>
+__device__ inline Position<Family> place(const GridIndices<Family>& index,
+                                         const TransformRows<Family>& m) {
+    const auto ix = cuda_runtime::toReals<Reals<Family>>(index.x);
+    const auto iy = cuda_runtime::toReals<Reals<Family>>(index.y);
+    const auto iz = cuda_runtime::toReals<Reals<Family>>(index.z);
+    return {((m.m01 * iy + m.m00 * ix) + m.m02 * iz) + m.m03,
+            ((m.m11 * iy + m.m10 * ix) + m.m12 * iz) + m.m13,
+            ((m.m21 * iy + m.m20 * ix) + m.m22 * iz) + m.m23};
+}
+
+template <class Family>
+__device__ inline LaneComplex<Family> pressureAt(const Position<Family>& p, Real<Family> a,
+                                                 Real<Family> b, Real<Family> k) {
+    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k);
+}
+
+template <class Family>
+__device__ inline void calculateGrid(typename Family::Complex* d_array, int sx, int sy, int sz,
+                                     const TransformRows<Family>& rows, Real<Family> a,
+                                     Real<Family> b, Real<Family> k) {
+    const auto index = cuda_runtime::threadIndex<Real<Family>>();
+    const auto inside = index < pointCount(sx, sy, sz);
+    if (!cuda_runtime::any(inside))
+        return;
+    const auto p =
+        pressureAt<Family>(place<Family>(gridIndices<Family>(index, sx, sy), rows), a, b, k);
+    cuda_runtime::store(d_array, index, inside, p.re, p.im);
+}
+
+template <class Family>
+__device__ inline void calculateGrid(Real<Family>* d_arrayr, Real<Family>* d_arrayi, int sx, int sy,
+                                     int sz, const TransformRows<Family>& rows, Real<Family> a,
+                                     Real<Family> b, Real<Family> k) {
+    const auto index = cuda_runtime::threadIndex<Real<Family>>();
+    const auto inside = index < pointCount(sx, sy, sz);
+    if (!cuda_runtime::any(inside))
+        return;
+    const auto p =
+        pressureAt<Family>(place<Family>(gridIndices<Family>(index, sx, sy), rows), a, b, k);
+    cuda_runtime::store(d_arrayr, index, inside, p.re);
+    cuda_runtime::store(d_arrayi, index, inside, p.im);
+}
+
+template <class Family>
+__global__ void calculate(typename Family::Complex* d_array, int sx, int sy, int sz,
+                          Real<Family> dx, Real<Family> dy, Real<Family> dz, Real<Family> a,
+                          Real<Family> b, Real<Family> k) {
+    const auto index = cuda_runtime::threadIndex<Real<Family>>();
+    const auto inside = index < pointCount(sx, sy, sz);
+    if (!cuda_runtime::any(inside))
+        return;
+    const auto at = gridIndices<Family>(index, sx, sy);
+    const Position<Family> position{cuda_runtime::toReals<Reals<Family>>(at.x) * dx,
+                                    cuda_runtime::toReals<Reals<Family>>(at.y) * dy,
+                                    cuda_runtime::toReals<Reals<Family>>(at.z) * dz};
+    const auto p = pressureAt<Family>(position, a, b, k);
+    cuda_runtime::store(d_array, index, inside, p.re, p.im);
+}
+
+template <class Family>
+__global__ void calculate_grid(typename Family::Complex* d_array, int sx, int sy, int sz,
+                               Real<Family> transform00, Real<Family> transform01,
+                               Real<Family> transform02, Real<Family> transform03,
+                               Real<Family> transform10, Real<Family> transform11,
+                               Real<Family> transform12, Real<Family> transform13,
+                               Real<Family> transform20, Real<Family> transform21,
+                               Real<Family> transform22, Real<Family> transform23, Real<Family> a,
+                               Real<Family> b, Real<Family> k) {
+    calculateGrid<Family>(
+        d_array, sx, sy, sz,
+        {transform00, transform01, transform02, transform03, transform10, transform11, transform12,
+         transform13, transform20, transform21, transform22, transform23},
+        a, b, k);
+}
+
+template <class Family>
+__global__ void calculate_grid(Real<Family>* d_arrayr, Real<Family>* d_arrayi, int sx, int sy,
+                               int sz, Real<Family> transform00, Real<Family> transform01,
+                               Real<Family> transform02, Real<Family> transform03,
+                               Real<Family> transform10, Real<Family> transform11,
+                               Real<Family> transform12, Real<Family> transform13,
+                               Real<Family> transform20, Real<Family> transform21,
+                               Real<Family> transform22, Real<Family> transform23, Real<Family> a,
+                               Real<Family> b, Real<Family> k) {
+    calculateGrid<Family>(
+        d_arrayr, d_arrayi, sx, sy, sz,
+        {transform00, transform01, transform02, transform03, transform10, transform11, transform12,
+         transform13, transform20, transform21, transform22, transform23},
+        a, b, k);
+}
+
+template <class Family>
+__global__ void calculate_grid(typename Family::Complex* d_array, int sx, int sy, int sz,
+                               const Real<Family>* transform, Real<Family> a, Real<Family> b,
+                               Real<Family> k) {
+    calculateGrid<Family>(d_array, sx, sy, sz, loadRows<Family>(transform), a, b, k);
+}
+
+template <class Family>
+__global__ void calculate_grid(Real<Family>* d_arrayr, Real<Family>* d_arrayi, int sx, int sy,
+                               int sz, const Real<Family>* transform, Real<Family> a,
+                               Real<Family> b, Real<Family> k) {
+    calculateGrid<Family>(d_arrayr, d_arrayi, sx, sy, sz, loadRows<Family>(transform), a, b, k);
+}
+
+template <class Family>
+__global__ void calculate_grid_structured(typename Family::Complex* d_array, int sx, int sy, int sz,
+                                          const Real<Family>* posx, const Real<Family>* posy,
+                                          const Real<Family>* posz, Real<Family> a, Real<Family> b,
+                                          Real<Family> k) {
+    using cuda_runtime::load;
+    const auto index = cuda_runtime::threadIndex<Real<Family>>();
+    const auto inside = index < pointCount(sx, sy, sz);
+    if (!cuda_runtime::any(inside))
+        return;
+    const auto at = gridIndices<Family>(index, sx, sy);
+    const Position<Family> position{load<Reals<Family>>(posx, at.x, inside),
+                                    load<Reals<Family>>(posy, at.y, inside),
+                                    load<Reals<Family>>(posz, at.z, inside)};
+    const auto p = pressureAt<Family>(position, a, b, k);
+    cuda_runtime::store(d_array, index, inside, p.re, p.im);
+}
+
+template <class Family>
+__global__ void calculate_grid_unstructured(typename Family::Complex* d_array, int nbPos,
+                                            const Real<Family>* pos, Real<Family> a, Real<Family> b,
+                                            Real<Family> k) {
+    using cuda_runtime::load;
+    const auto index = cuda_runtime::threadIndex<Real<Family>>();
+    const auto inside = index < nbPos;
+    if (!cuda_runtime::any(inside))
+        return;
+    const Position<Family> position{load<Reals<Family>>(pos, 3 * index, inside),
+                                    load<Reals<Family>>(pos, 3 * index + 1, inside),
+                                    load<Reals<Family>>(pos, 3 * index + 2, inside)};
+    const auto p = pressureAt<Family>(position, a, b, k);
+    cuda_runtime::store(d_array, index, inside, p.re, p.im);
+}
+
+/// The entry to a kernel of the Family, chosen among its overloads by the entry's parameters.
+template <class Entry, class Family, typename Entry::Kernel kernel>
+Entry entryTo() {
+    return Entry(cuda_runtime::entryOf<Real<Family>, kernel>());
+}
+
+/// The kernels that every Family has.
+template <class Family>
+PistonModule<Real<Family>, typename Family::Complex> commonModule(
+    const std::array<cuda_runtime::ConstantSymbol, 3>& constants) {
+    using Module = PistonModule<Real<Family>, typename Family::Complex>;
+    return {entryTo<typename Module::Calculate, Family, &calculate<Family>>(),
+            entryTo<typename Module::GridByValues, Family, &calculate_grid<Family>>(),
+            entryTo<typename Module::SplitGridByValues, Family, &calculate_grid<Family>>(),
+            entryTo<typename Module::Grid, Family, &calculate_grid<Family>>(),
+            entryTo<typename Module::SplitGrid, Family, &calculate_grid<Family>>(),
+            constants};
+}
+
+}  // namespace

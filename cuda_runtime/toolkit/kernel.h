@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+// The host side of a kernel source is the baseline's.
+#define PISTONFIELD_INSTRUCTION_SET baseline
+
+namespace cuda_runtime {
+
+/// A thread is one lane.
+template <class T>
+struct Lanes {
+    using Reals = T;
+    using Ints = int;
+    using Mask = bool;
+};
+
+template <class T>
+struct SineAndCosine {
+    T sine;
+    T cosine;
+};
+
+template <class T>
+__device__ inline int threadIndex() {
+    return static_cast<int>(threadIdx.x +
+                            blockDim.x *
+                                (blockIdx.x + gridDim.x * (blockIdx.y + gridDim.y * blockIdx.z)));
+}
+
+__device__ inline bool any(bool mask) { return mask; }
+
+template <class T>
+__device__ inline T select(bool mask, T a, T b) {
+    return mask ? a : b;
+}
+
+template <class V>
+__device__ inline V toReals(int index) {
+    return static_cast<V>(index);
+}
+
+template <class T>
+__device__ inline T load(const T* array, int index) {
+    return array[index];
+}
+
+template <class V, class T>
+__device__ inline V load(const T* array, int index, bool mask) {
+    return mask ? array[index] : V{};
+}
+
+template <class T>
+__device__ inline void store(T* array, int index, bool mask, T value) {
+    if (mask)
+        array[index] = value;
+}
+
+/// Stores pairs of reals, in one store each.
+template <class Pair, class T>
+__device__ inline void store(Pair* array, int index, bool mask, T first, T second) {
+    if (mask)
+        array[index] = Pair{first, second};
+}
+
+__device__ inline float absolute(float v) { return fabsf(v); }
+__device__ inline double absolute(double v) { return fabs(v); }
+
+// Single precision: correctly rounded square root, fast approximate reciprocal.
+
+__device__ inline float squareRoot(float v) { return __fsqrt_rn(v); }
+
+__device__ inline float reciprocal(float v) {
+    float result;
+    asm("rcp.approx.f32 %0, %1;" : "=f"(result) : "f"(v));
+    return result;
+}
+
+__device__ inline SineAndCosine<float> sinCos(float angle) {
+    SineAndCosine<float> result;
+    sincosf(angle, &result.sine, &result.cosine);
+    return result;
+}
+
+// Double precision: transcendental functions in single precision on the converted argument, the
+// square root by the fast approximate instruction; a correctly rounded reciprocal.
+
+__device__ inline double squareRoot(double v) {
+    float result;
+    asm("sqrt.approx.f32 %0, %1;" : "=f"(result) : "f"(static_cast<float>(v)));
+    return result;
+}
+
+__device__ inline double reciprocal(double v) { return __drcp_rn(v); }
+
+__device__ inline SineAndCosine<double> sinCos(double angle) {
+    const SineAndCosine<float> result = sinCos(static_cast<float>(angle));
+    return {result.sine, result.cosine};
+}
+
+template <class T, auto kernel>
+const void* entryOf() {
+    return reinterpret_cast<const void*>(kernel);
+}
+
+}  // namespace cuda_runtime

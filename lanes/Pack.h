@@ -1,0 +1,156 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <immintrin.h>
+
+#include <cstdint>
+#include <type_traits>
+
+// The sources of hot loops are compiled once for each instruction set. Everything in this folder
+// lives in an inline namespace named after the set, so that the copies stay apart in the linker.
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+#define PISTONFIELD_INSTRUCTION_SET v4
+#elif defined(__AVX2__) && defined(__FMA__)
+#define PISTONFIELD_INSTRUCTION_SET v3
+#else
+#define PISTONFIELD_INSTRUCTION_SET baseline
+#endif
+
+/// Packs of SIMD lanes: one shape of arithmetic at several independent points at a time. The types
+/// are the compiler's vector types, whose operators work lane by lane; comparisons yield a mask,
+/// integers of the lanes' width that are 0 or -1.
+namespace lanes {
+inline namespace PISTONFIELD_INSTRUCTION_SET {
+
+template <class T, int W>
+struct PackOf {
+    typedef T type __attribute__((vector_size(W * sizeof(T))));
+};
+
+/// W lanes of T.
+template <class T, int W>
+using Pack = typename PackOf<T, W>::type;
+
+/// The bytes of the set's widest registers.
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+inline constexpr int registerBytes = 64;
+#elif defined(__AVX2__) && defined(__FMA__)
+inline constexpr int registerBytes = 32;
+#else
+inline constexpr int registerBytes = 16;
+#endif
+
+/// The lanes of T that fill a register.
+template <class T>
+inline constexpr int width = registerBytes / static_cast<int>(sizeof(T));
+
+template <class V>
+using Element = std::remove_cvref_t<decltype(V{}[0])>;
+
+template <class V>
+inline constexpr int widthOf = sizeof(V) / sizeof(Element<V>);
+
+/// The mask type of comparisons between packs V.
+template <class V>
+using Mask = decltype(V{} < V{});
+
+/// The same value in every lane.
+template <class V, class T>
+[[gnu::always_inline]] inline V broadcast(T value) {
+    return V{} + static_cast<Element<V>>(value);
+}
+
+/// The lanes' bits read as another pack of the same size.
+template <class To, class From>
+[[gnu::always_inline]] inline To bitsAs(From from) {
+    static_assert(sizeof(To) == sizeof(From));
+    return (To)from;
+}
+
+/// Lane by lane: where the mask is set a, elsewhere b.
+template <class V>
+[[gnu::always_inline]] inline V select(Mask<V> mask, V a, V b) {
+    return mask ? a : b;
+}
+
+template <class M>
+[[gnu::always_inline]] inline bool any(M mask) {
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+    if constexpr (sizeof(M) == 64)
+        return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
+#endif
+#if defined(__AVX2__) && defined(__FMA__)
+    if constexpr (sizeof(M) == 32)
+        return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
+#endif
+    if constexpr (sizeof(M) == 16)
+        return _mm_movemask_epi8((__m128i)mask) != 0;
+    for (int i = 0; i < widthOf<M>; ++i)
+        if (mask[i] != 0)
+            return true;
+    return false;
+}
+
+template <class V>
+[[gnu::always_inline]] inline V absolute(V v) {
+    using Bits = Mask<V>;
+    constexpr Element<Bits> allButSign =
+        static_cast<Element<Bits>>(~(Element<Bits>{1} << (sizeof(Element<Bits>) * 8 - 1)));
+    return bitsAs<V>(bitsAs<Bits>(v) & allButSign);
+}
+
+/// Correctly rounded.
+template <class V>
+[[gnu::always_inline]] inline V squareRoot(V v) {
+    constexpr bool isDouble = sizeof(Element<V>) == 8;
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+    if constexpr (sizeof(V) == 64 && isDouble)
+        return (V)_mm512_sqrt_pd((__m512d)v);
+    if constexpr (sizeof(V) == 64 && !isDouble)
+        return (V)_mm512_sqrt_ps((__m512)v);
+#endif
+#if defined(__AVX2__) && defined(__FMA__)
+    if constexpr (sizeof(V) == 32 && isDouble)
+        return (V)_mm256_sqrt_pd((__m256d)v);
+    if constexpr (sizeof(V) == 32 && !isDouble)
+        return (V)_mm256_sqrt_ps((__m256)v);
+#endif
+    if constexpr (sizeof(V) == 16 && isDouble)
+        return (V)_mm_sqrt_pd((__m128d)v);
+    if constexpr (sizeof(V) == 16 && !isDouble)
+        return (V)_mm_sqrt_ps((__m128)v);
+    V root{};
+    for (int i = 0; i < widthOf<V>; ++i)
+        root[i] = static_cast<Element<V>>(__builtin_sqrt(static_cast<double>(v[i])));
+    return root;
+}
+
+/// a*b + c, rounded once where the instruction set has that, else twice: for the elementary
+/// functions only, whose rounding may differ between instruction sets.
+template <class V>
+[[gnu::always_inline]] inline V multiplyAdd(V a, V b, V c) {
+    [[maybe_unused]] constexpr bool isDouble = sizeof(Element<V>) == 8;
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+    if constexpr (sizeof(V) == 64 && isDouble)
+        return (V)_mm512_fmadd_pd((__m512d)a, (__m512d)b, (__m512d)c);
+    if constexpr (sizeof(V) == 64 && !isDouble)
+        return (V)_mm512_fmadd_ps((__m512)a, (__m512)b, (__m512)c);
+#endif
+#if defined(__AVX2__) && defined(__FMA__)
+    if constexpr (sizeof(V) == 32 && isDouble)
+        return (V)_mm256_fmadd_pd((__m256d)a, (__m256d)b, (__m256d)c);
+    if constexpr (sizeof(V) == 32 && !isDouble)
+        return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16 && !isDouble)
+        return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
+#endif
+    return a * b + c;
+}
+
+/// Whether `multiplyAdd` of packs V rounds once.
+template <class V>
+inline constexpr bool fuses = registerBytes >= 32 && sizeof(V) >= 16;
+
+}  // namespace PISTONFIELD_INSTRUCTION_SET
+}  // namespace lanes
