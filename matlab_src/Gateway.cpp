@@ -120,9 +120,12 @@ void computeField(const FieldRequest& request, FieldHalves field) {
 void answerFieldRequest(int outputCount, host::Array*& output, Arguments arguments) {
     std::optional<FieldRequest> request = readRequest(outputCount, arguments);
     if (!request) return;
+    const bool points = hasPoints(*request);
+    // Before the result exists: a host that fills a new array with zeros may be ended by the
+    // system for its use of memory, where a failing allocation would have ended only the call.
+    if (points) static_cast<void>(trueCount(*request));
     output = createResult(*request);
-    if (!hasPoints(*request)) return host::raise("The given grid must have at least one data point");
-    static_cast<void>(trueCount(*request));
+    if (!points) return host::raise("The given grid must have at least one data point");
     request->mode = readMode(arguments);
     // Deliberate: the result is created again; the host releases the first one after the call.
     output = createResult(*request);
