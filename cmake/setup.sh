@@ -6,6 +6,9 @@
 
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 
+# The texts of the programs called here are read below, and plots need UTF-8.
+export LC_ALL=C.UTF-8
+
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev)
