@@ -13,8 +13,8 @@ end
 
 % The child keeps its console lines to itself, so that only the marks are left.
 function expect_marks(rule, wanted)
-  code = sprintf('[t, p] = evalc(''pistonfield(eye(4), [1 1 2], 1, 1, 1, char([99 112 117]), %s)'');', ...
-                 rule);
+  call = sprintf('pistonfield(eye(4), [1 1 2], 1, 1, 1, char([99 112 117]), %s)', rule);
+  code = sprintf('[t, p] = evalc(''%s'');', call);
   [status, output, errors] = run_octave(code);
   expect_same({status, output, errors}, {0, sprintf(wanted), ''});
 end
@@ -32,12 +32,15 @@ function expect_silent_refusal()
   expect_same({status, output, errors}, {0, '', ''});
 end
 
-it('cpu announces double precision on the console', @() expect_console('cpu', 'double precision\n'));
-it('cpudp announces double precision on the console', @() expect_console('cpudp', 'double precision\n'));
+it('cpu announces double precision on the console', @() ...
+   expect_console('cpu', 'double precision\n'));
+it('cpudp announces double precision on the console', @() ...
+   expect_console('cpudp', 'double precision\n'));
 it('cpusp announces single precision on the console', @() ...
    expect_console('cpusp', 'double precision forced to single precision\n'));
 it('a CPU call marks its path on standard output', @() expect_marks('8', '5\n'));
-it('a table is announced on standard output', @() expect_marks('ones(5, 2)', 'using 5 abscissas.\n5\n'));
+it('a table is announced on standard output', @() ...
+   expect_marks('ones(5, 2)', 'using 5 abscissas.\n5\n'));
 it('console and standard output are one in a terminal', @expect_all_on_standard_output);
 it('a refused call writes nothing of its own', @expect_silent_refusal);
 

@@ -35,7 +35,8 @@ end
 
 % The printed place has a tenth of a millimetre, as the grid has.
 function expect_largest_pressure(output)
-  printed = regexp(output, 'largest \|p\|: (\S+) at x = (\S+) mm, y = 0, z = (\S+) mm', 'tokens', 'once');
+  pattern = 'largest \|p\|: (\S+) at x = (\S+) mm, y = 0, z = (\S+) mm';
+  printed = regexp(output, pattern, 'tokens', 'once');
   numbers = str2double(printed);
   k = 2 * pi * 1e6 / 1500;
   p = surface_integral(numbers(2) * 1e-3, 0, numbers(3) * 1e-3, 5e-3, 7.5e-3, k);

@@ -6,7 +6,8 @@
 1;
 
 function expect_end_of_process(order)
-  code = sprintf('p = pistonfield(eye(4), [1 1 1], 1, 1, 1, ''cpu'', %s); disp(''went on'')', order);
+  code = sprintf('p = pistonfield(eye(4), [1 1 1], 1, 1, 1, ''cpu'', %s); disp(''went on'')', ...
+                 order);
   [status, output] = run_octave(code);
   expect_same(status, 1);
   fatal = sprintf('5\n\nLEGENDRE_COMPUTE - Fatal error!\n  Illegal value of ORDER = 0\n');

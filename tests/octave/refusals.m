@@ -1,8 +1,8 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% Every refusal, in the order in which the arguments are looked at: each case also holds a fault that
-% is only looked for later.
+% Every refusal, in the order in which the arguments are looked at; a case that says "before" also
+% holds a fault that is looked for later.
 
 1;
 
@@ -54,10 +54,12 @@ it('no output', @() expect_output_count(0));
 it('two outputs', @() expect_output_count(2));
 
 refuse('a complex transform', notPlain, with(1, complex(transform, 1)));
-refuse('a complex transform whose imaginary part is zero', notPlain, with(1, complex(transform, 0)));
+refuse('a complex transform whose imaginary part is zero', notPlain, ...
+       with(1, complex(transform, 0)));
 refuse('a sparse transform', notPlain, with(1, sparse(transform)));
 refuse('a text as the transform', notPlain, with(1, repmat('x', 4, 4)));
-refuse('a complex transform, before all sizes', notPlain, {[1i, 2], [1, 2], 1, 1, 1, 'none', [1, 2, 3]});
+refuse('a complex transform, before all sizes', notPlain, ...
+       {[1i, 2], [1, 2], 1, 1, 1, 'none', [1, 2, 3]});
 
 refuse('three abscissas in a column', notARule, with(7, [1; 2; 3]));
 refuse('three abscissas in a row', notARule, with(7, [1, 2, 3]));

@@ -1,7 +1,7 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% One session, many calls: the module keeps nothing from call to call, and can be cleared at any time.
+% One session, many calls: the module keeps nothing from call to call and can be cleared at any time.
 
 1;
 
@@ -54,8 +54,10 @@ wanted = field(good_request(){:});
 
 it('the first call is right', @() expect_close(wanted, reference(), 1e-13));
 it('500 calls in a row give the same', @() expect_same_many_times(wanted));
-it('a call does not depend on the rule of the call before', @() expect_independence_of_order(wanted));
-it('a module cleared 20 times computes the same each time', @() expect_correct_after_reload(wanted));
+it('a call does not depend on the rule of the call before', @() ...
+   expect_independence_of_order(wanted));
+it('a module cleared 20 times computes the same each time', @() ...
+   expect_correct_after_reload(wanted));
 it('a module whose first call is refused computes the same', @() ...
    expect_correct_after_reload_with_error(wanted));
 

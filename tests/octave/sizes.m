@@ -24,8 +24,8 @@ function expect_memory_error(sizes)
   catch failure
     raised = failure.message;
   end
-  expect(~isempty(regexp(raised, '^out of memory|^pistonfield: failed to allocate \d+ bytes', 'once')), ...
-         'raised "%s"', raised);
+  texts = '^out of memory|^pistonfield: failed to allocate \d+ bytes';
+  expect(~isempty(regexp(raised, texts, 'once')), 'raised "%s"', raised);
   expect_same(field(good_request(){:}), good);
 end
 
@@ -65,9 +65,9 @@ for sizes = {[0, 1, 1], [1, 0, 1], [1, 1, 0], [0, 0, 0], [0.9, 1, 1], [1, 1, -0.
              [-Inf, 1, 1], [Inf, 1, 0], [Inf, NaN, 1], [1, 1e10, 0], [-1e300, 1, 1]}
   refuse_without_points(sizes{1});
 end
-for sizes = {[Inf, 1, 1], [1, Inf, 1], [1, 1, Inf], [Inf, Inf, Inf], [1e300, 1, 1], [2^31, 1, 1], ...
-             [1, 2^32, 1], [2^32 + 1, 1, 1], [2^33, 2^33, 1], [1e6, 1e6, 1e6], [65536, 65536, 65536], ...
-             [1e9, 1e9, 1e9], [1e18, 1e18, 1e18], [2^63, 1, 1], [2^64, 1, 1]}
+for sizes = {[Inf, 1, 1], [1, Inf, 1], [1, 1, Inf], [Inf, Inf, Inf], [1e300, 1, 1], ...
+             [2^31, 1, 1], [1, 2^32, 1], [2^32 + 1, 1, 1], [2^33, 2^33, 1], [1e6, 1e6, 1e6], ...
+             [65536, 65536, 65536], [1e9, 1e9, 1e9], [1e18, 1e18, 1e18], [2^63, 1, 1], [2^64, 1, 1]}
   refuse_for_memory(sizes{1});
 end
 it('a negative order is beyond all memory', @() ...

@@ -120,11 +120,11 @@ function expect_not_a_number_stays()
 end
 
 waveLength = 1.5e-3;
-% A hair off the lines of the edges: where two of them cross exactly, the edge integrals have no value.
+% A hair off the lines of the edges: exactly where two of them cross, the result is not a number.
 hair = 1e-9;
 it('the pressure over, beside and on the lines of the edges is the surface integral', @() ...
-   expect_surface_integral([-7.5e-3, -5e-3, waveLength / 2], [3.75e-3, 2.5e-3, waveLength / 2] .* ...
-                           [1 + hair, 1 + hair, 1], [5, 5, 2]));
+   expect_surface_integral([-7.5e-3, -5e-3, waveLength / 2], ...
+                           [3.75e-3 * (1 + hair), 2.5e-3 * (1 + hair), waveLength / 2], [5, 5, 2]));
 it('the pressure in no special place is the surface integral', @() ...
    expect_surface_integral([-7.1e-3, -4.7e-3, waveLength / 2], [2.9e-3, 2.3e-3, 13e-3], [5, 5, 3]));
 it('the pressure on the axis far away is the surface integral', @() ...
@@ -133,7 +133,8 @@ it('exactly over the middle of an edge the pressure is the surface integral', @(
    expect_surface_integral([3.75e-3, 0, waveLength / 2], 1, [1, 1, 1]));
 it('exactly over the middle of the other edge the pressure is the surface integral', @() ...
    expect_surface_integral([0, -2.5e-3, waveLength / 2], 1, [1, 1, 1]));
-it('a rotated and sheared grid lies where the transposed transform puts it', @expect_general_transform);
+it('a rotated and sheared grid lies where the transposed transform puts it', ...
+   @expect_general_transform);
 it('a last element of 2 halves every coordinate', @expect_divisor_halves);
 it('the first three elements of the last column change nothing', @expect_no_perspective);
 it('sixteen values are a transform and three are sizes in any shape', @expect_any_shape_of_input);

@@ -1,8 +1,8 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% expect_refusal(message, ...): a call with these arguments and one output raises exactly this error,
-% and the next valid call computes the same as ever.
+% expect_refusal(message, ...): a call with these arguments and one output raises exactly this
+% error, and the next valid call computes the same as ever.
 function expect_refusal(message, varargin)
   persistent good
   if isempty(good)

@@ -1,7 +1,8 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% run_octave(code): runs code in a new Octave that has the module; its exit status and what it wrote.
+% run_octave(code): runs code in a new Octave that has the module; its exit status and what it
+% wrote.
 function [status, output, errors] = run_octave(code)
   errorFile = tempname();
   options = '--no-history --no-init-file --no-window-system';
