@@ -1,7 +1,7 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% One session, many calls: the module keeps nothing from call to call and can be cleared at any time.
+% One session, many calls: the module keeps nothing from call to call and can be cleared anytime.
 
 1;
 
