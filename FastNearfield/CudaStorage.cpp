@@ -20,8 +20,7 @@ std::size_t CudaStorage::bytes() const noexcept {
 void* CudaStorage::getDevicePointer() {
     if (newest != Side::device) {
         const void* const from = getHostPointer();
-        if (device == nullptr)
-            CHECK_CUDA_CALL(cudaMalloc(&device, bytes()));
+        if (device == nullptr) CHECK_CUDA_CALL(cudaMalloc(&device, bytes()));
         CHECK_CUDA_CALL(cudaMemcpy(device, from, bytes(), cudaMemcpyHostToDevice));
         newest = Side::device;
     }
@@ -29,8 +28,7 @@ void* CudaStorage::getDevicePointer() {
 }
 
 void* CudaStorage::getHostPointer() {
-    if (host == nullptr)
-        host = std::make_unique<std::byte[]>(bytes());
+    if (host == nullptr) host = std::make_unique<std::byte[]>(bytes());
     if (newest == Side::device)
         CHECK_CUDA_CALL(cudaMemcpy(host.get(), device, bytes(), cudaMemcpyDeviceToHost));
     newest = Side::host;

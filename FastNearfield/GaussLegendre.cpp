@@ -62,8 +62,7 @@ double rootOffset(const Expansion& p) {
 }  // namespace
 
 void legendre_compute(int order, double* x, double* w) {
-    if (order < 1)
-        refuseOrder(order);
+    if (order < 1) refuseOrder(order);
     const int n = order;
     const int m = n / 2 + n % 2;
     const auto un = static_cast<std::uint32_t>(n);
@@ -85,8 +84,7 @@ void legendre_compute(int order, double* x, double* w) {
         w[m - i] = 2.0 * (1.0 - node * node) / (fx * fx);
     }
 
-    if (n % 2 == 1)
-        x[0] = 0.0;
+    if (n % 2 == 1) x[0] = 0.0;
     for (int i = 1; i <= m; ++i) {
         x[n - i] = x[m - i];
         w[n - i] = w[m - i];

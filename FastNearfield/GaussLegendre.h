@@ -47,8 +47,7 @@ class GaussLegendre {
     /// computes the rule nor frees earlier arrays.
     /// @throws std::bad_alloc also for a negative order
     void init() {
-        if (unallocated)
-            return;
+        if (unallocated) return;
         for (T** array : {&abscissas, &weights, &mappedAbscissas, &mappedWeights})
             *array = new T[static_cast<std::size_t>(order)];
         // No interval equals the mapped nodes of a rule that has not been mapped.
@@ -59,8 +58,7 @@ class GaussLegendre {
     /// Brings the rule's arrays to `newOrder` points; the caller then fills nodes and weights.
     /// @return whether the order changed; where it did not, the arrays are left as they are
     bool setOrder(int newOrder) {
-        if (newOrder == order)
-            return false;
+        if (newOrder == order) return false;
         release();
         order = newOrder;
         unallocated = false;
@@ -71,8 +69,7 @@ class GaussLegendre {
     /// Brings the rule to the Gauss-Legendre rule of `newOrder` points, computing it only when the
     /// order changes.
     void compute(int newOrder) {
-        if (setOrder(newOrder))
-            legendre_compute(order, abscissas, weights);
+        if (setOrder(newOrder)) legendre_compute(order, abscissas, weights);
     }
 
     int order = 0;
@@ -84,8 +81,7 @@ class GaussLegendre {
 
   private:
     void release() noexcept {
-        if (unallocated)
-            return;
+        if (unallocated) return;
         for (T** array : {&abscissas, &weights, &mappedAbscissas, &mappedWeights})
             delete[] std::exchange(*array, nullptr);
     }

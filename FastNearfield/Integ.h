@@ -19,8 +19,7 @@ class Integ {
     typename F::return_type operator()(const F& f, T a, T b) const {
         using Result = typename F::return_type;
         const int n = rule->order;
-        if (n <= 0)
-            return Result(0);
+        if (n <= 0) return Result(0);
         map(a, b);
         Result sum(0);
         for (int i = 0; i < n; ++i) sum += f(rule->mappedAbscissas[i]) * rule->mappedWeights[i];
@@ -34,8 +33,7 @@ class Integ {
         T* const v = rule->mappedWeights;
         // Deliberate: the interval is held against mapped nodes, not against the last interval's
         // ends.
-        if (a == t[0] && b == t[n - 1])
-            return;
+        if (a == t[0] && b == t[n - 1]) return;
         const T half = (b - a) * T(0.5);
         const T mid = (a + b) * T(0.5);
         for (int i = 0; i < n; ++i) {

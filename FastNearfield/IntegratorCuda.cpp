@@ -81,8 +81,7 @@ void setIntegratorWeightsSym_d(const char* stem, const double* data_x, const dou
 
 void setCudaIntegratorParameters(const char* stem, int order) {
     checkPending("start setCudaIntegratorParameters", sourceUnit, __LINE__);
-    if (order < 1)
-        ErrorHandler::getErrorHandler()->fail("order>0", __LINE__, sourceUnit);
+    if (order < 1) ErrorHandler::getErrorHandler()->fail("order>0", __LINE__, sourceUnit);
     const auto elements = static_cast<std::ptrdiff_t>((order + 1LL) >> 1);
     // Deliberate: nothing stands between the order and the next word.
     std::cout << "setting order " << order << "elements: " << elements << std::endl;

@@ -243,8 +243,7 @@ __device__ inline void calculateGrid(typename Family::Complex* d_array, int sx, 
                                      Real<Family> b, Real<Family> k) {
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < pointCount(sx, sy, sz);
-    if (!cuda_runtime::any(inside))
-        return;
+    if (!cuda_runtime::any(inside)) return;
     const auto p =
         pressureAt<Family>(place<Family>(gridIndices<Family>(index, sx, sy), rows), a, b, k);
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
@@ -256,8 +255,7 @@ __device__ inline void calculateGrid(Real<Family>* d_arrayr, Real<Family>* d_arr
                                      Real<Family> b, Real<Family> k) {
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < pointCount(sx, sy, sz);
-    if (!cuda_runtime::any(inside))
-        return;
+    if (!cuda_runtime::any(inside)) return;
     const auto p =
         pressureAt<Family>(place<Family>(gridIndices<Family>(index, sx, sy), rows), a, b, k);
     cuda_runtime::store(d_arrayr, index, inside, p.re);
@@ -270,8 +268,7 @@ __global__ void calculate(typename Family::Complex* d_array, int sx, int sy, int
                           Real<Family> b, Real<Family> k) {
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < pointCount(sx, sy, sz);
-    if (!cuda_runtime::any(inside))
-        return;
+    if (!cuda_runtime::any(inside)) return;
     const auto at = gridIndices<Family>(index, sx, sy);
     const Position<Family> position{cuda_runtime::toReals<Reals<Family>>(at.x) * dx,
                                     cuda_runtime::toReals<Reals<Family>>(at.y) * dy,
@@ -334,8 +331,7 @@ __global__ void calculate_grid_structured(typename Family::Complex* d_array, int
     using cuda_runtime::load;
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < pointCount(sx, sy, sz);
-    if (!cuda_runtime::any(inside))
-        return;
+    if (!cuda_runtime::any(inside)) return;
     const auto at = gridIndices<Family>(index, sx, sy);
     const Position<Family> position{load<Reals<Family>>(posx, at.x, inside),
                                     load<Reals<Family>>(posy, at.y, inside),
@@ -351,8 +347,7 @@ __global__ void calculate_grid_unstructured(typename Family::Complex* d_array, i
     using cuda_runtime::load;
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < nbPos;
-    if (!cuda_runtime::any(inside))
-        return;
+    if (!cuda_runtime::any(inside)) return;
     const Position<Family> position{load<Reals<Family>>(pos, 3 * index, inside),
                                     load<Reals<Family>>(pos, 3 * index + 1, inside),
                                     load<Reals<Family>>(pos, 3 * index + 2, inside)};

@@ -67,8 +67,7 @@ void legendre_handle(int order, std::string output) {
     legendre_compute(order, x.data(), w.data());
 
     for (const SourceForm& form : sourceForms) {
-        if (output != form.name && output != form.lowerName)
-            continue;
+        if (output != form.name && output != form.lowerName) continue;
         std::ostringstream text;
         text.imbue(std::locale::classic());
         text << std::setprecision(16);

@@ -88,8 +88,7 @@ void RectangularPistonCuda2::compute(float* data, const Grid3DR<double>& grid) c
 }
 
 void RectangularPistonCuda2::compute(double* data, const Grid3DR<double>& grid) const {
-    if (!useCuda)
-        return computeCPU<double, double>(data, grid);
+    if (!useCuda) return computeCPU<double, double>(data, grid);
     std::cout << "computeCudaDouble 1" << std::endl;
     const LauncherArguments<double> a(*this, grid);
     RectangularPiston_func_d(reinterpret_cast<Complexd*>(data), a.sx, a.sy, a.sz,
@@ -103,8 +102,7 @@ void RectangularPistonCuda2::compute(CudaStorage* data, const Grid3DR<double>& g
                                               source);
     if (data->getType() == CudaStorage::DT_DOUBLE) {
         // The GPU does not evaluate into double storage.
-        if (useCuda)
-            __assert_fail("false", source, 64, "compute");
+        if (useCuda) __assert_fail("false", source, 64, "compute");
         return computeCPU<double, double>(static_cast<double*>(data->getHostPointer()), grid);
     }
     if (!useCuda)

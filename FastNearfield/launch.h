@@ -37,8 +37,7 @@ inline std::size_t fieldBytes(int sx, int sy, int sz, int elementBytes) {
     constexpr std::size_t tooMany = std::size_t{1} << 60;
     std::int32_t bytes = elementBytes;
     for (const int size : {sx, sy, sz})
-        if (__builtin_mul_overflow(bytes, size, &bytes))
-            return tooMany;
+        if (__builtin_mul_overflow(bytes, size, &bytes)) return tooMany;
     return bytes < 0 ? tooMany : static_cast<std::size_t>(bytes);
 }
 
@@ -54,8 +53,7 @@ void timed(const char* sourceUnit, Start start) {
     timeval before{};
     static_cast<void>(gettimeofday(&before, nullptr));
     start();
-    if (do_timing == 0)
-        return;
+    if (do_timing == 0) return;
     CHECK_CUDA_CALL(cudaThreadSynchronize());
     timeval after{};
     static_cast<void>(gettimeofday(&after, nullptr));

@@ -43,8 +43,7 @@ class MMatrix<T, 4, true> {
         T sum = 0;
         for (int j = 0; j < 4; ++j) {
             const T element = (*this)(3, j);
-            if (element == T(0))
-                continue;
+            if (element == T(0)) continue;
             const T term = element * subDeterminant(3, j);
             sum = j % 2 == 1 ? sum + term : sum - term;
         }

@@ -11,10 +11,8 @@ namespace detail {
 /// Reports an index outside 0..size-1 through the current error handler.
 inline void checkIndex(int i, int size, int line) {
     constexpr const char* source = "core/Vector";
-    if (i < 0)
-        ErrorHandler::getErrorHandler()->fail("i>=0", line, source);
-    if (i >= size)
-        ErrorHandler::getErrorHandler()->fail("i<N", line, source);
+    if (i < 0) ErrorHandler::getErrorHandler()->fail("i>=0", line, source);
+    if (i >= size) ErrorHandler::getErrorHandler()->fail("i<N", line, source);
 }
 
 }  // namespace detail

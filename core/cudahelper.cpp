@@ -40,8 +40,7 @@ int bestArchitecture(int count) {
     int best = 0;
     for (int device = 0; device < count; ++device) {
         const int major = propertiesOf(device).major;
-        if (major >= 1 && major <= 9998)
-            best = std::max(best, major);
+        if (major >= 1 && major <= 9998) best = std::max(best, major);
     }
     return best;
 }
@@ -58,8 +57,7 @@ std::int32_t estimatedRate(const cudaDeviceProp& device) {
 }  // namespace
 
 int coresPerMultiprocessor(int major, int minor) {
-    if (major == 9999 && minor == 9999)
-        return 1;
+    if (major == 9999 && minor == 9999) return 1;
     const int key = major * 16 + minor;
     const auto* row = coresTable.begin();
     while (row->capability != -1 && row->capability != key) ++row;
@@ -78,8 +76,7 @@ int chooseDevice() {
     for (int device = 0; device < count; ++device) {
         const cudaDeviceProp properties = propertiesOf(device);
         const int rate = estimatedRate(properties);
-        if (rate <= maxRate || (best > 2 && properties.major != best))
-            continue;
+        if (rate <= maxRate || (best > 2 && properties.major != best)) continue;
         maxRate = rate;
         chosen = device;
     }
@@ -101,8 +98,7 @@ CudaDeviceThread::~CudaDeviceThread() noexcept(false) {
     try {
         CudaInterface::release();
     } catch (...) {
-        if (std::uncaught_exceptions() == 0)
-            throw;
+        if (std::uncaught_exceptions() == 0) throw;
     }
 }
 

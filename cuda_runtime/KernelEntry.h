@@ -25,11 +25,9 @@ class KernelEntry {
     /// launches. A failure is left to the runtime's last error; a failing argument ends the entry
     /// without a launch.
     void launch(dim3 grid, dim3 block, Parameters... arguments) const {
-        if (cudaConfigureCall(grid, block, 0, 0) != cudaSuccess)
-            return;
+        if (cudaConfigureCall(grid, block, 0, 0) != cudaSuccess) return;
         ArgumentLayout layout(sizeof(void*));
-        if ((pass(layout, arguments) && ...))
-            static_cast<void>(cudaLaunch(entry));
+        if ((pass(layout, arguments) && ...)) static_cast<void>(cudaLaunch(entry));
     }
 
   private:

@@ -77,18 +77,14 @@ template <class V>
 template <class M>
 [[gnu::always_inline]] inline bool any(M mask) {
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
-    if constexpr (sizeof(M) == 64)
-        return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
+    if constexpr (sizeof(M) == 64) return _mm512_test_epi64_mask((__m512i)mask, (__m512i)mask) != 0;
 #endif
 #if defined(__AVX2__) && defined(__FMA__)
-    if constexpr (sizeof(M) == 32)
-        return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
+    if constexpr (sizeof(M) == 32) return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
 #endif
-    if constexpr (sizeof(M) == 16)
-        return _mm_movemask_epi8((__m128i)mask) != 0;
+    if constexpr (sizeof(M) == 16) return _mm_movemask_epi8((__m128i)mask) != 0;
     for (int i = 0; i < widthOf<M>; ++i)
-        if (mask[i] != 0)
-            return true;
+        if (mask[i] != 0) return true;
     return false;
 }
 
@@ -105,21 +101,15 @@ template <class V>
 [[gnu::always_inline]] inline V squareRoot(V v) {
     constexpr bool isDouble = sizeof(Element<V>) == 8;
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
-    if constexpr (sizeof(V) == 64 && isDouble)
-        return (V)_mm512_sqrt_pd((__m512d)v);
-    if constexpr (sizeof(V) == 64 && !isDouble)
-        return (V)_mm512_sqrt_ps((__m512)v);
+    if constexpr (sizeof(V) == 64 && isDouble) return (V)_mm512_sqrt_pd((__m512d)v);
+    if constexpr (sizeof(V) == 64 && !isDouble) return (V)_mm512_sqrt_ps((__m512)v);
 #endif
 #if defined(__AVX2__) && defined(__FMA__)
-    if constexpr (sizeof(V) == 32 && isDouble)
-        return (V)_mm256_sqrt_pd((__m256d)v);
-    if constexpr (sizeof(V) == 32 && !isDouble)
-        return (V)_mm256_sqrt_ps((__m256)v);
+    if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
+    if constexpr (sizeof(V) == 32 && !isDouble) return (V)_mm256_sqrt_ps((__m256)v);
 #endif
-    if constexpr (sizeof(V) == 16 && isDouble)
-        return (V)_mm_sqrt_pd((__m128d)v);
-    if constexpr (sizeof(V) == 16 && !isDouble)
-        return (V)_mm_sqrt_ps((__m128)v);
+    if constexpr (sizeof(V) == 16 && isDouble) return (V)_mm_sqrt_pd((__m128d)v);
+    if constexpr (sizeof(V) == 16 && !isDouble) return (V)_mm_sqrt_ps((__m128)v);
     V root{};
     for (int i = 0; i < widthOf<V>; ++i)
         root[i] = static_cast<Element<V>>(__builtin_sqrt(static_cast<double>(v[i])));

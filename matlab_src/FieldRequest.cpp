@@ -50,8 +50,7 @@ bool checkCounts(int outputCount, Arguments arguments) {
         return refuse(
             "Must have five or six input arguments: ([4x4 transform], [sx, sy, sz], l, s, k, "
             "['cuda'|'cudadp'|'cpu'|'cpusp'|'cpudp'], [nabscissas])");
-    if (outputCount != 1)
-        return refuse("Must have one output arguments");
+    if (outputCount != 1) return refuse("Must have one output arguments");
     return true;
 }
 
@@ -83,12 +82,9 @@ bool readAbscissas(const host::Array* abscissas, FieldRequest& request) {
 }
 
 bool readParameters(Arguments arguments, FieldRequest& request) {
-    if (!holdsNumber(arguments[lAt]))
-        return refuse("l must be a number.");
-    if (!holdsNumber(arguments[sAt]))
-        return refuse("s must be a number.");
-    if (!holdsNumber(arguments[kAt]))
-        return refuse("k must be a number.");
+    if (!holdsNumber(arguments[lAt])) return refuse("l must be a number.");
+    if (!holdsNumber(arguments[sAt])) return refuse("s must be a number.");
+    if (!holdsNumber(arguments[kAt])) return refuse("k must be a number.");
     request.l = host::scalar(arguments[lAt]);
     request.s = host::scalar(arguments[sAt]);
     request.k = host::scalar(arguments[kAt]);
@@ -130,8 +126,7 @@ std::optional<ComputeMode> findMode(const std::string& name) {
                                               {"cpudp", {false, true, false}}}};
     const auto* const found = std::find_if(modes.begin(), modes.end(),
                                            [&](const NamedMode& m) { return name == m.name; });
-    if (found == modes.end())
-        return std::nullopt;
+    if (found == modes.end()) return std::nullopt;
     return found->mode;
 }
 
@@ -146,21 +141,18 @@ std::optional<FieldRequest> readRequest(int outputCount, Arguments arguments) {
         return std::nullopt;
     if (arguments.size() > abscissasAt && !readAbscissas(arguments[abscissasAt], request))
         return std::nullopt;
-    if (!readParameters(arguments, request) || !readGrid(arguments, request))
-        return std::nullopt;
+    if (!readParameters(arguments, request) || !readGrid(arguments, request)) return std::nullopt;
     return request;
 }
 
 ComputeMode readMode(Arguments arguments) {
     const ComputeMode byDefault;
-    if (arguments.size() <= modeAt)
-        return byDefault;
+    if (arguments.size() <= modeAt) return byDefault;
     if (!host::isChar(arguments[modeAt])) {
         host::raise("Input 5 must be a character string and either be 'cuda' or 'cpu'");
         return byDefault;
     }
     const std::optional<ComputeMode> mode = findMode(host::text(arguments[modeAt]));
-    if (!mode)
-        host::raise("Input 5 must either be 'cuda' or 'cpu[sp,dp]'");
+    if (!mode) host::raise("Input 5 must either be 'cuda' or 'cpu[sp,dp]'");
     return mode.value_or(byDefault);
 }

@@ -60,8 +60,7 @@ std::size_t trueCount(const FieldRequest& request) {
     std::size_t count = 1;
     for (const double size : request.sizes) {
         const std::size_t dimension = truncateToDimension(size);
-        if (dimension > INT32_MAX)
-            throw std::bad_array_new_length();
+        if (dimension > INT32_MAX) throw std::bad_array_new_length();
         count *= dimension;
     }
     return count;
@@ -77,8 +76,7 @@ Grid3DR<T> gridOf(const FieldRequest& request) {
 
 template <class T>
 void setRule(GaussLegendre<T>& rule, const FieldRequest& request) {
-    if (request.abscissaTable == nullptr)
-        return rule.compute(request.nAbscissas);
+    if (request.abscissaTable == nullptr) return rule.compute(request.nAbscissas);
     rule.setOrder(request.nAbscissas);
     // Deliberate: pairs are consecutive values of the storage, not rows of the caller's matrix.
     for (int i = 0; i < rule.order; ++i) {
@@ -91,8 +89,7 @@ void setRule(GaussLegendre<T>& rule, const FieldRequest& request) {
 void computeInSinglePrecision(const FieldRequest& request, const RectangularPistonCuda2& piston,
                               FieldHalves field) {
     const std::size_t points = trueCount(request);
-    if (points > INT32_MAX)
-        throw std::bad_array_new_length();
+    if (points > INT32_MAX) throw std::bad_array_new_length();
     const auto re = std::make_unique_for_overwrite<float[]>(points);
     const auto im = std::make_unique_for_overwrite<float[]>(points);
     piston.computeCPU<float, float>(re.get(), im.get(), gridOf<float>(request));
@@ -127,8 +124,7 @@ struct HalfTable {
             w.push_back(static_cast<T>(request.abscissaTable[2 * i + 1]));
         }
         // The upload shows the first abscissa before it refuses an order of 0.
-        if (x.empty())
-            x.push_back(0);
+        if (x.empty()) x.push_back(0);
     }
 
     std::vector<T> x;
@@ -178,12 +174,13 @@ void computeField(const FieldRequest& request, FieldHalves field) {
 
 void answerFieldRequest(int outputCount, host::Array*& output, Arguments arguments) {
     std::optional<FieldRequest> request = readRequest(outputCount, arguments);
-    if (!request)
-        return;
+    if (!request) return;
+    const bool points = hasPoints(*request);
+    // Before the result exists: a host that fills a new array with zeros may be ended by the
+    // system for its use of memory, where a failing allocation would have ended only the call.
+    if (points) static_cast<void>(trueCount(*request));
     output = createResult(*request);
-    if (!hasPoints(*request))
-        return host::raise("The given grid must have at least one data point");
-    static_cast<void>(trueCount(*request));
+    if (!points) return host::raise("The given grid must have at least one data point");
     request->mode = readMode(arguments);
     // Deliberate: the result is created again; the host releases the first one after the call.
     output = createResult(*request);

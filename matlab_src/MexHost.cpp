@@ -15,12 +15,10 @@ namespace {
 
 /// Whether an array of doubles of these dimensions has a size in bytes at all.
 bool isAddressable(const std::array<std::size_t, 3>& dimensions) {
-    if (std::count(dimensions.begin(), dimensions.end(), 0U) > 0)
-        return true;
+    if (std::count(dimensions.begin(), dimensions.end(), 0U) > 0) return true;
     std::size_t bytes = sizeof(double);
     for (const std::size_t dimension : dimensions) {
-        if (bytes > static_cast<std::size_t>(PTRDIFF_MAX) / dimension)
-            return false;
+        if (bytes > static_cast<std::size_t>(PTRDIFF_MAX) / dimension) return false;
         bytes *= dimension;
     }
     return true;
@@ -55,16 +53,14 @@ const double* realData(const Array* array) {
 }
 
 Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz) {
-    if (!isAddressable({sx, sy, sz}))
-        throw std::bad_array_new_length();
+    if (!isAddressable({sx, sy, sz})) throw std::bad_array_new_length();
     const std::array dimensions{static_cast<mwSize>(sx), static_cast<mwSize>(sy),
                                 static_cast<mwSize>(sz)};
     mxArray* const result = guarded([&dimensions] {
         return mxCreateNumericArray(dimensions.size(), dimensions.data(), mxDOUBLE_CLASS,
                                     mxCOMPLEX);
     });
-    if (result == nullptr)
-        throw std::bad_alloc();
+    if (result == nullptr) throw std::bad_alloc();
     return reinterpret_cast<Array*>(result);
 }
 

@@ -29,8 +29,7 @@ Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Message&
             arguments.push_back(reinterpret_cast<const host::Array*>(prhs[i]));
         host::Array* output = nullptr;
         answerCall(nlhs, output, arguments);
-        if (output != nullptr)
-            plhs[0] = host::toMex(output);
+        if (output != nullptr) plhs[0] = host::toMex(output);
         return Ending::answered;
     } catch (const host::HostException& exception) {
         std::rethrow_exception(exception.original);

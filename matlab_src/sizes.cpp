@@ -13,12 +13,9 @@ Integer truncateTo(double value) noexcept {
     using Limits = std::numeric_limits<Integer>;
     // The first value beyond the range: a power of two, exact in double.
     const double beyond = std::ldexp(1.0, Limits::digits);
-    if (std::isnan(value))
-        return 0;
-    if (value >= beyond)
-        return Limits::max();
-    if (value <= -beyond)
-        return Limits::min();
+    if (std::isnan(value)) return 0;
+    if (value >= beyond) return Limits::max();
+    if (value <= -beyond) return Limits::min();
     return static_cast<Integer>(value);
 }
 

@@ -109,21 +109,18 @@ void Emulator::unregisterConstants(std::span<const ConstantSymbol> symbols) {
 template <class... Arguments>
 bool Emulator::intercepted(cudaError_t& status, Operation operation, const char* name,
                            const Arguments&... arguments) {
-    if (!interceptor)
-        return false;
+    if (!interceptor) return false;
     status = interceptor({operation, callText(name, arguments...)});
     return status != cudaSuccess;
 }
 
 cudaError_t Emulator::remember(cudaError_t status) noexcept {
-    if (status != cudaSuccess)
-        lastError = status;
+    if (status != cudaSuccess) lastError = status;
     return status;
 }
 
 cudaError_t Emulator::enterContext() noexcept {
-    if (devices.empty())
-        return cudaErrorNoDevice;
+    if (devices.empty()) return cudaErrorNoDevice;
     contextExists = true;
     return cudaSuccess;
 }
@@ -148,8 +145,7 @@ cudaError_t Emulator::getDeviceProperties(cudaDeviceProp* properties, int device
 
 cudaError_t Emulator::setDevice(int device) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::SetDevice, "cudaSetDevice", device))
-        return remember(status);
+    if (intercepted(status, Operation::SetDevice, "cudaSetDevice", device)) return remember(status);
     if (device < 0 || device >= static_cast<int>(devices.size()))
         return remember(devices.empty() ? cudaErrorNoDevice : cudaErrorInvalidDevice);
     chosenDevice = device;
@@ -158,21 +154,16 @@ cudaError_t Emulator::setDevice(int device) {
 
 cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes))
-        return remember(status);
-    if (address == nullptr)
-        return remember(cudaErrorInvalidValue);
+    if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes)) return remember(status);
+    if (address == nullptr) return remember(cudaErrorInvalidValue);
     status = enterContext();
-    if (status != cudaSuccess)
-        return remember(status);
+    if (status != cudaSuccess) return remember(status);
     *address = nullptr;
-    if (bytes == 0)
-        return cudaSuccess;
+    if (bytes == 0) return cudaSuccess;
     if (bytes > memoryLimit - std::min(memoryLimit, allocatedBytes))
         return remember(cudaErrorMemoryAllocation);
     void* memory = ::operator new(bytes, addressAlignment, std::nothrow);
-    if (memory == nullptr)
-        return remember(cudaErrorMemoryAllocation);
+    if (memory == nullptr) return remember(cudaErrorMemoryAllocation);
     allocations.emplace(static_cast<std::byte*>(memory), bytes);
     allocatedBytes += bytes;
     *address = memory;
@@ -181,16 +172,12 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
 
 cudaError_t Emulator::free(void* address) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::Free, "cudaFree"))
-        return remember(status);
+    if (intercepted(status, Operation::Free, "cudaFree")) return remember(status);
     status = enterContext();
-    if (status != cudaSuccess)
-        return remember(status);
-    if (address == nullptr)
-        return cudaSuccess;
+    if (status != cudaSuccess) return remember(status);
+    if (address == nullptr) return cudaSuccess;
     const auto found = allocations.find(static_cast<std::byte*>(address));
-    if (found == allocations.end())
-        return remember(cudaErrorInvalidValue);
+    if (found == allocations.end()) return remember(cudaErrorInvalidValue);
     allocatedBytes -= found->second;
     allocations.erase(found);
     ::operator delete(address, addressAlignment);
@@ -200,8 +187,7 @@ cudaError_t Emulator::free(void* address) {
 bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
     const auto* first = static_cast<const std::byte*>(address);
     auto after = allocations.upper_bound(first);
-    if (after == allocations.begin())
-        return false;
+    if (after == allocations.begin()) return false;
     const auto& [base, size] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
     return offset <= size && bytes <= size - offset;
@@ -209,15 +195,12 @@ bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
 
 cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::Memcpy, "cudaMemcpy", bytes, kind))
-        return remember(status);
+    if (intercepted(status, Operation::Memcpy, "cudaMemcpy", bytes, kind)) return remember(status);
     if (kind < cudaMemcpyHostToHost || kind > cudaMemcpyDeviceToDevice)
         return remember(cudaErrorInvalidMemcpyDirection);
     status = enterContext();
-    if (status != cudaSuccess)
-        return remember(status);
-    if (bytes == 0)
-        return cudaSuccess;
+    if (status != cudaSuccess) return remember(status);
+    if (bytes == 0) return cudaSuccess;
     const bool toDevice = kind == cudaMemcpyHostToDevice || kind == cudaMemcpyDeviceToDevice;
     const bool fromDevice = kind == cudaMemcpyDeviceToHost || kind == cudaMemcpyDeviceToDevice;
     if (to == nullptr || from == nullptr || (toDevice && !isDeviceRange(to, bytes)) ||
@@ -233,13 +216,10 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
     if (intercepted(status, Operation::MemcpyToSymbol, "cudaMemcpyToSymbol", name, bytes))
         return remember(status);
     status = enterContext();
-    if (status != cudaSuccess)
-        return remember(status);
+    if (status != cudaSuccess) return remember(status);
     const auto found = constants.find(name);
-    if (found == constants.end())
-        return remember(cudaErrorInvalidSymbol);
-    if (kind != cudaMemcpyHostToDevice)
-        return remember(cudaErrorInvalidMemcpyDirection);
+    if (found == constants.end()) return remember(cudaErrorInvalidSymbol);
+    if (kind != cudaMemcpyHostToDevice) return remember(cudaErrorInvalidMemcpyDirection);
     const ConstantSymbol& constant = found->second;
     if (offset > constant.bytes || bytes > constant.bytes - offset)
         return remember(cudaErrorInvalidValue);
@@ -260,8 +240,7 @@ cudaError_t Emulator::setupArgument(const void* argument, std::size_t bytes, std
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::SetupArgument, "cudaSetupArgument", bytes, offset))
         return remember(status);
-    if (!pending)
-        return remember(cudaErrorMissingConfiguration);
+    if (!pending) return remember(cudaErrorMissingConfiguration);
     return remember(pending->put(argument, bytes, offset) ? cudaSuccess : cudaErrorInvalidValue);
 }
 
@@ -273,21 +252,16 @@ cudaError_t Emulator::launch(const void* entry) {
     }
     status = enterContext();
     const auto found = std::find(kernels.begin(), kernels.end(), entry);
-    if (status == cudaSuccess && !pending)
-        status = cudaErrorMissingConfiguration;
-    if (status == cudaSuccess && found == kernels.end())
-        status = cudaErrorInvalidDeviceFunction;
-    if (status == cudaSuccess)
-        status = runPending(*static_cast<const KernelImage*>(entry));
+    if (status == cudaSuccess && !pending) status = cudaErrorMissingConfiguration;
+    if (status == cudaSuccess && found == kernels.end()) status = cudaErrorInvalidDeviceFunction;
+    if (status == cudaSuccess) status = runPending(*static_cast<const KernelImage*>(entry));
     pending.reset();
     return remember(status);
 }
 
 cudaError_t Emulator::runPending(const KernelImage& image) const {
-    if (!isLaunchable(*pending))
-        return cudaErrorInvalidConfiguration;
-    if (pending->argumentBytes() < image.argumentBytes)
-        return cudaErrorInvalidValue;
+    if (!isLaunchable(*pending)) return cudaErrorInvalidConfiguration;
+    if (pending->argumentBytes() < image.argumentBytes) return cudaErrorInvalidValue;
     const dim3 grid = pending->grid;
     faulted = false;
     runThreads(image, std::int64_t{grid.x} * grid.y * grid.z * pending->block.x);
@@ -325,8 +299,7 @@ cudaError_t Emulator::threadSynchronize() {
 
 cudaError_t Emulator::threadExit() {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::ThreadExit, "cudaThreadExit"))
-        return remember(status);
+    if (intercepted(status, Operation::ThreadExit, "cudaThreadExit")) return remember(status);
     for (const auto& [address, bytes] : allocations)
         ::operator delete(const_cast<std::byte*>(address), addressAlignment);
     allocations.clear();
@@ -339,8 +312,7 @@ cudaError_t Emulator::threadExit() {
 
 cudaError_t Emulator::getLastError() {
     cudaError_t status = cudaSuccess;
-    if (intercepted(status, Operation::GetLastError, "cudaGetLastError"))
-        return status;
+    if (intercepted(status, Operation::GetLastError, "cudaGetLastError")) return status;
     return std::exchange(lastError, cudaSuccess);
 }
 

@@ -62,8 +62,7 @@ template <class T>
     const std::int64_t first = detail::running.first;
     const std::int64_t left = std::min<std::int64_t>(detail::running.last, INT32_MAX) - first;
     const Ints noPoint = lanes::broadcast<Ints>(INT32_MAX);
-    if (left <= 0)
-        return noPoint;
+    if (left <= 0) return noPoint;
     const Ints index = lane + static_cast<std::int32_t>(first);
     return left >= count ? index : select(lane < static_cast<std::int32_t>(left), index, noPoint);
 }
@@ -88,8 +87,7 @@ template <class V, class T, class I>
 [[gnu::always_inline]] inline V load(const T* array, I indices, lanes::Mask<I> mask) {
     V values{};
     for (int i = 0; i < lanes::widthOf<V>; ++i)
-        if (mask[i] != 0)
-            values[i] = load(array, indices[i]);
+        if (mask[i] != 0) values[i] = load(array, indices[i]);
     return values;
 }
 
@@ -103,8 +101,7 @@ template <class T, class I, class V>
         return;
     }
     for (int i = 0; i < lanes::widthOf<V>; ++i)
-        if (mask[i] != 0)
-            array[indices[i]] = values[i];
+        if (mask[i] != 0) array[indices[i]] = values[i];
 }
 
 /// Stores pairs of reals.
@@ -114,8 +111,7 @@ template <class Pair, class I, class V>
     if (array == nullptr) [[unlikely]]
         return emulated::reportFault();
     for (int i = 0; i < lanes::widthOf<V>; ++i)
-        if (mask[i] != 0)
-            array[indices[i]] = Pair{first[i], second[i]};
+        if (mask[i] != 0) array[indices[i]] = Pair{first[i], second[i]};
 }
 
 // Device mathematics. In double precision square root, sine and cosine are single, on the converted

@@ -20,8 +20,7 @@ template <class... Parameters, class... Arguments>
     ::cudaDriverEntryPointQueryResult outcome{};
     const ::cudaError_t status =
         ::cudaGetDriverEntryPointByVersion(name, &found, version, ::cudaEnableDefault, &outcome);
-    if (status != ::cudaSuccess)
-        return status;
+    if (status != ::cudaSuccess) return status;
     if (found == nullptr || outcome != ::cudaDriverEntryPointSuccess)
         return ::cudaErrorCallRequiresNewerDriver;
     return asRuntimeStatus(reinterpret_cast<CUresult (*)(Parameters...)>(found)(arguments...));
@@ -39,8 +38,7 @@ constexpr unsigned destroyVersion = 4000;
 }  // namespace
 
 ::cudaError_t OwnContext::enter(int device) {
-    if (context != nullptr)
-        return ::cudaSuccess;
+    if (context != nullptr) return ::cudaSuccess;
     CUdevice handle = 0;
     ::cudaError_t status = callDriver("cuInit", firstVersion, Init(), 0U);
     if (status == ::cudaSuccess)
@@ -51,8 +49,7 @@ constexpr unsigned destroyVersion = 4000;
 }
 
 ::cudaError_t OwnContext::end() {
-    if (context == nullptr)
-        return ::cudaSuccess;
+    if (context == nullptr) return ::cudaSuccess;
     return callDriver("cuCtxDestroy", destroyVersion, WithContext(),
                       std::exchange(context, nullptr));
 }

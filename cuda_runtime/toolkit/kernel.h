@@ -52,15 +52,13 @@ __device__ inline V load(const T* array, int index, bool mask) {
 
 template <class T>
 __device__ inline void store(T* array, int index, bool mask, T value) {
-    if (mask)
-        array[index] = value;
+    if (mask) array[index] = value;
 }
 
 /// Stores pairs of reals, in one store each.
 template <class Pair, class T>
 __device__ inline void store(Pair* array, int index, bool mask, T first, T second) {
-    if (mask)
-        array[index] = Pair{first, second};
+    if (mask) array[index] = Pair{first, second};
 }
 
 __device__ inline float absolute(float v) { return fabsf(v); }

@@ -39,8 +39,7 @@ std::map<std::string, ConstantSymbol>& constantRegistry() {
 
 cudaError_t remember(::cudaError_t status) {
     const auto own = static_cast<cudaError_t>(status);
-    if (own != cudaSuccess)
-        state().lastError = own;
+    if (own != cudaSuccess) state().lastError = own;
     return own;
 }
 
@@ -60,8 +59,7 @@ cudaError_t cudaGetDeviceCount(int* count) { return remember(::cudaGetDeviceCoun
 cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device) {
     ::cudaDeviceProp all{};
     const ::cudaError_t status = ::cudaGetDeviceProperties(&all, device);
-    if (status != ::cudaSuccess)
-        return remember(status);
+    if (status != ::cudaSuccess) return remember(status);
     std::copy(std::begin(all.name), std::end(all.name), properties->name);
     properties->major = all.major;
     properties->minor = all.minor;
@@ -74,10 +72,8 @@ cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device) {
 cudaError_t cudaSetDevice(int device) {
     int count = 0;
     const ::cudaError_t status = ::cudaGetDeviceCount(&count);
-    if (status != ::cudaSuccess)
-        return remember(status);
-    if (device < 0 || device >= count)
-        return remember(::cudaErrorInvalidDevice);
+    if (status != ::cudaSuccess) return remember(status);
+    if (device < 0 || device >= count) return remember(::cudaErrorInvalidDevice);
     state().device = device;
     return cudaSuccess;
 }
@@ -99,8 +95,7 @@ cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t b
                                std::size_t offset, cudaMemcpyKind kind) {
     return inContext([=] {
         const auto found = constantRegistry().find(name);
-        if (found == constantRegistry().end())
-            return ::cudaErrorInvalidSymbol;
+        if (found == constantRegistry().end()) return ::cudaErrorInvalidSymbol;
         return ::cudaMemcpyToSymbol(found->second.symbol, from, bytes, offset,
                                     static_cast<::cudaMemcpyKind>(kind));
     });
@@ -112,16 +107,14 @@ cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, in
 }
 
 cudaError_t cudaSetupArgument(const void* argument, std::size_t bytes, std::size_t offset) {
-    if (!state().pending)
-        return remember(::cudaErrorMissingConfiguration);
+    if (!state().pending) return remember(::cudaErrorMissingConfiguration);
     return remember(state().pending->put(argument, bytes, offset) ? ::cudaSuccess
                                                                   : ::cudaErrorInvalidValue);
 }
 
 cudaError_t cudaLaunch(const void* entry) {
     std::optional<PendingCall> call = std::exchange(state().pending, std::nullopt);
-    if (!call)
-        return remember(::cudaErrorMissingConfiguration);
+    if (!call) return remember(::cudaErrorMissingConfiguration);
     return inContext([&] {
         return ::cudaLaunchKernel(entry, toToolkit(call->grid), toToolkit(call->block),
                                   call->argumentAddresses().data(), call->sharedBytes, nullptr);

@@ -30,8 +30,7 @@ Matrix randomMatrix(std::mt19937& generator) {
 /// The determinant of an n by n matrix as a sum over permutations, in extended precision.
 long double leibniz(const std::vector<std::vector<long double>>& m, std::vector<int> taken = {}) {
     const std::size_t row = taken.size();
-    if (row == m.size())
-        return 1;
+    if (row == m.size()) return 1;
     long double sum = 0;
     for (int c = 0; c < static_cast<int>(m.size()); ++c) {
         int larger = 0;
@@ -40,8 +39,7 @@ long double leibniz(const std::vector<std::vector<long double>>& m, std::vector<
             used = used || t == c;
             larger += t > c ? 1 : 0;
         }
-        if (used)
-            continue;
+        if (used) continue;
         std::vector<int> next = taken;
         next.push_back(c);
         sum += (larger % 2 == 1 ? -1 : 1) * m[row][static_cast<std::size_t>(c)] * leibniz(m, next);
@@ -52,12 +50,10 @@ long double leibniz(const std::vector<std::vector<long double>>& m, std::vector<
 std::vector<std::vector<long double>> without(const Matrix& m, int row, int column) {
     std::vector<std::vector<long double>> kept;
     for (int r = 0; r < 4; ++r) {
-        if (r == row)
-            continue;
+        if (r == row) continue;
         kept.emplace_back();
         for (int c = 0; c < 4; ++c)
-            if (c != column)
-                kept.back().push_back(m(r, c));
+            if (c != column) kept.back().push_back(m(r, c));
     }
     return kept;
 }

@@ -45,8 +45,7 @@ class RecordedFailures {
             : after(after), failures(failures) {}
         void fail(const char* condition, int line, const char* file) override {
             failures.push_back({condition, line, file});
-            if (after == AfterFailure::throws)
-                throw failures.back();
+            if (after == AfterFailure::throws) throw failures.back();
         }
 
       private:

@@ -1,0 +1,86 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+# shellcheck shell=bash
+
+# What demo.sh and test.sh share. Sourcing it leads to the project's folder.
+
+cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
+
+# The texts of the programs called here are read below, and plots need UTF-8.
+export LC_ALL=C.UTF-8
+
+module_packages=(cmake ninja-build g++ octave octave-dev)
+picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
+test_packages=(libgtest-dev libgmock-dev)
+
+# The version header takes the revision from a clone; an unpacked archive carries it along.
+if [[ -e .git ]]; then
+  module_packages+=(git)
+fi
+
+say() {
+  printf '%s: %s\n' "${0##*/}" "$*"
+}
+
+die() {
+  say "$*" >&2
+  exit 1
+}
+
+is_installed() {
+  local status
+  status=$(dpkg-query --show --showformat='${db:Status-Status} ' "$1" 2>/dev/null) || return 1
+  [[ " $status" == *' installed '* ]]
+}
+
+# Runs apt-get without questions; its report goes to the file $apt_report.
+run_apt_get() {
+  local -a as_root=()
+  ((EUID == 0)) || as_root=(sudo)
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get --quiet --yes \
+    -o DPkg::Lock::Timeout=300 "$@" </dev/null >"$apt_report" 2>&1
+}
+
+# The line of apt-get's report that says what went wrong.
+apt_error() {
+  grep --max-count=1 '^E: ' "$apt_report" || tail --lines=1 "$apt_report"
+}
+
+# Installs those of the named packages that are missing.
+require_packages() {
+  local package
+  local -a missing=()
+  if ! type -P dpkg-query apt-get >/dev/null; then
+    die "no apt here; install what these Debian packages hold and build with cmake: $*"
+  fi
+  for package in "$@"; do
+    is_installed "$package" || missing+=("$package")
+  done
+  ((${#missing[@]} > 0)) || return 0
+  if ((EUID != 0)) && ! type -P sudo >/dev/null; then
+    die "not root and no sudo; let root run: apt-get install --no-install-recommends ${missing[*]}"
+  fi
+
+  apt_report=$(mktemp)
+  trap 'rm -f -- "$apt_report"' EXIT
+  say "installing from Debian (minutes on a fresh machine): ${missing[*]}"
+  run_apt_get update || say "apt-get update failed; going on with the package lists that are here"
+  run_apt_get install --no-install-recommends "${missing[@]}" ||
+    die "apt-get could not install ${missing[*]}: $(apt_error)"
+}
+
+require_demo_packages() {
+  require_packages "${module_packages[@]}" "${picture_packages[@]}"
+}
+
+require_test_packages() {
+  require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}"
+}
+
+# Whether the tests' libraries are here; without them only the rest can be configured.
+tests_can_be_built() {
+  local package
+  for package in "${test_packages[@]}"; do
+    is_installed "$package" || return 1
+  done
+}
