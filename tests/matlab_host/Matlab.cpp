@@ -10,7 +10,8 @@
 #include <stdexcept>
 #include <utility>
 
-LoadedModule::LoadedModule(std::string path) : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+LoadedModule::LoadedModule(const std::string& path)
+    : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
     if (handle == nullptr)
         throw std::runtime_error(dlerror());
 }
@@ -38,8 +39,9 @@ MatlabEngine& matlabEngine() { return matlab(); }
 // Nothing here may need a destructor: a longjmp passes.
 bool Matlab::enter(LoadedModule::Entry entry, int outputs, mxArray** output, int count,
                    const mxArray** arguments) {
+    // NOLINTNEXTLINE(cert-err52-cpp): what a host may do
     if (setjmp(callSite) != 0)
-        return false;  // NOLINT(cert-err52-cpp): what a host may do
+        return false;
     entry(outputs, output, count, arguments);
     return true;
 }
@@ -99,7 +101,8 @@ void Matlab::raise(const char* message) {
     if (leaveBy == LeaveBy::exception)
         throw MatlabError{message};
     raised = message;
-    std::longjmp(callSite, 1);  // NOLINT(cert-err52-cpp): what a host may do
+    // NOLINTNEXTLINE(cert-err52-cpp): what a host may do
+    std::longjmp(callSite, 1);
 }
 
 mxArray* Matlab::doubles(const std::vector<double>& values, std::vector<std::size_t> dimensions) {

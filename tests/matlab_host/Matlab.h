@@ -23,12 +23,14 @@ class LoadedModule {
   public:
     using Entry = void (*)(int, mxArray**, int, const mxArray**);
 
-    explicit LoadedModule(std::string path);
+    explicit LoadedModule(const std::string& path);
     LoadedModule(const LoadedModule&) = delete;
     LoadedModule& operator=(const LoadedModule&) = delete;
+    LoadedModule(LoadedModule&&) = delete;
+    LoadedModule& operator=(LoadedModule&&) = delete;
     ~LoadedModule();
 
-    Entry entry() const;
+    [[nodiscard]] Entry entry() const;
     /// Whether the process holds the module, through this object or not.
     static bool isLoaded(const std::string& path);
 

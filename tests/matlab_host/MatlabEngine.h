@@ -22,6 +22,11 @@ struct mxArray_tag {
 /// lean on the running MATLAB in the same way.
 class MatlabEngine {
   public:
+    MatlabEngine() = default;
+    MatlabEngine(const MatlabEngine&) = delete;
+    MatlabEngine& operator=(const MatlabEngine&) = delete;
+    MatlabEngine(MatlabEngine&&) = delete;
+    MatlabEngine& operator=(MatlabEngine&&) = delete;
     virtual ~MatlabEngine() = default;
 
     /// A new array that lives until the call ends, or null.
@@ -35,4 +40,4 @@ class MatlabEngine {
 };
 
 /// The program's engine, found by the libraries when they are loaded.
-extern "C" [[gnu::visibility("default")]] MatlabEngine& matlabEngine();
+[[gnu::visibility("default")]] MatlabEngine& matlabEngine();

@@ -12,7 +12,7 @@
 
 namespace {
 
-const std::string modulePath = PISTONFIELD_MATLAB_MODULE;
+constexpr const char* modulePath = PISTONFIELD_MATLAB_MODULE;
 
 class MatlabModuleTest : public testing::TestWithParam<LeaveBy> {
   protected:

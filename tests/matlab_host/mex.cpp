@@ -14,6 +14,7 @@ int mexPrintf(const char* format, ...) {  // NOLINT(cert-dcl50-cpp): the interfa
     std::array<char, 4096> text{};
     std::va_list arguments;
     va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has filled it
     const int length = std::vsnprintf(text.data(), text.size(), format, arguments);
     va_end(arguments);
     matlabEngine().print(text.data());

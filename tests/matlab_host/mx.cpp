@@ -10,7 +10,10 @@
 
 namespace {
 
-double* data(const mxArray* array) { return const_cast<mxArray*>(array)->real.data(); }
+/// The interface hands out writable data of any array.
+double* data(const std::vector<double>& half) {
+    return const_cast<double*>(half.data());  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+}
 
 }  // namespace
 
@@ -39,11 +42,11 @@ char* mxArrayToString(const mxArray* array) {
 
 double mxGetScalar(const mxArray* array) { return array->real.at(0); }
 
-double* mxGetPr(const mxArray* array) { return data(array); }
+double* mxGetPr(const mxArray* array) { return data(array->real); }
 
-void* mxGetData(const mxArray* array) { return data(array); }
+void* mxGetData(const mxArray* array) { return data(array->real); }
 
-void* mxGetImagData(const mxArray* array) { return const_cast<mxArray*>(array)->imaginary.data(); }
+void* mxGetImagData(const mxArray* array) { return data(array->imaginary); }
 
 mxArray* mxCreateNumericArray(mwSize dimensionCount, const mwSize* dimensions, mxClassID classId,
                               mxComplexity complexity) {

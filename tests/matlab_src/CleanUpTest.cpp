@@ -8,7 +8,6 @@
 #include "cuda_runtime/emulated/Emulator.h"
 #include "tests/matlab_src/GatewayTest.h"
 
-using cuda_runtime::cudaError_t;
 using cuda_runtime::cudaErrorLaunchFailure;
 using cuda_runtime::cudaSuccess;
 using cuda_runtime::emulated::emulator;

@@ -3,6 +3,7 @@
 
 // The fields that the CPU modes give, against the surface integral that defines them.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -64,8 +65,8 @@ class CpuFieldTest : public GatewayTest {
         return largest;
     }
 
-    inline static const std::vector<double> origin{-0.5, -1.25, 0.75};
-    inline static const std::vector<double> steps{0.75, 1.0, 0.625};
+    static constexpr std::array<double, 3> origin{-0.5, -1.25, 0.75};
+    static constexpr std::array<double, 3> steps{0.75, 1.0, 0.625};
 };
 
 TEST_F(CpuFieldTest, isThePressureOfThePistonInDoublePrecision) {
@@ -170,7 +171,7 @@ TEST_F(CpuFieldTest, ofEachPointDependsOnNoOtherPoint) {
             const double y = origin[1] + iy * steps[1];
             const Field row = fieldOf(
                 grid().mode(mode).lattice({origin[0], y, origin[2]}, steps).sizes({3, 1, 1}));
-            const auto start = whole.begin() + 3 * iy;
+            const auto start = whole.begin() + std::ptrdiff_t{3} * iy;
             EXPECT_LT(largestDifference(row, Field(start, start + 3)),
                       std::string(mode) == "cpu" ? 1e-14 : 1e-6);
         }

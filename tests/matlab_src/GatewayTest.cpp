@@ -25,6 +25,8 @@ class LoggedStandardOutput : private std::stringbuf {
     LoggedStandardOutput() : original(std::cout.rdbuf(this)) {}
     LoggedStandardOutput(const LoggedStandardOutput&) = delete;
     LoggedStandardOutput& operator=(const LoggedStandardOutput&) = delete;
+    LoggedStandardOutput(LoggedStandardOutput&&) = delete;
+    LoggedStandardOutput& operator=(LoggedStandardOutput&&) = delete;
     ~LoggedStandardOutput() override {
         if (!str().empty())
             theHost().log(EventKind::standardOutput, "not flushed: " + str());
@@ -70,7 +72,7 @@ Request::Request()
     sizes({2, 3, 2});
 }
 
-Request& Request::lattice(const std::vector<double>& origin, const std::vector<double>& steps) {
+Request& Request::lattice(const std::array<double, 3>& origin, const std::array<double, 3>& steps) {
     return transform(substitute::doubles({steps[0], 0, 0, origin[0],  //
                                           0, steps[1], 0, origin[1],  //
                                           0, 0, steps[2], origin[2],  //
@@ -130,7 +132,7 @@ Outcome GatewayTest::call(const Request& request) {
     return outcome;
 }
 
-void GatewayTest::expectNothingLeft(const Outcome& outcome) {
+void GatewayTest::expectNothingLeft(const Outcome& outcome) const {
     EXPECT_FALSE(emulator().hasContext());
     EXPECT_EQ(emulator().liveBytes(), 0U);
     EXPECT_NE(dynamic_cast<DefaultErrorHandler*>(ErrorHandler::getErrorHandler()), nullptr);

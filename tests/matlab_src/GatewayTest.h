@@ -4,8 +4,8 @@
 
 #include <gmock/gmock.h>
 
+#include <array>
 #include <complex>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,7 +20,9 @@ struct Outcome {
     host::Array* output = nullptr;  ///< what the host was given, also after a refusal
     std::string standardError;
 
-    std::vector<std::complex<double>> values() const { return substitute::valuesOf(output); }
+    [[nodiscard]] std::vector<std::complex<double>> values() const {
+        return substitute::valuesOf(output);
+    }
 };
 
 /// The arguments of a call, each replaceable; in the beginning a valid request of few points.
@@ -29,7 +31,7 @@ class Request {
     Request();
 
     /// A transform that puts lattice point (ix, iy, iz) at origin + (ix*dx, iy*dy, iz*dz).
-    Request& lattice(const std::vector<double>& origin, const std::vector<double>& steps);
+    Request& lattice(const std::array<double, 3>& origin, const std::array<double, 3>& steps);
     Request& transform(const host::Array* array) { return at(0, array); }
     Request& sizes(const std::vector<double>& values);
     Request& sizes(const host::Array* array) { return at(1, array); }
@@ -60,12 +62,12 @@ class GatewayTest : public testing::Test {
 
     /// That the last call left nothing behind: no device context, no device memory, no handler, and
     /// of its arrays the output alone.
-    void expectNothingLeft(const Outcome& outcome);
+    void expectNothingLeft(const Outcome& outcome) const;
 
     /// That a plain request is answered with the values that it always has.
     void expectNextCallWorks();
 
-    /// The events of these kinds, as "kind text" lines.
+    /// The events of these kinds, in order.
     static std::vector<substitute::Event> eventsOf(const std::vector<substitute::EventKind>& kinds);
 
     std::size_t arraysBefore = 0;

@@ -23,7 +23,7 @@ struct host::Array {
     bool isPretended = false;  ///< has dimensions but no memory
 
     /// Elements by the dimensions.
-    std::size_t count() const;
+    [[nodiscard]] std::size_t count() const;
 };
 
 namespace substitute {
@@ -63,15 +63,15 @@ class Host {
     void reset();
 
     host::Array* keep(std::unique_ptr<host::Array> array);
-    std::size_t liveArrays() const { return arrays.size(); }
+    [[nodiscard]] std::size_t liveArrays() const { return arrays.size(); }
 
     /// What a host does when a call has ended: releases all that was made since `first` arrays
     /// lived, save the outputs.
     void releaseSince(std::size_t first, const host::Array* output);
 
     void log(EventKind kind, std::string text) { events.push_back({kind, std::move(text)}); }
-    std::vector<std::string> textsOf(EventKind kind) const;
-    std::string console() const;
+    [[nodiscard]] std::vector<std::string> textsOf(EventKind kind) const;
+    [[nodiscard]] std::string console() const;
 
     /// Counts an operation and lets the interceptor see it.
     void enter(const char* operation);

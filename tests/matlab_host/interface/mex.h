@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+// NOLINTBEGIN(modernize-*): a header of C
+
 // A substitute for MATLAB's header of this name: the operations that the module may use and no
 // others, in the form with separate real and imaginary data (R2017b). What compiles against it uses
 // nothing else of MATLAB.
@@ -66,3 +68,5 @@ void mexFunction(int nlhs, mxArray* plhs[], int nrhs, const mxArray* prhs[]);
 #ifdef __cplusplus
 }
 #endif
+
+// NOLINTEND(modernize-*)
