@@ -47,7 +47,7 @@ std::complex<double> edge(const Rule& rule, double k, double z, double e, double
 struct Corner {
     double l = 3, s = 2, k = 2.5, x = 2.25, y = 3, z = 0.75;
 
-    std::complex<double> pressure(const Rule& rule) const {
+    [[nodiscard]] std::complex<double> pressure(const Rule& rule) const {
         const double x1 = x - s / 2;
         const double x2 = x + s / 2;
         const double y1 = y - l / 2;
