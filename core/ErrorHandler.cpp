@@ -6,16 +6,16 @@
 #include <iostream>
 #include <new>
 
-ErrorHandler* ErrorHandler::theErrorHandler = nullptr;
+std::unique_ptr<ErrorHandler> ErrorHandler::theErrorHandler;
 DefaultErrorHandler DefaultErrorHandler::theDefaultErrorHandler;
 
 ErrorHandler* ErrorHandler::getErrorHandler() noexcept {
-    return theErrorHandler ? theErrorHandler : &DefaultErrorHandler::theDefaultErrorHandler;
+    return theErrorHandler ? theErrorHandler.get() : &DefaultErrorHandler::theDefaultErrorHandler;
 }
 
 void ErrorHandler::setErrorHandler(ErrorHandler* handler) noexcept {
-    delete theErrorHandler;
-    theErrorHandler = handler ? handler : new (std::nothrow) DefaultErrorHandler;
+    theErrorHandler.reset();
+    theErrorHandler.reset(handler ? handler : new (std::nothrow) DefaultErrorHandler);
 }
 
 void DefaultErrorHandler::fail(const char* condition, int line, const char* file) {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <memory>
 #include <string>
 
 /// The one way in which every room reports a failed condition. The host environment decides what a
@@ -30,7 +31,8 @@ class ErrorHandler {
     static void setErrorHandler(ErrorHandler* handler) noexcept;
 
   private:
-    static ErrorHandler* theErrorHandler;
+    /// Deletes the last handler when the program ends or the module is unloaded.
+    static std::unique_ptr<ErrorHandler> theErrorHandler;
 };
 
 /// Prints the report on standard error and aborts the process.

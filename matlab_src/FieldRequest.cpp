@@ -68,7 +68,9 @@ bool readAbscissas(const host::Array* abscissas, FieldRequest& request) {
         const auto count = std::min<std::size_t>(host::rows(abscissas), INT32_MAX);
         std::cout << "using " << count << " abscissas.\n" << std::flush;
         request.nAbscissas = static_cast<std::int32_t>(count);
-        request.abscissaTable = host::realData(abscissas);
+        // A host may have no data for a table without rows, which is a table all the same.
+        static constexpr double noPairs = 0;
+        request.abscissaTable = count > 0 ? host::realData(abscissas) : &noPairs;
         return true;
     }
     if (host::columns(abscissas) == 1 && host::rows(abscissas) == 1) {

@@ -60,8 +60,8 @@ std::size_t trueCount(const FieldRequest& request) {
     std::size_t count = 1;
     for (const double size : request.sizes) {
         const std::size_t dimension = truncateToDimension(size);
-        if (dimension > INT32_MAX) throw std::bad_array_new_length();
-        count *= dimension;
+        if (dimension > INT32_MAX || __builtin_mul_overflow(count, dimension, &count))
+            throw std::bad_array_new_length();
     }
     return count;
 }
