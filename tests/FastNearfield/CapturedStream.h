@@ -13,12 +13,14 @@ class CapturedStream {
         : stream(stream), original(stream.rdbuf(&buffer)) {}
     CapturedStream(const CapturedStream&) = delete;
     CapturedStream& operator=(const CapturedStream&) = delete;
+    CapturedStream(CapturedStream&&) = delete;
+    CapturedStream& operator=(CapturedStream&&) = delete;
     ~CapturedStream() { stream.rdbuf(original); }
 
-    std::string text() const { return buffer.str(); }
+    [[nodiscard]] std::string text() const { return buffer.str(); }
 
     /// What had been written when the stream was last flushed.
-    std::string flushedText() const { return buffer.flushed; }
+    [[nodiscard]] std::string flushedText() const { return buffer.flushed; }
 
   private:
     struct Buffer : std::stringbuf {

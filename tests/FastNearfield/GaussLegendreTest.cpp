@@ -248,6 +248,7 @@ TYPED_TEST(GaussLegendreTest, ComputesTheRuleOfANewOrder) {
     GaussLegendre<TypeParam> rule;
     for (const int order : {1, 5, 100}) {
         rule.compute(order);
+        ASSERT_THAT(this->arraysOf(rule), testing::Each(testing::NotNull()));
         const Rule expected(order);
         for (std::size_t i = 0; i < expected.nodes.size(); ++i) {
             ASSERT_EQ(rule.abscissas[i], static_cast<TypeParam>(expected.nodes[i]));

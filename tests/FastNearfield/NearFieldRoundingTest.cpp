@@ -59,8 +59,12 @@ struct Scene {
     T halfX, halfY;
     T k;
 
-    PointField<T> field() const { return PointField<T>::at(px, py, pz, halfX, halfY, k); }
-    reference::Offsets exactOffsets() const { return reference::offsetsOf(px, py, halfX, halfY); }
+    [[nodiscard]] PointField<T> field() const {
+        return PointField<T>::at(px, py, pz, halfX, halfY, k);
+    }
+    [[nodiscard]] reference::Offsets exactOffsets() const {
+        return reference::offsetsOf(px, py, halfX, halfY);
+    }
 };
 
 /// Where a coordinate lies with respect to the piston's two edges across it.

@@ -8,6 +8,7 @@
 #include <iostream>
 #include <limits>
 #include <numbers>
+#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -53,6 +54,10 @@ struct PistonCase {
     const char* name;
     reference::Rectangle sides;  // in wavelengths
     double wavelength;
+
+    friend std::ostream& operator<<(std::ostream& out, const PistonCase& c) {
+        return out << c.sides.sideX << " by " << c.sides.sideY << " wavelengths";
+    }
 };
 
 class NearFieldOf : public NearField, public testing::WithParamInterface<PistonCase> {};
@@ -251,7 +256,7 @@ TEST_F(NearField, ThinAlongXDoublesTheWholeXIntegrals) {
                 .pressure;
         };
         const std::complex<double> p = point.pressure(piston);
-        const double expected = static_cast<double>(reference::magnitude(at(Span::doubledWhole)));
+        const auto expected = static_cast<double>(reference::magnitude(at(Span::doubledWhole)));
         // The y pair is the small difference of two edges' terms.
         EXPECT_LT(distance(p, at(Span::doubledWhole)), 1e-7 * expected) << px;
         // The x pair counts twice, and is no smaller than the y pair.

@@ -21,7 +21,7 @@ struct PointField {
     }
 
     /// The pressure by the piston's rule of precision T.
-    std::complex<T> pressure(const RectangularPistonCuda2& piston) const {
+    [[nodiscard]] std::complex<T> pressure(const RectangularPistonCuda2& piston) const {
         RectangularPistonCuda2::FirstIntegral<T> fi;
         fi.k = k;
         fi.z = z;
@@ -30,7 +30,7 @@ struct PointField {
         return piston.doFastNearfield_Private<T>(fi, x1, x2, y1, y2, k, z, factor);
     }
 
-    reference::Offsets offsets() const { return {x1, x2, y1, y2}; }
+    [[nodiscard]] reference::Offsets offsets() const { return {x1, x2, y1, y2}; }
 };
 
 /// The rule of precision T that a piston holds.

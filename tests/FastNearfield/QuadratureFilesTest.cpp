@@ -51,19 +51,15 @@ std::string sixteenDigits(double value) {
 /// A directory of its own for a test, removed afterwards.
 class QuadratureFiles : public testing::Test {
   protected:
-    QuadratureFiles() {
+    void SetUp() override {
         std::string pattern = std::filesystem::temp_directory_path() / "quadratureXXXXXX";
-        EXPECT_NE(mkdtemp(pattern.data()), nullptr);
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         directory = pattern;
     }
-    QuadratureFiles(const QuadratureFiles&) = delete;
-    QuadratureFiles& operator=(const QuadratureFiles&) = delete;
-    ~QuadratureFiles() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(directory, ignored);
-    }
 
-    std::string written(int m, int n, std::vector<double> table) const {
+    void TearDown() override { std::filesystem::remove_all(directory); }
+
+    [[nodiscard]] std::string written(int m, int n, std::vector<double> table) const {
         dtable_write0(directory / "table.txt", m, n, table.data());
         return contents(directory / "table.txt");
     }
@@ -208,19 +204,13 @@ TEST(LegendreHandle, NeitherHeedsNorChangesTheStateOfStandardOutput) {
 TEST_F(QuadratureFiles, AnyOtherOutputIsARootFileName) {
     for (const std::string name : {"cpp", "Matlab", "C++ ", "Mat", "F95", "rule"}) {
         const std::string root = directory / name;
-        EXPECT_EQ(printedRule(1, root),
-                  "  Creating quadrature files.\n"
-                  "  Root file name is     \"" +
-                      root +
-                      "\".\n"
-                      "  Weight file will be   \"" +
-                      root +
-                      "_w.txt\".\n"
-                      "  Abscissa file will be \"" +
-                      root +
-                      "_x.txt\".\n"
-                      "  Region file will be   \"" +
-                      root + "_r.txt\".\n");
+        std::ostringstream expected;
+        expected << "  Creating quadrature files.\n"
+                 << "  Root file name is     \"" << root << "\".\n"
+                 << "  Weight file will be   \"" << root << "_w.txt\".\n"
+                 << "  Abscissa file will be \"" << root << "_x.txt\".\n"
+                 << "  Region file will be   \"" << root << "_r.txt\".\n";
+        EXPECT_EQ(printedRule(1, root), expected.str());
         EXPECT_EQ(contents(root + "_w.txt"), "                       2  \n");
         EXPECT_EQ(contents(root + "_x.txt"), "                       0  \n");
         EXPECT_EQ(contents(root + "_r.txt"),
@@ -287,7 +277,7 @@ TEST_F(QuadratureFiles, TableIsStoredByColumnsAndWrittenOneColumnALine) {
 TEST_F(QuadratureFiles, TableWithoutColumnsIsAnEmptyFile) { EXPECT_EQ(written(2, 0, {}), ""); }
 
 TEST_F(QuadratureFiles, TableReplacesAnEarlierFile) {
-    written(1, 3, {1, 2, 3});
+    EXPECT_THAT(written(1, 3, {1, 2, 3}), testing::SizeIs(3 * 27));
     EXPECT_EQ(written(1, 1, {7}), "                       7  \n");
 }
 

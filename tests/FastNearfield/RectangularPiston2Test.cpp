@@ -94,11 +94,11 @@ struct GridCase {
     std::array<double, 16> transform;
     int sx, sy, sz;
 
-    Grid3DR<double> grid() const {
+    [[nodiscard]] Grid3DR<double> grid() const {
         return {transform.data(), static_cast<unsigned>(sx), static_cast<unsigned>(sy),
                 static_cast<unsigned>(sz)};
     }
-    std::size_t count() const {
+    [[nodiscard]] std::size_t count() const {
         return static_cast<std::size_t>(sx) * static_cast<std::size_t>(sy) *
                static_cast<std::size_t>(sz);
     }

@@ -27,7 +27,7 @@ class Edges {
   public:
     Edges(Quad z, Quad k, const Rule& rule) : z(z), k(k), rule(rule), atFoot(phasor(-k * z)) {}
 
-    EdgeIntegral over(Quad offset, Quad from, Quad to) const {
+    [[nodiscard]] EdgeIntegral over(Quad offset, Quad from, Quad to) const {
         const Quad half = (to - from) / 2;
         const Quad middle = (from + to) / 2;
         const Quad extent = furthest(from, to);
@@ -43,7 +43,7 @@ class Edges {
         return sum;
     }
 
-    EdgeIntegral over(Quad offset, Quad from, Quad to, Span span) const {
+    [[nodiscard]] EdgeIntegral over(Quad offset, Quad from, Quad to, Span span) const {
         switch (span) {
             case Span::split:
                 return over(offset, from, 0) + over(offset, 0, to);
