@@ -48,8 +48,11 @@ class GaussLegendre {
     /// @throws std::bad_alloc also for a negative order
     void init() {
         if (unallocated) return;
-        for (T** array : {&abscissas, &weights, &mappedAbscissas, &mappedWeights})
-            *array = new T[static_cast<std::size_t>(order)];
+        const auto size = static_cast<std::size_t>(order);
+        abscissas = new T[size];
+        weights = new T[size];
+        mappedAbscissas = new T[size];
+        mappedWeights = new T[size];
         // No interval equals the mapped nodes of a rule that has not been mapped.
         if (order > 0)
             mappedAbscissas[0] = mappedAbscissas[order - 1] = std::numeric_limits<T>::quiet_NaN();

@@ -15,10 +15,11 @@
 /// the GPU launchers.
 ///
 /// The pressure is p = (k/2pi) * integral over the piston of exp(-j*k*R)/R dS, dimensionless, for
-/// the time dependence exp(+j*omega*t). For z >= 0 the method reduces the surface integral exactly
-/// to integrals along the four edges:
-/// p = -j/(2pi) * sum over the edges of +-e * integral of f(t) dt, with e the point's signed offset
-/// from the edge's line and f(t) = (exp(-j*k*sqrt(z^2 + e^2 + t^2)) - exp(-j*k*z)) / (e^2 + t^2).
+/// the time dependence exp(+j*omega*t). For z >= 0 that is an integral along the four edges: in
+/// polar coordinates around the point's foot the radial integral of exp(-j*k*R)*dR is elementary,
+/// and an edge at the offset e is seen under the angle e*dt/(e^2 + t^2). Hence p = -j/(2pi) * sum
+/// over the edges of +-e * integral of f(t) dt, with e the point's signed offset from the edge's
+/// line and f(t) = (exp(-j*k*sqrt(z^2 + e^2 + t^2)) - exp(-j*k*z)) / (e^2 + t^2).
 ///
 /// Lengths are in any one unit, the wavenumber in radians per that unit. NaN and infinite values
 /// propagate into the field. One object is used by one thread at a time.

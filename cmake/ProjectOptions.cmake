@@ -13,9 +13,7 @@ set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
 add_library(pistonfield_options INTERFACE)
 target_compile_options(pistonfield_options INTERFACE
-  $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wconversion -Werror>
-  # Unique statics would keep a loaded module from being unloaded.
-  $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-fno-gnu-unique>)
+  $<$<COMPILE_LANGUAGE:CXX>:-Wall -Wextra -Wconversion -Werror>)
 
 # How sources that work on packs of SIMD lanes are compiled: sums in the written order with every
 # operation rounded, whatever the instruction set. Packs are passed within one source only, so the

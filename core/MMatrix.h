@@ -64,7 +64,7 @@ class MMatrix<T, 4, true> {
 
   private:
     static constexpr std::size_t position(int r, int c) {
-        return static_cast<std::size_t>(4 * r + c);
+        return 4 * static_cast<std::size_t>(r) + static_cast<std::size_t>(c);
     }
 
     /// The three indices other than `removed`, in increasing order.

@@ -34,7 +34,7 @@ class KernelEntry {
     template <class T>
     static bool pass(ArgumentLayout& layout, const T& argument) {
         const std::size_t offset = layout.place(ParameterKind::of<T>());
-        return cudaSetupArgument(&argument, sizeof(T), offset) == cudaSuccess;
+        return cudaSetupArgument(&argument, sizeof argument, offset) == cudaSuccess;
     }
 
     const void* entry;

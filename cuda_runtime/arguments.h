@@ -20,7 +20,7 @@ struct ParameterKind {
 
     template <class T>
     static constexpr ParameterKind of() {
-        return {std::is_pointer_v<T>, sizeof(T)};
+        return {std::is_pointer_v<T>, sizeof(std::conditional_t<std::is_pointer_v<T>, void*, T>)};
     }
 };
 

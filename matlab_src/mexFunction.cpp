@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <exception>
@@ -24,9 +25,10 @@ void keep(Message& message, const std::string& text) {
 
 Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Message& message) {
     try {
-        std::vector<const host::Array*> arguments;
-        for (int i = 0; i < nrhs; ++i)
-            arguments.push_back(reinterpret_cast<const host::Array*>(prhs[i]));
+        std::vector<const host::Array*> arguments(static_cast<std::size_t>(nrhs));
+        std::transform(prhs, prhs + nrhs, arguments.begin(), [](const mxArray* array) {
+            return reinterpret_cast<const host::Array*>(array);
+        });
         host::Array* output = nullptr;
         answerCall(nlhs, output, arguments);
         if (output != nullptr) plhs[0] = host::toMex(output);

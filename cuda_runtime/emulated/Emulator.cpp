@@ -300,8 +300,7 @@ cudaError_t Emulator::threadSynchronize() {
 cudaError_t Emulator::threadExit() {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::ThreadExit, "cudaThreadExit")) return remember(status);
-    for (const auto& [address, bytes] : allocations)
-        ::operator delete(const_cast<std::byte*>(address), addressAlignment);
+    for (const auto& [address, bytes] : allocations) ::operator delete(address, addressAlignment);
     allocations.clear();
     allocatedBytes = 0;
     for (const auto& [name, constant] : constants) std::memset(constant.symbol, 0, constant.bytes);

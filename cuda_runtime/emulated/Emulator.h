@@ -116,7 +116,7 @@ class Emulator {
 
     int chosenDevice = 0;
     bool contextExists = false;
-    std::map<const std::byte*, std::size_t> allocations;
+    std::map<std::byte*, std::size_t, std::less<>> allocations;
     std::size_t allocatedBytes = 0;
     std::optional<PendingCall> pending;
     cudaError_t lastError = cudaSuccess;

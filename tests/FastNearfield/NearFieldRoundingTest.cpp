@@ -201,8 +201,7 @@ class Errors {
         const Quad measure = (1 + field.k * expected.reach) * expected.scale +
                              (withDrift ? expected.drift : Quad(0));
         const auto units = static_cast<double>(error / (unitRoundoff * measure));
-        if (units <= largest)
-            return;
+        if (units <= largest) return;
         largest = units;
         worst = describe(scene) + ", order " + std::to_string(by.rule.nodes.size());
     }

@@ -75,8 +75,7 @@ TEST_P(NearFieldOf, EqualsTheIntegralOverThePistonsSurface) {
                 const double px = x * sides.sideX;
                 const double py = y * sides.sideY;
                 // Not straight above a corner: there the formula divides zero by zero.
-                if (x == -0.5 && y == 0.5)
-                    continue;
+                if (x == -0.5 && y == 0.5) continue;
                 const auto got =
                     PointField<double>::at(px, py, z * unit, sides.sideX / 2, sides.sideY / 2, k)
                         .pressure(piston);

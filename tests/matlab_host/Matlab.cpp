@@ -12,8 +12,7 @@
 
 LoadedModule::LoadedModule(const std::string& path)
     : handle(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-    if (handle == nullptr)
-        throw std::runtime_error(dlerror());
+    if (handle == nullptr) throw std::runtime_error(dlerror());
 }
 
 LoadedModule::~LoadedModule() { dlclose(handle); }
@@ -24,8 +23,7 @@ LoadedModule::Entry LoadedModule::entry() const {
 
 bool LoadedModule::isLoaded(const std::string& path) {
     void* const handle = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD);
-    if (handle != nullptr)
-        dlclose(handle);
+    if (handle != nullptr) dlclose(handle);
     return handle != nullptr;
 }
 
@@ -40,8 +38,7 @@ MatlabEngine& matlabEngine() { return matlab(); }
 bool Matlab::enter(LoadedModule::Entry entry, int outputs, mxArray** output, int count,
                    const mxArray** arguments) {
     // NOLINTNEXTLINE(cert-err52-cpp): what a host may do
-    if (setjmp(callSite) != 0)
-        return false;
+    if (setjmp(callSite) != 0) return false;
     entry(outputs, output, count, arguments);
     return true;
 }
@@ -56,14 +53,12 @@ Matlab::Answer Matlab::call(const LoadedModule& module, int outputs,
     try {
         answer.raised = !enter(module.entry(), outputs, &answer.output,
                                static_cast<int>(list.size()), list.data());
-        if (answer.raised)
-            answer.error = raised;
+        if (answer.raised) answer.error = raised;
     } catch (const MatlabError& error) {
         answer.raised = true;
         answer.error = error.message;
     }
-    if (answer.raised)
-        answer.output = nullptr;
+    if (answer.raised) answer.output = nullptr;
     textsKept = texts.size();
     texts.clear();
     arrays.erase(std::partition(arrays.begin() + before, arrays.end(),
@@ -81,8 +76,7 @@ mxArray* Matlab::create(const std::vector<std::size_t>& dimensions, mxClassID cl
     shape << " class " << static_cast<int>(classId) << " complexity "
           << static_cast<int>(complexity);
     creations.push_back(shape.str());
-    if (failingCreation)
-        return failingCreation();
+    if (failingCreation) return failingCreation();
     mxArray array;
     array.dimensions = dimensions;
     while (array.dimensions.size() > 2 && array.dimensions.back() == 1) array.dimensions.pop_back();
@@ -98,8 +92,7 @@ char* Matlab::keepText(const std::string& text) { return texts.emplace_back(text
 void Matlab::print(const char* text) { console.emplace_back(text); }
 
 void Matlab::raise(const char* message) {
-    if (leaveBy == LeaveBy::exception)
-        throw MatlabError{message};
+    if (leaveBy == LeaveBy::exception) throw MatlabError{message};
     raised = message;
     // NOLINTNEXTLINE(cert-err52-cpp): what a host may do
     std::longjmp(callSite, 1);

@@ -87,8 +87,7 @@ TEST_F(ArgumentClassesTest, endWellSparseOrComplex) {
 
 TEST_F(ArgumentClassesTest, otherThanDoubleAreNoTransform) {
     for (const std::string name : classes) {
-        if (name == "double" || name == "char")
-            continue;
+        if (name == "double" || name == "char") continue;
         EXPECT_EQ(errorWith(0, substitute::arrayOf(name, {4, 4})),
                   "The transform (argument 1) must be full and of class double.")
             << name;
@@ -101,8 +100,7 @@ TEST_F(ArgumentClassesTest, otherThanFullDoubleAreNoSizes) {
     constexpr const char* refusal =
         "Size information (argument 2) must be full and of class double.";
     for (const std::string name : classes) {
-        if (name == "double")
-            continue;
+        if (name == "double") continue;
         EXPECT_EQ(errorWith(1, substitute::arrayOf(name, {1, 3})), refusal) << name;
     }
     EXPECT_EQ(errorWith(1, substitute::sparseOf("double", {1, 3})), refusal);
@@ -122,8 +120,7 @@ TEST_F(ArgumentClassesTest, withoutNumbersAreNoLAndNoSAndNoK) {
 
 TEST_F(ArgumentClassesTest, otherThanCharAreNoMode) {
     for (const std::string name : classes) {
-        if (name == "char")
-            continue;
+        if (name == "char") continue;
         EXPECT_EQ(errorWith(5, substitute::arrayOf(name, {1, 3}, 'c')),
                   "Input 5 must be a character string and either be 'cuda' or 'cpu'")
             << name;

@@ -36,8 +36,7 @@ class CleanUpTest : public GatewayTest {
     static void failRuntimeCall(int n, std::string& failed) {
         emulator().setInterceptor([n, count = 0, &failed](const RuntimeCall& call) mutable {
             theHost().log(EventKind::runtime, call.text);
-            if (++count != n)
-                return cudaSuccess;
+            if (++count != n) return cudaSuccess;
             failed = call.text;
             return cudaErrorLaunchFailure;
         });
@@ -80,8 +79,7 @@ TEST_F(CleanUpTest, followsTheFailuresThatAreReportedAndNoOthers) {
     for (int n = 1, calls = runtimeCalls(); n <= calls; ++n) {
         std::string failed;
         failRuntimeCall(n, failed);
-        if (call(Request()).ending == Ending::refused)
-            reported.push_back(failed);
+        if (call(Request()).ending == Ending::refused) reported.push_back(failed);
         SetUp();
     }
     EXPECT_EQ(reported, (std::vector<std::string>{
@@ -130,10 +128,8 @@ TEST_F(CleanUpTest, followsAnExceptionFromAnyOperationOfTheHost) {
     for (const bool isMemory : {true, false})
         for (int failing = 1; failing <= operations; ++failing) {
             theHost().interceptor = [failing, isMemory](const char*, int number) {
-                if (number == failing && isMemory)
-                    throw std::bad_alloc();
-                if (number == failing)
-                    throw 7;  // NOLINT: hosts throw types of their own
+                if (number == failing && isMemory) throw std::bad_alloc();
+                if (number == failing) throw 7;  // NOLINT: hosts throw types of their own
             };
             const Outcome outcome = call(Request().abscissas(4));
             EXPECT_EQ(outcome.ending, isMemory ? Ending::outOfMemory : Ending::foreignException);
@@ -145,8 +141,7 @@ TEST_F(CleanUpTest, followsAnExceptionFromAnyOperationOfTheHost) {
 TEST_F(CleanUpTest, followsAResultThatCannotBeCreatedTheFirstOrTheSecondTime) {
     for (const int creation : {1, 2}) {
         theHost().interceptor = [creation, count = 0](const std::string& operation, int) mutable {
-            if (operation == "createResult" && ++count == creation)
-                throw std::bad_alloc();
+            if (operation == "createResult" && ++count == creation) throw std::bad_alloc();
         };
         const Outcome outcome = call(Request());
         EXPECT_EQ(outcome.ending, Ending::outOfMemory);

@@ -108,8 +108,7 @@ TEST_F(FieldRequestTest, refusesARequestWithTwoMistakesForTheEarlierOne) {
         for (std::size_t earlier = 0; earlier < later; ++earlier) {
             const Mistake& first = mistakes()[earlier];
             const Mistake& second = mistakes()[later];
-            if (first.group == second.group)
-                continue;
+            if (first.group == second.group) continue;
             Request request;
             second.make(request);
             first.make(request);
@@ -148,8 +147,7 @@ TEST_F(FieldRequestTest, takesFiveToSevenArguments) {
         request.abscissas(4).more(substitute::number(1)).more(substitute::number(1));
         // An unusable mode: whatever is complained about, it is not the count.
         request.mode("none").onlyFirst(count);
-        if (count == 5)
-            request.sizes({0, 1, 1});
+        if (count == 5) request.sizes({0, 1, 1});
         const Outcome outcome = call(request);
         EXPECT_EQ(outcome.error == usage, count < 5 || count > 7) << count;
     }

@@ -28,15 +28,13 @@ class LoggedStandardOutput : private std::stringbuf {
     LoggedStandardOutput(LoggedStandardOutput&&) = delete;
     LoggedStandardOutput& operator=(LoggedStandardOutput&&) = delete;
     ~LoggedStandardOutput() override {
-        if (!str().empty())
-            theHost().log(EventKind::standardOutput, "not flushed: " + str());
+        if (!str().empty()) theHost().log(EventKind::standardOutput, "not flushed: " + str());
         std::cout.rdbuf(original);
     }
 
   private:
     int sync() override {
-        if (!str().empty())
-            theHost().log(EventKind::standardOutput, str());
+        if (!str().empty()) theHost().log(EventKind::standardOutput, str());
         str("");
         return 0;
     }
@@ -89,8 +87,7 @@ Request& Request::piston(double l, double s, double k) {
 }
 
 Request& Request::at(std::size_t position, const host::Array* array) {
-    if (position >= arguments.size())
-        arguments.resize(position + 1);
+    if (position >= arguments.size()) arguments.resize(position + 1);
     arguments[position] = array;
     return *this;
 }

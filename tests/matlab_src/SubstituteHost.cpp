@@ -71,8 +71,7 @@ void fill(host::Array& array, std::size_t count, double value) {
 
 std::vector<std::byte> bytesOf(const std::vector<double>& values) {
     std::vector<std::byte> bytes(values.size() * sizeof(double));
-    if (!values.empty())
-        std::memcpy(bytes.data(), values.data(), bytes.size());
+    if (!values.empty()) std::memcpy(bytes.data(), values.data(), bytes.size());
     return bytes;
 }
 
@@ -88,8 +87,7 @@ double* dataOf(host::Array* array, std::vector<std::byte>& half) {
 }
 
 void require(bool condition, const char* breach) {
-    if (!condition)
-        throw std::logic_error(breach);
+    if (!condition) throw std::logic_error(breach);
 }
 
 }  // namespace
@@ -122,8 +120,7 @@ void Host::releaseSince(std::size_t first, const host::Array* output) {
 std::vector<std::string> Host::textsOf(EventKind kind) const {
     std::vector<std::string> texts;
     for (const Event& event : events)
-        if (event.kind == kind)
-            texts.push_back(event.text);
+        if (event.kind == kind) texts.push_back(event.text);
     return texts;
 }
 
@@ -134,8 +131,7 @@ std::string Host::console() const {
 
 void Host::enter(const char* operation) {
     ++operations;
-    if (interceptor)
-        interceptor(operation, operations);
+    if (interceptor) interceptor(operation, operations);
 }
 
 host::Array* doubles(const std::vector<double>& values, Dimensions dimensions) {
@@ -264,12 +260,10 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz) {
         return b > 0 && a > theHost().resultLimit / b;
     };
     const bool tooLarge = exceeds(sx, sy) || exceeds(sx * sy, sz);
-    if (tooLarge && !theHost().pretendsToCreate)
-        throw std::bad_alloc();
+    if (tooLarge && !theHost().pretendsToCreate) throw std::bad_alloc();
     // Like a host, drops a last dimension of 1.
     substitute::Dimensions dimensions{sx, sy, sz};
-    if (sz == 1)
-        dimensions.pop_back();
+    if (sz == 1) dimensions.pop_back();
     auto array = substitute::shaped("double", dimensions);
     array->complex = true;
     array->isPretended = tooLarge;
@@ -298,8 +292,7 @@ void print(const std::string& text) {
 void raise(const char* message) {
     theHost().enter("raise");
     theHost().log(EventKind::raise, message);
-    if (theHost().raiseMode == substitute::RaiseMode::throws)
-        throw substitute::HostError{message};
+    if (theHost().raiseMode == substitute::RaiseMode::throws) throw substitute::HostError{message};
 }
 
 }  // namespace host

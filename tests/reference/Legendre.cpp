@@ -52,8 +52,7 @@ Quad root(int n, int i) {
         const Legendre<Quad> p = legendre<Quad>(n, x);
         const Quad move = p.value / p.slope;
         x -= move;
-        if (fabsq(move) < static_cast<Quad>(settled))
-            return x;
+        if (fabsq(move) < static_cast<Quad>(settled)) return x;
     }
     throw std::runtime_error("the Newton iteration of a Legendre root does not settle");
 }

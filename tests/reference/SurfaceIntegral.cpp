@@ -66,8 +66,7 @@ std::complex<long double> surfacePressure(const Rectangle& piston, const Point& 
         panelsX += (panelsX + 1) / 2;
         panelsY += (panelsY + 1) / 2;
         const std::complex<Real> finer = integral(piston, point, k, panelsX, panelsY);
-        if (std::abs(finer - value) < settled)
-            return finer;
+        if (std::abs(finer - value) < settled) return finer;
         value = finer;
     }
     throw std::runtime_error("the surface integral does not settle");
