@@ -33,8 +33,8 @@ class KernelEntry {
   private:
     template <class T>
     static bool pass(ArgumentLayout& layout, const T& argument) {
-        const std::size_t offset = layout.place(ParameterKind::of<T>());
-        return cudaSetupArgument(&argument, sizeof argument, offset) == cudaSuccess;
+        constexpr ParameterKind kind = ParameterKind::of<T>();
+        return cudaSetupArgument(&argument, kind.valueBytes, layout.place(kind)) == cudaSuccess;
     }
 
     const void* entry;
