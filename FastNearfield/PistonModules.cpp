@@ -2,15 +2,30 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/PistonModules.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <initializer_list>
+#include <memory>
 #include <vector>
 
 #include "cuda_runtime/DeviceModule.h"
+#include "lanes/InstructionSet.h"
 
-// Each instruction set's own copy of the modules.
+// The modules as they were compiled for each instruction set of the host; a GPU's have one form.
 namespace baseline {
 SinglePistonModule singlePistonModule();
 DoublePistonModule doublePistonModule();
 }  // namespace baseline
+#ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
+namespace v3 {
+SinglePistonModule singlePistonModule();
+DoublePistonModule doublePistonModule();
+}  // namespace v3
+namespace v4 {
+SinglePistonModule singlePistonModule();
+DoublePistonModule doublePistonModule();
+}  // namespace v4
+#endif
 
 namespace {
 
@@ -36,13 +51,41 @@ struct Registered {
     cuda_runtime::DeviceModule registration{entries(module), module.constants};
 };
 
-const Registered<SinglePistonModule> singlePrecision{baseline::singlePistonModule()};
-const Registered<DoublePistonModule> doublePrecision{baseline::doublePistonModule()};
+/// The modules of one precision, for the instruction sets that the processor has.
+template <class Module>
+class Modules {
+  public:
+    /// @param makers one for each instruction set, the plainest first
+    explicit Modules(std::initializer_list<Module (*)()> makers) {
+        for (Module (*const make)() : makers)
+            if (modules.size() <= static_cast<std::size_t>(lanes::bestInstructionSet()))
+                modules.push_back(std::make_unique<Registered<Module>>(make()));
+    }
+
+    /// The module for the instruction set in use.
+    const Module& current() const {
+        const auto set = static_cast<std::size_t>(lanes::instructionSet());
+        return modules[std::min(set, modules.size() - 1)]->module;
+    }
+
+  private:
+    std::vector<std::unique_ptr<Registered<Module>>> modules;
+};
+
+#ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
+const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule,
+                                                  v3::singlePistonModule, v4::singlePistonModule};
+const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule,
+                                                  v3::doublePistonModule, v4::doublePistonModule};
+#else
+const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule};
+const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule};
+#endif
 
 }  // namespace
 
-const SinglePistonModule& singlePistonModule() { return singlePrecision.module; }
-const DoublePistonModule& doublePistonModule() { return doublePrecision.module; }
+const SinglePistonModule& singlePistonModule() { return singlePrecision.current(); }
+const DoublePistonModule& doublePistonModule() { return doublePrecision.current(); }
 
 std::string singleConstantName(const char* stem, char variable) {
     return std::string("global_") + stem + "_float_" + variable;

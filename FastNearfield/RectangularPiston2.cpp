@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <type_traits>
 #include <vector>
 
+#include "FastNearfield/PointSums.h"
 #include "FastNearfield/RectangularPistonCuda.h"
 #include "core/ErrorHandler.h"
 
@@ -18,34 +20,38 @@
 
 namespace {
 
-constexpr double oneOverTwoPi = 0.15915494309189535;
+const GaussLegendre<float>& ruleOf(const RectangularPistonCuda2& piston, float) {
+    return piston.floatRule;
+}
 
-/// Calls store(index, value) with the pressure at every point, x fastest, then y, then z.
-template <class T, class GridT, class Store>
-void forEachPoint(const RectangularPistonCuda2& piston, const Grid3DR<GridT>& grid, Store store) {
-    const T hx = static_cast<T>(piston.s * 0.5);
-    const T hy = static_cast<T>(piston.l * 0.5);
-    const T k = static_cast<T>(piston.k);
-    const std::complex<T> factor(0, static_cast<T>(-oneOverTwoPi));
-    const auto sx = static_cast<int>(grid.sizeX());
-    const auto sy = static_cast<int>(grid.sizeY());
-    const auto sz = static_cast<int>(grid.sizeZ());
+const GaussLegendre<double>& ruleOf(const RectangularPistonCuda2& piston, double) {
+    return piston.doubleRule;
+}
 
-    std::size_t index = 0;
-    for (int iz = 0; iz < sz; ++iz)
-        for (int iy = 0; iy < sy; ++iy)
-            for (int ix = 0; ix < sx; ++ix) {
-                const Vector<GridT, 3> p = grid.place(ix, iy, iz);
-                const T x = static_cast<T>(p[0]);
-                const T y = static_cast<T>(p[1]);
-                const T z = static_cast<T>(p[2]);
-                RectangularPistonCuda2::FirstIntegral<T> fi;
-                fi.k = k;
-                fi.z = z;
-                fi.expKz = std::exp(std::complex<T>(0, -(z * k)));
-                store(index++, piston.doFastNearfield_Private<T>(fi, x - hx, x + hx, y - hy, y + hy,
-                                                                 k, z, factor));
-            }
+template <class T>
+pointsums::Rule<T> pointRule(const RectangularPistonCuda2& piston) {
+    const GaussLegendre<T>& rule = ruleOf(piston, T());
+    return {rule.abscissas, rule.weights, rule.order};
+}
+
+template <class G>
+pointsums::Lattice<G> latticeOf(const Grid3DR<G>& grid) {
+    pointsums::Lattice<G> lattice{};
+    std::copy_n(grid.getTransform().data(), std::size(lattice.rows), lattice.rows);
+    lattice.divisor = grid.getTransform()(3, 3);
+    lattice.sx = static_cast<int>(grid.sizeX());
+    lattice.sy = static_cast<int>(grid.sizeY());
+    lattice.sz = static_cast<int>(grid.sizeZ());
+    return lattice;
+}
+
+/// Computes the pressure at every point of the grid.
+template <class T, class G>
+void fillField(const RectangularPistonCuda2& piston, const Grid3DR<G>& grid,
+               const pointsums::Field<T>& field) {
+    const pointsums::Piston<T> sides{static_cast<T>(piston.s * 0.5), static_cast<T>(piston.l * 0.5),
+                                     static_cast<T>(piston.k)};
+    pointsums::fill(pointRule<T>(piston), sides, latticeOf(grid), field);
 }
 
 /// A grid and a piston as the launchers of precision T take them.
@@ -141,24 +147,34 @@ template <class T, class GridT>
 void RectangularPistonCuda2::computeCPU(T* out, const Grid3DR<GridT>& grid) const {
     std::cout << "grid: " << grid.sizeX() << " " << grid.sizeY() << " " << grid.sizeZ()
               << std::endl;
-    forEachPoint<T>(*this, grid, [out](std::size_t i, std::complex<T> value) {
-        out[2 * i] = value.real();
-        out[2 * i + 1] = value.imag();
-    });
+    fillField<T>(*this, grid, {out, out + 1, 2});
 }
 
 template <class T, class GridT>
 void RectangularPistonCuda2::computeCPU(T* re, T* im, const Grid3DR<GridT>& grid) const {
-    forEachPoint<T>(*this, grid, [re, im](std::size_t i, std::complex<T> value) {
-        re[i] = value.real();
-        im[i] = value.imag();
-    });
+    fillField<T>(*this, grid, {re, im, 1});
 }
 
 template void RectangularPistonCuda2::computeCPU(float*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(double*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(double*, double*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(float*, float*, const Grid3DR<float>&) const;
+
+template <class T>
+std::complex<T> RectangularPistonCuda2::doFastNearfield_Private(
+    FirstIntegral<T>& fi, const T& x1, const T& x2, const T& y1, const T& y2,
+    [[maybe_unused]] const T& k, [[maybe_unused]] const T& z, const std::complex<T>& factor) const {
+    const pointsums::Value<T> sum = pointsums::edgeSum(
+        pointRule<T>(*this), {x1, x2, y1, y2, fi.z, fi.k, fi.expKz.real(), fi.expKz.imag()});
+    return factor * std::complex<T>(sum.re, sum.im);
+}
+
+template std::complex<float> RectangularPistonCuda2::doFastNearfield_Private(
+    FirstIntegral<float>&, const float&, const float&, const float&, const float&, const float&,
+    const float&, const std::complex<float>&) const;
+template std::complex<double> RectangularPistonCuda2::doFastNearfield_Private(
+    FirstIntegral<double>&, const double&, const double&, const double&, const double&,
+    const double&, const double&, const std::complex<double>&) const;
 
 void resort(float* data, int n) {
     const std::vector<float> parts(data, data + 2 * static_cast<std::ptrdiff_t>(n));

@@ -4,7 +4,6 @@
 
 #include <cmath>
 #include <complex>
-#include <type_traits>
 
 #include "FastNearfield/GaussLegendre.h"
 #include "FastNearfield/Integ.h"
@@ -93,66 +92,7 @@ class RectangularPistonCuda2 : public Piston {
     Integ<float> floatInteg{&floatRule};
     Integ<double> doubleInteg{&doubleRule};
     bool useCuda = true;
-
-  private:
-    template <class T>
-    const Integ<T>& integ() const {
-        if constexpr (std::is_same_v<T, float>)
-            return floatInteg;
-        else
-            return doubleInteg;
-    }
 };
 
 /// Resorts 2n floats from n real parts followed by n imaginary parts to n pairs, in place.
 void resort(float* data, int n);
-
-template <class T>
-std::complex<T> RectangularPistonCuda2::doFastNearfield_Private(
-    FirstIntegral<T>& fi, const T& x1, const T& x2, const T& y1, const T& y2,
-    [[maybe_unused]] const T& k, [[maybe_unused]] const T& z, const std::complex<T>& factor) const {
-    constexpr double thinSide = 1e-7;
-    FirstIntegral<T> atX1 = fi;
-    FirstIntegral<T> atX2 = fi;
-    FirstIntegral<T> atY1 = fi;
-    FirstIntegral<T> atY2 = fi;
-    atX1.s2 = x1 * x1;
-    atX2.s2 = x2 * x2;
-    atY1.s2 = y1 * y1;
-    atY2.s2 = y2 * y2;
-    const auto isThin = [](T a, T b) { return static_cast<double>(std::abs(a - b)) < thinSide; };
-    const auto isSplit = [](T a, T b) { return (a > 0) != (b > 0); };
-    const Integ<T>& I = integ<T>();
-    const auto split = [&I](const FirstIntegral<T>& f, T a, T b) {
-        const std::complex<T> upper = I(f, T(0), b);
-        return I(f, a, T(0)) + upper;
-    };
-
-    std::complex<T> t1;
-    std::complex<T> t2;
-    if (isThin(y1, y2)) {
-        // Deliberate: a thin piston's y pair doubles [0, y2], its x pair below the whole interval.
-        t1 = 2 * x1 * I(atX1, T(0), y2);
-        t2 = -(2 * x2) * I(atX2, T(0), y2);
-    } else if (isSplit(y1, y2)) {
-        t1 = x1 * split(atX1, y1, y2);
-        t2 = -x2 * split(atX2, y1, y2);
-    } else {
-        t1 = x1 * I(atX1, y1, y2);
-        t2 = -x2 * I(atX2, y1, y2);
-    }
-
-    std::complex<T> t3;
-    std::complex<T> t4;
-    if (isThin(x1, x2)) {
-        t3 = 2 * y1 * I(atY1, x1, x2);
-        t4 = -(2 * y2) * I(atY2, x1, x2);
-    } else if (isSplit(x1, x2)) {
-        t3 = y1 * split(atY1, x1, x2);
-        t4 = -y2 * split(atY2, x1, x2);
-    } else {
-        t3 = y1 * I(atY1, x1, x2);
-        t4 = -y2 * I(atY2, x1, x2);
-    }
-    return factor * (((t1 + t2) + t3) + t4);
-}

@@ -99,11 +99,14 @@ unsigned Emulator::defaultWorkers() noexcept {
 void Emulator::registerModule(std::span<const void* const> entries,
                               std::span<const ConstantSymbol> symbols) {
     kernels.insert(kernels.end(), entries.begin(), entries.end());
-    for (const ConstantSymbol& symbol : symbols) constants.insert_or_assign(symbol.name, symbol);
+    for (const ConstantSymbol& symbol : symbols) constants.emplace(symbol.name, symbol);
 }
 
 void Emulator::unregisterConstants(std::span<const ConstantSymbol> symbols) {
-    for (const ConstantSymbol& symbol : symbols) constants.erase(symbol.name);
+    for (const ConstantSymbol& symbol : symbols)
+        std::erase_if(constants, [&symbol](const auto& named) {
+            return named.second.symbol == symbol.symbol;
+        });
 }
 
 template <class... Arguments>
@@ -217,13 +220,13 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
         return remember(status);
     status = enterContext();
     if (status != cudaSuccess) return remember(status);
-    const auto found = constants.find(name);
-    if (found == constants.end()) return remember(cudaErrorInvalidSymbol);
+    const auto [first, last] = constants.equal_range(name);
+    if (first == last) return remember(cudaErrorInvalidSymbol);
     if (kind != cudaMemcpyHostToDevice) return remember(cudaErrorInvalidMemcpyDirection);
-    const ConstantSymbol& constant = found->second;
-    if (offset > constant.bytes || bytes > constant.bytes - offset)
-        return remember(cudaErrorInvalidValue);
-    std::memcpy(static_cast<std::byte*>(constant.symbol) + offset, from, bytes);
+    const std::size_t capacity = first->second.bytes;
+    if (offset > capacity || bytes > capacity - offset) return remember(cudaErrorInvalidValue);
+    for (auto named = first; named != last; ++named)
+        std::memcpy(static_cast<std::byte*>(named->second.symbol) + offset, from, bytes);
     return cudaSuccess;
 }
 

@@ -78,6 +78,8 @@ class Emulator {
     void setWorkers(unsigned count) noexcept { workers = count; }
     static unsigned defaultWorkers() noexcept;
 
+    /// A constant that several modules register under one name, one for each instruction set, is
+    /// written in all of them.
     void registerModule(std::span<const void* const> entries,
                         std::span<const ConstantSymbol> symbols);
     void unregisterConstants(std::span<const ConstantSymbol> symbols);
@@ -111,7 +113,7 @@ class Emulator {
     std::size_t memoryLimit;
     Interceptor interceptor;
     unsigned workers;
-    std::map<std::string, ConstantSymbol> constants;
+    std::multimap<std::string, ConstantSymbol, std::less<>> constants;
     std::vector<const void*> kernels;
 
     int chosenDevice = 0;

@@ -5,6 +5,7 @@
 #include <complex>
 #include <type_traits>
 
+#include "FastNearfield/PointSums.h"
 #include "FastNearfield/RectangularPiston2.h"
 #include "reference/NearField.h"
 
@@ -25,7 +26,8 @@ struct PointField {
         RectangularPistonCuda2::FirstIntegral<T> fi;
         fi.k = k;
         fi.z = z;
-        fi.expKz = std::exp(std::complex<T>(0, -(z * k)));
+        const pointsums::Value<T> phase = pointsums::unitPhase(-(z * k));
+        fi.expKz = {phase.re, phase.im};
         const std::complex<T> factor(0, static_cast<T>(-0.15915494309189535));  // -j/(2pi)
         return piston.doFastNearfield_Private<T>(fi, x1, x2, y1, y2, k, z, factor);
     }
