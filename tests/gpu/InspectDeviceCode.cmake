@@ -1,0 +1,44 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# Compiles SOURCE for some architectures with NVCC and reads the assembler's report, which has a
+# section for each function that is left in the device code.
+
+set(largest_stack 32) # bytes: the digits of an angle in its exact reduction
+
+foreach(architecture 75 80 90 120)
+  execute_process(
+    COMMAND ${NVCC} -std=c++17 -arch=sm_${architecture} --resource-usage -cubin -I${INCLUDE}
+            -o /dev/null ${SOURCE}
+    ERROR_VARIABLE report OUTPUT_VARIABLE output RESULT_VARIABLE status)
+  if(status)
+    message(FATAL_ERROR "sm_${architecture}: ${output}${report}")
+  endif()
+
+  string(REGEX MATCHALL "Compiling entry function" entries "${report}")
+  string(REGEX MATCHALL "Function properties" functions "${report}")
+  list(LENGTH entries entry_count)
+  list(LENGTH functions function_count)
+  if(NOT entry_count EQUAL KERNELS OR NOT function_count EQUAL KERNELS)
+    message(SEND_ERROR "sm_${architecture}: ${entry_count} kernels, ${function_count} functions; "
+                       "there should be ${KERNELS} kernels and nothing else")
+  endif()
+
+  string(REGEX MATCHALL "[0-9]+ bytes spill (stores|loads)" spills "${report}")
+  list(FILTER spills EXCLUDE REGEX "^0 ")
+  if(spills)
+    message(SEND_ERROR "sm_${architecture}: ${spills}")
+  endif()
+
+  string(REGEX MATCHALL "[0-9]+ bytes stack frame" stacks "${report}")
+  foreach(stack ${stacks})
+    string(REGEX MATCH "^[0-9]+" bytes "${stack}")
+    if(bytes GREATER largest_stack)
+      message(SEND_ERROR "sm_${architecture}: ${stack}")
+    endif()
+  endforeach()
+
+  string(REGEX MATCHALL "Used [0-9]+ registers" registers "${report}")
+  list(REMOVE_DUPLICATES registers)
+  message("sm_${architecture}: ${entry_count} kernels, ${registers}")
+endforeach()
