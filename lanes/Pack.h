@@ -101,8 +101,11 @@ template <class V>
 [[gnu::always_inline]] inline V squareRoot(V v) {
     constexpr bool isDouble = sizeof(Element<V>) == 8;
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
-    if constexpr (sizeof(V) == 64 && isDouble) return (V)_mm512_sqrt_pd((__m512d)v);
-    if constexpr (sizeof(V) == 64 && !isDouble) return (V)_mm512_sqrt_ps((__m512)v);
+    // With a mask of all lanes: GCC 12 warns of its own header's undefined operand without one.
+    if constexpr (sizeof(V) == 64 && isDouble)
+        return (V)_mm512_maskz_sqrt_pd(static_cast<__mmask8>(-1), (__m512d)v);
+    if constexpr (sizeof(V) == 64 && !isDouble)
+        return (V)_mm512_maskz_sqrt_ps(static_cast<__mmask16>(-1), (__m512)v);
 #endif
 #if defined(__AVX2__) && defined(__FMA__)
     if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
@@ -132,6 +135,8 @@ template <class V>
         return (V)_mm256_fmadd_pd((__m256d)a, (__m256d)b, (__m256d)c);
     if constexpr (sizeof(V) == 32 && !isDouble)
         return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16 && isDouble)
+        return (V)_mm_fmadd_pd((__m128d)a, (__m128d)b, (__m128d)c);
     if constexpr (sizeof(V) == 16 && !isDouble)
         return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
 #endif
