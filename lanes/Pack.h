@@ -96,16 +96,14 @@ template <class V>
     return bitsAs<V>(bitsAs<Bits>(v) & allButSign);
 }
 
-/// Correctly rounded.
+/// Correctly rounded. (The form with a full mask is the one that this compiler does not warn
+/// about.)
 template <class V>
 [[gnu::always_inline]] inline V squareRoot(V v) {
     constexpr bool isDouble = sizeof(Element<V>) == 8;
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
-    // With a mask of all lanes: GCC 12 warns of its own header's undefined operand without one.
-    if constexpr (sizeof(V) == 64 && isDouble)
-        return (V)_mm512_maskz_sqrt_pd(static_cast<__mmask8>(-1), (__m512d)v);
-    if constexpr (sizeof(V) == 64 && !isDouble)
-        return (V)_mm512_maskz_sqrt_ps(static_cast<__mmask16>(-1), (__m512)v);
+    if constexpr (sizeof(V) == 64 && isDouble) return (V)_mm512_maskz_sqrt_pd(0xFF, (__m512d)v);
+    if constexpr (sizeof(V) == 64 && !isDouble) return (V)_mm512_maskz_sqrt_ps(0xFFFF, (__m512)v);
 #endif
 #if defined(__AVX2__) && defined(__FMA__)
     if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
