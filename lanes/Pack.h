@@ -133,6 +133,8 @@ template <class V>
         return (V)_mm256_fmadd_pd((__m256d)a, (__m256d)b, (__m256d)c);
     if constexpr (sizeof(V) == 32 && !isDouble)
         return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16 && isDouble)
+        return (V)_mm_fmadd_pd((__m128d)a, (__m128d)b, (__m128d)c);
     if constexpr (sizeof(V) == 16 && !isDouble)
         return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
 #endif

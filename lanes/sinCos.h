@@ -98,16 +98,37 @@ template <class V>
     }
 }
 
+/// For angles up to `reducible`.
 template <class V>
-[[gnu::noinline, gnu::cold]] SinCos<V> slowly(V x) {
+[[gnu::always_inline]] inline SinCos<V> fastSinCos(V x) {
+    using Bits = Mask<V>;
+    constexpr int signBit = sizeof(Element<V>) * 8 - 1;
+    const auto [r, quadrant] = reduce(x);
+    const V z = r * r;
+    const V sine = multiplyAdd(r * z, sinePolynomial(z), r);
+    const V cosine =
+        multiplyAdd(z * z, cosinePolynomial(z),
+                    multiplyAdd(z, broadcast<V>(Element<V>(-0.5)), broadcast<V>(Element<V>(1))));
+    const Bits swapped = (quadrant & 1) != 0;
+    const Bits sineSign = (quadrant & 2) << (signBit - 1);
+    const Bits cosineSign = ((quadrant + 1) & 2) << (signBit - 1);
+    return {bitsAs<V>(bitsAs<Bits>(select(swapped, cosine, sine)) ^ sineSign),
+            bitsAs<V>(bitsAs<Bits>(select(swapped, sine, cosine)) ^ cosineSign)};
+}
+
+/// For packs with angles beyond `reducible`. Those take the library's values, the other lanes the
+/// same as ever: a lane's value must not depend on its neighbours.
+template <class V>
+[[gnu::noinline, gnu::cold]] SinCos<V> mixedSinCos(V x, Mask<V> beyond) {
     constexpr int w = widthOf<V>;
     Element<V> angles[w];
     Element<V> sines[w];
     Element<V> cosines[w];
     for (int i = 0; i < w; ++i) angles[i] = x[i];
     slowSinCos(angles, sines, cosines, w);
-    SinCos<V> result{};
+    SinCos<V> result = fastSinCos(x);
     for (int i = 0; i < w; ++i) {
+        if (beyond[i] == 0) continue;
         result.sine[i] = sines[i];
         result.cosine[i] = cosines[i];
     }
@@ -119,21 +140,10 @@ template <class V>
 /// Sine and cosine of every lane, to about one unit in the last place.
 template <class V>
 [[gnu::always_inline]] inline SinCos<V> sinCos(V x) {
-    using Bits = Mask<V>;
-    constexpr int signBit = sizeof(Element<V>) * 8 - 1;
-    if (any(~(absolute(x) <= detail::reducible<V>))) [[unlikely]]
-        return detail::slowly(x);
-    const auto [r, quadrant] = detail::reduce(x);
-    const V z = r * r;
-    const V sine = multiplyAdd(r * z, detail::sinePolynomial(z), r);
-    const V cosine =
-        multiplyAdd(z * z, detail::cosinePolynomial(z),
-                    multiplyAdd(z, broadcast<V>(Element<V>(-0.5)), broadcast<V>(Element<V>(1))));
-    const Bits swapped = (quadrant & 1) != 0;
-    const Bits sineSign = (quadrant & 2) << (signBit - 1);
-    const Bits cosineSign = ((quadrant + 1) & 2) << (signBit - 1);
-    return {bitsAs<V>(bitsAs<Bits>(select(swapped, cosine, sine)) ^ sineSign),
-            bitsAs<V>(bitsAs<Bits>(select(swapped, sine, cosine)) ^ cosineSign)};
+    const Mask<V> beyond = ~(absolute(x) <= detail::reducible<V>);
+    if (any(beyond)) [[unlikely]]
+        return detail::mixedSinCos(x, beyond);
+    return detail::fastSinCos(x);
 }
 
 }  // namespace PISTONFIELD_INSTRUCTION_SET
