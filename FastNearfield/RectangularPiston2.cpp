@@ -89,8 +89,9 @@ void RectangularPistonCuda2::compute(float* data, const Grid3DR<double>& grid) c
     RectangularPiston_func(reinterpret_cast<Complex*>(data), a.sx, a.sy, a.sz, a.transform.data(),
                            a.l, a.s, a.k);
     std::cout << "cuda" << std::endl;
-    std::cout << " CUDADATA: " << data[0] << " " << data[1] << " " << data[2] << " " << data[3]
-              << std::endl;
+    std::cout << " CUDADATA:";
+    for (unsigned i = 0; i < std::min(4U, 2 * grid.nbPositions()); ++i) std::cout << " " << data[i];
+    std::cout << std::endl;
 }
 
 void RectangularPistonCuda2::compute(double* data, const Grid3DR<double>& grid) const {

@@ -30,7 +30,8 @@ class RectangularPistonCuda2 : public Piston {
     /// The rules start at order 100 and `useCuda` set.
     RectangularPistonCuda2(double l, double s, double k);
 
-    /// The integrand of one edge integral.
+    /// The integrand of one edge integral, for `Integ`. The pressure itself is computed by the same
+    /// arithmetic at several points at a time.
     template <class T>
     struct FirstIntegral {
         using return_type = std::complex<T>;
@@ -47,7 +48,8 @@ class RectangularPistonCuda2 : public Piston {
         }
     };
 
-    /// In single precision. Prints "cpu", or "cuda" and the first four reals, on standard output.
+    /// In single precision. Prints "cpu", or "cuda" and the first four reals (two of a field of one
+    /// point), on standard output.
     void compute(float* data, const Grid3DR<double>& grid) const override;
 
     /// Fills the storage in its own precision, on the side where it is computed. A storage of
@@ -86,9 +88,8 @@ class RectangularPistonCuda2 : public Piston {
     double l;
     double s;
     double k;
-    // The rules are scratch to the const evaluations.
-    mutable GaussLegendre<double> doubleRule;
-    mutable GaussLegendre<float> floatRule;
+    GaussLegendre<double> doubleRule;
+    GaussLegendre<float> floatRule;
     Integ<float> floatInteg{&floatRule};
     Integ<double> doubleInteg{&doubleRule};
     bool useCuda = true;
