@@ -31,7 +31,8 @@ std::size_t halfRuleBytes(int N, std::size_t elementBytes) {
 
 }  // namespace
 
-// clang-format off: a checked call's text is part of its message.
+// A checked call's text is part of its message, spaces included.
+// clang-format off
 
 void setIntegratorWeightsSym(const char* stem, const float* data_x, const float* data_w, int N) {
     std::cout << "set weights float" << std::endl;
@@ -42,13 +43,13 @@ void setIntegratorWeightsSym(const char* stem, const float* data_x, const float*
     std::string name = singleConstantName(stem, 'x');
     const char* buf = name.c_str();
     std::cout << "symbol: \"" << buf << "\"" << std::endl;
-    CHECK_CUDA_CALL(cudaMemcpyToSymbol(buf, data_x, datasize));
+    CHECK_CUDA_CALL(cudaMemcpyToSymbol( buf, data_x, datasize ));
     name = singleConstantName(stem, 'w');
     buf = name.c_str();
-    CHECK_CUDA_CALL(cudaMemcpyToSymbol(buf, data_w, datasize));
+    CHECK_CUDA_CALL(cudaMemcpyToSymbol( buf, data_w, datasize ));
     name = singleConstantName(stem, 'N');
     buf = name.c_str();
-    CHECK_CUDA_CALL(cudaMemcpyToSymbol(buf, (void*)&N, sizeof(int)));
+    CHECK_CUDA_CALL(cudaMemcpyToSymbol( buf, (void*)&N, sizeof(int) ));
     checkPending("end setIntegratorWeightsSym", sourceUnit, __LINE__);
 }
 
@@ -70,10 +71,10 @@ void setIntegratorWeightsSym_d(const char* stem, const double* data_x, const dou
     CHECK_CUDA_CALL(err);
     name = doubleConstantName(stem, 'w');
     buf = name.c_str();
-    CHECK_CUDA_CALL(cudaMemcpyToSymbol(buf, data_w, datasize));
+    CHECK_CUDA_CALL(cudaMemcpyToSymbol( buf, data_w, datasize ));
     name = doubleConstantName(stem, 'N');
     buf = name.c_str();
-    CHECK_CUDA_CALL(cudaMemcpyToSymbol(buf, (void*)&N, sizeof(int)));
+    CHECK_CUDA_CALL(cudaMemcpyToSymbol( buf, (void*)&N, sizeof(int) ));
     checkPending("end setIntegratorWeightsSym", sourceUnit, __LINE__);
 }
 

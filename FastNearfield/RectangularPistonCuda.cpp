@@ -25,7 +25,8 @@ void printTransform(const char* label, const float* transform) {
 
 }  // namespace
 
-// clang-format off: a checked call's text is part of its message.
+// A checked call's text is part of its message, spaces included.
+// clang-format off
 
 void RectangularPiston_func(Complex* data, int sx, int sy, int sz, const float* transform, float l,
                             float s, float k) {
@@ -35,7 +36,7 @@ void RectangularPiston_func(Complex* data, int sx, int sy, int sz, const float* 
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_array, datasize));
     printTransform(" transform: ", transform);
     RectangularPiston_func_device(d_array, sx, sy, sz, transform, l, s, k);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
 }
 
@@ -45,8 +46,8 @@ void RectangularPiston_func_device(Complex* d_array, int sx, int sy, int sz, con
     checkPending("pre RectangularPison_func_device", sourceUnit, __LINE__);
     printTransform(" _device transform: ", transform);
     float* d_transform = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16 * sizeof(float)));
-    CHECK_CUDA_CALL(cudaMemcpy(d_transform, transform, 16 * sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(float)));
+    CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(float), cudaMemcpyHostToDevice ));
     launch::timed(sourceUnit, [&] {
         singlePistonModule().grid.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                          sx, sy, sz, d_transform, 0.5F * s, 0.5F * l, k);
@@ -66,8 +67,8 @@ void RectangularPiston_func2(float* datar, float* datai, int sx, int sy, int sz,
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize));
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayi, datasize));
     RectangularPiston_func2_device(d_arrayr, d_arrayi, sx, sy, sz, transform, l, s, k);
-    CHECK_CUDA_CALL(cudaMemcpy(&datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost));
-    CHECK_CUDA_CALL(cudaMemcpy(&datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost ));
+    CHECK_CUDA_CALL(cudaMemcpy( &datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_arrayr));
     CHECK_CUDA_CALL(cudaFree(d_arrayi));
 }
@@ -76,8 +77,8 @@ void RectangularPiston_func2_device(float* d_arrayr, float* d_arrayi, int sx, in
                                     const float* transform, float l, float s, float k) {
     checkPending("pre RectangularPiston_func2_device", sourceUnit, __LINE__);
     float* d_transform = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16 * sizeof(float)));
-    CHECK_CUDA_CALL(cudaMemcpy(d_transform, transform, 16 * sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(float)));
+    CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(float), cudaMemcpyHostToDevice ));
     launch::timed(sourceUnit, [&] {
         singlePistonModule().splitGrid.launch(launch::regularGrid(sx, sy, sz), launch::block,
                                               d_arrayr, d_arrayi, sx, sy, sz, d_transform, 0.5F * s,
@@ -96,19 +97,19 @@ void RectangularPiston_func_structured(Complex* data, int sx, int sy, int sz, co
     std::cout << "allocating " << launch::printedBytes(sx, sy, sz, sizeof(float)) << " bytes"
               << std::endl;
     Complex* d_arrayr = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize * 2));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize*2));
     float* d_posx = nullptr;
     float* d_posy = nullptr;
     float* d_posz = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_posx, sx * sizeof(float)));
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_posy, sy * sizeof(float)));
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_posz, sz * sizeof(float)));
-    CHECK_CUDA_CALL(cudaMemcpy(&d_posx[0], &posx[0], sx * sizeof(float), cudaMemcpyHostToDevice));
-    CHECK_CUDA_CALL(cudaMemcpy(&d_posy[0], &posy[0], sy * sizeof(float), cudaMemcpyHostToDevice));
-    CHECK_CUDA_CALL(cudaMemcpy(&d_posz[0], &posz[0], sz * sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMemcpy(&d_posx[0], &posx[0], sx*sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMemcpy(&d_posy[0], &posy[0], sy*sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMemcpy(&d_posz[0], &posz[0], sz*sizeof(float), cudaMemcpyHostToDevice));
     // Deliberate: the caller's arrays are passed on, the copies are not read.
     RectangularPiston_func_structured_device(d_arrayr, sx, sy, sz, posx, posy, posz, l, s, k);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_arrayr, datasize * 2, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_arrayr, datasize*2, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_posz));
     CHECK_CUDA_CALL(cudaFree(d_posy));
     CHECK_CUDA_CALL(cudaFree(d_posx));
@@ -135,13 +136,12 @@ void RectangularPiston_func_unstructured(Complex* data, int positions, const flo
     std::cout << "allocating " << launch::printedBytes(positions, 1, 1, sizeof(float)) << " bytes"
               << std::endl;
     Complex* d_arrayr = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize * 2));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize*2));
     float* d_pos = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_pos, nbPositions * 3 * sizeof(float)));
-    CHECK_CUDA_CALL(
-        cudaMemcpy(&d_pos[0], &pos[0], nbPositions * 3 * sizeof(float), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_pos, nbPositions*3*sizeof(float)));
+    CHECK_CUDA_CALL(cudaMemcpy(&d_pos[0], &pos[0], nbPositions*3*sizeof(float), cudaMemcpyHostToDevice));
     RectangularPiston_func_unstructured_device(d_arrayr, positions, d_pos, l, s, k);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_arrayr, datasize * 2, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_arrayr, datasize*2, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_pos));
     CHECK_CUDA_CALL(cudaFree(d_arrayr));
 }
@@ -175,7 +175,7 @@ void do_calculate_grid(Complex* data, int sx, int sy, int sz, float transform00,
             transform13, transform20, transform21, transform22, transform23, 0.5F * s, 0.5F * l, k);
     });
     checkPending("calculate_grid", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
 }
 
@@ -188,7 +188,7 @@ void do_calculate(Complex* data, int sx, int sy, int sz, float dx, float dy, flo
     singlePistonModule().calculate.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                           sx, sy, sz, dx, dy, dz, 0.5F * s, 0.5F * l, k);
     checkPending("calculate", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
 }
 

@@ -11,7 +11,8 @@ namespace {
 constexpr const char* sourceUnit = "FastNearfield/RectangularPistonCuda.dp";
 }
 
-// clang-format off: a checked call's text is part of its message.
+// A checked call's text is part of its message, spaces included.
+// clang-format off
 
 void RectangularPiston_func2_d(double* datar, double* datai, int sx, int sy, int sz,
                                const double* transform, double l, double s, double k) {
@@ -22,17 +23,16 @@ void RectangularPiston_func2_d(double* datar, double* datai, int sx, int sy, int
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayr, datasize));
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_arrayi, datasize));
     double* d_transform = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16 * sizeof(double)));
-    CHECK_CUDA_CALL(
-        cudaMemcpy(d_transform, transform, 16 * sizeof(double), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(double)));
+    CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(double), cudaMemcpyHostToDevice ));
     launch::timed(sourceUnit, [&] {
         doublePistonModule().splitGrid.launch(launch::regularGrid(sx, sy, sz), launch::block,
                                               d_arrayr, d_arrayi, sx, sy, sz, d_transform, 0.5 * s,
                                               0.5 * l, k);
     });
     checkPending("calculate_grid", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost));
-    CHECK_CUDA_CALL(cudaMemcpy(&datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost ));
+    CHECK_CUDA_CALL(cudaMemcpy( &datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_arrayr));
     CHECK_CUDA_CALL(cudaFree(d_arrayi));
     CHECK_CUDA_CALL(cudaFree(d_transform));
@@ -45,15 +45,14 @@ void RectangularPiston_func_d(Complexd* data, int sx, int sy, int sz, const doub
     Complexd* d_array = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_array, datasize));
     double* d_transform = nullptr;
-    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16 * sizeof(double)));
-    CHECK_CUDA_CALL(
-        cudaMemcpy(d_transform, transform, 16 * sizeof(double), cudaMemcpyHostToDevice));
+    CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(double)));
+    CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(double), cudaMemcpyHostToDevice ));
     launch::timed(sourceUnit, [&] {
         doublePistonModule().grid.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                          sx, sy, sz, d_transform, 0.5 * s, 0.5 * l, k);
     });
     checkPending("calculate_grid", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
     CHECK_CUDA_CALL(cudaFree(d_transform));
 }
@@ -74,7 +73,7 @@ void do_calculate_grid_d(Complexd* data, int sx, int sy, int sz, double transfor
             transform13, transform20, transform21, transform22, transform23, 0.5 * s, 0.5 * l, k);
     });
     checkPending("calculate_grid", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
 }
 
@@ -87,7 +86,7 @@ void do_calculate_d(Complexd* data, int sx, int sy, int sz, double dx, double dy
     doublePistonModule().calculate.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                           sx, sy, sz, dx, dy, dz, 0.5 * s, 0.5 * l, k);
     checkPending("calculate", sourceUnit, __LINE__);
-    CHECK_CUDA_CALL(cudaMemcpy(&data[0], d_array, datasize, cudaMemcpyDeviceToHost));
+    CHECK_CUDA_CALL(cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost ));
     CHECK_CUDA_CALL(cudaFree(d_array));
 }
 
