@@ -43,7 +43,7 @@ void writeOnDevice(CudaStorage& storage, const std::vector<Real>& values) {
 }
 
 class CudaStorages : public testing::Test {
-  protected:
+  public:
     CudaStorages() { static_cast<void>(cudaGetLastError()); }
     CudaStorages(const CudaStorages&) = delete;
     CudaStorages& operator=(const CudaStorages&) = delete;

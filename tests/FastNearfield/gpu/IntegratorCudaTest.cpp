@@ -77,7 +77,7 @@ std::string report(const std::string& text) {
 }
 
 class Upload : public testing::Test {
-  protected:
+  public:
     Upload() { static_cast<void>(cudaGetLastError()); }
     Upload(const Upload&) = delete;
     Upload& operator=(const Upload&) = delete;
@@ -86,6 +86,7 @@ class Upload : public testing::Test {
         static_cast<void>(cudaGetLastError());
     }
 
+  protected:
     static Transcript ofOrder(int order, AfterFailure after = AfterFailure::throws,
                               std::optional<PlannedFailure> plan = std::nullopt) {
         return transcriptOf([order] { setCudaIntegratorParameters(stem, order); }, after, plan);

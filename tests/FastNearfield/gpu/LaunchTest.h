@@ -12,7 +12,7 @@
 
 /// A context with a rule, and none of it left at the end.
 class RuleOnDevice : public testing::Test {
-  protected:
+  public:
     RuleOnDevice() {
         static_cast<void>(cuda_runtime::cudaGetLastError());
         uploadRule();

@@ -4,10 +4,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <memory>
-#include <regex>
 #include <sstream>
 #include <stdexcept>
 #include <utility>
@@ -37,8 +37,11 @@ class RedirectedChannel {
     /// Appends the lines that have arrived since the last time.
     void drainTo(Transcript& transcript) {
         std::istringstream news(arrived());
-        for (std::string line; std::getline(news, line);)
-            transcript.push_back(mark + line + (news.eof() ? " (not ended)" : ""));
+        for (std::string line; std::getline(news, line);) {
+            std::string& event = transcript.emplace_back(mark);
+            event += line;
+            if (news.eof()) event += " (not ended)";
+        }
     }
 
   private:
@@ -60,9 +63,16 @@ class RedirectedChannel {
     off_t position = 0;
 };
 
-std::string withoutLineNumber(const std::string& line) {
-    static const std::regex number("in line [0-9]+ :");
-    return std::regex_replace(line, number, "in line # :");
+/// "in line 17 :" reads "in line # :".
+std::string withoutLineNumber(std::string event) {
+    const std::string before = "in line ";
+    const std::size_t found = event.find(before);
+    if (found == std::string::npos) return event;
+    const std::size_t number = found + before.size();
+    const std::size_t end = event.find_first_not_of("0123456789", number);
+    if (end > number && event.substr(std::min(end, event.size()), 2) == " :")
+        event.replace(number, end - number, 1, '#');
+    return event;
 }
 
 class Recorder {
@@ -105,8 +115,10 @@ class RecordingHandler : public ErrorHandler {
 
     void fail(const char* condition, int line, const char* file) override {
         const Failure failure{condition, line, file};
-        recorder.note("report: " + failure.condition + " (" + failure.file +
-                      (line > 0 ? ")" : ", without a line)"));
+        std::string event = "report: ";
+        event.append(failure.condition).append(" (").append(failure.file);
+        event += line > 0 ? ")" : ", without a line)";
+        recorder.note(event);
         if (after == AfterFailure::throws) throw failure;
     }
 
