@@ -11,7 +11,10 @@ namespace {
 constexpr const char* sourceUnit = "FastNearfield/CudaStorage";
 }
 
-CudaStorage::~CudaStorage() { static_cast<void>(cudaFree(device)); }
+CudaStorage::~CudaStorage() {
+    // Freeing nothing would create a context.
+    if (device != nullptr) static_cast<void>(cudaFree(device));
+}
 
 std::size_t CudaStorage::bytes() const noexcept {
     return size * (type == DT_FLOAT ? sizeof(float) : sizeof(double));

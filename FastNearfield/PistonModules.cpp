@@ -47,8 +47,11 @@ std::vector<const void*> entries(const DoublePistonModule& module) { return comm
 /// A module and its registration.
 template <class Module>
 struct Registered {
+    explicit Registered(const Module& made)
+        : module(made), registration(entries(module), module.constants) {}
+
     Module module;
-    cuda_runtime::DeviceModule registration{entries(module), module.constants};
+    cuda_runtime::DeviceModule registration;
 };
 
 /// The modules of one precision, for the instruction sets that the processor has.
@@ -56,7 +59,7 @@ template <class Module>
 class Modules {
   public:
     /// @param makers one for each instruction set, the plainest first
-    explicit Modules(std::initializer_list<Module (*)()> makers) {
+    Modules(std::initializer_list<Module (*)()> makers) {
         for (Module (*const make)() : makers)
             if (modules.size() <= static_cast<std::size_t>(lanes::bestInstructionSet()))
                 modules.push_back(std::make_unique<Registered<Module>>(make()));
