@@ -8,8 +8,7 @@
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
 
-namespace pointsums {
-namespace PISTONFIELD_INSTRUCTION_SET {
+namespace pointsums::PISTONFIELD_INSTRUCTION_SET {
 
 namespace {
 
@@ -37,10 +36,7 @@ class EdgeIntegrals {
     using T = Element<V>;
 
     EdgeIntegrals(const Rule<T>& rule, V z, T k, Complex<V> phase)
-        : rule(rule), zz(z * z), k(k), phase(phase) {
-        const V nothing = lanes::broadcast<V>(__builtin_nan(""));
-        mapping = {nothing, nothing};
-    }
+        : zz(z * z), phase(phase), mapping{nothing, nothing}, rule(rule), k(k) {}
 
     /// Integrates (exp(-j*k*sqrt(z^2 + t^2 + s2)) - exp(-j*k*z)) / (t^2 + s2) over [a, b]. The
     /// lanes outside the mask have no integral here; theirs is of no meaning.
@@ -62,6 +58,9 @@ class EdgeIntegrals {
     }
 
   private:
+    /// Equals no end of an interval.
+    static constexpr V nothing = V{} + __builtin_nanf("");
+
     void map(Mask<V> mask, V a, V b) {
         // Deliberate: an interval that equals the last mapping's end nodes keeps that mapping.
         const Mask<V> keep = ((a == node(0)) & (b == node(rule.order - 1))) | ~mask;
@@ -71,11 +70,11 @@ class EdgeIntegrals {
 
     V node(int i) const { return mapping.half * rule.abscissas[i] + mapping.mid; }
 
-    const Rule<T>& rule;
     V zz;
-    T k;
     Complex<V> phase;
     Mapping<V> mapping;
+    const Rule<T>& rule;
+    T k;
 };
 
 /// How the two edges of a pair are integrated between the offsets a and b of the other pair.
@@ -244,5 +243,4 @@ const Functions functions{&phaseAt<float>,      &phaseAt<double>,    &atPoint<fl
                           &atPoint<double>,     &fill<float, float>, &fill<float, double>,
                           &fill<double, double>};
 
-}  // namespace PISTONFIELD_INSTRUCTION_SET
-}  // namespace pointsums
+}  // namespace pointsums::PISTONFIELD_INSTRUCTION_SET
