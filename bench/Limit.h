@@ -12,12 +12,13 @@ struct LimitPoint {
 };
 
 /// The bare integrand over one pack of lanes after another, summed in registers: no limits, no
-/// branches but the check of the sine's range, no memory. One thread.
+/// branches, no field in memory. One thread.
 struct LimitLoop {
     const char* arithmetic;
-    const char* without;  ///< the part that is left out, to see what it costs
-    int lanes;
-    double (*run)(const LimitPoint& point, long packs);
+    const char* part;  ///< of the integrand: what is left out, or what alone is done
+    int lanes;         ///< of a pack
+    int packs;         ///< that go through the arithmetic side by side
+    double (*run)(const LimitPoint& point, long rounds);
 };
 
 /// The loops as compiled for one instruction set.

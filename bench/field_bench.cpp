@@ -163,11 +163,16 @@ double largestError(const Field<T>& field, const Box& box, int order) {
     return error / largest;
 }
 
-/// Nanoseconds of wall-clock time for each of `count` things an iteration does.
-benchmark::Counter nanosecondsPer(std::int64_t count) {
-    constexpr double nano = 1e-9;
-    return {static_cast<double>(count) * nano,
+/// Seconds for each of `count` things an iteration does: of wall-clock time for fields, of the
+/// thread's own time for the loops of one thread.
+benchmark::Counter timePer(std::int64_t count) {
+    return {static_cast<double>(count),
             benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert};
+}
+
+/// Of the repetitions: what other work on the machine disturbs least.
+double least(const std::vector<double>& repetitions) {
+    return *std::min_element(repetitions.begin(), repetitions.end());
 }
 
 template <class Mode>
@@ -181,8 +186,8 @@ void timeField(benchmark::State& state, const Box& box, int order) {
     }
     state.counters["points"] = static_cast<double>(box.points());
     state.counters["order"] = order;
-    state.counters["ns/point"] = nanosecondsPer(box.points());
-    state.counters["ns/evaluation"] = nanosecondsPer(box.evaluations(order));
+    state.counters["time/point"] = timePer(box.points());
+    state.counters["time/evaluation"] = timePer(box.evaluations(order));
     state.counters["error"] = largestError(field, box, order);
 }
 
@@ -190,6 +195,7 @@ template <class Mode>
 void addField(const std::string& name, const char* mode, const Box& box, int order) {
     benchmark::RegisterBenchmark((name + "/" + mode).c_str(), &timeField<Mode>, box, order)
         ->Unit(benchmark::kMillisecond)
+        ->ComputeStatistics("least", &least)
         ->UseRealTime();
 }
 
@@ -259,25 +265,26 @@ std::array<LimitSet, 3> limitSets() {
 
 void timeLimit(benchmark::State& state, const LimitLoop& loop) {
     constexpr long packs = 4096;
+    const long rounds = packs / loop.packs;
     LimitPoint point{1.25, 2.5, piston.k};
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(point);
-        double sum = loop.run(point, packs);
+        double sum = loop.run(point, rounds);
         benchmark::DoNotOptimize(sum);
     }
     state.counters["lanes"] = loop.lanes;
-    state.counters["ns/pack"] = nanosecondsPer(packs);
-    state.counters["ns/evaluation"] = nanosecondsPer(packs * loop.lanes);
+    state.counters["time/pack"] = timePer(packs);
+    state.counters["time/evaluation"] = timePer(packs * loop.lanes);
 }
 
 void addLimit(const LimitSet& set) {
     for (const LimitLoop& loop :
          std::span(set.loops.first, static_cast<std::size_t>(set.loops.count)))
-        benchmark::RegisterBenchmark(
-            (std::string("limit/") + set.name + "/" + loop.arithmetic + "/without:" + loop.without)
-                .c_str(),
-            &timeLimit, loop)
-            ->UseRealTime();
+        benchmark::RegisterBenchmark((std::string("limit/") + set.name + "/" + loop.arithmetic +
+                                      "/" + loop.part + "/packs:" + std::to_string(loop.packs))
+                                         .c_str(),
+                                     &timeLimit, loop)
+            ->ComputeStatistics("least", &least);
 }
 
 /// One clock cycle: additions that wait for each other take one each.
@@ -290,7 +297,7 @@ void timeClock(benchmark::State& state) {
                 "add %0, %0\n\tadd %0, %0\n\tadd %0, %0\n\tadd %0, %0\n\t"
                 "add %0, %0\n\tadd %0, %0\n\tadd %0, %0\n\tadd %0, %0"
                 : "+r"(sum));
-    state.counters["ns/cycle"] = nanosecondsPer(1000 * additions);
+    state.counters["time/cycle"] = timePer(1000 * additions);
 }
 
 /// Adds the loops of the named instruction set, of all, or of the best one.
@@ -326,7 +333,7 @@ int main(int argc, char** argv) {
     addFields();
     addShapes();
     addOrders();
-    benchmark::RegisterBenchmark("clock", &timeClock)->UseRealTime();
+    benchmark::RegisterBenchmark("clock", &timeClock)->ComputeStatistics("least", &least);
     if (!addLimits(choice)) {
         std::cerr << "--limit=" << choice
                   << ": expected best, all, v4, v3 or baseline, and a processor that has it\n";
