@@ -259,8 +259,8 @@ std::array<LimitSet, 3> limitSets() {
         v3 && has(__builtin_cpu_supports("avx512f")) && has(__builtin_cpu_supports("avx512bw")) &&
         has(__builtin_cpu_supports("avx512cd")) && has(__builtin_cpu_supports("avx512dq")) &&
         has(__builtin_cpu_supports("avx512vl"));
-    return {LimitSet{"v4", v4, v4::limitLoops()}, LimitSet{"v3", v3, v3::limitLoops()},
-            LimitSet{"baseline", true, baseline::limitLoops()}};
+    return {LimitSet{"v4", v4, bench::v4::limitLoops()}, LimitSet{"v3", v3, bench::v3::limitLoops()},
+            LimitSet{"baseline", true, bench::baseline::limitLoops()}};
 }
 
 void timeLimit(benchmark::State& state, const LimitLoop& loop) {

@@ -43,6 +43,7 @@ describe_run() {
   done
   echo "lscpu:    instruction sets: $(lscpu | grep --only-matching --word-regexp \
     --extended-regexp 'sse2|avx2|fma|avx512(f|dq)' | sort -u | tr '\n' ' ')"
+  echo "load:     $(cut -d ' ' -f 1 /proc/loadavg) in the minute before"
   echo "compiler: $(c++ --version | head -n 1)"
   echo
 }
