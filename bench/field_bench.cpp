@@ -243,6 +243,27 @@ void addOrders() {
         addModes("by_order/order:" + std::to_string(order), acrossBox({40, 25, 10}), order);
 }
 
+/// What every call of the module does besides the field.
+template <class Scope, auto... arguments>
+void timeSetUp(benchmark::State& state) {
+    const QuietOutput quiet;
+    for ([[maybe_unused]] auto _ : state) {
+        Scope scope(arguments...);
+        benchmark::DoNotOptimize(scope);
+    }
+}
+
+void addSetUps() {
+    constexpr auto device = &timeSetUp<CudaDeviceThread>;
+    constexpr auto evaluator = &timeSetUp<RectangularPistonCuda2, piston.l, piston.s, piston.k>;
+    benchmark::RegisterBenchmark("set_up/device", device)
+        ->ComputeStatistics("least", &least)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("set_up/piston", evaluator)
+        ->ComputeStatistics("least", &least)
+        ->UseRealTime();
+}
+
 /// The loops of an instruction set, if the processor has it.
 struct LimitSet {
     const char* name;
@@ -259,7 +280,8 @@ std::array<LimitSet, 3> limitSets() {
         v3 && has(__builtin_cpu_supports("avx512f")) && has(__builtin_cpu_supports("avx512bw")) &&
         has(__builtin_cpu_supports("avx512cd")) && has(__builtin_cpu_supports("avx512dq")) &&
         has(__builtin_cpu_supports("avx512vl"));
-    return {LimitSet{"v4", v4, bench::v4::limitLoops()}, LimitSet{"v3", v3, bench::v3::limitLoops()},
+    return {LimitSet{"v4", v4, bench::v4::limitLoops()},
+            LimitSet{"v3", v3, bench::v3::limitLoops()},
             LimitSet{"baseline", true, bench::baseline::limitLoops()}};
 }
 
@@ -333,6 +355,7 @@ int main(int argc, char** argv) {
     addFields();
     addShapes();
     addOrders();
+    addSetUps();
     benchmark::RegisterBenchmark("clock", &timeClock)->ComputeStatistics("least", &least);
     if (!addLimits(choice)) {
         std::cerr << "--limit=" << choice

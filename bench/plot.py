@@ -44,7 +44,6 @@ def draw(axes, data, title, label):
             axes.loglog(*zip(*pairs), marker=MODES[mode], markersize=4, label=f"'{mode}'")
     axes.set_title(title, fontsize=10)
     axes.set_xlabel(label)
-    axes.set_ylabel("time per point (µs)")
     axes.grid(True, which="major", alpha=0.4)
     axes.legend(fontsize=8)
 
@@ -52,11 +51,12 @@ def draw(axes, data, title, label):
 def main():
     source, folder = sys.argv[1:]
     times = least_times(json.loads(pathlib.Path(source).read_text(encoding="utf-8")))
-    figure, (left, right) = plt.subplots(1, 2, figsize=(10, 4), dpi=110)
+    figure, (left, right) = plt.subplots(1, 2, figsize=(10, 4), dpi=110, sharey=True)
     draw(left, series(times, r"by_order/order:(\d+)"), "10 000 points across the piston's edge",
          "order (abscissas of an edge integral)")
     draw(right, series(times, r"points:(\d+)/order:32"), "order 32, cubes across the piston's edge",
          "points of the grid")
+    left.set_ylabel("time per point (µs)")
     figure.tight_layout()
     figure.savefig(pathlib.Path(folder) / "performance.png")
 

@@ -18,6 +18,7 @@ results=bench/results
 {
   describe_run bench/run.sh "$@"
   build-bench/bench/field_bench --benchmark_repetitions=5 --benchmark_min_time=0.1 \
+    --benchmark_report_aggregates_only=true \
     --benchmark_counters_tabular=true --benchmark_format=console \
     --benchmark_out="$results/field.json" --benchmark_out_format=json "$@" 2>/dev/null |
     grep --invert-match --extended-regexp '_(mean|median|stddev|cv) '
