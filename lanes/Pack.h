@@ -96,13 +96,14 @@ template <class V>
     return bitsAs<V>(bitsAs<Bits>(v) & allButSign);
 }
 
-/// Correctly rounded.
+/// Correctly rounded. (The form with a full mask is the one that this compiler does not warn
+/// about.)
 template <class V>
 [[gnu::always_inline]] inline V squareRoot(V v) {
     constexpr bool isDouble = sizeof(Element<V>) == 8;
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
-    if constexpr (sizeof(V) == 64 && isDouble) return (V)_mm512_sqrt_pd((__m512d)v);
-    if constexpr (sizeof(V) == 64 && !isDouble) return (V)_mm512_sqrt_ps((__m512)v);
+    if constexpr (sizeof(V) == 64 && isDouble) return (V)_mm512_maskz_sqrt_pd(0xFF, (__m512d)v);
+    if constexpr (sizeof(V) == 64 && !isDouble) return (V)_mm512_maskz_sqrt_ps(0xFFFF, (__m512)v);
 #endif
 #if defined(__AVX2__) && defined(__FMA__)
     if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
@@ -132,6 +133,8 @@ template <class V>
         return (V)_mm256_fmadd_pd((__m256d)a, (__m256d)b, (__m256d)c);
     if constexpr (sizeof(V) == 32 && !isDouble)
         return (V)_mm256_fmadd_ps((__m256)a, (__m256)b, (__m256)c);
+    if constexpr (sizeof(V) == 16 && isDouble)
+        return (V)_mm_fmadd_pd((__m128d)a, (__m128d)b, (__m128d)c);
     if constexpr (sizeof(V) == 16 && !isDouble)
         return (V)_mm_fmadd_ps((__m128)a, (__m128)b, (__m128)c);
 #endif
