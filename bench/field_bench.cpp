@@ -244,24 +244,23 @@ void addOrders() {
 }
 
 /// What every call of the module does besides the field.
-template <class Scope, auto... arguments>
-void timeSetUp(benchmark::State& state) {
-    const QuietOutput quiet;
-    for ([[maybe_unused]] auto _ : state) {
-        Scope scope(arguments...);
-        benchmark::DoNotOptimize(scope);
-    }
+template <class Make>
+void addSetUp(const char* name, Make make) {
+    benchmark::RegisterBenchmark(name,
+                                 [make](benchmark::State& state) {
+                                     const QuietOutput quiet;
+                                     for ([[maybe_unused]] auto _ : state) make();
+                                 })
+        ->ComputeStatistics("least", &least)
+        ->UseRealTime();
 }
 
 void addSetUps() {
-    constexpr auto device = &timeSetUp<CudaDeviceThread>;
-    constexpr auto evaluator = &timeSetUp<RectangularPistonCuda2, piston.l, piston.s, piston.k>;
-    benchmark::RegisterBenchmark("set_up/device", device)
-        ->ComputeStatistics("least", &least)
-        ->UseRealTime();
-    benchmark::RegisterBenchmark("set_up/piston", evaluator)
-        ->ComputeStatistics("least", &least)
-        ->UseRealTime();
+    addSetUp("set_up/device", [] { const CudaDeviceThread device; });
+    addSetUp("set_up/piston", [] {
+        RectangularPistonCuda2 evaluator(piston.l, piston.s, piston.k);
+        benchmark::DoNotOptimize(evaluator.doubleRule.abscissas);
+    });
 }
 
 /// The loops of an instruction set, if the processor has it.
@@ -273,13 +272,11 @@ struct LimitSet {
 
 /// From best to least.
 std::array<LimitSet, 3> limitSets() {
-    const auto has = [](int supported) { return supported != 0; };
-    const bool v3 = has(__builtin_cpu_supports("avx2")) && has(__builtin_cpu_supports("fma")) &&
-                    has(__builtin_cpu_supports("bmi2"));
-    const bool v4 =
-        v3 && has(__builtin_cpu_supports("avx512f")) && has(__builtin_cpu_supports("avx512bw")) &&
-        has(__builtin_cpu_supports("avx512cd")) && has(__builtin_cpu_supports("avx512dq")) &&
-        has(__builtin_cpu_supports("avx512vl"));
+    const bool v3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
+                    __builtin_cpu_supports("bmi2");
+    const bool v4 = v3 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                    __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
+                    __builtin_cpu_supports("avx512vl");
     return {LimitSet{"v4", v4, bench::v4::limitLoops()},
             LimitSet{"v3", v3, bench::v3::limitLoops()},
             LimitSet{"baseline", true, bench::baseline::limitLoops()}};
@@ -311,7 +308,7 @@ void addLimit(const LimitSet& set) {
 
 /// One clock cycle: additions that wait for each other take one each.
 void timeClock(benchmark::State& state) {
-    constexpr int additions = 8;
+    constexpr std::int64_t additions = 8;
     std::uint64_t sum = 1;
     for ([[maybe_unused]] auto _ : state)
         for (int i = 0; i < 1000; ++i)
