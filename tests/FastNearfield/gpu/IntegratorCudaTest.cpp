@@ -22,7 +22,6 @@ using namespace cuda_runtime;
 using emulated::emulator;
 using emulated::Operation;
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
 constexpr const char* stem = "RectangularPiston";
 

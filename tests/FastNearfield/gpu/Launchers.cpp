@@ -6,9 +6,8 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
-#include <iostream>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -29,7 +28,7 @@ constexpr std::array<double, 16> transform{0.25,   0.0625,   0.125, -1.53125,  /
                                            -0.125, 0.375,    0.25,  0.28125,   //
                                            0.0625, -0.03125, 0.5,   1.75,      //
                                            7,      8,        9,     10};
-const std::string printedTransform = "0.25 0.0625 0.125 -1.53125 -0.125";
+constexpr const char* printedTransform = "0.25 0.0625 0.125 -1.53125 -0.125";
 constexpr Point spacings{0.28125, 0.34375, 0.4375};
 
 Point transformed(int ix, int iy, int iz) {
@@ -110,6 +109,12 @@ constexpr Element unwritten() {
     }
 }
 
+/// Not a number equals itself.
+template <class T>
+bool sameBytes(std::span<const T> a, std::span<const T> b) {
+    return std::ranges::equal(std::as_bytes(a), std::as_bytes(b));
+}
+
 /// An array of the launcher's caller, on the host or on the device, with some room behind it.
 template <class Element, bool onDevice>
 class Array {
@@ -134,7 +139,7 @@ class Array {
 
     bool keptToItself() {
         const std::vector<Element> room(behind, unwritten<Element>());
-        return std::memcmp(fetched().data() + size, room.data(), behind * sizeof(Element)) == 0;
+        return sameBytes(std::span(fetched()).subspan(size), std::span(room));
     }
 
   private:
@@ -241,14 +246,17 @@ Launch overGrid(const Sizes& n, std::vector<Arguments> arguments, std::vector<st
             std::move(buffers), timed};
 }
 
-const std::string mallocArray = "cudaMalloc((void**)&d_array, datasize)";
-const std::string mallocRe = "cudaMalloc((void**)&d_arrayr, datasize)";
-const std::string mallocIm = "cudaMalloc((void**)&d_arrayi, datasize)";
-const std::string fetchArray = "cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost )";
-const std::string fetchRe = "cudaMemcpy( &datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost )";
-const std::string fetchIm = "cudaMemcpy( &datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost )";
-const std::string mallocDouble = "cudaMalloc((void**)&d_arrayr, datasize*2)";
-const std::string fetchDouble =
+constexpr const char* mallocArray = "cudaMalloc((void**)&d_array, datasize)";
+constexpr const char* mallocRe = "cudaMalloc((void**)&d_arrayr, datasize)";
+constexpr const char* mallocIm = "cudaMalloc((void**)&d_arrayi, datasize)";
+constexpr const char* fetchArray =
+    "cudaMemcpy( &data[0], d_array, datasize, cudaMemcpyDeviceToHost )";
+constexpr const char* fetchRe =
+    "cudaMemcpy( &datar[0], d_arrayr, datasize, cudaMemcpyDeviceToHost )";
+constexpr const char* fetchIm =
+    "cudaMemcpy( &datai[0], d_arrayi, datasize, cudaMemcpyDeviceToHost )";
+constexpr const char* mallocDouble = "cudaMalloc((void**)&d_arrayr, datasize*2)";
+constexpr const char* fetchDouble =
     "cudaMemcpy( &data[0], d_arrayr, datasize*2, cudaMemcpyDeviceToHost )";
 
 Script floatTransform() {
@@ -270,7 +278,7 @@ Free free(const std::string& buffer) { return {buffer, "cudaFree(" + buffer + ")
 Script deviceScript(const Sizes& n) {
     return inTurn(
         {{Check{"pre RectangularPison_func_device"},
-          Print{" _device transform: " + printedTransform}},
+          Print{std::string(" _device transform: ") + printedTransform}},
          floatTransform(),
          {overGrid(n, {{8, 0, 1}, {4, 8, 3}, {8, 24, 1}, {4, 32, 3}}, {"d_array", "d_transform"}),
           Check{"RectangularPiston_func_device"}, free("d_transform")}});
@@ -279,7 +287,7 @@ Script deviceScript(const Sizes& n) {
 Script hostScript(const Sizes& n) {
     return inTurn(
         {{Check{"pre RectangularPiston_func"}, Allocate{"d_array", elements(n, 8), mallocArray},
-          Print{" transform: " + printedTransform}},
+          Print{std::string(" transform: ") + printedTransform}},
          deviceScript(n),
          {ToHost{"d_array", elements(n, 8), fetchArray}, free("d_array")}});
 }
@@ -595,7 +603,4 @@ Field fieldOf(const Launcher& launcher, const Sizes& n) {
     return launch->field();
 }
 
-bool identical(const Field& a, const Field& b) {
-    return a.size() == b.size() &&
-           std::memcmp(a.data(), b.data(), a.size() * sizeof(Field::value_type)) == 0;
-}
+bool identical(const Field& a, const Field& b) { return sameBytes(std::span(a), std::span(b)); }
