@@ -29,7 +29,16 @@ struct Mapping {
     V half, mid;
 };
 
+/// The integrals along a pair of parallel edges.
+template <class V>
+struct Pair {
+    Complex<V> first, second;
+};
+
 /// The points of a pack, and what their integrals share.
+///
+/// The integrand is f(t) = (exp(-j*k*sqrt(z^2 + D)) - exp(-j*k*z)) / D, D = t^2 + s2, with s2 the
+/// square of the offset from the edge.
 template <class V>
 class EdgeIntegrals {
   public:
@@ -38,37 +47,59 @@ class EdgeIntegrals {
     EdgeIntegrals(const Rule<T>& rule, V z, T k, Complex<V> phase)
         : zz(z * z), phase(phase), mapping{nothing, nothing}, rule(rule), k(k) {}
 
-    /// Integrates (exp(-j*k*sqrt(z^2 + t^2 + s2)) - exp(-j*k*z)) / (t^2 + s2) over [a, b]. The
-    /// lanes outside the mask have no integral here; theirs is of no meaning.
-    Complex<V> operator()(Mask<V> mask, V s2, V a, V b) {
+    /// Maps the rule onto [a, b] in the lanes of the mask.
+    Mapping<V> map(Mask<V> mask, V a, V b) {
+        if (rule.order > 0) {
+            // Deliberate: an interval that equals the last mapping's end nodes keeps that mapping.
+            const Mask<V> keep = ((a == node(0)) & (b == node(rule.order - 1))) | ~mask;
+            mapping = {select(keep, mapping.half, (b - a) * T(0.5)),
+                       select(keep, mapping.mid, (a + b) * T(0.5))};
+        }
+        return mapping;
+    }
+
+    /// The integral by a mapped rule.
+    Complex<V> along(const Mapping<V>& on, V s2) const {
         Complex<V> sum{};
-        if (rule.order <= 0) return sum;
-        map(mask, a, b);
-        const auto [half, mid] = mapping;
         for (int i = 0; i < rule.order; ++i) {
-            const V t = half * rule.abscissas[i] + mid;
-            const V d = t * t + s2;
-            const V r = lanes::squareRoot(zz + d);
-            const auto [sine, cosine] = lanes::sinCos(-(r * k));
-            const V weightPerD = (half * rule.weights[i]) / d;
-            sum.re += (cosine - phase.re) * weightPerD;
-            sum.im += (sine - phase.im) * weightPerD;
+            const V t = on.half * rule.abscissas[i] + on.mid;
+            add(sum, t * t + s2, on.half * rule.weights[i]);
         }
         return sum;
+    }
+
+    /// The integrals along two edges. With one mapping for both they are summed side by side, which
+    /// leaves the processor two chains of operations to interleave.
+    Pair<V> along(const Mapping<V>& first, const Mapping<V>& second, V s2First, V s2Second) const {
+        if (differ(first, second)) return {along(first, s2First), along(second, s2Second)};
+        Pair<V> sums{};
+        for (int i = 0; i < rule.order; ++i) {
+            const V t = first.half * rule.abscissas[i] + first.mid;
+            const V tt = t * t;
+            const V weight = first.half * rule.weights[i];
+            add(sums.first, tt + s2First, weight);
+            add(sums.second, tt + s2Second, weight);
+        }
+        return sums;
     }
 
   private:
     /// Equals no end of an interval.
     static constexpr V nothing = V{} + __builtin_nanf("");
 
-    void map(Mask<V> mask, V a, V b) {
-        // Deliberate: an interval that equals the last mapping's end nodes keeps that mapping.
-        const Mask<V> keep = ((a == node(0)) & (b == node(rule.order - 1))) | ~mask;
-        mapping = {select(keep, mapping.half, (b - a) * T(0.5)),
-                   select(keep, mapping.mid, (a + b) * T(0.5))};
+    V node(int i) const { return mapping.half * rule.abscissas[i] + mapping.mid; }
+
+    static bool differ(const Mapping<V>& a, const Mapping<V>& b) {
+        return lanes::any((a.half != b.half) | (a.mid != b.mid));
     }
 
-    V node(int i) const { return mapping.half * rule.abscissas[i] + mapping.mid; }
+    [[gnu::always_inline]] void add(Complex<V>& sum, V d, V weight) const {
+        const V r = lanes::squareRoot(zz + d);
+        const auto [sine, cosine] = lanes::sinCos(-(r * k));
+        const V weightPerD = weight / d;
+        sum.re += (cosine - phase.re) * weightPerD;
+        sum.im += (sine - phase.im) * weightPerD;
+    }
 
     V zz;
     Complex<V> phase;
@@ -93,38 +124,47 @@ template <class V>
     return {thin, ~thin & ((a > 0) ^ (b > 0))};
 }
 
-/// The integral along an edge of offset e, times the offset: over [lo, b], and where the point is
-/// split over [a, 0] too.
+/// The integrals along the edges of offsets e1 and e2, times the offsets: over [lo, b], and where
+/// the points are split over [a, 0] too. The first edge is integrated before the second.
 template <class V>
-[[gnu::always_inline]] inline Complex<V> edgeTerm(EdgeIntegrals<V>& integral, const Cases<V>& cases,
-                                                  V e, V lo, V a, V b) {
-    const V s2 = e * e;
+[[gnu::always_inline]] inline Pair<V> edgeTerms(EdgeIntegrals<V>& integrals, const Cases<V>& cases,
+                                                V e1, V e2, V lo, V a, V b) {
     const Mask<V> all = lanes::broadcast<Mask<V>>(-1);
-    Complex<V> sum = integral(all, s2, lo, b);
-    if (lanes::any(cases.split)) {
-        const Complex<V> lower = integral(cases.split, s2, a, V{});
-        sum.re = select(cases.split, lower.re + sum.re, sum.re);
-        sum.im = select(cases.split, lower.im + sum.im, sum.im);
+    const bool anySplit = lanes::any(cases.split);
+    const auto lower = [&] { return integrals.map(cases.split, a, V{}); };
+    const Mapping<V> upper1 = integrals.map(all, lo, b);
+    const Mapping<V> lower1 = anySplit ? lower() : upper1;
+    const Mapping<V> upper2 = integrals.map(all, lo, b);
+    const Mapping<V> lower2 = anySplit ? lower() : upper2;
+
+    Pair<V> sums = integrals.along(upper1, upper2, e1 * e1, e2 * e2);
+    if (anySplit) {
+        const Pair<V> rest = integrals.along(lower1, lower2, e1 * e1, e2 * e2);
+        const auto joined = [&cases](V low, V high) {
+            return select(cases.split, low + high, high);
+        };
+        sums = {{joined(rest.first.re, sums.first.re), joined(rest.first.im, sums.first.im)},
+                {joined(rest.second.re, sums.second.re), joined(rest.second.im, sums.second.im)}};
     }
-    const V factor = select(cases.thin, 2 * e, e);
-    return {factor * sum.re, factor * sum.im};
+    const V factor1 = select(cases.thin, 2 * e1, e1);
+    const V factor2 = select(cases.thin, 2 * e2, e2);
+    return {{factor1 * sums.first.re, factor1 * sums.first.im},
+            {factor2 * sums.second.re, factor2 * sums.second.im}};
 }
 
 /// The sum over the four edges.
 template <class V>
 [[gnu::noinline]] Complex<V> edgeSum(const Rule<Element<V>>& rule, V x1, V x2, V y1, V y2, V z,
                                      Element<V> k, Complex<V> phase) {
-    EdgeIntegrals<V> integral(rule, z, k, phase);
+    EdgeIntegrals<V> integrals(rule, z, k, phase);
     const V zero{};
     const Cases<V> alongY = casesOf(y1, y2);
     const V fromY = select(alongY.thin | alongY.split, zero, y1);
-    const Complex<V> t1 = edgeTerm(integral, alongY, x1, fromY, y1, y2);
-    const Complex<V> t2 = edgeTerm(integral, alongY, x2, fromY, y1, y2);
+    const auto [t1, t2] = edgeTerms(integrals, alongY, x1, x2, fromY, y1, y2);
     const Cases<V> alongX = casesOf(x1, x2);
     // Deliberate: a thin piston's x pair is integrated over the whole interval, its y pair is not.
     const V fromX = select(alongX.split, zero, x1);
-    const Complex<V> t3 = edgeTerm(integral, alongX, y1, fromX, x1, x2);
-    const Complex<V> t4 = edgeTerm(integral, alongX, y2, fromX, x1, x2);
+    const auto [t3, t4] = edgeTerms(integrals, alongX, y1, y2, fromX, x1, x2);
     return {((t1.re - t2.re) + t3.re) - t4.re, ((t1.im - t2.im) + t3.im) - t4.im};
 }
 
