@@ -38,9 +38,7 @@ class HostAgreementTest : public KernelTest<DoublePrecision> {
     using Transform = std::array<double, 16>;
     static constexpr Transform transform{0.5, 0, 0, -2, 0, 0.5, 0, -1.5, 0, 0, 2, 0.25, 0, 0, 0, 1};
 
-    static Grid3DR<double> gridOf(const Transform& m) {
-        return Grid3DR<double>(m.data(), sx, sy, sz);
-    }
+    static Grid3DR<double> gridOf(const Transform& m) { return {m.data(), sx, sy, sz}; }
 
     static void setOrder(RectangularPistonCuda2& piston, int order) {
         piston.floatRule.compute(order);
@@ -83,12 +81,11 @@ class HostAgreementTest : public KernelTest<DoublePrecision> {
         double largest = 0;
         for (std::size_t i = 0; i < points; ++i) {
             const auto index = static_cast<int>(i);
-            const Scene<double> scene{-2 + 0.5 * (index % sx),
-                                      -1.5 + 0.5 * (index / sx % sy),
-                                      0.25 + 2.0 * (index / (sx * sy)),
-                                      s / 2,
-                                      l / 2,
-                                      k};
+            const int ix = index % sx;
+            const int iy = index / sx % sy;
+            const int iz = index / (sx * sy);
+            const Scene<double> scene{-2 + 0.5 * ix, -1.5 + 0.5 * iy, 0.25 + 2.0 * iz,
+                                      s / 2,         l / 2,           k};
             const double apart = std::hypot(a.re[i] - b.re[i], a.im[i] - b.im[i]);
             const auto measure = static_cast<double>(roundingMeasure(deviceField(scene, rule), k));
             largest = std::fmax(largest, apart / measure);

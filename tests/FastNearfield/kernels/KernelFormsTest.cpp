@@ -222,6 +222,7 @@ class SinglePrecisionFormsTest : public KernelFormsTest<SinglePrecision> {
   protected:
     static std::vector<float> axis(int n, float first, float step) {
         std::vector<float> positions;
+        positions.reserve(static_cast<std::size_t>(n));
         for (int i = 0; i < n; ++i)
             positions.push_back(first + step * static_cast<float>(i * i % 7));
         return positions;

@@ -4,9 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
-#include <cstring>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -56,12 +57,14 @@ class DeviceArray {
 /// Bit for bit, so that one NaN equals another.
 template <class T>
 bool sameBits(const T& a, const T& b) {
-    return std::memcmp(&a, &b, sizeof a) == 0;
+    using Bytes = std::array<std::byte, sizeof(T)>;
+    return std::bit_cast<Bytes>(a) == std::bit_cast<Bytes>(b);
 }
 
 template <class T>
 bool sameBits(const std::vector<T>& a, const std::vector<T>& b) {
-    return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const T& x, const T& y) { return sameBits(x, y); });
 }
 
 inline constexpr const char* stem = "RectangularPiston";

@@ -24,6 +24,8 @@ namespace {
 /// Random numbers, the same in every run and with every standard library.
 class Random {
   public:
+    explicit Random(unsigned seed) : engine(seed) {}
+
     double between(double low, double high) {
         return low + (high - low) * std::ldexp(static_cast<double>(engine() >> 11U), -53);
     }
@@ -33,8 +35,10 @@ class Random {
     std::size_t below(std::size_t limit) { return static_cast<std::size_t>(engine() % limit); }
 
   private:
-    std::mt19937_64 engine{20261121};
+    std::mt19937_64 engine;
 };
+
+constexpr unsigned seed = 20261121;
 
 /// Where a coordinate lies with respect to the piston's two edges across it.
 enum class Place { axis, besideAxis, inside, nearEdge, onEdge, outside, far };
@@ -142,6 +146,7 @@ class RoundingTest : public KernelTest<Precision> {
             if (turn % 2 == 0) return asOneSet(scenes);
         }
         std::vector<Complex> field;
+        field.reserve(scenes.size());
         for (const Scene<Real>& scene : scenes) field.push_back(alone(turn + field.size(), scene));
         return field;
     }
@@ -215,7 +220,7 @@ class RoundingTest : public KernelTest<Precision> {
         return text.str();
     }
 
-    Random random;
+    Random random{seed};
     int points = 0;
     double largest = 0;
     std::string worst;
