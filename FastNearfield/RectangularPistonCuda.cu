@@ -14,7 +14,10 @@ struct Single {
     using Complex = ::Complex;
     static __device__ float x(int i) { return global_RectangularPiston_float_x[i]; }
     static __device__ float w(int i) { return global_RectangularPiston_float_w[i]; }
-    static __device__ int order() { return global_RectangularPiston_float_N; }
+    /// Never more than the arrays hold, whatever was uploaded.
+    static __device__ int order() {
+        return global_RectangularPiston_float_N <= 512 ? global_RectangularPiston_float_N : 512;
+    }
 };
 
 }  // namespace

@@ -14,7 +14,11 @@ struct Double {
     using Complex = ::Complexd;
     static __device__ double x(int i) { return global_dpRectangularPiston_double_x[i]; }
     static __device__ double w(int i) { return global_dpRectangularPiston_double_w[i]; }
-    static __device__ int order() { return global_dpRectangularPiston_double_N; }
+    /// Never more than the arrays hold, whatever was uploaded.
+    static __device__ int order() {
+        return global_dpRectangularPiston_double_N <= 512 ? global_dpRectangularPiston_double_N
+                                                          : 512;
+    }
 };
 
 }  // namespace

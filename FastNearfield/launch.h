@@ -31,14 +31,14 @@ inline std::int32_t printedBytes(int sx, int sy, int sz, unsigned elementBytes) 
                                      static_cast<unsigned>(sz) * elementBytes);
 }
 
-/// Bytes of sx*sy*sz elements. Where they do not fit 31 bits, more than any device has, so that the
-/// allocation fails and nothing writes past a size that wrapped around.
+/// Bytes of sx*sy*sz elements. Where they do not fit 31 bits, or a size is negative, more than any
+/// device has, so that the allocation fails and nothing writes past a size that wrapped around.
 inline std::size_t fieldBytes(int sx, int sy, int sz, int elementBytes) {
     constexpr std::size_t tooMany = std::size_t{1} << 60;
     std::int32_t bytes = elementBytes;
     for (const int size : {sx, sy, sz})
-        if (__builtin_mul_overflow(bytes, size, &bytes)) return tooMany;
-    return bytes < 0 ? tooMany : static_cast<std::size_t>(bytes);
+        if (size < 0 || __builtin_mul_overflow(bytes, size, &bytes)) return tooMany;
+    return static_cast<std::size_t>(bytes);
 }
 
 inline double microsecondsBetween(const timeval& start, const timeval& stop) {
