@@ -60,12 +60,20 @@ class GaussLegendre {
 
     /// Brings the rule's arrays to `newOrder` points; the caller then fills nodes and weights.
     /// @return whether the order changed; where it did not, the arrays are left as they are
+    /// @throws std::bad_alloc; the rule is then unallocated, of order 0
     bool setOrder(int newOrder) {
         if (newOrder == order) return false;
         release();
         order = newOrder;
         unallocated = false;
-        init();
+        try {
+            init();
+        } catch (...) {
+            release();
+            order = 0;
+            unallocated = true;
+            throw;
+        }
         return true;
     }
 

@@ -45,7 +45,7 @@ class EdgeIntegrals {
     using T = Element<V>;
 
     EdgeIntegrals(const Rule<T>& rule, V z, T k, Complex<V> phase)
-        : zz(z * z), phase(phase), mapping{nothing, nothing}, rule(rule), k(k) {}
+        : zz(z * z), phase(phase), mapping{nothing(), nothing()}, rule(rule), k(k) {}
 
     /// Maps the rule onto [a, b] in the lanes of the mask.
     Mapping<V> map(Mask<V> mask, V a, V b) {
@@ -85,7 +85,7 @@ class EdgeIntegrals {
 
   private:
     /// Equals no end of an interval.
-    static constexpr V nothing = V{} + __builtin_nanf("");
+    static V nothing() { return lanes::broadcast<V>(__builtin_nan("")); }
 
     V node(int i) const { return mapping.half * rule.abscissas[i] + mapping.mid; }
 
@@ -93,6 +93,8 @@ class EdgeIntegrals {
         return lanes::any((a.half != b.half) | (a.mid != b.mid));
     }
 
+    /// Adds weight * f. The weight is divided by D before it multiplies, which rounds as often as
+    /// dividing both parts of the difference would and takes one division instead of two.
     [[gnu::always_inline]] void add(Complex<V>& sum, V d, V weight) const {
         const V r = lanes::squareRoot(zz + d);
         const auto [sine, cosine] = lanes::sinCos(-(r * k));
@@ -129,7 +131,7 @@ template <class V>
 template <class V>
 [[gnu::always_inline]] inline Pair<V> edgeTerms(EdgeIntegrals<V>& integrals, const Cases<V>& cases,
                                                 V e1, V e2, V lo, V a, V b) {
-    const Mask<V> all = lanes::broadcast<Mask<V>>(-1);
+    const auto all = lanes::broadcast<Mask<V>>(-1);
     const bool anySplit = lanes::any(cases.split);
     const auto lower = [&] { return integrals.map(cases.split, a, V{}); };
     const Mapping<V> upper1 = integrals.map(all, lo, b);

@@ -14,17 +14,17 @@
 #include "FastNearfield/RectangularPistonCuda.h"
 #include "core/ErrorHandler.h"
 
-// The assertion stands in every build.
+// Declares the platform's assertion failure in every build.
 #undef NDEBUG
 #include <cassert>
 
 namespace {
 
-const GaussLegendre<float>& ruleOf(const RectangularPistonCuda2& piston, float) {
+const GaussLegendre<float>& ruleOf(const RectangularPistonCuda2& piston, float /*precision*/) {
     return piston.floatRule;
 }
 
-const GaussLegendre<double>& ruleOf(const RectangularPistonCuda2& piston, double) {
+const GaussLegendre<double>& ruleOf(const RectangularPistonCuda2& piston, double /*precision*/) {
     return piston.doubleRule;
 }
 

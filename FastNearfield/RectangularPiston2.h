@@ -30,8 +30,8 @@ class RectangularPistonCuda2 : public Piston {
     /// The rules start at order 100 and `useCuda` set.
     RectangularPistonCuda2(double l, double s, double k);
 
-    /// The integrand of one edge integral, for `Integ`. The pressure itself is computed by the same
-    /// arithmetic at several points at a time.
+    /// The integrand of one edge integral, for `Integ`. The pressure itself is computed several
+    /// points at a time, with the weight divided by D in place of the difference.
     template <class T>
     struct FirstIntegral {
         using return_type = std::complex<T>;
@@ -74,7 +74,9 @@ class RectangularPistonCuda2 : public Piston {
     template <class T, class GridT>
     void computeCPU(T* re, T* im, const Grid3DR<GridT>& grid) const;
 
-    /// The pressure at one point, by the rule of precision T.
+    /// The pressure at one point, by the rule of precision T. As `Integ` does, an interval that
+    /// equals the ends of the rule as it was mapped last keeps that mapping; every point starts
+    /// afresh.
     /// @param fi     carries k, z and expKz of the point; its s2 is ignored
     /// @param x1,x2  the point's x less and plus s/2
     /// @param y1,y2  the point's y less and plus l/2

@@ -15,12 +15,10 @@
 ///   have 65535 blocks along y.
 /// - transform: 16 reals row by row, from lattice coordinates to the piston's frame; the fourth row
 ///   is not used and nothing is divided by its last element.
-/// - l, s: the piston's side lengths along y and along x; k: the wavenumber. Lengths are in one
-/// unit,
-///   the wavenumber in radians per that unit.
-/// - data: interleaved complex values; datar, datai: real and imaginary parts apart. Names with
-/// `d_`
-///   are device memory.
+/// - l, s: the piston's side lengths along y and along x; k: the wavenumber. Lengths are in any
+///   one unit, the wavenumber in radians per that unit.
+/// - data: interleaved complex values; datar, datai: real and imaginary parts apart; d_...: device
+///   memory.
 ///
 /// A failure is reported through the current error handler as for `checkPending` and `checkCall`;
 /// where the handler returns, the launcher goes on with its next step. What an exception leaves

@@ -14,6 +14,7 @@ class Transducer {
     Transducer& operator=(const Transducer&) = delete;
     virtual ~Transducer() = default;
 
+    /// Fills a field array in single precision.
     virtual void compute(float* data, const Grid3DR<double>& grid) const = 0;
 
     /// Fills the storage's host side. A storage of another type than DT_FLOAT is reported through

@@ -22,6 +22,7 @@ class MMatrix<T, 4, true> {
                        [](U value) { return static_cast<T>(value); });
     }
 
+    /// Element (r, c); the indices are not checked.
     T& operator()(int r, int c) { return elements[position(r, c)]; }
     const T& operator()(int r, int c) const { return elements[position(r, c)]; }
 

@@ -29,11 +29,14 @@ class LinearStorage {
         return *(elements.data() + i);
     }
 
-    /// Element i, checked like the mutable access but reported from the small vector's own line.
+    /// Element i, checked likewise.
     const T& operator[](int i) const {
-        detail::checkIndex(i, N, 42);
-        return *(elements.data() + i);
+        detail::checkIndex(i, N, 48);
+        return unchecked(i);
     }
+
+    /// Element i, not checked.
+    const T& unchecked(int i) const { return *(elements.data() + i); }
 
   private:
     std::array<T, N> elements{};
@@ -44,7 +47,11 @@ template <class T, int N>
 class Vector {
   public:
     T& operator[](int i) { return storage[i]; }
-    const T& operator[](int i) const { return storage[i]; }
+    /// Element i, checked like the mutable access but reported from a line of its own.
+    const T& operator[](int i) const {
+        detail::checkIndex(i, N, 42);
+        return storage.unchecked(i);
+    }
 
   private:
     LinearStorage<T, N> storage;

@@ -4,8 +4,8 @@
 
 namespace lanes {
 
-/// The instruction sets that hot sources are compiled for: plain x86-64, and the levels v3 (AVX2
-/// and FMA) and v4 (AVX-512) of that architecture.
+/// The instruction sets that hot sources are compiled for: plain x86-64, and of its levels v3 (AVX2
+/// and FMA) and v4 (AVX-512) what the sources use.
 enum class InstructionSet { baseline, v3, v4 };
 
 /// The best set that the processor has.

@@ -265,9 +265,11 @@ cudaError_t Emulator::launch(const void* entry) {
 cudaError_t Emulator::runPending(const KernelImage& image) const {
     if (!isLaunchable(*pending)) return cudaErrorInvalidConfiguration;
     if (pending->argumentBytes() < image.argumentBytes) return cudaErrorInvalidValue;
-    const dim3 grid = pending->grid;
+    std::int64_t threads = pending->block.x;
+    for (const unsigned extent : {pending->grid.x, pending->grid.y, pending->grid.z})
+        if (__builtin_mul_overflow(threads, extent, &threads)) return cudaErrorInvalidConfiguration;
     faulted = false;
-    runThreads(image, std::int64_t{grid.x} * grid.y * grid.z * pending->block.x);
+    runThreads(image, threads);
     return faulted ? cudaErrorIllegalAddress : cudaSuccess;
 }
 

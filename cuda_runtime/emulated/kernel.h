@@ -47,7 +47,7 @@ struct Running {
 inline thread_local Running running{0, 0};
 
 template <class Ints, int... I>
-constexpr Ints countUp(std::integer_sequence<int, I...>) {
+constexpr Ints countUp(std::integer_sequence<int, I...> /*lanes*/) {
     return Ints{I...};
 }
 
@@ -165,7 +165,8 @@ class Runner {
 
   private:
     template <void (*kernel)(Parameters...), std::size_t... I>
-    static void call([[maybe_unused]] const std::byte* arguments, std::index_sequence<I...>) {
+    static void call([[maybe_unused]] const std::byte* arguments,
+                     std::index_sequence<I...> /*parameters*/) {
         [[maybe_unused]] constexpr auto offsets = argumentOffsets<Parameters...>(sizeof(void*));
         kernel(read<Parameters>(arguments + offsets[I])...);
     }

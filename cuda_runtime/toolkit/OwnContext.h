@@ -7,24 +7,27 @@
 
 namespace cuda_runtime::toolkit {
 
-/// A CUDA context of this module's own, current to the thread that made it. Ending it gives back
-/// all that was made in it and nothing else: the device's primary context, which the rest of the
-/// process shares, is neither used nor reset.
+/// A CUDA context of this module's own. Ending it gives back all that was made in it and nothing
+/// else: the device's primary context, which the rest of the process shares, is neither used nor
+/// reset, and what is current to the thread outside of an operation stays so.
+///
+/// Reached through the driver interface without linking the driver library, so that a machine
+/// without a driver gets the runtime's own report.
 class OwnContext {
   public:
-    OwnContext() = default;
-    OwnContext(const OwnContext&) = delete;
-    OwnContext& operator=(const OwnContext&) = delete;
-    /// A context that nobody ended goes with the process.
-    ~OwnContext() = default;
+    bool exists() const noexcept { return context != nullptr; }
 
-    /// Makes the context on the device, unless there is one, and makes it current.
+    /// Makes the context current, creating it on the device first when there is none.
     ::cudaError_t enter(int device);
+    /// Makes current again what was before `enter`.
+    static ::cudaError_t leave();
 
-    /// Destroys the context, if there is one; what was current before is current again.
+    /// Destroys the context, if there is one.
     ::cudaError_t end();
 
   private:
+    ::cudaError_t create(int device);
+
     CUcontext context = nullptr;
 };
 

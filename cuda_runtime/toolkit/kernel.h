@@ -21,11 +21,12 @@ struct SineAndCosine {
     T cosine;
 };
 
+/// A number beyond the indices is one that no point has.
 template <class T>
 __device__ inline int threadIndex() {
-    return static_cast<int>(threadIdx.x +
-                            blockDim.x *
-                                (blockIdx.x + gridDim.x * (blockIdx.y + gridDim.y * blockIdx.z)));
+    const unsigned index =
+        threadIdx.x + blockDim.x * (blockIdx.x + gridDim.x * (blockIdx.y + gridDim.y * blockIdx.z));
+    return static_cast<int>(min(index, 0x7fffffffU));
 }
 
 __device__ inline bool any(bool mask) { return mask; }
@@ -55,10 +56,16 @@ __device__ inline void store(T* array, int index, bool mask, T value) {
     if (mask) array[index] = value;
 }
 
-/// Stores pairs of reals, in one store each.
+__device__ inline float2 pairOf(float first, float second) { return make_float2(first, second); }
+__device__ inline double2 pairOf(double first, double second) {
+    return make_double2(first, second);
+}
+
+/// Stores pairs of reals, in one store each: the array is aligned to the size of a pair.
 template <class Pair, class T>
 __device__ inline void store(Pair* array, int index, bool mask, T first, T second) {
-    if (mask) array[index] = Pair{first, second};
+    using Whole = decltype(pairOf(first, second));
+    if (mask) *reinterpret_cast<Whole*>(array + index) = pairOf(first, second);
 }
 
 __device__ inline float absolute(float v) { return fabsf(v); }

@@ -28,7 +28,7 @@ struct ThreadState {
 };
 
 ThreadState& state() {
-    static ThreadState instance;
+    thread_local ThreadState instance;
     return instance;
 }
 
@@ -39,15 +39,21 @@ std::map<std::string, ConstantSymbol>& constantRegistry() {
 
 cudaError_t remember(::cudaError_t status) {
     const auto own = static_cast<cudaError_t>(status);
-    if (own != cudaSuccess) state().lastError = own;
+    if (own == cudaSuccess) return own;
+    state().lastError = own;
+    static_cast<void>(::cudaGetLastError());  // it is kept here, not there
     return own;
 }
 
 /// Carries an operation out in the module's own context.
 template <class Operation>
 cudaError_t inContext(Operation operation) {
-    const ::cudaError_t status = state().context.enter(state().device);
-    return remember(status == ::cudaSuccess ? operation() : status);
+    toolkit::OwnContext& context = state().context;
+    ::cudaError_t status = context.enter(state().device);
+    if (status != ::cudaSuccess) return remember(status);
+    status = operation();
+    const ::cudaError_t left = context.leave();
+    return remember(status != ::cudaSuccess ? status : left);
 }
 
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
@@ -74,6 +80,8 @@ cudaError_t cudaSetDevice(int device) {
     const ::cudaError_t status = ::cudaGetDeviceCount(&count);
     if (status != ::cudaSuccess) return remember(status);
     if (device < 0 || device >= count) return remember(::cudaErrorInvalidDevice);
+    if (state().context.exists() && device != state().device)
+        return remember(::cudaErrorSetOnActiveProcess);
     state().device = device;
     return cudaSuccess;
 }

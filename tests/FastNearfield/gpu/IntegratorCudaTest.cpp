@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/IntegratorCuda.h"
+#include "lanes/InstructionSet.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -51,10 +52,30 @@ Rule<double> doubleRule() { return ruleOf<double>(doublePistonModule()); }
 /// The module of double-precision kernels is not there for the length of a scope.
 class WithoutDoubleModule {
   public:
-    WithoutDoubleModule() { emulator().unregisterConstants(doublePistonModule().constants); }
+    WithoutDoubleModule() {
+        forEachInstructionSet(
+            [](const auto& constants) { emulator().unregisterConstants(constants); });
+    }
     WithoutDoubleModule(const WithoutDoubleModule&) = delete;
     WithoutDoubleModule& operator=(const WithoutDoubleModule&) = delete;
-    ~WithoutDoubleModule() { emulator().registerModule({}, doublePistonModule().constants); }
+    ~WithoutDoubleModule() {
+        forEachInstructionSet(
+            [](const auto& constants) { emulator().registerModule({}, constants); });
+    }
+
+  private:
+    /// The module was compiled for every set, and each copy has constants of its own.
+    template <class Work>
+    static void forEachInstructionSet(Work work) {
+        const lanes::InstructionSet inUse = lanes::instructionSet();
+        for (const auto set : {lanes::InstructionSet::baseline, lanes::InstructionSet::v3,
+                               lanes::InstructionSet::v4})
+            if (set <= lanes::bestInstructionSet()) {
+                lanes::useInstructionSet(set);
+                work(doublePistonModule().constants);
+            }
+        lanes::useInstructionSet(inUse);
+    }
 };
 
 /// The transcript without runtime calls.

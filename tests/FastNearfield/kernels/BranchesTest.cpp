@@ -223,20 +223,13 @@ TYPED_TEST(BranchesTest, ARuleOfNoneGivesZeros) {
     }
 }
 
-// Of the double family only the additions, products and reciprocals are in double precision.
-TEST(DoublePrecisionField, HasThePrecisionOfFloat) {
-    class OneField : public KernelTest<DoublePrecision> {
-        void TestBody() override {}
+using DoublePrecisionField = KernelTest<DoublePrecision>;
 
-      public:
-        using KernelTest::pressureAt;
-        using KernelTest::SetUp;
-        using KernelTest::uploadLegendreRule;
-    } device;
-    device.SetUp();
-    const reference::Rule rule = OneField::uploadLegendreRule(32);
+// Of the double family only the additions, products and reciprocals are in double precision.
+TEST_F(DoublePrecisionField, HasThePrecisionOfFloat) {
+    const reference::Rule rule = uploadLegendreRule(32);
     const Scene<double> scene{0.4, -1.7, 0.9, 1.1, 1.3, 6.2};
-    const Complexd p = OneField::pressureAt(scene);
+    const Complexd p = pressureAt(scene);
     const reference::QuadComplex error =
         reference::QuadComplex{p.re, p.im} - deviceField(scene, rule).pressure;
     EXPECT_GT(static_cast<double>(reference::magnitude(error)), 1e-10);
