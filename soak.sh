@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# Runs the long checks whole and prints their figures: up to an hour on two cores.
+set -euo pipefail
+
+# shellcheck source=cmake/setup.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/cmake/setup.sh"
+
+require_test_packages
+
+say "building everything in build/"
+cmake --preset default -D PISTONFIELD_TESTS=ON
+cmake --build --preset default
+
+say "running the long checks"
+ctest --preset default --build-config soak --label-regex '^soak$' --verbose \
+  --output-log build/soak.log
