@@ -7,6 +7,7 @@
 #include "FastNearfield/PointSums.h"
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
+#include "lanes/staggered.h"
 
 namespace pointsums::PISTONFIELD_INSTRUCTION_SET {
 
@@ -17,6 +18,13 @@ using lanes::Mask;
 using lanes::Pack;
 using lanes::select;
 using lanes::widthOf;
+
+/// Packs whose integrals are computed in one go. More than one, because the processor is idle where
+/// a go begins and ends.
+constexpr int packsAtATime = 4;
+
+/// The most tasks that the points of a pack have: each of four edges in two pieces.
+constexpr int tasksOfAPack = 8;
 
 template <class V>
 struct Complex {
@@ -29,85 +37,163 @@ struct Mapping {
     V half, mid;
 };
 
-/// The integrals along a pair of parallel edges.
-template <class V>
+/// One for each of two parallel edges.
+template <class T>
 struct Pair {
-    Complex<V> first, second;
+    T first, second;
 };
 
-/// The points of a pack, and what their integrals share.
-///
-/// The integrand is f(t) = (exp(-j*k*sqrt(z^2 + D)) - exp(-j*k*z)) / D, D = t^2 + s2, with s2 the
-/// square of the offset from the edge.
+/// What the integrals of a pack's points share: z^2 and exp(-j*k*z).
+template <class V>
+struct Points {
+    V zz;
+    Complex<V> phase;
+};
+
+/// Two integrals that go side by side: along parallel edges at the squared offsets s2.
+template <class V>
+struct Task {
+    Points<V> at;
+    Mapping<V> on;
+    Pair<V> s2;
+    Pair<Complex<V>> integrals;
+};
+
+/// The integrals of f(t) = (exp(-j*k*sqrt(z^2 + D)) - exp(-j*k*z)) / D, D = t^2 + s2, with s2 the
+/// square of the offset from the edge: gathered first, then computed all in one go.
 template <class V>
 class EdgeIntegrals {
   public:
     using T = Element<V>;
 
-    EdgeIntegrals(const Rule<T>& rule, V z, T k, Complex<V> phase)
-        : zz(z * z), phase(phase), mapping{nothing(), nothing()}, rule(rule), k(k) {}
+    EdgeIntegrals(const Rule<T>& rule, T k) : rule(rule), minusK(-k) {}
+
+    /// Adds the integrals along two edges. They are one task where they have one mapping.
+    /// @return the tasks' numbers
+    Pair<int> add(const Points<V>& at, const Pair<Mapping<V>>& on, const Pair<V>& s2) {
+        const int first = add(at, on.first, s2);
+        return {first, differ(on.first, on.second) ? add(at, on.second, s2) : first};
+    }
+
+    /// Computes what has been added, in that order, and forgets it: the next ones added are number
+    /// 0 and on.
+    void compute();
+
+    Pair<Complex<V>> integrals(const Pair<int>& numbers) const {
+        return {tasks[numbers.first].integrals.first, tasks[numbers.second].integrals.second};
+    }
+
+  private:
+    int add(const Points<V>& at, const Mapping<V>& on, const Pair<V>& s2) {
+        Task<V>& task = tasks[count];
+        task.at = at;
+        task.on = on;
+        task.s2 = s2;
+        return count++;
+    }
+
+    static bool differ(const Mapping<V>& a, const Mapping<V>& b) {
+        return lanes::any((a.half != b.half) | (a.mid != b.mid));
+    }
+
+    /// At an abscissa: -k*R, and the weight divided by D. To divide the weight rounds as often as
+    /// to divide both parts of the difference would, and takes one division instead of two.
+    struct Node {
+        V angle;
+        V weightPerD;
+    };
+    struct ReducedNode {
+        lanes::Reduced<V> angle;
+        V weightPerD;
+    };
+
+    [[gnu::always_inline]] Node nodeAt(V zz, V d, V weight) const {
+        return {lanes::squareRoot(zz + d) * minusK, weight / d};
+    }
+
+    [[gnu::always_inline]] Pair<Node> nodesOf(const Task<V>& task, int i) const {
+        const V t = task.on.half * rule.abscissas[i] + task.on.mid;
+        const V tt = t * t;
+        const V weight = task.on.half * rule.weights[i];
+        return {nodeAt(task.at.zz, tt + task.s2.first, weight),
+                nodeAt(task.at.zz, tt + task.s2.second, weight)};
+    }
+
+    [[gnu::always_inline]] static ReducedNode reduced(const Node& node) {
+        return {lanes::reduce(node.angle), node.weightPerD};
+    }
+
+    [[gnu::always_inline]] static void add(Complex<V>& sum, const Complex<V>& phase,
+                                           const ReducedNode& node) {
+        const auto [sine, cosine] = lanes::sinCos(node.angle);
+        sum.re += (cosine - phase.re) * node.weightPerD;
+        sum.im += (sine - phase.im) * node.weightPerD;
+    }
+
+    const Rule<T>& rule;
+    T minusK;
+    int count = 0;
+    Task<V> tasks[packsAtATime * tasksOfAPack];
+};
+
+template <class V>
+void EdgeIntegrals<V>::compute() {
+    if (rule.order < 1)
+        for (Task<V>& task : tasks) task.integrals = Pair<Complex<V>>{};
+    const Task<V>* begun = tasks;
+    int node = 0;
+    Task<V>* ended = tasks;
+    int left = rule.order;
+    Pair<Complex<V>> sums{};
+    lanes::staggered(
+        count * rule.order,
+        [&](int) __attribute__((always_inline)) {
+            const Pair<Node> nodes = nodesOf(*begun, node);
+            if (++node == rule.order) {
+                node = 0;
+                ++begun;
+            }
+            return nodes;
+        },
+        [](const Pair<Node>& nodes) __attribute__((always_inline)) {
+            return Pair<ReducedNode>{reduced(nodes.first), reduced(nodes.second)};
+        },
+        [&](const Pair<ReducedNode>& nodes) __attribute__((always_inline)) {
+            add(sums.first, ended->at.phase, nodes.first);
+            add(sums.second, ended->at.phase, nodes.second);
+            if (--left == 0) {
+                ended->integrals = sums;
+                sums = Pair<Complex<V>>{};
+                left = rule.order;
+                ++ended;
+            }
+        });
+    count = 0;
+}
+
+/// The rule's mappings for the points of a pack, one after the other.
+template <class V>
+class Mappings {
+  public:
+    explicit Mappings(const Rule<Element<V>>& rule) : rule(rule) {}
 
     /// Maps the rule onto [a, b] in the lanes of the mask.
     Mapping<V> map(Mask<V> mask, V a, V b) {
         if (rule.order > 0) {
             // Deliberate: an interval that equals the last mapping's end nodes keeps that mapping.
             const Mask<V> keep = ((a == node(0)) & (b == node(rule.order - 1))) | ~mask;
-            mapping = {select(keep, mapping.half, (b - a) * T(0.5)),
-                       select(keep, mapping.mid, (a + b) * T(0.5))};
+            last = {select(keep, last.half, (b - a) * Element<V>(0.5)),
+                    select(keep, last.mid, (a + b) * Element<V>(0.5))};
         }
-        return mapping;
-    }
-
-    /// The integral by a mapped rule.
-    Complex<V> along(const Mapping<V>& on, V s2) const {
-        Complex<V> sum{};
-        for (int i = 0; i < rule.order; ++i) {
-            const V t = on.half * rule.abscissas[i] + on.mid;
-            add(sum, t * t + s2, on.half * rule.weights[i]);
-        }
-        return sum;
-    }
-
-    /// The integrals along two edges. With one mapping for both they are summed side by side, which
-    /// leaves the processor two chains of operations to interleave.
-    Pair<V> along(const Mapping<V>& first, const Mapping<V>& second, V s2First, V s2Second) const {
-        if (differ(first, second)) return {along(first, s2First), along(second, s2Second)};
-        Pair<V> sums{};
-        for (int i = 0; i < rule.order; ++i) {
-            const V t = first.half * rule.abscissas[i] + first.mid;
-            const V tt = t * t;
-            const V weight = first.half * rule.weights[i];
-            add(sums.first, tt + s2First, weight);
-            add(sums.second, tt + s2Second, weight);
-        }
-        return sums;
+        return last;
     }
 
   private:
-    /// Equals no end of an interval.
-    static V nothing() { return lanes::broadcast<V>(__builtin_nan("")); }
+    V node(int i) const { return last.half * rule.abscissas[i] + last.mid; }
 
-    V node(int i) const { return mapping.half * rule.abscissas[i] + mapping.mid; }
-
-    static bool differ(const Mapping<V>& a, const Mapping<V>& b) {
-        return lanes::any((a.half != b.half) | (a.mid != b.mid));
-    }
-
-    /// Adds weight * f. The weight is divided by D before it multiplies, which rounds as often as
-    /// dividing both parts of the difference would and takes one division instead of two.
-    [[gnu::always_inline]] void add(Complex<V>& sum, V d, V weight) const {
-        const V r = lanes::squareRoot(zz + d);
-        const auto [sine, cosine] = lanes::sinCos(-(r * k));
-        const V weightPerD = weight / d;
-        sum.re += (cosine - phase.re) * weightPerD;
-        sum.im += (sine - phase.im) * weightPerD;
-    }
-
-    V zz;
-    Complex<V> phase;
-    Mapping<V> mapping;
-    const Rule<T>& rule;
-    T k;
+    const Rule<Element<V>>& rule;
+    /// Equals no interval's ends.
+    Mapping<V> last{lanes::broadcast<V>(__builtin_nan("")), lanes::broadcast<V>(__builtin_nan(""))};
 };
 
 /// How the two edges of a pair are integrated between the offsets a and b of the other pair.
@@ -126,49 +212,83 @@ template <class V>
     return {thin, ~thin & ((a > 0) ^ (b > 0))};
 }
 
-/// The integrals along the edges of offsets e1 and e2, times the offsets: over [lo, b], and where
-/// the points are split over [a, 0] too. The first edge is integrated before the second.
+/// The integrals along the edges of offsets e, times the offsets: over [lo, b], and where the
+/// points are split over [a, 0] too.
 template <class V>
-[[gnu::always_inline]] inline Pair<V> edgeTerms(EdgeIntegrals<V>& integrals, const Cases<V>& cases,
-                                                V e1, V e2, V lo, V a, V b) {
-    const auto all = lanes::broadcast<Mask<V>>(-1);
-    const bool anySplit = lanes::any(cases.split);
-    const auto lower = [&] { return integrals.map(cases.split, a, V{}); };
-    const Mapping<V> upper1 = integrals.map(all, lo, b);
-    const Mapping<V> lower1 = anySplit ? lower() : upper1;
-    const Mapping<V> upper2 = integrals.map(all, lo, b);
-    const Mapping<V> lower2 = anySplit ? lower() : upper2;
+class EdgePair {
+  public:
+    EdgePair() = default;
 
-    Pair<V> sums = integrals.along(upper1, upper2, e1 * e1, e2 * e2);
-    if (anySplit) {
-        const Pair<V> rest = integrals.along(lower1, lower2, e1 * e1, e2 * e2);
-        const auto joined = [&cases](V low, V high) {
-            return select(cases.split, low + high, high);
-        };
-        sums = {{joined(rest.first.re, sums.first.re), joined(rest.first.im, sums.first.im)},
-                {joined(rest.second.re, sums.second.re), joined(rest.second.im, sums.second.im)}};
+    /// Adds the pair's integrals to those to compute. The first edge is mapped before the second.
+    EdgePair(EdgeIntegrals<V>& integrals, Mappings<V>& mappings, const Points<V>& at,
+             const Cases<V>& cases, const Pair<V>& e, V lo, V a, V b)
+        : cases(cases), e(e), anySplit(lanes::any(cases.split)) {
+        const auto all = lanes::broadcast<Mask<V>>(-1);
+        const auto onLower = [&] { return mappings.map(cases.split, a, V{}); };
+        const Mapping<V> upper1 = mappings.map(all, lo, b);
+        const Mapping<V> lower1 = anySplit ? onLower() : upper1;
+        const Mapping<V> upper2 = mappings.map(all, lo, b);
+        const Mapping<V> lower2 = anySplit ? onLower() : upper2;
+
+        const Pair<V> s2{e.first * e.first, e.second * e.second};
+        upper = integrals.add(at, {upper1, upper2}, s2);
+        if (anySplit) lower = integrals.add(at, {lower1, lower2}, s2);
     }
-    const V factor1 = select(cases.thin, 2 * e1, e1);
-    const V factor2 = select(cases.thin, 2 * e2, e2);
-    return {{factor1 * sums.first.re, factor1 * sums.first.im},
-            {factor2 * sums.second.re, factor2 * sums.second.im}};
-}
 
-/// The sum over the four edges.
+    Pair<Complex<V>> terms(const EdgeIntegrals<V>& integrals) const {
+        Pair<Complex<V>> sums = integrals.integrals(upper);
+        if (anySplit) {
+            const Pair<Complex<V>> rest = integrals.integrals(lower);
+            sums = {joined(rest.first, sums.first), joined(rest.second, sums.second)};
+        }
+        return {times(e.first, sums.first), times(e.second, sums.second)};
+    }
+
+  private:
+    Complex<V> joined(const Complex<V>& low, const Complex<V>& high) const {
+        return {select(cases.split, low.re + high.re, high.re),
+                select(cases.split, low.im + high.im, high.im)};
+    }
+
+    Complex<V> times(V offset, const Complex<V>& integral) const {
+        const V factor = select(cases.thin, 2 * offset, offset);
+        return {factor * integral.re, factor * integral.im};
+    }
+
+    Cases<V> cases;
+    Pair<V> e;
+    bool anySplit = false;
+    Pair<int> upper{};
+    Pair<int> lower{};
+};
+
+/// The sum over the four edges, at the points of a pack.
 template <class V>
-[[gnu::noinline]] Complex<V> edgeSum(const Rule<Element<V>>& rule, V x1, V x2, V y1, V y2, V z,
-                                     Element<V> k, Complex<V> phase) {
-    EdgeIntegrals<V> integrals(rule, z, k, phase);
-    const V zero{};
-    const Cases<V> alongY = casesOf(y1, y2);
-    const V fromY = select(alongY.thin | alongY.split, zero, y1);
-    const auto [t1, t2] = edgeTerms(integrals, alongY, x1, x2, fromY, y1, y2);
-    const Cases<V> alongX = casesOf(x1, x2);
-    // Deliberate: a thin piston's x pair is integrated over the whole interval, its y pair is not.
-    const V fromX = select(alongX.split, zero, x1);
-    const auto [t3, t4] = edgeTerms(integrals, alongX, y1, y2, fromX, x1, x2);
-    return {((t1.re - t2.re) + t3.re) - t4.re, ((t1.im - t2.im) + t3.im) - t4.im};
-}
+class EdgeSum {
+  public:
+    EdgeSum() = default;
+    EdgeSum(EdgeIntegrals<V>& integrals, Mappings<V> mappings, V x1, V x2, V y1, V y2,
+            const Points<V>& at)
+        : EdgeSum(integrals, mappings, casesOf(y1, y2), casesOf(x1, x2), x1, x2, y1, y2, at) {}
+
+    Complex<V> value(const EdgeIntegrals<V>& integrals) const {
+        const auto [t1, t2] = alongY.terms(integrals);
+        const auto [t3, t4] = alongX.terms(integrals);
+        return {((t1.re - t2.re) + t3.re) - t4.re, ((t1.im - t2.im) + t3.im) - t4.im};
+    }
+
+  private:
+    EdgeSum(EdgeIntegrals<V>& integrals, Mappings<V>& mappings, const Cases<V>& inY,
+            const Cases<V>& inX, V x1, V x2, V y1, V y2, const Points<V>& at)
+        : alongY(integrals, mappings, at, inY, {x1, x2}, select(inY.thin | inY.split, V{}, y1), y1,
+                 y2),
+          // Deliberate: a thin piston's x pair is integrated over the whole interval, its y pair is
+          // not.
+          alongX(integrals, mappings, at, inX, {y1, y2}, select(inX.split, V{}, x1), x1, x2) {}
+
+    EdgePair<V> alongY;
+    EdgePair<V> alongX;
+};
 
 template <class T>
 Value<T> phaseAt(T angle) {
@@ -180,9 +300,12 @@ template <class T>
 Value<T> atPoint(const Rule<T>& rule, const Point<T>& p) {
     using V = Pack<T, lanes::width<T>>;
     const auto all = [](T value) { return lanes::broadcast<V>(value); };
-    const Complex<V> sum = edgeSum<V>(rule, all(p.x1), all(p.x2), all(p.y1), all(p.y2), all(p.z),
-                                      p.k, {all(p.phaseRe), all(p.phaseIm)});
-    return {sum.re[0], sum.im[0]};
+    EdgeIntegrals<V> integrals(rule, p.k);
+    const EdgeSum<V> sum(integrals, Mappings<V>(rule), all(p.x1), all(p.x2), all(p.y1), all(p.y2),
+                         {all(p.z * p.z), {all(p.phaseRe), all(p.phaseIm)}});
+    integrals.compute();
+    const Complex<V> value = sum.value(integrals);
+    return {value.re[0], value.im[0]};
 }
 
 /// Lattice coordinates that count up in grid point order, a pack at a time. Past the last point
@@ -204,6 +327,7 @@ class Counter {
     std::int64_t remaining() const { return left; }
 
     Indices next() {
+        if (W < left && W < sx - ix) return withinRow();
         Indices indices{};
         for (int lane = 0; lane < W; ++lane) {
             indices.x[lane] = ix;
@@ -216,6 +340,15 @@ class Counter {
     }
 
   private:
+    Indices withinRow() {
+        Ints x{};
+        for (int lane = 0; lane < W; ++lane) x[lane] = lane;
+        const Indices indices{x + ix, lanes::broadcast<Ints>(iy), lanes::broadcast<Ints>(iz)};
+        ix += W;
+        left -= W;
+        return indices;
+    }
+
     void step() {
         if (++ix < sx) return;
         ix = 0;
@@ -259,23 +392,34 @@ void fill(const Rule<T>& rule, const Piston<T>& piston, const Lattice<G>& lattic
     using V = Pack<T, W>;
     if (lattice.sx < 1 || lattice.sy < 1 || lattice.sz < 1) return;
     constexpr auto scale = static_cast<T>(-0.15915494309189535);  // -1/(2pi)
+    EdgeIntegrals<V> integrals(rule, piston.k);
+    EdgeSum<V> sums[packsAtATime];
     Counter<W> counter(lattice);
-    std::ptrdiff_t first = 0;
-    while (counter.remaining() > 0) {
-        const int count = static_cast<int>(counter.remaining() < W ? counter.remaining() : W);
-        const auto indices = counter.next();
-        const V x = coordinate<T, W>(lattice, 0, indices);
-        const V y = coordinate<T, W>(lattice, 1, indices);
-        const V z = coordinate<T, W>(lattice, 2, indices);
-        const auto [sine, cosine] = lanes::sinCos(-(z * piston.k));
-        const Complex<V> sum = edgeSum<V>(rule, x - piston.hx, x + piston.hx, y - piston.hy,
-                                          y + piston.hy, z, piston.k, {cosine, sine});
-        // The complex product (0, scale) * sum.
-        const V re = T(0) * sum.re - scale * sum.im;
-        const V im = T(0) * sum.im + scale * sum.re;
-        store(field.re + first * field.stride, field.stride, re, count);
-        store(field.im + first * field.stride, field.stride, im, count);
-        first += W;
+    std::ptrdiff_t next = 0;
+    std::int64_t left = counter.remaining();
+    while (left > 0) {
+        int packs = 0;
+        for (; packs < packsAtATime && counter.remaining() > 0; ++packs) {
+            const auto indices = counter.next();
+            const V x = coordinate<T, W>(lattice, 0, indices);
+            const V y = coordinate<T, W>(lattice, 1, indices);
+            const V z = coordinate<T, W>(lattice, 2, indices);
+            const auto [sine, cosine] = lanes::sinCos(-(z * piston.k));
+            sums[packs] = EdgeSum<V>(integrals, Mappings<V>(rule), x - piston.hx, x + piston.hx,
+                                     y - piston.hy, y + piston.hy, {z * z, {cosine, sine}});
+        }
+        integrals.compute();
+        for (int i = 0; i < packs; ++i) {
+            const Complex<V> sum = sums[i].value(integrals);
+            const int count = static_cast<int>(left < W ? left : W);
+            // The complex product (0, scale) * sum.
+            store(field.re + next * field.stride, field.stride, T(0) * sum.re - scale * sum.im,
+                  count);
+            store(field.im + next * field.stride, field.stride, T(0) * sum.im + scale * sum.re,
+                  count);
+            next += W;
+            left -= W;
+        }
     }
 }
 

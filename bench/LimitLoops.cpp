@@ -6,6 +6,7 @@
 #include "bench/Limit.h"
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
+#include "lanes/staggered.h"
 
 namespace bench::PISTONFIELD_INSTRUCTION_SET {
 
@@ -37,7 +38,9 @@ struct Root {};
 struct SinCos {};
 struct Division {};
 struct RootAndDivision {};
-/// Nothing is left out, but each evaluation waits for the result of the one before.
+/// Nothing is left out, but the stages of an evaluation follow each other.
+struct Staggering {};
+/// Neither, and each evaluation waits for the result of the one before.
 struct Overlap {};
 
 template <class A, class B>
@@ -68,117 +71,108 @@ template <class V, int count, class F>
     return result;
 }
 
-template <class V, int count>
-struct SinesAndCosines {
-    Packs<V, count> sine;
-    Packs<V, count> cosine;
-};
-
-/// lanes::sinCos without the check of the range, step by step for all packs.
-template <class V, int count>
-[[gnu::always_inline]] inline SinesAndCosines<V, count> sinCos(const Packs<V, count>& x) {
-    using Bits = lanes::Mask<V>;
+/// The integrand over count packs at a time, in stages as the fields have them; a part that is left
+/// out hands its argument on.
+template <class Arithmetic, class Without, int count>
+class Integrand {
+  public:
+    using V = typename Arithmetic::V;
     using T = lanes::Element<V>;
-    using lanes::broadcast;
-    using lanes::multiplyAdd;
-    constexpr int signBit = sizeof(T) * 8 - 1;
-    const auto reduced = each<lanes::detail::Reduced<V>, count>(
-        [&](int i) { return lanes::detail::reduce(x.pack[i]); });
-    const auto z =
-        each<V, count>([&](int i) { return reduced.pack[i].rest * reduced.pack[i].rest; });
-    const auto p = each<V, count>([&](int i) { return lanes::detail::sinePolynomial(z.pack[i]); });
-    const auto q =
-        each<V, count>([&](int i) { return lanes::detail::cosinePolynomial(z.pack[i]); });
-    const auto sine = each<V, count>([&](int i) {
-        const V r = reduced.pack[i].rest;
-        return multiplyAdd(r * z.pack[i], p.pack[i], r);
-    });
-    const auto cosine = each<V, count>([&](int i) {
-        const V zi = z.pack[i];
-        return multiplyAdd(zi * zi, q.pack[i],
-                           multiplyAdd(zi, broadcast<V>(T(-0.5)), broadcast<V>(T(1))));
-    });
-    const auto turned = [](V ifEven, V ifOdd, Bits quadrant, Bits signs) {
-        const V value = lanes::select<V>((quadrant & 1) != 0, ifOdd, ifEven);
-        return lanes::bitsAs<V>(lanes::bitsAs<Bits>(value) ^ ((signs & 2) << (signBit - 1)));
-    };
-    return {each<V, count>([&](int i) {
-                const Bits quadrant = reduced.pack[i].quadrant;
-                return turned(sine.pack[i], cosine.pack[i], quadrant, quadrant);
-            }),
-            each<V, count>([&](int i) {
-                const Bits quadrant = reduced.pack[i].quadrant;
-                return turned(cosine.pack[i], sine.pack[i], quadrant, quadrant + 1);
-            })};
-}
-
-/// What is the same for all nodes of an edge.
-template <class V>
-struct Edge {
-    V offset2;
-    V z2;
-    V minusK;
-    V phaseRe;
-    V phaseIm;
-};
-
-/// The integrand at each t; a part that is left out hands its argument on.
-template <class Arithmetic, class Without, int count, class V = typename Arithmetic::V>
-[[gnu::always_inline]] inline SinesAndCosines<V, count> integrand(const Packs<V, count>& t,
-                                                                  const Edge<V>& edge) {
     using Function = typename Arithmetic::Function;
-    const auto d = each<V, count>([&](int i) { return t.pack[i] * t.pack[i] + edge.offset2; });
-    auto r = each<V, count>([&](int i) { return d.pack[i] + edge.z2; });
-    if constexpr (!same<Without, Root> && !same<Without, RootAndDivision>)
-        r = each<V, count>(
-            [&](int i) { return convert<V>(lanes::squareRoot(convert<Function>(r.pack[i]))); });
-    const auto angle = each<V, count>([&](int i) { return edge.minusK * r.pack[i]; });
-    SinesAndCosines<V, count> e{angle, r};
-    if constexpr (!same<Without, SinCos>) {
-        const auto phase =
-            sinCos(each<Function, count>([&](int i) { return convert<Function>(angle.pack[i]); }));
-        e = {each<V, count>([&](int i) { return convert<V>(phase.sine.pack[i]); }),
-             each<V, count>([&](int i) { return convert<V>(phase.cosine.pack[i]); })};
+
+    explicit Integrand(const LimitPoint& point)
+        : offset2(lanes::broadcast<V>(point.offset * point.offset)),
+          z2(lanes::broadcast<V>(point.z * point.z)),
+          minusK(lanes::broadcast<V>(-point.k)) {
+        const auto [sine, cosine] = lanes::sinCos(lanes::broadcast<V>(-point.k * point.z));
+        phaseRe = cosine;
+        phaseIm = sine;
+        for (int i = 0; i < count; ++i)
+            for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
+                t.pack[i][lane] = static_cast<T>(i + lane) * step;
     }
-    auto perD = d;
-    if constexpr (!same<Without, Division> && !same<Without, RootAndDivision>)
-        perD = each<V, count>([&](int i) { return 1 / d.pack[i]; });
-    return {
-        each<V, count>([&](int i) { return (e.sine.pack[i] - edge.phaseIm) * perD.pack[i]; }),
-        each<V, count>([&](int i) { return (e.cosine.pack[i] - edge.phaseRe) * perD.pack[i]; })};
-}
+
+    double sumOf(long rounds) {
+        const auto first = [this](int) __attribute__((always_inline)) { return angles(); };
+        const auto second = [](const Angles& a) __attribute__((always_inline)) {
+            return reduced(a);
+        };
+        const auto third = [this](const Reduced& r) __attribute__((always_inline)) { add(r); };
+        if constexpr (same<Without, Staggering> || same<Without, Overlap>)
+            for (long n = 0; n < rounds; ++n) third(second(first(0)));
+        else
+            lanes::staggered(static_cast<int>(rounds), first, second, third);
+        double sum = 0;
+        for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
+            sum += static_cast<double>(re[lane] + im[lane]);
+        return sum;
+    }
+
+  private:
+    static constexpr T step = static_cast<T>(0x1p-12);
+
+    struct Angles {
+        Packs<Function, count> angle;
+        Packs<V, count> perD;
+    };
+    struct Reduced {
+        Packs<lanes::Reduced<Function>, count> angle;
+        Packs<V, count> perD;
+    };
+
+    [[gnu::always_inline]] Angles angles() {
+        const auto d = each<V, count>([&](int i) { return t.pack[i] * t.pack[i] + offset2; });
+        auto r = each<V, count>([&](int i) { return d.pack[i] + z2; });
+        if constexpr (!same<Without, Root> && !same<Without, RootAndDivision>)
+            r = each<V, count>(
+                [&](int i) { return convert<V>(lanes::squareRoot(convert<Function>(r.pack[i]))); });
+        const auto angle =
+            each<Function, count>([&](int i) { return convert<Function>(r.pack[i] * minusK); });
+        auto perD = d;
+        if constexpr (!same<Without, Division> && !same<Without, RootAndDivision>)
+            perD = each<V, count>([&](int i) { return 1 / d.pack[i]; });
+        if constexpr (!same<Without, Overlap>)
+            for (int i = 0; i < count; ++i) t.pack[i] += step;
+        return {angle, perD};
+    }
+
+    /// Without the check of the range.
+    [[gnu::always_inline]] static Reduced reduced(const Angles& at) {
+        if constexpr (same<Without, SinCos>)
+            return {each<lanes::Reduced<Function>, count>([&](int i) {
+                        return lanes::Reduced<Function>{at.angle.pack[i], {}};
+                    }),
+                    at.perD};
+        else
+            return {each<lanes::Reduced<Function>, count>(
+                        [&](int i) { return lanes::detail::fastReduction(at.angle.pack[i]); }),
+                    at.perD};
+    }
+
+    [[gnu::always_inline]] void add(const Reduced& at) {
+#pragma GCC unroll 16
+        for (int i = 0; i < count; ++i) {
+            lanes::SinCos<Function> phase{at.angle.pack[i].rest, at.angle.pack[i].rest};
+            if constexpr (!same<Without, SinCos>) phase = lanes::sinCos(at.angle.pack[i]);
+            const V dRe = (convert<V>(phase.cosine) - phaseRe) * at.perD.pack[i];
+            re += dRe;
+            im += (convert<V>(phase.sine) - phaseIm) * at.perD.pack[i];
+            if constexpr (same<Without, Overlap>) t.pack[i] = dRe * step;
+        }
+    }
+
+    V offset2, z2, minusK;
+    V phaseRe{};
+    V phaseIm{};
+    Packs<V, count> t{};
+    V re{};
+    V im{};
+};
 
 template <class Arithmetic, class Without, int count>
 [[gnu::noinline]] double limitLoop(const LimitPoint& point, long rounds) {
-    using V = typename Arithmetic::V;
-    using T = lanes::Element<V>;
-    const auto phase = sinCos<V, 1>({lanes::broadcast<V>(-point.k * point.z)});
-    const Edge<V> edge{lanes::broadcast<V>(point.offset * point.offset),
-                       lanes::broadcast<V>(point.z * point.z), lanes::broadcast<V>(-point.k),
-                       phase.cosine.pack[0], phase.sine.pack[0]};
-    constexpr T step = static_cast<T>(0x1p-12);
-    Packs<V, count> t{};
-    for (int i = 0; i < count; ++i)
-        for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
-            t.pack[i][lane] = static_cast<T>(i + lane) * step;
-    V re{};
-    V im{};
-    for (long n = 0; n < rounds; ++n) {
-        const auto value = integrand<Arithmetic, Without, count>(t, edge);
-#pragma GCC unroll 16
-        for (int i = 0; i < count; ++i) {
-            re += value.cosine.pack[i];
-            im += value.sine.pack[i];
-            if constexpr (same<Without, Overlap>)
-                t.pack[i] = value.cosine.pack[i] * step;
-            else
-                t.pack[i] += step;
-        }
-    }
-    double sum = 0;
-    for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
-        sum += static_cast<double>(re[lane] + im[lane]);
-    return sum;
+    Integrand<Arithmetic, Without, count> integrand(point);
+    return integrand.sumOf(rounds);
 }
 
 struct OneMultiplyAdd {
@@ -246,27 +240,36 @@ constexpr LimitLoop entry(const char* arithmetic, const char* part) {
 constexpr LimitLoop loops[] = {
     entry<SingleArithmetic, Nothing, 1>("single", "whole"),
     entry<SingleArithmetic, Nothing, 2>("single", "whole"),
+    entry<SingleArithmetic, Nothing, 3>("single", "whole"),
     entry<SingleArithmetic, Nothing, 4>("single", "whole"),
-    entry<SingleArithmetic, Root, 4>("single", "without:root"),
-    entry<SingleArithmetic, SinCos, 4>("single", "without:sincos"),
-    entry<SingleArithmetic, Division, 4>("single", "without:division"),
-    entry<SingleArithmetic, RootAndDivision, 4>("single", "without:root+division"),
+    entry<SingleArithmetic, Root, 2>("single", "without:root"),
+    entry<SingleArithmetic, SinCos, 2>("single", "without:sincos"),
+    entry<SingleArithmetic, Division, 2>("single", "without:division"),
+    entry<SingleArithmetic, RootAndDivision, 2>("single", "without:root+division"),
+    entry<SingleArithmetic, Staggering, 1>("single", "without:staggering"),
+    entry<SingleArithmetic, Staggering, 4>("single", "without:staggering"),
     entry<SingleArithmetic, Overlap, 1>("single", "without:overlap"),
     entry<DoubleArithmetic, Nothing, 1>("double", "whole"),
     entry<DoubleArithmetic, Nothing, 2>("double", "whole"),
+    entry<DoubleArithmetic, Nothing, 3>("double", "whole"),
     entry<DoubleArithmetic, Nothing, 4>("double", "whole"),
-    entry<DoubleArithmetic, Root, 4>("double", "without:root"),
-    entry<DoubleArithmetic, SinCos, 4>("double", "without:sincos"),
-    entry<DoubleArithmetic, Division, 4>("double", "without:division"),
-    entry<DoubleArithmetic, RootAndDivision, 4>("double", "without:root+division"),
+    entry<DoubleArithmetic, Root, 2>("double", "without:root"),
+    entry<DoubleArithmetic, SinCos, 2>("double", "without:sincos"),
+    entry<DoubleArithmetic, Division, 2>("double", "without:division"),
+    entry<DoubleArithmetic, RootAndDivision, 2>("double", "without:root+division"),
+    entry<DoubleArithmetic, Staggering, 1>("double", "without:staggering"),
+    entry<DoubleArithmetic, Staggering, 4>("double", "without:staggering"),
     entry<DoubleArithmetic, Overlap, 1>("double", "without:overlap"),
     entry<MixedArithmetic, Nothing, 1>("mixed", "whole"),
     entry<MixedArithmetic, Nothing, 2>("mixed", "whole"),
+    entry<MixedArithmetic, Nothing, 3>("mixed", "whole"),
     entry<MixedArithmetic, Nothing, 4>("mixed", "whole"),
-    entry<MixedArithmetic, Root, 4>("mixed", "without:root"),
-    entry<MixedArithmetic, SinCos, 4>("mixed", "without:sincos"),
-    entry<MixedArithmetic, Division, 4>("mixed", "without:division"),
-    entry<MixedArithmetic, RootAndDivision, 4>("mixed", "without:root+division"),
+    entry<MixedArithmetic, Root, 2>("mixed", "without:root"),
+    entry<MixedArithmetic, SinCos, 2>("mixed", "without:sincos"),
+    entry<MixedArithmetic, Division, 2>("mixed", "without:division"),
+    entry<MixedArithmetic, RootAndDivision, 2>("mixed", "without:root+division"),
+    entry<MixedArithmetic, Staggering, 1>("mixed", "without:staggering"),
+    entry<MixedArithmetic, Staggering, 4>("mixed", "without:staggering"),
     entry<MixedArithmetic, Overlap, 1>("mixed", "without:overlap"),
     operation<SingleArithmetic, OneMultiplyAdd>("single", "only:multiply-add"),
     operation<SingleArithmetic, OneAddition>("single", "only:addition"),

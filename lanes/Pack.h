@@ -96,6 +96,20 @@ template <class V>
     return bitsAs<V>(bitsAs<Bits>(v) & allButSign);
 }
 
+/// Whether a lane's magnitude is above the limit. A NaN's is not.
+template <class V>
+[[gnu::always_inline]] inline bool anyBeyond(V v, Element<V> limit) {
+    const V magnitude = absolute(v);
+#if defined(__AVX512F__) && defined(__AVX512DQ__)
+    const V limits = broadcast<V>(limit);
+    if constexpr (sizeof(V) == 64 && sizeof(Element<V>) == 8)
+        return _mm512_cmp_pd_mask((__m512d)magnitude, (__m512d)limits, _CMP_GT_OQ) != 0;
+    if constexpr (sizeof(V) == 64 && sizeof(Element<V>) == 4)
+        return _mm512_cmp_ps_mask((__m512)magnitude, (__m512)limits, _CMP_GT_OQ) != 0;
+#endif
+    return any(magnitude > limit);
+}
+
 /// Correctly rounded. (The form with a full mask is the one that this compiler does not warn
 /// about.)
 template <class V>

@@ -2,8 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <limits>
+
 #include "lanes/Pack.h"
-#include "lanes/slowSinCos.h"
+#include "lanes/slowReduction.h"
 
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
@@ -14,8 +16,6 @@ struct SinCos {
     V cosine;
 };
 
-namespace detail {
-
 /// An angle less the nearest multiple of pi/2, and that multiple (its low bits at least).
 template <class V>
 struct Reduced {
@@ -23,21 +23,24 @@ struct Reduced {
     Mask<V> quadrant;
 };
 
+namespace detail {
+
 /// Adding it rounds to an integer, which then stands in the low bits.
 template <class T>
 inline constexpr T roundingShift = sizeof(T) == 8 ? T(0x1.8p52) : T(0x1.8p23F);
 
-/// The angles up to which `reduce` stays within pi/4 and is accurate to the rounding of its result.
+/// The angles up to which `fastReduction` stays within pi/4 and is accurate to the rounding of its
+/// result.
 template <class V>
 inline constexpr Element<V> reducible = sizeof(Element<V>) == 4
                                             ? (fuses<V> ? Element<V>(0x1p20F) : Element<V>(0x1p17F))
                                             : (fuses<V> ? Element<V>(0x1p30) : Element<V>(0x1p20));
 
-/// Subtracts the multiple of pi/2 in three parts (W. J. Cody and W. Waite, Software Manual for the
-/// Elementary Functions, Prentice-Hall 1980). Fused, the parts are full precision; where products
-/// round, doubles take parts of 33 bits and floats the detour over double.
+/// Subtracts the multiple of pi/2 in parts (W. J. Cody and W. Waite, Software Manual for the
+/// Elementary Functions, Prentice-Hall 1980). Fused, the two parts are full precision; where
+/// products round, doubles take three parts of 33 bits and floats the detour over double.
 template <class V>
-[[gnu::always_inline]] inline Reduced<V> reduce(V x) {
+[[gnu::always_inline]] inline Reduced<V> fastReduction(V x) {
     using T = Element<V>;
     constexpr auto twoOverPi = static_cast<T>(0x1.45f306dc9c883p-1);
     const V shifted = multiplyAdd(x, broadcast<V>(twoOverPi), broadcast<V>(roundingShift<T>));
@@ -47,10 +50,8 @@ template <class V>
         constexpr bool isDouble = sizeof(T) == 8;
         constexpr T part1 = isDouble ? T(0x1.921fb54442d18p+0) : T(0x1.921fb6p+0F);
         constexpr T part2 = isDouble ? T(0x1.1a62633145c07p-54) : T(-0x1.777a5cp-25F);
-        constexpr T part3 = isDouble ? T(-0x1.f1976b7ed8fbcp-110) : T(-0x1.ee59dap-50F);
-        V rest = multiplyAdd(-multiple, broadcast<V>(part1), x);
-        rest = multiplyAdd(-multiple, broadcast<V>(part2), rest);
-        return {multiplyAdd(-multiple, broadcast<V>(part3), rest), quadrant};
+        const V rest = multiplyAdd(multiple, broadcast<V>(-part1), x);
+        return {multiplyAdd(multiple, broadcast<V>(-part2), rest), quadrant};
     } else if constexpr (sizeof(T) == 8) {
         constexpr T part1 = 0x1.921fb544p+0;
         constexpr T part2 = 0x1.0b4611a6p-34;
@@ -62,6 +63,21 @@ template <class V>
                           __builtin_convertvector(multiple, Wide) * 0x1.921fb54442d18p+0;
         return {__builtin_convertvector(rest, V), quadrant};
     }
+}
+
+/// For packs with angles beyond `reducible`. The other lanes have the same result as ever: a lane's
+/// value must not depend on its neighbours.
+template <class V>
+[[gnu::noinline, gnu::cold]] Reduced<V> mixedReduction(V x) {
+    Reduced<V> result = fastReduction(x);
+    const Mask<V> beyond = absolute(x) > reducible<V>;
+    for (int i = 0; i < widthOf<V>; ++i) {
+        if (beyond[i] == 0) continue;
+        const auto [rest, quadrant] = slowReduction(static_cast<double>(x[i]));
+        result.rest[i] = static_cast<Element<V>>(rest);
+        result.quadrant[i] = quadrant;
+    }
+    return result;
 }
 
 // The coefficients are those of lanes/minimax.py, with the largest relative error on |r| <= pi/4.
@@ -98,52 +114,40 @@ template <class V>
     }
 }
 
-/// For angles up to `reducible`.
-template <class V>
-[[gnu::always_inline]] inline SinCos<V> fastSinCos(V x) {
-    using Bits = Mask<V>;
-    constexpr int signBit = sizeof(Element<V>) * 8 - 1;
-    const auto [r, quadrant] = reduce(x);
-    const V z = r * r;
-    const V sine = multiplyAdd(r * z, sinePolynomial(z), r);
-    const V cosine =
-        multiplyAdd(z * z, cosinePolynomial(z),
-                    multiplyAdd(z, broadcast<V>(Element<V>(-0.5)), broadcast<V>(Element<V>(1))));
-    const Bits swapped = (quadrant & 1) != 0;
-    const Bits sineSign = (quadrant & 2) << (signBit - 1);
-    const Bits cosineSign = ((quadrant + 1) & 2) << (signBit - 1);
-    return {bitsAs<V>(bitsAs<Bits>(select(swapped, cosine, sine)) ^ sineSign),
-            bitsAs<V>(bitsAs<Bits>(select(swapped, sine, cosine)) ^ cosineSign)};
-}
-
-/// For packs with angles beyond `reducible`. Those take the library's values, the other lanes the
-/// same as ever: a lane's value must not depend on its neighbours.
-template <class V>
-[[gnu::noinline, gnu::cold]] SinCos<V> mixedSinCos(V x, Mask<V> beyond) {
-    constexpr int w = widthOf<V>;
-    Element<V> angles[w];
-    Element<V> sines[w];
-    Element<V> cosines[w];
-    for (int i = 0; i < w; ++i) angles[i] = x[i];
-    slowSinCos(angles, sines, cosines, w);
-    SinCos<V> result = fastSinCos(x);
-    for (int i = 0; i < w; ++i) {
-        if (beyond[i] == 0) continue;
-        result.sine[i] = sines[i];
-        result.cosine[i] = cosines[i];
-    }
-    return result;
-}
-
 }  // namespace detail
+
+template <class V>
+[[gnu::always_inline]] inline Reduced<V> reduce(V angle) {
+    // An infinity or a NaN has the rest NaN by either way.
+    if (anyBeyond(angle, detail::reducible<V>)) [[unlikely]]
+        return detail::mixedReduction(angle);
+    return detail::fastReduction(angle);
+}
 
 /// Sine and cosine of every lane, to about one unit in the last place.
 template <class V>
-[[gnu::always_inline]] inline SinCos<V> sinCos(V x) {
-    const Mask<V> beyond = ~(absolute(x) <= detail::reducible<V>);
-    if (any(beyond)) [[unlikely]]
-        return detail::mixedSinCos(x, beyond);
-    return detail::fastSinCos(x);
+[[gnu::always_inline]] inline SinCos<V> sinCos(const Reduced<V>& angle) {
+    using Bits = Mask<V>;
+    constexpr int signBit = sizeof(Element<V>) * 8 - 1;
+    const auto& [r, quadrant] = angle;
+    const V z = r * r;
+    const V sine = multiplyAdd(r * z, detail::sinePolynomial(z), r);
+    const V cosine =
+        multiplyAdd(z * z, detail::cosinePolynomial(z),
+                    multiplyAdd(z, broadcast<V>(Element<V>(-0.5)), broadcast<V>(Element<V>(1))));
+    const Bits swapped = (quadrant & 1) != 0;
+    // The sign is bit 1 of the quadrant, or of the next one for the cosine.
+    constexpr auto sign = std::numeric_limits<Element<Bits>>::min();
+    const auto signedBy = [](V value, Bits signs) __attribute__((always_inline)) {
+        return bitsAs<V>(bitsAs<Bits>(value) ^ (signs << (signBit - 1) & sign));
+    };
+    return {signedBy(select(swapped, cosine, sine), quadrant),
+            signedBy(select(swapped, sine, cosine), quadrant + 1)};
+}
+
+template <class V>
+[[gnu::always_inline]] inline SinCos<V> sinCos(V angle) {
+    return sinCos(reduce(angle));
 }
 
 }  // namespace PISTONFIELD_INSTRUCTION_SET
