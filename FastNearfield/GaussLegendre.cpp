@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/GaussLegendre.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -22,14 +25,31 @@ struct Expansion {
     double d1, d2, d3, d4;
 };
 
-Expansion expandLegendre(int n, double e1, double x0) {
-    double previous = 1.0;
-    double value = x0;
+/// Roots that go through the recurrence side by side: a single one is a long chain of divisions.
+constexpr int rootsAtATime = 8;
+using Roots = std::array<double, rootsAtATime>;
+
+/// A Legendre polynomial and the one of the next lower degree.
+struct Polynomials {
+    Roots value;
+    Roots previous;
+};
+
+Polynomials legendreAt(int n, const Roots& x) {
+    Polynomials p{x, {}};
+    p.previous.fill(1.0);
     for (int k = 2; k <= n; ++k) {
-        const double next = 2.0 * x0 * value - previous - (x0 * value - previous) / k;
-        previous = value;
-        value = next;
+        for (std::size_t i = 0; i < x.size(); ++i) {
+            const double next =
+                2.0 * x[i] * p.value[i] - p.previous[i] - (x[i] * p.value[i] - p.previous[i]) / k;
+            p.previous[i] = p.value[i];
+            p.value[i] = next;
+        }
     }
+    return p;
+}
+
+Expansion expandLegendre(int n, double e1, double x0, double value, double previous) {
     const double square = 1.0 - x0 * x0;
     Expansion p{};
     p.value = value;
@@ -68,20 +88,29 @@ void legendre_compute(int order, double* x, double* w) {
     const auto un = static_cast<std::uint32_t>(n);
     const double e1 = asSigned(un * (un + 1));
 
-    for (int i = 1; i <= m; ++i) {
+    const auto guess = [&](int i) {
         const double angle =
             asSigned(4 * static_cast<std::uint32_t>(i) - 1) * Math::Pi / asSigned(4 * un + 2);
-        const double x0 = (1.0 - (1.0 - 1.0 / n) / asSigned(8 * un * un)) * std::cos(angle);
-        const Expansion p = expandLegendre(n, e1, x0);
-        const double h = rootOffset(p);
-        const double node = x0 + h;
-        const double fx =
-            p.slope -
-            h * e1 *
-                (p.value +
-                 0.5 * h * (p.d1 + h / 3.0 * (p.d2 + 0.25 * h * (p.d3 + 0.2 * h * p.d4))));
-        x[m - i] = node;
-        w[m - i] = 2.0 * (1.0 - node * node) / (fx * fx);
+        return (1.0 - (1.0 - 1.0 / n) / asSigned(8 * un * un)) * std::cos(angle);
+    };
+    for (int first = 1; first <= m; first += rootsAtATime) {
+        const int count = std::min(rootsAtATime, m - first + 1);
+        Roots guesses{};
+        for (int i = 0; i < count; ++i) guesses[i] = guess(first + i);
+        const Polynomials at = legendreAt(n, guesses);
+        for (int i = 0; i < count; ++i) {
+            const double x0 = guesses[i];
+            const Expansion p = expandLegendre(n, e1, x0, at.value[i], at.previous[i]);
+            const double h = rootOffset(p);
+            const double node = x0 + h;
+            const double fx =
+                p.slope -
+                h * e1 *
+                    (p.value +
+                     0.5 * h * (p.d1 + h / 3.0 * (p.d2 + 0.25 * h * (p.d3 + 0.2 * h * p.d4))));
+            x[m - first - i] = node;
+            w[m - first - i] = 2.0 * (1.0 - node * node) / (fx * fx);
+        }
     }
 
     if (n % 2 == 1) x[0] = 0.0;

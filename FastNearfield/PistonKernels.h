@@ -48,21 +48,60 @@ struct TransformRows {
 /// exp(j*angle)
 template <class Family>
 __device__ inline LaneComplex<Family> unitPhase(Reals<Family> angle) {
-    const auto phase = cuda_runtime::sinCos(angle);
+    const auto phase = cuda_runtime::sinCos(cuda_runtime::reduce(angle));
     return {phase.cosine, phase.sine};
 }
 
-/// The integrand g(t) = (exp(-j*k*r) - E) / d of an edge at the offset X, with d = X^2 + t^2,
-/// r = sqrt(d + z^2) and E = exp(-j*k*z). d is not tested for zero.
+/// An abscissa on an edge: the angle -k*r, and 1/d.
+template <class Family>
+struct Node {
+    Reals<Family> angle;
+    Reals<Family> perD;
+};
+
+template <class Family>
+struct ReducedNode {
+    cuda_runtime::ReducedAngle<Reals<Family>> angle;
+    Reals<Family> perD;
+};
+
+// The integrand g(t) = (exp(-j*k*r) - E) / d of an edge at the offset X, with d = X^2 + t^2,
+// r = sqrt(d + z^2) and E = exp(-j*k*z), in three stages. d is not tested for zero.
+
+template <class Family>
+__device__ inline Node<Family> nodeAt(Reals<Family> X, Reals<Family> t, Reals<Family> z,
+                                      Real<Family> k) {
+    const Reals<Family> d = X * X + t * t;
+    const Reals<Family> r = cuda_runtime::squareRoot(d + z * z);
+    return {-k * r, cuda_runtime::reciprocal(d)};
+}
+
+template <class Family>
+__device__ inline ReducedNode<Family> reduced(const Node<Family>& node) {
+    return {cuda_runtime::reduce(node.angle), node.perD};
+}
+
+template <class Family>
+__device__ inline LaneComplex<Family> integrand(const ReducedNode<Family>& node,
+                                                LaneComplex<Family> E) {
+    const auto e = cuda_runtime::sinCos(node.angle);
+    return {(e.cosine - E.re) * node.perD, (e.sine - E.im) * node.perD};
+}
+
+/// g(t)
 template <class Family>
 __device__ inline LaneComplex<Family> RectangularPiston_innerIntegral(
     Reals<Family> X, Reals<Family> t, Reals<Family> z, Real<Family> k, LaneComplex<Family> E) {
-    const Reals<Family> d = X * X + t * t;
-    const Reals<Family> r = cuda_runtime::squareRoot(d + z * z);
-    const LaneComplex<Family> e = unitPhase<Family>(-k * r);
-    const Reals<Family> perD = cuda_runtime::reciprocal(d);
-    return {(e.re - E.re) * perD, (e.im - E.im) * perD};
+    return integrand<Family>(reduced<Family>(nodeAt<Family>(X, t, z, k)), E);
 }
+
+/// What a pair of abscissas c +- offset has in a stage of the integrand, and its weight.
+template <class Family, class Stage>
+struct NodePair {
+    Stage plus;
+    Stage minus;
+    Reals<Family> weight;
+};
 
 /// F(X, lo, hi): the integral of g over [lo, hi] by the rule in constant memory.
 template <class Family>
@@ -74,14 +113,24 @@ __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
     const int order = Family::order();
     const int pairs = order / 2;
     LaneComplex<Family> sum{};
-    for (int i = 0; i < pairs; ++i) {
-        const Reals<Family> offset = h * Family::x(i);
-        const Reals<Family> weight = Family::w(i) * h;
-        const auto plus = RectangularPiston_innerIntegral<Family>(X, c + offset, z, k, E);
-        const auto minus = RectangularPiston_innerIntegral<Family>(X, c - offset, z, k, E);
-        sum.re += (plus.re + minus.re) * weight;
-        sum.im += (plus.im + minus.im) * weight;
-    }
+    cuda_runtime::staggered(
+        pairs,
+        [&](int i) __attribute__((always_inline)) {
+            const Reals<Family> offset = h * Family::x(i);
+            return NodePair<Family, Node<Family>>{nodeAt<Family>(X, c + offset, z, k),
+                                                  nodeAt<Family>(X, c - offset, z, k),
+                                                  Family::w(i) * h};
+        },
+        [](const NodePair<Family, Node<Family>>& nodes) __attribute__((always_inline)) {
+            return NodePair<Family, ReducedNode<Family>>{
+                reduced<Family>(nodes.plus), reduced<Family>(nodes.minus), nodes.weight};
+        },
+        [&](const NodePair<Family, ReducedNode<Family>>& nodes) __attribute__((always_inline)) {
+            const auto plus = integrand<Family>(nodes.plus, E);
+            const auto minus = integrand<Family>(nodes.minus, E);
+            sum.re += (plus.re + minus.re) * nodes.weight;
+            sum.im += (plus.im + minus.im) * nodes.weight;
+        });
     if (order > 2 * pairs) {
         const Reals<Family> weight = Family::w(pairs) * h;
         const auto middle = RectangularPiston_innerIntegral<Family>(X, c, z, k, E);
@@ -202,8 +251,9 @@ struct GridIndices {
 
 template <class Family>
 __device__ inline GridIndices<Family> gridIndices(Ints<Family> index, int sx, int sy) {
-    const Ints<Family> row = index / sx;
-    return {index % sx, row % sy, row / sy};
+    const Ints<Family> row = cuda_runtime::quotient(index, sx);
+    const Ints<Family> plane = cuda_runtime::quotient(row, sy);
+    return {index - row * sx, row - plane * sy, plane};
 }
 
 /// The number of points, in 32-bit arithmetic that wraps around.

@@ -12,6 +12,7 @@
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
+#include "lanes/staggered.h"
 
 // The words of the CUDA language that mean nothing to the host compiler.
 #define __global__
@@ -24,6 +25,7 @@ inline namespace PISTONFIELD_INSTRUCTION_SET {
 using lanes::absolute;
 using lanes::any;
 using lanes::select;
+using lanes::staggered;
 
 /// A pack of lanes is a run of neighbouring threads.
 template <class T>
@@ -65,6 +67,14 @@ template <class T>
     if (left <= 0) return noPoint;
     const Ints index = lane + static_cast<std::int32_t>(first);
     return left >= count ? index : select(lane < static_cast<std::int32_t>(left), index, noPoint);
+}
+
+/// The quotient of indices from 0 on, rounded down. In doubles, which have it exactly, because no
+/// processor divides packs of integers.
+template <class I>
+[[gnu::always_inline]] inline I quotient(I indices, int divisor) {
+    using Wide = lanes::Pack<double, lanes::widthOf<I>>;
+    return __builtin_convertvector(__builtin_convertvector(indices, Wide) / divisor, I);
 }
 
 template <class V, class I>
@@ -135,14 +145,21 @@ template <class V>
     return 1 / v;
 }
 
+/// An angle as the single-precision functions take it.
 template <class V>
-[[gnu::always_inline]] inline SineAndCosine<V> sinCos(V angle) {
-    if constexpr (sizeof(lanes::Element<V>) == sizeof(float)) {
-        return lanes::sinCos(angle);
-    } else {
-        const auto [sine, cosine] = lanes::sinCos(toFloats(angle));
-        return {__builtin_convertvector(sine, V), __builtin_convertvector(cosine, V)};
-    }
+struct ReducedAngle {
+    lanes::Reduced<decltype(toFloats(V{}))> value;
+};
+
+template <class V>
+[[gnu::always_inline]] inline ReducedAngle<V> reduce(V angle) {
+    return {lanes::reduce(toFloats(angle))};
+}
+
+template <class V>
+[[gnu::always_inline]] inline SineAndCosine<V> sinCos(const ReducedAngle<V>& angle) {
+    const auto [sine, cosine] = lanes::sinCos(angle.value);
+    return {__builtin_convertvector(sine, V), __builtin_convertvector(cosine, V)};
 }
 
 namespace detail {

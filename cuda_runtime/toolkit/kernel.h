@@ -36,6 +36,8 @@ __device__ inline T select(bool mask, T a, T b) {
     return mask ? a : b;
 }
 
+__device__ inline int quotient(int index, int divisor) { return index / divisor; }
+
 template <class V>
 __device__ inline V toReals(int index) {
     return static_cast<V>(index);
@@ -81,9 +83,20 @@ __device__ inline float reciprocal(float v) {
     return result;
 }
 
-__device__ inline SineAndCosine<float> sinCos(float angle) {
+/// The functions reduce their angles themselves.
+template <class T>
+struct ReducedAngle {
+    T value;
+};
+
+template <class T>
+__device__ inline ReducedAngle<T> reduce(T angle) {
+    return {angle};
+}
+
+__device__ inline SineAndCosine<float> sinCos(ReducedAngle<float> angle) {
     SineAndCosine<float> result;
-    sincosf(angle, &result.sine, &result.cosine);
+    sincosf(angle.value, &result.sine, &result.cosine);
     return result;
 }
 
@@ -98,9 +111,15 @@ __device__ inline double squareRoot(double v) {
 
 __device__ inline double reciprocal(double v) { return __drcp_rn(v); }
 
-__device__ inline SineAndCosine<double> sinCos(double angle) {
-    const SineAndCosine<float> result = sinCos(static_cast<float>(angle));
+__device__ inline SineAndCosine<double> sinCos(ReducedAngle<double> angle) {
+    const SineAndCosine<float> result = sinCos(reduce(static_cast<float>(angle.value)));
     return {result.sine, result.cosine};
+}
+
+/// One item after the other: the threads beside this one keep the processor busy.
+template <class First, class Second, class Third>
+__device__ inline void staggered(int count, First first, Second second, Third third) {
+    for (int i = 0; i < count; ++i) third(second(first(i)));
 }
 
 template <class T, auto kernel>
