@@ -24,7 +24,6 @@
 #include "ModeField.h"
 #include "RandomCases.h"
 #include "core/Grid3DR.h"
-#include "support/RoundingBounds.h"
 #include "tests/FastNearfield/kernels/DeviceField.h"
 
 namespace {
@@ -32,8 +31,6 @@ namespace {
 /// What the points of a table's column have in common.
 enum class Region { plane, front, behind, thin };
 constexpr std::array regionNames{"in plane", "in front", "behind", "thin piston"};
-
-bool isOnGpu(Mode mode) { return mode == Mode::cuda || mode == Mode::cudadp; }
 
 const FieldCall& callFor(Mode mode, const Case& scene) {
     return isOnGpu(mode) ? scene.undivided : scene.divided;
@@ -134,15 +131,10 @@ Expected expectedAt(Mode mode, const Scene<T>& p, int order, bool thin) {
     const reference::Field field = isOnGpu(mode)
                                        ? deviceField(p, rule)
                                        : reference::nearField(cpuOffsets(p, thin), p.z, p.k, rule);
-    const Quad u = mode == Mode::cudadp ? unitRoundoff : std::numeric_limits<T>::epsilon() / 2;
+    const Quad u = unitRoundoffOf(mode);
     const bool withDrift = p.z < 0 && mode != Mode::cudadp;
     return {field, u * (withDrift ? reference::errorMeasureWithDrift(field, p.k)
                                   : reference::errorMeasure(field, p.k))};
-}
-
-double boundOf(Mode mode) {
-    if (mode == Mode::cuda) return roundingbounds::singleKernels;
-    return mode == Mode::cudadp ? roundingbounds::doubleKernels : roundingbounds::cpu;
 }
 
 struct Errors {
@@ -282,7 +274,7 @@ Table compareAll(const std::vector<Computed>& batch, const std::vector<Set>& set
     const auto work = [&](Table& table) {
         for (std::size_t i = next++; i < batch.size(); i = next++)
             for (const Mode mode : modes) {
-                if (mode == Mode::cpu || mode == Mode::cudadp)
+                if (isInDouble(mode))
                     compare<double>(batch[i], mode, sets, table);
                 else
                     compare<float>(batch[i], mode, sets, table);
@@ -333,10 +325,10 @@ bool reportErrors(const Table& table) {
         const auto [mode, set] = key;
         const std::string where = std::string(nameOf(mode)) + ", " + lanes::nameOf(set) + ", ";
         for (std::size_t i = 0; i < row.regions.size(); ++i)
-            holds &= report(where + regionNames.at(i), row.regions.at(i), boundOf(mode));
-        const bool inDouble = mode == Mode::cpu || mode == Mode::cudadp;
+            holds &= report(where + regionNames.at(i), row.regions.at(i),
+                            roundingBound(mode) / unitRoundoffOf(mode));
         holds &= report(where + "positions", row.positions,
-                        inDouble ? positionBound<double> : positionBound<float>);
+                        isInDouble(mode) ? positionBound<double> : positionBound<float>);
         std::cout << where << row.withoutValue << " points without a value, " << row.wronglyFinite
                   << " of them finite\n";
         holds &= row.wronglyFinite == 0;

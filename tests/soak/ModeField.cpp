@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "matlab_src/Gateway.h"
+#include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
 
 namespace {
@@ -27,6 +28,15 @@ const char* nameOf(Mode mode) {
     constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};
     return names.at(static_cast<std::size_t>(mode));
 }
+
+double roundingBound(Mode mode) {
+    const double units = mode == Mode::cuda     ? roundingbounds::singleKernels
+                         : mode == Mode::cudadp ? roundingbounds::doubleKernels
+                                                : roundingbounds::cpu;
+    return units * unitRoundoffOf(mode);
+}
+
+double unitRoundoffOf(Mode mode) { return mode == Mode::cpu ? 0x1p-53 : 0x1p-24; }
 
 FieldValues fieldOf(Mode mode, const FieldCall& call) {
     using substitute::doubles;

@@ -14,6 +14,15 @@ inline constexpr std::array modes{Mode::cpu, Mode::cpusp, Mode::cuda, Mode::cuda
 
 const char* nameOf(Mode mode);
 
+constexpr bool isOnGpu(Mode mode) { return mode == Mode::cuda || mode == Mode::cudadp; }
+/// Whether positions and sums are in double precision.
+constexpr bool isInDouble(Mode mode) { return mode == Mode::cpu || mode == Mode::cudadp; }
+
+/// The bound of a mode's rounding errors, to be multiplied by reference::errorMeasure.
+double roundingBound(Mode mode);
+/// The unit roundoff that the bound is a small multiple of.
+double unitRoundoffOf(Mode mode);
+
 /// What a user passes for a field.
 struct FieldCall {
     std::array<double, 16> transform;  ///< row by row
