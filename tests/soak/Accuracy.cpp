@@ -10,7 +10,6 @@
 #include <array>
 #include <atomic>
 #include <cmath>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <limits>
@@ -20,6 +19,7 @@
 #include <thread>
 #include <vector>
 
+#include "CountArgument.h"
 #include "FastNearfield/GaussLegendre.h"
 #include "ModeField.h"
 #include "RandomCases.h"
@@ -289,16 +289,16 @@ Table compareAll(const std::vector<Computed>& batch, const std::vector<Set>& set
     return sum;
 }
 
-Table measure(long points, const std::vector<Set>& sets) {
+Table measure(int points, const std::vector<Set>& sets) {
     constexpr std::size_t batchSize = 256;
     RandomCases cases;
     Table table;
-    for (long done = 0; done < points;) {
+    for (int done = 0; done < points;) {
         std::vector<Computed> batch;
         while (batch.size() < batchSize && done < points) {
             batch.push_back(compute(cases.draw(), sets));
             const auto [sx, sy, sz] = batch.back().scene.divided.sizes;
-            done += long{sx} * sy * sz;
+            done += sx * sy * sz;
         }
         table.add(compareAll(batch, sets));
     }
@@ -353,11 +353,8 @@ bool reportForms(const Table& table) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: accuracy POINTS\n";
-        return 2;
-    }
-    const Table table = measure(std::atol(argv[1]), availableSets());
+    const int count = countArgument(argc, argv);
+    const Table table = measure(count, availableSets());
     const bool bounded = reportErrors(table);
     const bool complete = reportForms(table);
     return bounded && complete ? 0 : 1;

@@ -11,11 +11,11 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <vector>
 
+#include "CountArgument.h"
 #include "ModeField.h"
 #include "cuda_runtime/emulated/Emulator.h"
 #include "support/RandomPoints.h"
@@ -37,7 +37,7 @@ struct Tally {
 
     void add(const Value& a, const Value& b) {
         ++compared;
-        different += !sameBits(a, b);
+        if (!sameBits(a, b)) ++different;
     }
     void add(const FieldValues& a, const FieldValues& b) {
         for (std::size_t i = 0; i < a.size(); ++i) add(a[i], b.at(i));
@@ -96,7 +96,8 @@ FieldCall drawExactCall(Random& random) {
 }
 
 std::size_t linear(const Index& index, const Index& sizes) {
-    return static_cast<std::size_t>(index[0] + sizes[0] * (index[1] + sizes[1] * index[2]));
+    const auto at = [](int i) { return static_cast<std::size_t>(i); };
+    return at(index[0]) + at(sizes[0]) * (at(index[1]) + at(sizes[1]) * at(index[2]));
 }
 
 template <class Visit>
@@ -168,18 +169,14 @@ bool report(const char* what, Mode mode, lanes::InstructionSet set, const Tally&
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: determinism REPEATS\n";
-        return 2;
-    }
-    const int repeats = std::atoi(argv[1]);
+    const int count = countArgument(argc, argv);
     std::cout << "values                  mode    set           compared  different\n";
     bool same = true;
     for (const Mode mode : modes)
         for (const lanes::InstructionSet set : availableSets()) {
             lanes::useInstructionSet(set);
-            same &= report("with 1 to 8 threads", mode, set, repeated(mode, repeats));
-            same &= report("in grids of all shapes", mode, set, reshaped(mode, repeats));
+            same &= report("with 1 to 8 threads", mode, set, repeated(mode, count));
+            same &= report("in grids of all shapes", mode, set, reshaped(mode, count));
         }
     return same ? 0 : 1;
 }

@@ -9,12 +9,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <numbers>
 #include <vector>
 
+#include "CountArgument.h"
 #include "ModeField.h"
 #include "reference/TruncationBound.h"
 #include "support/RandomPoints.h"
@@ -90,10 +90,7 @@ double largestMagnitude(const std::vector<Point>& points) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: orders POINTS\n";
-        return 2;
-    }
+    const int count = countArgument(argc, argv);
     std::cout << "largest error over the largest pressure at that distance: of mode cpu by order, "
                  "of others with\n"
                  "order 128; side and distance in wavelengths"
@@ -105,7 +102,7 @@ int main(int argc, char** argv) {
     double share = 0;
     for (const double side : sides)
         for (const double z : distances) {
-            const auto points = drawPoints(std::atoi(argv[1]), side, z);
+            const auto points = drawPoints(count, side, z);
             const double scale = largestMagnitude(points);
             std::cout << std::defaultfloat << std::setprecision(4) << std::setw(8) << side
                       << std::setw(9) << z << std::scientific << std::setprecision(1);

@@ -9,7 +9,6 @@
 #include <array>
 #include <cmath>
 #include <complex>
-#include <cstdlib>
 #include <iomanip>
 #include <iostream>
 #include <map>
@@ -18,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "CountArgument.h"
 #include "FastNearfield/GaussLegendre.h"
 #include "ModeField.h"
 #include "reference/TruncationBound.h"
@@ -325,7 +325,7 @@ bool report(const Relation& relation, Mode mode, int cases) {
     int broken = 0;
     for (int i = 0; i < cases; ++i) {
         const auto [found, allowed] = relation.check(mode, scenes);
-        broken += !(found <= allowed);
+        if (!(found <= allowed)) ++broken;
         largest = std::fmax(largest, found);
         if (allowed > 0) largestShare = std::fmax(largestShare, found / allowed);
     }
@@ -339,13 +339,10 @@ bool report(const Relation& relation, Mode mode, int cases) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 2) {
-        std::cerr << "usage: relations CASES\n";
-        return 2;
-    }
+    const int count = countArgument(argc, argv);
     std::cout << "relation                     mode      cases   largest  of bound  broken\n";
     bool hold = true;
     for (const Relation& relation : relations)
-        for (const Mode mode : modes) hold &= report(relation, mode, std::atoi(argv[1]));
+        for (const Mode mode : modes) hold &= report(relation, mode, count);
     return hold ? 0 : 1;
 }
