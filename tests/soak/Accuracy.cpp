@@ -96,14 +96,23 @@ bool operator==(const reference::Spans& a, const reference::Spans& b) {
     return a.alongY == b.alongY && a.alongX == b.alongX;
 }
 
-/// The offsets as the CPU modes have them are rounded. The reference takes the exact ones, but
-/// where the rounding of a distant point's offsets loses a narrow piston's side.
+/// The offsets are rounded. The reference takes the exact ones, but where the rounding of a distant
+/// point's offsets loses a narrow piston's side.
 template <class T>
-reference::Offsets cpuOffsets(const Scene<T>& p, bool thin) {
+reference::Offsets offsetsOf(const Scene<T>& p, bool thin) {
     const reference::Offsets exact = reference::offsetsOf(p.x, p.y, p.a, p.b);
     const reference::Offsets rounded{p.x - p.a, p.x + p.a, p.y - p.b, p.y + p.b};
     const bool lost = !(reference::hostSpans(rounded) == reference::hostSpans(exact));
     return thin || lost ? rounded : exact;
+}
+
+/// On a GPU by the magnitudes of x and y.
+template <class T>
+reference::Offsets gpuOffsetsOf(const Scene<T>& p, bool thin) {
+    const T x = std::fabs(p.x);
+    const T y = std::fabs(p.y);
+    if (thin) return {x - p.a, x + p.a, y - p.b, y + p.b};
+    return reference::offsetsOf(x, y, p.a, p.b);
 }
 
 template <class T>
@@ -128,9 +137,9 @@ struct Expected {
 template <class T>
 Expected expectedAt(Mode mode, const Scene<T>& p, int order, bool thin) {
     const reference::Rule& rule = ruleOf<T>(order);
-    const reference::Field field = isOnGpu(mode)
-                                       ? deviceField(p, rule)
-                                       : reference::nearField(cpuOffsets(p, thin), p.z, p.k, rule);
+    const reference::Field field =
+        isOnGpu(mode) ? reference::nearField(gpuOffsetsOf(p, thin), p.z, p.k, rule, deviceSpans(p))
+                      : reference::nearField(offsetsOf(p, thin), p.z, p.k, rule);
     const Quad u = unitRoundoffOf(mode);
     const bool withDrift = p.z < 0 && mode != Mode::cudadp;
     return {field, u * (withDrift ? reference::errorMeasureWithDrift(field, p.k)
@@ -235,7 +244,7 @@ void compare(const Computed& computed, Mode mode, const std::vector<Set>& sets, 
         const Expected expected = expectedAt(mode, p, call.order, thin);
         const auto words = [&] { return describe(p, call.order); };
         ++table.forms[{mode, formOf(isOnGpu(mode) ? deviceSpans(p)
-                                                  : reference::hostSpans(cpuOffsets(p, thin)))}];
+                                                  : reference::hostSpans(offsetsOf(p, thin)))}];
         for (std::size_t set = 0; set < sets.size(); ++set) {
             Row& row = table.rows[{mode, sets[set]}];
             const std::complex<double> got =
