@@ -19,7 +19,6 @@
 #include <map>
 #include <memory>
 #include <numbers>
-#include <random>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -28,29 +27,13 @@
 #include "FastNearfield/RectangularPiston2.h"
 #include "PointField.h"
 #include "reference/NearField.h"
+#include "support/RandomPoints.h"
+#include "support/RoundingBounds.h"
 
 namespace {
 
+using namespace heights;
 using reference::Span;
-
-constexpr double bound = 2.0;
-
-/// Random numbers, the same in every run and with every standard library.
-class Random {
-  public:
-    explicit Random(unsigned seed) : engine(seed) {}
-
-    double between(double low, double high) {
-        return low + (high - low) * std::ldexp(static_cast<double>(engine() >> 11U), -53);
-    }
-    /// 10 to a power from [low, high).
-    double magnitude(double low, double high) { return std::pow(10.0, between(low, high)); }
-    double sign() { return below(2) == 0 ? -1.0 : 1.0; }
-    std::size_t below(std::size_t limit) { return static_cast<std::size_t>(engine() % limit); }
-
-  private:
-    std::mt19937_64 engine;
-};
 
 /// A point and a piston, all in T exactly.
 template <class T>
@@ -67,40 +50,6 @@ struct Scene {
     }
 };
 
-/// Where a coordinate lies with respect to the piston's two edges across it.
-enum class Place { axis, inside, nearEdge, onEdge, outside, far };
-constexpr std::size_t places = 6;
-
-double coordinate(Random& random, Place place, double half, double wavelength) {
-    switch (place) {
-        case Place::inside:
-            return random.between(-half, half);
-        case Place::nearEdge:
-            return random.sign() * half * (1 + random.sign() * random.magnitude(-8, -1));
-        case Place::onEdge:
-            return random.sign() * half;
-        case Place::outside:
-            return random.sign() * (half + wavelength * random.magnitude(-1, 1.5));
-        case Place::far:
-            return random.sign() * wavelength * random.magnitude(1.5, 4);
-        default:
-            return 0;
-    }
-}
-
-/// How far points lie from the piston's plane: 10^low to 10^high wavelengths, on the side of sign.
-struct Height {
-    const char* name;
-    double sign;
-    double low, high;
-};
-
-constexpr Height inPlane{"in the piston's plane", 0, 0, 0};
-constexpr Height close{"close to the piston", 1, -6, -1};
-constexpr Height middle{"wavelengths away", 1, -1, 2};
-constexpr Height far{"far away", 1, 2, 4};
-constexpr Height behind{"behind the piston", -1, -4, 4};
-
 template <class T>
 Scene<T> drawScene(Random& random, const Height& height, double wavelength, double halfX,
                    double halfY) {
@@ -114,7 +63,7 @@ Scene<T> drawScene(Random& random, const Height& height, double wavelength, doub
     };
     scene.px = draw(scene.halfX);
     scene.py = draw(scene.halfY);
-    scene.pz = static_cast<T>(height.sign * wavelength * random.magnitude(height.low, height.high));
+    scene.pz = static_cast<T>(height.draw(random, wavelength));
     return scene;
 }
 
@@ -198,8 +147,8 @@ class Errors {
         }
         const Quad error = reference::magnitude(reference::QuadComplex{got.real(), got.imag()} -
                                                 expected.pressure);
-        const Quad measure = (1 + field.k * expected.reach) * expected.scale +
-                             (withDrift ? expected.drift : Quad(0));
+        const Quad measure = withDrift ? reference::errorMeasureWithDrift(expected, field.k)
+                                       : reference::errorMeasure(expected, field.k);
         const auto units = static_cast<double>(error / (unitRoundoff * measure));
         if (units <= largest) return;
         largest = units;
@@ -213,7 +162,7 @@ class Errors {
                   << worst << '\n';
         testing::Test::RecordProperty("largest_error", std::to_string(largest));
         testing::Test::RecordProperty("points", std::to_string(points));
-        EXPECT_LE(largest, bound) << worst;
+        EXPECT_LE(largest, roundingbounds::cpu) << worst;
         constexpr int often = 40;
         for (const std::string& span : spans) {
             const auto found = counts.find(span);
@@ -315,7 +264,7 @@ TYPED_TEST(NearFieldRounding, StaysWithinTheBoundInThePistonsPlane) {
 }
 
 TYPED_TEST(NearFieldRounding, StaysWithinTheBoundCloseToThePiston) {
-    this->checkUsualPistons(close, false);
+    this->checkUsualPistons(nearby, false);
 }
 
 TYPED_TEST(NearFieldRounding, StaysWithinTheBoundWavelengthsAway) {

@@ -82,6 +82,12 @@ EdgeIntegral edgeIntegral(Quad offset, Quad from, Quad to, Quad z, Quad k, const
     return Edges(z, k, rule).over(offset, from, to);
 }
 
+Quad errorMeasure(const Field& field, Quad k) { return (1 + k * field.reach) * field.scale; }
+
+Quad errorMeasureWithDrift(const Field& field, Quad k) {
+    return errorMeasure(field, k) + field.drift;
+}
+
 Field nearField(const Offsets& o, Quad z, Quad k, const Rule& rule, Spans spans) {
     const Edges edges(z, k, rule);
     QuadComplex sum;

@@ -58,6 +58,12 @@ struct Field {
     Quad reach;
 };
 
+/// What a pressure's rounding errors grow with: (1 + k*R) * S, R being the reach and S the scale.
+/// The argument k*R of the exponential alone carries a relative error of the unit roundoff.
+Quad errorMeasure(const Field& field, Quad k);
+/// The same and the drift, for points behind the piston.
+Quad errorMeasureWithDrift(const Field& field, Quad k);
+
 /// The sum over the edges -j/(2pi) * (x1*I(x1) - x2*I(x2) + y1*I(y1) - y2*I(y2)), with I the
 /// integral along an edge by `rule`. Nothing is rounded to less than 113 bits.
 Field nearField(const Offsets& offsets, Quad z, Quad k, const Rule& rule, Spans spans);

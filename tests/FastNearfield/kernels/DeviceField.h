@@ -86,14 +86,12 @@ reference::Field deviceField(const Scene<T>& scene, const reference::Rule& rule)
 /// Of float, in which the square roots, sines and cosines of both precisions are computed.
 inline constexpr double unitRoundoff = 0x1p-24;
 
-/// What a pressure's rounding errors are measured by: u * (1 + k*R) * S, with R the largest
-/// distance from the point to the piston and S the bound of the edge sum. The argument k*R of the
-/// exponential alone carries an error of u * k*R.
+/// The unit in which a pressure's rounding error is measured.
 inline Quad roundingMeasure(const reference::Field& field, Quad k) {
-    return static_cast<Quad>(unitRoundoff) * (1 + k * field.reach) * field.scale;
+    return static_cast<Quad>(unitRoundoff) * reference::errorMeasure(field, k);
 }
 
-/// How far a pressure is off, in these measures. Not a number where one of the two is none.
+/// How far a pressure is off, in these units. Not a number where one of the two is none.
 template <class Complex>
 double roundingError(const Complex& pressure, const reference::Field& field, Quad k) {
     const reference::QuadComplex got{pressure.re, pressure.im};

@@ -20,6 +20,7 @@
 #include "FastNearfield/PistonModules.h"
 #include "core/cudahelper.h"
 #include "cuda_runtime/runtime.h"
+#include "support/RoundingBounds.h"
 
 /// An array in device memory.
 template <class T>
@@ -74,7 +75,7 @@ struct SinglePrecision {
     using Real = float;
     using Complex = ::Complex;
     /// Of a pressure's rounding error.
-    static constexpr double bound = 3;
+    static constexpr double bound = roundingbounds::singleKernels;
     static const auto& module() { return singlePistonModule(); }
     static std::string constantName(char variable) { return singleConstantName(stem, variable); }
     static void upload(const HalfRule<float>& rule) {
@@ -86,7 +87,7 @@ struct SinglePrecision {
 struct DoublePrecision {
     using Real = double;
     using Complex = ::Complexd;
-    static constexpr double bound = 2;
+    static constexpr double bound = roundingbounds::doubleKernels;
     static const auto& module() { return doublePistonModule(); }
     static std::string constantName(char variable) { return doubleConstantName(stem, variable); }
     static void upload(const HalfRule<double>& rule) {

@@ -10,7 +10,6 @@
 #include <limits>
 #include <map>
 #include <numbers>
-#include <random>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -18,62 +17,13 @@
 
 #include "FastNearfield/RectangularPistonCuda.h"
 #include "KernelTest.h"
+#include "support/RandomPoints.h"
 
 namespace {
 
-/// Random numbers, the same in every run and with every standard library.
-class Random {
-  public:
-    explicit Random(unsigned seed) : engine(seed) {}
-
-    double between(double low, double high) {
-        return low + (high - low) * std::ldexp(static_cast<double>(engine() >> 11U), -53);
-    }
-    /// 10 to a power from [low, high).
-    double magnitude(double low, double high) { return std::pow(10.0, between(low, high)); }
-    double sign() { return below(2) == 0 ? -1.0 : 1.0; }
-    std::size_t below(std::size_t limit) { return static_cast<std::size_t>(engine() % limit); }
-
-  private:
-    std::mt19937_64 engine;
-};
+using namespace heights;
 
 constexpr unsigned seed = 20261121;
-
-/// Where a coordinate lies with respect to the piston's two edges across it.
-enum class Place { axis, besideAxis, inside, nearEdge, onEdge, outside, far };
-constexpr std::size_t places = 7;
-
-double coordinate(Random& random, Place place, double half, double wavelength) {
-    switch (place) {
-        case Place::besideAxis:
-            return random.sign() * random.magnitude(-9, -5);
-        case Place::inside:
-            return random.between(-half, half);
-        case Place::nearEdge:
-            return random.sign() * half * (1 + random.sign() * random.magnitude(-7, -1));
-        case Place::onEdge:
-            return random.sign() * half;
-        case Place::outside:
-            return random.sign() * (half + wavelength * random.magnitude(-1, 1.5));
-        case Place::far:
-            return random.sign() * wavelength * random.magnitude(1.5, 4);
-        default:
-            return 0;
-    }
-}
-
-/// How far points lie from the piston's plane: 10^low to 10^high wavelengths, on the side of sign.
-struct Height {
-    double sign;
-    double low, high;
-};
-
-constexpr Height inPlane{0, 0, 0};
-constexpr Height close{1, -6, -1};
-constexpr Height middle{1, -1, 2};
-constexpr Height far{1, 2, 4};
-constexpr Height behind{-1, -4, 4};
 
 /// The sizes of a piston's half sides: 10^low to 10^high, in wavelengths or absolute.
 struct Sides {
@@ -133,8 +83,8 @@ class RoundingTest : public KernelTest<Precision> {
                 coordinate(random, place, static_cast<double>(half), wavelength));
         };
         for (Scene<Real>& scene : scenes) {
-            const double distance = wavelength * random.magnitude(height.low, height.high);
-            scene = {draw(a), draw(b), static_cast<Real>(height.sign * distance),
+            const auto distance = static_cast<Real>(height.draw(random, wavelength));
+            scene = {draw(a), draw(b), distance,
                      a,       b,       static_cast<Real>(2 * std::numbers::pi / wavelength)};
         }
         return scenes;
@@ -202,11 +152,11 @@ class RoundingTest : public KernelTest<Precision> {
             EXPECT_FALSE(std::isfinite(pressure.im)) << describe(scene);
             return;
         }
-        constexpr Quad u = std::numeric_limits<Real>::epsilon() / 2;
-        const Quad measure = roundingMeasure(expected, scene.k);
-        const auto error = static_cast<Quad>(roundingError(pressure, expected, scene.k));
-        const auto units = static_cast<double>(
-            withDrift ? error * measure / (measure + u * expected.drift) : error);
+        const Quad error = reference::magnitude(reference::QuadComplex{pressure.re, pressure.im} -
+                                                expected.pressure);
+        const Quad measure = withDrift ? reference::errorMeasureWithDrift(expected, scene.k)
+                                       : reference::errorMeasure(expected, scene.k);
+        const auto units = static_cast<double>(error / (static_cast<Quad>(unitRoundoff) * measure));
         if (units <= largest) return;
         largest = units;
         worst = describe(scene) + ", order " + std::to_string(rule.nodes.size());
@@ -237,7 +187,7 @@ TYPED_TEST(RoundingTest, StaysWithinTheBoundInThePistonsPlane) {
 }
 
 TYPED_TEST(RoundingTest, StaysWithinTheBoundCloseToThePiston) {
-    this->check(usualPointsEach, usual, close);
+    this->check(usualPointsEach, usual, nearby);
 }
 
 TYPED_TEST(RoundingTest, StaysWithinTheBoundWavelengthsAway) {

@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "ModeField.h"
+
+#include <iostream>
+
+#include "matlab_src/Gateway.h"
+#include "support/RoundingBounds.h"
+#include "tests/matlab_src/SubstituteHost.h"
+
+namespace {
+
+/// Drops what is written to the standard output stream for the length of a scope.
+class Silence {
+  public:
+    Silence() : original(std::cout.rdbuf(nullptr)) {}
+    Silence(const Silence&) = delete;
+    Silence& operator=(const Silence&) = delete;
+    ~Silence() { std::cout.rdbuf(original); }
+
+  private:
+    std::streambuf* original;
+};
+
+}  // namespace
+
+const char* nameOf(Mode mode) {
+    constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};
+    return names.at(static_cast<std::size_t>(mode));
+}
+
+double roundingBound(Mode mode) {
+    const double units = mode == Mode::cuda     ? roundingbounds::singleKernels
+                         : mode == Mode::cudadp ? roundingbounds::doubleKernels
+                                                : roundingbounds::cpu;
+    return units * unitRoundoffOf(mode);
+}
+
+double unitRoundoffOf(Mode mode) { return mode == Mode::cpu ? 0x1p-53 : 0x1p-24; }
+
+FieldValues fieldOf(Mode mode, const FieldCall& call) {
+    using substitute::doubles;
+    using substitute::number;
+    const Silence silence;
+    const std::vector<const host::Array*> arguments{
+        doubles({call.transform.begin(), call.transform.end()}, {4, 4}),
+        doubles({call.sizes.begin(), call.sizes.end()}, {1, 3}),
+        number(call.l),
+        number(call.s),
+        number(call.k),
+        substitute::text(nameOf(mode)),
+        number(call.order)};
+    host::Array* output = nullptr;
+    answerCall(1, output, arguments);
+    FieldValues values = substitute::valuesOf(output);
+    substitute::theHost().reset();
+    return values;
+}
+
+std::vector<lanes::InstructionSet> availableSets() {
+    using lanes::InstructionSet;
+    std::vector<InstructionSet> sets;
+    for (const auto set : {InstructionSet::baseline, InstructionSet::v3, InstructionSet::v4})
+        if (set <= lanes::bestInstructionSet()) sets.push_back(set);
+    return sets;
+}
