@@ -17,7 +17,7 @@ namespace {
 
 int numberIn(const char* variable) {
     const char* const text = std::getenv(variable);
-    return text == nullptr ? 0 : std::atoi(text);
+    return text == nullptr ? 0 : std::stoi(text);
 }
 
 CUresult missing() { return CUDA_ERROR_NOT_FOUND; }
@@ -31,15 +31,17 @@ CUresult cuDriverGetVersion(int* version) {
     return CUDA_SUCCESS;
 }
 
-CUresult cuInit(unsigned) { return static_cast<CUresult>(numberIn("PISTONFIELD_DRIVER_STATUS")); }
+CUresult cuInit(unsigned /*flags*/) {
+    return static_cast<CUresult>(numberIn("PISTONFIELD_DRIVER_STATUS"));
+}
 
-CUresult cuGetExportTable(const void** table, const CUuuid*) {
+CUresult cuGetExportTable(const void** table, const CUuuid* /*id*/) {
     *table = nullptr;
     return missing();
 }
 
-CUresult cuGetProcAddress_v2(const char* symbol, void** address, int, cuuint64_t,
-                             CUdriverProcAddressQueryResult* outcome) {
+CUresult cuGetProcAddress_v2(const char* symbol, void** address, int /*version*/,
+                             cuuint64_t /*flags*/, CUdriverProcAddressQueryResult* outcome) {
     const std::string name = symbol;
     if (name == "cuDriverGetVersion")
         *address = reinterpret_cast<void*>(cuDriverGetVersion);
