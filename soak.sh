@@ -9,6 +9,7 @@ set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/cmake/setup.sh"
 
 require_test_packages
+require_packages valgrind
 
 say "building everything in build/"
 cmake --preset default -D PISTONFIELD_TESTS=ON

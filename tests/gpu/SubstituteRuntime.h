@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cuda.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+/// Stands in for the CUDA runtime and the driver under it: one device whose operations do nothing
+/// and succeed, with an account of the contexts.
+struct SubstituteRuntime {
+    /// What functions of the driver answer instead of carrying out their work.
+    std::map<std::string, CUresult> failing;
+    /// Functions that the driver does not have.
+    std::set<std::string> missing;
+    /// Whether the runtime's own operations fail.
+    bool operationsFail = false;
+
+    struct Contexts {
+        int created = 0;
+        std::set<CUcontext> live;
+        std::vector<CUcontext> current;
+    } contexts;
+};
+
+SubstituteRuntime& substituteRuntime();
