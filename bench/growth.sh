@@ -14,8 +14,9 @@ largest=${1:-200}
 build_benchmarks
 
 row() {
-  octave-cli --no-history --no-init-file --no-window-system --path bench/growth \
-    --eval "growth('$PWD', '$1', $2, $3)" 2>&1 >/dev/null
+  # Progress lines of the module come on standard output, the row on standard error.
+  { octave-cli --no-history --no-init-file --no-window-system --path bench/growth \
+    --eval "growth('$PWD', '$1', $2, $3)" >/dev/null; } 2>&1
 }
 
 {

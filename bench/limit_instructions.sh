@@ -15,7 +15,8 @@ if [[ ! -e $object ]]; then
   exit 1
 fi
 
-# A function's loop is the longest stretch between the target of a backward jump and that jump.
+# A function's loop is the shortest stretch between the target of a backward jump and that jump with
+# as many square roots as packs.
 objdump --disassemble --demangle --no-show-raw-insn "$object" | awk '
   /^[0-9a-f]+ <.*limitLoop<.*Nothing, [0-9]+>.*>:$/ {
     name = $0
@@ -24,7 +25,7 @@ objdump --disassemble --demangle --no-show-raw-insn "$object" | awk '
     sub(/,.*/, "", name)
     sub(/.*Nothing, /, "", packs)
     sub(/>.*/, "", packs)
-    count = from = to = 0
+    count = roots = from = to = 0
     inside = 1
     next
   }
@@ -34,9 +35,15 @@ objdump --disassemble --demangle --no-show-raw-insn "$object" | awk '
     count++
     at[address] = count
     text[count] = $2
-    if ($2 ~ /^j/ && ($3 in at) && count - at[$3] > to - from) { from = at[$3]; to = count }
+    rootsBefore[count] = roots
+    if ($2 ~ /^v?sqrt/) roots++
+    if ($2 ~ /^j/ && ($3 in at) && roots - rootsBefore[at[$3]] == packs &&
+        (to == 0 || count - at[$3] < to - from)) {
+      from = at[$3]
+      to = count
+    }
   }
-  inside && /^$/ {
+  inside && /^$/ && to > 0 {
     split("", kinds)
     for (i = from; i <= to; i++) {
       op = text[i]
