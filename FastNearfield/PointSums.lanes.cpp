@@ -21,7 +21,7 @@ using lanes::widthOf;
 
 /// Packs whose integrals are computed in one go. More than one, because the processor is idle where
 /// a go begins and ends.
-constexpr int packsAtATime = 4;
+constexpr int packsAtATime = 8;
 
 /// The most tasks that the points of a pack have: each of four edges in two pieces.
 constexpr int tasksOfAPack = 8;
@@ -68,7 +68,17 @@ class EdgeIntegrals {
 
     EdgeIntegrals(const Rule<T>& rule, T k) : rule(rule), minusK(-k) {}
 
-    /// Adds the integrals along two edges. They are one task where they have one mapping.
+    /// Adds the integrals along two edges, by one mapping.
+    /// @return the task's number
+    int add(const Points<V>& at, const Mapping<V>& on, const Pair<V>& s2) {
+        Task<V>& task = tasks[count];
+        task.at = at;
+        task.on = on;
+        task.s2 = s2;
+        return count++;
+    }
+
+    /// Adds the integrals along two edges, by a mapping for each. Equal mappings make one task.
     /// @return the tasks' numbers
     Pair<int> add(const Points<V>& at, const Pair<Mapping<V>>& on, const Pair<V>& s2) {
         const int first = add(at, on.first, s2);
@@ -84,14 +94,6 @@ class EdgeIntegrals {
     }
 
   private:
-    int add(const Points<V>& at, const Mapping<V>& on, const Pair<V>& s2) {
-        Task<V>& task = tasks[count];
-        task.at = at;
-        task.on = on;
-        task.s2 = s2;
-        return count++;
-    }
-
     static bool differ(const Mapping<V>& a, const Mapping<V>& b) {
         return lanes::any((a.half != b.half) | (a.mid != b.mid));
     }
@@ -224,15 +226,19 @@ class EdgePair {
              const Cases<V>& cases, const Pair<V>& e, V lo, V a, V b)
         : cases(cases), e(e), anySplit(lanes::any(cases.split)) {
         const auto all = lanes::broadcast<Mask<V>>(-1);
-        const auto onLower = [&] { return mappings.map(cases.split, a, V{}); };
-        const Mapping<V> upper1 = mappings.map(all, lo, b);
-        const Mapping<V> lower1 = anySplit ? onLower() : upper1;
-        const Mapping<V> upper2 = mappings.map(all, lo, b);
-        const Mapping<V> lower2 = anySplit ? onLower() : upper2;
-
         const Pair<V> s2{e.first * e.first, e.second * e.second};
+        const Mapping<V> upper1 = mappings.map(all, lo, b);
+        if (!anySplit) {
+            // The second edge's mapping, of the same interval at once after, is the same.
+            const int task = integrals.add(at, upper1, s2);
+            upper = {task, task};
+            return;
+        }
+        const Mapping<V> lower1 = mappings.map(cases.split, a, V{});
+        const Mapping<V> upper2 = mappings.map(all, lo, b);
+        const Mapping<V> lower2 = mappings.map(cases.split, a, V{});
         upper = integrals.add(at, {upper1, upper2}, s2);
-        if (anySplit) lower = integrals.add(at, {lower1, lower2}, s2);
+        lower = integrals.add(at, {lower1, lower2}, s2);
     }
 
     Pair<Complex<V>> terms(const EdgeIntegrals<V>& integrals) const {
