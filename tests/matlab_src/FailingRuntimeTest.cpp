@@ -27,10 +27,10 @@ enum class Fate { ignored, leftToTheNextCheck, reported };
 struct Step {
     std::string call;
     Fate fate;
-    std::string unit = "";
-    std::string line = "";
-    std::string label = "";  ///< of a check for a pending error
-    std::string message = "";
+    std::string unit{};
+    std::string line{};
+    std::string label{};  ///< of a check for a pending error
+    std::string message{};
 
     [[nodiscard]] bool isCheck() const { return !label.empty(); }
 };
@@ -297,9 +297,10 @@ TEST_P(FailingRuntimeTest, EndsTheCallWithItsReportAndLeavesNothing) {
                                  Status{cuda_runtime::cudaErrorMemoryAllocation, "out of memory"}})
         for (const RaiseMode raiseMode : {RaiseMode::throws, RaiseMode::returns})
             for (const bool fromThenOn : {false, true})
-                for (int nth = 1; nth <= static_cast<int>(steps.size()); ++nth, ++calls) {
-                    SCOPED_TRACE(testing::Message() << "call " << nth << ": " << steps[nth - 1].call
+                for (std::size_t i = 0; i < steps.size(); ++i, ++calls) {
+                    SCOPED_TRACE(testing::Message() << "call " << i + 1 << ": " << steps[i].call
                                                     << (fromThenOn ? " and all that follow" : ""));
+                    const int nth = static_cast<int>(i) + 1;
                     fail({nth, status.code, std::nullopt, fromThenOn}, status.text, raiseMode);
                     if (HasFailure()) return;
                 }

@@ -5,6 +5,7 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <new>
@@ -30,6 +31,8 @@ bool isToFail(Form form) noexcept {
 
 void* allocate(std::size_t bytes, std::align_val_t alignment, Form form) noexcept {
     if (isToFail(form)) return nullptr;
+    // A sanitizer takes such a request for a fault.
+    if (bytes > PTRDIFF_MAX) return nullptr;
     void* memory = nullptr;
     if (posix_memalign(&memory, static_cast<std::size_t>(alignment), bytes) != 0) return nullptr;
     live += malloc_usable_size(memory);
