@@ -17,3 +17,9 @@ cmake --build --preset default
 say "running the long checks"
 ctest --preset default --build-config soak --label-regex '^soak$' --verbose \
   --output-log build/soak.log
+
+say "calling the gateway ten million times with arguments of the fuzzer"
+build_fuzzer
+for seed in {1..10}; do
+  fuzz 1000000 "$seed"
+done
