@@ -260,7 +260,8 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz) {
     const auto exceeds = [](std::size_t a, std::size_t b) {
         return b > 0 && a > theHost().resultLimit / b;
     };
-    const bool tooLarge = exceeds(sx, sy) || exceeds(sx * sy, sz);
+    const bool isEmpty = sx == 0 || sy == 0 || sz == 0;
+    const bool tooLarge = !isEmpty && (exceeds(sx, sy) || exceeds(sx * sy, sz));
     if (tooLarge && !theHost().pretendsToCreate) throw std::bad_alloc();
     // Like a host, drops a last dimension of 1.
     substitute::Dimensions dimensions{sx, sy, sz};
