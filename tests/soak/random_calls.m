@@ -151,4 +151,4 @@ for i = 1:calls
     expect_same(field(good_request(){:}), good);
   end
 end
-printf('%d calls at random: %d fields, %d errors\n', calls, fields, failures);
+fprintf(stderr, '%d calls at random: %d fields, %d errors\n', calls, fields, failures);
