@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <iostream>
 #include <optional>
-#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "cuda_runtime/emulated/Emulator.h"
 #include "tests/matlab_src/GatewayTest.h"
@@ -206,10 +208,17 @@ std::optional<Report> firstReport(const Steps& steps, const PlannedFailure& plan
     return reportOf(*reporting, status);
 }
 
-/// The lines in these units are the implementation's own.
-std::string withoutOwnLines(const std::string& text) {
-    const std::regex number("(FastNearfield/[A-Za-z.]+'?) (at|in) line [0-9]+");
-    return std::regex_replace(text, number, "$1 $2 line #");
+/// The lines of FastNearfield are the implementation's own: "line 17" there reads "line #".
+std::string withoutOwnLines(std::string text) {
+    const std::string mark = " line ";
+    std::size_t found = text.find(mark, text.find("FastNearfield/"));
+    while (found != std::string::npos) {
+        const std::size_t number = found + mark.size();
+        text.erase(number, text.find_first_not_of("0123456789", number) - number);
+        text.insert(number, 1, '#');
+        found = text.find(mark, text.find("FastNearfield/", number));
+    }
+    return text;
 }
 
 class FailingRuntimeTest : public GatewayTest, public testing::WithParamInterface<const char*> {

@@ -8,8 +8,8 @@
 /// Every text with which the gateway refuses arguments.
 inline const std::vector<std::string>& refusals() {
     static const std::vector<std::string> all{
-        "Must have five or six input arguments: ([4x4 transform], [sx, sy, sz], l, s, k, "
-        "['cuda'|'cudadp'|'cpu'|'cpusp'|'cpudp'], [nabscissas])",
+        ("Must have five or six input arguments: ([4x4 transform], [sx, sy, sz], l, s, k, "
+         "['cuda'|'cudadp'|'cpu'|'cpusp'|'cpudp'], [nabscissas])"),
         "Must have one output arguments",
         "Input must be real, full, and nonstring",
         "abscissas must be a number or a 2D matrix containing abscissas and weights.",
