@@ -12,6 +12,7 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev)
+fuzz_packages=(clang libclang-rt-14-dev)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
 if [[ -e .git ]]; then
@@ -83,4 +84,19 @@ tests_can_be_built() {
   for package in "${test_packages[@]}"; do
     is_installed "$package" || return 1
   done
+}
+
+build_fuzzer() {
+  require_packages "${module_packages[@]}" "${fuzz_packages[@]}"
+  cmake --preset fuzz
+  cmake --build --preset fuzz
+}
+
+# fuzz CALLS SEED: calls the gateway with arguments that the fuzzer makes up from the seed.
+fuzz() {
+  local log=build-fuzz/fuzz-$2.log
+  build-fuzz/tests/fuzz/gateway_fuzzer -runs="$1" -seed="$2" -max_len=1024 -len_control=0 \
+    -artifact_prefix=build-fuzz/ 2>"$log" ||
+    { tail --lines=50 "$log"; die "the fuzzer has a finding, in build-fuzz/"; }
+  say "the fuzzer, seed $2: $(grep '^Done' "$log")"
 }

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <sstream>
 #include <system_error>
@@ -165,11 +166,13 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     if (bytes == 0) return cudaSuccess;
     if (bytes > memoryLimit - std::min(memoryLimit, allocatedBytes))
         return remember(cudaErrorMemoryAllocation);
-    void* memory = ::operator new(bytes, addressAlignment, std::nothrow);
-    if (memory == nullptr) return remember(cudaErrorMemoryAllocation);
-    allocations.emplace(static_cast<std::byte*>(memory), bytes);
+    const auto release = [](void* memory) { ::operator delete(memory, addressAlignment); };
+    std::unique_ptr<void, decltype(release)> memory(
+        ::operator new(bytes, addressAlignment, std::nothrow), release);
+    if (!memory) return remember(cudaErrorMemoryAllocation);
+    allocations.emplace(static_cast<std::byte*>(memory.get()), bytes);
     allocatedBytes += bytes;
-    *address = memory;
+    *address = memory.release();
     return cudaSuccess;
 }
 

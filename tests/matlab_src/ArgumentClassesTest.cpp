@@ -6,31 +6,11 @@
 #include <algorithm>
 
 #include "tests/matlab_src/GatewayTest.h"
+#include "tests/matlab_src/Refusals.h"
 
 using substitute::Dimensions;
 
 namespace {
-
-/// Every message that an argument of a wrong kind may earn.
-const std::vector<std::string>& messages() {
-    static const std::vector<std::string> all{
-        "Input must be real, full, and nonstring",
-        "abscissas must be a number or a 2D matrix containing abscissas and weights.",
-        "abscissas and weights must be a full matrix of class double.",
-        "abscissas must be a number or a matrix of class double.",
-        "l must be a number.",
-        "s must be a number.",
-        "k must be a number.",
-        "Size information (argument 2) must be three dimensional.",
-        "Size information (argument 1) must contain sixteen values.",
-        "Size information (argument 2) must be full and of class double.",
-        "The transform (argument 1) must be full and of class double.",
-        "The given grid must have at least one data point",
-        "Input 5 must be a character string and either be 'cuda' or 'cpu'",
-        "Input 5 must either be 'cuda' or 'cpu[sp,dp]'",
-    };
-    return all;
-}
 
 constexpr const char* const classes[]{
     "double", "single", "int8",    "uint8", "int16", "uint16", "int32",  "uint32",
@@ -54,7 +34,7 @@ class ArgumentClassesTest : public GatewayTest {
         if (outcome.ending == Ending::answered)
             EXPECT_EQ(outcome.values().size(), outcome.output->count()) << where;
         else
-            EXPECT_THAT(messages(), testing::Contains(outcome.error)) << where;
+            EXPECT_THAT(refusals(), testing::Contains(outcome.error)) << where;
         expectNothingLeft(outcome);
     }
 

@@ -121,20 +121,26 @@ TEST_F(CleanUpTest, letsTheFirstErrorThroughWhenTheContextCannotBeEndedEither) {
     expectNextCallWorks();
 }
 
-TEST_F(CleanUpTest, followsAnExceptionFromAnyOperationOfTheHost) {
-    call(Request().abscissas(4));
-    const int operations = theHost().operations;
-    ASSERT_GE(operations, 20);
-    for (const bool isMemory : {true, false})
-        for (int failing = 1; failing <= operations; ++failing) {
-            theHost().interceptor = [failing, isMemory](const char*, int number) {
-                if (number == failing && isMemory) throw std::bad_alloc();
-                if (number == failing) throw 7;  // NOLINT: hosts throw types of their own
-            };
-            const Outcome outcome = call(Request().abscissas(4));
-            EXPECT_EQ(outcome.ending, isMemory ? Ending::outOfMemory : Ending::foreignException);
-            expectNothingLeft(outcome);
-        }
+TEST_F(CleanUpTest, followsAnExceptionFromAnyOperationOfTheHostInEveryMode) {
+    for (const char* mode : {"cpu", "cpudp", "cpusp", "cuda", "cudadp"}) {
+        const auto request = [mode] { return Request().mode(mode).abscissas(4); };
+        const std::vector<std::complex<double>> expected = call(request()).values();
+        const int operations = theHost().operations;
+        ASSERT_GE(operations, 20);
+        for (const bool isMemory : {true, false})
+            for (int failing = 1; failing <= operations; ++failing) {
+                theHost().interceptor = [failing, isMemory](const char*, int number) {
+                    if (number == failing && isMemory) throw std::bad_alloc();
+                    if (number == failing) throw 7;  // NOLINT: hosts throw types of their own
+                };
+                const Outcome outcome = call(request());
+                EXPECT_EQ(outcome.ending,
+                          isMemory ? Ending::outOfMemory : Ending::foreignException);
+                expectNothingLeft(outcome);
+                theHost().interceptor = nullptr;
+                EXPECT_EQ(call(request()).values(), expected);
+            }
+    }
     expectNextCallWorks();
 }
 

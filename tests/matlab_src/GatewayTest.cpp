@@ -6,6 +6,7 @@
 #include <iostream>
 #include <new>
 #include <sstream>
+#include <utility>
 
 #include "core/ErrorHandler.h"
 #include "cuda_runtime/emulated/Emulator.h"
@@ -42,13 +43,15 @@ class LoggedStandardOutput : private std::stringbuf {
     std::streambuf* original;
 };
 
-Outcome ended(const Request& request) {
+}  // namespace
+
+Outcome bareCall(const Request& request) {
     Outcome outcome;
     try {
         answerCall(request.outputs, outcome.output, request.arguments);
-    } catch (const substitute::HostError& error) {
+    } catch (substitute::HostError& error) {
         outcome.ending = Ending::refused;
-        outcome.error = error.text;
+        outcome.error = std::move(error.text);
     } catch (const std::bad_alloc&) {
         outcome.ending = Ending::outOfMemory;
     } catch (int) {
@@ -56,8 +59,6 @@ Outcome ended(const Request& request) {
     }
     return outcome;
 }
-
-}  // namespace
 
 Request::Request()
     : arguments{nullptr,
@@ -122,7 +123,7 @@ Outcome GatewayTest::call(const Request& request) {
     Outcome outcome;
     {
         const LoggedStandardOutput logged;
-        outcome = ended(request);
+        outcome = bareCall(request);
     }
     outcome.standardError = testing::internal::GetCapturedStderr();
     theHost().releaseSince(arraysBefore, outcome.output);

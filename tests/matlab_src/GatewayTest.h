@@ -50,6 +50,9 @@ class Request {
     int outputs = 1;
 };
 
+/// Calls the gateway and does nothing else: allocates nothing, captures nothing, releases nothing.
+Outcome bareCall(const Request& request);
+
 /// Calls the gateway inside the substitute host, with the emulation device's calls and the standard
 /// output stream in the same log as the host's operations.
 class GatewayTest : public testing::Test {

@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "matlab_src/sizes.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <optional>
 
 #include "matlab_src/FieldRequest.h"
 #include "tests/matlab_src/GatewayTest.h"
@@ -104,6 +107,132 @@ class SizesTest : public GatewayTest {
         return call(Request().sizes(sizes).mode(mode));
     }
 };
+
+/// A host that makes results of so many elements, and refuses larger ones or pretends to make them.
+struct Capacity {
+    std::size_t elements;
+    bool pretends;
+};
+
+/// How a call ends.
+struct Expected {
+    Ending ending;
+    std::string error;
+    substitute::Dimensions dimensions;
+};
+
+/// None for a field beyond the capacity that the host pretends to have made: no one can fill it.
+std::optional<Expected> expectedOf(const std::array<double, 3>& sizes, const Capacity& capacity) {
+    if (std::any_of(sizes.begin(), sizes.end(), [](double size) { return !(size >= 1); }))
+        return Expected{Ending::refused, emptyGrid, {}};
+    double points = 1;
+    std::uint64_t wrapped = 1;
+    substitute::Dimensions dimensions;
+    for (const double size : sizes) {
+        const double index = std::min(std::floor(size), twoTo31 - 1);
+        points *= std::floor(size);
+        wrapped = wrapped * static_cast<std::uint64_t>(index) % (std::uint64_t{1} << 32U);
+        dimensions.push_back(static_cast<std::size_t>(index));
+    }
+    const bool isMade = points <= static_cast<double>(capacity.elements);
+    // The first result is made before the points are counted.
+    if (wrapped == 0 && (isMade || capacity.pretends))
+        return Expected{Ending::refused, emptyGrid, {}};
+    const bool isIndexable =
+        std::all_of(sizes.begin(), sizes.end(), [](double size) { return size < twoTo31; });
+    if (!isIndexable || (!isMade && !capacity.pretends))
+        return Expected{Ending::outOfMemory, "", {}};
+    if (!isMade) return std::nullopt;
+    if (dimensions.back() == 1) dimensions.pop_back();
+    return Expected{Ending::answered, "", dimensions};
+}
+
+/// Every combination of three sizes of these kinds.
+std::vector<std::array<double, 3>> combinations() {
+    constexpr std::array<double, 12> kinds{
+        -1, 0, 1, 1.5, 46341, 65536, twoTo31 - 1, twoTo31, twoTo32, twoTo53, infinity, notANumber};
+    std::vector<std::array<double, 3>> all;
+    for (const double sx : kinds)
+        for (const double sy : kinds)
+            for (const double sz : kinds) all.push_back({sx, sy, sz});
+    return all;
+}
+
+TEST_F(SizesTest, ofEveryKindInEveryPlaceEndAsTheyMust) {
+    const std::vector<std::string> modes{"cpu", "cpudp", "cpusp", "cuda", "cudadp"};
+    std::size_t turn = 0;
+    int answered = 0;
+    for (const Capacity capacity : {Capacity{70000, false}, Capacity{1000, true}})
+        for (const std::array<double, 3>& sizes : combinations()) {
+            const std::optional<Expected> expected = expectedOf(sizes, capacity);
+            if (!expected) continue;
+            // What is refused is so before the mode matters: one mode in turn stands for all.
+            const bool isAnswered = expected->ending == Ending::answered;
+            for (std::size_t i = 0; i < (isAnswered ? modes.size() : 1); ++i) {
+                const std::string& mode = modes[turn++ % modes.size()];
+                SCOPED_TRACE(mode + " " + testing::PrintToString(sizes));
+                theHost().reset();
+                theHost().resultLimit = capacity.elements;
+                theHost().pretendsToCreate = capacity.pretends;
+                const Outcome outcome =
+                    call(Request().sizes({sizes.begin(), sizes.end()}).mode(mode).abscissas(1));
+                ASSERT_EQ(outcome.ending, expected->ending);
+                EXPECT_EQ(outcome.error, expected->error);
+                expectNothingLeft(outcome);
+                if (!isAnswered) continue;
+                EXPECT_EQ(outcome.output->dimensions, expected->dimensions);
+                ++answered;
+            }
+        }
+    // 1 and 1.5 in all three places, in both hosts; one of the two large ones in the first.
+    EXPECT_EQ(answered, 5 * (2 * 8 + 3 * 2 * 4));
+    expectNextCallWorks();
+}
+
+/// The device allocations and all that came after them.
+std::vector<std::string> sinceTheAllocation() {
+    std::vector<std::string> calls = theHost().textsOf(EventKind::runtime);
+    calls.erase(calls.begin(), std::find_if(calls.begin(), calls.end(), [](const auto& text) {
+                    return text.rfind("cudaMalloc", 0) == 0;
+                }));
+    return calls;
+}
+
+TEST_F(SizesTest, ofMoreBytesThanALauncherCountsEndInTheRuntimesReportAndNothingElse) {
+    struct Case {
+        std::string mode;
+        std::string unit;
+        std::vector<double> sizes;
+    };
+    const std::string single = "RectangularPistonCuda";
+    const std::string twin = "RectangularPistonCuda.dp";
+    for (const Case& c : std::vector<Case>{{"cuda", single, {65537, 65537, 1}},
+                                           {"cuda", single, {1, 65537, 65537}},
+                                           {"cuda", single, {46341, 92682, 1}},
+                                           {"cuda", single, {16777217, 1, 256}},
+                                           {"cudadp", twin, {65537, 65537, 1}},
+                                           {"cudadp", twin, {46341, 46341, 1}},
+                                           {"cudadp", twin, {twoTo31 - 1, 1, 1}},
+                                           {"cudadp", twin, {1, twoTo31 - 1, 1}},
+                                           {"cudadp", twin, {1024, 1024, 256}},
+                                           {"cudadp", twin, {twoTo31 - 1, twoTo31 - 1, 1}}}) {
+        const Outcome outcome = callInAHostOfEndlessMemory(c.sizes, c.mode);
+        EXPECT_EQ(outcome.ending, Ending::refused);
+        EXPECT_THAT(outcome.error,
+                    testing::StartsWith("ERROR: assertion failure in FastNearfield/" + c.unit +
+                                        " at line "));
+        EXPECT_THAT(outcome.error,
+                    testing::EndsWith("\n       condition failed: (Cuda error when calling "
+                                      "cudaMalloc((void**)&d_arrayr, datasize): "
+                                      "out of memory).\n\n"));
+        EXPECT_EQ(outcome.standardError, "");
+        // Of 2^60 bytes, which no device has.
+        EXPECT_EQ(sinceTheAllocation(), (std::vector<std::string>{"cudaMalloc(1152921504606846976)",
+                                                                  "cudaThreadExit()"}));
+        expectNothingLeft(outcome);
+    }
+    expectNextCallWorks();
+}
 
 TEST_F(SizesTest, areTruncatedTowardZero) {
     const Outcome outcome = call(Request().sizes({2.7, 1, 1}));

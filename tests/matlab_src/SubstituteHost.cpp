@@ -147,7 +147,8 @@ host::Array* text(const std::string& characters) {
     auto array = shaped("char", {std::size_t{characters.empty() ? 0U : 1U}, characters.size()});
     array->real.resize(characters.size() * sizeof(char16_t));
     for (std::size_t i = 0; i < characters.size(); ++i)
-        storageOf<char16_t>().write(array->real.data() + i * sizeof(char16_t), characters[i]);
+        storageOf<char16_t>().write(array->real.data() + i * sizeof(char16_t),
+                                    static_cast<unsigned char>(characters[i]));
     return theHost().keep(std::move(array));
 }
 
@@ -232,8 +233,8 @@ std::string text(const Array* array) {
     substitute::require(array->className == "char", "text of an array that is not char");
     std::string characters;
     for (std::size_t i = 0; i < array->count(); ++i)
-        characters += static_cast<char>(
-            substitute::storageOf<char16_t>().read(array->real.data() + i * sizeof(char16_t)));
+        characters += static_cast<char>(static_cast<unsigned char>(
+            substitute::storageOf<char16_t>().read(array->real.data() + i * sizeof(char16_t))));
     return characters;
 }
 
@@ -259,7 +260,8 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz) {
     const auto exceeds = [](std::size_t a, std::size_t b) {
         return b > 0 && a > theHost().resultLimit / b;
     };
-    const bool tooLarge = exceeds(sx, sy) || exceeds(sx * sy, sz);
+    const bool isEmpty = sx == 0 || sy == 0 || sz == 0;
+    const bool tooLarge = !isEmpty && (exceeds(sx, sy) || exceeds(sx * sy, sz));
     if (tooLarge && !theHost().pretendsToCreate) throw std::bad_alloc();
     // Like a host, drops a last dimension of 1.
     substitute::Dimensions dimensions{sx, sy, sz};
