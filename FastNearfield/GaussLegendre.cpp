@@ -3,9 +3,7 @@
 #include "FastNearfield/GaussLegendre.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -27,19 +25,22 @@ struct Expansion {
 
 /// Roots that go through the recurrence side by side: a single one is a long chain of divisions.
 constexpr int rootsAtATime = 8;
-using Roots = std::array<double, rootsAtATime>;
+using Roots = double[rootsAtATime];
 
-/// A Legendre polynomial and the one of the next lower degree.
+/// A Legendre polynomial and the one of the next lower degree, at each root.
 struct Polynomials {
     Roots value;
     Roots previous;
 };
 
 Polynomials legendreAt(int n, const Roots& x) {
-    Polynomials p{x, {}};
-    p.previous.fill(1.0);
+    Polynomials p{};
+    for (int i = 0; i < rootsAtATime; ++i) {
+        p.value[i] = x[i];
+        p.previous[i] = 1.0;
+    }
     for (int k = 2; k <= n; ++k) {
-        for (std::size_t i = 0; i < x.size(); ++i) {
+        for (int i = 0; i < rootsAtATime; ++i) {
             const double next =
                 2.0 * x[i] * p.value[i] - p.previous[i] - (x[i] * p.value[i] - p.previous[i]) / k;
             p.previous[i] = p.value[i];
