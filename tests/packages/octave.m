@@ -1,0 +1,83 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+% The package for GNU Octave from its installation to its removal, in folders of its own.
+
+1;
+
+function name = package()
+  name = 'pistonfield';
+end
+
+function names = functions()
+  described = pkg('describe', package());
+  names = horzcat(described{1}.provides{1}.functions);
+end
+
+function expect_installed()
+  pkg('install', getenv('PISTONFIELD_TARBALL'));
+  expect(isempty(which('pistonfield')), 'on the path before it is loaded');
+  pkg('load', package());
+  module = which('pistonfield');
+  expect(strncmp(module, pkg('prefix'), numel(pkg('prefix'))), 'is %s', module);
+  expect(strcmp(module(end-3:end), '.mex'), 'is %s', module);
+end
+
+function expect_field()
+  [l, s, k] = piston();
+  evalc('p = pistonfield(grid_from([1e-3, 2e-3, 5e-3], 1e-3), [1, 1, 1], l, s, k, ''cpu'', 64);');
+  expect_close(p, surface_integral(1e-3, 2e-3, 5e-3, l, s, k), 1e-9);
+end
+
+function expect_index()
+  folder = fileparts(which('pistonfield'));
+  files = dir(fullfile(folder, '*.m'));
+  expect_same(sort(functions()), sort(strrep({files.name}, '.m', '')));
+end
+
+function expect_help(name)
+  text = get_help_text(name);
+  expect(~isempty(strfind(lower(text), name)), 'the help of %s is "%s"', name, text);
+end
+
+function expect_news()
+  printed = evalc('news(package())');
+  expect(~isempty(strfind(printed, 'pistonfield ')), 'printed "%s"', printed);
+  expect(isempty(strfind(printed, '#')), 'printed "%s"', printed);
+end
+
+function expect_tests()
+  printed = evalc('pkg(''test'', package())');
+  passed = regexp(printed, 'PASS +(\d+)', 'tokens');
+  failed = regexp(printed, 'FAIL +(\d+)', 'tokens');
+  expect(~isempty(passed) && str2double(passed{1}{1}) >= 4, 'printed "%s"', printed);
+  expect_same(failed{1}{1}, '0');
+end
+
+function expect_removed()
+  folder = fileparts(which('pistonfield'));
+  pkg('unload', package());
+  expect(isempty(which('pistonfield')), 'on the path after it is unloaded');
+  pkg('uninstall', package());
+  expect(~isfolder(folder), '%s is still there', folder);
+  expect(isempty(pkg('list', package())), 'still listed');
+end
+
+work = tempname();
+mkdir(work);
+remove_work = onCleanup(@() confirm_recursive_rmdir(false) || rmdir(work, 's'));
+cd(work);
+pkg('prefix', fullfile(work, 'packages'), fullfile(work, 'packages'));
+pkg('local_list', fullfile(work, 'octave_packages'));
+
+it('pkg installs and loads it', @expect_installed);
+it('a field is computed', @expect_field);
+it('the index lists every function', @expect_index);
+for name = functions()
+  it(['help tells of ', name{1}], @() expect_help(name{1}));
+end
+it('news prints the changes as plain text', @expect_news);
+it('the tests of its functions pass', @expect_tests);
+it('pkg unloads and uninstalls it', @expect_removed);
+
+finish();
