@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# octave.sh TARBALL SOURCE OCTAVE [MODULE]: installs the package for GNU Octave in folders of its own
+# octave.sh TARBALL SOURCE OCTAVE [MODULE]: installs the package for GNU Octave in a folder of its own
 # and uses it. With a MODULE the package has that module in place of the sources to compile; that
 # these are complete is then only looked at.
 set -euo pipefail
@@ -23,7 +23,7 @@ if (($# > 3)); then
   tar -czf "$tarball" -C "$work" "$package"
 fi
 
-export HOME=$work LC_ALL=C.UTF-8 PISTONFIELD_TARBALL=$tarball
+export HOME=$work TMPDIR=$work LC_ALL=C.UTF-8 PISTONFIELD_TARBALL=$tarball
 cd -- "$work"
 "$octave" --no-history --no-init-file --no-window-system --path "$source/tests/octave/support" \
   "$source/tests/packages/octave.m"
