@@ -12,7 +12,7 @@ export CXX=$3
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
 
-cmake --install "$build" --prefix "$work/first" >"$work/installed.txt"
+cmake --install "$build" --component development --prefix "$work/first" >"$work/installed.txt"
 prefix=$work/moved
 mv "$work/first" "$prefix"
 
