@@ -1,46 +1,48 @@
-% SPDX-License-Identifier: BSD-3-Clause
-% SPDX-FileCopyrightText: the pistonfield developers
-
-% PISTONFIELD  Pressure of a flat rectangular piston on a regular grid.
-%
-%   p = pistonfield(transform, sizes, l, s, k)
-%   p = pistonfield(transform, sizes, l, s, k, mode)
-%   p = pistonfield(transform, sizes, l, s, k, mode, abscissas)
-%   pistonfield info
-%
-%   transform  4 by 4, places the grid: the TRANSPOSE of the matrix that takes
-%              lattice indices (ix, iy, iz, 1), counted from 0, to positions
-%   sizes      [sx, sy, sz], the number of points along each lattice direction
-%   l          the piston's side along y
-%   s          the piston's side along x
-%   k          the wavenumber, 2*pi / wavelength
-%   mode       what computes: 'cuda' (when left out) a GPU in single precision,
-%              'cudadp' a GPU in double, 'cpu' or 'cpudp' the CPU in double,
-%              'cpusp' the CPU in single precision
-%   abscissas  the number of Gauss-Legendre abscissas of each edge integral, 10
-%              when left out; or a table of abscissas and weights
-%
-%   The piston lies in the plane z = 0, centred on the origin; the field is meant
-%   for z >= 0. Lengths are in any one unit, k in radians per that unit.
-%
-%   p is complex double, sx by sy by sz, without a unit: for the time dependence
-%   exp(+j*omega*t) it is k/(2*pi) times the integral of exp(-j*k*R)/R over the
-%   piston's surface. Times j*rho*c*u0 it is the pressure in Pa in front of a
-%   piston with the normal velocity u0 in a rigid baffle.
-%
-%   'pistonfield info' prints when and from which revision the module was built.
-%
-%   An order of 0 on the CPU ends the whole process.
-%
-%   Example: 200 points on the axis, every 0.5 mm, of a 5 mm by 7.5 mm piston
-%
-%     step = 0.5e-3;
-%     place = [step 0 0 0; 0 step 0 0; 0 0 step step; 0 0 0 1];
-%     p = pistonfield(place.', [1 1 200], 5e-3, 7.5e-3, 2*pi/1.5e-3, 'cpu', 32);
-%     plot(step * (1:200), abs(p(:)));
-
-% The module of the same name beside this file is what is called. This file is its help.
 function p = pistonfield(varargin)
+  % pistonfield: the pressure of a flat rectangular piston at every point of a regular grid.
+  %
+  % USAGE
+  %   p = pistonfield(transform, sizes, l, s, k)
+  %   p = pistonfield(transform, sizes, l, s, k, mode)
+  %   p = pistonfield(transform, sizes, l, s, k, mode, abscissas)
+  %   pistonfield info
+  %
+  % INPUTS
+  %   transform - 4 by 4, places the grid: the transpose of the matrix that takes lattice indices
+  %               (ix, iy, iz, 1), counted from 0, to positions
+  %   sizes     - [sx, sy, sz], the number of points along each lattice direction
+  %   l         - the piston's side along y
+  %   s         - the piston's side along x
+  %   k         - the wavenumber, 2*pi / wavelength
+  %
+  %   The piston lies in the plane z = 0, centred on the origin; the field is meant for z >= 0.
+  %   Lengths are in any one unit, k in radians per that unit.
+  %
+  % OPTIONAL INPUTS
+  %   mode      - what computes: 'cuda' (when left out), a GPU in single precision; 'cudadp', a GPU
+  %               in double; 'cpu' or 'cpudp', the CPU in double; 'cpusp', the CPU in single
+  %   abscissas - the number of Gauss-Legendre abscissas of each edge integral, 10 when left out;
+  %               or a table of abscissas and weights. An order of 0 on the CPU ends the process.
+  %
+  % OUTPUTS
+  %   p         - complex double, sx by sy by sz, without unit: for the time dependence
+  %               exp(+j*omega*t) it is k/(2*pi) times the integral of exp(-j*k*R)/R over the
+  %               piston's surface. In front of a piston with the normal velocity u0 in a rigid
+  %               baffle, j*rho*c*u0*p is the pressure in Pa.
+  %
+  %   'pistonfield info' prints when and from which revision the module was built.
+  %
+  % EXAMPLES
+  %   % 200 points on the axis, every 0.5 mm, of a 5 mm by 7.5 mm piston
+  %   step = 0.5e-3;
+  %   place = [step 0 0 0; 0 step 0 0; 0 0 step step; 0 0 0 1];
+  %   p = pistonfield(place.', [1 1 200], 5e-3, 7.5e-3, 2*pi/1.5e-3, 'cpu', 32);
+  %   plot(step * (1:200), abs(p(:)));
+
+  % SPDX-FileCopyrightText: the pistonfield developers
+  % SPDX-License-Identifier: BSD-3-Clause
+
+  % The module of the same name beside this file is what is called. This file is its help.
   error('pistonfield:noModule', 'The compiled module pistonfield is not beside %s.', ...
         mfilename('fullpath'));
 end
