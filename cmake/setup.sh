@@ -11,7 +11,7 @@ export LC_ALL=C.UTF-8
 
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
-test_packages=(libgtest-dev libgmock-dev)
+test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
