@@ -160,7 +160,8 @@ end
 
 function name = backend_of(file)
   name = '';
-  if ~isempty(file)
+  [~, ~, kind] = fileparts(file);
+  if strcmp(kind, ['.', mexext()])
     names = {'emulated', 'NVIDIA'};
     name = names{1 + ~isempty(strfind(fileread(file), 'libcuda.so'))}; %#ok<STREMP>
   end

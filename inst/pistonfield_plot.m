@@ -159,8 +159,9 @@ function quantity = quantity_of(p, options)
       limits = [-180, 180];
     case 'level'
       [values, label] = level_of(p, largest, options);
-      top = max([values(isfinite(values)); -Inf]);
-      limits = [-options.range, 0] + max(top, -realmax);
+      finite = values(isfinite(values));
+      top = max([finite(:); zeros(isempty(finite), 1)]);
+      limits = top + [-options.range, 0];
       values = max(values, limits(1));
   end
   if ~isempty(options.limits)
@@ -410,3 +411,182 @@ end
 function yes = has_screen()
   yes = ispc() || ismac() || ~isempty(getenv('DISPLAY')) || ~isempty(getenv('WAYLAND_DISPLAY'));
 end
+
+%!function [p, grid] = plane()
+%!  grid = pistonfield_grid((-2:2) * 1e-3, 3e-3, (0:0.5:4) * 1e-3);
+%!  [x, ~, z] = pistonfield_grid(grid, 'positions');
+%!  p = 1e6 * (x + 3e-3) .* (z + 1e-3) .* exp(1i * 1e3 * z);  % at most 25 Pa
+%!endfunction
+%!function [p, grid] = volume()
+%!  grid = pistonfield_grid((-2:2) * 1e-3, (0:3) * 1e-3, (1:9) * 1e-3);
+%!  [x, y, z] = pistonfield_grid(grid, 'positions');
+%!  p = 1 + 1e3 * x + 1e4 * y + 1e5 * z;
+%!endfunction
+%!function text = label_of(ax, which)
+%!  text = get(get(ax, which), 'string');
+%!endfunction
+%!function pixels = box_of(h, i)
+%!  whole = get(h.figure, 'position')(3:4);
+%!  pixels = get(h.axes(i), 'position')(3:4) .* whole;
+%!endfunction
+
+%!test % a plane across y is an image with z to the right, x upwards, in mm
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'cdata'), squeeze(abs(p)), 1e-12);
+%! assert(get(h.graphics, 'xdata')([1, end]), [0 4], 1e-12);
+%! assert(get(h.graphics, 'ydata')([1, end]), [-2 2], 1e-12);
+%! assert({label_of(h.axes, 'xlabel'), label_of(h.axes, 'ylabel')}, {'z (mm)', 'x (mm)'});
+%! assert(label_of(h.axes, 'title'), 'plane y = 3 mm');
+%! assert(label_of(h.colorbar, 'ylabel'), '|p| (Pa)');
+%! assert(get(h.axes, 'clim'), [0 25], 1e-12);
+
+%!test % a slice is to scale: 4.5 mm by 5 mm, pixels included
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.axes, 'xlim'), [-0.25 4.25], 1e-12);
+%! assert(get(h.axes, 'ylim'), [-2.5 2.5], 1e-12);
+%! assert(box_of(h, 1)(1) / box_of(h, 1)(2), 4.5 / 5, 0.01);
+
+%!test % the slices of a volume go through the largest |p|, with one scale
+%! [p, grid] = volume();
+%! h = pistonfield_plot(p, grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(numel(h.axes), 3);
+%! titles = arrayfun(@(ax) label_of(ax, 'title'), h.axes, 'uniformoutput', false);
+%! assert(titles, {'plane y = 3 mm', 'plane x = 2 mm', 'plane z = 9 mm'});
+%! assert(get(h.graphics(1), 'cdata'), squeeze(p(:, 4, :)));
+%! assert(get(h.graphics(2), 'cdata'), squeeze(p(5, :, :)));
+%! assert(get(h.graphics(3), 'cdata'), p(:, :, 9).');
+%! scale = box_of(h, 1) ./ [9 5];
+%! assert(box_of(h, 2) ./ [9 4], scale, 0.01 * scale(1));
+%! assert(box_of(h, 3) ./ [5 4], scale, 0.01 * scale(1));
+
+%!test % 'across' and 'at' choose a slice, 'along' a profile
+%! [p, grid] = volume();
+%! h = pistonfield_plot(p, grid, 'across', 'z', 'at', [0 0 3.2e-3]);
+%! assert(get(h.graphics, 'cdata'), p(:, :, 3).');
+%! close(h.figure);
+%! h = pistonfield_plot(p, grid, 'along', 'y', 'at', [-1e-3 0 9e-3], 'show', 'real');
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'ydata')(:), p(2, :, 9)(:));
+%! assert(get(h.graphics, 'xdata')(:)', 0:3, 1e-12);
+%! assert(label_of(h.axes, 'title'), 'line x = -1 mm, z = 9 mm');
+%! assert(isempty(h.colorbar));
+
+%!test % levels are relative to the largest |p|, or to what is given, and the label says so
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid, 'show', 'level', 'range', 10);
+%! wanted = squeeze(20 * log10(abs(p) / 25));
+%! assert(get(h.graphics, 'cdata'), max(wanted, -10), 1e-10);
+%! assert(get(h.axes, 'clim'), [-10 0]);
+%! assert(label_of(h.colorbar, 'ylabel'), 'level (dB re 25 Pa, the largest |p|)');
+%! close(h.figure);
+%! h = pistonfield_plot(p, grid, 'show', 'level', 'reference', 2.5e3);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'cdata'), wanted - 40, 1e-10);
+%! assert(label_of(h.colorbar, 'ylabel'), 'level (dB re 2.5 kPa)');
+
+%!test % phases are in degrees
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid, 'show', 'phase');
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'cdata')(1, 1:3), [0 0.5 1] * 180 / pi, 1e-10);
+%! assert(get(h.axes, 'clim'), [-180 180]);
+
+%!test % large pressures are in kPa and MPa, other units stay
+%! [p, grid] = plane();
+%! units = {'Pa', 'Pa', 'm/s'};  factors = [1e3, 1e6, 1e6];
+%! labels = {'|p| (kPa)', '|p| (MPa)', '|p| (m/s)'};
+%! for i = 1:3
+%!   h = pistonfield_plot(factors(i) * p, grid, 'unit', units{i});
+%!   assert(label_of(h.colorbar, 'ylabel'), labels{i});
+%!   close(h.figure);
+%! end
+
+%!test % a falling range is drawn from the lowest coordinate on
+%! [p, grid] = plane();
+%! falling = pistonfield_grid((2:-1:-2) * 1e-3, 3e-3, (4:-0.5:0) * 1e-3);
+%! h = pistonfield_plot(p(end:-1:1, :, end:-1:1), falling);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'cdata'), squeeze(abs(p)), 1e-12);
+%! assert(get(h.graphics, 'ydata')([1, end]), [-2 2], 1e-12);
+
+%!test % on a tilted plane lengths are distances from its first point
+%! steps = 1e-3 * [0.8 0 0.6; 0 1 0; -0.6 0 0.8]';
+%! grid = pistonfield_grid([1e-3 2e-3 5e-3], steps, [4 3 1]);
+%! h = pistonfield_plot(ones(4, 3), grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics, 'xdata')([1, end]), [0 3], 1e-12);
+%! assert(label_of(h.axes, 'xlabel'), 'along the first direction (mm)');
+%! assert(label_of(h.axes, 'ylabel'), 'y (mm)');
+%! assert(label_of(h.axes, 'title'), 'plane through (1, 2, 5) mm');
+
+%!test % a slice, its labels and its bar keep within axes that are given
+%! [p, grid] = plane();
+%! fig = figure('visible', 'off');
+%! close_figure = onCleanup(@() close(fig));
+%! given = axes('outerposition', [0.5 0 0.5 1]);
+%! h = pistonfield_plot(p, grid, 'axes', given, 'title', 'mine');
+%! assert(h.axes, given);
+%! box = get(given, 'position');
+%! bar = get(h.colorbar, 'position');
+%! assert(box(1) > 0.5 && bar(1) > box(1) + box(3) && bar(1) + bar(3) < 1);
+%! assert(label_of(given, 'title'), 'mine');
+
+%!test % a field of zeros and one with gaps are drawn
+%! [p, grid] = plane();
+%! for show = {'magnitude', 'level', 'phase', 'real'}
+%!   h = pistonfield_plot(0 * p, grid, 'show', show{1});
+%!   close(h.figure);
+%! end
+%! p(1) = NaN;
+%! h = pistonfield_plot(p, grid, 'show', 'level');
+%! assert(get(h.axes, 'clim'), [-40 0]);
+%! close(h.figure);
+
+%!test % a figure prints to a file without a screen
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid);
+%! file = [tempname(), '.png'];
+%! clean = onCleanup(@() cellfun(@(f) f(), {@() close(h.figure), @() unlink(file)}, ...
+%!                               'uniformoutput', false));
+%! print(h.figure, file, '-dpng', '-r100');
+%! assert(dir(file).bytes > 5e3);
+
+%!error id=pistonfield:pistonfield_plot:arguments pistonfield_plot(1)
+%!error id=pistonfield:pistonfield_plot:grid pistonfield_plot(1, 7)
+%!error <a grid of one point> pistonfield_plot(1, pistonfield_grid(0, 0, 0))
+%!error <as many values as the grid has points, 3> pistonfield_plot(1, pistonfield_grid(0, 0, 1:3))
+%!error id=pistonfield:pistonfield_plot:p pistonfield_plot('abc', pistonfield_grid(0, 0, 1:3))
+%!error id=pistonfield:pistonfield_plot:show
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'show', 'power');
+%!error id=pistonfield:pistonfield_plot:along
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'along', 'up');
+%!error id=pistonfield:pistonfield_plot:across
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'across', 'x', 'along', 'y');
+%!error id=pistonfield:pistonfield_plot:at
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'at', [1 2]);
+%!error id=pistonfield:pistonfield_plot:reference
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'reference', 0);
+%!error id=pistonfield:pistonfield_plot:range
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'range', -1);
+%!error id=pistonfield:pistonfield_plot:limits
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'limits', [1 0]);
+%!error id=pistonfield:pistonfield_plot:unit
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'unit', 1);
+%!error id=pistonfield:pistonfield_plot:title
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'title', 1);
+%!error id=pistonfield:pistonfield_plot:axes
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'axes', 'here');
+%!error <say which by 'across'>
+%! figure('visible', 'off');
+%! close_figure = onCleanup(@() close(gcf()));
+%! pistonfield_plot(ones(2, 2, 2), pistonfield_grid(1:2, 1:2, 1:2), 'axes', axes());
+%!error <must be perpendicular>
+%! grid = pistonfield_grid([0 0 0], [1 0.5 0; 0 1 0; 0 0 1], [2 2 1]);
+%! pistonfield_plot(ones(2, 2), grid);
+%!error <no option>
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'colour', 'red');
