@@ -42,8 +42,8 @@ z = (4e-3:0.25e-3:3 * rayleigh);
 axial = reshape(abs(field(pistonfield_grid(0, 0, z))), 1, []);
 rising = find(diff(axial) > 0, 1, 'last') + 1;
 last = fminbnd(@(z) -exact(z), z(rising - 1), z(rising + 1), optimset('TolX', 1e-9));
-fprintf('last maximum on the axis: z = %.2f mm = %.3f Rayleigh distances, |p| = %.3f rho c u0\n', ...
-        last * 1e3, last / rayleigh, exact(last) / plane_wave);
+fprintf(['last maximum on the axis: z = %.2f mm = %.3f Rayleigh distances, ', ...
+         '|p| = %.3f rho c u0\n'], last * 1e3, last / rayleigh, exact(last) / plane_wave);
 fprintf('Rayleigh distance: %.2f mm\n\n', rayleigh * 1e3);
 fprintf('    z         |p| (kPa)   exact (kPa)   difference   far field (kPa)   difference\n');
 for ratio = [0.1 0.2 0.5 1 2 5 20]
@@ -81,7 +81,6 @@ across = axes('parent', figure_, 'position', [0.56 0.13 0.42 0.76]);
 hold(across, 'on');
 distances = [0.5 20] * rayleigh;
 styles = {orange, violet};
-curves = zeros(1, 3);
 for i = 1:2
   x = linspace(-1, 1, 801) * distances(i);
   r = sqrt(x .^ 2 + distances(i) ^ 2);

@@ -65,7 +65,6 @@ colours = [0.93 0.50 0.04; 0.80 0.25 0.33; 0.42 0.09 0.43];
 figure_ = example_figure(1200, 420);
 for i = 1:numel(widths)
   ax = axes('parent', figure_, 'position', [0.065 + 0.32 * (i - 1), 0.14, 0.27, 0.74]);
-  curves = zeros(1, numel(distances));
   for j = 1:numel(distances)
     curves(j) = semilogy(ax, orders, max(squeeze(errors(i, j, :)), 1e-17), 'color', ...
                          colours(j, :), 'linewidth', 3);

@@ -56,8 +56,8 @@ fprintf('its width where |p| is half of that: %.2f mm; of an ideal aperture: %.2
         (above(end) - above(1)) * 1e3, ideal * 1e3);
 
 figure_ = example_figure(1300, 430);
-titles = {sprintf('%d x %d elements of 1 mm, 1.5 MHz, focused to x = 5 mm, z = 30 mm', count, count), ...
-          'the focal plane, z = 30 mm'};
+titles = {'16 x 16 elements of 1 mm, 1.5 MHz, focused to x = 5 mm, z = 30 mm', ...
+          'The focal plane, z = 30 mm'};
 bounds = {[0 0 0.62 1], [0.62 0 0.38 1]};
 for j = 1:2
   pistonfield_plot(fields{j}, grids{j}, 'show', 'level', 'range', 30, 'reference', largest, ...

@@ -6,12 +6,13 @@ function report = pistonfield_doctor()
   %   mode, and takes the time of a small field. Each failure comes with what to do about it. An
   %   installation that is broken makes checks fail, never this function.
   %
-  %   The module has no call that tells its backend or its instruction set. The backend is told from
-  %   the module's file, which names the NVIDIA driver's library if it was built for NVIDIA GPUs. The
-  %   instruction set is the one that the module chooses on a processor such as this one.
+  %   The module has no call that tells its backend or its instruction set. The backend is told
+  %   from the module's file, which names the NVIDIA driver's library if it was built for NVIDIA
+  %   GPUs. The instruction set is the one that the module chooses on a processor such as this one.
+  %   It prints marks on standard output as it computes, which come before the report.
   %
-  %   The known value is that of a piston of 7.5 mm by 5 mm at a wavelength of 1.5 mm, on its axis at
-  %   10 mm. In polar coordinates about the axis the surface integral over R has a closed form, and a
+  %   The known value is that of a piston of 7.5 mm by 5 mm at a wavelength of 1.5 mm, on its axis
+  %   at 10 mm. In polar coordinates about the axis the integral over R has a closed form, and a
   %   single integral over the angle t is left, with the distance b(t) from the axis to the rim:
   %
   %     p = -j*exp(-j*k*z) + j/(2*pi) * integral of exp(-j*k*sqrt(z^2 + b(t)^2)) from 0 to 2*pi
@@ -47,7 +48,7 @@ function report = pistonfield_doctor()
   %   report = pistonfield_doctor();
   %   report.checks(~[report.checks.passed]).advice
   %
-  % See also: pistonfield, pistonfield_pressure
+  % See also: pistonfield, pistonfield_pressure, pistonfield_plot
 
   % SPDX-FileCopyrightText: the pistonfield developers
   % SPDX-License-Identifier: BSD-3-Clause
@@ -121,10 +122,10 @@ function advice = advice_for(failure)
                        ', and put its folder on the path: addpath(''', folder, ''')']
     'doctor:shadowed', 'Take the folder of that file off the path with rmpath, or rename the file.'
     'doctor:several', 'Keep one: take the folders of the others off the path with rmpath.'
-    'doctor:build', ['Something else answers to the name pistonfield. Look at which pistonfield, ', ...
-                     'and put the folder of the module first on the path.']
-    'doctor:value', ['Do not use this mode: it computes wrong values here. Build the module again ', ...
-                     'from a clean folder and run its tests with ./test.sh.']
+    'doctor:build', ['Something else answers to the name pistonfield. Look at which ', ...
+                     'pistonfield, and put the folder of the module first on the path.']
+    'doctor:value', ['Do not use this mode: it computes wrong values here. Build the module ', ...
+                     'again from a clean folder and run its tests with ./test.sh.']
     'GLIBC|CXXABI', ['The libraries of this program are older than those that the module was ', ...
                      'built with. Build it again with the compiler that fits this program, or ', ...
                      'start the program with LD_PRELOAD set to the system''s libstdc++.so.6.']
@@ -136,8 +137,8 @@ function advice = advice_for(failure)
     ['The module is built for NVIDIA GPUs and cannot use one: run nvidia-smi, and install or ', ...
      'update the driver. The module of the preset "default" needs no GPU.']
     'memory', 'Close other programs, or clear large variables.'
-    '', ['The module cannot be used. Build it again for this program and this processor, and look ', ...
-         'the message up in docs/usage.md.']};
+    '', ['The module cannot be used. Build it again for this program and this processor, and ', ...
+         'look the message up in docs/usage.md.']};
   for i = 1:size(table, 1)
     if isempty(table{i, 1}) || ~isempty(regexp(failure, table{i, 1}, 'once'))
       advice = table{i, 2};
@@ -278,7 +279,8 @@ function print_report(found)
     'backend', backends.(text_or(found.backend, 'unknown'))
     'instruction set', [text_or(found.instructionSet, 'unknown'), ', the best of this processor']
     'NVIDIA GPUs', text_or(strjoin(found.devices, ', '), 'none found')
-    'time per point', sprintf('%.3f us in mode cpu, %.3f us in mode cuda (10100 points, order 32)', ...
+    'time per point', sprintf(['%.3f us in mode cpu, %.3f us in mode cuda ', ...
+                               '(10100 points, order 32)'], ...
                               found.timePerPoint.cpu * 1e6, found.timePerPoint.cuda * 1e6)};
   fprintf('\n');
   for i = 1:size(shown, 1)
@@ -336,11 +338,13 @@ end
 %! rim = @(t) min(l / 2 ./ abs(sin(t)), s / 2 ./ abs(cos(t)));
 %! corner = atan2(l, s);
 %! wave = @(t) exp(-1i * k * sqrt(z ^ 2 + rim(t) .^ 2));
-%! quarter = quadgk(wave, 0, corner, 'abstol', 1e-14) + quadgk(wave, corner, pi / 2, 'abstol', 1e-14);
+%! quarter = quadgk(wave, 0, corner, 'abstol', 1e-14) + ...
+%!           quadgk(wave, corner, pi / 2, 'abstol', 1e-14);
 %! assert(-1i * exp(-1i * k * z) + 1i / (2 * pi) * 4 * quarter, known, 1e-13);
 %! distance = @(x, y) sqrt(x .^ 2 + y .^ 2 + z ^ 2);
 %! wave = @(x, y) exp(-1i * k * distance(x, y)) ./ distance(x, y);
-%! p = k / (2 * pi) * integral2(wave, -s / 2, s / 2, -l / 2, l / 2, 'abstol', 1e-11, 'reltol', 1e-11);
+%! p = k / (2 * pi) * integral2(wave, -s / 2, s / 2, -l / 2, l / 2, 'abstol', 1e-11, ...
+%!                             'reltol', 1e-11);
 %! assert(p, known, 1e-9);
 
 %!test % the printed report ends with the verdict

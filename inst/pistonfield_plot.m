@@ -18,7 +18,7 @@ function h = pistonfield_plot(p, grid, varargin)
   %   p     - the field [Pa, or 'unit'], as many values as the grid has points
   %   grid  - where its points lie, made by pistonfield_grid
   %
-  % OPTIONAL INPUTS
+  % OPTIONAL INPUTS (names and values)
   %   'show'      - 'magnitude' of p (default), its 'level' [dB], its 'phase' [degrees] or its
   %                 'real' part
   %   'along'     - 'x', 'y' or 'z': a profile along the grid's first, second or third direction
@@ -199,12 +199,16 @@ end
 function drawing = draw_profile(quantity, grid, at, direction, options)
   [coordinate, label] = coordinates_of(grid, at, direction, direction);
   values = pick(quantity.values, at, direction);
+  limits = quantity.limits;
+  if isempty(options.limits) && strcmp(options.show, 'magnitude')
+    limits = 1.05 * limits;
+  end
   ax = options.axes;
   if isempty(ax)
     ax = axes('parent', new_figure(800, 450));
   end
   line = plot(ax, coordinate, values(:), 'linewidth', 2, 'color', [0.42 0.09 0.43]);
-  set(ax, 'xlim', sort(coordinate([1, end])), 'ylim', quantity.limits, 'xgrid', 'on', ...
+  set(ax, 'xlim', sort(coordinate([1, end])), 'ylim', limits, 'xgrid', 'on', ...
       'ygrid', 'on', 'gridcolor', [0.8 0.8 0.8]);
   xlabel(ax, label);
   ylabel(ax, quantity.label);
@@ -238,7 +242,7 @@ function drawing = draw_slices(quantity, grid, at, normals, options)
     ax(i) = axis_i;
     images(i) = image_i;
   end
-  bar = colorbar('peer', ax(end));
+  bar = colorbar(ax(end));
   ylabel(bar, quantity.label);
   set(ax(end), 'position', boxes(end, :));
   set(bar, 'position', bar_box);

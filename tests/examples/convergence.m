@@ -22,8 +22,8 @@ function expect_smallest_order(row, column, allowed)
     [nodes, weights] = gauss_rule(order);
     off(i) = abs(edge_integrals([0, 0, z], side, side, k, nodes, weights) - wanted);
   end
-  expect(off(1) <= allowed && off(2) > allowed, 'off by %g at order %d and %g at the one before', ...
-         off(1), row(column), off(2));
+  expect(off(1) <= allowed && off(2) > allowed, ...
+         'off by %g at order %d and %g at the one before', off(1), row(column), off(2));
 end
 
 function expect_orders(rows)
