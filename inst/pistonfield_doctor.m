@@ -331,6 +331,9 @@ end
 %! assert(~isempty(strfind(report.host, version())));
 %! assert(report.timePerPoint.cpu > 0 && report.timePerPoint.cpu < 1e-3);
 %! assert(report.timePerPoint.cuda > 0);
+%! assert(any(strcmp(report.backend, {'emulated', 'NVIDIA'})));
+%! assert(any(strcmp(report.instructionSet, {'x86-64', 'x86-64-v3', 'x86-64-v4'})));
+%! assert(~isempty(report.compiled) && ~isempty(report.revision));
 
 %!test % the known value is the single integral over the angle, and the surface integral
 %! known = 1.0713258273120091 + 1.1278700539190497i;

@@ -197,6 +197,8 @@ function [scale, unit] = readable_unit(largest, unit)
 end
 
 function drawing = draw_profile(quantity, grid, at, direction, options)
+  require(grid.sizes(direction) > 1, 'pistonfield_plot', 'along', ...
+          'a profile needs more than one point along its direction');
   [coordinate, label] = coordinates_of(grid, at, direction, direction);
   values = pick(quantity.values, at, direction);
   limits = quantity.limits;
@@ -254,6 +256,8 @@ function slice = slice_of(values, grid, at, normal)
   choices = [3 2; 3 1; 1 2];  % to the right and upwards, for each normal
   right = choices(normal, 1);
   up = choices(normal, 2);
+  require(all(grid.sizes([right, up]) > 1), 'pistonfield_plot', 'across', ...
+          'a slice needs more than one point along both its directions');
   steps = grid.transform([right, up], 1:3);
   lengths = sqrt(sum(steps .^ 2, 2));
   require(abs(steps(1, :) * steps(2, :)') <= 1e-9 * prod(lengths), 'pistonfield_plot', 'grid', ...
@@ -571,6 +575,10 @@ end
 %! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'along', 'up');
 %!error id=pistonfield:pistonfield_plot:across
 %! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'across', 'x', 'along', 'y');
+%!error <more than one point along its direction>
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'along', 'x');
+%!error <more than one point along both its directions>
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'across', 'x');
 %!error id=pistonfield:pistonfield_plot:at
 %! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'at', [1 2]);
 %!error id=pistonfield:pistonfield_plot:reference
