@@ -16,5 +16,5 @@ tests_can_be_built || options=(-D PISTONFIELD_TESTS=OFF)
 cmake --preset default "${options[@]}"
 cmake --build --preset default --target pistonfield_octave
 
-say "running examples/first_field.m in Octave"
-octave-cli --no-history --no-init-file --no-window-system examples/first_field.m
+say "running examples/example1_first_field.m in Octave"
+octave-cli --no-history --no-init-file --no-window-system examples/example1_first_field.m

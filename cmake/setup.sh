@@ -12,6 +12,7 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
+reader_packages=(python3-h5py)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
@@ -75,7 +76,8 @@ require_demo_packages() {
 }
 
 require_test_packages() {
-  require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}"
+  require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
+    "${reader_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.

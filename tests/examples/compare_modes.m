@@ -7,10 +7,7 @@
 
 % The table's rows: mode, difference and microseconds.
 function rows = table_of_example()
-  project = fileparts(fileparts(fileparts(mfilename('fullpath'))));
-  code = sprintf('run(''%s'')', fullfile(project, 'examples', 'compare_modes.m'));
-  [status, output, errors] = run_octave(code);
-  expect_same({status, errors}, {0, ''});
+  output = run_example('example2_compare_modes');
   pattern = '^(\w+) +(\d\.\de[-+]\d+|0\.0e\+00) +(\d+\.\d{3}) us$';
   rows = regexp(output, pattern, 'tokens', 'lineanchors');
 end
