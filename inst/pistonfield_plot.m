@@ -241,11 +241,17 @@ function drawing = draw_slices(quantity, grid, at, normals, options)
     xlabel(axis_i, slice.right_label);
     ylabel(axis_i, slice.up_label);
     put_title(axis_i, options.title, slice.title);
+    if slice.extent(2) < 0.1 * slice.extent(1)
+      set(axis_i, 'ytick', slice.up([1, end]));  % more would overlap
+    end
     ax(i) = axis_i;
     images(i) = image_i;
   end
   bar = colorbar(ax(end));
   ylabel(bar, quantity.label);
+  if strcmp(options.show, 'phase')
+    set(bar, 'ytick', -180:90:180);
+  end
   set(ax(end), 'position', boxes(end, :));
   set(bar, 'position', bar_box);
   drawing = struct('figure', fig, 'axes', ax, 'graphics', images, 'colorbar', bar);
@@ -392,7 +398,8 @@ function [fig, boxes, bar_box] = lay_out(extents, ax)
     boxes(i, :) = [x, middle - size_i(2) / 2, size_i];
     x = x + size_i(1);
   end
-  bar_box = [x + 12, middle - scale * high / 2, 14, scale * high];
+  bar_height = max(scale * high, 160);  % a strip's bar keeps room for its ticks
+  bar_box = [x + 12, middle - bar_height / 2, 14, bar_height];
   boxes = boxes ./ repmat([whole, whole], count, 1);
   bar_box = bar_box ./ [whole, whole];
 end
