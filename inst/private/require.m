@@ -5,7 +5,6 @@ function require(condition, caller, reason, varargin)
   % require(condition, caller, reason, template, ...): an error with the identifier
   % pistonfield:<caller>:<reason> and the text of the template, unless the condition holds.
   if ~condition
-    error(['pistonfield:', caller, ':', reason], ...
-          [caller, ': ', sprintf(strrep(varargin{1}, '%%', '%%%%'), varargin{2:end})]);
+    error(['pistonfield:', caller, ':', reason], '%s: %s', caller, sprintf(varargin{:}));
   end
 end

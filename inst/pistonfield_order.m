@@ -1,0 +1,123 @@
+function [order, estimate] = pistonfield_order(piston, grid, varargin)
+  % pistonfield_order: the order of the Gauss-Legendre rule that a field needs.
+  %
+  % DESCRIPTION
+  %   Finds the smallest order whose sums over the piston's edges are accurate to a tolerance on a
+  %   grid. The error of an order is the largest |p - p converged| over the grid, divided by the
+  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure.
+  %
+  %   The error is measured, not predicted: orders are doubled until the field stays the same, and
+  %   the smallest sufficient order is then found by bisection. A grid of up to 20000 points is
+  %   measured whole. Of a larger one, samples are: points spread over all of it, points spread over
+  %   the side that faces the piston, and the blocks of points around the piston's corners and the
+  %   middles of its edges, where fields are hardest. As points between them may be worse, the
+  %   samples are held to a fourth of the tolerance.
+  %
+  %   What rounding does to a field in the modes of single precision is not counted.
+  %
+  % USAGE
+  %   order = pistonfield_order(piston, grid, 'frequency', f)
+  %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', f, name, value, ...)
+  %
+  % INPUTS
+  %   piston       - struct with width and height [m], and optionally center [m] and orientation; see
+  %                  pistonfield_pressure
+  %   grid         - the points, made by pistonfield_grid [m]
+  %   'frequency'  - frequency [Hz]
+  %
+  % OPTIONAL INPUTS (names and values)
+  %   'tolerance'  - the largest error, relative to the largest |p| on the grid; default 1e-4
+  %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
+  %
+  % OUTPUTS
+  %   order        - the smallest order found to keep the tolerance
+  %   estimate     - estimate of its error, at most the tolerance
+  %
+  % EXAMPLES
+  %   piston = struct('width', 7.5e-3, 'height', 5e-3);
+  %   grid = pistonfield_grid((-15:0.3:15) * 1e-3, 0, (0.5:0.5:120) * 1e-3);
+  %   order = pistonfield_order(piston, grid, 'frequency', 1e6)
+  %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', 1e6, 'tolerance', 1e-8)
+  %
+  % See also: pistonfield_pressure, pistonfield_grid, pistonfield
+
+  % SPDX-FileCopyrightText: the pistonfield developers
+  % SPDX-License-Identifier: BSD-3-Clause
+
+  caller = 'pistonfield_order';
+  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and ''frequency'' with its value');
+  piston = read_piston(caller, piston);
+  require_grid(caller, grid);
+  options = read_order_options(caller, varargin);
+  place = place_before(caller, piston, grid);
+  require_module(caller);
+
+  k = 2 * pi * options.frequency / options.speed;
+  [samples, safety] = sample_grid(place, grid.sizes, piston);
+  field = @(order) sampled_field(samples, piston, k, order);
+  [upper, converged] = converge(caller, field, piston, k, options.tolerance);
+  deviation = @(order) safety * largest(field(order) - converged) / largest(converged);
+  [order, estimate] = smallest_order(deviation, upper, options.tolerance);
+end
+
+function options = read_order_options(caller, given)
+  defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  options = read_options(caller, defaults, given);
+  require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
+  names = fieldnames(defaults);
+  for i = 1:numel(names)
+    value = options.(names{i});
+    require(is_positive(value), caller, names{i}, '%s must be a real, finite number above 0', ...
+            names{i});
+    options.(names{i}) = double(value);
+  end
+end
+
+% Orders are doubled until a field differs from the one before by a hundredth of the tolerance. An
+% edge of the length L takes k*L/4 nodes before it resolves the waves along it at all; up to there
+% two fields might agree by chance.
+function [order, converged] = converge(caller, field, piston, k, tolerance)
+  largestOrder = 4096;
+  order = ceil(k * max(piston.width, piston.height) / 4) + 8;
+  converged = field(order);
+  while true
+    rougher = converged;
+    require(2 * order <= largestOrder, caller, 'tolerance', ...
+            'no order up to %d reaches the tolerance %g', largestOrder, tolerance);
+    converged = field(2 * order);
+    if largest(rougher - converged) <= tolerance / 100 * largest(converged)
+      return
+    end
+    order = 2 * order;
+  end
+end
+
+function [order, estimate] = smallest_order(deviation, upper, tolerance)
+  tooLow = 0;
+  order = upper;
+  estimate = deviation(upper);
+  while order - tooLow > 1
+    middle = floor((tooLow + order) / 2);
+    error = deviation(middle);
+    if error <= tolerance
+      order = middle;
+      estimate = error;
+    else
+      tooLow = middle;
+    end
+  end
+end
+
+% Points over a corner of the piston have no value.
+function value = largest(p)
+  value = max(abs(p(~isnan(p))));
+end
+
+function p = sampled_field(samples, piston, k, order)
+  p = cell(size(samples));
+  for i = 1:numel(samples)
+    p{i} = module_field(samples{i}.place, samples{i}.sizes, piston, k, 'cpu', order);
+    p{i} = p{i}(:);
+  end
+  p = vertcat(p{:});
+end
