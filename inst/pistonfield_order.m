@@ -121,3 +121,72 @@ function p = sampled_field(samples, piston, k, order)
   end
   p = vertcat(p{:});
 end
+
+%!shared piston, grid, water
+%! piston = struct('width', 7.5e-3, 'height', 5e-3);
+%! grid = pistonfield_grid((-8:2:8) * 1e-3, (-6:2:6) * 1e-3, (0.1:2:30) * 1e-3);
+%! water = {'frequency', 1e6, 'speed', 1482};
+
+%!function error = true_error(piston, grid, order)
+%!  % Against the edges' integrals by panels of 16 nodes and at most half a wavelength.
+%!  place = grid.transform;  k = 2 * pi * 1e6 / 1482;
+%!  [x, w] = composite_rule(16, ceil(8 * k * max(piston.width, piston.height) / pi));
+%!  [~, q] = evalc(['pistonfield(place, grid.sizes, piston.height, piston.width, k, "cpu", ', ...
+%!                  'reshape([x, w].'', [], 2))']);
+%!  [~, p] = evalc('pistonfield(place, grid.sizes, piston.height, piston.width, k, "cpu", order)');
+%!  error = max(abs(p(:) - q(:))) / max(abs(q(:)));
+%!endfunction
+
+%!function [x, w] = composite_rule(order, panels)
+%!  n = 1:order - 1;
+%!  beside = n ./ sqrt(4 * n .^ 2 - 1);
+%!  [vectors, values] = eig(diag(beside, 1) + diag(beside, -1));
+%!  x = (diag(values) + 1 + 2 * (0:panels - 1)) / panels - 1;
+%!  w = repmat(2 * vectors(1, :)' .^ 2 / panels, 1, panels);
+%!  x = x(:);  w = w(:);
+%!endfunction
+
+%!test % the order keeps the tolerance and the one below does not
+%! for tolerance = [1e-2, 1e-4, 1e-7, 1e-10]
+%!   [order, estimate] = pistonfield_order(piston, grid, water{:}, 'tolerance', tolerance);
+%!   assert(true_error(piston, grid, order) <= 1.02 * tolerance);
+%!   assert(true_error(piston, grid, order), estimate, 0.02 * tolerance);
+%!   assert(true_error(piston, grid, order - 1) > 0.98 * tolerance);
+%! end
+
+%!test % of a large grid only samples are computed, and the tolerance is kept all the same
+%! large = pistonfield_grid((-40:40) * 0.2e-3, (-30:30) * 0.2e-3, (0:9) * 0.3e-3);
+%! for tolerance = [1e-3, 1e-8]
+%!   [order, estimate] = pistonfield_order(piston, large, water{:}, 'tolerance', tolerance);
+%!   assert(estimate <= tolerance);
+%!   assert(true_error(piston, large, order) <= tolerance);
+%! end
+
+%!test % the tolerance is 1e-4 unless it is said
+%! assert(pistonfield_order(piston, grid, water{:}), ...
+%!        pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-4));
+
+%!test % near the face more is needed than far away, and for more wavelengths than for few
+%! near = pistonfield_grid((-8:8) * 1e-3, 0, 0.1e-3);
+%! far = pistonfield_grid((-8:8) * 1e-3, 0, 100e-3);
+%! assert(pistonfield_order(piston, near, water{:}) > pistonfield_order(piston, far, water{:}));
+%! assert(pistonfield_order(piston, near, 'frequency', 4e6) > ...
+%!        pistonfield_order(piston, near, 'frequency', 1e6));
+
+%!test % points over a corner are left out
+%! over = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, (0:3) * 1e-3);
+%! [order, estimate] = pistonfield_order(piston, over, water{:});
+%! assert(order > 1 && estimate <= 1e-4);
+
+%!error <no order up to 4096 reaches the tolerance 1e-18>
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-18);
+%!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)
+%!error id=pistonfield:pistonfield_order:piston pistonfield_order([], grid, water{:})
+%!error id=pistonfield:pistonfield_order:grid pistonfield_order(piston, [], water{:})
+%!error id=pistonfield:pistonfield_order:frequency pistonfield_order(piston, grid)
+%!error id=pistonfield:pistonfield_order:tolerance
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);
+%!error id=pistonfield:pistonfield_order:speed pistonfield_order(piston, grid, 'frequency', 1, 'speed', [])
+%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'order', 3)
+%!error id=pistonfield:pistonfield_order:behind
+%! pistonfield_order(piston, pistonfield_grid(0, 0, -1), water{:});
