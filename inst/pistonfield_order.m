@@ -20,8 +20,8 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', f, name, value, ...)
   %
   % INPUTS
-  %   piston       - struct with width and height [m], and optionally center [m] and orientation; see
-  %                  pistonfield_pressure
+  %   piston       - struct with width and height [m], and optionally center [m] and orientation;
+  %                  see pistonfield_pressure
   %   grid         - the points, made by pistonfield_grid [m]
   %   'frequency'  - frequency [Hz]
   %
@@ -45,7 +45,7 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % SPDX-License-Identifier: BSD-3-Clause
 
   caller = 'pistonfield_order';
-  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and ''frequency'' with its value');
+  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_order_options(caller, varargin);
@@ -187,7 +187,8 @@ end
 %!error id=pistonfield:pistonfield_order:frequency pistonfield_order(piston, grid)
 %!error id=pistonfield:pistonfield_order:tolerance
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);
-%!error id=pistonfield:pistonfield_order:speed pistonfield_order(piston, grid, 'frequency', 1, 'speed', [])
+%!error id=pistonfield:pistonfield_order:speed
+%! pistonfield_order(piston, grid, 'frequency', 1, 'speed', []);
 %!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'order', 3)
 %!error id=pistonfield:pistonfield_order:behind
 %! pistonfield_order(piston, pistonfield_grid(0, 0, -1), water{:});

@@ -26,26 +26,26 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   piston       - struct with the fields
   %                    width        side along the piston's x [m]
   %                    height       side along the piston's y [m]
-  %                    center       optional, the piston's centre [m], three numbers; default 0, 0, 0
-  %                    orientation  optional, 3 by 3 rotation matrix; its columns are the piston's x,
-  %                                 its y and its normal; default eye(3)
-  %   grid         - the points, made by pistonfield_grid [m]; none may lie behind the piston's plane
+  %                    center       optional: the piston's centre [m], 3-vector; default 0, 0, 0
+  %                    orientation  optional: 3 by 3 rotation matrix whose columns are the piston's
+  %                                 x, its y and its normal; default eye(3)
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
   %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
   %   'velocity'   - amplitude u0 of the piston's normal velocity [m/s]; default 1
-  %   'power'      - instead of the velocity: the radiated acoustic power, averaged over a period [W].
-  %                  It is R * u0^2 / 2 with the piston's radiation resistance R, integrated
-  %                  numerically (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
-  %   'mode'       - what computes: 'cpu' (default), 'cpudp', 'cpusp', 'cuda' or 'cudadp'. Far from a
-  %                  piston of few wavelengths only 'cpu' and 'cpudp' are accurate.
-  %   'tolerance'  - the largest error that may come from a finite order, relative to the largest |p|
-  %                  on the grid; default 1e-4. pistonfield_order finds the order.
+  %   'power'      - instead of the velocity: the radiated acoustic power, a period's mean [W]. It is
+  %                  R * u0^2 / 2 with the piston's radiation resistance R, integrated numerically
+  %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
+  %   'mode'       - what computes: 'cpu' (default), 'cpudp', 'cpusp', 'cuda' or 'cudadp'. Far from
+  %                  a piston of few wavelengths only 'cpu' and 'cpudp' are accurate.
+  %   'tolerance'  - the largest error that may come from a finite order, relative to the largest
+  %                  |p| on the grid; default 1e-4. pistonfield_order finds the order.
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge
-  %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each of
-  %                  a slab; default Inf
+  %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
+  %                  of a slab; default Inf
   %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
   %                  than 3 s
   %
@@ -59,10 +59,10 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    velocity    u0 [m/s]
   %                    power       the radiated power [W]
   %                    slabs       the number of slabs
-  %                    moved       the number of points exactly over a corner of the piston, where the
-  %                                edge integrals have no value; each was computed beside the corner,
-  %                                nearer to the axis by 1e-12 of its distance (1e-6 in 'cuda' and
-  %                                'cpusp')
+  %                    moved       the number of points exactly over a corner of the piston, where
+  %                                the edge integrals have no value; each was computed beside the
+  %                                corner, nearer to the axis by 1e-12 of its distance (1e-6 in
+  %                                'cuda' and 'cpusp')
   %                    seconds     the time it took [s]
   %
   % EXAMPLES
@@ -86,7 +86,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
 
   caller = 'pistonfield_pressure';
   start = tic();
-  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and ''frequency'' with its value');
+  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin);
@@ -110,7 +110,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   p = by_slabs(field, slabs, grid.sizes, start_progress(caller, options.progress));
   [p, moved] = fill_corners(p, field, place, grid.sizes, options.mode);
   info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
-                'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, 'seconds', toc(start));
+                'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, ...
+                'seconds', toc(start));
 end
 
 function options = read_pressure_options(caller, given)

@@ -14,6 +14,5 @@ function place = place_before(caller, piston, grid)
   lowest = place(4, 3) + sum(min(ways, 0));
   rounding = 64 * eps * (sum(abs(ways)) + norm(grid.transform(4, 1:3)) + norm(piston.center));
   require(lowest >= -rounding, caller, 'behind', ...
-          'the grid reaches %g m behind the plane of the piston, where the field is not defined', ...
-          -lowest);
+          'the grid reaches %g m behind the plane of the piston, where there is no field', -lowest);
 end

@@ -32,8 +32,10 @@ end
 function sample = part_at_piston(place, sizes, piston)
   corners = [[-1 1 -1 1] * piston.width; [-1 -1 1 1] * piston.height; 0 0 0 0] / 2;
   indices = pinv(place(1:3, 1:3)') * bsxfun(@minus, corners, place(4, 1:3)');
+  first = floor(min(indices, [], 2))' - 1;
+  last = ceil(max(indices, [], 2))' + 1;
   inside = @(index) max(0, min(index, sizes - 1));
-  sample = part(place, inside(floor(min(indices, [], 2)') - 1), inside(ceil(max(indices, [], 2)') + 1));
+  sample = part(place, inside(first), inside(last));
 end
 
 % The points from one to another, thinned to at most 4096 where they are closest.

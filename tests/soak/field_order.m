@@ -6,8 +6,8 @@
 %
 % Pistons measure 0.3 to 30 wavelengths, each side for itself. Grids have 1 to 200000 points in one,
 % two or three directions, over 0.1 to 10 times the piston's larger side; half of them are turned.
-% Their nearest point is 0.001 to 100 wavelengths before the piston's plane, in a quarter of the cases
-% in it. Tolerances are 1e-2 to 1e-8.
+% Their nearest point is 0.001 to 100 wavelengths before the piston's plane, in a quarter of the
+% cases in it. Tolerances are 1e-2 to 1e-8.
 
 1;
 
@@ -96,8 +96,8 @@ function [off, estimated] = try_case(number)
   estimated = estimate / c.tolerance;
   off = max(abs(difference(:))) / max(abs(p(:))) / c.tolerance;
   if off > 1
-    report('case %d: order %d, tolerance %.1e: error %.2f, estimate %.2f of it, %d x %d x %d points', ...
-           number, order, c.tolerance, off, estimated, c.grid.sizes);
+    report(['case %d: order %d, tolerance %.1e: error %.2f, estimate %.2f of it, ', ...
+            '%d x %d x %d points'], number, order, c.tolerance, off, estimated, c.grid.sizes);
   end
 end
 
