@@ -1,0 +1,194 @@
+function [order, estimate] = pistonfield_order(piston, grid, varargin)
+  % pistonfield_order: the order of the Gauss-Legendre rule that a field needs.
+  %
+  % DESCRIPTION
+  %   Finds the smallest order whose sums over the piston's edges are accurate to a tolerance on a
+  %   grid. The error of an order is the largest |p - p converged| over the grid, divided by the
+  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure.
+  %
+  %   The error is measured, not predicted: orders are doubled until the field stays the same, and
+  %   the smallest sufficient order is then found by bisection. A grid of up to 20000 points is
+  %   measured whole. Of a larger one three samples are, each of up to 4096 points: spread over all
+  %   of it, over the side that faces the piston, and over the part at the piston itself. Errors are
+  %   largest near the face and the edges. As points between the samples may be worse, their error
+  %   counts fourfold.
+  %
+  %   What rounding does to a field in the modes of single precision is not counted.
+  %
+  % USAGE
+  %   order = pistonfield_order(piston, grid, 'frequency', f)
+  %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', f, name, value, ...)
+  %
+  % INPUTS
+  %   piston       - struct with width and height [m], and optionally center [m] and orientation;
+  %                  see pistonfield_pressure
+  %   grid         - the points, made by pistonfield_grid [m]
+  %   'frequency'  - frequency [Hz]
+  %
+  % OPTIONAL INPUTS (names and values)
+  %   'tolerance'  - the largest error, relative to the largest |p| on the grid; default 1e-4
+  %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
+  %
+  % OUTPUTS
+  %   order        - the smallest order found to keep the tolerance
+  %   estimate     - estimate of its error, at most the tolerance
+  %
+  % EXAMPLES
+  %   piston = struct('width', 7.5e-3, 'height', 5e-3);
+  %   grid = pistonfield_grid((-15:0.3:15) * 1e-3, 0, (0.5:0.5:120) * 1e-3);
+  %   order = pistonfield_order(piston, grid, 'frequency', 1e6)
+  %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', 1e6, 'tolerance', 1e-8)
+  %
+  % See also: pistonfield_pressure, pistonfield_grid, pistonfield
+
+  % SPDX-FileCopyrightText: the pistonfield developers
+  % SPDX-License-Identifier: BSD-3-Clause
+
+  caller = 'pistonfield_order';
+  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
+  piston = read_piston(caller, piston);
+  require_grid(caller, grid);
+  options = read_order_options(caller, varargin);
+  place = place_before(caller, piston, grid);
+  require_module(caller);
+
+  k = 2 * pi * options.frequency / options.speed;
+  [samples, safety] = sample_grid(place, grid.sizes, piston);
+  field = @(order) sampled_field(samples, piston, k, order);
+  [upper, converged, doubt] = converge(caller, field, piston, k, options.tolerance);
+  error_of = @(order) doubt + safety * largest(field(order) - converged) / largest(converged);
+  [order, estimate] = smallest_order(error_of, upper, options.tolerance);
+end
+
+function options = read_order_options(caller, given)
+  defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  options = read_options(caller, defaults, given);
+  require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
+  names = fieldnames(defaults);
+  for i = 1:numel(names)
+    value = options.(names{i});
+    require(is_positive(value), caller, names{i}, '%s must be a real, finite number above 0', ...
+            names{i});
+    options.(names{i}) = double(value);
+  end
+end
+
+% Orders are doubled until the field changes by no more than a twentieth of the tolerance, the doubt
+% that remains. An edge of the length L takes k*L/4 nodes before it resolves the waves along it at
+% all; up to there two fields might agree by chance.
+function [order, converged, doubt] = converge(caller, field, piston, k, tolerance)
+  largestOrder = 4096;
+  order = ceil(k * max(piston.width, piston.height) / 4) + 8;
+  converged = field(order);
+  while true
+    require(2 * order <= largestOrder, caller, 'tolerance', ...
+            'no order up to %d reaches the tolerance %g', largestOrder, tolerance);
+    rougher = converged;
+    converged = field(2 * order);
+    doubt = largest(rougher - converged) / largest(converged);
+    if doubt <= tolerance / 20
+      return
+    end
+    order = 2 * order;
+  end
+end
+
+function [order, estimate] = smallest_order(error_of, upper, tolerance)
+  tooLow = 0;
+  order = upper;
+  estimate = error_of(upper);
+  while order - tooLow > 1
+    middle = floor((tooLow + order) / 2);
+    measured = error_of(middle);
+    if measured <= tolerance
+      order = middle;
+      estimate = measured;
+    else
+      tooLow = middle;
+    end
+  end
+end
+
+% Points over a corner of the piston have no value.
+function value = largest(p)
+  value = max(abs(p(~isnan(p))));
+end
+
+function p = sampled_field(samples, piston, k, order)
+  p = cell(size(samples));
+  for i = 1:numel(samples)
+    p{i} = module_field(samples{i}.place, samples{i}.sizes, piston, k, 'cpu', order);
+    p{i} = p{i}(:);
+  end
+  p = vertcat(p{:});
+end
+
+%!shared piston, grid, water
+%! piston = struct('width', 7.5e-3, 'height', 5e-3);
+%! grid = pistonfield_grid((-8:2:8) * 1e-3, (-6:2:6) * 1e-3, (0.1:2:30) * 1e-3);
+%! water = {'frequency', 1e6, 'speed', 1482};
+
+%!function error = true_error(piston, grid, order)
+%!  % Against the edges' integrals by panels of 16 nodes and at most half a wavelength.
+%!  place = grid.transform;  k = 2 * pi * 1e6 / 1482;
+%!  [x, w] = composite_rule(16, ceil(8 * k * max(piston.width, piston.height) / pi));
+%!  [~, q] = evalc(['pistonfield(place, grid.sizes, piston.height, piston.width, k, "cpu", ', ...
+%!                  'reshape([x, w].'', [], 2))']);
+%!  [~, p] = evalc('pistonfield(place, grid.sizes, piston.height, piston.width, k, "cpu", order)');
+%!  error = max(abs(p(:) - q(:))) / max(abs(q(:)));
+%!endfunction
+
+%!function [x, w] = composite_rule(order, panels)
+%!  n = 1:order - 1;
+%!  beside = n ./ sqrt(4 * n .^ 2 - 1);
+%!  [vectors, values] = eig(diag(beside, 1) + diag(beside, -1));
+%!  x = (diag(values) + 1 + 2 * (0:panels - 1)) / panels - 1;
+%!  w = repmat(2 * vectors(1, :)' .^ 2 / panels, 1, panels);
+%!  x = x(:);  w = w(:);
+%!endfunction
+
+%!test % the order keeps the tolerance and the one below does not
+%! for tolerance = [1e-2, 1e-4, 1e-7, 1e-10]
+%!   [order, estimate] = pistonfield_order(piston, grid, water{:}, 'tolerance', tolerance);
+%!   assert(true_error(piston, grid, order) <= tolerance);
+%!   assert(true_error(piston, grid, order), estimate, 0.06 * tolerance);
+%!   assert(true_error(piston, grid, order - 1) > 0.94 * tolerance);
+%! end
+
+%!test % of a large grid only samples are computed, and the tolerance is kept all the same
+%! large = pistonfield_grid((-40:40) * 0.2e-3, (-30:30) * 0.2e-3, (0:9) * 0.3e-3);
+%! for tolerance = [1e-3, 1e-8]
+%!   [order, estimate] = pistonfield_order(piston, large, water{:}, 'tolerance', tolerance);
+%!   assert(estimate <= tolerance);
+%!   assert(true_error(piston, large, order) <= tolerance);
+%! end
+
+%!test % the tolerance is 1e-4 unless it is said
+%! assert(pistonfield_order(piston, grid, water{:}), ...
+%!        pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-4));
+
+%!test % near the face more is needed than far away, and for more wavelengths than for few
+%! near = pistonfield_grid((-8:8) * 1e-3, 0, 0.1e-3);
+%! far = pistonfield_grid((-8:8) * 1e-3, 0, 100e-3);
+%! assert(pistonfield_order(piston, near, water{:}) > pistonfield_order(piston, far, water{:}));
+%! assert(pistonfield_order(piston, near, 'frequency', 4e6) > ...
+%!        pistonfield_order(piston, near, 'frequency', 1e6));
+
+%!test % points over a corner are left out
+%! over = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, (0:3) * 1e-3);
+%! [order, estimate] = pistonfield_order(piston, over, water{:});
+%! assert(order > 1 && estimate <= 1e-4);
+
+%!error <no order up to 4096 reaches the tolerance 1e-18>
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-18);
+%!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)
+%!error id=pistonfield:pistonfield_order:piston pistonfield_order([], grid, water{:})
+%!error id=pistonfield:pistonfield_order:grid pistonfield_order(piston, [], water{:})
+%!error id=pistonfield:pistonfield_order:frequency pistonfield_order(piston, grid)
+%!error id=pistonfield:pistonfield_order:tolerance
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);
+%!error id=pistonfield:pistonfield_order:speed
+%! pistonfield_order(piston, grid, 'frequency', 1, 'speed', []);
+%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'order', 3)
+%!error id=pistonfield:pistonfield_order:behind
+%! pistonfield_order(piston, pistonfield_grid(0, 0, -1), water{:});

@@ -1,0 +1,414 @@
+function [p, info] = pistonfield_pressure(piston, grid, varargin)
+  % pistonfield_pressure: the complex pressure of a rectangular piston, in Pa.
+  %
+  % DESCRIPTION
+  %   Computes the sound pressure that a flat rectangular piston radiates into a fluid half space at
+  %   every point of a regular grid. The piston vibrates as one, along its normal, with the velocity
+  %   u0 * exp(+j*omega*t), in a rigid baffle. The module pistonfield does the work. Its value q
+  %   stands for the Rayleigh integral:
+  %
+  %     p = j*omega*rho*u0 / (2*pi) * integral of exp(-j*k*R) / R over the piston's surface
+  %       = j*rho*c*u0 * q,    q = k / (2*pi) * the same integral,
+  %
+  %   with omega = 2*pi*frequency, k = omega / c and R the distance to the surface element. The
+  %   pressure at the time t is real(p * exp(1i*omega*t)).
+  %
+  %   Long fields are computed in slabs, along the grid's third direction and then along the second,
+  %   so that they show how far they are, can be interrupted by Ctrl-C and stay within a memory
+  %   limit. The values are those of one call, bit for bit. (The exception: in the modes of the GPU,
+  %   with a grid that is turned against the piston, positions may differ by their rounding.)
+  %
+  % USAGE
+  %   p = pistonfield_pressure(piston, grid, 'frequency', f)
+  %   [p, info] = pistonfield_pressure(piston, grid, 'frequency', f, name, value, ...)
+  %
+  % INPUTS
+  %   piston       - struct with the fields
+  %                    width        side along the piston's x [m]
+  %                    height       side along the piston's y [m]
+  %                    center       optional: the piston's centre [m], 3-vector; default 0, 0, 0
+  %                    orientation  optional: 3 by 3 rotation matrix whose columns are the piston's
+  %                                 x, its y and its normal; default eye(3)
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston
+  %   'frequency'  - frequency [Hz]
+  %
+  % OPTIONAL INPUTS (names and values)
+  %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
+  %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
+  %   'velocity'   - amplitude u0 of the piston's normal velocity [m/s]; default 1
+  %   'power'      - instead of the velocity: the radiated acoustic power, a period's mean [W]. It is
+  %                  R * u0^2 / 2 with the piston's radiation resistance R, integrated numerically
+  %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
+  %   'mode'       - what computes: 'cpu' (default), 'cpudp', 'cpusp', 'cuda' or 'cudadp'. Far from
+  %                  a piston of few wavelengths only 'cpu' and 'cpudp' are accurate.
+  %   'tolerance'  - the largest error that may come from a finite order, relative to the largest
+  %                  |p| on the grid; default 1e-4. pistonfield_order finds the order.
+  %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge
+  %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
+  %                  of a slab; default Inf
+  %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
+  %                  than 3 s
+  %
+  % OUTPUTS
+  %   p            - complex pressure amplitude [Pa], an array of the grid's sizes
+  %   info         - struct with the fields
+  %                    order       the order that was used
+  %                    estimate    estimate of the error of a finite order, relative to the largest
+  %                                |p|; NaN where the order was given
+  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    velocity    u0 [m/s]
+  %                    power       the radiated power [W]
+  %                    slabs       the number of slabs
+  %                    moved       the number of points exactly over a corner of the piston, where
+  %                                the edge integrals have no value; each was computed beside the
+  %                                corner, nearer to the axis by 1e-12 of its distance (1e-6 in
+  %                                'cuda' and 'cpusp')
+  %                    seconds     the time it took [s]
+  %
+  % EXAMPLES
+  %   % A piston of 7.5 mm by 5 mm that radiates 1 W at 1 MHz into water, in the plane y = 0.
+  %   piston = struct('width', 7.5e-3, 'height', 5e-3);
+  %   x = (-15:0.3:15) * 1e-3;
+  %   z = (0.5:0.5:120) * 1e-3;
+  %   [p, info] = pistonfield_pressure(piston, pistonfield_grid(x, 0, z), ...
+  %                                    'frequency', 1e6, 'power', 1);
+  %   imagesc(z, x, squeeze(abs(p)));
+  %
+  %   % The same piston turned by 20 degrees about y, 10 mm to the left.
+  %   piston.center = [-10e-3, 0, 0];
+  %   piston.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)];
+  %   p = pistonfield_pressure(piston, pistonfield_grid(x, 0, z + 20e-3), 'frequency', 1e6);
+  %
+  % See also: pistonfield_grid, pistonfield_order, pistonfield
+
+  % SPDX-FileCopyrightText: the pistonfield developers
+  % SPDX-License-Identifier: BSD-3-Clause
+
+  caller = 'pistonfield_pressure';
+  start = tic();
+  require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
+  piston = read_piston(caller, piston);
+  require_grid(caller, grid);
+  options = read_pressure_options(caller, varargin);
+  place = place_before(caller, piston, grid);
+  require_module(caller);
+
+  k = 2 * pi * options.frequency / options.speed;
+  [velocity, power] = drive(piston, k, options);
+  estimate = NaN;
+  order = options.order;
+  if isempty(order)
+    [order, estimate] = pistonfield_order(piston, grid, 'frequency', options.frequency, ...
+                                          'speed', options.speed, 'tolerance', options.tolerance);
+  end
+  require_order(caller, order, options.mode);
+
+  slabs = cut_grid(place, grid.sizes, points_of_slab(caller, grid.sizes, order, options), ...
+                   options.mode);
+  field = @(place, sizes) 1i * options.density * options.speed * velocity * ...
+                          module_field(place, sizes, piston, k, options.mode, order);
+  p = by_slabs(field, slabs, grid.sizes, start_progress(caller, options.progress));
+  [p, moved] = fill_corners(p, field, place, grid.sizes, options.mode);
+  info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
+                'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, ...
+                'seconds', toc(start));
+end
+
+function options = read_pressure_options(caller, given)
+  defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
+                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'progress', 'auto');
+  options = read_options(caller, defaults, given);
+  require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
+  options = require_one_of(caller, options, 'velocity', 'power', 1);
+  options = require_one_of(caller, options, 'tolerance', 'order', 1e-4);
+  for name = {'frequency', 'speed', 'density', 'velocity', 'power', 'tolerance', 'order'}
+    value = options.(name{1});
+    require(isempty(value) || is_positive(value), caller, name{1}, ...
+            '%s must be a real, finite number above 0', name{1});
+    options.(name{1}) = double(value);
+  end
+  require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
+          'memory must be a number of bytes, or Inf');
+  require_word(caller, 'mode', options.mode, {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'});
+  require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
+end
+
+% Of two options that say the same thing in two ways at most one may be given.
+function options = require_one_of(caller, options, first, second, default)
+  require(isempty(options.(first)) || isempty(options.(second)), caller, second, ...
+          'give %s or %s, not both', first, second);
+  if isempty(options.(first)) && isempty(options.(second))
+    options.(first) = default;
+  end
+end
+
+function require_word(caller, name, value, words)
+  require(ischar(value) && any(strcmp(value, words)), caller, name, '%s must be one of: %s', ...
+          name, strjoin(words, ', '));
+end
+
+function require_order(caller, order, mode)
+  require(order == fix(order), caller, 'order', 'order must be a whole number');
+  largestOnGpu = 512;
+  require(order <= largestOnGpu || ~strncmp(mode, 'cuda', 4), caller, 'order', ...
+          'an order of %d is more than the %d of the mode %s; compute on the CPU', ...
+          order, largestOnGpu, mode);
+end
+
+function [velocity, power] = drive(piston, k, options)
+  resistance = options.density * options.speed * ...
+               radiation_resistance(piston.width, piston.height, k);
+  velocity = options.velocity;
+  if isempty(velocity)
+    velocity = sqrt(2 * options.power / resistance);
+  end
+  power = resistance * velocity ^ 2 / 2;
+end
+
+% The most points of a slab: what leaves the memory limit and the limits of a GPU, and takes about
+% two seconds on one core. A GPU is given more, as a call costs it a fraction of a second.
+function points = points_of_slab(caller, sizes, order, options)
+  whole = 16 * prod(sizes);
+  each = 64;
+  require(whole + each <= options.memory, caller, 'memory', ...
+          'a field of %d x %d x %d points needs %g bytes, more than memory allows', ...
+          sizes, whole + each);
+  points = floor((options.memory - whole) / each);
+  switch options.mode
+    case 'cuda'
+      limits = [4e9 / order, 2 ^ 31 / 8 - 1];
+    case 'cudadp'
+      limits = [4e9 / order, 2 ^ 31 / 16 - 1];
+    otherwise
+      limits = [2e8 / order, 2 ^ 31 - 1];
+  end
+  points = max(1, min([points, limits]));
+end
+
+function p = by_slabs(field, slabs, sizes, progress)
+  total = size(slabs.first, 1);
+  if total == 1
+    p = field(slabs.place([0, 0, 0]), sizes);
+    return
+  end
+  p = complex(zeros(sizes));
+  n = slabs.count;
+  for i = 1:total
+    at = slabs.first(i, :);
+    p(at(1) + (1:n(1)), at(2) + (1:n(2)), at(3) + (1:n(3))) = field(slabs.place(at), n);
+    progress = show_progress(progress, i / total);
+  end
+end
+
+% A point exactly over a corner takes the value of one beside it: the pressure is continuous there.
+function [p, moved] = fill_corners(p, field, place, sizes, mode)
+  lost = find(isnan(p))';
+  moved = numel(lost);
+  nearer = 1 - 2 ^ -40;
+  if any(strcmp(mode, {'cuda', 'cpusp'}))
+    nearer = 1 - 2 ^ -20;
+  end
+  for i = lost
+    [ix, iy, iz] = ind2sub(sizes, i);
+    position = [ix - 1, iy - 1, iz - 1, 1] * place(:, 1:3);
+    point = eye(4);
+    point(4, 1:3) = position .* [nearer, nearer, 1];
+    p(i) = field(point, [1 1 1]);
+  end
+end
+
+%!shared piston, grid, call
+%! piston = struct('width', 3e-3, 'height', 2e-3);
+%! grid = pistonfield_grid((-3:3) * 0.7e-3, (-2:3) * 0.9e-3, (1:5) * 1.1e-3);
+%! call = @(varargin) pistonfield_pressure(piston, grid, 'frequency', 1e6, varargin{:});
+
+%!function p = rayleigh(points, width, height, omega, rho, c, u0)
+%!  % The surface integral, at points before a piston that lies in the plane z = 0.
+%!  p = zeros(1, columns(points));
+%!  for i = 1:numel(p)
+%!    at = points(:, i);
+%!    r = @(x, y) sqrt((at(1) - x) .^ 2 + (at(2) - y) .^ 2 + at(3) ^ 2);
+%!    wave = @(x, y) exp(-1i * omega / c * r(x, y)) ./ r(x, y);
+%!    p(i) = 1i * omega * rho * u0 / (2 * pi) * integral2(wave, -width / 2, width / 2, ...
+%!           -height / 2, height / 2, 'AbsTol', 1e-13, 'RelTol', 1e-10);
+%!  end
+%!endfunction
+
+%!test % the pressure is the Rayleigh integral
+%! [p, info] = pistonfield_pressure(piston, grid, 'frequency', 0.8e6, 'speed', 1500, ...
+%!                                  'density', 900, 'velocity', 0.2, 'tolerance', 1e-9);
+%! assert(size(p), [7 6 5]);
+%! assert(info.wavenumber, 2 * pi * 0.8e6 / 1500, 1e-9);
+%! [x, y, z] = pistonfield_grid(grid, 'positions');
+%! some = [1 20 77 134 210];
+%! wanted = rayleigh([x(some); y(some); z(some)], 3e-3, 2e-3, 2 * pi * 0.8e6, 900, 1500, 0.2);
+%! assert(p(some), wanted, 2e-9 * max(abs(p(:))));
+
+%!test % a moved and turned piston radiates along its normal
+%! % Columns: x, y and normal, by rotations about all three axes.
+%! turn = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)] * ...
+%!        [cosd(40) -sind(40) 0; sind(40) cosd(40) 0; 0 0 1] * ...
+%!        [1 0 0; 0 cosd(10) -sind(10); 0 sind(10) cosd(10)];
+%! own = [0.5 -1 2; 1.2 0.3 -2; 2 3 7] * 1e-3;  % columns: points in the piston's frame
+%! center = [4; -5; 6] * 1e-3;
+%! turned = piston;  turned.center = center;  turned.orientation = turn;
+%! wanted = rayleigh(own, 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
+%! for i = 1:3
+%!   at = center + turn * own(:, i);
+%!   p = pistonfield_pressure(turned, pistonfield_grid(at(1), at(2), at(3)), ...
+%!                            'frequency', 1e6, 'tolerance', 1e-9);
+%!   assert(p, wanted(i), 3e-9 * abs(wanted(i)));
+%! end
+
+%!test % far off on the axis the piston is a point: j*omega*rho*u0*area/(2 pi z)*exp(-j*k*z)
+%! k = 2 * pi * 1e6 / 1482;  z = 50;
+%! p = pistonfield_pressure(piston, pistonfield_grid(0, 0, z), 'frequency', 1e6);
+%! % The first term neglected turns the phase by k*(width^2 + height^2)/(24 z), 4.6e-5.
+%! assert(p, 1i * 2 * pi * 1e6 * 998 * 6e-6 / (2 * pi * z) * exp(-1i * k * z), 5e-5 * abs(p));
+
+%!test % at low frequencies the pressure amid the face is that of an inert layer of fluid:
+%! % j*omega*rho*u0/(2 pi) times the potential of the rectangle, 2*(a*asinh(b/a) + b*asinh(a/b))
+%! p = pistonfield_pressure(piston, pistonfield_grid(0, 0, 0), 'frequency', 1, 'tolerance', 1e-9);
+%! wanted = 1i * 998 * 2 * (3e-3 * asinh(2 / 3) + 2e-3 * asinh(3 / 2));
+%! assert(p, wanted, 1e-5 * abs(wanted));
+
+%!test % it is the module's value times j*rho*c*u0
+%! [~, q] = evalc("pistonfield(grid.transform, grid.sizes, 2e-3, 3e-3, 2*pi*1e6/1482, 'cpu', 24)");
+%! assert(isequal(call('order', 24, 'velocity', 3), 1i * 998 * 1482 * 3 * q));
+
+%!function check_slabs(piston, grid, mode, slabs)
+%!  field = @(memory) pistonfield_pressure(piston, grid, 'frequency', 1e6, 'order', 12, ...
+%!                                         'mode', mode, 'memory', memory);
+%!  [whole, info] = field(Inf);
+%!  assert(info.slabs, 1);
+%!  for i = 1:numel(slabs)
+%!    points = prod(grid.sizes);
+%!    [p, info] = field(16 * points + 64 * points / slabs(i));
+%!    assert(info.slabs, slabs(i));
+%!    assert(isequal(p, whole), 'mode %s, %d slabs: off by %g', mode, slabs(i), ...
+%!           max(abs(p(:) - whole(:))));
+%!  end
+%!endfunction
+
+%!test % slabs have the same values, bit for bit, in every mode
+%! % A third of a millimetre makes every coordinate round.
+%! points = pistonfield_grid((-6:6) / 3000, (-5:6) / 3000, 0.1e-3 + (0:16) / 3000);
+%! for mode = {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'}
+%!   check_slabs(piston, points, mode{1}, [17, 17 * 12, 17 * 12 * 13]);
+%! end
+
+%!test % that holds for a piston elsewhere, and for one turned by a right angle
+%! points = pistonfield_grid((-6:6) / 3000, (-5:6) / 3000, 0.1 + (0:16) / 3000);
+%! turned = piston;
+%! turned.center = [-1 / 700, 1 / 300, 0.01];
+%! turned.orientation = [0 -1 0; 1 0 0; 0 0 1];
+%! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+%!   check_slabs(turned, points, mode{1}, [17, 17 * 12]);
+%! end
+
+%!test % a grid that is turned about the piston's axis is cut along it
+%! steps = [cosd(30) -sind(30) 0; sind(30) cosd(30) 0; 0 0 1] / 3000;
+%! points = pistonfield_grid([-1 -2 1] * 1e-3, steps, [7 9 11]);
+%! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+%!   check_slabs(piston, points, mode{1}, 11);
+%! end
+
+%!test % on the CPU any grid can be cut
+%! points = pistonfield_grid([-1 -2 3] * 1e-3, [9 1 2; -1 8 3; 2 -3 7] / 30000, [7 9 11]);
+%! for mode = {'cpu', 'cpudp', 'cpusp'}
+%!   check_slabs(piston, points, mode{1}, [7, 7 * 9]);
+%! end
+
+%!test % on a GPU slabs of a turned grid differ by the rounding of positions alone
+%! % In units of the roundoff, the two positions are off by at most 7 each and the two values by
+%! % 3 * (1 + k*R); see docs/reliability.md.
+%! steps = [9 1 2; -1 8 3; 2 -3 7] / 30000;
+%! points = pistonfield_grid([-1 -2 3] * 1e-3, steps, [7 9 11]);
+%! extent = norm(abs([-1; -2; 3]) * 1e-3 + abs(steps) * [6; 8; 10]);
+%! for mode = {'cuda', 'cudadp'}
+%!   unit = eps('single') / 2;  if mode{1}(end) == 'p', unit = eps / 2; end
+%!   field = @(memory) pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 12, ...
+%!                                          'mode', mode{1}, 'memory', memory);
+%!   whole = field(Inf);
+%!   [p, info] = field(16 * 693 + 64 * 63);
+%!   assert(info.slabs, 11);
+%!   assert(p, whole, 20 * unit * (1 + info.wavenumber * extent) * max(abs(whole(:))));
+%! end
+
+%!test % a field with more points across than a GPU's launch has room for
+%! points = pistonfield_grid(0, (-399:400) * 1e-5, (1:700) * 1e-5);
+%! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
+%! assert(info.slabs, 700);
+%! assert(size(p), [1 800 700]);
+
+%!test % a point over a corner has the pressure of the points around it
+%! points = pistonfield_grid([-1.5 1.5] * 1e-3, [-1 1] * 1e-3, (0:2) * 1e-3);
+%! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+%!   [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'mode', mode{1}, ...
+%!                                    'order', 100);
+%!   assert(info.moved >= 9);
+%!   wanted = rayleigh([1.5e-3; 1e-3; 2e-3], 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
+%!   assert(p(:, :, 3), wanted * ones(2), 1e-4 * abs(wanted));
+%!   assert(p(:, :, 1), p(1, 1, 1) * ones(2), 1e-4 * abs(p(1, 1, 1)));
+%! end
+
+%!test % the power given is what the far field carries away: |p|^2/(2 rho c) over a half sphere
+%! [~, info] = call('power', 2);
+%! assert(info.power, 2, 1e-12);
+%! k = info.wavenumber;
+%! sinc1 = @(a) sin(a + (a == 0)) ./ (a + (a == 0)) .* (a ~= 0) + (a == 0);
+%! pattern = @(t, f) sinc1(k * 1.5e-3 * sin(t) .* cos(f)) .* sinc1(k * 1e-3 * sin(t) .* sin(f));
+%! source = 998 * 1482 * k * info.velocity * 6e-6 / (2 * pi);
+%! carried = integral2(@(t, f) (source * pattern(t, f)) .^ 2 .* sin(t), 0, pi / 2, 0, 2 * pi, ...
+%!                     'AbsTol', 1e-9, 'RelTol', 1e-9) / (2 * 998 * 1482);
+%! assert(carried, 2, 1e-7);
+
+%!test % the power of a large piston is that of a plane wave, of a small one that of a point
+%! point = pistonfield_grid(0, 0, 1);
+%! [~, info] = pistonfield_pressure(struct('width', 0.2, 'height', 0.3), point, ...
+%!                                  'frequency', 1e6, 'order', 200);
+%! assert(info.power, 998 * 1482 * 0.06 / 2, 0.01 * info.power);
+%! [~, info] = pistonfield_pressure(piston, point, 'frequency', 100);
+%! assert(info.power, 998 * 1482 * (info.wavenumber * 6e-6) ^ 2 / (4 * pi), 1e-6 * info.power);
+
+%!test % the tolerance decides on the order
+%! [~, rough] = call('tolerance', 1e-2);
+%! [~, fine] = call('tolerance', 1e-8);
+%! assert(rough.order < fine.order && fine.estimate <= 1e-8);
+%! [~, info] = call('order', 7);
+%! assert(info.order == 7 && isnan(info.estimate));
+
+%!test % progress is printed for slabs when asked for, and not for a short field by itself
+%! memory = 16 * 210 + 64 * 42;
+%! quiet = evalc("call('memory', memory);");
+%! assert(quiet, '');
+%! shown = evalc("call('memory', memory, 'progress', 'text');");
+%! assert(~isempty(regexp(shown, 'pistonfield_pressure: 100 %, \d+ s, 0 s left\n$')));
+
+%!error id=pistonfield:pistonfield_pressure:arguments pistonfield_pressure(struct())
+%!error id=pistonfield:pistonfield_pressure:piston pistonfield_pressure(3, grid, 'frequency', 1)
+%!error <piston.width must be a length>
+%! pistonfield_pressure(struct('width', 0, 'height', 1), grid, 'frequency', 1);
+%!error <piston.centre is no field of a piston>
+%! wrong = piston;  wrong.centre = [0 0 0];  pistonfield_pressure(wrong, grid, 'frequency', 1);
+%!error <piston.center must be three>
+%! wrong = piston;  wrong.center = [0 0];  pistonfield_pressure(wrong, grid, 'frequency', 1);
+%!error <piston.orientation must be a 3 by 3 rotation>
+%! wrong = piston;  wrong.orientation = -eye(3);  pistonfield_pressure(wrong, grid, 'frequency', 1);
+%!error id=pistonfield:pistonfield_pressure:grid pistonfield_pressure(piston, 3, 'frequency', 1)
+%!error <the grid reaches 0.004 m behind>
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, (-4:3) * 1e-3), 'frequency', 1);
+%!error <frequency is missing> pistonfield_pressure(piston, grid)
+%!error id=pistonfield:pistonfield_pressure:frequency call('frequency', -1)
+%!error id=pistonfield:pistonfield_pressure:speed call('speed', 'fast')
+%!error id=pistonfield:pistonfield_pressure:density call('density', NaN)
+%!error id=pistonfield:pistonfield_pressure:velocity call('velocity', [1 2])
+%!error <give velocity or power, not both> call('velocity', 1, 'power', 1)
+%!error <give tolerance or order, not both> call('tolerance', 1e-3, 'order', 10)
+%!error <order must be a whole number> call('order', 10.5)
+%!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
+%!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
+%!error <progress must be one of: none> call('progress', 'loud')
+%!error <needs 3424 bytes, more than memory allows> call('memory', 3400)
+%!error <'colour' is no option; there are: frequency, speed> call('colour', 1)
+%!error <options come in pairs> call('order')

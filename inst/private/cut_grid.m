@@ -1,0 +1,70 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+function slabs = cut_grid(place, sizes, points, mode)
+  % slabs = cut_grid(place, sizes, points, mode): the grid in slabs of at most so many points, one
+  % in each call of the module; a struct with
+  %   count  1 by 3, the sizes of every slab
+  %   first  N by 3, the indices of each slab's first point, counted from 0, in rising order
+  %   place  function handle: the transform of the slab with a given first point
+  %
+  % A point has the same value, bit for bit, in its slab and in the whole grid, because it has the
+  % same position. That takes some care, as positions are rounded sums. On the CPU one is
+  %   ((origin + ix * first step) + iy * second step) + iz * third step,
+  % on a GPU
+  %   ((iy * second step + ix * first step) + iz * third step) + origin,
+  % in the precision of the mode. A slab is one layer thick, so that what the direction of the cut
+  % adds is one constant. With it in the origin the sum is the same if in each coordinate that the
+  % constant changes no other direction adds anything; on the CPU, before it. So a grid that is
+  % aligned with the piston can be cut in any direction, and on the CPU any grid can be cut in the
+  % first one. Only a grid that is turned against the piston has no such cut on a GPU. It is cut all
+  % the same, and positions may then differ by their rounding.
+  onGpu = strncmp(mode, 'cuda', 4);
+  count = sizes;
+  while too_large(count, points, onGpu)
+    count(direction_of_cut(place, sizes, count, onGpu)) = 1;
+  end
+  slabs.count = count;
+  slabs.first = first_points(sizes, count);
+  slabs.place = @(first) place_from(place, first, mode);
+end
+
+% A launch on a GPU has no room for more points along the second and third direction.
+function yes = too_large(count, points, onGpu)
+  yes = any(count > 1) && (prod(count) > points || (onGpu && count(2) * count(3) > 524280));
+end
+
+function direction = direction_of_cut(place, sizes, count, onGpu)
+  candidates = find(count > 1);
+  for direction = fliplr(candidates)
+    if onGpu
+      beside = setdiff(find(sizes > 1), direction);
+    else
+      beside = candidates(candidates < direction);
+    end
+    changed = place(direction, 1:3) ~= 0;
+    if ~any(any(place(beside, changed)))
+      return
+    end
+  end
+  direction = candidates(end);
+end
+
+function first = first_points(sizes, count)
+  starts = arrayfun(@(n, step) 0:step:n - 1, sizes, count, 'UniformOutput', false);
+  [ix, iy, iz] = ndgrid(starts{:});
+  first = [ix(:), iy(:), iz(:)];
+end
+
+function place = place_from(place, first, mode)
+  t = place;
+  if any(strcmp(mode, {'cuda', 'cpusp'}))
+    t = single(t);
+  end
+  if strncmp(mode, 'cuda', 4)
+    origin = ((first(2) * t(2, :) + first(1) * t(1, :)) + first(3) * t(3, :)) + t(4, :);
+  else
+    origin = ((t(4, :) + first(1) * t(1, :)) + first(2) * t(2, :)) + first(3) * t(3, :);
+  end
+  place(4, 1:3) = double(origin(1:3));
+end
