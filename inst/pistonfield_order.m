@@ -8,8 +8,8 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   %
   %   The error is measured, not predicted: orders are doubled until the field stays the same, and
   %   the smallest sufficient order is then found by bisection. A grid of up to 20000 points is
-  %   measured whole. Of a larger one three samples are, each of up to 4096 points: spread over all
-  %   of it, over the side that faces the piston, and over the part at the piston itself. Errors are
+  %   measured whole. Of a larger one samples of up to 4096 points each are: spread over all of it,
+  %   over the side that faces the piston, and along each of the piston's edges, since errors are
   %   largest near the face and the edges. As points between the samples may be worse, their error
   %   counts fourfold.
   %

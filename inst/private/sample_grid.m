@@ -10,8 +10,8 @@ function [samples, safety] = sample_grid(place, sizes, piston)
     safety = 1;
     return
   end
-  samples = {part(place, [0 0 0], sizes - 1), facing_side(place, sizes), ...
-             part_at_piston(place, sizes, piston)};
+  samples = [{part(place, [0 0 0], sizes - 1), facing_side(place, sizes)}, ...
+             along_edges(place, sizes, piston)];
   safety = 4;
 end
 
@@ -28,14 +28,20 @@ function sample = facing_side(place, sizes)
   sample = part(place, first, last);
 end
 
-% The box of points in which the piston lies, or what of the grid is next to it.
-function sample = part_at_piston(place, sizes, piston)
-  corners = [[-1 1 -1 1] * piston.width; [-1 -1 1 1] * piston.height; 0 0 0 0] / 2;
+% For each edge of the piston the box of points in which it lies, or what of the grid is next to it.
+% The box of an edge along the grid is narrow, and keeps all points nearest to the edge but for the
+% thinning along it.
+function samples = along_edges(place, sizes, piston)
+  corners = [[-1 1 1 -1] * piston.width; [-1 -1 1 1] * piston.height; 0 0 0 0] / 2;
   indices = pinv(place(1:3, 1:3)') * bsxfun(@minus, corners, place(4, 1:3)');
-  first = floor(min(indices, [], 2))' - 1;
-  last = ceil(max(indices, [], 2))' + 1;
   inside = @(index) max(0, min(index, sizes - 1));
-  sample = part(place, inside(first), inside(last));
+  samples = cell(1, 4);
+  for i = 1:4
+    ends = indices(:, [i, mod(i, 4) + 1]);
+    first = floor(min(ends, [], 2))' - 1;
+    last = ceil(max(ends, [], 2))' + 1;
+    samples{i} = part(place, inside(first), inside(last));
+  end
 end
 
 % The points from one to another, thinned to at most 4096 where they are closest.

@@ -117,8 +117,8 @@ end
 found = ~isnan(off);
 kept = mean(off(found) <= 1);
 report('%d cases; an order was found in %.1f %%', cases, 100 * mean(found));
-report('of these, tolerance kept in %.1f %%; error below its estimate in %.1f %%', ...
-       100 * kept, 100 * mean(off(found) <= estimated(found)));
+report('of these, tolerance kept in %.1f %%; error below its estimate, to 0.1 %%, in %.1f %%', ...
+       100 * kept, 100 * mean(off(found) <= 1.001 * estimated(found)));
 report('error in parts of the tolerance: median %.2f, largest %.2f', median(off(found)), ...
        max(off(found)));
 expect(mean(found) >= 0.99, 'no order was found too often');
