@@ -148,8 +148,8 @@ void EdgeIntegrals<V>::compute() {
     int left = rule.order;
     Pair<Complex<V>> sums{};
     lanes::staggered(
-        count * rule.order,
-        [&](int) __attribute__((always_inline)) {
+        std::int64_t{count} * rule.order,
+        [&](std::int64_t) __attribute__((always_inline)) {
             const Pair<Node> nodes = nodesOf(*begun, node);
             if (++node == rule.order) {
                 node = 0;

@@ -93,7 +93,7 @@ class Integrand {
     }
 
     double sumOf(long rounds) {
-        const auto first = [this](int) __attribute__((always_inline)) { return angles(); };
+        const auto first = [this](long) __attribute__((always_inline)) { return angles(); };
         const auto second = [](const Angles& a) __attribute__((always_inline)) {
             return reduced(a);
         };
@@ -101,7 +101,7 @@ class Integrand {
         if constexpr (same<Without, Staggering> || same<Without, Overlap>)
             for (long n = 0; n < rounds; ++n) third(second(first(0)));
         else
-            lanes::staggered(static_cast<int>(rounds), first, second, third);
+            lanes::staggered(rounds, first, second, third);
         double sum = 0;
         for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
             sum += static_cast<double>(re[lane] + im[lane]);

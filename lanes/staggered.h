@@ -13,14 +13,14 @@ inline namespace PISTONFIELD_INSTRUCTION_SET {
 /// The stages of an item wait for each other, those of different items do not: side by side they
 /// keep the processor's units busy where one long chain after the other would not, because the
 /// processor looks ahead by less than such a chain.
-template <class First, class Second, class Third>
-[[gnu::always_inline]] inline void staggered(int count, First first, Second second, Third third) {
+template <class Count, class First, class Second, class Third>
+[[gnu::always_inline]] inline void staggered(Count count, First first, Second second, Third third) {
     if (count < 1) return;
-    auto begun = first(0);
+    auto begun = first(Count{0});
     if (count > 1) {
         auto halfway = second(begun);
-        begun = first(1);
-        for (int i = 2; i < count; ++i) {
+        begun = first(Count{1});
+        for (Count i = 2; i < count; ++i) {
             const auto ready = halfway;
             halfway = second(begun);
             begun = first(i);
