@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 # shellcheck shell=bash
 
-# What demo.sh and test.sh share. Sourcing it leads to the project's folder.
+# What the project's scripts share. Sourcing it leads to the project's folder.
 
 cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 

@@ -29,8 +29,8 @@ namespace detail {
 template <class T>
 inline constexpr T roundingShift = sizeof(T) == 8 ? T(0x1.8p52) : T(0x1.8p23F);
 
-/// The angles up to which `fastReduction` stays within pi/4 and is accurate to the rounding of its
-/// result.
+/// The angles up to which `fastReduction` stays within pi/4 and within a fraction of the rounding of
+/// 1: what sine and cosine can show.
 template <class V>
 inline constexpr Element<V> reducible = sizeof(Element<V>) == 4
                                             ? (fuses<V> ? Element<V>(0x1p20F) : Element<V>(0x1p17F))
@@ -124,7 +124,8 @@ template <class V>
     return detail::fastReduction(angle);
 }
 
-/// Sine and cosine of every lane, to about one unit in the last place.
+/// Sine and cosine of every lane, to about one rounding of 1. (Beside a multiple of pi/2 the small
+/// one of the two is no better than that.)
 template <class V>
 [[gnu::always_inline]] inline SinCos<V> sinCos(const Reduced<V>& angle) {
     using Bits = Mask<V>;

@@ -160,6 +160,20 @@ TEST_P(FailingAllocationTest, EndsTheCallAndLeavesNothing) {
     std::printf("%s: %d calls, each with a failing allocation\n", GetParam(), calls);
 }
 
+// Both grids give every worker something to do; a worker's thread is an allocation too.
+TEST_P(FailingAllocationTest, AllocatesAsOftenForManyPointsAsForFew) {
+    const auto allocationsFor = [](const std::vector<double>& sizes) {
+        theHost().reset();
+        const Request made = Request().sizes(sizes).mode(GetParam()).abscissas(4);
+        const std::size_t before = heap::allocations();
+        EXPECT_EQ(bareCall(made).ending, Ending::answered);
+        return heap::allocations() - before;
+    };
+    const std::size_t ofFew = allocationsFor({32, 16, 16});
+    EXPECT_GT(ofFew, 0U);
+    EXPECT_EQ(allocationsFor({64, 32, 32}), ofFew);
+}
+
 INSTANTIATE_TEST_SUITE_P(Of, FailingAllocationTest,
                          testing::Values("cpu", "cpudp", "cpusp", "cuda", "cudadp"),
                          [](const auto& info) { return std::string(info.param); });

@@ -17,6 +17,7 @@ namespace {
 constexpr int never = std::numeric_limits<int>::max();
 
 std::atomic<std::size_t> live{0};
+std::atomic<std::size_t> made{0};
 std::atomic<int> counted{0};
 std::atomic<int> firstFailing{never};
 std::atomic<int> lastFailing{never};
@@ -36,6 +37,7 @@ void* allocate(std::size_t bytes, std::align_val_t alignment, Form form) noexcep
     void* memory = nullptr;
     if (posix_memalign(&memory, static_cast<std::size_t>(alignment), bytes) != 0) return nullptr;
     live += malloc_usable_size(memory);
+    ++made;
     return memory;
 }
 
@@ -54,6 +56,8 @@ constexpr std::align_val_t usual{alignof(std::max_align_t)};
 }  // namespace
 
 std::size_t liveBytes() noexcept { return live; }
+
+std::size_t allocations() noexcept { return made; }
 
 FailingAllocation::FailingAllocation(int nth, bool fromThenOn) noexcept {
     failedForm.reset();

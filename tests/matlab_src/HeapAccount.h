@@ -12,6 +12,9 @@ namespace heap {
 /// Bytes allocated now.
 std::size_t liveBytes() noexcept;
 
+/// Allocations made so far.
+std::size_t allocations() noexcept;
+
 /// How an allocation was asked for.
 struct Form {
     bool throwing;
