@@ -334,6 +334,12 @@ TEST(Resort, PairsTheTwoHalves) {
     EXPECT_THAT(one, testing::ElementsAre(1, 2));
 }
 
+TEST(Resort, TouchesNothingBehindThePairs) {
+    std::array<float, 8> data{1, 2, 3, 4, 5, 6, 7, 8};
+    resort(data.data(), 2);
+    EXPECT_THAT(data, testing::ElementsAre(1, 3, 2, 4, 5, 6, 7, 8));
+}
+
 TEST(Resort, ChangesNothingForNoPairs) {
     std::array<float, 2> data{1, 2};
     resort(data.data(), 0);
