@@ -218,14 +218,15 @@ TEST_F(QuadratureFiles, AnyOtherOutputIsARootFileName) {
     }
 }
 
-TEST_F(QuadratureFiles, BareLanguageLikeNamesAreRootsInTheCurrentDirectory) {
+TEST_F(QuadratureFiles, BareLanguageLikeNamesAndNoneAtAllAreRootsInTheCurrentDirectory) {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(directory);
     printedRule(1, "cpp");
     printedRule(1, "Matlab");
+    printedRule(1, "");
     std::filesystem::current_path(before);
-    for (const char* name :
-         {"cpp_w.txt", "cpp_x.txt", "cpp_r.txt", "Matlab_w.txt", "Matlab_x.txt", "Matlab_r.txt"})
+    for (const char* name : {"cpp_w.txt", "cpp_x.txt", "cpp_r.txt", "Matlab_w.txt", "Matlab_x.txt",
+                             "Matlab_r.txt", "_w.txt", "_x.txt", "_r.txt"})
         EXPECT_TRUE(std::filesystem::exists(directory / name)) << name;
 }
 

@@ -285,6 +285,15 @@ TEST_F(PistonField, GridWithoutPointsYieldsNothingButTheGridLine) {
     }
 }
 
+TEST_F(PistonField, GridWithTwoNegativeSizesHasNoPointsEither) {
+    for (const GridCase& c :
+         {GridCase{tilted, -1, -1, 1}, GridCase{tilted, -1, 1, -1}, GridCase{tilted, 1, -1, -1}}) {
+        std::vector<double> out(2, 42.0);
+        piston.computeCPU<double, double>(out.data(), out.data() + 1, c.grid());
+        EXPECT_EQ(out, std::vector<double>(2, 42.0));
+    }
+}
+
 TEST_F(PistonField, UndefinedAndInfinitePositionsReachTheField) {
     for (const double odd :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
