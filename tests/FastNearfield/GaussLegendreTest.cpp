@@ -261,6 +261,8 @@ TYPED_TEST(GaussLegendreTest, NegativeOrderFailsToAllocateAndLeavesNothingToFree
     GaussLegendre<TypeParam> rule;
     rule.compute(3);
     EXPECT_THROW(rule.setOrder(-1), std::bad_alloc);
+    EXPECT_EQ(rule.order, 0);
+    EXPECT_TRUE(rule.unallocated);
     EXPECT_THAT(this->arraysOf(rule), testing::Each(testing::IsNull()));
 }
 

@@ -48,6 +48,13 @@ std::string sixteenDigits(double value) {
     return text.data();
 }
 
+/// Numbers as no rule is written.
+struct Grouping : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\1"; }
+};
+
 /// A directory of its own for a test, removed afterwards.
 class QuadratureFiles : public testing::Test {
   protected:
@@ -173,11 +180,6 @@ TEST(LegendreHandle, PrintsEveryValueWithSixteenDigits) {
 }
 
 TEST(LegendreHandle, NeitherHeedsNorChangesTheStateOfStandardOutput) {
-    struct Grouping : std::numpunct<char> {
-        char do_decimal_point() const override { return ','; }
-        char do_thousands_sep() const override { return '.'; }
-        std::string do_grouping() const override { return "\1"; }
-    };
     const std::string plain = printedRule(12, "C++");
     const std::ios_base::fmtflags flags = std::cout.flags();
     const std::streamsize precision = std::cout.precision();
@@ -218,14 +220,15 @@ TEST_F(QuadratureFiles, AnyOtherOutputIsARootFileName) {
     }
 }
 
-TEST_F(QuadratureFiles, BareLanguageLikeNamesAreRootsInTheCurrentDirectory) {
+TEST_F(QuadratureFiles, BareLanguageLikeNamesAndNoneAtAllAreRootsInTheCurrentDirectory) {
     const std::filesystem::path before = std::filesystem::current_path();
     std::filesystem::current_path(directory);
     printedRule(1, "cpp");
     printedRule(1, "Matlab");
+    printedRule(1, "");
     std::filesystem::current_path(before);
-    for (const char* name :
-         {"cpp_w.txt", "cpp_x.txt", "cpp_r.txt", "Matlab_w.txt", "Matlab_x.txt", "Matlab_r.txt"})
+    for (const char* name : {"cpp_w.txt", "cpp_x.txt", "cpp_r.txt", "Matlab_w.txt", "Matlab_x.txt",
+                             "Matlab_r.txt", "_w.txt", "_x.txt", "_r.txt"})
         EXPECT_TRUE(std::filesystem::exists(directory / name)) << name;
 }
 
@@ -243,6 +246,17 @@ TEST_F(QuadratureFiles, HoldOneValueOfTheRuleALine) {
     }
     EXPECT_EQ(contents(directory / "rule_w.txt"), weights.str());
     EXPECT_EQ(contents(directory / "rule_x.txt"), nodes.str());
+}
+
+TEST_F(QuadratureFiles, AreWrittenAlikeInAnyLocaleOfTheProgram) {
+    const std::string plain = printedRule(12, "C++");
+    printedRule(12, directory / "plain");
+    const std::locale before = std::locale::global(std::locale(std::locale(), new Grouping));
+    const std::string odd = printedRule(12, "C++");
+    printedRule(12, directory / "odd");
+    std::locale::global(before);
+    EXPECT_EQ(odd, plain);
+    EXPECT_EQ(contents(directory / "odd_w.txt"), contents(directory / "plain_w.txt"));
 }
 
 TEST_F(QuadratureFiles, RootInAMissingDirectoryIsReportedForEachFile) {

@@ -285,6 +285,15 @@ TEST_F(PistonField, GridWithoutPointsYieldsNothingButTheGridLine) {
     }
 }
 
+TEST_F(PistonField, GridWithTwoNegativeSizesHasNoPointsEither) {
+    for (const GridCase& c :
+         {GridCase{tilted, -1, -1, 1}, GridCase{tilted, -1, 1, -1}, GridCase{tilted, 1, -1, -1}}) {
+        std::vector<double> out(2, 42.0);
+        piston.computeCPU<double, double>(out.data(), out.data() + 1, c.grid());
+        EXPECT_EQ(out, std::vector<double>(2, 42.0));
+    }
+}
+
 TEST_F(PistonField, UndefinedAndInfinitePositionsReachTheField) {
     for (const double odd :
          {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
@@ -332,6 +341,12 @@ TEST(Resort, PairsTheTwoHalves) {
     std::array<float, 2> one{1, 2};
     resort(one.data(), 1);
     EXPECT_THAT(one, testing::ElementsAre(1, 2));
+}
+
+TEST(Resort, TouchesNothingBehindThePairs) {
+    std::array<float, 8> data{1, 2, 3, 4, 5, 6, 7, 8};
+    resort(data.data(), 2);
+    EXPECT_THAT(data, testing::ElementsAre(1, 3, 2, 4, 5, 6, 7, 8));
 }
 
 TEST(Resort, ChangesNothingForNoPairs) {

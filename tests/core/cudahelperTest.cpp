@@ -89,6 +89,11 @@ TEST(DeviceChoice, RateWrapsAroundIn32Bits) {
     EXPECT_EQ(choiceAmong({device(1, 0, 1, 1), device(1, 0, 300, 1000000)}).device, 0);
 }
 
+TEST(DeviceChoice, AWrappedRateOfUnknownCoresCanBeTheHighest) {
+    // -1 * 132 * 16500000 is 2116967296 - 2^32.
+    EXPECT_EQ(choiceAmong({device(2, 1, 16, 1000), device(9, 0, 132, 16500000)}).device, 1);
+}
+
 TEST(DeviceChoice, WithoutDevicesIsDeviceZero) { EXPECT_EQ(choiceAmong({}).device, 0); }
 
 TEST(CudaDeviceThread, BringsTheChosenDeviceUpAndTakesItDown) {

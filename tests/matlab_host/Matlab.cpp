@@ -87,7 +87,9 @@ mxArray* Matlab::create(const std::vector<std::size_t>& dimensions, mxClassID cl
     return keep(std::move(array));
 }
 
-char* Matlab::keepText(const std::string& text) { return texts.emplace_back(text).data(); }
+char* Matlab::keepText(const std::string& text) {
+    return hasTexts ? texts.emplace_back(text).data() : nullptr;
+}
 
 void Matlab::print(const char* text) { console.emplace_back(text); }
 

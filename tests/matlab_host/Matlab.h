@@ -65,6 +65,7 @@ class Matlab : public MatlabEngine {
 
     LeaveBy leaveBy = LeaveBy::longjmp;
     Creation failingCreation;
+    bool hasTexts = true;                ///< whether texts of arrays can be had
     std::vector<std::string> console;    ///< of the last call, print by print
     std::vector<std::string> creations;  ///< of the last call: "4x5x1 class 6 complexity 1"
     std::size_t textsKept = 0;           ///< in the last call

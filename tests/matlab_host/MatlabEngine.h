@@ -32,7 +32,7 @@ class MatlabEngine {
     /// A new array that lives until the call ends, or null.
     virtual mxArray* create(const std::vector<std::size_t>& dimensions, mxClassID classId,
                             mxComplexity complexity) = 0;
-    /// A zero-terminated text that lives until the call ends.
+    /// A zero-terminated text that lives until the call ends, or null.
     virtual char* keepText(const std::string& text) = 0;
     virtual void print(const char* text) = 0;
     /// Leaves the module without returning into it.

@@ -19,9 +19,13 @@ class MatlabModuleTest : public testing::TestWithParam<LeaveBy> {
     void SetUp() override {
         matlab().leaveBy = GetParam();
         matlab().failingCreation = nullptr;
+        matlab().hasTexts = true;
         module.emplace(modulePath);
     }
-    void TearDown() override { matlab().failingCreation = nullptr; }
+    void TearDown() override {
+        matlab().failingCreation = nullptr;
+        matlab().hasTexts = true;
+    }
 
     /// A request for the pressures at (0.25*ix, 0.5*iy, 1 + iz).
     static std::vector<const mxArray*> request(const std::vector<double>& sizes,
@@ -159,11 +163,32 @@ TEST_P(MatlabModuleTest, reportsExhaustedMemoryWhenTheHostCreatesNothing) {
 
 TEST_P(MatlabModuleTest, reportsExhaustedMemoryForSizesThatNoMemoryHas) {
     for (const std::vector<double>& sizes :
-         {std::vector<double>{1e300, 1, 1}, {4e9, 4e9, 4e9}, {65537, 65537, 1e10}}) {
+         {std::vector<double>{1e300, 1, 1},
+          {4e9, 4e9, 4e9},
+          {65537, 65537, 1e10},
+          {65536, 65536, 1073741824}}) {  // a count that wraps around to 0
         const Matlab::Answer answer = call(request(sizes));
         EXPECT_TRUE(answer.raised);
         EXPECT_EQ(answer.error, "Out of memory.");
         EXPECT_TRUE(matlab().creations.empty());
+    }
+}
+
+TEST_P(MatlabModuleTest, knowsNoModeOfWhichTheHostHasNoText) {
+    matlab().hasTexts = false;
+    const Matlab::Answer answer = call(request({1, 1, 1}));
+    EXPECT_TRUE(answer.raised);
+    EXPECT_EQ(answer.error, "Input 5 must either be 'cuda' or 'cpu[sp,dp]'");
+}
+
+TEST(MatlabModuleFailures, areReportedByTheirOwnTextsWhateverTheyAre) {
+    matlab().leaveBy = LeaveBy::exception;
+    const LoadedModule module(modulePath);
+    try {
+        module.entry()(0, nullptr, -1, nullptr);  // no list of arguments is that long
+        FAIL() << "nothing was raised";
+    } catch (const MatlabError& error) {
+        EXPECT_THAT(error.message, testing::HasSubstr("vector"));
     }
 }
 

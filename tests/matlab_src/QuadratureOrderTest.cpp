@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // How argument 6 sets the quadrature: an order, or a table of abscissas and weights.
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -161,6 +163,41 @@ TEST_F(QuadratureOrderTest, ofATableWithoutRowsMakesTheFieldZero) {
         EXPECT_EQ(pressureWith(substitute::doubles({}, {0, 2}), mode), 0.0) << mode;
         EXPECT_EQ(theHost().textsOf(EventKind::standardOutput).front(), "using 0 abscissas.\n");
     }
+}
+
+TEST_F(QuadratureOrderTest, isTheFirstHalfOfATableOnAGpuAndItsMirrorImage) {
+    struct Case {
+        Rule table;
+        Rule mirrored;
+    };
+    for (const Case& c :
+         std::vector<Case>{{{{0.3}, {1.7}}, {{0}, {1.7}}},
+                           {{{-0.7, 0.2, 0.5}, {0.5, 0.8, 0.6}}, {{-0.7, 0, 0.7}, {0.5, 0.8, 0.5}}},
+                           {{{-0.8, -0.3, 0.2, 0.7}, {0.3, 0.7, 0.6, 0.4}},
+                            {{-0.8, -0.3, 0.3, 0.8}, {0.3, 0.7, 0.7, 0.3}}},
+                           {{{-0.9, -0.5, 0.1, 0.3, 0.6}, {0.25, 0.5, 0.55, 0.3, 0.4}},
+                            {{-0.9, -0.5, 0, 0.5, 0.9}, {0.25, 0.5, 0.55, 0.5, 0.25}}}})
+        for (const char* mode : {"cuda", "cudadp"})
+            EXPECT_LT(
+                std::abs(pressureWith(pairsOf(c.table), mode) - Corner().pressure(c.mirrored)),
+                1e-5)
+                << mode;
+}
+
+TEST_F(QuadratureOrderTest, ofATableWithoutRowsIsRefusedOnAGpu) {
+    for (const char* mode : {"cuda", "cudadp"}) {
+        const Outcome outcome =
+            call(corner().mode(mode).abscissas(substitute::doubles({}, {0, 2})));
+        EXPECT_EQ(outcome.ending, Ending::refused);
+        EXPECT_THAT(outcome.error, testing::HasSubstr("assertion failure in "
+                                                      "FastNearfield/IntegratorCuda"));
+        expectNothingLeft(outcome);
+    }
+}
+
+TEST_F(QuadratureOrderTest, ofATableWithoutRowsIsShownAsZeroOnAGpu) {
+    call(corner().mode("cuda").abscissas(substitute::doubles({}, {0, 2})));
+    EXPECT_THAT(theHost().textsOf(EventKind::standardOutput), testing::Contains("0\n"));
 }
 
 TEST_F(QuadratureOrderTest, isRefusedInAnyOtherShape) {

@@ -34,7 +34,7 @@ class Routing : public RuleOnDevice {
                                            -0.125, 0.375,    0.25,  0.28125,   //
                                            0.0625, -0.03125, 0.5,   1.75,      //
                                            0,      0,        0,     1};
-    const Grid3DR<double> grid{transform.data(), 3, 2, 2};
+    const Grid3DR<double> grid{transform.data(), 3, 4, 1};
     RectangularPistonCuda2 piston{2, 4, 3};
 
     std::array<float, 16> floatTransform() const {
@@ -48,7 +48,7 @@ class Routing : public RuleOnDevice {
     std::vector<float> launched() const {
         std::vector<float> field(reals);
         static_cast<void>(captured([&] {
-            RectangularPiston_func(reinterpret_cast<Complex*>(field.data()), 3, 2, 2,
+            RectangularPiston_func(reinterpret_cast<Complex*>(field.data()), 3, 4, 1,
                                    floatTransform().data(), 2, 4, 3);
         }));
         return field;
@@ -95,12 +95,21 @@ TEST_F(Routing, FloatsOnTheGpuShowTheFirstTwoValues) {
     EXPECT_EQ(field, launched());
 }
 
+TEST_F(Routing, FloatsOnTheGpuShowNoMoreThanTheFieldHas) {
+    std::vector<float> field(2);
+    const Grid3DR<double> onePoint(transform.data(), 1, 1, 1);
+    const Transcript transcript = transcriptOf([&] { piston.compute(field.data(), onePoint); });
+    std::ostringstream values;
+    values << "out:  CUDADATA: " << field[0] << " " << field[1];
+    EXPECT_EQ(printedLines(transcript).back(), values.str());
+}
+
 TEST_F(Routing, FloatsOnTheCpuNeedNoDevice) {
     piston.useCuda = false;
     std::vector<float> field(reals);
     const Transducer& transducer = piston;
     EXPECT_THAT(transcriptOf([&] { transducer.compute(field.data(), grid); }),
-                ElementsAre("out: grid: 3 2 2", "out: cpu"));
+                ElementsAre("out: grid: 3 4 1", "out: cpu"));
     EXPECT_EQ(field, onCpu<float>());
 }
 
@@ -110,7 +119,7 @@ TEST_F(Routing, DoublesOnTheGpu) {
     EXPECT_EQ(transcript.front(), "out: computeCudaDouble 1");
     EXPECT_THAT(printedLines(transcript), testing::SizeIs(1));
     std::vector<double> expected(reals);
-    RectangularPiston_func_d(reinterpret_cast<Complexd*>(expected.data()), 3, 2, 2,
+    RectangularPiston_func_d(reinterpret_cast<Complexd*>(expected.data()), 3, 4, 1,
                              transform.data(), 2, 4, 3);
     EXPECT_EQ(field, expected);
 }
@@ -119,7 +128,7 @@ TEST_F(Routing, DoublesOnTheCpuNeedNoDevice) {
     piston.useCuda = false;
     std::vector<double> field(reals);
     EXPECT_THAT(transcriptOf([&] { piston.compute(field.data(), grid); }),
-                ElementsAre("out: grid: 3 2 2"));
+                ElementsAre("out: grid: 3 4 1"));
     EXPECT_EQ(field, onCpu<double>());
 }
 
@@ -138,7 +147,7 @@ TEST_F(Routing, FloatStorageOnTheCpuIsFilledOnTheHost) {
     piston.useCuda = false;
     CudaStorage storage(CudaStorage::DT_FLOAT, reals);
     EXPECT_THAT(transcriptOf([&] { piston.compute(&storage, grid); }),
-                ElementsAre("out: grid: 3 2 2"));
+                ElementsAre("out: grid: 3 4 1"));
     EXPECT_EQ(valuesOf<float>(storage), onCpu<float>());
 }
 
@@ -146,7 +155,7 @@ TEST_F(Routing, DoubleStorageOnTheCpuIsFilledOnTheHost) {
     piston.useCuda = false;
     CudaStorage storage(CudaStorage::DT_DOUBLE, reals);
     EXPECT_THAT(transcriptOf([&] { piston.compute(&storage, grid); }),
-                ElementsAre("out: grid: 3 2 2"));
+                ElementsAre("out: grid: 3 4 1"));
     EXPECT_EQ(valuesOf<double>(storage), onCpu<double>());
 }
 
@@ -177,7 +186,7 @@ TEST_F(Routing, LargerStorageIsFilledFromItsStartWhereTheHandlerReturns) {
     CudaStorage storage(CudaStorage::DT_FLOAT, reals + 1);
     const Transcript transcript =
         transcriptOf([&] { piston.compute(&storage, grid); }, AfterFailure::returns);
-    EXPECT_THAT(transcript, ElementsAre(StartsWith("report: data->getSize()"), "out: grid: 3 2 2"));
+    EXPECT_THAT(transcript, ElementsAre(StartsWith("report: data->getSize()"), "out: grid: 3 4 1"));
     std::vector<float> expected = onCpu<float>();
     expected.push_back(0);
     EXPECT_EQ(valuesOf<float>(storage), expected);
@@ -195,7 +204,7 @@ class ComputeCuda : public Routing {
     /// The launcher's two halves.
     void SetUp() override {
         static_cast<void>(captured([&] {
-            RectangularPiston_func2(re.data(), im.data(), 3, 2, 2, floatTransform().data(), 2, 4,
+            RectangularPiston_func2(re.data(), im.data(), 3, 4, 1, floatTransform().data(), 2, 4,
                                     3);
         }));
     }
@@ -245,8 +254,8 @@ TEST_F(ComputeCuda, RoundsTheParametersAndTheTransform) {
     std::vector<float> expected(reals);
     static_cast<void>(captured([&] {
         RectangularPistonCuda2(l, s, k).compute(field.data(),
-                                                Grid3DR<double>(fine.data(), 3, 2, 2));
-        RectangularPiston_func(reinterpret_cast<Complex*>(expected.data()), 3, 2, 2, m.data(),
+                                                Grid3DR<double>(fine.data(), 3, 4, 1));
+        RectangularPiston_func(reinterpret_cast<Complex*>(expected.data()), 3, 4, 1, m.data(),
                                static_cast<float>(l), static_cast<float>(s), static_cast<float>(k));
     }));
     EXPECT_EQ(field, expected);
