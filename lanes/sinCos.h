@@ -29,8 +29,8 @@ namespace detail {
 template <class T>
 inline constexpr T roundingShift = sizeof(T) == 8 ? T(0x1.8p52) : T(0x1.8p23F);
 
-/// The angles up to which `fastReduction` stays within pi/4 and within a fraction of the rounding of
-/// 1: what sine and cosine can show.
+/// The angles up to which `fastReduction` stays within pi/4 and within a fraction of the rounding
+/// of 1: what sine and cosine can show.
 template <class V>
 inline constexpr Element<V> reducible = sizeof(Element<V>) == 4
                                             ? (fuses<V> ? Element<V>(0x1p20F) : Element<V>(0x1p17F))
