@@ -109,15 +109,16 @@ function [order, estimate] = smallest_order(error_of, upper, tolerance)
   end
 end
 
-% Points over a corner of the piston have no value.
 function value = largest(p)
-  value = max(abs(p(~isnan(p))));
+  value = max(abs(p));
 end
 
 function p = sampled_field(samples, piston, k, order)
+  field = @(place, sizes) module_field(place, sizes, piston, k, 'cpu', order);
   p = cell(size(samples));
   for i = 1:numel(samples)
-    p{i} = module_field(samples{i}.place, samples{i}.sizes, piston, k, 'cpu', order);
+    sample = samples{i};
+    p{i} = fill_corners(field(sample.place, sample.sizes), field, sample.place, sample.sizes, 'cpu');
     p{i} = p{i}(:);
   end
   p = vertcat(p{:});
@@ -174,7 +175,14 @@ end
 %! assert(pistonfield_order(piston, near, 'frequency', 4e6) > ...
 %!        pistonfield_order(piston, near, 'frequency', 1e6));
 
-%!test % points over a corner are left out
+%!test % a grid of nothing but points over the corners has an order
+%! corners = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, 1e-3);
+%! beside = pistonfield_grid([-3.7499 3.7499] * 1e-3, [-2.4999 2.4999] * 1e-3, 1e-3);
+%! [order, estimate] = pistonfield_order(piston, corners, water{:});
+%! assert(estimate <= 1e-4);
+%! assert(true_error(piston, beside, order) <= 1.1e-4);
+
+%!test % points over a corner count like those beside them
 %! over = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, (0:3) * 1e-3);
 %! [order, estimate] = pistonfield_order(piston, over, water{:});
 %! assert(order > 1 && estimate <= 1e-4);

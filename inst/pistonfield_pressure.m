@@ -200,23 +200,6 @@ function p = by_slabs(field, slabs, sizes, progress)
   end
 end
 
-% A point exactly over a corner takes the value of one beside it: the pressure is continuous there.
-function [p, moved] = fill_corners(p, field, place, sizes, mode)
-  lost = find(isnan(p))';
-  moved = numel(lost);
-  nearer = 1 - 2 ^ -40;
-  if any(strcmp(mode, {'cuda', 'cpusp'}))
-    nearer = 1 - 2 ^ -20;
-  end
-  for i = lost
-    [ix, iy, iz] = ind2sub(sizes, i);
-    position = [ix - 1, iy - 1, iz - 1, 1] * place(:, 1:3);
-    point = eye(4);
-    point(4, 1:3) = position .* [nearer, nearer, 1];
-    p(i) = field(point, [1 1 1]);
-  end
-end
-
 %!shared piston, grid, call
 %! piston = struct('width', 3e-3, 'height', 2e-3);
 %! grid = pistonfield_grid((-3:3) * 0.7e-3, (-2:3) * 0.9e-3, (1:5) * 1.1e-3);
@@ -351,6 +334,13 @@ end
 %!   assert(p(:, :, 3), wanted * ones(2), 1e-4 * abs(wanted));
 %!   assert(p(:, :, 1), p(1, 1, 1) * ones(2), 1e-4 * abs(p(1, 1, 1)));
 %! end
+
+%!test % several points over corners in a row along the grid's second direction
+%! points = pistonfield_grid(1.5e-3, [-1e-3, 1e-3], 1e-3);
+%! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6);
+%! assert(info.moved, 2);
+%! wanted = rayleigh([1.5e-3; 1e-3; 1e-3], 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
+%! assert(p, [wanted, wanted], 2e-4 * abs(wanted));
 
 %!test % the power given is what the far field carries away: |p|^2/(2 rho c) over a half sphere
 %! [~, info] = call('power', 2);
