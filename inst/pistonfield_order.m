@@ -64,13 +64,7 @@ function options = read_order_options(caller, given)
   defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
-  names = fieldnames(defaults);
-  for i = 1:numel(names)
-    value = options.(names{i});
-    require(is_positive(value), caller, names{i}, '%s must be a real, finite number above 0', ...
-            names{i});
-    options.(names{i}) = double(value);
-  end
+  options = require_positive_options(caller, options, fieldnames(defaults));
 end
 
 % Orders are doubled until the field changes by no more than a twentieth of the tolerance, the doubt

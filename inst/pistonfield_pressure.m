@@ -121,12 +121,9 @@ function options = read_pressure_options(caller, given)
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
   options = require_one_of(caller, options, 'velocity', 'power', 1);
   options = require_one_of(caller, options, 'tolerance', 'order', 1e-4);
-  for name = {'frequency', 'speed', 'density', 'velocity', 'power', 'tolerance', 'order'}
-    value = options.(name{1});
-    require(isempty(value) || is_positive(value), caller, name{1}, ...
-            '%s must be a real, finite number above 0', name{1});
-    options.(name{1}) = double(value);
-  end
+  choices = {'velocity', 'power', 'tolerance', 'order'};
+  chosen = choices(~cellfun(@(name) isempty(options.(name)), choices));
+  options = require_positive_options(caller, options, [{'frequency', 'speed', 'density'}, chosen]);
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
   require_word(caller, 'mode', options.mode, {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'});
@@ -140,11 +137,6 @@ function options = require_one_of(caller, options, first, second, default)
   if isempty(options.(first)) && isempty(options.(second))
     options.(first) = default;
   end
-end
-
-function require_word(caller, name, value, words)
-  require(ischar(value) && any(strcmp(value, words)), caller, name, '%s must be one of: %s', ...
-          name, strjoin(words, ', '));
 end
 
 function require_order(caller, order, mode)
@@ -368,6 +360,9 @@ end
 %! [~, info] = call('order', 7);
 %! assert(info.order == 7 && isnan(info.estimate));
 
+%!test % an option that is empty by default may be given as empty
+%! assert(isequal(call('order', 7, 'tolerance', [], 'velocity', []), call('order', 7)));
+
 %!test % progress is printed for slabs when asked for, and not for a short field by itself
 %! memory = 16 * 210 + 64 * 42;
 %! quiet = evalc("call('memory', memory);");
@@ -385,13 +380,17 @@ end
 %! wrong = piston;  wrong.center = [0 0];  pistonfield_pressure(wrong, grid, 'frequency', 1);
 %!error <piston.orientation must be a 3 by 3 rotation>
 %! wrong = piston;  wrong.orientation = -eye(3);  pistonfield_pressure(wrong, grid, 'frequency', 1);
+%!error <piston.orientation must be a 3 by 3 rotation>
+%! wrong = piston;  wrong.orientation = {eye(3)};  pistonfield_pressure(wrong, grid, 'frequency', 1);
 %!error id=pistonfield:pistonfield_pressure:grid pistonfield_pressure(piston, 3, 'frequency', 1)
 %!error <the grid reaches 0.004 m behind>
 %! pistonfield_pressure(piston, pistonfield_grid(0, 0, (-4:3) * 1e-3), 'frequency', 1);
 %!error <frequency is missing> pistonfield_pressure(piston, grid)
 %!error id=pistonfield:pistonfield_pressure:frequency call('frequency', -1)
 %!error id=pistonfield:pistonfield_pressure:speed call('speed', 'fast')
+%!error id=pistonfield:pistonfield_pressure:speed call('speed', {})
 %!error id=pistonfield:pistonfield_pressure:density call('density', NaN)
+%!error id=pistonfield:pistonfield_pressure:density call('density', [])
 %!error id=pistonfield:pistonfield_pressure:velocity call('velocity', [1 2])
 %!error <give velocity or power, not both> call('velocity', 1, 'power', 1)
 %!error <give tolerance or order, not both> call('tolerance', 1e-3, 'order', 10)
