@@ -91,6 +91,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin);
   place = place_before(caller, piston, grid);
+  require_memory(caller, grid.sizes, options.memory);
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
@@ -100,11 +101,11 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   if isempty(order)
     [order, estimate] = pistonfield_order(piston, grid, 'frequency', options.frequency, ...
                                           'speed', options.speed, 'tolerance', options.tolerance);
+    require_order(caller, order, options.mode);
   end
-  require_order(caller, order, options.mode);
 
-  slabs = cut_grid(place, grid.sizes, points_of_slab(caller, grid.sizes, order, options), ...
-                   options.mode);
+  [most, brief] = points_of_slab(grid.sizes, order, options);
+  slabs = cut_grid(place, grid.sizes, most, brief, options.mode);
   field = @(place, sizes) 1i * options.density * options.speed * velocity * ...
                           module_field(place, sizes, piston, k, options.mode, order);
   p = by_slabs(field, slabs, grid.sizes, start_progress(caller, options.progress));
@@ -128,6 +129,9 @@ function options = read_pressure_options(caller, given)
           'memory must be a number of bytes, or Inf');
   require_word(caller, 'mode', options.mode, {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'});
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
+  if ~isempty(options.order)
+    require_order(caller, options.order, options.mode);
+  end
 end
 
 % Of two options that say the same thing in two ways at most one may be given.
@@ -139,9 +143,12 @@ function options = require_one_of(caller, options, first, second, default)
   end
 end
 
+% Beyond the largest order on the CPU products in the making of the rule exceed 32 bits.
 function require_order(caller, order, mode)
   require(order == fix(order), caller, 'order', 'order must be a whole number');
+  largest = 16383;
   largestOnGpu = 512;
+  require(order <= largest, caller, 'order', 'order must be at most %d', largest);
   require(order <= largestOnGpu || ~strncmp(mode, 'cuda', 4), caller, 'order', ...
           'an order of %d is more than the %d of the mode %s; compute on the CPU', ...
           order, largestOnGpu, mode);
@@ -157,24 +164,34 @@ function [velocity, power] = drive(piston, k, options)
   power = resistance * velocity ^ 2 / 2;
 end
 
-% The most points of a slab: what leaves the memory limit and the limits of a GPU, and takes about
-% two seconds on one core. A GPU is given more, as a call costs it a fraction of a second.
-function points = points_of_slab(caller, sizes, order, options)
+% Bytes for the whole field, and for each point of a slab.
+function [whole, each] = bytes_of_field(sizes)
   whole = 16 * prod(sizes);
   each = 64;
-  require(whole + each <= options.memory, caller, 'memory', ...
+end
+
+function require_memory(caller, sizes, memory)
+  [whole, each] = bytes_of_field(sizes);
+  require(whole + each <= memory, caller, 'memory', ...
           'a field of %d x %d x %d points needs %g bytes, more than memory allows', ...
           sizes, whole + each);
-  points = floor((options.memory - whole) / each);
+end
+
+% The most points of a slab, what leaves the memory limit and the limits of a GPU; and the points of
+% one that takes about two seconds on one core. A GPU is given more, as it is faster.
+function [most, brief] = points_of_slab(sizes, order, options)
+  [whole, each] = bytes_of_field(sizes);
+  brief = 4e9 / order;
   switch options.mode
     case 'cuda'
-      limits = [4e9 / order, 2 ^ 31 / 8 - 1];
+      limit = 2 ^ 31 / 8 - 1;
     case 'cudadp'
-      limits = [4e9 / order, 2 ^ 31 / 16 - 1];
+      limit = 2 ^ 31 / 16 - 1;
     otherwise
-      limits = [2e8 / order, 2 ^ 31 - 1];
+      limit = 2 ^ 31 - 1;
+      brief = 2e8 / order;
   end
-  points = max(1, min([points, limits]));
+  most = max(1, min(floor((options.memory - whole) / each), limit));
 end
 
 function p = by_slabs(field, slabs, sizes, progress)
@@ -315,6 +332,18 @@ end
 %! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
 %! assert(info.slabs, 700);
 %! assert(size(p), [1 800 700]);
+%! points = pistonfield_grid(0, (-349:350) * 1e-5, (1:800) * 1e-5);
+%! [~, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
+%! assert(info.slabs, 700);
+
+%!test % a long field is cut into few slabs, and a line not at all
+%! points = pistonfield_grid((1:3) * 1e-3, (1:50) * 1e-4, 1e-3 + (1:100) * 1e-4);
+%! field = @(points) pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 16000);
+%! [p, info] = field(points);
+%! assert(info.slabs, 3);
+%! assert(p(2, 7, 9), field(pistonfield_grid(2e-3, 7e-4, 1.9e-3)), 1e-12 * abs(p(2, 7, 9)));
+%! [~, info] = field(pistonfield_grid(0, 0, (1:13000) * 1e-6));
+%! assert(info.slabs, 1);
 
 %!test % a point over a corner has the pressure of the points around it
 %! points = pistonfield_grid([-1.5 1.5] * 1e-3, [-1 1] * 1e-3, (0:2) * 1e-3);
@@ -352,6 +381,38 @@ end
 %! assert(info.power, 998 * 1482 * 0.06 / 2, 0.01 * info.power);
 %! [~, info] = pistonfield_pressure(piston, point, 'frequency', 100);
 %! assert(info.power, 998 * 1482 * (info.wavenumber * 6e-6) ^ 2 / (4 * pi), 1e-6 * info.power);
+
+%!function r = resistance(a, b, k)
+%!  % Over the distances along both sides, by panels of half a wavelength with 12 nodes.
+%!  n = 1:11;
+%!  beside = n ./ sqrt(4 * n .^ 2 - 1);
+%!  [vectors, values] = eig(diag(beside, 1) + diag(beside, -1));
+%!  count = ceil([a, b] * k / pi);
+%!  u = a / count(1) * ((diag(values) + 1) / 2 + (0:count(1) - 1));
+%!  v = b / count(2) * ((diag(values) + 1) / 2 + (0:count(2) - 1));
+%!  w = vectors(1, :)' .^ 2;
+%!  r = sqrt(u(:) .^ 2 + v(:)' .^ 2);
+%!  wu = repmat(w, count(1), 1) .* (a - u(:)) * a / count(1);
+%!  wv = repmat(w, count(2), 1) .* (b - v(:)) * b / count(2);
+%!  r = 2 * k / pi * wu' * (sin(k * r) ./ r) * wv;
+%!endfunction
+
+%!test % the power of pistons of any size is the integral over distances on the piston
+%! sides = [3 2; 30 20; 1 40; 0.001 40; 60 0.1; 22.2 22.2; 14.1 10] * 1e-3;
+%! for i = 1:rows(sides)
+%!   plate = struct('width', sides(i, 1), 'height', sides(i, 2));
+%!   [~, info] = pistonfield_pressure(plate, pistonfield_grid(0, 0, 1), 'frequency', 1e6, ...
+%!                                    'order', 4);
+%!   wanted = 998 * 1482 / 2 * resistance(sides(i, 1), sides(i, 2), info.wavenumber);
+%!   assert(info.power, wanted, 1e-12 * wanted);
+%! end
+
+%!test % the power of a piston of 1700 wavelengths takes no time
+%! start = tic();
+%! [~, info] = pistonfield_pressure(struct('width', 0.5, 'height', 0.5), ...
+%!                                  pistonfield_grid(0, 0, 1), 'frequency', 5e6, 'order', 4);
+%! assert(toc(start) < 2);
+%! assert(info.power, 998 * 1482 * 0.25 / 2, 1e-3 * info.power);
 
 %!test % the tolerance decides on the order
 %! [~, rough] = call('tolerance', 1e-2);
@@ -396,8 +457,10 @@ end
 %!error <give tolerance or order, not both> call('tolerance', 1e-3, 'order', 10)
 %!error <order must be a whole number> call('order', 10.5)
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
+%!error <order must be at most 16383> call('order', 16384)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
 %!error <progress must be one of: none> call('progress', 'loud')
 %!error <needs 3424 bytes, more than memory allows> call('memory', 3400)
+%!error <needs 3424 bytes, more than memory allows> call('memory', 3400, 'tolerance', 1e-30)
 %!error <'colour' is no option; there are: frequency, speed> call('colour', 1)
 %!error <options come in pairs> call('order')
