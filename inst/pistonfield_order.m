@@ -128,8 +128,9 @@ function p = sampled_field(samples, piston, k, order)
   field = @(place, sizes) module_field(place, sizes, piston, k, 'cpu', order);
   p = cell(size(samples));
   for i = 1:numel(samples)
-    sample = samples{i};
-    p{i} = fill_corners(field(sample.place, sample.sizes), field, sample.place, sample.sizes, 'cpu');
+    place = samples{i}.place;
+    sizes = samples{i}.sizes;
+    p{i} = fill_corners(field(place, sizes), field, place, sizes, 'cpu');
     p{i} = p{i}(:);
   end
   p = vertcat(p{:});
