@@ -115,11 +115,8 @@ end
 
 % The first row whose pattern is in an error's identifier or text tells what to do.
 function advice = advice_for(failure)
-  project = fileparts(fileparts(mfilename('fullpath')));
-  folder = fullfile(project, 'build', 'octave');
   table = {
-    'doctor:missing', ['Build the module, for instance with ./demo.sh in ', project, ...
-                       ', and put its folder on the path: addpath(''', folder, ''')']
+    'doctor:missing', how_to_get_the_module()
     'doctor:shadowed', 'Take the folder of that file off the path with rmpath, or rename the file.'
     'doctor:several', 'Keep one: take the folders of the others off the path with rmpath.'
     'doctor:build', ['Something else answers to the name pistonfield. Look at which ', ...
@@ -144,6 +141,19 @@ function advice = advice_for(failure)
       advice = table{i, 2};
       return
     end
+  end
+end
+
+% In the project's folder by building, which an installed package has no script for.
+function text = how_to_get_the_module()
+  project = fileparts(fileparts(mfilename('fullpath')));
+  if exist(fullfile(project, 'demo.sh'), 'file')
+    text = ['Build the module, for instance with ./demo.sh in ', project, ...
+            ', and put its folder on the path: addpath(''', ...
+            fullfile(project, 'build', 'octave'), ''')'];
+  else
+    text = ['Install the package again, as docs/install.md of the project says, or put the ', ...
+            'module''s folder on the path with addpath.'];
   end
 end
 
@@ -375,6 +385,20 @@ end
 %! assert(isnan(report.timePerPoint.cpu));
 %! text = evalc('pistonfield_doctor()');
 %! assert(~isempty(strfind(text, 'FAILED  the module is found: there is no pistonfield.mex')));
+
+%!test % away from the project's folder the report names the installation page, not a script
+%! folder = fileparts(which('pistonfield'));
+%! if strcmp(folder, fileparts(which('pistonfield_doctor')))
+%!   return % an installed package has both in one folder: neither goes without the other
+%! end
+%! visit = leave_for(tempdir());
+%! elsewhere = put_first('pistonfield_doctor.m', fileread(which('pistonfield_doctor')));
+%! takeAway = onCleanup(@() take_away(elsewhere));
+%! rmpath(folder);
+%! restore = onCleanup(@() addpath(folder));
+%! report = pistonfield_doctor();
+%! assert(~isempty(strfind(report.checks(1).advice, 'docs/install.md')));
+%! assert(isempty(strfind(report.checks(1).advice, 'demo.sh')));
 
 %!test % a file that is no module is told from the module
 %! visit = leave_for(tempdir());

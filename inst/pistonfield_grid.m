@@ -49,8 +49,7 @@ function [a, b, c] = pistonfield_grid(varargin)
   if nargin == 2
     [grid, what] = varargin{:};
     require_grid(caller, grid);
-    require(ischar(what) && any(strcmp(what, {'positions', 'axes'})), caller, 'what', ...
-            'the second argument must be ''positions'' or ''axes''');
+    require_word(caller, 'what', what, {'positions', 'axes'});
     if strcmp(what, 'positions')
       [a, b, c] = positions(grid);
     else
@@ -83,6 +82,10 @@ function [first, step, count] = read_range(name, range)
   caller = 'pistonfield_grid';
   require(is_finite_real(range) && isvector(range), caller, name, ...
           '%s must be a vector of real, finite numbers', name);
+  rounding = eps;
+  if isa(range, 'single')
+    rounding = eps('single');
+  end
   range = double(range(:));
   first = range(1);
   count = numel(range);
@@ -90,7 +93,7 @@ function [first, step, count] = read_range(name, range)
   if count > 1
     step = (range(end) - first) / (count - 1);
     off = max(abs(first + step * (0:count - 1)' - range));
-    allowed = max(1e-6 * abs(step), 8 * eps(max(abs(range))));
+    allowed = max(1e-6 * abs(step), 8 * rounding * max(abs(range)));
     require(off <= allowed && step ~= 0, caller, name, '%s must be uniformly spaced', name);
   end
 end
@@ -184,6 +187,12 @@ end
 %! assert(class(grid.transform), 'double');
 %! assert(grid.sizes, [3 2 1]);
 
+%!test % a range in single precision is uniform to its own rounding
+%! grid = pistonfield_grid(single((-15:0.3:15) * 1e-3), 0, 1);
+%! assert(grid.sizes, [101 1 1]);
+%! assert(grid.transform(1, 1), 0.3e-3, eps('single') * 0.3e-3);
+
+%!error <x must be uniformly spaced> pistonfield_grid(single([0 1 2.001]), 0, 1)
 %!error <x must be uniformly spaced> pistonfield_grid([0 1 3], 0, 1)
 %!error <y must be uniformly spaced> pistonfield_grid(0, [1 1], 1)
 %!error <z must be a vector> pistonfield_grid(0, 0, [])

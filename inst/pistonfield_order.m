@@ -64,32 +64,43 @@ function options = read_order_options(caller, given)
   defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
-  names = fieldnames(defaults);
-  for i = 1:numel(names)
-    value = options.(names{i});
-    require(is_positive(value), caller, names{i}, '%s must be a real, finite number above 0', ...
-            names{i});
-    options.(names{i}) = double(value);
-  end
+  options = require_positive_options(caller, options, fieldnames(defaults));
 end
 
 % Orders are doubled until the field changes by no more than a twentieth of the tolerance, the doubt
-% that remains. An edge of the length L takes k*L/4 nodes before it resolves the waves along it at
-% all; up to there two fields might agree by chance.
+% that remains.
 function [order, converged, doubt] = converge(caller, field, piston, k, tolerance)
-  largestOrder = 4096;
-  order = ceil(k * max(piston.width, piston.height) / 4) + 8;
-  converged = field(order);
-  while true
-    require(2 * order <= largestOrder, caller, 'tolerance', ...
-            'no order up to %d reaches the tolerance %g', largestOrder, tolerance);
+  pairs = orders_to_compare(k * max(piston.width, piston.height));
+  require(~isempty(pairs), caller, 'frequency', ...
+          'the piston is of too many wavelengths to measure fields by orders up to 4096');
+  finer = NaN;
+  for i = 1:size(pairs, 1)
+    order = pairs(i, 1);
+    if order ~= finer
+      converged = field(order);
+    end
     rougher = converged;
-    converged = field(2 * order);
+    finer = pairs(i, 2);
+    converged = field(finer);
     doubt = largest(rougher - converged) / largest(converged);
     if doubt <= tolerance / 20
       return
     end
-    order = 2 * order;
+  end
+  require(false, caller, 'tolerance', 'no order up to 4096 reaches the tolerance %g', tolerance);
+end
+
+% Pairs of a rougher and a finer order, N by 2. An edge of the length L takes k*L/4 nodes before it
+% resolves the waves along it at all; up to there two fields might agree by chance. The last finer
+% order is the largest, and at least a third above its rougher one, so that their agreement tells.
+function pairs = orders_to_compare(kL)
+  largestOrder = 4096;
+  first = ceil(kL / 4) + 8;
+  orders = first * 2 .^ (0:floor(log2(largestOrder / first)))';
+  pairs = [orders(1:end - 1), orders(2:end)];
+  if first < largestOrder && orders(end) < largestOrder
+    last = min(max(first, largestOrder / 2), largestOrder * 3 / 4);
+    pairs = [pairs; last, largestOrder];
   end
 end
 
@@ -109,15 +120,17 @@ function [order, estimate] = smallest_order(error_of, upper, tolerance)
   end
 end
 
-% Points over a corner of the piston have no value.
 function value = largest(p)
-  value = max(abs(p(~isnan(p))));
+  value = max(abs(p));
 end
 
 function p = sampled_field(samples, piston, k, order)
+  field = @(place, sizes) module_field(place, sizes, piston, k, 'cpu', order);
   p = cell(size(samples));
   for i = 1:numel(samples)
-    p{i} = module_field(samples{i}.place, samples{i}.sizes, piston, k, 'cpu', order);
+    place = samples{i}.place;
+    sizes = samples{i}.sizes;
+    p{i} = fill_corners(field(place, sizes), field, place, sizes, 'cpu');
     p{i} = p{i}(:);
   end
   p = vertcat(p{:});
@@ -174,11 +187,28 @@ end
 %! assert(pistonfield_order(piston, near, 'frequency', 4e6) > ...
 %!        pistonfield_order(piston, near, 'frequency', 1e6));
 
-%!test % points over a corner are left out
+%!test % a grid of nothing but points over the corners has an order
+%! corners = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, 1e-3);
+%! beside = pistonfield_grid([-3.7499 3.7499] * 1e-3, [-2.4999 2.4999] * 1e-3, 1e-3);
+%! [order, estimate] = pistonfield_order(piston, corners, water{:});
+%! assert(estimate <= 1e-4);
+%! assert(true_error(piston, beside, order) <= 1.1e-4);
+
+%!test % points over a corner count like those beside them
 %! over = pistonfield_grid([-3.75 3.75] * 1e-3, [-2.5 2.5] * 1e-3, (0:3) * 1e-3);
 %! [order, estimate] = pistonfield_order(piston, over, water{:});
 %! assert(order > 1 && estimate <= 1e-4);
 
+%!test % the largest order is tried where doubling would pass it by
+%! long = struct('width', 3.85, 'height', 5e-3);
+%! axis = pistonfield_grid(0, 0, 1);
+%! [order, estimate] = pistonfield_order(long, axis, water{:});
+%! assert(order <= 4096 && estimate <= 1e-4);
+%! assert(true_error(long, axis, order) <= 1e-4);
+%! assert(true_error(long, axis, order), estimate, 0.06 * 1e-4);
+
+%!error <too many wavelengths>
+%! pistonfield_order(struct('width', 5, 'height', 5e-3), pistonfield_grid(0, 0, 1), water{:});
 %!error <no order up to 4096 reaches the tolerance 1e-18>
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-18);
 %!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)

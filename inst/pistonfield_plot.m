@@ -89,8 +89,7 @@ function options = read_plot_options(caller, given)
                     'reference', [], 'range', 40, 'limits', [], 'unit', 'Pa', 'title', [], ...
                     'axes', []);
   options = read_options(caller, defaults, given);
-  require(is_one_of(options.show, {'magnitude', 'level', 'phase', 'real'}), caller, 'show', ...
-          'show must be ''magnitude'', ''level'', ''phase'' or ''real''');
+  require_word(caller, 'show', options.show, {'magnitude', 'level', 'phase', 'real'});
   options.along = direction_of(caller, 'along', options.along);
   options.across = direction_of(caller, 'across', options.across);
   require(isempty(options.along) || isempty(options.across), caller, 'across', ...
@@ -113,15 +112,10 @@ function options = read_plot_options(caller, given)
           caller, 'axes', 'axes must be a handle of axes');
 end
 
-function yes = is_one_of(text, texts)
-  yes = ischar(text) && any(strcmp(text, texts));
-end
-
 function direction = direction_of(caller, name, letter)
-  require(isempty(letter) || is_one_of(letter, {'x', 'y', 'z'}), caller, name, ...
-          '%s must be ''x'', ''y'' or ''z''', name);
   direction = [];
   if ~isempty(letter)
+    require_word(caller, name, letter, {'x', 'y', 'z'});
     direction = find('xyz' == letter);
   end
 end

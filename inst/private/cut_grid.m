@@ -1,9 +1,10 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-function slabs = cut_grid(place, sizes, points, mode)
-  % slabs = cut_grid(place, sizes, points, mode): the grid in slabs of at most so many points, one
-  % in each call of the module; a struct with
+function slabs = cut_grid(place, sizes, most, brief, mode)
+  % slabs = cut_grid(place, sizes, most, brief, mode): the grid in slabs of at most so many points,
+  % and where that takes no slab of fewer than 4096 points, of so many that a call is brief; one in
+  % each call of the module. A struct with
   %   count  1 by 3, the sizes of every slab
   %   first  N by 3, the indices of each slab's first point, counted from 0, in rising order
   %   place  function handle: the transform of the slab with a given first point
@@ -17,12 +18,24 @@ function slabs = cut_grid(place, sizes, points, mode)
   % adds is one constant. With it in the origin the sum is the same if in each coordinate that the
   % constant changes no other direction adds anything; on the CPU, before it. So a grid that is
   % aligned with the piston can be cut in any direction, and on the CPU any grid can be cut in the
-  % first one. Only a grid that is turned against the piston has no such cut on a GPU. It is cut all
-  % the same, and positions may then differ by their rounding.
+  % first one. Only a grid that is turned against the piston has no such cut on a GPU. Where it has
+  % too many points it is cut all the same, and positions may then differ by their rounding.
   onGpu = strncmp(mode, 'cuda', 4);
   count = sizes;
-  while too_large(count, points, onGpu)
-    count(direction_of_cut(place, sizes, count, onGpu)) = 1;
+  while too_large(count, most, onGpu)
+    direction = clean_cut(place, sizes, count, 1, @(count) ~too_large(count, most, onGpu), onGpu);
+    if isempty(direction)
+      direction = find(count > 1, 1, 'last');
+    end
+    count(direction) = 1;
+  end
+  worthACall = 4096;
+  while prod(count) > brief
+    direction = clean_cut(place, sizes, count, worthACall, @(count) prod(count) <= brief, onGpu);
+    if isempty(direction)
+      break
+    end
+    count(direction) = 1;
   end
   slabs.count = count;
   slabs.first = first_points(sizes, count);
@@ -34,20 +47,30 @@ function yes = too_large(count, points, onGpu)
   yes = any(count > 1) && (prod(count) > points || (onGpu && count(2) * count(3) > 524280));
 end
 
-function direction = direction_of_cut(place, sizes, count, onGpu)
+% The direction whose cut rounds nothing, leaves layers of at least so many points and makes the
+% fewest of those that fit; if none fit, the smallest.
+function direction = clean_cut(place, sizes, count, least, fits, onGpu)
   candidates = find(count > 1);
-  for direction = fliplr(candidates)
-    if onGpu
-      beside = setdiff(find(sizes > 1), direction);
-    else
-      beside = candidates(candidates < direction);
-    end
-    changed = place(direction, 1:3) ~= 0;
-    if ~any(any(place(beside, changed)))
-      return
-    end
+  clean = @(direction) is_clean(place, sizes, candidates, direction, onGpu);
+  candidates = candidates(arrayfun(clean, candidates) & prod(count) ./ count(candidates) >= least);
+  fitting = candidates(arrayfun(@(i) fits(count .* ((1:3) ~= i) + ((1:3) == i)), candidates));
+  if isempty(fitting)
+    [~, at] = max(count(candidates));
+    direction = candidates(at);
+  else
+    [~, at] = min(count(fitting));
+    direction = fitting(at);
   end
-  direction = candidates(end);
+end
+
+function yes = is_clean(place, sizes, candidates, direction, onGpu)
+  if onGpu
+    beside = setdiff(find(sizes > 1), direction);
+  else
+    beside = candidates(candidates < direction);
+  end
+  changed = place(direction, 1:3) ~= 0;
+  yes = ~any(any(place(beside, changed)));
 end
 
 function first = first_points(sizes, count)

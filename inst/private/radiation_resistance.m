@@ -12,6 +12,34 @@ function resistance = radiation_resistance(width, height, k)
   %   R = 2 k / pi * integral over 0 < u < width, 0 < v < height of
   %       (width - u) (height - v) sin(k r) / r,   r = sqrt(u^2 + v^2)
   % (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972, who tabulate it).
+  %
+  % For a piston of many wavelengths the integral over r is done by parts, in the angle t:
+  %   R = width * height - 2 / (pi k^2) + 2 / pi * integral over 0 < t < pi / 2 of
+  %       g(t) sin(k r) / k + sin(2 t) cos(k r) / k^2
+  % where r is the distance to the rim, g = width sin t - height cos t on the side at u = width and
+  % the opposite on the other. In a small piston the terms would cancel.
+  if k * max(width, height) < 60
+    resistance = over_distances(width, height, k);
+  else
+    resistance = width * height - 2 / (pi * k ^ 2) + ...
+                 2 / pi * (along_side(width, height, k) + along_side(height, width, k));
+  end
+end
+
+% The integral over the angles of the side at the distance near, in intervals of one period.
+function value = along_side(near, side, k)
+  far = hypot(near, side);
+  periods = ceil(k * (far - near) / (2 * pi));
+  bounds = acos(near ./ linspace(near, far, periods + 1));
+  phase = @(t) k * near ./ cos(t);
+  rim = @(t) (near * sin(t) - side * cos(t)) .* sin(phase(t)) / k + ...
+             sin(2 * t) .* cos(phase(t)) / k ^ 2;
+  value = quadgk(rim, 0, bounds(end), 'Waypoints', bounds(2:end - 1), ...
+                 'AbsTol', 1e-13 * near * side, 'RelTol', 1e-12, ...
+                 'MaxIntervalCount', 650 + 10 * periods);
+end
+
+function resistance = over_distances(width, height, k)
   [u, alongWidth] = panels(width, k);
   [v, alongHeight] = panels(height, k);
   alongWidth = alongWidth .* (width - u);

@@ -25,10 +25,16 @@ function piston = read_piston(caller, given)
   require(is_finite_real(piston.center) && numel(piston.center) == 3, caller, 'piston', ...
           'piston.center must be three real, finite numbers');
   piston.center = double(piston.center(:));
-  turn = double(piston.orientation);
-  require(is_finite_real(turn) && isequal(size(turn), [3, 3]) && ...
-          norm(turn' * turn - eye(3)) < 1e-9 && det(turn) > 0, caller, 'piston', ...
+  require(is_rotation(piston.orientation), caller, 'piston', ...
           ['piston.orientation must be a 3 by 3 rotation: columns of length 1, at right ', ...
            'angles, the third the cross product of the others']);
-  piston.orientation = turn;
+  piston.orientation = double(piston.orientation);
+end
+
+function yes = is_rotation(turn)
+  yes = is_finite_real(turn) && isequal(size(turn), [3, 3]);
+  if yes
+    turn = double(turn);
+    yes = norm(turn' * turn - eye(3)) < 1e-9 && det(turn) > 0;
+  end
 end
