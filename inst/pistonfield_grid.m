@@ -107,6 +107,8 @@ function grid = from_steps(origin, steps, sizes)
   require(is_finite_real(sizes) && numel(sizes) == 3 && all(sizes(:) >= 1) && ...
           all(sizes(:) == fix(sizes(:))), caller, 'sizes', ...
           'sizes must be three whole numbers of at least 1');
+  require(all(any(steps, 1) | sizes(:).' == 1), caller, 'steps', ...
+          'steps must not be 0 along a direction with more than one point');
   grid = grid_struct(origin, steps, sizes);
 end
 
@@ -209,3 +211,4 @@ end
 %!error id=pistonfield:pistonfield_grid:grid pistonfield_grid(7, 'axes')
 %!error id=pistonfield:pistonfield_grid:axes
 %! pistonfield_grid(pistonfield_grid([0 0 0], [1 1 0; 0 1 0; 0 0 1], [2 2 2]), 'axes');
+%!error <must not be 0 along a direction> pistonfield_grid([0 0 0], zeros(3), [2 1 1])

@@ -96,6 +96,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
+  warn_of_units(piston, k);
   [velocity, power] = drive(piston, k, options);
   estimate = NaN;
   order = options.order;
@@ -132,6 +133,15 @@ function options = read_pressure_options(caller, given)
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
+  end
+end
+
+% Nobody needs this method for a piston of a thousandth of a wavelength, but MHz are soon taken for Hz.
+function warn_of_units(piston, k)
+  wavelengths = max(piston.width, piston.height) * k / (2 * pi);
+  if wavelengths < 1e-3
+    warning('pistonfield:units', ['the piston measures %g wavelengths: lengths are in m, the speed ', ...
+                                  'in m/s, the frequency in Hz'], wavelengths);
   end
 end
 
@@ -469,3 +479,5 @@ end
 %!error <needs 3424 bytes, more than memory allows> call('memory', 3400, 'tolerance', 1e-30)
 %!error <'colour' is no option; there are: frequency, speed> call('colour', 1)
 %!error <options come in pairs> call('order')
+%!warning <measures 1.2\d*e-05 wavelengths>
+%! pistonfield_pressure(struct('width', 7.5e-3, 'height', 5e-3), pistonfield_grid(0, 0, 1), 'frequency', 2.5);

@@ -7,7 +7,8 @@ function options = read_options(caller, defaults, given)
   options = defaults;
   names = fieldnames(defaults);
   require(mod(numel(given), 2) == 0, caller, 'options', ...
-          'options come in pairs of a name and a value; this is an odd number of them');
+          'options come in pairs of a name and a value, as in ''%s'', ...; one is without the other', ...
+          names{1});
   for i = 1:2:numel(given)
     name = given{i};
     require(ischar(name) && any(strcmp(name, names)), caller, 'options', ...

@@ -3,8 +3,8 @@
 
 function piston = read_piston(caller, given)
   % piston = read_piston(caller, given): the piston checked, with what it left out filled in.
-  require(isstruct(given) && isscalar(given) && all(isfield(given, {'width', 'height'})), ...
-          caller, 'piston', 'piston must be a struct with the fields width and height');
+  require(isstruct(given) && isscalar(given), caller, 'piston', ...
+          'piston, which comes first, must be a struct with the fields width and height');
   piston = struct('width', 0, 'height', 0, 'center', zeros(3, 1), 'orientation', eye(3));
   names = fieldnames(given);
   for i = 1:numel(names)
@@ -12,6 +12,9 @@ function piston = read_piston(caller, given)
             'piston.%s is no field of a piston; there are: %s', ...
             names{i}, strjoin(fieldnames(piston)', ', '));
     piston.(names{i}) = given.(names{i});
+  end
+  for side = {'width', 'height'}
+    require(isfield(given, side{1}), caller, 'piston', 'piston.%s is missing: give it in m', side{1});
   end
 
   % The module takes thinner sides for something else.
