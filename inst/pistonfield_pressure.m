@@ -136,12 +136,13 @@ function options = read_pressure_options(caller, given)
   end
 end
 
-% Nobody needs this method for a piston of a thousandth of a wavelength, but MHz are soon taken for Hz.
+% Nobody needs this method for a thousandth of a wavelength, but MHz are soon taken for Hz.
 function warn_of_units(piston, k)
   wavelengths = max(piston.width, piston.height) * k / (2 * pi);
   if wavelengths < 1e-3
-    warning('pistonfield:units', ['the piston measures %g wavelengths: lengths are in m, the speed ', ...
-                                  'in m/s, the frequency in Hz'], wavelengths);
+    warning('pistonfield:units', ...
+            ['the piston measures %g wavelengths: lengths are in m, the speed in m/s, ', ...
+             'the frequency in Hz'], wavelengths);
   end
 end
 
@@ -480,4 +481,5 @@ end
 %!error <'colour' is no option; there are: frequency, speed> call('colour', 1)
 %!error <options come in pairs> call('order')
 %!warning <measures 1.2\d*e-05 wavelengths>
-%! pistonfield_pressure(struct('width', 7.5e-3, 'height', 5e-3), pistonfield_grid(0, 0, 1), 'frequency', 2.5);
+%! piston = struct('width', 7.5e-3, 'height', 5e-3);
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 2.5);

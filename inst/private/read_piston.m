@@ -14,7 +14,8 @@ function piston = read_piston(caller, given)
     piston.(names{i}) = given.(names{i});
   end
   for side = {'width', 'height'}
-    require(isfield(given, side{1}), caller, 'piston', 'piston.%s is missing: give it in m', side{1});
+    require(isfield(given, side{1}), caller, 'piston', ...
+            'piston.%s is missing: give it in m', side{1});
   end
 
   % The module takes thinner sides for something else.
