@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# Runs the long checks whole and prints their figures: within an hour on two cores.
+# Runs the long checks whole and prints their figures.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh
