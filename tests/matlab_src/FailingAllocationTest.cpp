@@ -3,11 +3,11 @@
 
 // Each allocation of a call in turn finds no memory, alone and with all that follow it.
 #include <cstdio>
-#include <iostream>
 
 #include "cuda_runtime/emulated/Emulator.h"
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
+#include "tests/support/SilentOutput.h"
 
 using cuda_runtime::emulated::Emulator;
 using cuda_runtime::emulated::emulator;
@@ -40,18 +40,6 @@ std::vector<Report> deviceReports(const std::string& mode) {
     if (mode == "cudadp") return allIn("RectangularPistonCuda.dp", "double");
     return {};
 }
-
-/// Nothing is written on the standard output for the length of a scope, so nothing is allocated.
-class SilentOutput {
-  public:
-    SilentOutput() : original(std::cout.rdbuf(nullptr)) {}
-    SilentOutput(const SilentOutput&) = delete;
-    SilentOutput& operator=(const SilentOutput&) = delete;
-    ~SilentOutput() { std::cout.rdbuf(original); }
-
-  private:
-    std::streambuf* original;
-};
 
 class FailingAllocationTest : public GatewayTest, public testing::WithParamInterface<const char*> {
   protected:

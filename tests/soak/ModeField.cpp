@@ -2,27 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "ModeField.h"
 
-#include <iostream>
-
 #include "matlab_src/Gateway.h"
 #include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
-
-namespace {
-
-/// Drops what is written to the standard output stream for the length of a scope.
-class Silence {
-  public:
-    Silence() : original(std::cout.rdbuf(nullptr)) {}
-    Silence(const Silence&) = delete;
-    Silence& operator=(const Silence&) = delete;
-    ~Silence() { std::cout.rdbuf(original); }
-
-  private:
-    std::streambuf* original;
-};
-
-}  // namespace
+#include "tests/support/SilentOutput.h"
 
 const char* nameOf(Mode mode) {
     constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};
@@ -41,7 +24,7 @@ double unitRoundoffOf(Mode mode) { return mode == Mode::cpu ? 0x1p-53 : 0x1p-24;
 FieldValues fieldOf(Mode mode, const FieldCall& call) {
     using substitute::doubles;
     using substitute::number;
-    const Silence silence;
+    const SilentOutput silence;
     const std::vector<const host::Array*> arguments{
         doubles({call.transform.begin(), call.transform.end()}, {4, 4}),
         doubles({call.sizes.begin(), call.sizes.end()}, {1, 3}),
