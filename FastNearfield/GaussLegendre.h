@@ -83,6 +83,15 @@ class GaussLegendre {
         if (setOrder(newOrder)) legendre_compute(order, abscissas, weights);
     }
 
+    /// Brings the rule to a table of `newOrder` pairs (abscissa, weight).
+    void take(int newOrder, const double* pairs) {
+        setOrder(newOrder);
+        for (int i = 0; i < order; ++i, pairs += 2) {
+            abscissas[i] = static_cast<T>(pairs[0]);
+            weights[i] = static_cast<T>(pairs[1]);
+        }
+    }
+
     int order = 0;
     T* abscissas = nullptr;        ///< nodes x[0..order-1], in increasing order
     T* weights = nullptr;          ///< w[i] belongs to x[i]

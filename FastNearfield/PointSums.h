@@ -31,11 +31,13 @@ struct Value {
     T re, im;
 };
 
-/// The lattice of a grid in precision G: the transform's upper three rows and its last element.
+/// A box of a lattice in precision G: the transform's upper three rows and its last element, the
+/// coordinates of the first point, and the sizes.
 template <class G>
 struct Lattice {
     G rows[12];
     G divisor;
+    G first[3];
     int sx, sy, sz;
 };
 

@@ -374,9 +374,9 @@ template <class T, int W, class G>
                                                     const typename Counter<W>::Indices& indices) {
     using Wide = Pack<G, W>;
     const G* m = lattice.rows + std::ptrdiff_t{4} * row;
-    const Wide v0 = __builtin_convertvector(indices.x, Wide);
-    const Wide v1 = __builtin_convertvector(indices.y, Wide);
-    const Wide v2 = __builtin_convertvector(indices.z, Wide);
+    const Wide v0 = lattice.first[0] + __builtin_convertvector(indices.x, Wide);
+    const Wide v1 = lattice.first[1] + __builtin_convertvector(indices.y, Wide);
+    const Wide v2 = lattice.first[2] + __builtin_convertvector(indices.z, Wide);
     const Wide p = (((m[3] + m[0] * v0) + m[1] * v1) + m[2] * v2) / lattice.divisor;
     return __builtin_convertvector(p, Pack<T, W>);
 }

@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <vector>
 
@@ -45,13 +47,25 @@ pointsums::Lattice<G> latticeOf(const Grid3DR<G>& grid) {
     return lattice;
 }
 
-/// Computes the pressure at every point of the grid.
+template <class G>
+pointsums::Lattice<G> latticeOf(const MMatrix<G, 4, true>& transform, const LatticeBox& box) {
+    const auto size = [&](std::size_t i) {
+        if (box.size[i] > INT32_MAX) throw std::bad_array_new_length();
+        return static_cast<unsigned>(box.size[i]);
+    };
+    pointsums::Lattice<G> lattice = latticeOf(Grid3DR<G>(transform, size(0), size(1), size(2)));
+    std::transform(box.first.begin(), box.first.end(), lattice.first,
+                   [](std::int64_t first) { return static_cast<G>(first); });
+    return lattice;
+}
+
+/// Computes the pressure at every point of the lattice.
 template <class T, class G>
-void fillField(const RectangularPistonCuda2& piston, const Grid3DR<G>& grid,
+void fillField(const RectangularPistonCuda2& piston, const pointsums::Lattice<G>& lattice,
                const pointsums::Field<T>& field) {
     const pointsums::Piston<T> sides{static_cast<T>(piston.s * 0.5), static_cast<T>(piston.l * 0.5),
                                      static_cast<T>(piston.k)};
-    pointsums::fill(pointRule<T>(piston), sides, latticeOf(grid), field);
+    pointsums::fill(pointRule<T>(piston), sides, lattice, field);
 }
 
 /// A grid and a piston as the launchers of precision T take them.
@@ -148,18 +162,30 @@ template <class T, class GridT>
 void RectangularPistonCuda2::computeCPU(T* out, const Grid3DR<GridT>& grid) const {
     std::cout << "grid: " << grid.sizeX() << " " << grid.sizeY() << " " << grid.sizeZ()
               << std::endl;
-    fillField<T>(*this, grid, {out, out + 1, 2});
+    fillField<T>(*this, latticeOf(grid), {out, out + 1, 2});
 }
 
 template <class T, class GridT>
 void RectangularPistonCuda2::computeCPU(T* re, T* im, const Grid3DR<GridT>& grid) const {
-    fillField<T>(*this, grid, {re, im, 1});
+    fillField<T>(*this, latticeOf(grid), {re, im, 1});
 }
 
 template void RectangularPistonCuda2::computeCPU(float*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(double*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(double*, double*, const Grid3DR<double>&) const;
 template void RectangularPistonCuda2::computeCPU(float*, float*, const Grid3DR<float>&) const;
+
+template <class T>
+void RectangularPistonCuda2::computeBox(std::complex<T>* out, const double* transform,
+                                        const LatticeBox& box) const {
+    T* const values = reinterpret_cast<T*>(out);
+    fillField<T>(*this, latticeOf(MMatrix<T, 4, true>(transform), box), {values, values + 1, 2});
+}
+
+template void RectangularPistonCuda2::computeBox(std::complex<float>*, const double*,
+                                                 const LatticeBox&) const;
+template void RectangularPistonCuda2::computeBox(std::complex<double>*, const double*,
+                                                 const LatticeBox&) const;
 
 template <class T>
 std::complex<T> RectangularPistonCuda2::doFastNearfield_Private(

@@ -8,6 +8,7 @@
 #include "FastNearfield/GaussLegendre.h"
 #include "FastNearfield/Integ.h"
 #include "FastNearfield/Piston.h"
+#include "core/LatticeBox.h"
 
 /// A flat rectangular piston in the plane z = 0 of its own frame, centred on the origin, in an
 /// infinite rigid baffle. Its field is computed with the fast near-field method, on the CPU or by
@@ -73,6 +74,16 @@ class RectangularPistonCuda2 : public Piston {
     /// Fills a field array in two halves on the CPU, in double precision. Prints nothing.
     template <class T, class GridT>
     void computeCPU(T* re, T* im, const Grid3DR<GridT>& grid) const;
+
+    /// The pressure at the points of a box of a lattice, on the CPU: the same bits as in the field
+    /// of the whole lattice, wherever it is cut. Positions, arithmetic and output are in T, in
+    /// which the lattice's coordinates have to be exact: below 2^24 for float, 2^53 for double.
+    /// Prints nothing.
+    /// @param out       box.points() values
+    /// @param transform 16 values, row by row; see `Grid3DR`
+    /// @throws std::bad_array_new_length where a size of the box does not fit 31 bits
+    template <class T>
+    void computeBox(std::complex<T>* out, const double* transform, const LatticeBox& box) const;
 
     /// The pressure at one point, by the rule of precision T. As `Integ` does, an interval that
     /// equals the ends of the rule as it was mapped last keeps that mapping; every point starts

@@ -6,8 +6,8 @@
 #include <iostream>
 #include <memory>
 #include <new>
-#include <vector>
 
+#include "FastNearfield/HalfTable.h"
 #include "FastNearfield/IntegratorCuda.h"
 #include "FastNearfield/RectangularPiston2.h"
 #include "FastNearfield/RectangularPistonCuda.h"
@@ -77,13 +77,8 @@ Grid3DR<T> gridOf(const FieldRequest& request) {
 template <class T>
 void setRule(GaussLegendre<T>& rule, const FieldRequest& request) {
     if (request.abscissaTable == nullptr) return rule.compute(request.nAbscissas);
-    rule.setOrder(request.nAbscissas);
     // Deliberate: pairs are consecutive values of the storage, not rows of the caller's matrix.
-    for (int i = 0; i < rule.order; ++i) {
-        const double* pair = request.abscissaTable + 2 * static_cast<std::ptrdiff_t>(i);
-        rule.abscissas[i] = static_cast<T>(pair[0]);
-        rule.weights[i] = static_cast<T>(pair[1]);
-    }
+    rule.take(request.nAbscissas, request.abscissaTable);
 }
 
 void computeInSinglePrecision(const FieldRequest& request, const RectangularPistonCuda2& piston,
@@ -113,29 +108,11 @@ void computeOnCpu(const FieldRequest& request, RectangularPistonCuda2& piston,
 
 constexpr const char* stem = "RectangularPiston";
 
-/// The first half of a table's pairs, by which the GPU knows a symmetric rule.
-template <class T>
-struct HalfTable {
-    explicit HalfTable(const FieldRequest& request) {
-        const auto pairs = static_cast<std::size_t>(request.nAbscissas) / 2 +
-                           static_cast<std::size_t>(request.nAbscissas) % 2;
-        for (std::size_t i = 0; i < pairs; ++i) {
-            x.push_back(static_cast<T>(request.abscissaTable[2 * i]));
-            w.push_back(static_cast<T>(request.abscissaTable[2 * i + 1]));
-        }
-        // The upload shows the first abscissa before it refuses an order of 0.
-        if (x.empty()) x.push_back(0);
-    }
-
-    std::vector<T> x;
-    std::vector<T> w;
-};
-
 void computeInDoubleOnGpu(const FieldRequest& request, const Grid3DR<double>& grid,
                           FieldHalves field) {
     if (request.abscissaTable != nullptr) {
         std::cout << "1" << std::endl;
-        const HalfTable<double> table(request);
+        const HalfTable<double> table(request.nAbscissas, request.abscissaTable);
         setIntegratorWeightsSym_d(stem, table.x.data(), table.w.data(), request.nAbscissas);
     } else {
         std::cout << "2" << std::endl;
@@ -152,7 +129,7 @@ void computeInSingleOnGpu(const FieldRequest& request, const RectangularPistonCu
                           const Grid3DR<double>& grid, FieldHalves field) {
     if (request.abscissaTable != nullptr) {
         std::cout << "3" << std::endl;
-        const HalfTable<float> table(request);
+        const HalfTable<float> table(request.nAbscissas, request.abscissaTable);
         setIntegratorWeightsSym(stem, table.x.data(), table.w.data(), request.nAbscissas);
     } else {
         std::cout << "4" << std::endl;

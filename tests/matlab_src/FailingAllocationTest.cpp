@@ -7,7 +7,7 @@
 #include "cuda_runtime/emulated/Emulator.h"
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
-#include "tests/support/SilentOutput.h"
+#include "core/SilentOutput.h"
 
 using cuda_runtime::emulated::Emulator;
 using cuda_runtime::emulated::emulator;

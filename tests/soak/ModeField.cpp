@@ -5,7 +5,7 @@
 #include "matlab_src/Gateway.h"
 #include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
-#include "tests/support/SilentOutput.h"
+#include "core/SilentOutput.h"
 
 const char* nameOf(Mode mode) {
     constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};

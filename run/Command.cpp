@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/Command.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include "run/revision.h"
+
+namespace run {
+
+namespace {
+
+/// An option that says what field is asked for.
+struct RequestOption {
+    const char* name;
+    bool needed;
+    bool (*same)(const Request&, const Request&);
+};
+
+template <auto member>
+bool same(const Request& a, const Request& b) {
+    return a.*member == b.*member;
+}
+
+constexpr std::array<RequestOption, 8> requestOptions{{
+    {"--transform", true, &same<&Request::transform>},
+    {"--sizes", true, &same<&Request::sizes>},
+    {"-l", true, &same<&Request::l>},
+    {"-s", true, &same<&Request::s>},
+    {"-k", true, &same<&Request::k>},
+    {"--mode", false, &same<&Request::mode>},
+    {"--order", false,
+     [](const Request& a, const Request& b) { return a.order == b.order && a.table == b.table; }},
+    {"--table", false, &same<&Request::table>},
+}};
+
+/// What CLI11 keeps of the options until they are in a command.
+struct Parsed {
+    std::vector<double> transform;
+    std::vector<std::int64_t> sizes;
+    std::string table;
+    std::string part;
+    std::vector<std::int64_t> first;
+    std::vector<std::int64_t> size;
+    bool noMagnitude = false;
+};
+
+/// Numbers in a text file, as many as there are.
+std::vector<double> readTable(const std::string& path) {
+    std::ifstream in(path);
+    std::vector<double> table;
+    for (double value = 0; in >> value;) table.push_back(value);
+    if (!in.eof() || table.empty() || table.size() % 2 != 0)
+        throw CLI::ValidationError("--table", path + " is no list of abscissas and weights");
+    return table;
+}
+
+Part readPart(const std::string& text) {
+    std::istringstream in(text);
+    Part part;
+    char slash = 0;
+    if (!(in >> part.number >> slash >> part.of) || slash != '/' || !(in >> std::ws).eof() ||
+        part.number < 1 || part.number > part.of)
+        throw CLI::ValidationError("--part", "'" + text + "' is not of the form 3/10");
+    return part;
+}
+
+/// "field.h5" to "field.part-03-of-10.h5"
+std::filesystem::path partPath(const std::filesystem::path& output, const Part& part) {
+    const std::string of = std::to_string(part.of);
+    std::string number = std::to_string(part.number);
+    number.insert(0, of.size() - number.size(), '0');
+    std::filesystem::path path = output;
+    return path.replace_filename(output.stem().string() + ".part-" + number + "-of-" + of +
+                                 output.extension().string());
+}
+
+template <class T, std::size_t n>
+void copyTo(const std::vector<T>& from, std::array<T, n>& to) {
+    if (from.size() == n) std::copy(from.begin(), from.end(), to.begin());
+}
+
+std::optional<std::array<std::int64_t, 3>> three(const std::vector<std::int64_t>& values) {
+    if (values.empty()) return std::nullopt;
+    std::array<std::int64_t, 3> array{};
+    copyTo(values, array);
+    return array;
+}
+
+void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
+    Request& request = command.request;
+    const char* group = "The field";
+    app.add_option(
+           "--transform", parsed.transform,
+           "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position "
+           "before the piston, which lies in z = 0 around the origin")
+        ->expected(16)
+        ->group(group);
+    app.add_option("--sizes", parsed.sizes, "points along the lattice's directions x, y and z")
+        ->expected(3)
+        ->group(group);
+    app.add_option("-l,--l", request.l, "the piston's side along y")->group(group);
+    app.add_option("-s,--s", request.s, "the piston's side along x")->group(group);
+    app.add_option("-k,--k", request.k, "the wavenumber, in radians per unit of length")
+        ->group(group);
+    app.add_option(
+           "--mode", request.mode,
+           "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)")
+        ->group(group);
+    CLI::Option* order =
+        app.add_option("--order", request.order, "abscissas of each edge integral; 10 by default")
+            ->group(group);
+    app.add_option("--table", parsed.table,
+                   "a text file with a rule: abscissa, weight, abscissa ...")
+        ->excludes(order)
+        ->group(group);
+    app.set_config("--request", "", "a text file with these options, as: sizes = [100, 100, 200]")
+        ->group(group);
+    app.allow_config_extras(false);
+}
+
+void addWork(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
+    const char* group = "The work";
+    app.add_option("output", command.output, "the file to write, as field.h5");
+    app.add_flag("--resume", command.resume, "go on with the output where there is one")
+        ->group(group);
+    app.add_option("--part", parsed.part,
+                   "as 3/10: compute the third of ten parts, alone, into a file of its own")
+        ->group(group);
+    app.add_flag("--estimate", command.onlyEstimate, "only say what memory, disk and time it takes")
+        ->group(group);
+    app.add_option("--slab", command.slabPoints,
+                   "points that are computed and written at a time; 262144 by default")
+        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 27))
+        ->group(group);
+    app.add_option("--compress", command.deflate,
+                   "compress the complete file, from 1 (fast) to 9 (small)")
+        ->check(CLI::Range(1, 9))
+        ->group(group);
+    app.add_flag("--no-magnitude", parsed.noMagnitude,
+                 "leave out the magnitude, and with it the file for viewers")
+        ->group(group);
+}
+
+void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) {
+    if (command.output.empty()) throw CLI::RequiredError("output");
+    Request& request = command.request;
+    copyTo(parsed.transform, request.transform);
+    copyTo(parsed.sizes, request.sizes);
+    // Two names of one mode.
+    if (request.mode == "cpudp") request.mode = "cpu";
+    if (!parsed.table.empty()) {
+        request.table = readTable(parsed.table);
+        request.order = static_cast<int>(request.table.size() / 2);
+    }
+    for (const RequestOption& option : requestOptions)
+        if (app.count(option.name) > 0) command.given.insert(option.name);
+    command.magnitude = !parsed.noMagnitude;
+    if (parsed.part.empty()) return;
+    command.part = readPart(parsed.part);
+    command.output = partPath(command.output, *command.part);
+}
+
+}  // namespace
+
+Command readCommand(int argc, const char* const* argv) {
+    CLI::App app{
+        "Computes the pressure field of a rectangular piston into an HDF5 file, alone or, under\n"
+        "mpirun or srun, with many processes. A run that was ended, however it was, goes on with\n"
+        "--resume.",
+        "pistonfield-run"};
+    app.set_version_flag("--version", "pistonfield-run " + revision());
+    ComputeCommand compute;
+    JoinCommand join;
+    VerifyCommand verify;
+    ExtractCommand extract;
+    Parsed parsed;
+    addRequest(app, compute, parsed);
+    addWork(app, compute, parsed);
+
+    const CLI::App* joining = [&] {
+        CLI::App* sub = app.add_subcommand("join", "make one field of its parts");
+        sub->add_option("output", join.output, "the file to write")->required();
+        sub->add_option("parts", join.parts, "the files of all parts")->required();
+        return sub;
+    }();
+    const CLI::App* verifying = [&] {
+        CLI::App* sub = app.add_subcommand("verify", "compare files with their checksums");
+        sub->add_option("files", verify.files, "files of fields")->required();
+        return sub;
+    }();
+    const CLI::App* extracting = [&] {
+        CLI::App* sub =
+            app.add_subcommand("extract", "copy values, as pairs without a format, x fastest");
+        sub->add_option("file", extract.file, "a file of a field")->required();
+        sub->add_option("output", extract.output, "the file to write")->required();
+        sub->add_option("--first", parsed.first, "indices of the first point; 0 0 0 by default")
+            ->expected(3);
+        sub->add_option("--size", parsed.size, "points along x, y and z; all by default")
+            ->expected(3);
+        return sub;
+    }();
+    app.require_subcommand(0, 1);
+
+    try {
+        app.parse(argc, argv);
+        if (joining->parsed()) return join;
+        if (verifying->parsed()) return verify;
+        if (extracting->parsed()) {
+            extract.first = three(parsed.first);
+            extract.size = three(parsed.size);
+            return extract;
+        }
+        finish(app, compute, parsed);
+        return compute;
+    } catch (const CLI::ParseError& error) {
+        std::ostringstream out;
+        std::ostringstream complaint;
+        const int status = app.exit(error, out, complaint);
+        return Answer{status == 0 ? 0 : 1, out.str(), complaint.str()};
+    }
+}
+
+std::optional<std::string> contradiction(const ComputeCommand& command, const Request& request) {
+    for (const RequestOption& option : requestOptions)
+        if (command.given.contains(option.name) && !option.same(command.request, request))
+            return option.name;
+    return std::nullopt;
+}
+
+void checkComplete(const ComputeCommand& command) {
+    for (const RequestOption& option : requestOptions)
+        if (option.needed && !command.given.contains(option.name))
+            throw std::runtime_error(std::string(option.name) + " is missing");
+    check(command.request);
+}
+
+}  // namespace run

@@ -1,0 +1,369 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/FieldFile.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <limits>
+#include <stdexcept>
+
+#include "run/attributes.h"
+#include "run/revision.h"
+
+namespace run {
+
+using hdf5::checked;
+using hdf5::Dataset;
+using hdf5::File;
+using hdf5::Properties;
+using hdf5::Space;
+using hdf5::Type;
+
+namespace {
+
+constexpr const char* creator = "pistonfield-run";
+constexpr std::int64_t format = 1;
+constexpr const char* pressureName = "pressure";
+constexpr const char* magnitudeName = "magnitude";
+constexpr const char* entriesName = "slabs";
+
+/// Sizes or coordinates in the order of the file, slowest first.
+using Extent = std::array<hsize_t, 3>;
+
+Extent extent(const std::array<std::int64_t, 3>& xyz) {
+    return {static_cast<hsize_t>(xyz[2]), static_cast<hsize_t>(xyz[1]),
+            static_cast<hsize_t>(xyz[0])};
+}
+
+Space spaceOf(const std::array<std::int64_t, 3>& sizes) {
+    return {H5Screate_simple(3, extent(sizes).data(), nullptr), "a space"};
+}
+
+/// A space of a file with a box of it selected.
+Space selected(const Layout& layout, const LatticeBox& box) {
+    Space space = spaceOf(layout.box.size);
+    Extent start = extent(box.first);
+    const Extent origin = extent(layout.box.first);
+    std::transform(start.begin(), start.end(), origin.begin(), start.begin(), std::minus<>());
+    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr,
+                                extent(box.size).data(), nullptr),
+            "a box");
+    return space;
+}
+
+Type complexType(bool singlePrecision) {
+    const hid_t real = singlePrecision ? H5T_NATIVE_FLOAT : H5T_NATIVE_DOUBLE;
+    const std::size_t bytes = H5Tget_size(real);
+    Type type(H5Tcreate(H5T_COMPOUND, 2 * bytes), "the type of values");
+    // The members by which readers know a complex number.
+    checked(H5Tinsert(type, "r", 0, real), "the real part");
+    checked(H5Tinsert(type, "i", bytes, real), "the imaginary part");
+    return type;
+}
+
+Type recordType() {
+    Type type(H5Tcreate(H5T_COMPOUND, sizeof(SlabRecord)), "the type of entries");
+    checked(H5Tinsert(type, "checksum", offsetof(SlabRecord, checksum), H5T_NATIVE_UINT64),
+            "checksum");
+    checked(H5Tinsert(type, "finished", offsetof(SlabRecord, finished), H5T_NATIVE_UINT8),
+            "finished");
+    return type;
+}
+
+Properties accessProperties(const std::optional<MPI_Comm>& together) {
+    Properties access(H5Pcreate(H5P_FILE_ACCESS), "access");
+    if (together) checked(H5Pset_fapl_mpio(access, *together, MPI_INFO_NULL), "access together");
+    // Writers keep each other out by a lock of their own; see `FileLock`.
+    checked(H5Pset_file_locking(access, 0, 1), "locking");
+    // Nothing is kept back: what is written is in the file when the write returns.
+    checked(H5Pset_cache(access, 0, 0, 0, 0), "caches");
+    checked(H5Pset_sieve_buf_size(access, 0), "buffers");
+    checked(H5Pset_alignment(access, 65536, 4096), "alignment");
+    return access;
+}
+
+Properties datasetProperties() {
+    Properties properties(H5Pcreate(H5P_DATASET_CREATE), "a dataset");
+    checked(H5Pset_obj_track_times(properties, 0), "times");
+    return properties;
+}
+
+/// Where every value has its place from the beginning, or with compression as it is written.
+Properties chunkProperties(const Layout& layout, int deflate) {
+    Properties properties = datasetProperties();
+    checked(H5Pset_chunk(properties, 3, extent(layout.slabSizes).data()), "chunks");
+    checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "fill time");
+    if (deflate == 0) {
+        checked(H5Pset_alloc_time(properties, H5D_ALLOC_TIME_EARLY), "allocation time");
+    } else {
+        checked(H5Pset_shuffle(properties), "shuffle");
+        checked(H5Pset_deflate(properties, static_cast<unsigned>(deflate)), "deflate");
+    }
+    return properties;
+}
+
+Properties virtualProperties(const Layout& layout, std::span<const FieldFile::Source> sources,
+                             const char* dataset) {
+    Properties properties = datasetProperties();
+    for (const FieldFile::Source& source : sources)
+        checked(H5Pset_virtual(properties, selected(layout, source.box), source.path.c_str(),
+                               dataset, spaceOf(source.box.size)),
+                "a part");
+    return properties;
+}
+
+Dataset createDataset(hid_t file, const char* name, hid_t type, const Space& space,
+                      const Properties& properties) {
+    return {H5Dcreate2(file, name, type, space, H5P_DEFAULT, properties, H5P_DEFAULT), name};
+}
+
+void describe(hid_t file, const Layout& layout) {
+    const Request& request = layout.request;
+    const auto one = [](auto value) { return std::array{value}; };
+    attributes::write(file, "creator", creator);
+    attributes::write(file, "version", revision());
+    attributes::write(file, "format", one(format));
+    attributes::write(file, "transform", request.transform, {4, 4});
+    attributes::write(file, "sizes", request.sizes, {3});
+    attributes::write(file, "l", one(request.l));
+    attributes::write(file, "s", one(request.s));
+    attributes::write(file, "k", one(request.k));
+    attributes::write(file, "mode", request.mode);
+    attributes::write(file, "order", one(std::int64_t{request.order}));
+    if (!request.table.empty())
+        attributes::write(file, "table", request.table, {request.table.size() / 2, 2});
+    attributes::write(file, "first_point", layout.box.first, {3});
+    attributes::write(file, "slab_sizes", layout.slabSizes, {3});
+    attributes::write(file, "conventions",
+                      "p = k/(2 pi) * integral over the piston of exp(-j*k*R)/R dS, for the time "
+                      "dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa");
+    attributes::write(file, "units",
+                      "transform, l and s in one unit of length, k in radians per that unit, "
+                      "pressure and magnitude without unit, seconds in s, peak_memory in bytes");
+    attributes::write(file, "axes",
+                      "pressure[iz][iy][ix] is at transform * (ix, iy, iz, 1), divided by the "
+                      "transform's last element; indices count from first_point");
+}
+
+void writeAccount(hid_t file, const Account& account) {
+    const auto one = [](auto value) { return std::array{value}; };
+    constexpr std::size_t hostRoom = 255;
+    constexpr std::size_t timeRoom = 20;
+    attributes::write(file, "host", account.host, hostRoom);
+    attributes::write(file, "started", account.started, timeRoom);
+    attributes::write(file, "finished", account.finished, timeRoom);
+    attributes::write(file, "seconds", one(account.seconds));
+    attributes::write(file, "processes", one(account.processes));
+    attributes::write(file, "peak_memory", one(account.peakMemory));
+    attributes::write(file, "complete", one(std::int64_t{account.complete}));
+}
+
+File createFile(const std::filesystem::path& path) {
+    const Properties creation(H5Pcreate(H5P_FILE_CREATE), "creation");
+    checked(H5Pset_obj_track_times(creation, 0), "times");
+    return {H5Fcreate(path.c_str(), H5F_ACC_TRUNC, creation, accessProperties(std::nullopt)),
+            path.string() + " cannot be created"};
+}
+
+File openFile(const std::string& name, FieldFile::Access access,
+              const std::optional<MPI_Comm>& together) {
+    const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
+    return {H5Fopen(name.c_str(), flags, accessProperties(together)),
+            name + " cannot be opened as HDF5"};
+}
+
+void requireOurs(hid_t file, const std::string& name) {
+    if (!attributes::exists(file, "creator") || !attributes::exists(file, "format") ||
+        attributes::readText(file, "creator") != creator)
+        throw std::runtime_error(name + " is not a file of " + creator);
+    if (attributes::readIntegers(file, "format") != std::vector{format})
+        throw std::runtime_error(name + " has a format that this version does not know");
+}
+
+template <class T, std::size_t n>
+std::array<T, n> readArray(const std::vector<T>& values, const char* name) {
+    if (values.size() != n) throw std::runtime_error(std::string(name) + " has another size");
+    std::array<T, n> array{};
+    std::copy(values.begin(), values.end(), array.begin());
+    return array;
+}
+
+Request readRequest(hid_t file) {
+    const auto real = [file](const char* name) {
+        return readArray<double, 1>(attributes::readReals(file, name), name)[0];
+    };
+    Request request;
+    request.transform =
+        readArray<double, 16>(attributes::readReals(file, "transform"), "transform");
+    request.sizes = readArray<std::int64_t, 3>(attributes::readIntegers(file, "sizes"), "sizes");
+    request.l = real("l");
+    request.s = real("s");
+    request.k = real("k");
+    request.mode = attributes::readText(file, "mode");
+    request.order = static_cast<int>(
+        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0]);
+    if (attributes::exists(file, "table")) request.table = attributes::readReals(file, "table");
+    return request;
+}
+
+std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
+    const Space space(H5Dget_space(dataset), "a dataset's space");
+    Extent sizes{};
+    if (H5Sget_simple_extent_ndims(space) != 3 ||
+        H5Sget_simple_extent_dims(space, sizes.data(), nullptr) != 3)
+        throw std::runtime_error("the dataset 'pressure' has another number of dimensions");
+    return {static_cast<std::int64_t>(sizes[2]), static_cast<std::int64_t>(sizes[1]),
+            static_cast<std::int64_t>(sizes[0])};
+}
+
+Layout readLayout(hid_t file, const Dataset& pressure) {
+    Layout layout;
+    layout.request = readRequest(file);
+    layout.box.first =
+        readArray<std::int64_t, 3>(attributes::readIntegers(file, "first_point"), "first_point");
+    layout.box.size = sizesOf(pressure);
+    layout.slabSizes =
+        readArray<std::int64_t, 3>(attributes::readIntegers(file, "slab_sizes"), "slab_sizes");
+    layout.magnitude = checked(H5Lexists(file, magnitudeName, H5P_DEFAULT), magnitudeName) > 0;
+    return layout;
+}
+
+Dataset openDataset(hid_t file, const char* name) {
+    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
+}
+
+Properties creationOf(const Dataset& dataset) {
+    return {H5Dget_create_plist(dataset), "a dataset's properties"};
+}
+
+}  // namespace
+
+std::int64_t Layout::slabBytes() const {
+    const std::int64_t each = request.valueBytes() + (magnitude ? std::int64_t{sizeof(float)} : 0);
+    return slabSizes[0] * slabSizes[1] * slabSizes[2] * each;
+}
+
+void FieldFile::create(const std::filesystem::path& path, const Layout& layout, int deflate) {
+    File file = createFile(path);
+    describe(file, layout);
+    writeAccount(file, {});
+    const Space points = spaceOf(layout.box.size);
+    const Properties chunks = chunkProperties(layout, deflate);
+    createDataset(file, pressureName, complexType(layout.request.singlePrecision()), points,
+                  chunks);
+    if (layout.magnitude) createDataset(file, magnitudeName, H5T_NATIVE_FLOAT, points, chunks);
+
+    const auto count = static_cast<hsize_t>(layout.slabs().count());
+    const Properties properties = datasetProperties();
+    checked(H5Pset_alloc_time(properties, H5D_ALLOC_TIME_EARLY), "allocation time");
+    createDataset(file, entriesName, recordType(),
+                  {H5Screate_simple(1, &count, nullptr), "the entries' space"}, properties);
+    file.reset(path.string() + " cannot be written");
+}
+
+void FieldFile::createJoined(const std::filesystem::path& path, const Layout& layout,
+                             std::span<const Source> sources) {
+    File file = createFile(path);
+    describe(file, layout);
+    writeAccount(file, {});
+    const Space points = spaceOf(layout.box.size);
+    const auto create = [&](const char* name, hid_t type, const void* missing) {
+        const Properties properties = virtualProperties(layout, sources, name);
+        checked(H5Pset_fill_value(properties, type, missing), "the fill value");
+        createDataset(file, name, type, points, properties);
+    };
+    constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+    constexpr float floatNan = std::numeric_limits<float>::quiet_NaN();
+    constexpr std::array missing{nan, nan};
+    constexpr std::array floatMissing{floatNan, floatNan};
+    const bool single = layout.request.singlePrecision();
+    const Type type = complexType(single);
+    if (single)
+        create(pressureName, type, floatMissing.data());
+    else
+        create(pressureName, type, missing.data());
+    if (layout.magnitude) create(magnitudeName, H5T_NATIVE_FLOAT, &floatNan);
+    file.reset(path.string() + " cannot be written");
+}
+
+FieldFile::FieldFile(const std::filesystem::path& path, Access access,
+                     std::optional<MPI_Comm> together)
+    : name(path.string()), file(openFile(name, access, together)) {
+    requireOurs(file, name);
+    try {
+        pressure = openDataset(file, pressureName);
+        contents = readLayout(file, pressure);
+        valueType = complexType(contents.request.singlePrecision());
+        if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
+        if (!joined()) entries = openDataset(file, entriesName);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(name + " is damaged: " + error.what());
+    }
+}
+
+bool FieldFile::joined() const { return H5Pget_layout(creationOf(pressure)) == H5D_VIRTUAL; }
+
+bool FieldFile::compressed() const {
+    return checked(H5Pget_nfilters(creationOf(pressure)), "filters") > 0;
+}
+
+std::vector<SlabRecord> FieldFile::records() const {
+    std::vector<SlabRecord> records(static_cast<std::size_t>(contents.slabs().count()));
+    checked(H5Dread(entries, recordType(), H5S_ALL, H5S_ALL, H5P_DEFAULT, records.data()),
+            name + ": the slabs' entries cannot be read");
+    return records;
+}
+
+void FieldFile::record(std::int64_t slab, std::uint64_t checksum) {
+    const SlabRecord record{checksum, 1};
+    const auto at = static_cast<hsize_t>(slab);
+    const hsize_t one = 1;
+    const Space entry(H5Dget_space(entries), "an entry");
+    checked(H5Sselect_hyperslab(entry, H5S_SELECT_SET, &at, nullptr, &one, nullptr), "an entry");
+    const Space memory(H5Screate_simple(1, &one, nullptr), "an entry");
+    checked(H5Dwrite(entries, recordType(), memory, entry, H5P_DEFAULT, &record),
+            name + " cannot be written");
+}
+
+void FieldFile::write(const LatticeBox& box, const void* values, const float* magnitudes) {
+    const Space to = selected(contents, box);
+    const Space from = spaceOf(box.size);
+    checked(H5Dwrite(pressure, valueType, from, to, H5P_DEFAULT, values),
+            name + " cannot be written");
+    if (magnitudes != nullptr)
+        checked(H5Dwrite(magnitude, H5T_NATIVE_FLOAT, from, to, H5P_DEFAULT, magnitudes),
+                name + " cannot be written");
+}
+
+void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) const {
+    const Space from = selected(contents, box);
+    const Space to = spaceOf(box.size);
+    checked(H5Dread(pressure, valueType, to, from, H5P_DEFAULT, values), name + " cannot be read");
+    if (magnitudes != nullptr)
+        checked(H5Dread(magnitude, H5T_NATIVE_FLOAT, to, from, H5P_DEFAULT, magnitudes),
+                name + " cannot be read");
+}
+
+Account FieldFile::account() const {
+    const auto integer = [this](const char* name) {
+        return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
+    };
+    return {attributes::readText(file, "host"),
+            attributes::readText(file, "started"),
+            attributes::readText(file, "finished"),
+            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0],
+            integer("processes"),
+            integer("peak_memory"),
+            integer("complete") != 0};
+}
+
+void FieldFile::setAccount(const Account& account) { writeAccount(file, account); }
+
+void FieldFile::close() {
+    entries = {};
+    magnitude = {};
+    pressure = {};
+    file.reset(name + " cannot be closed");
+}
+
+}  // namespace run

@@ -1,0 +1,109 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "run/Hdf5.h"
+#include "run/Request.h"
+#include "run/slabs.h"
+
+namespace run {
+
+/// What is in a file, from its beginning to its end.
+struct Layout {
+    Request request;
+    LatticeBox box;                           ///< the points of the lattice that are in the file
+    std::array<std::int64_t, 3> slabSizes{};  ///< also the sizes of a chunk
+    bool magnitude = true;                    ///< whether |p| is there too, for viewers
+
+    Slabs slabs() const { return {box, slabSizes}; }
+    /// Bytes of a slab's values and magnitudes.
+    std::int64_t slabBytes() const;
+    /// Bytes of all slabs, those at the far ends having as much room as the others.
+    std::int64_t bytes() const { return slabs().count() * slabBytes(); }
+};
+
+/// A slab's entry in the file.
+struct SlabRecord {
+    std::uint64_t checksum = 0;
+    std::uint8_t finished = 0;
+};
+
+/// How a field came about.
+struct Account {
+    std::string host;
+    std::string started;   ///< of the first run that worked on it; UTC, as 2026-11-21T09:30:00Z
+    std::string finished;  ///< of the last one
+    double seconds = 0;    ///< of all of them
+    std::int64_t processes = 1;
+    std::int64_t peakMemory = 0;  ///< bytes, of the process that took most
+    bool complete = false;
+};
+
+/// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
+/// [z][y][x], and the request, conventions and units as attributes of the root.
+///
+/// Everything but values gets its place when the file is created; from then on slabs and their
+/// entries are written where they belong, and nothing else changes. So a process may be killed at
+/// any moment: the file stays readable, and every slab with an entry is whole.
+///
+/// All operations throw std::runtime_error naming the file.
+class FieldFile {
+  public:
+    enum class Access { read, write };
+
+    /// Creates a file without values. An existing one is replaced.
+    /// @param deflate 0, or the level to compress with; such a file takes its slabs once each
+    static void create(const std::filesystem::path& path, const Layout& layout, int deflate = 0);
+
+    struct Source {
+        std::filesystem::path path;
+        LatticeBox box;
+    };
+    /// Creates a file whose values are those in the sources, each of which has a box of it. Values
+    /// of a source that is not there read as NaN.
+    static void createJoined(const std::filesystem::path& path, const Layout& layout,
+                             std::span<const Source> sources);
+
+    /// Opens a file, alone or together with the other processes of a communicator.
+    FieldFile(const std::filesystem::path& path, Access access,
+              std::optional<MPI_Comm> together = std::nullopt);
+
+    const Layout& layout() const noexcept { return contents; }
+
+    /// Whether the values are in other files.
+    bool joined() const;
+    bool compressed() const;
+
+    /// The entries of all slabs.
+    std::vector<SlabRecord> records() const;
+    void record(std::int64_t slab, std::uint64_t checksum);
+
+    /// Moves the values of a box, and where magnitudes are not null, theirs too.
+    void write(const LatticeBox& box, const void* values, const float* magnitudes);
+    void read(const LatticeBox& box, void* values, float* magnitudes) const;
+
+    Account account() const;
+    void setAccount(const Account& account);
+
+    /// Closes it, so that failures are seen; collective where it was opened so.
+    void close();
+
+  private:
+    std::string name;
+    hdf5::File file;
+    Layout contents;
+    hdf5::Type valueType;
+    hdf5::Dataset pressure;
+    hdf5::Dataset magnitude;
+    hdf5::Dataset entries;
+};
+
+}  // namespace run

@@ -1,0 +1,36 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/Hdf5.h"
+
+#include <stdexcept>
+
+namespace run::hdf5 {
+
+namespace {
+
+/// Keeps the text of the innermost failure, which comes first.
+herr_t keepFirst(unsigned number, const H5E_error2_t* error, void* text) {
+    if (number == 0 && error->desc != nullptr) *static_cast<std::string*>(text) = error->desc;
+    return 0;
+}
+
+/// The system's message within HDF5's, which names addresses and buffers too.
+std::string essence(const std::string& reason) {
+    const std::string before = "error message = '";
+    const std::size_t begin = reason.find(before);
+    if (begin == std::string::npos) return reason;
+    const std::size_t message = begin + before.size();
+    return reason.substr(message, reason.find('\'', message) - message);
+}
+
+}  // namespace
+
+void fail(const std::string& what) {
+    std::string reason = "HDF5 gives no reason";
+    static_cast<void>(H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, &keepFirst, &reason));
+    throw std::runtime_error(what + ": " + essence(reason));
+}
+
+void beSilent() { static_cast<void>(H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr)); }
+
+}  // namespace run::hdf5

@@ -1,0 +1,63 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <hdf5.h>
+
+#include <string>
+#include <utility>
+
+/// Owners of what HDF5 hands out, and its failures as exceptions.
+namespace run::hdf5 {
+
+/// @throws std::runtime_error "<what>: <HDF5's own reason>"
+[[noreturn]] void fail(const std::string& what);
+
+/// Hands on what a function of HDF5 returns, unless it is negative.
+/// @throws std::runtime_error as `fail`
+template <class Returned>
+Returned checked(Returned returned, const std::string& what) {
+    if (returned < 0) fail(what);
+    return returned;
+}
+
+template <herr_t (*close)(hid_t)>
+class Handle {
+  public:
+    Handle() = default;
+    Handle(hid_t id, const std::string& what) : id(checked(id, what)) {}
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+    Handle(Handle&& other) noexcept : id(std::exchange(other.id, H5I_INVALID_HID)) {}
+    Handle& operator=(Handle&& other) noexcept {
+        std::swap(id, other.id);
+        return *this;
+    }
+    ~Handle() {
+        if (id >= 0) static_cast<void>(close(id));
+    }
+
+    // Like the bare identifier in calls of HDF5.
+    operator hid_t() const noexcept { return id; }  // NOLINT(google-explicit-constructor)
+
+    /// Closes it now, so that a failure is seen.
+    void reset(const std::string& what) {
+        checked(close(std::exchange(id, H5I_INVALID_HID)), what);
+    }
+
+  private:
+    hid_t id = H5I_INVALID_HID;
+};
+
+using File = Handle<&H5Fclose>;
+using Group = Handle<&H5Gclose>;
+using Dataset = Handle<&H5Dclose>;
+using Attribute = Handle<&H5Aclose>;
+using Space = Handle<&H5Sclose>;
+using Type = Handle<&H5Tclose>;
+using Properties = Handle<&H5Pclose>;
+
+/// Keeps HDF5 from printing its failures: their reasons are in the exceptions.
+void beSilent();
+
+}  // namespace run::hdf5

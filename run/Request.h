@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/LatticeBox.h"
+
+namespace run {
+
+/// The field that is asked for. Lengths are in any one unit, the wavenumber in radians per that
+/// unit.
+struct Request {
+    std::array<double, 16> transform{};   ///< row by row; see `Grid3DR`
+    std::array<std::int64_t, 3> sizes{};  ///< points along x, y and z
+    double l = 0;                         ///< piston side along y
+    double s = 0;                         ///< piston side along x
+    double k = 0;                         ///< wavenumber
+    std::string mode = "cpu";             ///< cpu, cpudp, cpusp or cuda
+    int order = 10;                       ///< abscissas of each edge integral
+    std::vector<double> table;            ///< (abscissa, weight) pairs of a rule, or none
+
+    /// Whether arithmetic and values are in single precision.
+    bool singlePrecision() const noexcept { return mode == "cpusp" || mode == "cuda"; }
+
+    /// Bytes of one complex value.
+    std::int64_t valueBytes() const noexcept { return singlePrecision() ? 8 : 16; }
+
+    LatticeBox lattice() const noexcept { return {{}, sizes}; }
+
+    bool operator==(const Request&) const = default;
+};
+
+/// @throws std::runtime_error naming the option that has no field
+void check(const Request& request);
+
+}  // namespace run

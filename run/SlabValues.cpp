@@ -1,0 +1,61 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/SlabValues.h"
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+#include <cmath>
+#include <new>
+
+namespace run {
+
+namespace {
+
+/// @param values complex values of T, as pairs
+template <class T>
+void fillMagnitudes(const std::byte* values, std::size_t points, float* magnitudes) {
+    const T* pair = reinterpret_cast<const T*>(values);
+    for (std::size_t i = 0; i < points; ++i, pair += 2)
+        magnitudes[i] = static_cast<float>(std::sqrt(pair[0] * pair[0] + pair[1] * pair[1]));
+}
+
+}  // namespace
+
+SlabValues::SlabValues(const Layout& layout)
+    : singlePrecision(layout.request.singlePrecision()),
+      valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
+    const auto& [x, y, z] = layout.slabSizes;
+    const auto points = static_cast<std::size_t>(x * y * z);
+    values.resize(points * valueBytes);
+    if (layout.magnitude) magnitudes.resize(points);
+}
+
+void SlabValues::compute(Evaluation& evaluation, const LatticeBox& box) {
+    evaluation.fill(box, values.data());
+    if (magnitudes.empty()) return;
+    const auto points = static_cast<std::size_t>(box.points());
+    if (singlePrecision)
+        fillMagnitudes<float>(values.data(), points, magnitudes.data());
+    else
+        fillMagnitudes<double>(values.data(), points, magnitudes.data());
+}
+
+void SlabValues::write(FieldFile& file, const LatticeBox& box) const {
+    file.write(box, values.data(), magnitudes.empty() ? nullptr : magnitudes.data());
+}
+
+void SlabValues::read(const FieldFile& file, const LatticeBox& box) {
+    file.read(box, values.data(), magnitudes.empty() ? nullptr : magnitudes.data());
+}
+
+std::uint64_t SlabValues::checksum(const LatticeBox& box) const {
+    const auto points = static_cast<std::size_t>(box.points());
+    XXH3_state_t state;
+    XXH3_64bits_reset(&state);
+    XXH3_64bits_update(&state, values.data(), points * valueBytes);
+    if (!magnitudes.empty()) XXH3_64bits_update(&state, magnitudes.data(), points * sizeof(float));
+    return XXH3_64bits_digest(&state);
+}
+
+}  // namespace run

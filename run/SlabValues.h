@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "run/Evaluation.h"
+#include "run/FieldFile.h"
+
+namespace run {
+
+/// The values of one slab at a time, with their magnitudes where the file has them.
+class SlabValues {
+  public:
+    explicit SlabValues(const Layout& layout);
+
+    void compute(Evaluation& evaluation, const LatticeBox& box);
+    void write(FieldFile& file, const LatticeBox& box) const;
+    void read(const FieldFile& file, const LatticeBox& box);
+
+    /// The XXH3 checksum, 64 bits, of the values' bytes and then those of the magnitudes.
+    std::uint64_t checksum(const LatticeBox& box) const;
+
+  private:
+    bool singlePrecision;
+    std::size_t valueBytes;
+    std::vector<std::byte> values;
+    std::vector<float> magnitudes;
+};
+
+}  // namespace run

@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <mpi.h>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace run {
+
+/// The processes of a run: those of MPI, or this one alone.
+class Team {
+  public:
+    /// @param alone whether to leave MPI out
+    explicit Team(bool alone);
+    Team(const Team&) = delete;
+    Team& operator=(const Team&) = delete;
+    ~Team();
+
+    int rank() const noexcept { return number; }
+    int size() const noexcept { return count; }
+    bool isFirst() const noexcept { return number == 0; }
+
+    /// What opens a file together; none where there is nobody else to open it with.
+    std::optional<MPI_Comm> communicator() const;
+
+    /// Lets everyone do this and go on when all have.
+    /// @throws std::runtime_error in every process, with one failure's text, where any failed
+    void together(const std::function<void()>& work);
+
+    /// Lets the first do this, as `together`.
+    void first(const std::function<void()>& work);
+
+    double sum(double value) const;
+    std::int64_t largest(std::int64_t value) const;
+
+  private:
+    void agree(const std::optional<std::string>& failure) const;
+
+    bool alone;
+    int number = 0;
+    int count = 1;
+};
+
+/// What the processes tell each other while each works on its slabs, without waiting: the first
+/// hears of progress and failures, and stops the others.
+class Conversation {
+  public:
+    /// @param onPoints called in the first process with points that were computed
+    Conversation(const Team& team, std::function<void(std::int64_t)> onPoints);
+
+    /// Points that this process has computed.
+    void tellPoints(std::int64_t points);
+
+    /// Everyone is to stop, because this process was told to.
+    void tellStop();
+
+    /// Everyone is to stop, because this process failed.
+    void tellFailure(const std::string& text);
+
+    /// Whether to stop; hears what has arrived.
+    bool stopped();
+
+    /// Waits until everyone has come here.
+    /// @return in the first process: the first failure that it heard of
+    std::optional<std::string> finish();
+
+  private:
+    enum class Kind : std::int32_t { points, stop, failure, done, end };
+    struct News {
+        Kind kind{};
+        std::int64_t points = 0;
+        std::array<char, 1000> text{};
+    };
+
+    void tell(const News& news);
+    void send(int to, const News& news) const;
+    void hear();
+    void heard(const News& news, int from);
+    void stopOthers();
+
+    const Team& team;
+    std::function<void(std::int64_t)> onPoints;
+    std::optional<std::string> failure;
+    std::int64_t untold = 0;
+    double lastTold = 0;
+    bool stopping = false;
+    bool ended = false;
+    int working;
+};
+
+}  // namespace run

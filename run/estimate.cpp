@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/estimate.h"
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstddef>
+#include <iomanip>
+#include <iostream>
+#include <vector>
+
+#include "run/Evaluation.h"
+#include "run/texts.h"
+
+namespace run {
+
+namespace {
+
+/// Seconds that a point takes in one process, from points all over the field.
+double secondsPerPoint(const Layout& layout) {
+    constexpr std::int64_t places = 8;
+    constexpr std::int64_t mostRows = 4;
+    const std::unique_ptr<Evaluation> evaluation = evaluationOf(layout.request);
+    const Slabs slabs = layout.slabs();
+    std::vector<std::byte> values(
+        static_cast<std::size_t>(mostRows * layout.slabSizes[0] * layout.request.valueBytes()));
+    std::int64_t points = 0;
+    std::chrono::duration<double> time{};
+    for (std::int64_t i = 0; i < places; ++i) {
+        // As doubles, the number of slabs being what it may.
+        const double share = static_cast<double>(i) / static_cast<double>(places);
+        LatticeBox box =
+            slabs.slab(static_cast<std::int64_t>(share * static_cast<double>(slabs.count())));
+        box.size[1] = std::min(box.size[1], mostRows);
+        box.size[2] = 1;
+        const auto begin = std::chrono::steady_clock::now();
+        evaluation->fill(box, values.data());
+        // The first one also wakes the processor.
+        if (i == 0 && slabs.count() > 1) continue;
+        time += std::chrono::steady_clock::now() - begin;
+        points += box.points();
+    }
+    return time.count() / static_cast<double>(points);
+}
+
+}  // namespace
+
+std::int64_t peakMemory() {
+    rusage usage{};
+    static_cast<void>(getrusage(RUSAGE_SELF, &usage));
+    constexpr std::int64_t kibibyte = 1024;
+    return usage.ru_maxrss * kibibyte;
+}
+
+void printEstimate(const std::filesystem::path& output, const Layout& layout, std::int64_t missing,
+                   int processes) {
+    const auto& [x, y, z] = layout.box.size;
+    const double each = secondsPerPoint(layout);
+    const auto bytes = [](std::int64_t count) { return texts::bytes(static_cast<double>(count)); };
+    const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
+    constexpr double nano = 1e-9;
+    std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
+              << layout.request.mode << ", order " << layout.request.order << "\n"
+              << "disk    " << bytes(layout.bytes()) << " in " << output.string() << ", "
+              << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
+              << " free there\n"
+              << "memory  about " << bytes(peakMemory() + layout.slabBytes())
+              << " in each process\n"
+              << "time    about "
+              << texts::duration(each * static_cast<double>(missing) / processes) << " in "
+              << processes << (processes == 1 ? " process" : " processes") << ", at "
+              << std::setprecision(3) << each / nano
+              << " ns a point, and the time that the disk takes\n"
+              << std::flush;
+}
+
+}  // namespace run

@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/texts.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <ctime>
+
+namespace run::texts {
+
+namespace {
+
+template <class... Values>
+std::string format(const char* pattern, Values... values) {
+    std::array<char, 64> text{};
+    static_cast<void>(std::snprintf(text.data(), text.size(), pattern, values...));
+    return text.data();
+}
+
+/// The number in the largest unit of which there is one or more.
+std::string inUnits(double number, const std::array<const char*, 5>& units) {
+    constexpr double step = 1000;
+    std::size_t unit = 0;
+    for (; number >= step && unit + 1 < units.size(); ++unit) number /= step;
+    return format(unit == 0 ? "%.0f%s" : "%.1f%s", number, units[unit]);
+}
+
+}  // namespace
+
+std::string duration(double seconds) {
+    const auto whole = static_cast<long long>(std::ceil(seconds));
+    constexpr long long minute = 60;
+    constexpr long long hour = 60 * minute;
+    constexpr long long day = 24 * hour;
+    if (whole < minute) return format("%lld s", whole);
+    if (whole < hour) return format("%lld min %02lld s", whole / minute, whole % minute);
+    if (whole < day) return format("%lld h %02lld min", whole / hour, whole % hour / minute);
+    return format("%lld d %02lld h", whole / day, whole % day / hour);
+}
+
+std::string bytes(double count) { return inUnits(count, {" B", " kB", " MB", " GB", " TB"}); }
+
+std::string count(double number) {
+    return inUnits(number, {"", " thousand", " million", " billion", " trillion"});
+}
+
+std::string timeNow() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    static_cast<void>(gmtime_r(&now, &utc));
+    std::array<char, 32> text{};
+    static_cast<void>(std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%SZ", &utc));
+    return text.data();
+}
+
+}  // namespace run::texts

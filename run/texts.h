@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+/// Figures as people read them.
+namespace run::texts {
+
+/// "12 s", "3 min 20 s", "2 h 05 min", "4 d 07 h"
+std::string duration(double seconds);
+
+/// "512 B", "1.5 GB", in powers of 1000
+std::string bytes(double count);
+
+/// "950", "12.5 thousand", "8.0 billion"
+std::string count(double number);
+
+/// The time now in UTC, as 2026-11-21T09:30:00Z.
+std::string timeNow();
+
+}  // namespace run::texts

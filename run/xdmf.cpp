@@ -1,0 +1,97 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/xdmf.h"
+
+#include <array>
+#include <cmath>
+#include <fstream>
+#include <limits>
+#include <stdexcept>
+
+namespace run {
+
+namespace {
+
+using Three = std::array<double, 3>;
+
+/// Where a lattice lies whose directions are taken for those of the axes.
+struct Placing {
+    Three origin;
+    Three step;
+    bool exact;
+};
+
+Placing placingOf(const Layout& layout) {
+    const auto element = [&](std::size_t row, std::size_t column) {
+        return layout.request.transform[4 * row + column] / layout.request.transform.back();
+    };
+    Placing placing{{element(0, 3), element(1, 3), element(2, 3)}, {}, true};
+    for (std::size_t i = 0; i < 3; ++i)
+        for (std::size_t j = 0; j < 3; ++j)
+            placing.exact = placing.exact && (i == j ? element(i, i) > 0 : element(i, j) == 0);
+    for (std::size_t i = 0; i < 3; ++i)
+        placing.step[i] = std::hypot(element(0, i), element(1, i), element(2, i));
+    if (!placing.exact) placing.origin = {};
+    for (std::size_t i = 0; i < 3; ++i)
+        placing.origin[i] += static_cast<double>(layout.box.first[i]) * placing.step[i];
+    return placing;
+}
+
+/// Slowest first, as the file has them.
+template <class T>
+void list(std::ostream& out, const std::array<T, 3>& values) {
+    out << values[2] << " " << values[1] << " " << values[0];
+}
+
+std::string escaped(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        if (c == '&')
+            result += "&amp;";
+        else if (c == '<')
+            result += "&lt;";
+        else
+            result += c;
+    }
+    return result;
+}
+
+}  // namespace
+
+void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
+    const std::filesystem::path path = file.string() + ".xdmf";
+    const Placing placing = placingOf(layout);
+    std::ofstream out(path);
+    out.precision(std::numeric_limits<double>::max_digits10);
+    out << "<?xml version=\"1.0\"?>\n"
+           "<Xdmf Version=\"2.0\">\n"
+           " <Domain>\n"
+           "  <Grid Name=\"field\" GridType=\"Uniform\">\n";
+    if (!placing.exact)
+        out << "   <Information Name=\"frame\" Value=\"the lattice's own: its directions are not "
+               "those of the axes\"/>\n";
+    out << "   <Topology TopologyType=\"3DCoRectMesh\" Dimensions=\"";
+    list(out, layout.box.size);
+    out << "\"/>\n"
+           "   <Geometry GeometryType=\"ORIGIN_DXDYDZ\">\n"
+           "    <DataItem Format=\"XML\" Dimensions=\"3\" NumberType=\"Float\" Precision=\"8\">";
+    list(out, placing.origin);
+    out << "</DataItem>\n"
+           "    <DataItem Format=\"XML\" Dimensions=\"3\" NumberType=\"Float\" Precision=\"8\">";
+    list(out, placing.step);
+    out << "</DataItem>\n"
+           "   </Geometry>\n"
+           "   <Attribute Name=\"magnitude\" AttributeType=\"Scalar\" Center=\"Node\">\n"
+           "    <DataItem Format=\"HDF\" NumberType=\"Float\" Precision=\"4\" Dimensions=\"";
+    list(out, layout.box.size);
+    out << "\">" << escaped(file.filename().string())
+        << ":/magnitude</DataItem>\n"
+           "   </Attribute>\n"
+           "  </Grid>\n"
+           " </Domain>\n"
+           "</Xdmf>\n";
+    out.close();
+    if (!out) throw std::runtime_error(path.string() + " cannot be written");
+}
+
+}  // namespace run
