@@ -12,7 +12,7 @@ require_test_packages
 require_packages valgrind
 
 say "building everything in build/"
-cmake --preset default -D PISTONFIELD_TESTS=ON
+cmake --preset default -D PISTONFIELD_TESTS=ON -D PISTONFIELD_RUN=ON
 cmake --build --preset default
 
 say "running the long checks"

@@ -11,7 +11,7 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/cmake/setup.sh"
 require_test_packages
 
 say "building everything in build/"
-cmake --preset default -D PISTONFIELD_TESTS=ON
+cmake --preset default -D PISTONFIELD_TESTS=ON -D PISTONFIELD_RUN=ON
 cmake --build --preset default
 
 say "running the tests"

@@ -12,6 +12,7 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
+run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
 reader_packages=(python3-h5py)
 fuzz_packages=(clang libclang-rt-14-dev)
 
@@ -77,7 +78,7 @@ require_demo_packages() {
 
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
-    "${reader_packages[@]}"
+    "${run_packages[@]}" "${reader_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.

@@ -74,7 +74,7 @@ Properties accessProperties(const std::optional<MPI_Comm>& together) {
     Properties access(H5Pcreate(H5P_FILE_ACCESS), "access");
     if (together) checked(H5Pset_fapl_mpio(access, *together, MPI_INFO_NULL), "access together");
     // Writers keep each other out by a lock of their own; see `FileLock`.
-    checked(H5Pset_file_locking(access, 0, 1), "locking");
+    checked(H5Pset_file_locking(access, false, true), "locking");
     // Nothing is kept back: what is written is in the file when the write returns.
     checked(H5Pset_cache(access, 0, 0, 0, 0), "caches");
     checked(H5Pset_sieve_buf_size(access, 0), "buffers");
@@ -84,7 +84,7 @@ Properties accessProperties(const std::optional<MPI_Comm>& together) {
 
 Properties datasetProperties() {
     Properties properties(H5Pcreate(H5P_DATASET_CREATE), "a dataset");
-    checked(H5Pset_obj_track_times(properties, 0), "times");
+    checked(H5Pset_obj_track_times(properties, false), "times");
     return properties;
 }
 
@@ -155,12 +155,12 @@ void writeAccount(hid_t file, const Account& account) {
     attributes::write(file, "seconds", one(account.seconds));
     attributes::write(file, "processes", one(account.processes));
     attributes::write(file, "peak_memory", one(account.peakMemory));
-    attributes::write(file, "complete", one(std::int64_t{account.complete}));
+    attributes::write(file, "complete", one(std::int64_t{account.complete ? 1 : 0}));
 }
 
 File createFile(const std::filesystem::path& path) {
     const Properties creation(H5Pcreate(H5P_FILE_CREATE), "creation");
-    checked(H5Pset_obj_track_times(creation, 0), "times");
+    checked(H5Pset_obj_track_times(creation, false), "times");
     return {H5Fcreate(path.c_str(), H5F_ACC_TRUNC, creation, accessProperties(std::nullopt)),
             path.string() + " cannot be created"};
 }

@@ -117,7 +117,7 @@ void Conversation::tell(const News& news) {
         send(0, news);
 }
 
-void Conversation::send(int to, const News& news) const {
+void Conversation::send(int to, const News& news) {
     MPI_Send(&news, sizeof news, MPI_BYTE, to, 0, MPI_COMM_WORLD);
 }
 

@@ -78,7 +78,7 @@ class Conversation {
     };
 
     void tell(const News& news);
-    void send(int to, const News& news) const;
+    static void send(int to, const News& news);
     void hear();
     void heard(const News& news, int from);
     void stopOthers();

@@ -3,6 +3,7 @@
 #include "run/attributes.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace run::attributes {
 
@@ -59,12 +60,12 @@ bool exists(hid_t object, const char* name) {
 }
 
 void write(hid_t object, const char* name, std::span<const double> values,
-           std::vector<hsize_t> dimensions) {
+           const std::vector<hsize_t>& dimensions) {
     writeAs(object, name, H5T_NATIVE_DOUBLE, values.data(), dimensions);
 }
 
 void write(hid_t object, const char* name, std::span<const std::int64_t> values,
-           std::vector<hsize_t> dimensions) {
+           const std::vector<hsize_t>& dimensions) {
     writeAs(object, name, H5T_NATIVE_INT64, values.data(), dimensions);
 }
 
@@ -84,9 +85,13 @@ std::vector<std::int64_t> readIntegers(hid_t object, const char* name) {
 std::string readText(hid_t object, const char* name) {
     const Attribute attribute = open(object, name);
     const Type type(H5Aget_type(attribute), called(name));
+    const Space space(H5Aget_space(attribute), called(name));
+    if (H5Tget_class(type) != H5T_STRING || H5Tis_variable_str(type) != 0 ||
+        H5Sget_simple_extent_npoints(space) != 1)
+        throw std::runtime_error(called(name) + " is no text");
     std::string text(H5Tget_size(type), '\0');
     checked(H5Aread(attribute, type, text.data()), called(name));
-    return text.c_str();
+    return text.substr(0, text.find('\0'));
 }
 
 }  // namespace run::attributes

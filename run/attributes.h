@@ -17,9 +17,9 @@ bool exists(hid_t object, const char* name);
 
 /// Creates an attribute of these dimensions, or a scalar where there are none, or writes it again.
 void write(hid_t object, const char* name, std::span<const double> values,
-           std::vector<hsize_t> dimensions = {});
+           const std::vector<hsize_t>& dimensions = {});
 void write(hid_t object, const char* name, std::span<const std::int64_t> values,
-           std::vector<hsize_t> dimensions = {});
+           const std::vector<hsize_t>& dimensions = {});
 /// @param room characters that the attribute is to have room for, when it is created; what does not
 ///             fit is cut off
 void write(hid_t object, const char* name, const std::string& text, std::size_t room = 0);

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <fstream>
 #include <limits>
+#include <sstream>
 #include <stdexcept>
 
 namespace run {
@@ -39,8 +40,11 @@ Placing placingOf(const Layout& layout) {
 
 /// Slowest first, as the file has them.
 template <class T>
-void list(std::ostream& out, const std::array<T, 3>& values) {
+std::string listed(const std::array<T, 3>& values) {
+    std::ostringstream out;
+    out.precision(std::numeric_limits<double>::max_digits10);
     out << values[2] << " " << values[1] << " " << values[0];
+    return out.str();
 }
 
 std::string escaped(const std::string& text) {
@@ -62,34 +66,31 @@ void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
     const std::filesystem::path path = file.string() + ".xdmf";
     const Placing placing = placingOf(layout);
     std::ofstream out(path);
-    out.precision(std::numeric_limits<double>::max_digits10);
-    out << "<?xml version=\"1.0\"?>\n"
-           "<Xdmf Version=\"2.0\">\n"
-           " <Domain>\n"
-           "  <Grid Name=\"field\" GridType=\"Uniform\">\n";
+    out << R"(<?xml version="1.0"?>
+<Xdmf Version="2.0">
+ <Domain>
+  <Grid Name="field" GridType="Uniform">
+)";
     if (!placing.exact)
-        out << "   <Information Name=\"frame\" Value=\"the lattice's own: its directions are not "
-               "those of the axes\"/>\n";
-    out << "   <Topology TopologyType=\"3DCoRectMesh\" Dimensions=\"";
-    list(out, layout.box.size);
-    out << "\"/>\n"
-           "   <Geometry GeometryType=\"ORIGIN_DXDYDZ\">\n"
-           "    <DataItem Format=\"XML\" Dimensions=\"3\" NumberType=\"Float\" Precision=\"8\">";
-    list(out, placing.origin);
-    out << "</DataItem>\n"
-           "    <DataItem Format=\"XML\" Dimensions=\"3\" NumberType=\"Float\" Precision=\"8\">";
-    list(out, placing.step);
-    out << "</DataItem>\n"
-           "   </Geometry>\n"
-           "   <Attribute Name=\"magnitude\" AttributeType=\"Scalar\" Center=\"Node\">\n"
-           "    <DataItem Format=\"HDF\" NumberType=\"Float\" Precision=\"4\" Dimensions=\"";
-    list(out, layout.box.size);
-    out << "\">" << escaped(file.filename().string())
-        << ":/magnitude</DataItem>\n"
-           "   </Attribute>\n"
-           "  </Grid>\n"
-           " </Domain>\n"
-           "</Xdmf>\n";
+        out << R"(   <Information Name="frame" Value="the lattice's own, not that of the piston"/>
+)";
+    out << R"(   <Topology TopologyType="3DCoRectMesh" Dimensions=")" << listed(layout.box.size)
+        << R"("/>
+   <Geometry GeometryType="ORIGIN_DXDYDZ">
+    <DataItem Format="XML" Dimensions="3" NumberType="Float" Precision="8">)"
+        << listed(placing.origin) << R"(</DataItem>
+    <DataItem Format="XML" Dimensions="3" NumberType="Float" Precision="8">)"
+        << listed(placing.step) << R"(</DataItem>
+   </Geometry>
+   <Attribute Name="magnitude" AttributeType="Scalar" Center="Node">
+    <DataItem Format="HDF" NumberType="Float" Precision="4" Dimensions=")"
+        << listed(layout.box.size) << R"(">)" << escaped(file.filename().string())
+        << R"(:/magnitude</DataItem>
+   </Attribute>
+  </Grid>
+ </Domain>
+</Xdmf>
+)";
     out.close();
     if (!out) throw std::runtime_error(path.string() + " cannot be written");
 }
