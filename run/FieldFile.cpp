@@ -39,13 +39,18 @@ Space spaceOf(const std::array<std::int64_t, 3>& sizes) {
     return {H5Screate_simple(3, extent(sizes).data(), nullptr), "a space"};
 }
 
+/// Where a box begins in a file.
+Extent beginOf(const Layout& layout, const LatticeBox& box) {
+    Extent begin = extent(box.first);
+    const Extent origin = extent(layout.box.first);
+    std::transform(begin.begin(), begin.end(), origin.begin(), begin.begin(), std::minus<>());
+    return begin;
+}
+
 /// A space of a file with a box of it selected.
 Space selected(const Layout& layout, const LatticeBox& box) {
     Space space = spaceOf(layout.box.size);
-    Extent start = extent(box.first);
-    const Extent origin = extent(layout.box.first);
-    std::transform(start.begin(), start.end(), origin.begin(), start.begin(), std::minus<>());
-    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, start.data(), nullptr,
+    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, beginOf(layout, box).data(), nullptr,
                                 extent(box.size).data(), nullptr),
             "a box");
     return space;
@@ -296,6 +301,7 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
         if (!joined()) entries = openDataset(file, entriesName);
+        if (access == Access::write) behind.emplace(path);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " is damaged: " + error.what());
     }
@@ -328,11 +334,18 @@ void FieldFile::record(std::int64_t slab, std::uint64_t checksum) {
 void FieldFile::write(const LatticeBox& box, const void* values, const float* magnitudes) {
     const Space to = selected(contents, box);
     const Space from = spaceOf(box.size);
-    checked(H5Dwrite(pressure, valueType, from, to, H5P_DEFAULT, values),
-            name + " cannot be written");
-    if (magnitudes != nullptr)
-        checked(H5Dwrite(magnitude, H5T_NATIVE_FLOAT, from, to, H5P_DEFAULT, magnitudes),
-                name + " cannot be written");
+    const auto writeTo = [&](const Dataset& dataset, hid_t type, const void* data) {
+        checked(H5Dwrite(dataset, type, from, to, H5P_DEFAULT, data), name + " cannot be written");
+        unsigned filters = 0;
+        haddr_t offset = 0;
+        hsize_t bytes = 0;
+        checked(H5Dget_chunk_info_by_coord(dataset, beginOf(contents, box).data(), &filters,
+                                           &offset, &bytes),
+                "a chunk's place");
+        behind->wrote(static_cast<std::int64_t>(offset), static_cast<std::int64_t>(bytes));
+    };
+    writeTo(pressure, valueType, values);
+    if (magnitudes != nullptr) writeTo(magnitude, H5T_NATIVE_FLOAT, magnitudes);
 }
 
 void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) const {
@@ -364,6 +377,7 @@ void FieldFile::close() {
     magnitude = {};
     pressure = {};
     file.reset(name + " cannot be closed");
+    if (behind) behind->finish();
 }
 
 }  // namespace run

@@ -12,6 +12,7 @@
 
 #include "run/Hdf5.h"
 #include "run/Request.h"
+#include "run/WriteBehind.h"
 #include "run/slabs.h"
 
 namespace run {
@@ -93,7 +94,8 @@ class FieldFile {
     Account account() const;
     void setAccount(const Account& account);
 
-    /// Closes it, so that failures are seen; collective where it was opened so.
+    /// Closes it when everything is on the disk, so that failures are seen; collective where it was
+    /// opened so.
     void close();
 
   private:
@@ -104,6 +106,7 @@ class FieldFile {
     hdf5::Dataset pressure;
     hdf5::Dataset magnitude;
     hdf5::Dataset entries;
+    std::optional<WriteBehind> behind;  ///< of a file to write
 };
 
 }  // namespace run

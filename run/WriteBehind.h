@@ -1,0 +1,40 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <filesystem>
+
+namespace run {
+
+/// Has what was written to a file go to the disk while the work goes on, and frees the system's
+/// memory of it. Otherwise a field would fill all memory before the disk is heard of, and taking
+/// new memory all the time costs more than the disk does.
+class WriteBehind {
+  public:
+    /// @throws std::runtime_error where the file cannot be opened
+    explicit WriteBehind(const std::filesystem::path& path);
+    WriteBehind(const WriteBehind&) = delete;
+    WriteBehind& operator=(const WriteBehind&) = delete;
+    ~WriteBehind();
+
+    /// Bytes that were written.
+    void wrote(std::int64_t offset, std::int64_t size);
+
+    /// Waits until everything is on the disk.
+    /// @throws std::runtime_error where that fails
+    void finish() const;
+
+  private:
+    struct Range {
+        std::int64_t offset;
+        std::int64_t size;
+    };
+
+    std::filesystem::path path;
+    int descriptor;
+    std::deque<Range> underWay;
+};
+
+}  // namespace run
