@@ -18,16 +18,25 @@ cpack --config "$build/CPackConfig.cmake" -B "$work/made" >made.txt
 library=$(echo made/libpistonfield-dev_*.deb)
 module=$(echo made/octave-pistonfield_*.deb)
 
+packages=("$library" "$module")
+if [[ -x $build/run/pistonfield-run ]]; then
+  program=$(echo made/pistonfield-run_*.deb)
+  packages+=("$program")
+fi
+
 echo "they ask for what they use"
 dpkg-deb --field "$library" Depends | grep -E '\blibstdc\+\+'
 dpkg-deb --field "$module" Depends | grep -E '\boctave-abi-[0-9]+\b.*\blibstdc\+\+6\b.*\boctave \(>= '
 
+[[ -z ${program:-} ]] ||
+  dpkg-deb --field "$program" Depends | grep -E '\blibhdf5-openmpi-.*\blibopenmpi3\b'
+
 echo "they are installed into the system's folders alone, with licence and changes"
-for package in "$library" "$module"; do
+for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | awk '$6 !~ "/$" { print $6 }' >contents.txt
   grep -q '/usr/share/doc/.*/copyright$' contents.txt
   grep -q '/usr/share/doc/.*/changelog.gz$' contents.txt
-  if grep -vE '^\./usr/(include/pistonfield|lib|share/doc|share/octave/packages)/' contents.txt; then
+  if grep -vE '^\./usr/(bin|include/pistonfield|lib|share/doc|share/octave/packages)/' contents.txt; then
     exit 1
   fi
   dpkg-deb --extract "$package" root
@@ -42,6 +51,11 @@ export PKG_CONFIG_PATH
 read -ra flags < <(pkg-config --cflags --libs pistonfield)
 "$compiler" -std=c++20 -o consumer "$source/tests/packages/consumer/consumer.cpp" "${flags[@]}"
 ./consumer >consumer.txt
+
+if [[ -n ${program:-} ]]; then
+  echo "the program runs"
+  root/usr/bin/pistonfield-run --version
+fi
 
 echo "Octave finds and loads the module"
 export HOME=$work TMPDIR=$work LC_ALL=C.UTF-8
