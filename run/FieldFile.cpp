@@ -102,12 +102,19 @@ Properties chunkProperties(const Layout& layout, int deflate) {
     return properties;
 }
 
+/// A path as HDF5 takes it for that of a part: a percent sign alone would begin a pattern.
+std::string unpatterned(const std::filesystem::path& path) {
+    std::string text;
+    for (const char c : path.string()) text += c == '%' ? "%%" : std::string(1, c);
+    return text;
+}
+
 Properties virtualProperties(const Layout& layout, std::span<const FieldFile::Source> sources,
                              const char* dataset) {
     Properties properties = datasetProperties();
     for (const FieldFile::Source& source : sources)
-        checked(H5Pset_virtual(properties, selected(layout, source.box), source.path.c_str(),
-                               dataset, spaceOf(source.box.size)),
+        checked(H5Pset_virtual(properties, selected(layout, source.box),
+                               unpatterned(source.path).c_str(), dataset, spaceOf(source.box.size)),
                 "a part");
     return properties;
 }
