@@ -179,10 +179,17 @@ File openFile(const std::string& name, FieldFile::Access access,
             name + " cannot be opened as HDF5"};
 }
 
+bool isOurs(hid_t file) {
+    try {
+        return attributes::readText(file, "creator") == creator &&
+               attributes::exists(file, "format");
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 void requireOurs(hid_t file, const std::string& name) {
-    if (!attributes::exists(file, "creator") || !attributes::exists(file, "format") ||
-        attributes::readText(file, "creator") != creator)
-        throw std::runtime_error(name + " is not a file of " + creator);
+    if (!isOurs(file)) throw std::runtime_error(name + " is not a file of " + creator);
     if (attributes::readIntegers(file, "format") != std::vector{format})
         throw std::runtime_error(name + " has a format that this version does not know");
 }
@@ -226,6 +233,7 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
 Layout readLayout(hid_t file, const Dataset& pressure) {
     Layout layout;
     layout.request = readRequest(file);
+    check(layout.request);
     layout.box.first =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "first_point"), "first_point");
     layout.box.size = sizesOf(pressure);
@@ -241,6 +249,17 @@ Dataset openDataset(hid_t file, const char* name) {
 
 Properties creationOf(const Dataset& dataset) {
     return {H5Dget_create_plist(dataset), "a dataset's properties"};
+}
+
+/// Whether the slabs are the chunks, and each has an entry.
+void requireSlabs(const Layout& layout, const Dataset& pressure, const Dataset& entries) {
+    Extent chunk{};
+    if (H5Pget_chunk(creationOf(pressure), 3, chunk.data()) != 3 ||
+        chunk != extent(layout.slabSizes))
+        throw std::runtime_error("the slabs are not the chunks");
+    const Space space(H5Dget_space(entries), "the entries' space");
+    if (H5Sget_simple_extent_npoints(space) != layout.slabs().count())
+        throw std::runtime_error("there is not an entry for every slab");
 }
 
 }  // namespace
@@ -302,7 +321,9 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
         contents = readLayout(file, pressure);
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
-        if (!joined()) entries = openDataset(file, entriesName);
+        if (joined()) return;
+        entries = openDataset(file, entriesName);
+        requireSlabs(contents, pressure, entries);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " is damaged: " + error.what());
     }
