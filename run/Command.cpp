@@ -105,8 +105,7 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
         ->group(group);
     app.add_option("-l", request.l, "the piston's side along y")->group(group);
     app.add_option("-s", request.s, "the piston's side along x")->group(group);
-    app.add_option("-k", request.k, "the wavenumber, in radians per unit of length")
-        ->group(group);
+    app.add_option("-k", request.k, "the wavenumber, in radians per unit of length")->group(group);
     app.add_option(
            "--mode", request.mode,
            "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)")
