@@ -103,10 +103,9 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
     app.add_option("--sizes", parsed.sizes, "points along the lattice's directions x, y and z")
         ->expected(3)
         ->group(group);
-    app.add_option("-l,--l", request.l, "the piston's side along y")->group(group);
-    app.add_option("-s,--s", request.s, "the piston's side along x")->group(group);
-    app.add_option("-k,--k", request.k, "the wavenumber, in radians per unit of length")
-        ->group(group);
+    app.add_option("-l", request.l, "the piston's side along y")->group(group);
+    app.add_option("-s", request.s, "the piston's side along x")->group(group);
+    app.add_option("-k", request.k, "the wavenumber, in radians per unit of length")->group(group);
     app.add_option(
            "--mode", request.mode,
            "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)")
@@ -119,6 +118,7 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
         ->excludes(order)
         ->group(group);
     app.set_config("--request", "", "a text file with these options, as: sizes = [100, 100, 200]")
+        ->check(CLI::ExistingFile)
         ->group(group);
     app.allow_config_extras(false);
 }
@@ -174,6 +174,9 @@ Command readCommand(int argc, const char* const* argv) {
         "--resume.",
         "pistonfield-run"};
     app.set_version_flag("--version", "pistonfield-run " + revision());
+    app.failure_message([](const CLI::App*, const CLI::Error& error) {
+        return std::string("pistonfield-run: ") + error.what() + "; see --help\n";
+    });
     ComputeCommand compute;
     JoinCommand join;
     VerifyCommand verify;

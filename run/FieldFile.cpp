@@ -107,12 +107,19 @@ Properties chunkProperties(const Layout& layout, int deflate) {
     return properties;
 }
 
+/// A path as HDF5 takes it for that of a part: a percent sign alone would begin a pattern.
+std::string unpatterned(const std::filesystem::path& path) {
+    std::string text;
+    for (const char c : path.string()) text += c == '%' ? "%%" : std::string(1, c);
+    return text;
+}
+
 Properties virtualProperties(const Layout& layout, std::span<const FieldFile::Source> sources,
                              const char* dataset) {
     Properties properties = datasetProperties();
     for (const FieldFile::Source& source : sources)
-        checked(H5Pset_virtual(properties, selected(layout, source.box), source.path.c_str(),
-                               dataset, spaceOf(source.box.size)),
+        checked(H5Pset_virtual(properties, selected(layout, source.box),
+                               unpatterned(source.path).c_str(), dataset, spaceOf(source.box.size)),
                 "a part");
     return properties;
 }
@@ -177,10 +184,17 @@ File openFile(const std::string& name, FieldFile::Access access,
             name + " cannot be opened as HDF5"};
 }
 
+bool isOurs(hid_t file) {
+    try {
+        return attributes::readText(file, "creator") == creator &&
+               attributes::exists(file, "format");
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
 void requireOurs(hid_t file, const std::string& name) {
-    if (!attributes::exists(file, "creator") || !attributes::exists(file, "format") ||
-        attributes::readText(file, "creator") != creator)
-        throw std::runtime_error(name + " is not a file of " + creator);
+    if (!isOurs(file)) throw std::runtime_error(name + " is not a file of " + creator);
     if (attributes::readIntegers(file, "format") != std::vector{format})
         throw std::runtime_error(name + " has a format that this version does not know");
 }
@@ -224,6 +238,7 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
 Layout readLayout(hid_t file, const Dataset& pressure) {
     Layout layout;
     layout.request = readRequest(file);
+    check(layout.request);
     layout.box.first =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "first_point"), "first_point");
     layout.box.size = sizesOf(pressure);
@@ -239,6 +254,17 @@ Dataset openDataset(hid_t file, const char* name) {
 
 Properties creationOf(const Dataset& dataset) {
     return {H5Dget_create_plist(dataset), "a dataset's properties"};
+}
+
+/// Whether the slabs are the chunks, and each has an entry.
+void requireSlabs(const Layout& layout, const Dataset& pressure, const Dataset& entries) {
+    Extent chunk{};
+    if (H5Pget_chunk(creationOf(pressure), 3, chunk.data()) != 3 ||
+        chunk != extent(layout.slabSizes))
+        throw std::runtime_error("the slabs are not the chunks");
+    const Space space(H5Dget_space(entries), "the entries' space");
+    if (H5Sget_simple_extent_npoints(space) != layout.slabs().count())
+        throw std::runtime_error("there is not an entry for every slab");
 }
 
 }  // namespace
@@ -300,8 +326,10 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
         contents = readLayout(file, pressure);
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
-        if (!joined()) entries = openDataset(file, entriesName);
         if (access == Access::write) behind.emplace(path);
+        if (joined()) return;
+        entries = openDataset(file, entriesName);
+        requireSlabs(contents, pressure, entries);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " is damaged: " + error.what());
     }

@@ -51,6 +51,15 @@ void reserve(const std::filesystem::path& path) {
                                  std::generic_category().message(error));
 }
 
+/// Removes what a run that was killed may have left beside the output. Nobody else is at work
+/// there: this run has the lock.
+void removeLeftovers(const std::filesystem::path& output) {
+    for (const char* ending : {".new", ".compressing"}) {
+        std::error_code ignored;
+        std::filesystem::remove(output.string() + ending, ignored);
+    }
+}
+
 /// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
 void createOutput(const std::filesystem::path& output, const Layout& layout) {
     const std::filesystem::path beside = output.string() + ".new";
@@ -226,7 +235,10 @@ void conclude(const ComputeCommand& command) {
 int compute(const ComputeCommand& command, Team& team) {
     std::optional<FileLock> lock;
     team.first([&] {
-        if (!command.onlyEstimate) lock.emplace(command.output);
+        if (!command.onlyEstimate) {
+            lock.emplace(command.output);
+            removeLeftovers(command.output);
+        }
         prepare(command, team.size());
     });
     if (command.onlyEstimate) return 0;

@@ -34,6 +34,9 @@ LatticeBox boxOf(const ExtractCommand& command, const LatticeBox& whole) {
 }  // namespace
 
 int extract(const ExtractCommand& command) {
+    // The field itself above all. A device or a pipe may be there.
+    if (std::filesystem::is_regular_file(command.output))
+        throw std::runtime_error(command.output.string() + " exists: remove it first");
     const FieldFile file(command.file, FieldFile::Access::read);
     if (!file.account().complete)
         throw std::runtime_error(command.file.string() + " is not complete");

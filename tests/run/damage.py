@@ -1,0 +1,131 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""What is not a whole field of this program is told, and never touched unless it can be mended."""
+
+import unittest
+
+import h5py
+import numpy
+from programs import ProgramTest, arrays, options, slab_boxes
+
+
+class ForeignFilesTest(ProgramTest):
+    def assert_refused_untouched(self, name, reason):
+        before = self.at(name).read_bytes()
+        for words in ([name, "--resume"], ["verify", name], ["extract", name, "values"]):
+            with self.subTest(name=name, words=words):
+                message = self.refused(*words)
+                self.assertIn(name, message)
+                self.assertIn(reason, message)
+                self.assertEqual(self.at(name).read_bytes(), before)
+                self.assertEqual(self.files(), [name])
+        self.at(name).unlink()
+
+    def test_without_hdf5_in_them(self):
+        self.at("text.h5").write_text("no field\n" * 100)
+        self.assert_refused_untouched("text.h5", "cannot be opened as HDF5: ")
+        self.at("empty.h5").write_bytes(b"")
+        self.assert_refused_untouched("empty.h5", "cannot be opened as HDF5: ")
+
+    def test_before_four_processes(self):
+        self.at("text.h5").write_text("no field\n")
+        message = self.refused("text.h5", "--resume", ranks=4)
+        self.assertIn("text.h5 cannot be opened as HDF5: ", message)
+        self.assertEqual(self.at("text.h5").read_text(), "no field\n")
+        self.assertEqual(self.files(), ["text.h5"])
+
+    def test_of_other_programs(self):
+        for name, creator in [
+            ("bare.h5", None),
+            ("other.h5", numpy.bytes_("another program")),
+            ("variable.h5", "pistonfield-run"),
+            ("number.h5", 7),
+            ("list.h5", numpy.array([b"pistonfield-run"] * 1000)),
+        ]:
+            with h5py.File(self.at(name), "w") as file:
+                file["pressure"] = numpy.zeros((2, 3, 4))
+                if creator is not None:
+                    file.attrs["creator"] = creator
+                    file.attrs["format"] = 1
+            self.assert_refused_untouched(name, "is not a file of pistonfield-run")
+
+    def test_of_a_later_format(self):
+        self.run_program(*options(), "--no-magnitude", "field.h5")
+        with h5py.File(self.at("field.h5"), "r+") as file:
+            file.attrs["format"] = 2
+        self.assert_refused_untouched("field.h5", "format that this version does not know")
+
+    def test_cut_off_at_any_length(self):
+        self.run_program(*options(), "--no-magnitude", "field.h5")
+        whole = self.at("field.h5").read_bytes()
+        for length in (1, 8, 100, 1000, 5000, len(whole) // 2, len(whole) - 1):
+            self.at("field.h5").write_bytes(whole[:length])
+            self.assert_refused_untouched("field.h5", "cannot be opened as HDF5: ")
+
+    def test_with_pieces_missing(self):
+        for name in ("pressure", "slabs", "transform", "sizes", "k", "mode", "slab_sizes"):
+            self.run_program(*options(), "--no-magnitude", "field.h5")
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                del (file if name in file else file.attrs)[name]
+            self.assert_refused_untouched("field.h5", "field.h5 is damaged")
+
+    def test_with_slabs_that_make_no_sense(self):
+        for sizes in ([0, 17, 19], [-1, 17, 19], [23, 17, 2**62]):
+            self.run_program(*options(), "--no-magnitude", "field.h5")
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                file.attrs["slab_sizes"] = numpy.array(sizes)
+            self.assert_refused_untouched("field.h5", "field.h5 is damaged")
+
+
+class DamagedFieldsTest(ProgramTest):
+    def flip_a_bit(self, name, dataset, slab):
+        with h5py.File(self.at(name), "r+") as file:
+            box = slab_boxes(file)[slab]
+            at = tuple(edges.start for edges in box)
+            value = numpy.atleast_1d(file[dataset][at])
+            value.view(numpy.uint8)[0] ^= 1
+            file[dataset][at] = value[0]
+
+    def test_are_told_and_mended(self):
+        for ranks in (1, 4):
+            for dataset in ("pressure", "magnitude"):
+                with self.subTest(ranks=ranks, dataset=dataset):
+                    name = f"{dataset}{ranks}.h5"
+                    self.run_program(*options(), "--slab", 611, name)
+                    whole = arrays(self.at(name))
+                    count = len(whole["slabs"])
+                    said = self.run_program("verify", name).out
+                    self.assertIn(f"{count} slabs, 0 missing, 0 changed", said)
+                    self.flip_a_bit(name, dataset, 3)
+                    self.flip_a_bit(name, dataset, count - 1)
+                    said = self.run_program("verify", name, status=1).out
+                    self.assertIn(f"{name}: {count} slabs, 0 missing, 2 changed", said)
+                    said = self.run_program(name, "--resume", ranks=ranks).out
+                    self.assertIn(f"changed since it was written: 2 of {count} slabs", said)
+                    self.assert_same_field(self.at(name), whole)
+                    self.run_program("verify", name)
+
+    def test_are_not_compressed(self):
+        self.run_program(*options(), "--slab", 611, "field.h5", "--compress", 1)
+        self.flip_a_bit("field.h5", "pressure", 2)
+        before = self.files()
+        self.run_program("verify", "field.h5", status=1)
+        message = self.refused("field.h5", "--resume")
+        self.assertIn("field.h5 has changed since it was compressed", message)
+        self.assertEqual(self.files(), before)
+
+    def test_are_told_among_whole_ones(self):
+        for name in ("a.h5", "b.h5", "c.h5"):
+            self.run_program(*options(), "--part", "1/1", name)
+        names = [f"{n}.part-1-of-1.h5" for n in "abc"]
+        self.run_program("verify", *names)
+        self.flip_a_bit(names[1], "pressure", 0)
+        said = self.run_program("verify", *names, status=1).out
+        self.assertEqual(
+            said.splitlines(),
+            [f"{n}: 1 slabs, 0 missing, {c} changed since they were written" for n, c in zip(names, (0, 1, 0))],
+        )
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)

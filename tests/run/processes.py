@@ -1,0 +1,48 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""A field is the same whatever the processes and the slabs that it is computed in."""
+
+import unittest
+
+from programs import MODES, ProgramTest, arrays, options
+
+
+class ProcessesTest(ProgramTest):
+    def test_any_number_of_processes_writes_the_same_file(self):
+        for mode in MODES:
+            request = options(mode=mode) + ["--slab", 611]
+            self.run_program(*request, f"{mode}.h5")
+            alone = arrays(self.at(f"{mode}.h5"))
+            self.assertGreater(len(alone["slabs"]), 4)
+            for ranks in (2, 3, 4) if mode == "cpu" else (3, 4):
+                with self.subTest(mode=mode, ranks=ranks):
+                    self.run_program(*request, f"{mode}{ranks}.h5", ranks=ranks)
+                    self.assert_same_field(self.at(f"{mode}{ranks}.h5"), alone)
+
+    def test_more_processes_than_slabs_write_the_same_file(self):
+        request = options() + ["--slab", 4000]
+        self.run_program(*request, "alone.h5")
+        self.run_program(*request, "many.h5", ranks=4)
+        alone = arrays(self.at("alone.h5"))
+        self.assertLess(len(alone["slabs"]), 4)
+        self.assert_same_field(self.at("many.h5"), alone)
+
+    def test_slabs_of_any_size_have_the_same_values(self):
+        for mode in MODES:
+            whole = None
+            for points in (10**6, 1, 391, 1001) if mode == "cpu" else (10**6, 7, 391):
+                # A few points a slab are thousands of slabs.
+                sizes = (5, 7, 9) if points < 100 else (23, 17, 19)
+                name = f"{mode}{points}.h5"
+                with self.subTest(mode=mode, points=points):
+                    self.run_program(*options(mode=mode, sizes=sizes), "--slab", points, name)
+                    values = arrays(self.at(name))
+                    del values["slabs"]
+                    whole = whole or values
+                    for dataset, cut in values.items():
+                        nz, ny, nx = cut.shape
+                        self.assert_same_bits(cut, whole[dataset][:nz, :ny, :nx], dataset)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
