@@ -172,11 +172,20 @@ File openFile(const std::string& name, FieldFile::Access access,
             name + " cannot be opened as HDF5"};
 }
 
+/// The format of a file that this program wrote, none of another.
+std::optional<std::vector<std::int64_t>> formatOf(hid_t file) {
+    try {
+        if (attributes::readText(file, "creator") != creator) return std::nullopt;
+        return attributes::readIntegers(file, "format");
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
 void requireOurs(hid_t file, const std::string& name) {
-    if (!attributes::exists(file, "creator") || !attributes::exists(file, "format") ||
-        attributes::readText(file, "creator") != creator)
-        throw std::runtime_error(name + " is not a file of " + creator);
-    if (attributes::readIntegers(file, "format") != std::vector{format})
+    const auto found = formatOf(file);
+    if (!found) throw std::runtime_error(name + " is not a file of " + creator);
+    if (*found != std::vector{format})
         throw std::runtime_error(name + " has a format that this version does not know");
 }
 
@@ -200,8 +209,10 @@ Request readRequest(hid_t file) {
     request.s = real("s");
     request.k = real("k");
     request.mode = attributes::readText(file, "mode");
-    request.order = static_cast<int>(
-        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0]);
+    const std::int64_t order =
+        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0];
+    // What does not fit is refused as what is too large.
+    request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
     if (attributes::exists(file, "table")) request.table = attributes::readReals(file, "table");
     return request;
 }
@@ -216,6 +227,36 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
             static_cast<std::int64_t>(sizes[0])};
 }
 
+Dataset openDataset(hid_t file, const char* name) {
+    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
+}
+
+/// Other code relies on these being what they are in every file that is written.
+void requireSound(const Layout& layout) {
+    const Request& request = layout.request;
+    check(request);
+    if (!request.table.empty() &&
+        request.table.size() != 2 * static_cast<std::size_t>(request.order))
+        throw std::runtime_error("table has another size");
+    const auto& [first, size] = layout.box;
+    for (std::size_t i = 0; i < size.size(); ++i) {
+        if (size[i] < 1 || size[i] > request.sizes[i] || first[i] < 0 ||
+            first[i] > request.sizes[i] - size[i])
+            throw std::runtime_error("its points are not all of its lattice");
+        if (layout.slabSizes[i] < 1 || layout.slabSizes[i] > size[i])
+            throw std::runtime_error("slab_sizes are not sizes of its slabs");
+    }
+}
+
+/// The dataset of the slabs' entries, one of each.
+Dataset openEntries(hid_t file, std::int64_t count) {
+    Dataset entries = openDataset(file, entriesName);
+    const Space space(H5Dget_space(entries), "the entries' space");
+    if (H5Sget_simple_extent_npoints(space) != count)
+        throw std::runtime_error("it has not one entry for each slab");
+    return entries;
+}
+
 Layout readLayout(hid_t file, const Dataset& pressure) {
     Layout layout;
     layout.request = readRequest(file);
@@ -225,11 +266,8 @@ Layout readLayout(hid_t file, const Dataset& pressure) {
     layout.slabSizes =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "slab_sizes"), "slab_sizes");
     layout.magnitude = checked(H5Lexists(file, magnitudeName, H5P_DEFAULT), magnitudeName) > 0;
+    requireSound(layout);
     return layout;
-}
-
-Dataset openDataset(hid_t file, const char* name) {
-    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
 }
 
 Properties creationOf(const Dataset& dataset) {
@@ -295,7 +333,7 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
         contents = readLayout(file, pressure);
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
-        if (!joined()) entries = openDataset(file, entriesName);
+        if (!joined()) entries = openEntries(file, contents.slabs().count());
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " is damaged: " + error.what());
     }
