@@ -26,6 +26,7 @@ constexpr std::int64_t format = 1;
 constexpr const char* pressureName = "pressure";
 constexpr const char* magnitudeName = "magnitude";
 constexpr const char* entriesName = "slabs";
+constexpr const char* tableName = "table";
 
 /// Sizes or coordinates in the order of the file, slowest first.
 using Extent = std::array<hsize_t, 3>;
@@ -117,6 +118,36 @@ Dataset createDataset(hid_t file, const char* name, hid_t type, const Space& spa
     return {H5Dcreate2(file, name, type, space, H5P_DEFAULT, properties, H5P_DEFAULT), name};
 }
 
+Dataset openDataset(hid_t file, const char* name) {
+    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
+}
+
+bool exists(hid_t file, const char* name) {
+    return checked(H5Lexists(file, name, H5P_DEFAULT), name) > 0;
+}
+
+/// A dataset, because attributes have at most 64 kB.
+void writeTable(hid_t file, const std::vector<double>& table) {
+    if (table.empty()) return;
+    const std::array<hsize_t, 2> sizes{table.size() / 2, 2};
+    const Dataset dataset = createDataset(
+        file, tableName, H5T_NATIVE_DOUBLE,
+        {H5Screate_simple(2, sizes.data(), nullptr), "the table's space"}, datasetProperties());
+    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+}
+
+std::vector<double> readTable(hid_t file) {
+    if (!exists(file, tableName)) return {};
+    const Dataset dataset = openDataset(file, tableName);
+    const Space space(H5Dget_space(dataset), "the table's space");
+    const auto numbers = checked(H5Sget_simple_extent_npoints(space), tableName);
+    std::vector<double> table(static_cast<std::size_t>(numbers));
+    checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+    return table;
+}
+
 void describe(hid_t file, const Layout& layout) {
     const Request& request = layout.request;
     const auto one = [](auto value) { return std::array{value}; };
@@ -130,8 +161,7 @@ void describe(hid_t file, const Layout& layout) {
     attributes::write(file, "k", one(request.k));
     attributes::write(file, "mode", request.mode);
     attributes::write(file, "order", one(std::int64_t{request.order}));
-    if (!request.table.empty())
-        attributes::write(file, "table", request.table, {request.table.size() / 2, 2});
+    writeTable(file, request.table);
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
     attributes::write(file, "conventions",
@@ -213,7 +243,7 @@ Request readRequest(hid_t file) {
         readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0];
     // What does not fit is refused as what is too large.
     request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
-    if (attributes::exists(file, "table")) request.table = attributes::readReals(file, "table");
+    request.table = readTable(file);
     return request;
 }
 
@@ -225,10 +255,6 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
         throw std::runtime_error("the dataset 'pressure' has another number of dimensions");
     return {static_cast<std::int64_t>(sizes[2]), static_cast<std::int64_t>(sizes[1]),
             static_cast<std::int64_t>(sizes[0])};
-}
-
-Dataset openDataset(hid_t file, const char* name) {
-    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
 }
 
 /// Other code relies on these being what they are in every file that is written.
@@ -265,7 +291,7 @@ Layout readLayout(hid_t file, const Dataset& pressure) {
     layout.box.size = sizesOf(pressure);
     layout.slabSizes =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "slab_sizes"), "slab_sizes");
-    layout.magnitude = checked(H5Lexists(file, magnitudeName, H5P_DEFAULT), magnitudeName) > 0;
+    layout.magnitude = exists(file, magnitudeName);
     requireSound(layout);
     return layout;
 }

@@ -48,7 +48,8 @@ struct Account {
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
-/// [z][y][x], and the request, conventions and units as attributes of the root.
+/// [z][y][x], and the request, conventions and units as attributes of the root; a table is the
+/// dataset "table".
 ///
 /// Everything but values gets its place when the file is created; from then on slabs and their
 /// entries are written where they belong, and nothing else changes. So a process may be killed at
