@@ -26,8 +26,11 @@ struct Layout {
     Slabs slabs() const { return {box, slabSizes}; }
     /// Bytes of a slab's values and magnitudes.
     std::int64_t slabBytes() const;
-    /// Bytes of all slabs, those at the far ends having as much room as the others.
-    std::int64_t bytes() const { return slabs().count() * slabBytes(); }
+    /// Bytes of all slabs, those at the far ends having as much room as the others. These and the
+    /// magnitudes may be more than 64 bits count.
+    double bytes() const {
+        return static_cast<double>(slabs().count()) * static_cast<double>(slabBytes());
+    }
 };
 
 /// A slab's entry in the file.
