@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/Progress.h"
 #include "run/SlabValues.h"
 
@@ -13,9 +14,9 @@ namespace run {
 void compress(const std::filesystem::path& path, int level) {
     const FieldFile from(path, FieldFile::Access::read);
     if (from.compressed()) return;
-    const std::filesystem::path beside = path.string() + ".compressing";
-    FieldFile::create(beside, from.layout(), level);
-    FieldFile to(beside, FieldFile::Access::write);
+    const FileBeside beside(path, ".compressing");
+    FieldFile::create(beside.path(), from.layout(), level);
+    FieldFile to(beside.path(), FieldFile::Access::write);
 
     const std::vector<SlabRecord> records = from.records();
     const Slabs slabs = from.layout().slabs();
@@ -34,7 +35,7 @@ void compress(const std::filesystem::path& path, int level) {
     }
     to.setAccount(from.account());
     to.close();
-    std::filesystem::rename(beside, path);
+    beside.takePlace();
 }
 
 }  // namespace run

@@ -13,6 +13,7 @@
 
 #include "run/Evaluation.h"
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/FileLock.h"
 #include "run/Interruption.h"
 #include "run/Progress.h"
@@ -53,16 +54,10 @@ void reserve(const std::filesystem::path& path) {
 
 /// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
 void createOutput(const std::filesystem::path& output, const Layout& layout) {
-    const std::filesystem::path beside = output.string() + ".new";
-    try {
-        FieldFile::create(beside, layout);
-        reserve(std::filesystem::absolute(beside));
-        std::filesystem::rename(beside, output);
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove(beside, ignored);
-        throw;
-    }
+    const FileBeside beside(output);
+    FieldFile::create(beside.path(), layout);
+    reserve(std::filesystem::absolute(beside.path()));
+    beside.takePlace();
 }
 
 std::int64_t pointsOf(const Slabs& slabs, const Numbers& numbers) {
