@@ -257,6 +257,16 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
             static_cast<std::int64_t>(sizes[0])};
 }
 
+/// Names the file where something in it is not as it is written.
+template <class Read>
+void readSoundly(const std::string& name, Read read) {
+    try {
+        read();
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(name + " is damaged: " + error.what());
+    }
+}
+
 /// Other code relies on these being what they are in every file that is written.
 void requireSound(const Layout& layout) {
     const Request& request = layout.request;
@@ -354,15 +364,13 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
                      std::optional<MPI_Comm> together)
     : name(path.string()), file(openFile(name, access, together)) {
     requireOurs(file, name);
-    try {
+    readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
         contents = readLayout(file, pressure);
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
         if (!joined()) entries = openEntries(file, contents.slabs().count());
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(name + " is damaged: " + error.what());
-    }
+    });
 }
 
 bool FieldFile::joined() const { return H5Pget_layout(creationOf(pressure)) == H5D_VIRTUAL; }
@@ -409,16 +417,21 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
 }
 
 Account FieldFile::account() const {
-    const auto integer = [this](const char* name) {
-        return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
-    };
-    return {attributes::readText(file, "host"),
-            attributes::readText(file, "started"),
-            attributes::readText(file, "finished"),
-            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0],
-            integer("processes"),
-            integer("peak_memory"),
-            integer("complete") != 0};
+    Account account;
+    readSoundly(name, [&] {
+        const auto integer = [this](const char* name) {
+            return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
+        };
+        account.host = attributes::readText(file, "host");
+        account.started = attributes::readText(file, "started");
+        account.finished = attributes::readText(file, "finished");
+        account.seconds =
+            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0];
+        account.processes = integer("processes");
+        account.peakMemory = integer("peak_memory");
+        account.complete = integer("complete") != 0;
+    });
+    return account;
 }
 
 void FieldFile::setAccount(const Account& account) { writeAccount(file, account); }
