@@ -165,6 +165,16 @@ void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) 
     command.output = partPath(command.output, *command.part);
 }
 
+/// The words of a command line, last one first, as CLI11 has them. It would take "-.5" for an
+/// option.
+std::vector<std::string> wordsOf(int argc, const char* const* argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    for (std::string& word : words)
+        if (word.starts_with("-.")) word.insert(1, "0");
+    std::reverse(words.begin(), words.end());
+    return words;
+}
+
 }  // namespace
 
 Command readCommand(int argc, const char* const* argv) {
@@ -210,7 +220,7 @@ Command readCommand(int argc, const char* const* argv) {
     app.require_subcommand(0, 1);
 
     try {
-        app.parse(argc, argv);
+        app.parse(wordsOf(argc, argv));
         if (joining->parsed()) return join;
         if (verifying->parsed()) return verify;
         if (extracting->parsed()) {

@@ -96,11 +96,11 @@ class DeviceEvaluation : public Evaluation {
     }
 
   private:
-    /// Adds a position, by the kernels' own formula.
+    /// Adds a position, by the kernels' own formula; the division they leave to whoever calls them.
     void place(float ix, float iy, float iz) {
         for (std::size_t row = 0; row < 12; row += 4) {
             const float* m = &transform[row];
-            positions.push_back(((m[1] * iy + m[0] * ix) + m[2] * iz) + m[3]);
+            positions.push_back((((m[1] * iy + m[0] * ix) + m[2] * iz) + m[3]) / transform.back());
         }
     }
 

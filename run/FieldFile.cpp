@@ -26,6 +26,7 @@ constexpr std::int64_t format = 1;
 constexpr const char* pressureName = "pressure";
 constexpr const char* magnitudeName = "magnitude";
 constexpr const char* entriesName = "slabs";
+constexpr const char* tableName = "table";
 
 /// Sizes or coordinates in the order of the file, slowest first.
 using Extent = std::array<hsize_t, 3>;
@@ -129,6 +130,36 @@ Dataset createDataset(hid_t file, const char* name, hid_t type, const Space& spa
     return {H5Dcreate2(file, name, type, space, H5P_DEFAULT, properties, H5P_DEFAULT), name};
 }
 
+Dataset openDataset(hid_t file, const char* name) {
+    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
+}
+
+bool exists(hid_t file, const char* name) {
+    return checked(H5Lexists(file, name, H5P_DEFAULT), name) > 0;
+}
+
+/// A dataset, because attributes have at most 64 kB.
+void writeTable(hid_t file, const std::vector<double>& table) {
+    if (table.empty()) return;
+    const std::array<hsize_t, 2> sizes{table.size() / 2, 2};
+    const Dataset dataset = createDataset(
+        file, tableName, H5T_NATIVE_DOUBLE,
+        {H5Screate_simple(2, sizes.data(), nullptr), "the table's space"}, datasetProperties());
+    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+}
+
+std::vector<double> readTable(hid_t file) {
+    if (!exists(file, tableName)) return {};
+    const Dataset dataset = openDataset(file, tableName);
+    const Space space(H5Dget_space(dataset), "the table's space");
+    const auto numbers = checked(H5Sget_simple_extent_npoints(space), tableName);
+    std::vector<double> table(static_cast<std::size_t>(numbers));
+    checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+    return table;
+}
+
 void describe(hid_t file, const Layout& layout) {
     const Request& request = layout.request;
     const auto one = [](auto value) { return std::array{value}; };
@@ -142,8 +173,7 @@ void describe(hid_t file, const Layout& layout) {
     attributes::write(file, "k", one(request.k));
     attributes::write(file, "mode", request.mode);
     attributes::write(file, "order", one(std::int64_t{request.order}));
-    if (!request.table.empty())
-        attributes::write(file, "table", request.table, {request.table.size() / 2, 2});
+    writeTable(file, request.table);
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
     attributes::write(file, "conventions",
@@ -184,18 +214,20 @@ File openFile(const std::string& name, FieldFile::Access access,
             name + " cannot be opened as HDF5"};
 }
 
-bool isOurs(hid_t file) {
+/// The format of a file that this program wrote, none of another.
+std::optional<std::vector<std::int64_t>> formatOf(hid_t file) {
     try {
-        return attributes::readText(file, "creator") == creator &&
-               attributes::exists(file, "format");
+        if (attributes::readText(file, "creator") != creator) return std::nullopt;
+        return attributes::readIntegers(file, "format");
     } catch (const std::runtime_error&) {
-        return false;
+        return std::nullopt;
     }
 }
 
 void requireOurs(hid_t file, const std::string& name) {
-    if (!isOurs(file)) throw std::runtime_error(name + " is not a file of " + creator);
-    if (attributes::readIntegers(file, "format") != std::vector{format})
+    const auto found = formatOf(file);
+    if (!found) throw std::runtime_error(name + " is not a file of " + creator);
+    if (*found != std::vector{format})
         throw std::runtime_error(name + " has a format that this version does not know");
 }
 
@@ -219,9 +251,11 @@ Request readRequest(hid_t file) {
     request.s = real("s");
     request.k = real("k");
     request.mode = attributes::readText(file, "mode");
-    request.order = static_cast<int>(
-        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0]);
-    if (attributes::exists(file, "table")) request.table = attributes::readReals(file, "table");
+    const std::int64_t order =
+        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0];
+    // What does not fit is refused as what is too large.
+    request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
+    request.table = readTable(file);
     return request;
 }
 
@@ -235,36 +269,64 @@ std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
             static_cast<std::int64_t>(sizes[0])};
 }
 
+/// Names the file where something in it is not as it is written.
+template <class Read>
+void readSoundly(const std::string& name, Read read) {
+    try {
+        read();
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(name + " is damaged: " + error.what());
+    }
+}
+
+/// Other code relies on these being what they are in every file that is written.
+void requireSound(const Layout& layout) {
+    const Request& request = layout.request;
+    check(request);
+    if (!request.table.empty() &&
+        request.table.size() != 2 * static_cast<std::size_t>(request.order))
+        throw std::runtime_error("table has another size");
+    const auto& [first, size] = layout.box;
+    for (std::size_t i = 0; i < size.size(); ++i) {
+        if (size[i] < 1 || size[i] > request.sizes[i] || first[i] < 0 ||
+            first[i] > request.sizes[i] - size[i])
+            throw std::runtime_error("its points are not all of its lattice");
+        if (layout.slabSizes[i] < 1 || layout.slabSizes[i] > size[i])
+            throw std::runtime_error("slab_sizes are not sizes of its slabs");
+    }
+}
+
+/// The dataset of the slabs' entries, one of each.
+Dataset openEntries(hid_t file, std::int64_t count) {
+    Dataset entries = openDataset(file, entriesName);
+    const Space space(H5Dget_space(entries), "the entries' space");
+    if (H5Sget_simple_extent_npoints(space) != count)
+        throw std::runtime_error("it has not one entry for each slab");
+    return entries;
+}
+
 Layout readLayout(hid_t file, const Dataset& pressure) {
     Layout layout;
     layout.request = readRequest(file);
-    check(layout.request);
     layout.box.first =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "first_point"), "first_point");
     layout.box.size = sizesOf(pressure);
     layout.slabSizes =
         readArray<std::int64_t, 3>(attributes::readIntegers(file, "slab_sizes"), "slab_sizes");
-    layout.magnitude = checked(H5Lexists(file, magnitudeName, H5P_DEFAULT), magnitudeName) > 0;
+    layout.magnitude = exists(file, magnitudeName);
+    requireSound(layout);
     return layout;
-}
-
-Dataset openDataset(hid_t file, const char* name) {
-    return {H5Dopen2(file, name, H5P_DEFAULT), std::string("the dataset '") + name + "'"};
 }
 
 Properties creationOf(const Dataset& dataset) {
     return {H5Dget_create_plist(dataset), "a dataset's properties"};
 }
 
-/// Whether the slabs are the chunks, and each has an entry.
-void requireSlabs(const Layout& layout, const Dataset& pressure, const Dataset& entries) {
+void requireChunks(const Layout& layout, const Dataset& pressure) {
     Extent chunk{};
     if (H5Pget_chunk(creationOf(pressure), 3, chunk.data()) != 3 ||
         chunk != extent(layout.slabSizes))
-        throw std::runtime_error("the slabs are not the chunks");
-    const Space space(H5Dget_space(entries), "the entries' space");
-    if (H5Sget_simple_extent_npoints(space) != layout.slabs().count())
-        throw std::runtime_error("there is not an entry for every slab");
+        throw std::runtime_error("its slabs are not its chunks");
 }
 
 }  // namespace
@@ -321,18 +383,16 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
                      std::optional<MPI_Comm> together)
     : name(path.string()), file(openFile(name, access, together)) {
     requireOurs(file, name);
-    try {
+    readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
         contents = readLayout(file, pressure);
         valueType = complexType(contents.request.singlePrecision());
         if (contents.magnitude) magnitude = openDataset(file, magnitudeName);
-        if (access == Access::write) behind.emplace(path);
         if (joined()) return;
-        entries = openDataset(file, entriesName);
-        requireSlabs(contents, pressure, entries);
-    } catch (const std::runtime_error& error) {
-        throw std::runtime_error(name + " is damaged: " + error.what());
-    }
+        requireChunks(contents, pressure);
+        entries = openEntries(file, contents.slabs().count());
+    });
+    if (access == Access::write) behind.emplace(path);
 }
 
 bool FieldFile::joined() const { return H5Pget_layout(creationOf(pressure)) == H5D_VIRTUAL; }
@@ -386,16 +446,21 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
 }
 
 Account FieldFile::account() const {
-    const auto integer = [this](const char* name) {
-        return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
-    };
-    return {attributes::readText(file, "host"),
-            attributes::readText(file, "started"),
-            attributes::readText(file, "finished"),
-            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0],
-            integer("processes"),
-            integer("peak_memory"),
-            integer("complete") != 0};
+    Account account;
+    readSoundly(name, [&] {
+        const auto integer = [this](const char* name) {
+            return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
+        };
+        account.host = attributes::readText(file, "host");
+        account.started = attributes::readText(file, "started");
+        account.finished = attributes::readText(file, "finished");
+        account.seconds =
+            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0];
+        account.processes = integer("processes");
+        account.peakMemory = integer("peak_memory");
+        account.complete = integer("complete") != 0;
+    });
+    return account;
 }
 
 void FieldFile::setAccount(const Account& account) { writeAccount(file, account); }

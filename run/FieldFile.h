@@ -27,8 +27,11 @@ struct Layout {
     Slabs slabs() const { return {box, slabSizes}; }
     /// Bytes of a slab's values and magnitudes.
     std::int64_t slabBytes() const;
-    /// Bytes of all slabs, those at the far ends having as much room as the others.
-    std::int64_t bytes() const { return slabs().count() * slabBytes(); }
+    /// Bytes of all slabs, those at the far ends having as much room as the others. These and the
+    /// magnitudes may be more than 64 bits count.
+    double bytes() const {
+        return static_cast<double>(slabs().count()) * static_cast<double>(slabBytes());
+    }
 };
 
 /// A slab's entry in the file.
@@ -49,7 +52,8 @@ struct Account {
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
-/// [z][y][x], and the request, conventions and units as attributes of the root.
+/// [z][y][x], and the request, conventions and units as attributes of the root; a table is the
+/// dataset "table".
 ///
 /// Everything but values gets its place when the file is created; from then on slabs and their
 /// entries are written where they belong, and nothing else changes. So a process may be killed at

@@ -86,9 +86,10 @@ std::string readText(hid_t object, const char* name) {
     const Attribute attribute = open(object, name);
     const Type type(H5Aget_type(attribute), called(name));
     const Space space(H5Aget_space(attribute), called(name));
+    // Anything else may take more room than one text of that size.
     if (H5Tget_class(type) != H5T_STRING || H5Tis_variable_str(type) != 0 ||
         H5Sget_simple_extent_npoints(space) != 1)
-        throw std::runtime_error(called(name) + " is no text");
+        throw std::runtime_error(called(name) + " is not one text");
     std::string text(H5Tget_size(type), '\0');
     checked(H5Aread(attribute, type, text.data()), called(name));
     return text.substr(0, text.find('\0'));

@@ -5,15 +5,19 @@
 #include <stdexcept>
 
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/Progress.h"
 #include "run/SlabValues.h"
 
 namespace run {
 
-namespace {
+void compress(const std::filesystem::path& path, int level) {
+    const FieldFile from(path, FieldFile::Access::read);
+    if (from.compressed()) return;
+    const FileBeside beside(path, ".compressing");
+    FieldFile::create(beside.path(), from.layout(), level);
+    FieldFile to(beside.path(), FieldFile::Access::write);
 
-/// Copies a field slab by slab, comparing every value with its checksum.
-void copy(const FieldFile& from, FieldFile& to, const std::string& name) {
     const std::vector<SlabRecord> records = from.records();
     const Slabs slabs = from.layout().slabs();
     SlabValues values(from.layout());
@@ -23,31 +27,15 @@ void copy(const FieldFile& from, FieldFile& to, const std::string& name) {
         values.read(from, box);
         const std::uint64_t checksum = values.checksum(box);
         if (checksum != records[static_cast<std::size_t>(i)].checksum)
-            throw std::runtime_error(name + " has changed since it was written; --resume mends it");
+            throw std::runtime_error(path.string() +
+                                     " has changed since it was written; --resume mends it");
         values.write(to, box);
         to.record(i, checksum);
         progress.add(box.points());
     }
     to.setAccount(from.account());
     to.close();
-}
-
-}  // namespace
-
-void compress(const std::filesystem::path& path, int level) {
-    const FieldFile from(path, FieldFile::Access::read);
-    if (from.compressed()) return;
-    const std::filesystem::path beside = path.string() + ".compressing";
-    try {
-        FieldFile::create(beside, from.layout(), level);
-        FieldFile to(beside, FieldFile::Access::write);
-        copy(from, to, path.string());
-        std::filesystem::rename(beside, path);
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove(beside, ignored);
-        throw;
-    }
+    beside.takePlace();
 }
 
 }  // namespace run

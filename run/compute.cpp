@@ -13,6 +13,7 @@
 
 #include "run/Evaluation.h"
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/FileLock.h"
 #include "run/Interruption.h"
 #include "run/Progress.h"
@@ -62,16 +63,10 @@ void removeLeftovers(const std::filesystem::path& output) {
 
 /// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
 void createOutput(const std::filesystem::path& output, const Layout& layout) {
-    const std::filesystem::path beside = output.string() + ".new";
-    try {
-        FieldFile::create(beside, layout);
-        reserve(std::filesystem::absolute(beside));
-        std::filesystem::rename(beside, output);
-    } catch (...) {
-        std::error_code ignored;
-        std::filesystem::remove(beside, ignored);
-        throw;
-    }
+    const FileBeside beside(output);
+    FieldFile::create(beside.path(), layout);
+    reserve(std::filesystem::absolute(beside.path()));
+    beside.takePlace();
 }
 
 std::int64_t pointsOf(const Slabs& slabs, const Numbers& numbers) {
@@ -156,14 +151,11 @@ class Worker {
         return share;
     }
 
-    /// Whether a signal stopped any work.
-    bool stopped() const { return wasStopped; }
-
   private:
     /// Does something to slabs, one after the other, until a process is told to stop or fails.
     void workOn(const char* what, const Numbers& numbers,
                 const std::function<void(std::int64_t)>& work) {
-        if (wasStopped) return;
+        if (stopped) return;
         const std::int64_t all = file.layout().box.points();
         const auto todo =
             static_cast<std::int64_t>(team.sum(static_cast<double>(pointsOf(slabs, numbers))));
@@ -186,18 +178,32 @@ class Worker {
         team.first([&] {
             if (failure) throw std::runtime_error(*failure);
         });
-        wasStopped = team.largest(signalled()) != 0;
+        stopped = team.largest(signalled()) != 0;
     }
 
     Team& team;
     FieldFile& file;
     Slabs slabs;
     SlabValues values;
-    bool wasStopped = false;
+    bool stopped = false;
 };
 
-/// How many of the points are finished, and what that took.
-void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
+/// Tells of slabs that are not what was written. In a compressed file they cannot be replaced.
+void sayChanged(const ComputeCommand& command, const Team& team, const FieldFile& file,
+                const Numbers& changed) {
+    const double count = team.sum(static_cast<double>(changed.size()));
+    if (count == 0) return;
+    if (file.compressed())
+        throw std::runtime_error(command.output.string() +
+                                 " has changed since it was compressed: compute it anew");
+    if (team.isFirst())
+        std::cout << "computing again what has changed since it was written: " << count << " of "
+                  << file.layout().slabs().count() << " slabs\n";
+}
+
+/// Writes down whether all slabs are finished, and what that took.
+/// @return whether they are
+bool keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
                  double seconds, std::int64_t memory) {
     FieldFile file(command.output, FieldFile::Access::write);
     Account account = file.account();
@@ -212,6 +218,7 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
     account.complete = numbersOf(file.records(), /*finished=*/false).empty();
     file.setAccount(account);
     file.close();
+    return account.complete;
 }
 
 void conclude(const ComputeCommand& command) {
@@ -246,33 +253,29 @@ int compute(const ComputeCommand& command, Team& team) {
     const std::string started = texts::timeNow();
     const Clock::time_point begin = Clock::now();
     std::optional<FieldFile> file;
-    team.together(
-        [&] { file.emplace(command.output, FieldFile::Access::write, team.communicator()); });
-    bool stopped = false;
+    std::vector<SlabRecord> records;
+    std::optional<Worker> worker;
     team.together([&] {
-        Worker worker(team, *file);
-        const std::vector<SlabRecord> records = file->records();
-        Numbers todo = worker.findChanged(records);
-        const double changed = team.sum(static_cast<double>(todo.size()));
-        if (changed > 0 && file->compressed())
-            throw std::runtime_error(command.output.string() +
-                                     " has changed since it was compressed: compute it anew");
-        if (changed > 0 && team.isFirst())
-            std::cout << "computing again what has changed since it was written: " << changed
-                      << " of " << records.size() << " slabs\n";
-        const Numbers missing = worker.shareOf(numbersOf(records, /*finished=*/false));
-        todo.insert(todo.end(), missing.begin(), missing.end());
-        worker.compute(todo);
-        stopped = worker.stopped();
+        file.emplace(command.output, FieldFile::Access::write, team.communicator());
+        records = file->records();
+        worker.emplace(team, *file);
     });
+    Numbers todo = worker->findChanged(records);
+    team.together([&] { sayChanged(command, team, *file, todo); });
+    const Numbers missing = worker->shareOf(numbersOf(records, /*finished=*/false));
+    todo.insert(todo.end(), missing.begin(), missing.end());
+    worker->compute(todo);
     team.together([&] { file->close(); });
+
     const std::chrono::duration<double> time = Clock::now() - begin;
     const std::int64_t memory = team.largest(peakMemory());
+    bool complete = false;
     team.first([&] {
-        keepAccount(command, team, started, time.count(), memory);
+        complete = keepAccount(command, team, started, time.count(), memory);
         conclude(command);
     });
-    return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;
+    const auto signal = static_cast<int>(team.largest(signalled()));
+    return signal == 0 || team.largest(complete ? 1 : 0) != 0 ? 0 : 128 + signal;
 }
 
 }  // namespace run

@@ -63,7 +63,7 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
               << layout.request.mode << ", order " << layout.request.order << "\n"
-              << "disk    " << bytes(layout.bytes()) << " in " << output.string() << ", "
+              << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
               << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
               << "memory  about " << bytes(peakMemory() + layout.slabBytes())

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/commands.h"
 #include "run/xdmf.h"
 
@@ -48,12 +49,12 @@ class Gathering {
         if (missing != 0)
             throw std::runtime_error("parts are missing: " + std::to_string(missing) +
                                      " points are in none");
-        const std::filesystem::path beside = output.string() + ".new";
-        FieldFile::createJoined(beside, *whole, sources);
-        FieldFile file(beside, FieldFile::Access::write);
+        const FileBeside beside(output);
+        FieldFile::createJoined(beside.path(), *whole, sources);
+        FieldFile file(beside.path(), FieldFile::Access::write);
         file.setAccount(total);
         file.close();
-        std::filesystem::rename(beside, output);
+        beside.takePlace();
         if (whole->magnitude) writeXdmf(output, *whole);
         std::cout << output.string() << " has " << points << " points in " << sources.size()
                   << " files, which it needs beside it\n";

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <new>
@@ -255,6 +256,31 @@ TYPED_TEST(GaussLegendreTest, ComputesTheRuleOfANewOrder) {
             ASSERT_EQ(rule.weights[i], static_cast<TypeParam>(expected.weights[i]));
         }
     }
+}
+
+TYPED_TEST(GaussLegendreTest, TakesTheRuleOfATable) {
+    constexpr std::array<double, 6> pairs{-0.7, 0.6, 0.1, 0.8, 0.9, 0.6};
+    GaussLegendre<TypeParam> rule;
+    // Whatever the rule was before, one of the same order too.
+    for (const int before : {0, 3, 100}) {
+        rule.setOrder(before);
+        rule.take(3, pairs.data());
+        EXPECT_EQ(rule.order, 3);
+        for (std::size_t i = 0; i < 3; ++i) {
+            EXPECT_EQ(rule.abscissas[i], static_cast<TypeParam>(pairs[2 * i]));
+            EXPECT_EQ(rule.weights[i], static_cast<TypeParam>(pairs[2 * i + 1]));
+        }
+    }
+}
+
+TYPED_TEST(GaussLegendreTest, ReplacesATableOfTheSameOrder) {
+    constexpr std::array<double, 4> first{-0.7, 1, 0.7, 1};
+    constexpr std::array<double, 4> second{-0.5, 0.25, 0.5, 0.75};
+    GaussLegendre<TypeParam> rule;
+    rule.take(2, first.data());
+    rule.take(2, second.data());
+    EXPECT_THAT(std::vector(rule.abscissas, rule.abscissas + 2), testing::ElementsAre(-0.5, 0.5));
+    EXPECT_THAT(std::vector(rule.weights, rule.weights + 2), testing::ElementsAre(0.25, 0.75));
 }
 
 TYPED_TEST(GaussLegendreTest, NegativeOrderFailsToAllocateAndLeavesNothingToFree) {

@@ -1,0 +1,359 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/Command.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "run/revision.h"
+#include "tests/run/Refused.h"
+#include "tests/run/TemporaryFolder.h"
+
+namespace {
+
+using run::Answer;
+using run::Command;
+using run::ComputeCommand;
+using run::Part;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+using Words = std::vector<std::string>;
+
+Command read(const Words& words) {
+    std::vector<const char*> arguments{"pistonfield-run"};
+    for (const std::string& word : words) arguments.push_back(word.c_str());
+    return run::readCommand(static_cast<int>(arguments.size()), arguments.data());
+}
+
+/// A command line that says how to compute; the test fails where it does not.
+ComputeCommand computing(const Words& words) {
+    const Command command = read(words);
+    if (const auto* answer = std::get_if<Answer>(&command)) ADD_FAILURE() << answer->error;
+    return std::get<ComputeCommand>(command);
+}
+
+/// The complaint about a command line.
+std::string complaint(const Words& words) {
+    const Command command = read(words);
+    const auto* answer = std::get_if<Answer>(&command);
+    if (answer == nullptr) return "no complaint";
+    EXPECT_EQ(answer->status, 1);
+    EXPECT_EQ(answer->out, "");
+    return answer->error;
+}
+
+constexpr std::array<double, 16> transform{1e-4, 0, 0,    -5e-3, 0, 1e-4, 0, -.25,
+                                           0,    0, 2e-4, 1e-3,  0, 0,    0, 1};
+
+/// A request with all that it needs, and an output.
+Words complete(const Words& more = {}) {
+    Words words{"--transform", "1e-4", "0",    "0",     "-5e-3", "0",  "1e-4",   "0",  "-.25",
+                "0",           "0",    "2e-4", "+1e-3", "0",     "0",  "0",      "1",  "--sizes",
+                "100",         "90",   "70",   "-l",    "5e-3",  "-s", "7.5e-3", "-k", "4188.79"};
+    words.insert(words.end(), more.begin(), more.end());
+    words.emplace_back("field.h5");
+    return words;
+}
+
+void expectTheField(const run::Request& request) {
+    EXPECT_EQ(request.transform, transform);
+    EXPECT_THAT(request.sizes, ElementsAre(100, 90, 70));
+    EXPECT_EQ(request.l, 5e-3);
+    EXPECT_EQ(request.s, 7.5e-3);
+    EXPECT_EQ(request.k, 4188.79);
+}
+
+// --- a field to compute
+
+TEST(CommandLine, HasAFieldAndTheUsualWork) {
+    const ComputeCommand command = computing(complete());
+    expectTheField(command.request);
+    EXPECT_EQ(command.request.mode, "cpu");
+    EXPECT_EQ(command.request.order, 10);
+    EXPECT_THAT(command.request.table, testing::IsEmpty());
+    EXPECT_EQ(command.output, "field.h5");
+    EXPECT_THAT(command.given, ElementsAre("--sizes", "--transform", "-k", "-l", "-s"));
+    EXPECT_EQ(command.part, std::nullopt);
+    EXPECT_EQ(command.slabPoints, 262144);
+    EXPECT_EQ(command.deflate, 0);
+    EXPECT_TRUE(command.magnitude);
+    EXPECT_FALSE(command.resume || command.onlyEstimate);
+    EXPECT_NO_THROW(checkComplete(command));
+}
+
+TEST(CommandLine, ChangesTheUsualWork) {
+    const ComputeCommand command =
+        computing(complete({"--mode", "cpusp", "--order", "32", "--slab", "1000", "--compress", "4",
+                            "--resume", "--estimate", "--no-magnitude"}));
+    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.request.order, 32);
+    EXPECT_EQ(command.slabPoints, 1000);
+    EXPECT_EQ(command.deflate, 4);
+    EXPECT_FALSE(command.magnitude);
+    EXPECT_TRUE(command.resume && command.onlyEstimate);
+    EXPECT_TRUE(command.given.contains("--mode") && command.given.contains("--order"));
+}
+
+TEST(CommandLine, TakesTwoNamesOfDoublePrecisionForOne) {
+    EXPECT_EQ(computing(complete({"--mode", "cpudp"})).request.mode, "cpu");
+}
+
+TEST(CommandLine, MayHaveTheOutputFirst) {
+    Words words = complete();
+    words.pop_back();
+    words.insert(words.begin(), "first.h5");
+    EXPECT_EQ(computing(words).output, "first.h5");
+}
+
+TEST(CommandLine, WithTooFewOrOddNumbersIsRefused) {
+    EXPECT_THAT(complaint({"--sizes", "3", "4", "--mode", "cpu", "f.h5"}), HasSubstr("--sizes"));
+    EXPECT_THAT(complaint({"--sizes", "3", "4", "5.5", "f.h5"}), HasSubstr("--sizes"));
+    EXPECT_THAT(complaint({"--transform", "1", "2", "--mode", "cpu", "f.h5"}),
+                HasSubstr("--transform"));
+    EXPECT_THAT(complaint({"-k", "many", "f.h5"}), HasSubstr("-k"));
+}
+
+TEST(CommandLine, OutsideOfARangeIsRefused) {
+    EXPECT_THAT(complaint(complete({"--slab", "0"})), HasSubstr("--slab"));
+    EXPECT_THAT(complaint(complete({"--slab", "134217729"})), HasSubstr("--slab"));
+    EXPECT_THAT(complaint(complete({"--compress", "10"})), HasSubstr("--compress"));
+}
+
+TEST(CommandLine, WithoutOutputOrWithTooMuchIsRefused) {
+    EXPECT_THAT(complaint({}), StartsWith("output is required\n"));
+    EXPECT_THAT(complaint(complete({"--order", "3", "--bogus"})), HasSubstr("--bogus"));
+    EXPECT_THAT(complaint({"a.h5", "b.h5"}), HasSubstr("b.h5"));
+}
+
+TEST(CommandLine, NamesTheOptionThatIsMissing) {
+    const std::vector<std::pair<std::string, std::size_t>> needed{
+        {"--transform", 17}, {"--sizes", 4}, {"-l", 2}, {"-s", 2}, {"-k", 2}};
+    for (const auto& [name, length] : needed) {
+        Words words = complete();
+        const auto at = std::find(words.begin(), words.end(), name);
+        words.erase(at, at + static_cast<std::ptrdiff_t>(length));
+        EXPECT_EQ(refused([&] { checkComplete(computing(words)); }), name + " is missing");
+    }
+}
+
+TEST(CommandLine, ChecksARequestThatIsComplete) {
+    EXPECT_EQ(refused([] {
+                  checkComplete(computing(complete({"--order", "0"})));
+              }),
+              "--order: 0 is not within 1 to 16383 of the mode cpu");
+}
+
+// --- parts
+
+TEST(Part, HasAFileOfItsOwn) {
+    const ComputeCommand command = computing(complete({"--part", "3/10"}));
+    EXPECT_EQ(command.part, (Part{3, 10}));
+    EXPECT_EQ(command.output, "field.part-03-of-10.h5");
+    EXPECT_EQ(computing({"--part", "1/1", "data/f.h5"}).output, "data/f.part-1-of-1.h5");
+    EXPECT_EQ(computing({"--part", "12/1000", "f"}).output, "f.part-0012-of-1000");
+}
+
+TEST(Part, OfAnotherFormIsRefused) {
+    for (const std::string text :
+         {"3", "3/", "/3", "0/3", "4/3", "-1/3", "1/3x", "1:3", "a/b", "1/99999999999999999999"})
+        EXPECT_THAT(complaint({"--part=" + text, "f.h5"}),
+                    StartsWith("--part: '" + text + "' is not of the form 3/10\n"));
+}
+
+// --- files
+
+struct CommandFiles : testing::Test {
+    std::string file(const std::string& text) const {
+        setContents(folder / "file", text);
+        return folder / "file";
+    }
+    TemporaryFolder folder;
+};
+
+TEST_F(CommandFiles, TableIsTheRule) {
+    const ComputeCommand command = computing(complete({"--table", file("-0.5 1e0\n 0.5\t1\n")}));
+    EXPECT_THAT(command.request.table, ElementsAre(-0.5, 1, 0.5, 1));
+    EXPECT_EQ(command.request.order, 2);
+    EXPECT_TRUE(command.given.contains("--table"));
+    EXPECT_FALSE(command.given.contains("--order"));
+}
+
+TEST_F(CommandFiles, TableThatIsNoneIsRefused) {
+    for (const char* text : {"", "1 2 3", "1 two", "1, 2"}) {
+        const std::string name = file(text);
+        EXPECT_THAT(complaint(complete({"--table", name})),
+                    StartsWith("--table: " + name + " is no list of abscissas and weights\n"));
+    }
+    EXPECT_THAT(complaint(complete({"--table", "/nowhere"})), HasSubstr("/nowhere"));
+    EXPECT_THAT(complaint(complete({"--table", file("0 2"), "--order", "1"})),
+                HasSubstr("excludes"));
+}
+
+constexpr const char* toml = R"(# A field before the piston.
+transform = [1e-4, 0, 0, -5e-3,   # x
+             0, 1e-4, 0, -.25,
+             0, 0, 2e-4, 1e-3,
+             0, 0, 0, 1]
+sizes = [100, 90, 70]             # points
+l = 5e-3
+s = 7.5e-3
+k = 4188.79
+mode = "cpusp"
+order = 12
+
+# The work.
+output = "field.h5"
+part = "2/3"
+slab = 1000
+compress = 9
+resume = true
+estimate = true
+no-magnitude = true
+)";
+
+constexpr const char* ini = R"(; A field before the piston.
+transform = 1e-4 0 0 -5e-3  0 1e-4 0 -.25  0 0 2e-4 1e-3  0 0 0 1
+sizes = 100 90 70
+l = 5e-3
+s = 7.5e-3
+k = 4188.79
+mode = cpusp
+order = 12
+output = field.h5
+part = 2/3
+slab = 1000
+compress = 9
+resume = true
+estimate = true
+no-magnitude = true
+)";
+
+TEST_F(CommandFiles, RequestHasWhatTheCommandLineHas) {
+    for (const char* text : {toml, ini}) {
+        const ComputeCommand command = computing({"--request", file(text)});
+        expectTheField(command.request);
+        EXPECT_EQ(command.request.mode, "cpusp");
+        EXPECT_EQ(command.request.order, 12);
+        EXPECT_EQ(command.part, (Part{2, 3}));
+        EXPECT_EQ(command.output, "field.part-2-of-3.h5");
+        EXPECT_EQ(command.slabPoints, 1000);
+        EXPECT_EQ(command.deflate, 9);
+        EXPECT_TRUE(command.resume && command.onlyEstimate && !command.magnitude);
+        EXPECT_EQ(command.given.size(), 7U);
+        EXPECT_NO_THROW(checkComplete(command));
+    }
+}
+
+TEST_F(CommandFiles, RequestNamesATable) {
+    setContents(folder / "rule.txt", "0 2");
+    const ComputeCommand command = computing(
+        {"--request", file("table = \"" + (folder / "rule.txt").string() + "\"\n"), "f.h5"});
+    EXPECT_THAT(command.request.table, ElementsAre(0, 2));
+    EXPECT_TRUE(command.given.contains("--table"));
+}
+
+TEST_F(CommandFiles, CommandLineCountsBeforeTheRequest) {
+    const ComputeCommand command =
+        computing({"--request", file(toml), "--order", "7", "--part", "1/2", "other.h5"});
+    EXPECT_EQ(command.request.order, 7);
+    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.output, "other.part-1-of-2.h5");
+}
+
+TEST_F(CommandFiles, RequestWithAnUnknownKeyIsRefused) {
+    EXPECT_THAT(complaint({"--request", file("ordre = 3\n"), "f.h5"}), HasSubstr("ordre"));
+    EXPECT_THAT(complaint({"--request", file("[join]\nordre = 3\n"), "f.h5"}), HasSubstr("ordre"));
+}
+
+TEST_F(CommandFiles, RequestWithTooFewNumbersIsRefused) {
+    EXPECT_THAT(complaint({"--request", file("sizes = [3, 4]\n"), "f.h5"}), HasSubstr("--sizes"));
+}
+
+TEST_F(CommandFiles, RequestThatIsNotThereIsRefused) {
+    EXPECT_THAT(complaint({"--request", folder / "none", "f.h5"}),
+                HasSubstr((folder / "none").string()));
+}
+
+// --- contradictions
+
+TEST(Contradiction, IsTheFirstOptionOfAnotherValue) {
+    const ComputeCommand command = computing(complete({"--mode", "cpusp", "--order", "32"}));
+    EXPECT_EQ(contradiction(command, command.request), std::nullopt);
+    const auto after = [&](auto change) {
+        run::Request other = command.request;
+        change(other);
+        return contradiction(command, other);
+    };
+    EXPECT_EQ(after([](auto& r) { r.transform[12] = 1; }), "--transform");
+    EXPECT_EQ(after([](auto& r) { r.sizes[2] = 1; }), "--sizes");
+    EXPECT_EQ(after([](auto& r) { r.l = 1; }), "-l");
+    EXPECT_EQ(after([](auto& r) { r.s = 1; }), "-s");
+    EXPECT_EQ(after([](auto& r) { r.k = 1; }), "-k");
+    EXPECT_EQ(after([](auto& r) { r.mode = "cpu"; }), "--mode");
+    EXPECT_EQ(after([](auto& r) { r.order = 31; }), "--order");
+    EXPECT_EQ(after([](auto& r) { r.table.assign(64, 0); }), "--order");
+}
+
+TEST(Contradiction, IsNoneWithAnOptionThatWasNotGiven) {
+    run::Request other;
+    other.mode = "cuda";
+    other.order = 99;
+    EXPECT_EQ(contradiction(computing({"f.h5"}), other), std::nullopt);
+}
+
+TEST_F(CommandFiles, TableContradictsAnother) {
+    const ComputeCommand command = computing({"--table", file("0 2"), "f.h5"});
+    run::Request other;
+    other.table = {0, 1.5};
+    EXPECT_EQ(contradiction(command, other), "--table");
+    other.table = {0, 2};
+    EXPECT_EQ(contradiction(command, other), std::nullopt);
+}
+
+// --- other commands and answers
+
+TEST(CommandLine, JoinsParts) {
+    const Command command = read({"join", "field.h5", "a.h5", "b.h5"});
+    EXPECT_EQ(std::get<run::JoinCommand>(command).output, "field.h5");
+    EXPECT_THAT(std::get<run::JoinCommand>(command).parts, ElementsAre("a.h5", "b.h5"));
+    EXPECT_THAT(complaint({"join", "field.h5"}), HasSubstr("parts"));
+}
+
+TEST(CommandLine, VerifiesFiles) {
+    const Command command = read({"verify", "a.h5", "b.h5"});
+    EXPECT_THAT(std::get<run::VerifyCommand>(command).files, ElementsAre("a.h5", "b.h5"));
+    EXPECT_THAT(complaint({"verify"}), HasSubstr("files"));
+}
+
+TEST(CommandLine, ExtractsABoxOrAll) {
+    const Command all = read({"extract", "field.h5", "field.raw"});
+    EXPECT_EQ(std::get<run::ExtractCommand>(all).file, "field.h5");
+    EXPECT_EQ(std::get<run::ExtractCommand>(all).output, "field.raw");
+    EXPECT_EQ(std::get<run::ExtractCommand>(all).first, std::nullopt);
+    EXPECT_EQ(std::get<run::ExtractCommand>(all).size, std::nullopt);
+    const Command box =
+        read({"extract", "f.h5", "f.raw", "--first", "1", "2", "3", "--size", "4", "5", "6"});
+    EXPECT_EQ(std::get<run::ExtractCommand>(box).first, (std::array<std::int64_t, 3>{1, 2, 3}));
+    EXPECT_EQ(std::get<run::ExtractCommand>(box).size, (std::array<std::int64_t, 3>{4, 5, 6}));
+    EXPECT_THAT(complaint({"extract", "f.h5", "f.raw", "--first", "1", "2"}), HasSubstr("--first"));
+}
+
+TEST(CommandLine, AnswersForHelpAndVersionOnStandardOutput) {
+    const auto answer = [](const Words& words) { return std::get<Answer>(read(words)); };
+    for (const char* option : {"-h", "--help"}) {
+        EXPECT_EQ(answer({option}).status, 0);
+        EXPECT_EQ(answer({option}).error, "");
+        EXPECT_THAT(answer({option}).out, HasSubstr("--transform"));
+    }
+    EXPECT_THAT(answer({"join", "--help"}).out, HasSubstr("parts"));
+    EXPECT_EQ(answer({"--version"}).status, 0);
+    EXPECT_EQ(answer({"--version"}).out, "pistonfield-run " + run::revision() + "\n");
+}
+
+TEST(Revision, HasTheVersionAndWhatItWasBuiltFrom) {
+    EXPECT_THAT(run::revision(), testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+ \\(.+\\)"));
+}
+
+}  // namespace

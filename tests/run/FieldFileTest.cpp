@@ -1,0 +1,411 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/FieldFile.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "run/attributes.h"
+#include "tests/run/FieldFiles.h"
+#include "tests/support/RandomPoints.h"
+
+namespace {
+
+using run::Account;
+using run::FieldFile;
+using run::Layout;
+using run::SlabRecord;
+using Access = FieldFile::Access;
+
+void expectSame(const Layout& a, const Layout& b) {
+    EXPECT_EQ(a.request, b.request);
+    EXPECT_EQ(a.box, b.box);
+    EXPECT_EQ(a.slabSizes, b.slabSizes);
+    EXPECT_EQ(a.magnitude, b.magnitude);
+}
+
+template <class T>
+void writePattern(FieldFile& file, const LatticeBox& box) {
+    const Pattern<T> pattern(box);
+    file.write(box, pattern.values.data(),
+               file.layout().magnitude ? pattern.magnitudes.data() : nullptr);
+}
+
+template <class T>
+void writeAll(FieldFile& file) {
+    const run::Slabs slabs = file.layout().slabs();
+    for (std::int64_t i = 0; i < slabs.count(); ++i) {
+        writePattern<T>(file, slabs.slab(i));
+        file.record(i, 0x9E3779B97F4A7C15U * static_cast<std::uint64_t>(i + 1));
+    }
+}
+
+template <class T>
+Pattern<T> readPattern(const FieldFile& file, const LatticeBox& box) {
+    Pattern<T> pattern({});
+    pattern.values.resize(static_cast<std::size_t>(box.points()));
+    pattern.magnitudes.resize(pattern.values.size());
+    file.read(box, pattern.values.data(), pattern.magnitudes.data());
+    return pattern;
+}
+
+LatticeBox randomBox(Random& random, const LatticeBox& whole) {
+    LatticeBox box;
+    for (std::size_t i = 0; i < 3; ++i) {
+        const auto before = random.below(static_cast<std::size_t>(whole.size.at(i)));
+        const auto rest = static_cast<std::size_t>(whole.size.at(i)) - before;
+        box.first.at(i) = whole.first.at(i) + static_cast<std::int64_t>(before);
+        box.size.at(i) = static_cast<std::int64_t>(1 + random.below(rest));
+    }
+    return box;
+}
+
+// --- what is said of the field
+
+TEST_F(FieldFiles, KeepsItsLayout) {
+    for (const char* mode : {"cpu", "cpusp", "cuda"})
+        for (const bool magnitude : {true, false}) {
+            const Layout layout = smallLayout(mode, magnitude);
+            FieldFile::create(path, layout);
+            const FieldFile file(path, Access::read);
+            expectSame(file.layout(), layout);
+            EXPECT_FALSE(file.joined() || file.compressed());
+        }
+}
+
+TEST_F(FieldFiles, KeepsTheTableOfTheLargestOrder) {
+    Layout layout = smallLayout();
+    layout.request.order = 16383;
+    for (int i = 0; i < 2 * 16383; ++i) layout.request.table.push_back(1 / (1.5 + i));
+    FieldFile::create(path, layout);
+    expectSame(FieldFile(path, Access::read).layout(), layout);
+}
+
+TEST_F(FieldFiles, KeepsTheBoxOfAPart) {
+    Layout layout = smallLayout();
+    layout.box = {{0, 0, 2}, {7, 5, 2}};
+    FieldFile::create(path, layout);
+    expectSame(FieldFile(path, Access::read).layout(), layout);
+}
+
+TEST_F(FieldFiles, CountsTheBytesOfItsSlabs) {
+    // Eight slabs of 4 x 3 x 2 points, though those at the far ends are smaller.
+    EXPECT_EQ(smallLayout("cpu", true).slabBytes(), 24 * (16 + 4));
+    EXPECT_EQ(smallLayout("cpusp", false).slabBytes(), 24 * 8);
+    EXPECT_EQ(smallLayout("cpu", true).bytes(), 8 * 24 * 20);
+}
+
+TEST_F(FieldFiles, CountsMoreBytesThan63Bits) {
+    Layout layout = smallLayout();
+    layout.request.sizes = {1 << 29, 1 << 29, 1};
+    layout.box = layout.request.lattice();
+    layout.slabSizes = {1 << 12, 1 << 6, 1};
+    EXPECT_EQ(layout.bytes(), std::ldexp(20, 58));
+    layout.request.sizes[2] = layout.box.size[2] = 2;
+    EXPECT_EQ(layout.bytes(), std::ldexp(20, 59));
+}
+
+// --- values
+
+template <class T>
+void expectValuesKept(const std::filesystem::path& path, const Layout& layout) {
+    FieldFile::create(path, layout);
+    {
+        FieldFile file(path, Access::write);
+        writeAll<T>(file);
+        file.close();
+    }
+    const FieldFile file(path, Access::read);
+    Random random(1);
+    for (int i = 0; i < 50; ++i) {
+        const LatticeBox box = i == 0 ? layout.box : randomBox(random, layout.box);
+        Pattern<T> expected(box);
+        if (layout.magnitude) {
+            EXPECT_EQ(readPattern<T>(file, box), expected);
+        } else {
+            std::vector<std::complex<T>> values(expected.values.size());
+            file.read(box, values.data(), nullptr);
+            EXPECT_EQ(values, expected.values);
+        }
+    }
+}
+
+TEST_F(FieldFiles, KeepsValuesInEitherPrecisionWithAndWithoutMagnitudes) {
+    for (const bool magnitude : {true, false}) {
+        expectValuesKept<double>(path, smallLayout("cpu", magnitude));
+        expectValuesKept<float>(path, smallLayout("cpusp", magnitude));
+    }
+}
+
+TEST_F(FieldFiles, KeepsTheValuesOfAPart) {
+    Layout layout = smallLayout();
+    layout.box = {{0, 2, 1}, {7, 3, 3}};
+    layout.slabSizes = {7, 2, 2};
+    expectValuesKept<double>(path, layout);
+}
+
+TEST_F(FieldFiles, HasPairsOfRealAndImaginaryPartZSlowest) {
+    FieldFile::create(path, smallLayout());
+    FieldFile written(path, Access::write);
+    writeAll<double>(written);
+    written.close();
+
+    // As any other reader of HDF5.
+    struct Pair {
+        double i, r;
+    };
+    const run::hdf5::Type type(H5Tcreate(H5T_COMPOUND, sizeof(Pair)), "type");
+    H5Tinsert(type, "r", HOFFSET(Pair, r), H5T_NATIVE_DOUBLE);
+    H5Tinsert(type, "i", HOFFSET(Pair, i), H5T_NATIVE_DOUBLE);
+    std::array<std::array<std::array<Pair, 7>, 5>, 4> field{};
+    std::array<std::array<std::array<float, 7>, 5>, 4> magnitude{};
+    const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
+    const run::hdf5::Dataset pressure(H5Dopen2(file, "pressure", H5P_DEFAULT), "pressure");
+    const run::hdf5::Dataset magnitudes(H5Dopen2(file, "magnitude", H5P_DEFAULT), "magnitude");
+    ASSERT_GE(H5Dread(pressure, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, field.data()), 0);
+    ASSERT_GE(
+        H5Dread(magnitudes, H5T_NATIVE_FLOAT, H5S_ALL, H5S_ALL, H5P_DEFAULT, magnitude.data()), 0);
+    EXPECT_EQ(field[3][1][6].r, 30106);
+    EXPECT_EQ(field[3][1][6].i, 0.5 - 30106);
+    EXPECT_EQ(magnitude[3][1][6], 30106.25F);
+}
+
+// --- the slabs' entries
+
+TEST_F(FieldFiles, HasNoFinishedSlabsAtFirst) {
+    FieldFile::create(path, smallLayout());
+    const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();
+    EXPECT_EQ(records.size(), 8U);
+    for (const SlabRecord& record : records) EXPECT_EQ(record.finished, 0);
+}
+
+TEST_F(FieldFiles, KeepsEachSlabsEntry) {
+    FieldFile::create(path, smallLayout());
+    {
+        FieldFile file(path, Access::write);
+        file.record(5, 0x8123456789ABCDEFU);
+        file.record(0, 7);
+        file.record(5, 0xFEDCBA9876543210U);
+        file.close();
+    }
+    const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        EXPECT_EQ(records[i].finished, i == 0 || i == 5 ? 1 : 0);
+        EXPECT_EQ(records[i].checksum, i == 0 ? 7 : i == 5 ? 0xFEDCBA9876543210U : 0);
+    }
+}
+
+// --- what changes when
+
+/// Where in a file the values and the entries are.
+std::vector<bool> placesOfSlabs(const std::filesystem::path& path) {
+    std::vector<bool> places(std::filesystem::file_size(path));
+    const auto mark = [&](haddr_t offset, hsize_t size) {
+        ASSERT_LE(offset + size, places.size());
+        std::fill_n(places.begin() + static_cast<std::ptrdiff_t>(offset), size, true);
+    };
+    const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
+    for (const char* name : {"pressure", "magnitude"}) {
+        const run::hdf5::Dataset dataset(H5Dopen2(file, name, H5P_DEFAULT), name);
+        const run::hdf5::Space space(H5Dget_space(dataset), name);
+        hsize_t chunks = 0;
+        EXPECT_GE(H5Dget_num_chunks(dataset, space, &chunks), 0);
+        EXPECT_EQ(chunks, 8U);
+        for (hsize_t i = 0; i < chunks; ++i) {
+            haddr_t offset = 0;
+            hsize_t size = 0;
+            H5Dget_chunk_info(dataset, space, i, nullptr, nullptr, &offset, &size);
+            mark(offset, size);
+        }
+    }
+    const run::hdf5::Dataset entries(H5Dopen2(file, "slabs", H5P_DEFAULT), "slabs");
+    mark(H5Dget_offset(entries), H5Dget_storage_size(entries));
+    return places;
+}
+
+TEST_F(FieldFiles, ChangesNothingButTheSlabsPlacesOnceItIsCreated) {
+    FieldFile::create(path, smallLayout());
+    const std::vector<bool> places = placesOfSlabs(path);
+    const std::string before = contents(path);
+    FieldFile file(path, Access::write);
+    writeAll<double>(file);
+    file.close();
+    const std::string after = contents(path);
+
+    ASSERT_EQ(after.size(), before.size());
+    std::size_t changed = 0;
+    for (std::size_t i = 0; i < after.size(); ++i) {
+        changed += after[i] != before[i] ? 1 : 0;
+        ASSERT_TRUE(after[i] == before[i] || places[i]) << "byte " << i;
+    }
+    EXPECT_GT(changed, 140U * sizeof(double));
+}
+
+TEST_F(FieldFiles, HasEverySlabInItBeforeItIsClosed) {
+    FieldFile::create(path, smallLayout());
+    FieldFile file(path, Access::write);
+    writeAll<double>(file);
+    // What a process that is killed here leaves.
+    const std::filesystem::path left = folder / "left.h5";
+    std::filesystem::copy_file(path, left);
+    file.close();
+
+    for (const Access access : {Access::read, Access::write}) {
+        const FieldFile found(left, access);
+        EXPECT_EQ(readPattern<double>(found, smallLayout().box),
+                  Pattern<double>(smallLayout().box));
+        for (const SlabRecord& record : found.records()) EXPECT_EQ(record.finished, 1);
+    }
+}
+
+TEST_F(FieldFiles, DependsOnNothingButItsLayout) {
+    FieldFile::create(path, smallLayout());
+    FieldFile::create(folder / "other.h5", smallLayout());
+    EXPECT_TRUE(contents(path) == contents(folder / "other.h5"));
+}
+
+TEST_F(FieldFiles, OpenedAndClosedChangesNothing) {
+    FieldFile::create(path, smallLayout());
+    const std::string before = contents(path);
+    for (const Access access : {Access::read, Access::write}) {
+        FieldFile file(path, access);
+        file.close();
+    }
+    EXPECT_TRUE(contents(path) == before);
+}
+
+TEST_F(FieldFiles, TakesThePlaceOfAnother) {
+    setContents(path, "something else");
+    FieldFile::create(path, smallLayout());
+    expectSame(FieldFile(path, Access::read).layout(), smallLayout());
+}
+
+// --- the account
+
+Account accountOf(char of, double seconds) {
+    return {std::string(255, of),
+            std::string(20, of),
+            std::string(20, of),
+            seconds,
+            0x1122334455667700 + of,
+            0x1122334455778800 + of,
+            true};
+}
+
+void expectSame(const Account& a, const Account& b) {
+    EXPECT_EQ(a.host, b.host);
+    EXPECT_EQ(a.started, b.started);
+    EXPECT_EQ(a.finished, b.finished);
+    EXPECT_EQ(a.seconds, b.seconds);
+    EXPECT_EQ(a.processes, b.processes);
+    EXPECT_EQ(a.peakMemory, b.peakMemory);
+    EXPECT_EQ(a.complete, b.complete);
+}
+
+TEST_F(FieldFiles, HasNoAccountAtFirst) {
+    FieldFile::create(path, smallLayout());
+    expectSame(FieldFile(path, Access::read).account(), {});
+}
+
+TEST_F(FieldFiles, KeepsItsAccount) {
+    const Account account{
+        "a host", "2026-11-21T09:30:00Z", "2026-11-22T10:31:01Z", 12.5, 64, std::int64_t{1} << 40,
+        true};
+    FieldFile::create(path, smallLayout());
+    for (const Account& next : {accountOf('a', 1e300), account, Account{}}) {
+        FieldFile file(path, Access::write);
+        file.setAccount(next);
+        file.close();
+        expectSame(FieldFile(path, Access::read).account(), next);
+    }
+}
+
+TEST_F(FieldFiles, CutsAHostsNameThatIsTooLong) {
+    FieldFile::create(path, smallLayout());
+    FieldFile file(path, Access::write);
+    Account account;
+    account.host = std::string(300, 'h');
+    file.setAccount(account);
+    EXPECT_EQ(file.account().host, std::string(255, 'h'));
+}
+
+TEST_F(FieldFiles, WritesItsAccountAgainWhereItWas) {
+    FieldFile::create(path, smallLayout());
+    std::vector<std::string> versions;
+    for (const Account& account : {accountOf('a', 0x1.8p0), accountOf('b', 0x1.Cp9)}) {
+        FieldFile file(path, Access::write);
+        file.setAccount(account);
+        file.close();
+        versions.push_back(contents(path));
+    }
+    ASSERT_EQ(versions[0].size(), versions[1].size());
+    // The texts differ in every character, the integers in their lowest byte, the seconds in two.
+    std::size_t differing = 0;
+    for (std::size_t i = 0; i < versions[0].size(); ++i)
+        differing += versions[0][i] != versions[1][i] ? 1 : 0;
+    EXPECT_EQ(differing, 255U + 20U + 20U + 1U + 1U + 2U);
+}
+
+// --- joined files
+
+struct JoinedFiles : FieldFiles {
+    /// Two parts and the file that joins them.
+    JoinedFiles() {
+        Layout part = layout;
+        std::vector<FieldFile::Source> sources;
+        for (const std::int64_t number : {1, 2}) {
+            part.box = run::boxOf({number, 2}, layout.request.sizes);
+            const std::string name = "part-" + std::to_string(number) + ".h5";
+            FieldFile::create(folder / name, part);
+            FieldFile file(folder / name, Access::write);
+            writeAll<double>(file);
+            file.close();
+            sources.push_back({name, part.box});
+        }
+        FieldFile::createJoined(path, layout, sources);
+    }
+
+    Layout layout = smallLayout();
+};
+
+TEST_F(JoinedFiles, HaveTheValuesOfTheirParts) {
+    const FieldFile file(path, Access::read);
+    EXPECT_TRUE(file.joined());
+    expectSame(file.layout(), layout);
+    const LatticeBox across{{1, 1, 1}, {5, 3, 2}};
+    for (const LatticeBox& box : {layout.box, across})
+        EXPECT_EQ(readPattern<double>(file, box), Pattern<double>(box));
+}
+
+TEST_F(JoinedFiles, MayBeMovedTogether) {
+    const TemporaryFolder other;
+    for (const char* name : {"field.h5", "part-1.h5", "part-2.h5"})
+        std::filesystem::rename(folder / name, other / name);
+    EXPECT_EQ(readPattern<double>(FieldFile(other / "field.h5", Access::read), layout.box),
+              Pattern<double>(layout.box));
+}
+
+TEST_F(JoinedFiles, ReadAsNaNWhereAPartIsMissing) {
+    std::filesystem::remove(folder / "part-2.h5");
+    const FieldFile file(path, Access::read);
+    const LatticeBox there{{0, 0, 0}, {7, 5, 2}};
+    EXPECT_EQ(readPattern<double>(file, there), Pattern<double>(there));
+    const auto missing = readPattern<double>(file, {{0, 0, 2}, {7, 5, 2}});
+    for (const auto& value : missing.values)
+        EXPECT_TRUE(std::isnan(value.real()) && std::isnan(value.imag()));
+    for (const float magnitude : missing.magnitudes) EXPECT_TRUE(std::isnan(magnitude));
+}
+
+TEST_F(FieldFiles, JoinedInSinglePrecisionReadAsNaNToo) {
+    const Layout layout = smallLayout("cpusp");
+    FieldFile::createJoined(path, layout, std::array{FieldFile::Source{"none.h5", layout.box}});
+    const auto missing = readPattern<float>(FieldFile(path, Access::read), layout.box);
+    for (const auto& value : missing.values)
+        EXPECT_TRUE(std::isnan(value.real()) && std::isnan(value.imag()));
+}
+
+}  // namespace

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <string>
+#include <vector>
+
+#include "run/FieldFile.h"
+#include "tests/run/TemporaryFolder.h"
+
+/// A request and a layout with slabs of several sizes.
+inline run::Request smallRequest(const std::string& mode = "cpu") {
+    run::Request request;
+    request.transform = {0.05, 0, 0, -0.3, 0, 0.07, 0, -0.4, 0, 0, 0.3, 0.1, 0, 0, 0, 2};
+    request.sizes = {7, 5, 4};
+    request.l = 1.3;
+    request.s = 0.9;
+    request.k = 7.1;
+    request.mode = mode;
+    request.order = 6;
+    return request;
+}
+
+inline run::Layout smallLayout(const std::string& mode = "cpu", bool magnitude = true) {
+    const run::Request request = smallRequest(mode);
+    return {request, request.lattice(), {4, 3, 2}, magnitude};
+}
+
+/// Values that say where they belong.
+template <class T>
+struct Pattern {
+    explicit Pattern(const LatticeBox& box) {
+        for (auto z = box.first[2]; z < box.first[2] + box.size[2]; ++z)
+            for (auto y = box.first[1]; y < box.first[1] + box.size[1]; ++y)
+                for (auto x = box.first[0]; x < box.first[0] + box.size[0]; ++x) {
+                    const auto number = static_cast<T>((z * 100 + y) * 100 + x);
+                    values.emplace_back(number, T(0.5) - number);
+                    magnitudes.push_back(static_cast<float>(number) + 0.25F);
+                }
+    }
+
+    bool operator==(const Pattern&) const = default;
+
+    std::vector<std::complex<T>> values;
+    std::vector<float> magnitudes;
+};
+
+/// Field files in a folder of their own. HDF5 prints nothing.
+class FieldFiles : public testing::Test {
+  protected:
+    FieldFiles() { run::hdf5::beSilent(); }
+
+    TemporaryFolder folder;
+    std::filesystem::path path = folder / "field.h5";
+};

@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/Request.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+
+#include "tests/run/FieldFiles.h"
+#include "tests/run/Refused.h"
+
+namespace {
+
+using run::Request;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+
+/// What a request is refused with once something of it is changed.
+std::string refusal(const std::function<void(Request&)>& change) {
+    Request request = smallRequest();
+    change(request);
+    return refused([&] { check(request); });
+}
+
+TEST(Request, WithAFieldIsAccepted) {
+    for (const char* mode : {"cpu", "cpudp", "cpusp", "cuda"})
+        EXPECT_NO_THROW(check(smallRequest(mode)));
+}
+
+TEST(Request, KnowsThePrecisionOfItsMode) {
+    EXPECT_EQ(smallRequest("cpu").valueBytes(), 16);
+    EXPECT_EQ(smallRequest("cpudp").valueBytes(), 16);
+    EXPECT_EQ(smallRequest("cpusp").valueBytes(), 8);
+    EXPECT_EQ(smallRequest("cuda").valueBytes(), 8);
+}
+
+TEST(Request, OfAModeThatIsNoneIsRefused) {
+    EXPECT_EQ(refusal([](Request& r) { r.mode = "gpu"; }),
+              "--mode: 'gpu' is none of cpu, cpudp, cpusp, cuda");
+    EXPECT_EQ(refusal([](Request& r) { r.mode = "cudadp"; }),
+              "--mode: cudadp fields cannot be cut without a difference in rounding; take cpu");
+}
+
+TEST(Request, OfATransformWithoutPositionsIsRefused) {
+    for (const double odd : {nan, infinity, -infinity})
+        EXPECT_EQ(refusal([=](Request& r) { r.transform[5] = odd; }),
+                  "--transform: every number must be finite");
+    EXPECT_EQ(refusal([](Request& r) { r.transform[15] = 0; }),
+              "--transform: the last number must not be 0");
+    EXPECT_EQ(refusal([](Request& r) { r.transform[15] = -1; }), "no failure");
+}
+
+TEST(Request, OfAPistonWithoutAreaOrWavesIsRefused) {
+    for (const double odd : {0.0, -1.0, nan, infinity}) {
+        EXPECT_EQ(refusal([=](Request& r) { r.l = odd; }), "-l: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.s = odd; }), "-s: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.k = odd; }), "-k: must be a wavenumber above 0");
+    }
+}
+
+TEST(Request, WithoutPointsIsRefused) {
+    for (std::size_t i = 0; i < 3; ++i)
+        for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN})
+            EXPECT_EQ(refusal([=](Request& r) { r.sizes.at(i) = size; }),
+                      "--sizes: each must be 1 or more");
+}
+
+TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
+    const auto ofSize = [](const char* mode, std::int64_t size) {
+        return refusal([=](Request& r) {
+            r.mode = mode;
+            r.sizes = {1, size, 1};
+        });
+    };
+    EXPECT_EQ(ofSize("cpusp", 1 << 24), "no failure");
+    EXPECT_EQ(ofSize("cpusp", (1 << 24) + 1),
+              "--sizes: 16777217 points in a row are more than the 16777216 of the mode cpusp");
+    EXPECT_EQ(ofSize("cuda", (1 << 24) + 1),
+              "--sizes: 16777217 points in a row are more than the 16777216 of the mode cuda");
+    EXPECT_EQ(ofSize("cpu", std::int64_t{1} << 53), "no failure");
+    EXPECT_EQ(ofSize("cpu", (std::int64_t{1} << 53) + 1),
+              "--sizes: 9007199254740993 points in a row are more than the 9007199254740992 of "
+              "the mode cpu");
+}
+
+TEST(Request, OfMoreBytesThan63BitsCountIsRefused) {
+    const char* refusalOfBytes = "--sizes: the field has more than 2^63 bytes";
+    constexpr std::int64_t many = std::int64_t{1} << 53;
+    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 64, 1}; }), refusalOfBytes);
+    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 63, 1}; }), "no failure");
+    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, many, many}; }), refusalOfBytes);
+}
+
+TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
+    const auto ofOrder = [](const char* mode, int order) {
+        return refusal([=](Request& r) {
+            r.mode = mode;
+            r.order = order;
+        });
+    };
+    EXPECT_EQ(ofOrder("cpu", 0), "--order: 0 is not within 1 to 16383 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", -3), "--order: -3 is not within 1 to 16383 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", 16383), "no failure");
+    EXPECT_EQ(ofOrder("cpusp", 16384), "--order: 16384 is not within 1 to 16383 of the mode cpusp");
+    EXPECT_EQ(ofOrder("cuda", 512), "no failure");
+    EXPECT_EQ(ofOrder("cuda", 513), "--order: 513 is not within 1 to 512 of the mode cuda");
+}
+
+TEST(Request, OfATableThatIsNoRuleIsRefused) {
+    EXPECT_EQ(refusal([](Request& r) {
+                  r.table = {0, nan};
+                  r.order = 1;
+              }),
+              "--table: every number must be finite");
+    EXPECT_EQ(refusal([](Request& r) {
+                  r.mode = "cuda";
+                  r.order = 513;
+                  r.table.assign(1026, 0.5);
+              }),
+              "--table: an order of 513 is not within 1 to 512 of the mode cuda");
+}
+
+}  // namespace

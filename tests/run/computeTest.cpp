@@ -1,0 +1,269 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The commands, in one process without MPI.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "run/commands.h"
+#include "tests/run/FilledFile.h"
+#include "tests/run/Refused.h"
+#include "tests/support/Captured.h"
+
+namespace {
+
+using run::ComputeCommand;
+using run::FieldFile;
+using testing::HasSubstr;
+using Values = std::vector<std::complex<double>>;
+
+struct Commands : FieldFiles {
+    Commands() {
+        command.output = path;
+        command.request = smallRequest();
+        command.given = {"--transform", "--sizes", "-l", "-s", "-k"};
+        command.slabPoints = 20;
+    }
+
+    /// Does a work and returns what it said on standard output, or the failure's text.
+    template <class Work>
+    static std::string said(Work work) {
+        std::string failure;
+        const Printed printed = captured([&] { failure = refused(work); });
+        return failure == "no failure" ? printed.out : failure;
+    }
+
+    static std::string compute(const ComputeCommand& command) {
+        return said([&] {
+            run::Team team(/*alone=*/true);
+            EXPECT_EQ(run::compute(command, team), 0);
+        });
+    }
+
+    /// The field, evaluated at once.
+    static Values field() {
+        const run::Request request = smallRequest();
+        Values values(140);
+        evaluationOf(request)->fill(request.lattice(), values.data());
+        return values;
+    }
+
+    static int verify(const std::filesystem::path& file) {
+        int status = -1;
+        captured([&] { status = run::verify({{file}}); });
+        return status;
+    }
+
+    ComputeCommand command;
+};
+
+// --- compute
+
+TEST_F(Commands, ComputeTheSameFieldWhateverTheSlabs) {
+    for (const std::int64_t points : {1, 7, 50, 1000}) {
+        command.slabPoints = points;
+        EXPECT_THAT(compute(command), HasSubstr(path.string() + " is complete, 140 points\n"));
+        EXPECT_EQ(valuesIn<double>(path), field());
+        EXPECT_EQ(verify(path), 0);
+        std::filesystem::remove(path);
+    }
+}
+
+TEST_F(Commands, ComputeLeavesAnAccountAndAFileForViewers) {
+    compute(command);
+    const run::Account account = FieldFile(path, FieldFile::Access::read).account();
+    EXPECT_TRUE(account.complete);
+    EXPECT_EQ(account.processes, 1);
+    EXPECT_GT(account.seconds, 0);
+    EXPECT_GT(account.peakMemory, 1 << 20);
+    EXPECT_LE(account.started, account.finished);
+    EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
+    EXPECT_FALSE(std::filesystem::exists(path.string() + ".lock"));
+}
+
+TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
+    command.magnitude = false;
+    compute(command);
+    EXPECT_EQ(valuesIn<double>(path), field());
+    EXPECT_FALSE(std::filesystem::exists(path.string() + ".xdmf"));
+}
+
+TEST_F(Commands, ComputeKeepsAnOutputThatIsThere) {
+    setContents(path, "precious");
+    EXPECT_EQ(compute(command), path.string() + " exists: complete it with --resume, or remove it");
+    command.resume = true;
+    EXPECT_THAT(compute(command), HasSubstr("cannot be opened as HDF5"));
+    EXPECT_EQ(contents(path), "precious");
+}
+
+TEST_F(Commands, ComputeOnlyEstimatesWhereThatIsAsked) {
+    command.onlyEstimate = true;
+    const std::string text = compute(command);
+    EXPECT_THAT(text, HasSubstr("field   7 x 5 x 4 points, mode cpu, order 6\n"));
+    // Eight slabs of 7 x 2 x 2 points, each of 16 + 4 bytes... of which y has three pieces.
+    EXPECT_THAT(text, HasSubstr("disk    3.4 kB in " + path.string()));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path));
+}
+
+TEST_F(Commands, ComputeAgainWhatIsMissingOrHasChanged) {
+    compute(command);
+    const std::string whole = contents(path);
+    const LatticeBox point{{3, 2, 1}, {1, 1, 1}};
+    damage<double>(path, point);
+    EXPECT_EQ(verify(path), 1);
+    EXPECT_NE(valuesIn<double>(path), field());
+
+    ComputeCommand resumption;
+    resumption.output = path;
+    resumption.resume = true;
+    EXPECT_THAT(compute(resumption),
+                HasSubstr("computing again what has changed since it was written: 1 of "));
+    EXPECT_EQ(valuesIn<double>(path), field());
+    EXPECT_EQ(verify(path), 0);
+}
+
+TEST_F(Commands, ComputeGoesOnWithAFileWithoutSlabs) {
+    run::Layout layout = smallLayout();
+    FieldFile::create(path, layout);
+    EXPECT_EQ(verify(path), 1);
+    command.resume = true;
+    compute(command);
+    EXPECT_EQ(valuesIn<double>(path), field());
+}
+
+TEST_F(Commands, ComputeDoesNotGoOnWithAnotherField) {
+    compute(command);
+    const std::string before = contents(path);
+    command.resume = true;
+    command.request.k = 7;
+    EXPECT_EQ(compute(command),
+              "-k differs from the request that " + path.string() + " was begun with");
+    EXPECT_TRUE(contents(path) == before);
+}
+
+TEST_F(Commands, ComputeCompressesACompleteField) {
+    command.deflate = 1;
+    compute(command);
+    EXPECT_TRUE(FieldFile(path, FieldFile::Access::read).compressed());
+    EXPECT_EQ(valuesIn<double>(path), field());
+    EXPECT_EQ(verify(path), 0);
+}
+
+TEST_F(Commands, ComputeRefusesWhatHasNoField) {
+    command.request.l = 0;
+    EXPECT_EQ(compute(command), "-l: must be a length above 0");
+    command.given.erase("-l");
+    EXPECT_EQ(compute(command), "-l is missing");
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path));
+}
+
+// --- join
+
+struct PartFiles : Commands {
+    PartFiles() {
+        for (const std::int64_t number : {1, 2, 3}) {
+            command.part = run::Part{number, 3};
+            command.output = folder / ("part-" + std::to_string(number) + ".h5");
+            parts.push_back(command.output);
+            compute(command);
+        }
+    }
+
+    std::string join(const std::vector<std::filesystem::path>& files) const {
+        return said([&] { run::join({path, files}); });
+    }
+
+    std::vector<std::filesystem::path> parts;
+};
+
+TEST_F(PartFiles, JoinIntoTheWholeField) {
+    EXPECT_EQ(join({parts[2], parts[0], parts[1]}),
+              path.string() + " has 140 points in 3 files, which it needs beside it\n");
+    EXPECT_EQ(valuesIn<double>(path), field());
+    const run::Account account = FieldFile(path, FieldFile::Access::read).account();
+    EXPECT_TRUE(account.complete);
+    EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
+    EXPECT_EQ(said([&] { run::verify({{path}}); }),
+              path.string() + " is joined from parts: verify those");
+}
+
+TEST_F(PartFiles, ThatDoNotMakeAFieldAreRefused) {
+    EXPECT_EQ(join({parts[0], parts[2]}), "parts are missing: 35 points are in none");
+    EXPECT_EQ(join({parts[0], parts[1], parts[0]}), parts[0].string() + " overlaps with part-1.h5");
+    run::Layout other = smallLayout();
+    other.request.k = 1;
+    createFilled(folder / "other.h5", other);
+    EXPECT_EQ(join({parts[0], folder / "other.h5"}),
+              (folder / "other.h5").string() + " belongs to another field");
+    FieldFile::create(folder / "new.h5", smallLayout());
+    EXPECT_EQ(join({folder / "new.h5"}), (folder / "new.h5").string() + " is not complete");
+    EXPECT_FALSE(std::filesystem::exists(path));
+    EXPECT_FALSE(std::filesystem::exists(path.string() + ".new"));
+}
+
+TEST_F(PartFiles, DoNotJoinOverAFile) {
+    setContents(path, "precious");
+    EXPECT_EQ(join(parts), path.string() + " exists: remove it first");
+    EXPECT_EQ(contents(path), "precious");
+}
+
+// --- extract
+
+struct Extraction : Commands {
+    Extraction() {
+        createFilled(path, smallLayout());
+        extraction.file = path;
+        extraction.output = folder / "field.raw";
+    }
+
+    std::string extract() const {
+        return said([&] { run::extract(extraction); });
+    }
+
+    Values extracted() const {
+        const std::string bytes = contents(extraction.output);
+        Values values(bytes.size() / sizeof(values[0]));
+        std::memcpy(values.data(), bytes.data(), bytes.size());
+        return values;
+    }
+
+    run::ExtractCommand extraction;
+};
+
+TEST_F(Extraction, IsTheWholeField) {
+    EXPECT_EQ(extract(), "");
+    EXPECT_EQ(extracted(), field());
+}
+
+TEST_F(Extraction, IsABox) {
+    extraction.first = {2, 1, 1};
+    extraction.size = {3, 2, 2};
+    EXPECT_EQ(extract(), "");
+    Values expected(12);
+    evaluationOf(smallRequest())->fill({{2, 1, 1}, {3, 2, 2}}, expected.data());
+    EXPECT_EQ(extracted(), expected);
+}
+
+TEST_F(Extraction, OutsideOfTheFieldIsRefused) {
+    extraction.first = {2, 5, 1};
+    EXPECT_EQ(extract(), "--first: 5 is not within 0 to 4");
+    extraction.first = {2, 4, 1};
+    extraction.size = {3, 2, 2};
+    EXPECT_EQ(extract(), "--size: 2 is not within 1 to 1");
+    EXPECT_FALSE(std::filesystem::exists(extraction.output));
+}
+
+TEST_F(Extraction, OfAnUnfinishedFieldIsRefused) {
+    FieldFile::create(path, smallLayout());
+    EXPECT_EQ(extract(), path.string() + " is not complete");
+}
+
+TEST_F(Extraction, ThatCannotBeWrittenSaysSo) {
+    extraction.output = folder / "none" / "field.raw";
+    EXPECT_EQ(extract(), extraction.output.string() + " cannot be written");
+}
+
+}  // namespace

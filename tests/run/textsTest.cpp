@@ -1,0 +1,54 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/texts.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdlib>
+#include <ctime>
+
+namespace {
+
+namespace texts = run::texts;
+
+TEST(Texts, SayDurationsInTheirTwoLargestUnits) {
+    EXPECT_EQ(texts::duration(0), "0 s");
+    EXPECT_EQ(texts::duration(11.2), "12 s");
+    EXPECT_EQ(texts::duration(59.5), "1 min 00 s");
+    EXPECT_EQ(texts::duration(200), "3 min 20 s");
+    EXPECT_EQ(texts::duration(3599), "59 min 59 s");
+    EXPECT_EQ(texts::duration(7500), "2 h 05 min");
+    EXPECT_EQ(texts::duration(4 * 86400 + 7 * 3600), "4 d 07 h");
+}
+
+TEST(Texts, SayBytesInPowersOf1000) {
+    EXPECT_EQ(texts::bytes(0), "0 B");
+    EXPECT_EQ(texts::bytes(999), "999 B");
+    EXPECT_EQ(texts::bytes(1000), "1.0 kB");
+    EXPECT_EQ(texts::bytes(1.5e9), "1.5 GB");
+    EXPECT_EQ(texts::bytes(4e12), "4.0 TB");
+    EXPECT_EQ(texts::bytes(9.2e18), "9200000.0 TB");
+}
+
+TEST(Texts, SayCountsInWords) {
+    EXPECT_EQ(texts::count(950), "950");
+    EXPECT_EQ(texts::count(12500), "12.5 thousand");
+    EXPECT_EQ(texts::count(1e6), "1.0 million");
+    EXPECT_EQ(texts::count(8e9), "8.0 billion");
+    EXPECT_EQ(texts::count(7e12), "7.0 trillion");
+}
+
+TEST(Texts, SayTheTimeInUtc) {
+    setenv("TZ", "XST-5", 1);
+    tzset();
+    const std::time_t before = std::time(nullptr);
+    const std::string text = texts::timeNow();
+    EXPECT_THAT(text, testing::MatchesRegex("....-..-..T..:..:..Z"));
+    std::tm time{};
+    ASSERT_NE(strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &time), nullptr);
+    EXPECT_NEAR(static_cast<double>(timegm(&time)), static_cast<double>(before), 2);
+}
+
+}  // namespace

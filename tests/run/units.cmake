@@ -1,0 +1,27 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# The parts of pistonfield-run, in one process. Its libraries are known in its own folder only.
+find_package(MPI REQUIRED COMPONENTS CXX)
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(HDF5_PARALLEL REQUIRED IMPORTED_TARGET hdf5-openmpi)
+pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
+pistonfield_test(run_test
+  CommandTest.cpp
+  DamagedFilesTest.cpp
+  EvaluationTest.cpp
+  FieldFileTest.cpp
+  FileLockTest.cpp
+  InterruptionTest.cpp
+  ProgressTest.cpp
+  RequestTest.cpp
+  SlabValuesTest.cpp
+  compressTest.cpp
+  computeTest.cpp
+  slabsTest.cpp
+  textsTest.cpp
+  xdmfTest.cpp)
+target_link_libraries(run_test PRIVATE pistonfield_run_parts PkgConfig::XXHASH)
+if(PISTONFIELD_BACKEND STREQUAL "emulated")
+  target_sources(run_test PRIVATE DeviceEvaluationTest.cpp)
+endif()
