@@ -165,8 +165,7 @@ TEST_F(DamagedFiles, WithSlabsThatCannotBeAreRefused) {
         EXPECT_EQ(refusalWith("slab_sizes", sizes),
                   " is damaged: slab_sizes are not sizes of its slabs");
     for (const Integers& sizes : {Integers{7, 5, 4}, Integers{1, 1, 1}})
-        EXPECT_EQ(refusalWith("slab_sizes", sizes),
-                  " is damaged: it has not one entry for each slab");
+        EXPECT_EQ(refusalWith("slab_sizes", sizes), " is damaged: its slabs are not its chunks");
 }
 
 TEST_F(DamagedFiles, WithoutADatasetAreRefused) {
