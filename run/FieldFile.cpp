@@ -40,18 +40,13 @@ Space spaceOf(const std::array<std::int64_t, 3>& sizes) {
     return {H5Screate_simple(3, extent(sizes).data(), nullptr), "a space"};
 }
 
-/// Where a box begins in a file.
-Extent beginOf(const Layout& layout, const LatticeBox& box) {
-    Extent begin = extent(box.first);
-    const Extent origin = extent(layout.box.first);
-    std::transform(begin.begin(), begin.end(), origin.begin(), begin.begin(), std::minus<>());
-    return begin;
-}
-
 /// A space of a file with a box of it selected.
 Space selected(const Layout& layout, const LatticeBox& box) {
     Space space = spaceOf(layout.box.size);
-    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, beginOf(layout, box).data(), nullptr,
+    Extent begin = extent(box.first);
+    const Extent origin = extent(layout.box.first);
+    std::transform(begin.begin(), begin.end(), origin.begin(), begin.begin(), std::minus<>());
+    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, begin.data(), nullptr,
                                 extent(box.size).data(), nullptr),
             "a box");
     return space;
@@ -424,13 +419,7 @@ void FieldFile::write(const LatticeBox& box, const void* values, const float* ma
     const Space from = spaceOf(box.size);
     const auto writeTo = [&](const Dataset& dataset, hid_t type, const void* data) {
         checked(H5Dwrite(dataset, type, from, to, H5P_DEFAULT, data), name + " cannot be written");
-        unsigned filters = 0;
-        haddr_t offset = 0;
-        hsize_t bytes = 0;
-        checked(H5Dget_chunk_info_by_coord(dataset, beginOf(contents, box).data(), &filters,
-                                           &offset, &bytes),
-                "a chunk's place");
-        behind->wrote(static_cast<std::int64_t>(offset), static_cast<std::int64_t>(bytes));
+        behind->wrote(box.points() * static_cast<std::int64_t>(H5Tget_size(type)));
     };
     writeTo(pressure, valueType, values);
     if (magnitudes != nullptr) writeTo(magnitude, H5T_NATIVE_FLOAT, magnitudes);

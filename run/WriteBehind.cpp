@@ -27,18 +27,17 @@ WriteBehind::WriteBehind(const std::filesystem::path& path)
 
 WriteBehind::~WriteBehind() { close(descriptor); }
 
-void WriteBehind::wrote(std::int64_t offset, std::int64_t size) {
-    constexpr std::size_t mostUnderWay = 4;
-    // Hints: a file system that does not take them loses nothing, and errors wait for `finish`.
-    static_cast<void>(sync_file_range(descriptor, offset, size, SYNC_FILE_RANGE_WRITE));
-    underWay.push_back({offset, size});
-    if (underWay.size() <= mostUnderWay) return;
-    const Range oldest = underWay.front();
-    underWay.pop_front();
-    static_cast<void>(sync_file_range(
-        descriptor, oldest.offset, oldest.size,
-        SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER));
-    static_cast<void>(posix_fadvise(descriptor, oldest.offset, oldest.size, POSIX_FADV_DONTNEED));
+void WriteBehind::wrote(std::int64_t bytes) noexcept {
+    constexpr std::int64_t atATime = 32'000'000;
+    waiting += bytes;
+    if (waiting < atATime) return;
+    waiting = 0;
+    // Hints for the whole file, of which these are the pages that the system has in memory: wait
+    // for what went to the disk last time, free it, and send what has come since. A file system
+    // that does not take them loses nothing, and errors wait for `finish`.
+    static_cast<void>(sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WAIT_BEFORE));
+    static_cast<void>(posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED));
+    static_cast<void>(sync_file_range(descriptor, 0, 0, SYNC_FILE_RANGE_WRITE));
 }
 
 void WriteBehind::finish() const {

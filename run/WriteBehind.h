@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <filesystem>
 
 namespace run {
@@ -19,22 +18,17 @@ class WriteBehind {
     WriteBehind& operator=(const WriteBehind&) = delete;
     ~WriteBehind();
 
-    /// Bytes that were written.
-    void wrote(std::int64_t offset, std::int64_t size);
+    /// Bytes that were written, wherever that was.
+    void wrote(std::int64_t bytes) noexcept;
 
     /// Waits until everything is on the disk.
     /// @throws std::runtime_error where that fails
     void finish() const;
 
   private:
-    struct Range {
-        std::int64_t offset;
-        std::int64_t size;
-    };
-
     std::filesystem::path path;
     int descriptor;
-    std::deque<Range> underWay;
+    std::int64_t waiting = 0;
 };
 
 }  // namespace run
