@@ -59,7 +59,7 @@ TEST_F(CompressedFiles, HaveTheSameFieldBitForBit) {
 
 TEST_F(CompressedFiles, AreSmaller) {
     run::Layout layout = smallLayout();
-    // In a plane through the axis: the values of points on both sides are the same.
+    // On the axis: all points of a layer have one value.
     layout.request.transform = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6, 1, 0, 0, 0, 1};
     layout.request.sizes = layout.box.size = {32, 32, 32};
     layout.slabSizes = {32, 32, 8};

@@ -103,14 +103,13 @@ TEST_F(Commands, ComputeOnlyEstimatesWhereThatIsAsked) {
     command.onlyEstimate = true;
     const std::string text = compute(command);
     EXPECT_THAT(text, HasSubstr("field   7 x 5 x 4 points, mode cpu, order 6\n"));
-    // Eight slabs of 7 x 2 x 2 points, each of 16 + 4 bytes... of which y has three pieces.
+    // Twelve slabs of 7 x 2 x 1 points, each of 16 + 4 bytes.
     EXPECT_THAT(text, HasSubstr("disk    3.4 kB in " + path.string()));
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));
 }
 
 TEST_F(Commands, ComputeAgainWhatIsMissingOrHasChanged) {
     compute(command);
-    const std::string whole = contents(path);
     const LatticeBox point{{3, 2, 1}, {1, 1, 1}};
     damage<double>(path, point);
     EXPECT_EQ(verify(path), 1);
