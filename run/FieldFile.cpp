@@ -394,4 +394,11 @@ void FieldFile::close() {
     file.reset(name + " cannot be closed");
 }
 
+void FieldFile::abandon() noexcept {
+    entries.abandon();
+    magnitude.abandon();
+    pressure.abandon();
+    file.abandon();
+}
+
 }  // namespace run

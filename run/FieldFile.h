@@ -96,6 +96,10 @@ class FieldFile {
     /// Closes it, so that failures are seen; collective where it was opened so.
     void close();
 
+    /// Lets it stay open until the process ends. Where a write has failed in one process, closing
+    /// it together would wait for that process for ever.
+    void abandon() noexcept;
+
   private:
     std::string name;
     hdf5::File file;

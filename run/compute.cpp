@@ -46,7 +46,7 @@ void reserve(const std::filesystem::path& path) {
     const int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
     close(file);
     if (error == ENOSPC || error == EDQUOT || error == EFBIG)
-        throw std::runtime_error(path.parent_path().string() + " has no room for " +
+        throw std::runtime_error(path.string() + " has no room for its " +
                                  texts::bytes(static_cast<double>(size)) + ": " +
                                  std::generic_category().message(error));
 }
@@ -65,7 +65,7 @@ void createOutput(const std::filesystem::path& output, const Layout& layout) {
     const std::filesystem::path beside = output.string() + ".new";
     try {
         FieldFile::create(beside, layout);
-        reserve(std::filesystem::absolute(beside));
+        reserve(beside);
         std::filesystem::rename(beside, output);
     } catch (...) {
         std::error_code ignored;
@@ -249,7 +249,7 @@ int compute(const ComputeCommand& command, Team& team) {
     team.together(
         [&] { file.emplace(command.output, FieldFile::Access::write, team.communicator()); });
     bool stopped = false;
-    team.together([&] {
+    const auto work = [&] {
         Worker worker(team, *file);
         const std::vector<SlabRecord> records = file->records();
         Numbers todo = worker.findChanged(records);
@@ -264,7 +264,13 @@ int compute(const ComputeCommand& command, Team& team) {
         todo.insert(todo.end(), missing.begin(), missing.end());
         worker.compute(todo);
         stopped = worker.stopped();
-    });
+    };
+    try {
+        team.together(work);
+    } catch (...) {
+        file->abandon();
+        throw;
+    }
     team.together([&] { file->close(); });
     const std::chrono::duration<double> time = Clock::now() - begin;
     const std::int64_t memory = team.largest(peakMemory());

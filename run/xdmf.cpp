@@ -3,10 +3,12 @@
 #include "run/xdmf.h"
 
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <limits>
 #include <stdexcept>
+#include <system_error>
 
 namespace run {
 
@@ -91,7 +93,9 @@ void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
            " </Domain>\n"
            "</Xdmf>\n";
     out.close();
-    if (!out) throw std::runtime_error(path.string() + " cannot be written");
+    if (!out)
+        throw std::runtime_error(path.string() +
+                                 " cannot be written: " + std::generic_category().message(errno));
 }
 
 }  // namespace run
