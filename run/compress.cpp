@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "run/FieldFile.h"
+#include "run/Interruption.h"
 #include "run/Progress.h"
 #include "run/SlabValues.h"
 
@@ -13,12 +14,14 @@ namespace run {
 namespace {
 
 /// Copies a field slab by slab, comparing every value with its checksum.
-void copy(const FieldFile& from, FieldFile& to, const std::string& name) {
+/// @return whether all of it was copied: a signal stops this
+bool copy(const FieldFile& from, FieldFile& to, const std::string& name) {
     const std::vector<SlabRecord> records = from.records();
     const Slabs slabs = from.layout().slabs();
     SlabValues values(from.layout());
     Progress progress("compressing", from.layout().box.points(), 0);
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
+        if (signalled() != 0) return false;
         const LatticeBox box = slabs.slab(i);
         values.read(from, box);
         const std::uint64_t checksum = values.checksum(box);
@@ -30,19 +33,24 @@ void copy(const FieldFile& from, FieldFile& to, const std::string& name) {
     }
     to.setAccount(from.account());
     to.close();
+    return true;
 }
 
 }  // namespace
 
-void compress(const std::filesystem::path& path, int level) {
+bool compress(const std::filesystem::path& path, int level) {
     const FieldFile from(path, FieldFile::Access::read);
-    if (from.compressed()) return;
+    if (from.compressed()) return true;
     const std::filesystem::path beside = path.string() + ".compressing";
     try {
         FieldFile::create(beside, from.layout(), level);
         FieldFile to(beside, FieldFile::Access::write);
-        copy(from, to, path.string());
-        std::filesystem::rename(beside, path);
+        const bool whole = copy(from, to, path.string());
+        if (whole)
+            std::filesystem::rename(beside, path);
+        else
+            std::filesystem::remove(beside);
+        return whole;
     } catch (...) {
         std::error_code ignored;
         std::filesystem::remove(beside, ignored);

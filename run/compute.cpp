@@ -156,9 +156,6 @@ class Worker {
         return share;
     }
 
-    /// Whether a signal stopped any work.
-    bool stopped() const { return wasStopped; }
-
   private:
     /// Does something to slabs, one after the other, until a process is told to stop or fails.
     void workOn(const char* what, const Numbers& numbers,
@@ -214,7 +211,9 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
     file.close();
 }
 
-void conclude(const ComputeCommand& command) {
+/// Says what there is now, and makes of a complete field what else was asked for.
+/// @return whether nothing is left to do
+bool conclude(const ComputeCommand& command) {
     const FieldFile file(command.output, FieldFile::Access::read);
     const Layout& layout = file.layout();
     const std::vector<SlabRecord> records = file.records();
@@ -223,11 +222,13 @@ void conclude(const ComputeCommand& command) {
     if (!missing.empty()) {
         std::cout << name << " has " << records.size() - missing.size() << " of " << records.size()
                   << " slabs; --resume computes the others\n";
-        return;
+        return false;
     }
     if (layout.magnitude) writeXdmf(command.output, layout);
-    if (command.deflate > 0) compress(command.output, command.deflate);
-    std::cout << name << " is complete, " << layout.box.points() << " points\n";
+    const bool done = command.deflate == 0 || compress(command.output, command.deflate);
+    std::cout << name << " is complete, " << layout.box.points() << " points"
+              << (done ? "" : ", and not compressed; --resume --compress does that") << "\n";
+    return done;
 }
 
 }  // namespace
@@ -248,7 +249,6 @@ int compute(const ComputeCommand& command, Team& team) {
     std::optional<FieldFile> file;
     team.together(
         [&] { file.emplace(command.output, FieldFile::Access::write, team.communicator()); });
-    bool stopped = false;
     const auto work = [&] {
         Worker worker(team, *file);
         const std::vector<SlabRecord> records = file->records();
@@ -263,7 +263,6 @@ int compute(const ComputeCommand& command, Team& team) {
         const Numbers missing = worker.shareOf(numbersOf(records, /*finished=*/false));
         todo.insert(todo.end(), missing.begin(), missing.end());
         worker.compute(todo);
-        stopped = worker.stopped();
     };
     try {
         team.together(work);
@@ -274,10 +273,12 @@ int compute(const ComputeCommand& command, Team& team) {
     team.together([&] { file->close(); });
     const std::chrono::duration<double> time = Clock::now() - begin;
     const std::int64_t memory = team.largest(peakMemory());
+    bool done = true;
     team.first([&] {
         keepAccount(command, team, started, time.count(), memory);
-        conclude(command);
+        done = conclude(command);
     });
+    const bool stopped = team.largest(done ? 0 : 1) != 0;
     return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;
 }
 
