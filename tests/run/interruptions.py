@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
-"""A run that is told to stop stops soon, says how to go on, and can be gone on with; two runs do not
-work on one output."""
+"""A run that is told to stop stops soon, says how to go on, and can be gone on with; two runs do
+not work on one output."""
 
 import os
 import signal
@@ -9,7 +9,7 @@ import time
 import unittest
 
 import h5py
-from programs import MPIRUN, PROGRAM, ProgramTest, arrays, options, slab_boxes
+from programs import PROGRAM, ProgramTest, arrays, options
 
 
 class InterruptionsTest(ProgramTest):
@@ -49,7 +49,6 @@ class InterruptionsTest(ProgramTest):
         if orderly:
             self.assertIn(f"field.h5 has {finished} of {count} slabs; --resume computes", out)
             self.assertEqual(self.files(), ["field.h5"], err)
-        self.at("field.h5").chmod(0o600)
         message = self.refused("extract", "field.h5", "values")
         self.assertIn("field.h5 is not complete", message)
         verified = self.run_program("verify", "field.h5", status=1).out
@@ -94,14 +93,32 @@ class InterruptionsTest(ProgramTest):
                 self.assertFalse(any(os.path.exists(f"/proc/{rank}/exe") for rank in ranks))
 
     def test_a_second_signal_ends_the_process_at_once(self):
-        process = self.start_computing()
-        process.send_signal(signal.SIGSTOP)
+        # All in one slab, at the end of which the first signal would be heeded.
+        words = options(sizes=(60, 50, 40), order=16000) + ["--slab", 120000]
+        process = self.start(*words, "field.h5")
+        while not self.at("field.h5").exists():
+            time.sleep(0.01)
+        time.sleep(0.1)
         process.send_signal(signal.SIGTERM)
-        process.send_signal(signal.SIGCONT)
-        time.sleep(0.001)
+        time.sleep(0.3)
+        self.assertIsNone(process.poll())
         process.send_signal(signal.SIGTERM)
         process.communicate(timeout=60)
-        self.assertIn(process.returncode, (-signal.SIGTERM, 128 + signal.SIGTERM))
+        self.assertEqual(process.returncode, -signal.SIGTERM)
+
+    def test_while_the_field_is_compressed_leave_the_raw_one(self):
+        self.run_program(*options(sizes=(100, 100, 100)), "--slab", 100, "field.h5")
+        whole = arrays(self.at("field.h5"))
+        process = self.start("field.h5", "--resume", "--compress", 9)
+        while not self.at("field.h5.compressing").exists():
+            self.assertIsNone(process.poll())
+            time.sleep(0.01)
+        process.send_signal(signal.SIGINT)
+        out, _ = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 128 + signal.SIGINT, out)
+        self.assertIn("not compressed; --resume --compress does that", out)
+        self.assertEqual(self.files(), ["field.h5", "field.h5.xdmf"])
+        self.assert_same_field(self.at("field.h5"), whole)
 
     def test_a_second_run_on_the_same_output_is_refused(self):
         first = self.start_computing()

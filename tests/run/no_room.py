@@ -41,7 +41,13 @@ class FailingWritesTest(ProgramTest):
         return sum(entries["finished"])
 
     def failing(self, writes, **others):
-        return {**os.environ, "LD_PRELOAD": SHIM, "WRITES": str(writes), "WRITES_THEN": "ENOSPC", **others}
+        return {
+            **os.environ,
+            "LD_PRELOAD": SHIM,
+            "WRITES": str(writes),
+            "WRITES_THEN": "ENOSPC",
+            **others,
+        }
 
     def test_of_one_process_end_the_run_in_one_line(self):
         finished = []
@@ -121,7 +127,10 @@ class FoldersTest(ProgramTest):
         self.folder.chmod(0o555)
         self.addCleanup(self.folder.chmod, 0o755)
         run = subprocess.run(
-            become + command(*options(), "field.h5"), cwd=self.folder, capture_output=True, text=True
+            become + command(*options(), "field.h5"),
+            cwd=self.folder,
+            capture_output=True,
+            text=True,
         )
         self.assertEqual(run.returncode, 1, run.stderr)
         self.assertEqual(
@@ -139,7 +148,10 @@ class SmallDiskTest(ProgramTest):
         probe = unshare + ["mount", "-t", "tmpfs", "none", "disk"]
         if subprocess.run(probe, cwd=self.folder, capture_output=True).returncode != 0:
             self.skipTest("no file system can be mounted here")
-        script = f"set -e\nrun() {{ '{command()[0]}' {' '.join(options())} disk/field.h5 \"$@\"; }}\n" + script
+        script = (
+            f"set -e\nrun() {{ '{command()[0]}' {' '.join(options())} disk/field.h5 \"$@\"; }}\n"
+            + script
+        )
         return subprocess.run(
             [*unshare, "sh", "-c", script], cwd=self.folder, capture_output=True, text=True
         )
@@ -156,7 +168,9 @@ class SmallDiskTest(ProgramTest):
         )
         self.assertEqual(run.returncode, 0, run.stderr)
         first = [line for line in run.stderr.splitlines() if not self.is_beside_the_point(line)][0]
-        self.assertRegex(first, "^pistonfield-run: disk/field.h5.new has no room .*: No space left on device$")
+        self.assertRegex(
+            first, "^pistonfield-run: disk/field.h5.new has no room .*: No space left on device$"
+        )
         # After the estimate, nothing is listed.
         self.assertIn("time", run.stdout.splitlines()[-1])
         self.assertIn("disk/field.h5 is complete", run.stderr)
