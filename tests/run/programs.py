@@ -111,7 +111,8 @@ class ProgramTest(unittest.TestCase):
             line.strip("-") == ""
             or re.match("mca_fbtl_posix_pwritev: .*No space left on device", line)
             or re.match("pistonfield-run: (computing|verifying|compressing) [0-9]+ %", line)
-            or line.startswith(("Primary job  terminated", "a non-zero exit code", "mpirun "))
+            or line.startswith(("Primary job  terminated", "a non-zero exit code"))
+            or line.startswith(("mpirun detected", "mpiexec detected"))
             or line.startswith(("  Process name:", "  Exit code:", "the job to be", "aborted"))
         )
 
