@@ -462,4 +462,11 @@ void FieldFile::close() {
     if (behind) behind->finish();
 }
 
+void FieldFile::abandon() noexcept {
+    entries.abandon();
+    magnitude.abandon();
+    pressure.abandon();
+    file.abandon();
+}
+
 }  // namespace run

@@ -102,6 +102,10 @@ class FieldFile {
     /// opened so.
     void close();
 
+    /// Lets it stay open until the process ends. Where a write has failed in one process, closing
+    /// it together would wait for that process for ever.
+    void abandon() noexcept;
+
   private:
     std::string name;
     hdf5::File file;

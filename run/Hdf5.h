@@ -45,6 +45,9 @@ class Handle {
         checked(close(std::exchange(id, H5I_INVALID_HID)), what);
     }
 
+    /// Lets it stay open until the process ends.
+    void abandon() noexcept { id = H5I_INVALID_HID; }
+
   private:
     hid_t id = H5I_INVALID_HID;
 };

@@ -3,7 +3,9 @@
 #include "run/Team.h"
 
 #include <chrono>
+#include <cstdlib>
 #include <exception>
+#include <iostream>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -63,6 +65,12 @@ void Team::first(const std::function<void()>& work) {
     together([&] {
         if (isFirst()) work();
     });
+}
+
+void Team::abandon(int status) const {
+    std::cout.flush();
+    if (count > 1) MPI_Barrier(MPI_COMM_WORLD);
+    std::_Exit(status);
 }
 
 double Team::sum(double value) const {

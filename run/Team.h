@@ -35,6 +35,10 @@ class Team {
     /// Lets the first do this, as `together`.
     void first(const std::function<void()>& work);
 
+    /// Ends every process where it is, when all have come here: after a failure, in which HDF5 may
+    /// be left with a file that it cannot close, and would end the process by a signal.
+    [[noreturn]] void abandon(int status) const;
+
     double sum(double value) const;
     std::int64_t largest(std::int64_t value) const;
 

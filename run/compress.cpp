@@ -6,14 +6,15 @@
 
 #include "run/FieldFile.h"
 #include "run/FileBeside.h"
+#include "run/Interruption.h"
 #include "run/Progress.h"
 #include "run/SlabValues.h"
 
 namespace run {
 
-void compress(const std::filesystem::path& path, int level) {
+bool compress(const std::filesystem::path& path, int level) {
     const FieldFile from(path, FieldFile::Access::read);
-    if (from.compressed()) return;
+    if (from.compressed()) return true;
     const FileBeside beside(path, ".compressing");
     FieldFile::create(beside.path(), from.layout(), level);
     FieldFile to(beside.path(), FieldFile::Access::write);
@@ -23,6 +24,7 @@ void compress(const std::filesystem::path& path, int level) {
     SlabValues values(from.layout());
     Progress progress("compressing", from.layout().box.points(), 0);
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
+        if (signalled() != 0) return false;
         const LatticeBox box = slabs.slab(i);
         values.read(from, box);
         const std::uint64_t checksum = values.checksum(box);
@@ -36,6 +38,7 @@ void compress(const std::filesystem::path& path, int level) {
     to.setAccount(from.account());
     to.close();
     beside.takePlace();
+    return true;
 }
 
 }  // namespace run

@@ -47,7 +47,7 @@ void reserve(const std::filesystem::path& path) {
     const int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
     close(file);
     if (error == ENOSPC || error == EDQUOT || error == EFBIG)
-        throw std::runtime_error(path.parent_path().string() + " has no room for " +
+        throw std::runtime_error(path.string() + " has no room for its " +
                                  texts::bytes(static_cast<double>(size)) + ": " +
                                  std::generic_category().message(error));
 }
@@ -65,7 +65,7 @@ void removeLeftovers(const std::filesystem::path& output) {
 void createOutput(const std::filesystem::path& output, const Layout& layout) {
     const FileBeside beside(output);
     FieldFile::create(beside.path(), layout);
-    reserve(std::filesystem::absolute(beside.path()));
+    reserve(beside.path());
     beside.takePlace();
 }
 
@@ -201,9 +201,24 @@ void sayChanged(const ComputeCommand& command, const Team& team, const FieldFile
                   << file.layout().slabs().count() << " slabs\n";
 }
 
+/// Opens the output and does one process's part in it.
+void computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
+    std::vector<SlabRecord> records;
+    std::optional<Worker> worker;
+    team.together([&] {
+        file.emplace(command.output, FieldFile::Access::write, team.communicator());
+        records = file->records();
+        worker.emplace(team, *file);
+    });
+    Numbers todo = worker->findChanged(records);
+    team.together([&] { sayChanged(command, team, *file, todo); });
+    const Numbers missing = worker->shareOf(numbersOf(records, /*finished=*/false));
+    todo.insert(todo.end(), missing.begin(), missing.end());
+    worker->compute(todo);
+}
+
 /// Writes down whether all slabs are finished, and what that took.
-/// @return whether they are
-bool keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
+void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
                  double seconds, std::int64_t memory) {
     FieldFile file(command.output, FieldFile::Access::write);
     Account account = file.account();
@@ -218,10 +233,11 @@ bool keepAccount(const ComputeCommand& command, const Team& team, const std::str
     account.complete = numbersOf(file.records(), /*finished=*/false).empty();
     file.setAccount(account);
     file.close();
-    return account.complete;
 }
 
-void conclude(const ComputeCommand& command) {
+/// Says what there is now, and makes of a complete field what else was asked for.
+/// @return whether nothing is left to do
+bool conclude(const ComputeCommand& command) {
     const FieldFile file(command.output, FieldFile::Access::read);
     const Layout& layout = file.layout();
     const std::vector<SlabRecord> records = file.records();
@@ -230,11 +246,13 @@ void conclude(const ComputeCommand& command) {
     if (!missing.empty()) {
         std::cout << name << " has " << records.size() - missing.size() << " of " << records.size()
                   << " slabs; --resume computes the others\n";
-        return;
+        return false;
     }
     if (layout.magnitude) writeXdmf(command.output, layout);
-    if (command.deflate > 0) compress(command.output, command.deflate);
-    std::cout << name << " is complete, " << layout.box.points() << " points\n";
+    const bool done = command.deflate == 0 || compress(command.output, command.deflate);
+    std::cout << name << " is complete, " << layout.box.points() << " points"
+              << (done ? "" : ", and not compressed; --resume --compress does that") << "\n";
+    return done;
 }
 
 }  // namespace
@@ -253,29 +271,23 @@ int compute(const ComputeCommand& command, Team& team) {
     const std::string started = texts::timeNow();
     const Clock::time_point begin = Clock::now();
     std::optional<FieldFile> file;
-    std::vector<SlabRecord> records;
-    std::optional<Worker> worker;
-    team.together([&] {
-        file.emplace(command.output, FieldFile::Access::write, team.communicator());
-        records = file->records();
-        worker.emplace(team, *file);
-    });
-    Numbers todo = worker->findChanged(records);
-    team.together([&] { sayChanged(command, team, *file, todo); });
-    const Numbers missing = worker->shareOf(numbersOf(records, /*finished=*/false));
-    todo.insert(todo.end(), missing.begin(), missing.end());
-    worker->compute(todo);
+    try {
+        computeMissing(command, team, file);
+    } catch (...) {
+        if (file) file->abandon();
+        throw;
+    }
     team.together([&] { file->close(); });
 
     const std::chrono::duration<double> time = Clock::now() - begin;
     const std::int64_t memory = team.largest(peakMemory());
-    bool complete = false;
+    bool done = true;
     team.first([&] {
-        complete = keepAccount(command, team, started, time.count(), memory);
-        conclude(command);
+        keepAccount(command, team, started, time.count(), memory);
+        done = conclude(command);
     });
-    const auto signal = static_cast<int>(team.largest(signalled()));
-    return signal == 0 || team.largest(complete ? 1 : 0) != 0 ? 0 : 128 + signal;
+    const bool stopped = team.largest(done ? 0 : 1) != 0;
+    return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;
 }
 
 }  // namespace run

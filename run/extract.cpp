@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <fstream>
 #include <stdexcept>
+#include <system_error>
 #include <vector>
 
 #include "run/FieldFile.h"
@@ -55,7 +57,9 @@ int extract(const ExtractCommand& command) {
         out.write(values.data(), piece.points() * file.layout().request.valueBytes());
     }
     out.close();
-    if (!out) throw std::runtime_error(command.output.string() + " cannot be written");
+    if (!out)
+        throw std::runtime_error(command.output.string() +
+                                 " cannot be written: " + std::generic_category().message(errno));
     return 0;
 }
 

@@ -49,6 +49,6 @@ int main(int argc, char** argv) {
         return std::visit(Executor{team}, command);
     } catch (const std::exception& error) {
         if (team.isFirst()) std::cerr << "pistonfield-run: " << error.what() << std::endl;
-        return 1;
+        team.abandon(1);
     }
 }

@@ -3,11 +3,13 @@
 #include "run/xdmf.h"
 
 #include <array>
+#include <cerrno>
 #include <cmath>
 #include <fstream>
 #include <limits>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
 
 namespace run {
 
@@ -92,7 +94,9 @@ void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
 </Xdmf>
 )";
     out.close();
-    if (!out) throw std::runtime_error(path.string() + " cannot be written");
+    if (!out)
+        throw std::runtime_error(path.string() +
+                                 " cannot be written: " + std::generic_category().message(errno));
 }
 
 }  // namespace run

@@ -123,7 +123,10 @@ class DamagedFieldsTest(ProgramTest):
         said = self.run_program("verify", *names, status=1).out
         self.assertEqual(
             said.splitlines(),
-            [f"{n}: 1 slabs, 0 missing, {c} changed since they were written" for n, c in zip(names, (0, 1, 0))],
+            [
+                f"{n}: 1 slabs, 0 missing, {c} changed since they were written"
+                for n, c in zip(names, (0, 1, 0))
+            ],
         )
 
 

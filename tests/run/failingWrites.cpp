@@ -42,7 +42,7 @@ bool isAbout() {
 /// Whether a write is to fail.
 bool fails(int file) {
     static const bool about = isAbout();
-    static std::atomic<long> left = std::atol(variable("WRITES").data());
+    static std::atomic<long> left = std::strtol(variable("WRITES").data(), nullptr, 10);
     if (!about || !isField(file) || left-- > 0) return false;
     if (variable("WRITES_THEN") == "SIGKILL") static_cast<void>(raise(SIGKILL));
     errno = ENOSPC;

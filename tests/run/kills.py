@@ -68,7 +68,7 @@ class KillsTest(ProgramTest):
 
     def wait(self, process, name):
         """Waits for a random time of a run: while it begins, or when it has finished slabs."""
-        time.sleep(self.random.uniform(0, 0.3))
+        time.sleep(self.random.uniform(0, 0.2))
         begun = self.finished(name)
         enough = self.random.choice((0, self.random.randint(begun, len(self.undisturbed["slabs"]))))
         while process.poll() is None and self.finished(name) < enough:
@@ -156,7 +156,7 @@ class KillsTest(ProgramTest):
         for ranks in (1, 4):
             for _ in range(max(2, fields // 4)):
                 process = self.start(name, "--resume", ranks=ranks)
-                time.sleep(self.random.uniform(0, 0.3))
+                time.sleep(self.random.uniform(0, 0.2))
                 self.kill(process, "rank" if ranks > 1 else "process")
                 count = self.assert_finished_slabs_whole(name)
                 self.assertEqual(count, len(self.undisturbed["slabs"]))

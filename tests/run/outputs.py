@@ -162,7 +162,11 @@ class FileTest(ProgramTest):
     def test_is_opened_by_the_tools_of_hdf5(self):
         self.run_program(*options(), "field.h5")
         dump = subprocess.run(
-            ["h5dump", "-H", "field.h5"], cwd=self.folder, check=True, capture_output=True, text=True
+            ["h5dump", "-H", "field.h5"],
+            cwd=self.folder,
+            check=True,
+            capture_output=True,
+            text=True,
         )
         for name in ("pressure", "magnitude", "slabs"):
             self.assertIn(f'DATASET "{name}"', dump.stdout)

@@ -142,7 +142,9 @@ class PartsTest(ProgramTest):
             with self.subTest(part=part):
                 message = self.refused(*options(), f"--part={part}", "field.h5")
                 self.assertIn(f"--part: '{part}' is not of the form 3/10", message)
-        self.assertIn("--part: no direction", self.refused(*options(), "--part", "1/24", "field.h5"))
+        self.assertIn(
+            "--part: no direction", self.refused(*options(), "--part", "1/24", "field.h5")
+        )
         self.assertEqual(self.files(), [])
 
 

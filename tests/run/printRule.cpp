@@ -11,7 +11,7 @@
 #include "FastNearfield/GaussLegendre.h"
 
 int main(int count, char** arguments) {
-    const int order = count == 2 ? std::atoi(arguments[1]) : 0;
+    const auto order = count == 2 ? static_cast<int>(std::strtol(arguments[1], nullptr, 10)) : 0;
     std::vector<double> x(static_cast<std::size_t>(order));
     std::vector<double> w(x.size());
     legendre_compute(order, x.data(), w.data());

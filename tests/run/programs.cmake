@@ -3,7 +3,8 @@
 
 # These run pistonfield-run as users do and read its files with another program, h5py.
 function(pistonfield_has_h5py result interpreter)
-  execute_process(COMMAND ${interpreter} -c "import h5py" RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
+  execute_process(COMMAND ${interpreter} -c "import h5py"
+    RESULT_VARIABLE status OUTPUT_QUIET ERROR_QUIET)
   if(NOT status EQUAL 0)
     set(${result} FALSE PARENT_SCOPE)
   endif()

@@ -31,7 +31,9 @@ def edge_integral(offset, start, end, z):
         for node, weight in zip(nodes, weights):
             d = offset**2 + (half * node + middle) ** 2
             over_d = half * weight / d
-            total = total + over_d * (numpy.exp(-1j * K * numpy.sqrt(z**2 + d)) - numpy.exp(-1j * K * z))
+            total = total + over_d * (
+                numpy.exp(-1j * K * numpy.sqrt(z**2 + d)) - numpy.exp(-1j * K * z)
+            )
             bound = bound + 2 * abs(over_d)
     return total, bound
 
@@ -42,7 +44,12 @@ def reference():
     x, y, z = positions()
     x1, x2, y1, y2 = x - S / 2, x + S / 2, y - L / 2, y + L / 2
     pressure, scale = 0, 0
-    for sign, offset, start, end in [(1, x1, y1, y2), (-1, x2, y1, y2), (1, y1, x1, x2), (-1, y2, x1, x2)]:
+    for sign, offset, start, end in [
+        (1, x1, y1, y2),
+        (-1, x2, y1, y2),
+        (1, y1, x1, x2),
+        (-1, y2, x1, x2),
+    ]:
         integral, bound = edge_integral(offset, start, end, z)
         pressure = pressure + sign * offset * integral
         scale = scale + abs(offset) * bound
@@ -88,11 +95,18 @@ class ValuesTest(ProgramTest):
         # MATLAB and Octave give the transform's transpose, and store the values x fastest.
         script = (
             f"T = reshape([{' '.join(map(repr, TILTED))}], 4, 4);"
-            f"p = pistonfield(T, [{SIZES[0]} {SIZES[1]} {SIZES[2]}], {L}, {S}, {K}, 'cpu', {ORDER});"
-            "f = fopen('octave.bin', 'w'); fwrite(f, [real(p(:)) imag(p(:))]', 'double'); fclose(f);"
+            f"p = pistonfield(T, {list(SIZES)}, {L}, {S}, {K}, 'cpu', {ORDER});"
+            "f = fopen('octave.bin', 'w');"
+            "fwrite(f, [real(p(:)) imag(p(:))]', 'double'); fclose(f);"
         )
         octave = [os.environ["PISTONFIELD_OCTAVE"], "--no-history", "--no-init-file"]
-        octave += ["--no-window-system", "--path", os.environ["PISTONFIELD_MODULE"], "--eval", script]
+        octave += [
+            "--no-window-system",
+            "--path",
+            os.environ["PISTONFIELD_MODULE"],
+            "--eval",
+            script,
+        ]
         subprocess.run(octave, cwd=self.folder, check=True, capture_output=True)
         expected = numpy.fromfile(self.at("octave.bin"), dtype=complex).reshape(SIZES[::-1])
         self.assert_same_bits(arrays(self.at("field.h5"))["pressure"], expected)
