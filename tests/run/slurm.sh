@@ -60,7 +60,7 @@ print(*(s.getsockname()[1] for s in sockets))')
   mkdir "$folder/state" "$folder/spool"
   head --bytes=128 /dev/urandom >"$folder/munge.key"
   chmod 400 "$folder/munge.key"
-  # A job that goes back into the queue rests there for 6 s, with the smallest cred_expire.
+  # A job that goes back into the queue rests there for cred_expire, 5 s at least.
   cat >"$SLURM_CONF" <<CONFIGURATION
 ClusterName=test
 SlurmctldHost=$host(127.0.0.1)
@@ -158,6 +158,13 @@ for name in ("pressure", "magnitude"):
 COMPARISON
 }
 
+# Where Slurm has a job rest before it starts again: spares the test the rest of that.
+again() {
+  wait_for 20 is "$1" Restarts 1 || fail "job $1 is not in the queue again"
+  sleep 1.5
+  scontrol update JobId="$1" StartTime=now
+}
+
 kill_one_of() {
   local process
   process=$(scontrol listpids "$1.0" | awk '$5 == 2 { print $1 }')
@@ -201,7 +208,7 @@ say "one job of four processes"
 job=$(submit)
 # The signal before the time is over: the job goes back into the queue, and on by itself.
 interrupt field.h5 scancel --signal=TERM "$job"
-wait_for 30 is "$job" Restarts 1 || fail "the job is not in the queue again"
+again "$job"
 # As the kernel does where memory runs out: with one process, all end.
 interrupt field.h5 kill_one_of "$job"
 ends "$job" FAILED
@@ -217,8 +224,8 @@ rm field.h5
 join=$(./submit_array.sh 3 --time=5 | sed 's/[^0-9]//g')
 part=$(squeue --noheader --array --name=field-part --format=%A | sed -n 2p)
 interrupt field.part-2-of-3.h5 scancel --signal=TERM "$part"
+again "$part"
 ends "$join" COMPLETED
-is "$part" Restarts 1 || fail "the part was not in the queue again"
 [[ $(echo field.part-?-of-3.h5 | wc --words) == 3 ]] || fail "there are other parts than three"
 same_as_alone
 say "all fields are those of one process, bit for bit"
