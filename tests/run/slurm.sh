@@ -199,7 +199,7 @@ sizes = [101, 83, 60]
 l = 5e-3
 s = 7.5e-3
 k = 4188.79
-order = 1024
+order = 800
 slab = 4000
 REQUEST
 pistonfield-run --request request.toml alone.h5
