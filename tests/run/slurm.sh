@@ -165,10 +165,11 @@ again() {
   scontrol update JobId="$1" StartTime=now
 }
 
-kill_one_of() {
-  local process
-  process=$(scontrol listpids "$1.0" | awk '$5 == 2 { print $1 }')
-  kill -KILL "$process"
+kill_all_of() {
+  local -a processes
+  mapfile -t processes < <(scontrol listpids "$1.0" | awk 'NR > 1 { print $1 }')
+  ((${#processes[@]} == 4)) || fail "job $1 has ${#processes[@]} processes"
+  kill -KILL "${processes[@]}"
 }
 
 submit() {
@@ -199,7 +200,7 @@ sizes = [101, 83, 60]
 l = 5e-3
 s = 7.5e-3
 k = 4188.79
-order = 800
+order = 500
 slab = 4000
 REQUEST
 pistonfield-run --request request.toml alone.h5
@@ -209,8 +210,8 @@ job=$(submit)
 # The signal before the time is over: the job goes back into the queue, and on by itself.
 interrupt field.h5 scancel --signal=TERM "$job"
 again "$job"
-# As the kernel does where memory runs out: with one process, all end.
-interrupt field.h5 kill_one_of "$job"
+# No process can do anything about this one.
+interrupt field.h5 kill_all_of "$job"
 ends "$job" FAILED
 job=$(submit)
 interrupt field.h5 scancel "$job"
