@@ -165,10 +165,6 @@ function text = host()
   end
 end
 
-function yes = is_octave()
-  yes = exist('OCTAVE_VERSION', 'builtin') ~= 0;
-end
-
 function name = backend_of(file)
   name = '';
   [~, ~, kind] = fileparts(file);

@@ -49,13 +49,15 @@ struct Parsed {
     bool noMagnitude = false;
 };
 
-/// Numbers in a text file, as many as there are.
-std::vector<double> readTable(const std::string& path) {
-    std::ifstream in(path);
+/// Numbers in a text file or, where there is none of that name, in the text itself.
+std::vector<double> readTable(const std::string& text) {
+    std::ifstream file(text);
+    std::istringstream itself(text);
+    std::istream& in = file ? static_cast<std::istream&>(file) : itself;
     std::vector<double> table;
     for (double value = 0; in >> value;) table.push_back(value);
     if (!in.eof() || table.empty() || table.size() % 2 != 0)
-        throw CLI::ValidationError("--table", path + " is no list of abscissas and weights");
+        throw CLI::ValidationError("--table", text + " is no list of abscissas and weights");
     return table;
 }
 
@@ -113,8 +115,9 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
     CLI::Option* order =
         app.add_option("--order", request.order, "abscissas of each edge integral; 10 by default")
             ->group(group);
-    app.add_option("--table", parsed.table,
-                   "a text file with a rule: abscissa, weight, abscissa ...")
+    app.add_option(
+           "--table", parsed.table,
+           "a rule: abscissa, weight, abscissa ...; a text file of them, or in quotes themselves")
         ->excludes(order)
         ->group(group);
     app.set_config("--request", "", "a text file with these options, as: sizes = [100, 100, 200]")
@@ -153,7 +156,7 @@ void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) 
     copyTo(parsed.sizes, request.sizes);
     // Two names of one mode.
     if (request.mode == "cpudp") request.mode = "cpu";
-    if (!parsed.table.empty()) {
+    if (app.count("--table") > 0) {
         request.table = readTable(parsed.table);
         request.order = static_cast<int>(request.table.size() / 2);
     }
@@ -191,6 +194,7 @@ Command readCommand(int argc, const char* const* argv) {
     JoinCommand join;
     VerifyCommand verify;
     ExtractCommand extract;
+    ShowCommand show;
     Parsed parsed;
     addRequest(app, compute, parsed);
     addWork(app, compute, parsed);
@@ -217,12 +221,19 @@ Command readCommand(int argc, const char* const* argv) {
             ->expected(3);
         return sub;
     }();
+    const CLI::App* showing = [&] {
+        CLI::App* sub = app.add_subcommand(
+            "show", "say what field a file has, as a request file, and how it came about");
+        sub->add_option("file", show.file, "a file of a field")->required();
+        return sub;
+    }();
     app.require_subcommand(0, 1);
 
     try {
         app.parse(wordsOf(argc, argv));
         if (joining->parsed()) return join;
         if (verifying->parsed()) return verify;
+        if (showing->parsed()) return show;
         if (extracting->parsed()) {
             extract.first = three(parsed.first);
             extract.size = three(parsed.size);

@@ -48,6 +48,12 @@ struct ExtractCommand {
     std::optional<std::array<std::int64_t, 3>> size;
 };
 
+/// Says on standard output what field is in a file, as a request file, and in comments how it came
+/// about.
+struct ShowCommand {
+    std::filesystem::path file;
+};
+
 /// What is to be said in place of any work: help, or what is wrong with the command line.
 struct Answer {
     int status = 0;
@@ -55,7 +61,8 @@ struct Answer {
     std::string error;
 };
 
-using Command = std::variant<Answer, ComputeCommand, JoinCommand, VerifyCommand, ExtractCommand>;
+using Command =
+    std::variant<Answer, ComputeCommand, JoinCommand, VerifyCommand, ExtractCommand, ShowCommand>;
 
 /// Reads the command line, and the request file that it may name.
 Command readCommand(int argc, const char* const* argv);

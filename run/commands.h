@@ -20,4 +20,6 @@ int verify(const VerifyCommand& command);
 
 int extract(const ExtractCommand& command);
 
+int show(const ShowCommand& command);
+
 }  // namespace run

@@ -29,6 +29,7 @@ struct Executor {
     int operator()(const JoinCommand& command) const { return join(command); }
     int operator()(const VerifyCommand& command) const { return verify(command); }
     int operator()(const ExtractCommand& command) const { return extract(command); }
+    int operator()(const ShowCommand& command) const { return show(command); }
 };
 
 /// Whether a command is for one process, which MPI need not have started.

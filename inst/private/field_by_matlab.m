@@ -1,0 +1,44 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+function source = field_by_matlab(caller, file)
+  % source = field_by_matlab(caller, file): a file of pistonfield-run as MATLAB reads it: struct
+  % with the request, the points in the file, and read(first, count).
+  try
+    names = {h5info(file, '/').Attributes.Name};
+    points = h5info(file, '/pressure').Dataspace.Size;
+  catch reason
+    require(false, caller, 'file', '%s', reason.message);
+  end
+  for i = 1:numel(names)
+    found.(names{i}) = plain(h5readatt(file, '/', names{i}));
+  end
+  require(isfield(found, 'creator') && strcmp(found.creator, 'pistonfield-run'), caller, 'file', ...
+          '%s is not a file of pistonfield-run', file);
+  % MATLAB turns the dimensions of a file around.
+  found.transform = found.transform.';
+  if isfield(found, 'table')
+    found.table = found.table.';
+  end
+  found.complete = found.complete ~= 0;
+  source = struct('request', field_request(found), 'points', points, ...
+                  'read', @(first, count) read(file, first, count));
+end
+
+% Numbers in double precision; texts without what fills their room; arrays of one dimension as rows.
+function value = plain(value)
+  if isnumeric(value)
+    value = double(value);
+  else
+    value = char(value);
+    value = value(value ~= 0);
+  end
+  if isvector(value)
+    value = value(:).';
+  end
+end
+
+function p = read(file, first, count)
+  pairs = h5read(file, '/pressure', double(first(:)'), count);
+  p = complex(pairs.r, pairs.i);
+end

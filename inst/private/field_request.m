@@ -1,0 +1,13 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+function request = field_request(found)
+  % request = field_request(found): what pistonfield_read tells of a file, among what was found.
+  request = struct('transform', [], 'sizes', [], 'l', [], 's', [], 'k', [], 'mode', '', ...
+                   'order', [], 'table', [], 'first_point', [], 'complete', false, 'host', '', ...
+                   'started', '', 'finished', '', 'seconds', [], 'processes', [], ...
+                   'peak_memory', []);
+  for name = intersect(fieldnames(request), fieldnames(found)).'
+    request.(name{1}) = found.(name{1});
+  end
+end

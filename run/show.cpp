@@ -1,0 +1,75 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "run/FieldFile.h"
+#include "run/commands.h"
+
+namespace run {
+
+namespace {
+
+// With these a number reads back as it was, even where it is read in extended precision first.
+constexpr int digits = 17;
+
+std::string separated(const auto& numbers, const char* separator) {
+    std::ostringstream all;
+    all << std::setprecision(digits);
+    const char* before = "";
+    for (const auto number : numbers) all << std::exchange(before, separator) << number;
+    return all.str();
+}
+
+std::string list(const auto& numbers) {
+    return std::string("[").append(separated(numbers, ", ")).append("]");
+}
+
+void line(const char* key, const auto& value) { std::cout << key << " = " << value << '\n'; }
+
+/// What a request file has no option for.
+void comment(const char* key, const auto& value) {
+    std::cout << "# ";
+    line(key, value);
+}
+
+void showRequest(const Request& request) {
+    line("transform", list(request.transform));
+    line("sizes", list(request.sizes));
+    line("l", request.l);
+    line("s", request.s);
+    line("k", request.k);
+    line("mode", std::quoted(request.mode));
+    if (request.table.empty()) return line("order", request.order);
+    comment("order", request.order);
+    line("table", std::quoted(separated(request.table, " ")));
+}
+
+void showContents(const Layout& layout, const Account& account) {
+    comment("first_point", list(layout.box.first));
+    comment("points", list(layout.box.size));
+    comment("slab_sizes", list(layout.slabSizes));
+    comment("complete", account.complete ? "true" : "false");
+    comment("host", std::quoted(account.host));
+    comment("started", std::quoted(account.started));
+    comment("finished", std::quoted(account.finished));
+    comment("seconds", account.seconds);
+    comment("processes", account.processes);
+    comment("peak_memory", account.peakMemory);
+}
+
+}  // namespace
+
+int show(const ShowCommand& command) {
+    const FieldFile file(command.file, FieldFile::Access::read);
+    std::cout << std::setprecision(digits);
+    showRequest(file.layout().request);
+    showContents(file.layout(), file.account());
+    return 0;
+}
+
+}  // namespace run
