@@ -262,7 +262,8 @@ TEST_F(Extraction, OfAnUnfinishedFieldIsRefused) {
 
 TEST_F(Extraction, ThatCannotBeWrittenSaysSo) {
     extraction.output = folder / "none" / "field.raw";
-    EXPECT_EQ(extract(), extraction.output.string() + " cannot be written");
+    EXPECT_EQ(extract(),
+              extraction.output.string() + " cannot be written: No such file or directory");
 }
 
 }  // namespace

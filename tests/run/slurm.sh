@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # slurm.sh PROGRAM EXAMPLES: hands the job scripts of the folder EXAMPLES to a Slurm of its own, ends
-# the jobs in every way there is, and compares the fields with that of one process, bit for bit. The
+# jobs by signals and by scancel, and compares the fields with that of one process, bit for bit. The
 # Slurm is one node with room for four processes; all of it lies in a temporary folder and ends with
 # this script. It takes no rights but those of whoever starts it. Where it cannot be started the
 # script says why and exits with 77.
