@@ -149,6 +149,37 @@ void addWork(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
         ->group(group);
 }
 
+CLI::App* addJoin(CLI::App& app, JoinCommand& command) {
+    CLI::App* sub = app.add_subcommand("join", "make one field of its parts");
+    sub->add_option("output", command.output, "the file to write")->required();
+    sub->add_option("parts", command.parts, "the files of all parts")->required();
+    return sub;
+}
+
+CLI::App* addVerify(CLI::App& app, VerifyCommand& command) {
+    CLI::App* sub = app.add_subcommand("verify", "compare files with their checksums");
+    sub->add_option("files", command.files, "files of fields")->required();
+    return sub;
+}
+
+CLI::App* addExtract(CLI::App& app, ExtractCommand& command, Parsed& parsed) {
+    CLI::App* sub =
+        app.add_subcommand("extract", "copy values, as pairs without a format, x fastest");
+    sub->add_option("file", command.file, "a file of a field")->required();
+    sub->add_option("output", command.output, "the file to write")->required();
+    sub->add_option("--first", parsed.first, "indices of the first point; 0 0 0 by default")
+        ->expected(3);
+    sub->add_option("--size", parsed.size, "points along x, y and z; all by default")->expected(3);
+    return sub;
+}
+
+CLI::App* addShow(CLI::App& app, ShowCommand& command) {
+    CLI::App* sub = app.add_subcommand(
+        "show", "say what field a file has, as a request file, and how it came about");
+    sub->add_option("file", command.file, "a file of a field")->required();
+    return sub;
+}
+
 void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) {
     if (command.output.empty()) throw CLI::RequiredError("output");
     Request& request = command.request;
@@ -199,34 +230,10 @@ Command readCommand(int argc, const char* const* argv) {
     addRequest(app, compute, parsed);
     addWork(app, compute, parsed);
 
-    const CLI::App* joining = [&] {
-        CLI::App* sub = app.add_subcommand("join", "make one field of its parts");
-        sub->add_option("output", join.output, "the file to write")->required();
-        sub->add_option("parts", join.parts, "the files of all parts")->required();
-        return sub;
-    }();
-    const CLI::App* verifying = [&] {
-        CLI::App* sub = app.add_subcommand("verify", "compare files with their checksums");
-        sub->add_option("files", verify.files, "files of fields")->required();
-        return sub;
-    }();
-    const CLI::App* extracting = [&] {
-        CLI::App* sub =
-            app.add_subcommand("extract", "copy values, as pairs without a format, x fastest");
-        sub->add_option("file", extract.file, "a file of a field")->required();
-        sub->add_option("output", extract.output, "the file to write")->required();
-        sub->add_option("--first", parsed.first, "indices of the first point; 0 0 0 by default")
-            ->expected(3);
-        sub->add_option("--size", parsed.size, "points along x, y and z; all by default")
-            ->expected(3);
-        return sub;
-    }();
-    const CLI::App* showing = [&] {
-        CLI::App* sub = app.add_subcommand(
-            "show", "say what field a file has, as a request file, and how it came about");
-        sub->add_option("file", show.file, "a file of a field")->required();
-        return sub;
-    }();
+    const CLI::App* joining = addJoin(app, join);
+    const CLI::App* verifying = addVerify(app, verify);
+    const CLI::App* extracting = addExtract(app, extract, parsed);
+    const CLI::App* showing = addShow(app, show);
     app.require_subcommand(0, 1);
 
     try {

@@ -53,7 +53,6 @@ class Handle {
 };
 
 using File = Handle<&H5Fclose>;
-using Group = Handle<&H5Gclose>;
 using Dataset = Handle<&H5Dclose>;
 using Attribute = Handle<&H5Aclose>;
 using Space = Handle<&H5Sclose>;

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <future>
 
 namespace run {
 
@@ -18,17 +19,18 @@ class WriteBehind {
     WriteBehind& operator=(const WriteBehind&) = delete;
     ~WriteBehind();
 
-    /// Bytes that were written, wherever that was.
-    void wrote(std::int64_t bytes) noexcept;
+    /// Bytes that were written, wherever that was. Waits where the disk is slower than the work.
+    void wrote(std::int64_t bytes);
 
     /// Waits until everything is on the disk.
     /// @throws std::runtime_error where that fails
-    void finish() const;
+    void finish();
 
   private:
     std::filesystem::path path;
     int descriptor;
     std::int64_t waiting = 0;
+    std::future<void> underWay;
 };
 
 }  // namespace run

@@ -1,0 +1,42 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "run/SlabNumbers.h"
+#include "run/SlabValues.h"
+#include "run/Team.h"
+
+namespace run {
+
+/// One process's part in a file that all processes work on. All call the same operations, which
+/// throw std::runtime_error in all where one failed, and stop early where one has had a signal.
+class Worker {
+  public:
+    Worker(Team& team, FieldFile& file);
+
+    /// Compares the finished slabs with their checksums.
+    /// @return those of this process's share that are not what they were
+    SlabNumbers findChanged(const std::vector<SlabRecord>& records);
+
+    /// Computes and writes slabs.
+    void compute(const SlabNumbers& numbers);
+
+    /// Every n-th, in n processes.
+    SlabNumbers shareOf(const SlabNumbers& numbers) const;
+
+  private:
+    /// Does something to slabs, one after the other.
+    void workOn(const char* what, const SlabNumbers& numbers,
+                const std::function<void(std::int64_t)>& work);
+
+    Team& team;
+    FieldFile& file;
+    Slabs slabs;
+    SlabValues values;
+    bool stopped = false;
+};
+
+}  // namespace run

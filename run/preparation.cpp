@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/preparation.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <stdexcept>
+#include <system_error>
+
+#include "run/FieldFile.h"
+#include "run/FileBeside.h"
+#include "run/SlabNumbers.h"
+#include "run/estimate.h"
+#include "run/texts.h"
+
+namespace run {
+
+namespace {
+
+Layout layoutOf(const ComputeCommand& command) {
+    checkComplete(command);
+    const Request& request = command.request;
+    Layout layout{request, request.lattice(), {}, command.magnitude};
+    if (command.part) layout.box = boxOf(*command.part, request.sizes);
+    layout.slabSizes = slabSizes(layout.box.size, command.slabPoints);
+    return layout;
+}
+
+/// Takes the room on the disk that a file has by its size, where the file system can do that.
+void reserve(const std::filesystem::path& path) {
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    const auto size = static_cast<off_t>(std::filesystem::file_size(path));
+    const int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
+    close(file);
+    if (error == ENOSPC || error == EDQUOT || error == EFBIG)
+        throw std::runtime_error(path.string() + " has no room for its " +
+                                 texts::bytes(static_cast<double>(size)) + ": " +
+                                 std::generic_category().message(error));
+}
+
+/// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
+void createOutput(const std::filesystem::path& output, const Layout& layout) {
+    const FileBeside beside(output);
+    FieldFile::create(beside.path(), layout);
+    reserve(beside.path());
+    beside.takePlace();
+}
+
+void requireSame(const ComputeCommand& command, const FieldFile& file) {
+    const std::string name = command.output.string();
+    if (file.joined()) throw std::runtime_error(name + " is joined from parts: resume those");
+    if (const auto option = contradiction(command, file.layout().request))
+        throw std::runtime_error(*option + " differs from the request that " + name +
+                                 " was begun with");
+}
+
+}  // namespace
+
+void removeLeftovers(const std::filesystem::path& output) {
+    for (const char* ending : {".new", ".compressing"}) {
+        std::error_code ignored;
+        std::filesystem::remove(output.string() + ending, ignored);
+    }
+}
+
+void prepare(const ComputeCommand& command, int processes) {
+    const std::filesystem::path& output = command.output;
+    if (!std::filesystem::exists(output)) {
+        const Layout layout = layoutOf(command);
+        printEstimate(output, layout, layout.box.points(), processes);
+        if (!command.onlyEstimate) createOutput(output, layout);
+        return;
+    }
+    if (!command.resume && !command.onlyEstimate)
+        throw std::runtime_error(output.string() +
+                                 " exists: complete it with --resume, or remove it");
+    const FieldFile file(output, FieldFile::Access::read);
+    requireSame(command, file);
+    const Layout& layout = file.layout();
+    const std::int64_t missing =
+        pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
+    printEstimate(output, layout, missing, processes);
+}
+
+}  // namespace run
