@@ -24,23 +24,12 @@
 #include "bench/Fields.h"
 #include "bench/Limit.h"
 #include "bench/Reference.h"
+#include "core/SilentOutput.h"
 #include "core/cudahelper.h"
 
 namespace {
 
 using namespace bench;
-
-/// Keeps the progress lines of the launchers off standard output.
-class QuietOutput {
-  public:
-    QuietOutput() : buffer(std::cout.rdbuf(nullptr)) {}
-    QuietOutput(const QuietOutput&) = delete;
-    QuietOutput& operator=(const QuietOutput&) = delete;
-    ~QuietOutput() { std::cout.rdbuf(buffer); }
-
-  private:
-    std::streambuf* buffer;
-};
 
 template <class T>
 class Rule {
@@ -177,7 +166,7 @@ double least(const std::vector<double>& repetitions) {
 
 template <class Mode>
 void timeField(benchmark::State& state, const Box& box, int order) {
-    const QuietOutput quiet;
+    const SilentOutput quiet;
     const Mode mode(box, order);
     Field<typename Mode::Real> field(box.points());
     for ([[maybe_unused]] auto _ : state) {
@@ -248,7 +237,7 @@ template <class Make>
 void addSetUp(const char* name, Make make) {
     benchmark::RegisterBenchmark(name,
                                  [make](benchmark::State& state) {
-                                     const QuietOutput quiet;
+                                     const SilentOutput quiet;
                                      for ([[maybe_unused]] auto _ : state) make();
                                  })
         ->ComputeStatistics("least", &least)

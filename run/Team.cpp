@@ -23,7 +23,9 @@ double now() {
 
 Team::Team(bool alone) : alone(alone) {
     if (alone) return;
-    MPI_Init(nullptr, nullptr);
+    // Slabs are written in a thread of their own, and nobody else calls MPI meanwhile.
+    int provided = 0;
+    MPI_Init_thread(nullptr, nullptr, MPI_THREAD_SERIALIZED, &provided);
     MPI_Comm_rank(MPI_COMM_WORLD, &number);
     MPI_Comm_size(MPI_COMM_WORLD, &count);
 }

@@ -2,10 +2,12 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/Worker.h"
 
+#include <future>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "run/Evaluation.h"
 #include "run/Interruption.h"
@@ -14,29 +16,49 @@
 namespace run {
 
 Worker::Worker(Team& team, FieldFile& file)
-    : team(team), file(file), slabs(file.layout().slabs()), values(file.layout()) {}
+    : team(team),
+      file(file),
+      slabs(file.layout().slabs()),
+      values(file.layout()),
+      ready(file.layout()) {}
 
 SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
     SlabNumbers changed;
     const SlabNumbers finished = shareOf(numbersOf(records, /*finished=*/true));
-    workOn("verifying", finished, [&](std::int64_t number) {
-        const LatticeBox box = slabs.slab(number);
-        values.read(file, box);
-        if (values.checksum(box) != records[static_cast<std::size_t>(number)].checksum)
-            changed.push_back(number);
-    });
+    workOn(
+        "verifying", finished,
+        [&](std::int64_t number) {
+            const LatticeBox box = slabs.slab(number);
+            values.read(file, box);
+            if (values.checksum(box) != records[static_cast<std::size_t>(number)].checksum)
+                changed.push_back(number);
+        },
+        [] {});
     return changed;
 }
 
 void Worker::compute(const SlabNumbers& numbers) {
     std::unique_ptr<Evaluation> evaluation;
+    std::optional<std::int64_t> numberOfReady;
     team.together([&] { evaluation = evaluationOf(file.layout().request); });
-    workOn("computing", numbers, [&](std::int64_t number) {
-        const LatticeBox box = slabs.slab(number);
-        values.compute(*evaluation, box);
-        values.write(file, box);
-        file.record(number, values.checksum(box));
-    });
+    const auto writeReady = [&] {
+        if (!numberOfReady) return;
+        const LatticeBox box = slabs.slab(*numberOfReady);
+        ready.write(file, box);
+        file.record(*numberOfReady, ready.checksum(box));
+        numberOfReady.reset();
+    };
+    workOn(
+        "computing", numbers,
+        [&](std::int64_t number) {
+            // Over before anyone else calls HDF5 or MPI, which take one thread at a time.
+            std::future<void> writing = std::async(std::launch::async, writeReady);
+            values.compute(*evaluation, slabs.slab(number));
+            writing.get();
+            std::swap(values, ready);
+            numberOfReady = number;
+        },
+        writeReady);
 }
 
 SlabNumbers Worker::shareOf(const SlabNumbers& numbers) const {
@@ -48,7 +70,8 @@ SlabNumbers Worker::shareOf(const SlabNumbers& numbers) const {
 }
 
 void Worker::workOn(const char* what, const SlabNumbers& numbers,
-                    const std::function<void(std::int64_t)>& work) {
+                    const std::function<void(std::int64_t)>& work,
+                    const std::function<void()>& last) {
     if (stopped) return;
     const std::int64_t all = file.layout().box.points();
     const auto todo =
@@ -56,16 +79,16 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
     std::optional<Progress> progress;
     if (team.isFirst()) progress.emplace(what, all, all - todo);
     Conversation conversation(team, [&](std::int64_t points) { progress->add(points); });
-    for (const std::int64_t number : numbers) {
-        if (signalled() != 0) conversation.tellStop();
-        if (conversation.stopped()) break;
-        try {
+    try {
+        for (const std::int64_t number : numbers) {
+            if (signalled() != 0) conversation.tellStop();
+            if (conversation.stopped()) break;
             work(number);
-        } catch (const std::exception& error) {
-            conversation.tellFailure(error.what());
-            break;
+            conversation.tellPoints(slabs.slab(number).points());
         }
-        conversation.tellPoints(slabs.slab(number).points());
+        last();
+    } catch (const std::exception& error) {
+        conversation.tellFailure(error.what());
     }
     const std::optional<std::string> failure = conversation.finish();
     progress.reset();

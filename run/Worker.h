@@ -21,21 +21,22 @@ class Worker {
     /// @return those of this process's share that are not what they were
     SlabNumbers findChanged(const std::vector<SlabRecord>& records);
 
-    /// Computes and writes slabs.
+    /// Computes and writes slabs; each is written while the next one is computed.
     void compute(const SlabNumbers& numbers);
 
     /// Every n-th, in n processes.
     SlabNumbers shareOf(const SlabNumbers& numbers) const;
 
   private:
-    /// Does something to slabs, one after the other.
+    /// Does something to slabs, one after the other, and something in the end.
     void workOn(const char* what, const SlabNumbers& numbers,
-                const std::function<void(std::int64_t)>& work);
+                const std::function<void(std::int64_t)>& work, const std::function<void()>& last);
 
     Team& team;
     FieldFile& file;
     Slabs slabs;
     SlabValues values;
+    SlabValues ready;  ///< computed, and to be written
     bool stopped = false;
 };
 

@@ -66,7 +66,7 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
               << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
-              << "memory  about " << bytes(peakMemory() + layout.slabBytes())
+              << "memory  about " << bytes(peakMemory() + 2 * layout.slabBytes())
               << " in each process\n"
               << "time    about "
               << texts::duration(each * static_cast<double>(missing) / processes) << " in "

@@ -18,7 +18,7 @@ PROGRAMS, FIELDS = Path(sys.argv[1]), Path(sys.argv[2])
 RUN = PROGRAMS / 'run' / 'pistonfield-run'
 BARE = PROGRAMS / 'bench' / 'bare_field'
 FIELD = FIELDS / 'field.h5'
-REPEATS = 3
+REPEATS = 2
 
 # A piston of 5 by 7.5 mm at 1 MHz in water; points every 0.05 mm, from 1 mm on. Lengths in m.
 PISTON = ['5e-3', '7.5e-3', '4188.79']
