@@ -36,24 +36,31 @@ pointsums::Rule<T> pointRule(const RectangularPistonCuda2& piston) {
     return {rule.abscissas, rule.weights, rule.order};
 }
 
+/// A lattice that begins with its first point.
+template <class G>
+pointsums::Lattice<G> latticeOf(const MMatrix<G, 4, true>& transform, int sx, int sy, int sz) {
+    pointsums::Lattice<G> lattice{};
+    std::copy_n(transform.data(), std::size(lattice.rows), lattice.rows);
+    lattice.divisor = transform(3, 3);
+    lattice.sx = sx;
+    lattice.sy = sy;
+    lattice.sz = sz;
+    return lattice;
+}
+
 template <class G>
 pointsums::Lattice<G> latticeOf(const Grid3DR<G>& grid) {
-    pointsums::Lattice<G> lattice{};
-    std::copy_n(grid.getTransform().data(), std::size(lattice.rows), lattice.rows);
-    lattice.divisor = grid.getTransform()(3, 3);
-    lattice.sx = static_cast<int>(grid.sizeX());
-    lattice.sy = static_cast<int>(grid.sizeY());
-    lattice.sz = static_cast<int>(grid.sizeZ());
-    return lattice;
+    return latticeOf(grid.getTransform(), static_cast<int>(grid.sizeX()),
+                     static_cast<int>(grid.sizeY()), static_cast<int>(grid.sizeZ()));
 }
 
 template <class G>
 pointsums::Lattice<G> latticeOf(const MMatrix<G, 4, true>& transform, const LatticeBox& box) {
     const auto size = [&](std::size_t i) {
         if (box.size[i] > INT32_MAX) throw std::bad_array_new_length();
-        return static_cast<unsigned>(box.size[i]);
+        return static_cast<int>(box.size[i]);
     };
-    pointsums::Lattice<G> lattice = latticeOf(Grid3DR<G>(transform, size(0), size(1), size(2)));
+    pointsums::Lattice<G> lattice = latticeOf(transform, size(0), size(1), size(2));
     std::transform(box.first.begin(), box.first.end(), lattice.first,
                    [](std::int64_t first) { return static_cast<G>(first); });
     return lattice;

@@ -2,10 +2,11 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# What pistonfield-run costs beside the library, how it scales on this machine's cores, how fast it
-# writes and what memory it takes. Needs 10 GB of disk and some minutes; the tables are shown and kept
-# in bench/results/scaling.txt.
-#   bench/scaling.sh [folder for the fields, on the disk to measure]
+# What pistonfield-run costs beside the library (overhead), how it scales on this machine's cores
+# (processes), how fast it writes (disk) and what memory it takes (memory). Needs 10 GB of disk and a
+# quarter of an hour for all; each table is shown and kept in bench/results/scaling_<table>.txt. Fields
+# are computed in the folder TMPDIR, or build-bench.
+#   bench/scaling.sh [overhead|processes|disk|memory ...]
 set -euo pipefail
 
 # shellcheck source=bench/setup.sh
@@ -16,8 +17,13 @@ build_benchmarks -D PISTONFIELD_RUN=ON
 
 # mpirun asks for these where it is called by root.
 export OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1
-{
-  describe_run bench/scaling.sh
-  /usr/bin/python3 bench/scaling/measure.py build-bench "${1:-build-bench/fields}"
-} | tee bench/results/scaling.txt
-say "kept in bench/results/scaling.txt"
+fields=$(mktemp --directory --tmpdir="${TMPDIR:-build-bench}" fields.XXXXXX)
+trap 'rm -rf -- "$fields"' EXIT
+(($# > 0)) || set -- overhead processes disk memory
+for table in "$@"; do
+  {
+    describe_run bench/scaling.sh "$table"
+    /usr/bin/python3 bench/scaling/measure.py build-bench "$fields" "$table"
+  } | tee "bench/results/scaling_$table.txt"
+  say "kept in bench/results/scaling_$table.txt"
+done

@@ -167,7 +167,7 @@ CLI::App* addExtract(CLI::App& app, ExtractCommand& command, Parsed& parsed) {
         app.add_subcommand("extract", "copy values, as pairs without a format, x fastest");
     sub->add_option("file", command.file, "a file of a field")->required();
     sub->add_option("output", command.output, "the file to write")->required();
-    sub->add_option("--first", parsed.first, "indices of the first point; 0 0 0 by default")
+    sub->add_option("--first", parsed.first, "indices of the first point; by default the file's")
         ->expected(3);
     sub->add_option("--size", parsed.size, "points along x, y and z; all by default")->expected(3);
     return sub;
@@ -218,9 +218,6 @@ Command readCommand(int argc, const char* const* argv) {
         "--resume.",
         "pistonfield-run"};
     app.set_version_flag("--version", "pistonfield-run " + revision());
-    app.failure_message([](const CLI::App*, const CLI::Error& error) {
-        return std::string("pistonfield-run: ") + error.what() + "; see --help\n";
-    });
     ComputeCommand compute;
     JoinCommand join;
     VerifyCommand verify;
@@ -250,9 +247,8 @@ Command readCommand(int argc, const char* const* argv) {
         return compute;
     } catch (const CLI::ParseError& error) {
         std::ostringstream out;
-        std::ostringstream complaint;
-        const int status = app.exit(error, out, complaint);
-        return Answer{status == 0 ? 0 : 1, out.str(), complaint.str()};
+        if (app.exit(error, out, out) == 0) return Answer{0, out.str(), ""};
+        return Answer{1, "", std::string(error.what()) + "; see --help"};
     }
 }
 

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <functional>
 #include <limits>
 #include <stdexcept>
 
@@ -107,6 +109,16 @@ Properties chunkProperties(const Layout& layout, int deflate) {
 std::string unpatterned(const std::filesystem::path& path) {
     std::string text;
     for (const char c : path.string()) text += c == '%' ? "%%" : std::string(1, c);
+    return text;
+}
+
+/// And back.
+std::string plain(const std::string& pattern) {
+    std::string text;
+    for (std::size_t i = 0; i < pattern.size(); ++i) {
+        if (pattern.compare(i, 2, "%%") == 0) ++i;
+        text += pattern[i];
+    }
     return text;
 }
 
@@ -377,6 +389,17 @@ void FieldFile::createJoined(const std::filesystem::path& path, const Layout& la
 FieldFile::FieldFile(const std::filesystem::path& path, Access access,
                      std::optional<MPI_Comm> together)
     : name(path.string()), file(openFile(name, access, together)) {
+    try {
+        openContents();
+        if (access == Access::write) behind.emplace(path);
+    } catch (...) {
+        // To close it would be to wait for others, who may have failed in nothing.
+        if (together) abandon();
+        throw;
+    }
+}
+
+void FieldFile::openContents() {
     requireOurs(file, name);
     readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
@@ -387,10 +410,24 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
         requireChunks(contents, pressure);
         entries = openEntries(file, contents.slabs().count());
     });
-    if (access == Access::write) behind.emplace(path);
 }
 
 bool FieldFile::joined() const { return H5Pget_layout(creationOf(pressure)) == H5D_VIRTUAL; }
+
+std::vector<std::filesystem::path> FieldFile::sources() const {
+    const Properties creation = creationOf(pressure);
+    std::size_t count = 0;
+    checked(H5Pget_virtual_count(creation, &count), "the parts");
+    std::vector<std::filesystem::path> paths;
+    for (std::size_t i = 0; i < count; ++i) {
+        const auto length = checked(H5Pget_virtual_filename(creation, i, nullptr, 0), "a part");
+        std::string part(static_cast<std::size_t>(length) + 1, '\0');
+        checked(H5Pget_virtual_filename(creation, i, part.data(), part.size()), "a part");
+        part.pop_back();
+        paths.push_back(std::filesystem::path(name).parent_path() / plain(part));
+    }
+    return paths;
+}
 
 bool FieldFile::compressed() const {
     return checked(H5Pget_nfilters(creationOf(pressure)), "filters") > 0;
@@ -403,14 +440,13 @@ std::vector<SlabRecord> FieldFile::records() const {
     return records;
 }
 
-void FieldFile::record(std::int64_t slab, std::uint64_t checksum) {
-    const SlabRecord record{checksum, 1};
+void FieldFile::record(std::int64_t slab, const SlabRecord& entry) {
     const auto at = static_cast<hsize_t>(slab);
     const hsize_t one = 1;
-    const Space entry(H5Dget_space(entries), "an entry");
-    checked(H5Sselect_hyperslab(entry, H5S_SELECT_SET, &at, nullptr, &one, nullptr), "an entry");
+    const Space where(H5Dget_space(entries), "an entry");
+    checked(H5Sselect_hyperslab(where, H5S_SELECT_SET, &at, nullptr, &one, nullptr), "an entry");
     const Space memory(H5Screate_simple(1, &one, nullptr), "an entry");
-    checked(H5Dwrite(entries, recordType(), memory, entry, H5P_DEFAULT, &record),
+    checked(H5Dwrite(entries, recordType(), memory, where, H5P_DEFAULT, &entry),
             name + " cannot be written");
 }
 
@@ -452,7 +488,10 @@ Account FieldFile::account() const {
     return account;
 }
 
-void FieldFile::setAccount(const Account& account) { writeAccount(file, account); }
+void FieldFile::setAccount(const Account& account) {
+    writeAccount(file, account);
+    checked(H5Fflush(file, H5F_SCOPE_GLOBAL), name + " cannot be written");
+}
 
 void FieldFile::close() {
     entries = {};

@@ -87,15 +87,20 @@ class FieldFile {
     bool joined() const;
     bool compressed() const;
 
+    /// The files that the values are in, of a joined file.
+    std::vector<std::filesystem::path> sources() const;
+
     /// The entries of all slabs.
     std::vector<SlabRecord> records() const;
-    void record(std::int64_t slab, std::uint64_t checksum);
+    /// Writes an entry: a finished slab has the checksum of its values.
+    void record(std::int64_t slab, const SlabRecord& entry);
 
     /// Moves the values of a box, and where magnitudes are not null, theirs too.
     void write(const LatticeBox& box, const void* values, const float* magnitudes);
     void read(const LatticeBox& box, void* values, float* magnitudes) const;
 
     Account account() const;
+    /// Collective where the file was opened so, with the same account from all.
     void setAccount(const Account& account);
 
     /// Closes it when everything is on the disk, so that failures are seen; collective where it was
@@ -107,6 +112,8 @@ class FieldFile {
     void abandon() noexcept;
 
   private:
+    void openContents();
+
     std::string name;
     hdf5::File file;
     Layout contents;

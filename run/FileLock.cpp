@@ -18,9 +18,9 @@ namespace {
 /// Whether the file at the path is still the open one.
 bool isAt(const std::filesystem::path& path, int descriptor) {
     struct stat there {};
-    struct stat open {};
-    return stat(path.c_str(), &there) == 0 && fstat(descriptor, &open) == 0 &&
-           there.st_ino == open.st_ino;
+    struct stat here {};
+    return stat(path.c_str(), &there) == 0 && fstat(descriptor, &here) == 0 &&
+           there.st_ino == here.st_ino && there.st_dev == here.st_dev;
 }
 
 }  // namespace

@@ -22,8 +22,6 @@ void listenForSignals() {
     action.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
     for (const int signal : {SIGINT, SIGTERM})
         static_cast<void>(sigaction(signal, &action, nullptr));
-    // A file that grows beyond a limit is told by the write that fails.
-    static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 int signalled() noexcept { return lastSignal; }

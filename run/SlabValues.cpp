@@ -6,7 +6,6 @@
 #include <xxhash.h>
 
 #include <cmath>
-#include <new>
 
 namespace run {
 

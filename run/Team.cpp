@@ -50,7 +50,7 @@ void Team::agree(const std::optional<std::string>& failure) const {
         text.resize(static_cast<std::size_t>(length));
         MPI_Bcast(text.data(), length, MPI_CHAR, failed, MPI_COMM_WORLD);
     }
-    throw std::runtime_error(text);
+    throw AgreedFailure(text);
 }
 
 void Team::together(const std::function<void()>& work) {
@@ -72,6 +72,12 @@ void Team::first(const std::function<void()>& work) {
 void Team::abandon(int status) const {
     std::cout.flush();
     if (count > 1) MPI_Barrier(MPI_COMM_WORLD);
+    std::_Exit(status);
+}
+
+void Team::abort(int status) const {
+    std::cout.flush();
+    if (count > 1) MPI_Abort(MPI_COMM_WORLD, status);
     std::_Exit(status);
 }
 

@@ -8,9 +8,16 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace run {
+
+/// What `Team::together` throws: all processes know of it.
+class AgreedFailure : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
 
 /// The processes of a run: those of MPI, or this one alone.
 class Team {
@@ -29,7 +36,7 @@ class Team {
     std::optional<MPI_Comm> communicator() const;
 
     /// Lets everyone do this and go on when all have.
-    /// @throws std::runtime_error in every process, with one failure's text, where any failed
+    /// @throws AgreedFailure in every process, with one failure's text, where any failed
     void together(const std::function<void()>& work);
 
     /// Lets the first do this, as `together`.
@@ -38,6 +45,9 @@ class Team {
     /// Ends every process where it is, when all have come here: after a failure, in which HDF5 may
     /// be left with a file that it cannot close, and would end the process by a signal.
     [[noreturn]] void abandon(int status) const;
+
+    /// Ends every process where it is, whatever the others do.
+    [[noreturn]] void abort(int status) const;
 
     double sum(double value) const;
     std::int64_t largest(std::int64_t value) const;

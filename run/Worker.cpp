@@ -30,8 +30,8 @@ SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
         [&](std::int64_t number) {
             const LatticeBox box = slabs.slab(number);
             values.read(file, box);
-            if (values.checksum(box) != records[static_cast<std::size_t>(number)].checksum)
-                changed.push_back(number);
+            if (values.checksum(box) == records[static_cast<std::size_t>(number)].checksum) return;
+            changed.push_back(number);
         },
         [] {});
     return changed;
@@ -45,7 +45,7 @@ void Worker::compute(const SlabNumbers& numbers) {
         if (!numberOfReady) return;
         const LatticeBox box = slabs.slab(*numberOfReady);
         ready.write(file, box);
-        file.record(*numberOfReady, ready.checksum(box));
+        file.record(*numberOfReady, {ready.checksum(box), 1});
         numberOfReady.reset();
     };
     workOn(
@@ -61,6 +61,10 @@ void Worker::compute(const SlabNumbers& numbers) {
         writeReady);
 }
 
+void Worker::forget(const SlabNumbers& numbers) {
+    for (const std::int64_t number : numbers) file.record(number, {});
+}
+
 SlabNumbers Worker::shareOf(const SlabNumbers& numbers) const {
     SlabNumbers share;
     for (auto i = static_cast<std::size_t>(team.rank()); i < numbers.size();
@@ -72,7 +76,8 @@ SlabNumbers Worker::shareOf(const SlabNumbers& numbers) const {
 void Worker::workOn(const char* what, const SlabNumbers& numbers,
                     const std::function<void(std::int64_t)>& work,
                     const std::function<void()>& last) {
-    if (stopped) return;
+    if (wasStopped) return;
+    bool early = false;
     const std::int64_t all = file.layout().box.points();
     const auto todo =
         static_cast<std::int64_t>(team.sum(static_cast<double>(pointsOf(slabs, numbers))));
@@ -82,7 +87,8 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
     try {
         for (const std::int64_t number : numbers) {
             if (signalled() != 0) conversation.tellStop();
-            if (conversation.stopped()) break;
+            early = signalled() != 0 || conversation.stopped();
+            if (early) break;
             work(number);
             conversation.tellPoints(slabs.slab(number).points());
         }
@@ -95,7 +101,7 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
     team.first([&] {
         if (failure) throw std::runtime_error(*failure);
     });
-    stopped = team.largest(signalled()) != 0;
+    wasStopped = team.largest(early ? 1 : 0) != 0;
 }
 
 }  // namespace run

@@ -12,7 +12,7 @@
 namespace run {
 
 /// One process's part in a file that all processes work on. All call the same operations, which
-/// throw std::runtime_error in all where one failed, and stop early where one has had a signal.
+/// throw `AgreedFailure` in all where one failed, and stop early where one has had a signal.
 class Worker {
   public:
     Worker(Team& team, FieldFile& file);
@@ -27,6 +27,12 @@ class Worker {
     /// Every n-th, in n processes.
     SlabNumbers shareOf(const SlabNumbers& numbers) const;
 
+    /// Takes slabs for unfinished from now on.
+    void forget(const SlabNumbers& numbers);
+
+    /// Whether a signal ended the work early, in any process.
+    bool stopped() const noexcept { return wasStopped; }
+
   private:
     /// Does something to slabs, one after the other, and something in the end.
     void workOn(const char* what, const SlabNumbers& numbers,
@@ -37,7 +43,7 @@ class Worker {
     Slabs slabs;
     SlabValues values;
     SlabValues ready;  ///< computed, and to be written
-    bool stopped = false;
+    bool wasStopped = false;
 };
 
 }  // namespace run

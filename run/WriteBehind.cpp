@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <initializer_list>
 #include <stdexcept>
 #include <system_error>
 
@@ -13,25 +14,29 @@ namespace run {
 
 namespace {
 
-[[noreturn]] void fail(const std::filesystem::path& path) {
+[[noreturn]] void fail(const std::filesystem::path& path, int error) {
     throw std::runtime_error(path.string() +
-                             " cannot be written: " + std::generic_category().message(errno));
+                             " cannot be written: " + std::generic_category().message(error));
 }
 
 /// Has all of a file that is in the system's memory written to the disk, and frees that memory.
-/// Hints: a file system that does not take them loses nothing, and errors wait for `finish`.
-void sendOn(int descriptor) {
+/// @return the number of the disk's error, which is told once, or 0
+int sendOn(int descriptor) {
     constexpr unsigned all =
         SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
-    static_cast<void>(sync_file_range(descriptor, 0, 0, all));
+    if (sync_file_range(descriptor, 0, 0, all) != 0)
+        for (const int error : {EIO, ENOSPC, EDQUOT})
+            if (errno == error) return error;
+    // Any other error says that the file system does not take the hint.
     static_cast<void>(posix_fadvise(descriptor, 0, 0, POSIX_FADV_DONTNEED));
+    return 0;
 }
 
 }  // namespace
 
 WriteBehind::WriteBehind(const std::filesystem::path& path)
     : path(path), descriptor(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
-    if (descriptor < 0) fail(path);
+    if (descriptor < 0) fail(path, errno);
 }
 
 WriteBehind::~WriteBehind() {
@@ -44,14 +49,19 @@ void WriteBehind::wrote(std::int64_t bytes) {
     waiting += bytes;
     if (waiting < atATime) return;
     waiting = 0;
-    if (underWay.valid()) underWay.wait();
+    waitForDisk();
     // In a thread of its own, because a disk that is busy lets whoever sends it something wait.
     underWay = std::async(std::launch::async, &sendOn, descriptor);
 }
 
 void WriteBehind::finish() {
-    if (underWay.valid()) underWay.wait();
-    if (fdatasync(descriptor) != 0) fail(path);
+    waitForDisk();
+    if (fdatasync(descriptor) != 0) fail(path, errno);
+}
+
+void WriteBehind::waitForDisk() {
+    const int error = underWay.valid() ? underWay.get() : 0;
+    if (error != 0) fail(path, error);
 }
 
 }  // namespace run

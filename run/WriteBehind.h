@@ -20,6 +20,7 @@ class WriteBehind {
     ~WriteBehind();
 
     /// Bytes that were written, wherever that was. Waits where the disk is slower than the work.
+    /// @throws std::runtime_error where the disk did not take earlier ones
     void wrote(std::int64_t bytes);
 
     /// Waits until everything is on the disk.
@@ -27,10 +28,12 @@ class WriteBehind {
     void finish();
 
   private:
+    void waitForDisk();
+
     std::filesystem::path path;
     int descriptor;
     std::int64_t waiting = 0;
-    std::future<void> underWay;
+    std::future<int> underWay;  ///< gives the number of the system's error, or 0
 };
 
 }  // namespace run

@@ -32,7 +32,7 @@ bool compress(const std::filesystem::path& path, int level) {
             throw std::runtime_error(path.string() +
                                      " has changed since it was written; --resume mends it");
         values.write(to, box);
-        to.record(i, checksum);
+        to.record(i, {checksum, 1});
         progress.add(box.points());
     }
     to.setAccount(from.account());

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <iostream>
 #include <optional>
@@ -25,33 +27,43 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Tells of slabs that are not what was written. In a compressed file they cannot be replaced.
-void sayChanged(const ComputeCommand& command, const Team& team, const FieldFile& file,
-                const SlabNumbers& changed) {
-    const double count = team.sum(static_cast<double>(changed.size()));
+/// Has slabs that are not what was written count as missing. In a compressed file they cannot be
+/// replaced.
+void giveUp(const ComputeCommand& command, const Team& team, FieldFile& file, Worker& worker,
+            const SlabNumbers& changed) {
+    const auto count = static_cast<std::int64_t>(team.sum(static_cast<double>(changed.size())));
     if (count == 0) return;
     if (file.compressed())
         throw std::runtime_error(command.output.string() +
                                  " has changed since it was compressed: compute it anew");
+    Account account = file.account();
+    account.complete = false;
+    file.setAccount(account);
+    worker.forget(changed);
     if (team.isFirst())
         std::cout << "computing again what has changed since it was written: " << count << " of "
-                  << file.layout().slabs().count() << " slabs\n";
+                  << file.layout().slabs().count() << " slabs" << std::endl;
 }
 
 /// Opens the output and does one process's part in it.
-void computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
+/// @return whether it was not stopped
+bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
     std::vector<SlabRecord> records;
     std::optional<Worker> worker;
+    SlabNumbers todo;
     team.together([&] {
         file.emplace(command.output, FieldFile::Access::write, team.communicator());
         records = file->records();
         worker.emplace(team, *file);
+        todo = worker->shareOf(numbersOf(records, /*finished=*/false));
     });
-    SlabNumbers todo = worker->findChanged(records);
-    team.together([&] { sayChanged(command, team, *file, todo); });
-    const SlabNumbers missing = worker->shareOf(numbersOf(records, /*finished=*/false));
-    todo.insert(todo.end(), missing.begin(), missing.end());
+    const SlabNumbers changed = worker->findChanged(records);
+    team.together([&] {
+        giveUp(command, team, *file, *worker, changed);
+        todo.insert(todo.end(), changed.begin(), changed.end());
+    });
     worker->compute(todo);
+    return !worker->stopped();
 }
 
 /// Writes down whether all slabs are finished, and what that took.
@@ -73,8 +85,9 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
 }
 
 /// Says what there is now, and makes of a complete field what else was asked for.
+/// @param whole whether all finished slabs were compared with their checksums
 /// @return whether nothing is left to do
-bool conclude(const ComputeCommand& command) {
+bool conclude(const ComputeCommand& command, bool whole) {
     const FieldFile file(command.output, FieldFile::Access::read);
     const Layout& layout = file.layout();
     const std::vector<SlabRecord> records = file.records();
@@ -83,6 +96,11 @@ bool conclude(const ComputeCommand& command) {
     if (!missing.empty()) {
         std::cout << name << " has " << records.size() - missing.size() << " of " << records.size()
                   << " slabs; --resume computes the others\n";
+        return false;
+    }
+    if (!whole) {
+        std::cout << name
+                  << " was not compared with its checksums to the end; --resume does that\n";
         return false;
     }
     if (layout.magnitude) writeXdmf(command.output, layout);
@@ -104,12 +122,14 @@ int compute(const ComputeCommand& command, Team& team) {
         prepare(command, team.size());
     });
     if (command.onlyEstimate) return 0;
+    listenForSignals();
 
     const std::string started = texts::timeNow();
     const Clock::time_point begin = Clock::now();
     std::optional<FieldFile> file;
+    bool whole = false;
     try {
-        computeMissing(command, team, file);
+        whole = computeMissing(command, team, file);
     } catch (...) {
         if (file) file->abandon();
         throw;
@@ -121,7 +141,7 @@ int compute(const ComputeCommand& command, Team& team) {
     bool done = true;
     team.first([&] {
         keepAccount(command, team, started, time.count(), memory);
-        done = conclude(command);
+        done = conclude(command, whole);
     });
     const bool stopped = team.largest(done ? 0 : 1) != 0;
     return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;

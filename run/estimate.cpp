@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
-#include <iomanip>
 #include <iostream>
 #include <vector>
 
@@ -45,6 +44,14 @@ double secondsPerPoint(const Layout& layout) {
     return time.count() / static_cast<double>(points);
 }
 
+/// What a process takes: two slabs, and on a device the positions and another copy.
+std::int64_t memoryOf(const Layout& layout) {
+    const auto& [x, y, z] = layout.slabSizes;
+    constexpr std::int64_t onDevice = 2 * 12 + 8;
+    return peakMemory() + 2 * layout.slabBytes() +
+           (layout.request.mode == "cuda" ? onDevice * x * y * z : 0);
+}
+
 }  // namespace
 
 std::int64_t peakMemory() {
@@ -66,13 +73,11 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
               << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
-              << "memory  about " << bytes(peakMemory() + 2 * layout.slabBytes())
-              << " in each process\n"
+              << "memory  about " << bytes(memoryOf(layout)) << " in each process\n"
               << "time    about "
               << texts::duration(each * static_cast<double>(missing) / processes) << " in "
               << processes << (processes == 1 ? " process" : " processes") << ", at "
-              << std::setprecision(3) << each / nano
-              << " ns a point, and the time that the disk takes\n"
+              << texts::figure(each / nano) << " ns a point, and the time that the disk takes\n"
               << std::flush;
 }
 

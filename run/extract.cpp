@@ -1,14 +1,18 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <fstream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
 #include <vector>
 
 #include "run/FieldFile.h"
+#include "run/FileBeside.h"
 #include "run/commands.h"
 
 namespace run {
@@ -33,33 +37,54 @@ LatticeBox boxOf(const ExtractCommand& command, const LatticeBox& whole) {
     return box;
 }
 
+/// Without a part HDF5 would read other values in its place.
+void requireParts(const FieldFile& file) {
+    for (const std::filesystem::path& part : file.sources())
+        static_cast<void>(FieldFile(part, FieldFile::Access::read));
+    rlimit files{};
+    constexpr std::size_t others = 32;
+    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && file.sources().size() + others > files.rlim_cur)
+        throw std::runtime_error("there are more parts than the " + std::to_string(files.rlim_cur) +
+                                 " files that may be open at a time (ulimit -n)");
+}
+
+/// @return whether that could be written
+bool copyValues(const FieldFile& file, const LatticeBox& box, const std::filesystem::path& path) {
+    // Pieces that follow each other in the output: rows, as many as fit.
+    constexpr std::int64_t pointsAtATime = 1 << 20;
+    const std::int64_t x = std::min(box.size[0], pointsAtATime);
+    const std::int64_t y = x < box.size[0] ? 1 : std::max<std::int64_t>(1, pointsAtATime / x);
+    const Slabs pieces(box, {x, y, 1});
+    const std::int64_t bytes = file.layout().request.valueBytes();
+    std::vector<char> values(static_cast<std::size_t>(pointsAtATime * bytes));
+    std::ofstream out(path, std::ios::binary);
+    for (std::int64_t i = 0; i < pieces.count() && out; ++i) {
+        const LatticeBox piece = pieces.slab(i);
+        file.read(piece, values.data(), nullptr);
+        out.write(values.data(), piece.points() * bytes);
+    }
+    out.close();
+    return !out.fail();
+}
+
 }  // namespace
 
 int extract(const ExtractCommand& command) {
     // The field itself above all. A device or a pipe may be there.
-    if (std::filesystem::is_regular_file(command.output))
+    const bool exists = std::filesystem::exists(command.output);
+    if (exists && std::filesystem::is_regular_file(command.output))
         throw std::runtime_error(command.output.string() + " exists: remove it first");
     const FieldFile file(command.file, FieldFile::Access::read);
     if (!file.account().complete)
         throw std::runtime_error(command.file.string() + " is not complete");
+    if (file.joined()) requireParts(file);
     const LatticeBox box = boxOf(command, file.layout().box);
-    // Pieces that follow each other in the output: rows, as many as fit.
-    constexpr std::int64_t pointsAtATime = 1 << 20;
-    const std::int64_t x = std::min(box.size[0], pointsAtATime);
-    const Slabs pieces(box,
-                       {x, x < box.size[0] ? 1 : std::max<std::int64_t>(1, pointsAtATime / x), 1});
-    std::vector<char> values(
-        static_cast<std::size_t>(pointsAtATime * file.layout().request.valueBytes()));
-    std::ofstream out(command.output, std::ios::binary);
-    for (std::int64_t i = 0; i < pieces.count() && out; ++i) {
-        const LatticeBox piece = pieces.slab(i);
-        file.read(piece, values.data(), nullptr);
-        out.write(values.data(), piece.points() * file.layout().request.valueBytes());
-    }
-    out.close();
-    if (!out)
+    // What is there goes on being there.
+    const FileBeside beside(command.output);
+    if (!copyValues(file, box, exists ? command.output : beside.path()))
         throw std::runtime_error(command.output.string() +
                                  " cannot be written: " + std::generic_category().message(errno));
+    if (!exists) beside.takePlace();
     return 0;
 }
 

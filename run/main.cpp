@@ -5,10 +5,11 @@
 
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 #include "run/Hdf5.h"
-#include "run/Interruption.h"
 #include "run/commands.h"
+#include "run/limits.h"
 
 namespace {
 
@@ -19,10 +20,7 @@ struct Executor {
     Team& team;
 
     int operator()(const Answer& answer) const {
-        if (team.isFirst()) {
-            std::cout << answer.out;
-            std::cerr << answer.error;
-        }
+        if (team.isFirst()) std::cout << answer.out;
         return answer.status;
     }
     int operator()(const ComputeCommand& command) const { return compute(command, team); }
@@ -39,17 +37,33 @@ bool isForOne(const Command& command) {
     return !std::holds_alternative<Answer>(command);
 }
 
+void complain(const std::exception& error) {
+    std::cerr << "pistonfield-run: " << error.what() << std::endl;
+}
+
+/// What a command line or a request file has wrong, in one process maybe, is everyone's failure.
+void refuse(const Command& command) {
+    const auto* answer = std::get_if<Answer>(&command);
+    if (answer != nullptr && answer->status != 0) throw std::runtime_error(answer->error);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const Command command = readCommand(argc, argv);
     Team team(isForOne(command));
     hdf5::beSilent();
-    listenForSignals();
+    prepareForFiles();
     try {
-        return std::visit(Executor{team}, command);
-    } catch (const std::exception& error) {
-        if (team.isFirst()) std::cerr << "pistonfield-run: " << error.what() << std::endl;
+        team.together([&] { refuse(command); });
+        const int status = std::visit(Executor{team}, command);
+        if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
+        return status;
+    } catch (const AgreedFailure& failure) {
+        if (team.isFirst()) complain(failure);
         team.abandon(1);
+    } catch (const std::exception& failure) {
+        complain(failure);
+        team.abort(1);
     }
 }

@@ -28,13 +28,16 @@ Layout layoutOf(const ComputeCommand& command) {
     return layout;
 }
 
-/// Takes the room on the disk that a file has by its size, where the file system can do that.
+/// Takes the room on the disk that a file has by its size, where the file system can do that, and
+/// sees to it that what is in it is there.
 void reserve(const std::filesystem::path& path) {
-    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
     const auto size = static_cast<off_t>(std::filesystem::file_size(path));
-    const int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
+    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
+    if (error == EOPNOTSUPP || error == EINTR) error = 0;
+    if (error == 0 && fdatasync(file) != 0) error = errno;
     close(file);
-    if (error == ENOSPC || error == EDQUOT || error == EFBIG)
+    if (error != 0)
         throw std::runtime_error(path.string() + " has no room for its " +
                                  texts::bytes(static_cast<double>(size)) + ": " +
                                  std::generic_category().message(error));

@@ -1,6 +1,5 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-
 #include <iomanip>
 #include <iostream>
 #include <sstream>

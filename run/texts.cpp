@@ -45,6 +45,12 @@ std::string count(double number) {
     return inUnits(number, {"", " thousand", " million", " billion", " trillion"});
 }
 
+std::string figure(double number) {
+    constexpr double ten = 10;
+    constexpr double hundred = 100;
+    return format(number < ten ? "%.2f" : number < hundred ? "%.1f" : "%.0f", number);
+}
+
 std::string timeNow() {
     const std::time_t now = std::time(nullptr);
     std::tm utc{};

@@ -17,6 +17,9 @@ std::string bytes(double count);
 /// "950", "12.5 thousand", "8.0 billion"
 std::string count(double number);
 
+/// Three digits, or as many as the number has before its point.
+std::string figure(double number);
+
 /// The time now in UTC, as 2026-11-21T09:30:00Z.
 std::string timeNow();
 

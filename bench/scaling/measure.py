@@ -3,13 +3,14 @@
 
 """What pistonfield-run costs beside the library, how it scales, and how fast it writes.
 
-measure.py FOLDER_OF_PROGRAMS FOLDER_FOR_FIELDS
+measure.py FOLDER_OF_PROGRAMS FOLDER_FOR_FIELDS overhead|processes|disk|memory
 """
 
 import os
 import subprocess
 import sys
 import time
+from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 import h5py
@@ -69,27 +70,33 @@ def overhead():
               f'{short / alone - 1:18.1%}', flush=True)
 
 
-def scaling():
-    print('\nOne process and two, each on a core, order 32; efficiency of strong and weak scaling, the '
-          f'least times of {REPEATS} in turn.\n"whole" counts the start of mpirun and of MPI.\n')
-    print('mode   points 1, 2           strong: s 1, s 2, efficiency, whole   '
-          'weak: s 1, s 2, efficiency')
-    for mode in ('cpu', 'cpusp'):
-        half, full = (512, 512, 200), (512, 512, 400)
+def bare_side_by_side(sizes, mode, order):
+    """The seconds of the library in two processes at a time, each with a field of these sizes."""
+    return max(ThreadPoolExecutor().map(lambda _: bare(sizes, mode, order), range(2)))
+
+
+def processes():
+    print('One process and two, each on a core: seconds, and the efficiency of the second one, the same '
+          f'field for both (strong)\nand twice the field for two (weak); the least times of {REPEATS} in '
+          'turn. "library" is the weak efficiency of the bare\nlibrary in two processes: what the '
+          'machine allows. "whole" is strong, with the start of mpirun and of MPI.\n')
+    half, full = (512, 512, 200), (512, 512, 400)
+    print('mode   order  library   one, half   one    two   strong   weak   whole')
+    for mode, order in (('cpu', 32), ('cpu', 100), ('cpusp', 32), ('cpusp', 100)):
         times = []
         for _ in range(REPEATS):
-            one, two = computed(full, mode, 32), computed(full, mode, 32, processes=2)
-            small = computed(half, mode, 32)
-            times.append((one[1], two[1], one[0], two[0], small[1]))
-        one, two, whole_one, whole_two, small = (min(column) for column in zip(*times))
-        print(f'{mode:5} {512 * 512 * 200:11} {512 * 512 * 400:10} {one:14.2f} {two:5.2f} '
-              f'{one / two / 2:11.2f} {whole_one / whole_two / 2:6.2f} {small:14.2f} {two:5.2f} '
-              f'{small / two:11.2f}', flush=True)
+            one, two = computed(full, mode, order), computed(full, mode, order, processes=2)
+            small = computed(half, mode, order)
+            times.append((bare(half, mode, order), bare_side_by_side(half, mode, order), small[1], one[1],
+                          two[1], one[0], two[0]))
+        alone, beside, small, one, two, whole_one, whole_two = (min(c) for c in zip(*times))
+        print(f'{mode:5} {order:6} {alone / beside:8.2f} {small:11.2f} {one:6.2f} {two:6.2f} '
+              f'{one / two / 2:8.2f} {small / two:6.2f} {whole_one / whole_two / 2:7.2f}', flush=True)
 
 
 def disk():
     """Both write 4.2 GB, first into the system's memory for files, then to the disk."""
-    print('\nWriting: a field of order 1, and dd in blocks of 4 MB of the same size; GB/s\n')
+    print('Writing: a field of order 1, and dd in blocks of 4 MB of the same size; GB/s\n')
     print('what               without waiting for the disk   with')
     sizes = (512, 512, 800)
     rates = {'dd': [], 'pistonfield-run': [], 'pistonfield-run, 2': []}
@@ -112,7 +119,7 @@ def disk():
 
 
 def memory():
-    print('\nPeak memory of the process that takes most, order 1, cpusp, without magnitude, MB\n')
+    print('Peak memory of the process that takes most, order 1, cpusp, without magnitude, MB\n')
     print('points        1 process   2 processes')
     for sizes in ((1000, 1000, 10), (1000, 1000, 100), (1000, 1000, 1000)):
         peaks = [computed(sizes, 'cpusp', 1, processes=n, options=['--no-magnitude'])[2]
@@ -121,10 +128,4 @@ def memory():
               flush=True)
 
 
-FIELDS.mkdir(exist_ok=True)
-overhead()
-scaling()
-disk()
-memory()
-for leftover in FIELDS.glob('*'):
-    leftover.unlink()
+{'overhead': overhead, 'processes': processes, 'disk': disk, 'memory': memory}[sys.argv[3]]()

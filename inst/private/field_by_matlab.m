@@ -5,7 +5,8 @@ function source = field_by_matlab(caller, file)
   % source = field_by_matlab(caller, file): a file of pistonfield-run as MATLAB reads it: struct
   % with the request, the points in the file, and read(first, count).
   try
-    names = {h5info(file, '/').Attributes.Name};
+    contents = h5info(file, '/');
+    names = {contents.Attributes.Name};
     points = h5info(file, '/pressure').Dataspace.Size;
   catch reason
     require(false, caller, 'file', '%s', reason.message);
@@ -17,8 +18,8 @@ function source = field_by_matlab(caller, file)
           '%s is not a file of pistonfield-run', file);
   % MATLAB turns the dimensions of a file around.
   found.transform = found.transform.';
-  if isfield(found, 'table')
-    found.table = found.table.';
+  if any(strcmp({contents.Datasets.Name}, 'table'))
+    found.table = h5read(file, '/table').';
   end
   found.complete = found.complete ~= 0;
   source = struct('request', field_request(found), 'points', points, ...

@@ -122,7 +122,7 @@ TEST(CommandLine, OutsideOfARangeIsRefused) {
 }
 
 TEST(CommandLine, WithoutOutputOrWithTooMuchIsRefused) {
-    EXPECT_THAT(complaint({}), StartsWith("pistonfield-run: output is required;"));
+    EXPECT_THAT(complaint({}), StartsWith("output is required;"));
     EXPECT_THAT(complaint(complete({"--order", "3", "--bogus"})), HasSubstr("--bogus"));
     EXPECT_THAT(complaint({"a.h5", "b.h5"}), HasSubstr("b.h5"));
 }
@@ -159,7 +159,7 @@ TEST(Part, OfAnotherFormIsRefused) {
     for (const std::string text :
          {"3", "3/", "/3", "0/3", "4/3", "-1/3", "1/3x", "1:3", "a/b", "1/99999999999999999999"})
         EXPECT_THAT(complaint({"--part=" + text, "f.h5"}),
-                    StartsWith("pistonfield-run: --part: '" + text + "' is not of the form 3/10;"));
+                    StartsWith("--part: '" + text + "' is not of the form 3/10;"));
 }
 
 // --- files
@@ -184,8 +184,7 @@ TEST_F(CommandFiles, TableThatIsNoneIsRefused) {
     for (const char* text : {"", "1 2 3", "1 2 three", "1, 2"}) {
         const std::string name = file(text);
         EXPECT_THAT(complaint(complete({"--table", name})),
-                    StartsWith("pistonfield-run: --table: " + name +
-                               " is no list of abscissas and weights;"));
+                    StartsWith("--table: " + name + " is no list of abscissas and weights;"));
     }
     EXPECT_THAT(complaint(complete({"--table", "/nowhere"})), HasSubstr("/nowhere"));
     EXPECT_THAT(complaint(complete({"--table", file("0 2"), "--order", "1"})),

@@ -40,7 +40,7 @@ void writeAll(FieldFile& file) {
     const run::Slabs slabs = file.layout().slabs();
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
         writePattern<T>(file, slabs.slab(i));
-        file.record(i, 0x9E3779B97F4A7C15U * static_cast<std::uint64_t>(i + 1));
+        file.record(i, {0x9E3779B97F4A7C15U * static_cast<std::uint64_t>(i + 1), 1});
     }
 }
 
@@ -187,9 +187,9 @@ TEST_F(FieldFiles, KeepsEachSlabsEntry) {
     FieldFile::create(path, smallLayout());
     {
         FieldFile file(path, Access::write);
-        file.record(5, 0x8123456789ABCDEFU);
-        file.record(0, 7);
-        file.record(5, 0xFEDCBA9876543210U);
+        file.record(5, {0x8123456789ABCDEFU, 1});
+        file.record(0, {7, 1});
+        file.record(5, {0xFEDCBA9876543210U, 1});
         file.close();
     }
     const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();

@@ -5,9 +5,11 @@
 // environment says.
 //   WRITES       how many happen
 //   WRITES_THEN  "ENOSPC": all later ones fail, the disk being full; "SIGKILL": the process ends
+//                "EIO": writes succeed, and what should bring them to the disk fails
 //   WRITES_RANK  the process of an MPI run that it is about; all of them where it is not there
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -43,7 +45,7 @@ bool isAbout() {
 bool fails(int file) {
     static const bool about = isAbout();
     static std::atomic<long> left = std::strtol(variable("WRITES").data(), nullptr, 10);
-    if (!about || !isField(file) || left-- > 0) return false;
+    if (!about || variable("WRITES_THEN") == "EIO" || !isField(file) || left-- > 0) return false;
     if (variable("WRITES_THEN") == "SIGKILL") static_cast<void>(raise(SIGKILL));
     errno = ENOSPC;
     return true;
@@ -58,6 +60,15 @@ ssize_t replaced(const char* name, int file, Arguments... arguments) {
 }  // namespace
 
 extern "C" {
+
+int sync_file_range(int file, off64_t at, off64_t size, unsigned flags) {
+    if (variable("WRITES_THEN") == "EIO") {
+        errno = EIO;
+        return -1;
+    }
+    return reinterpret_cast<decltype(&sync_file_range)>(dlsym(RTLD_NEXT, "sync_file_range"))(
+        file, at, size, flags);
+}
 
 ssize_t write(int file, const void* data, size_t size) {
     return replaced<decltype(&write)>("write", file, data, size);

@@ -5,16 +5,21 @@ not work on one output."""
 
 import os
 import signal
+import subprocess
 import time
 import unittest
 
 import h5py
-from programs import PROGRAM, ProgramTest, arrays, options
+from programs import PROGRAM, ProgramTest, arrays, options, slab_boxes
 
 
 class InterruptionsTest(ProgramTest):
     # Some seconds of work, in hundreds of slabs.
     request = options(sizes=(60, 50, 40), order=6000) + ["--slab", 300]
+
+    def line_of(self, process, beginning):
+        """The first line of the output that begins so, or nothing."""
+        return next((line for line in process.stdout if line.startswith(beginning)), "")
 
     def finished(self, name="field.h5"):
         if not self.at(name).exists():
@@ -64,6 +69,40 @@ class InterruptionsTest(ProgramTest):
         again.communicate(timeout=60)
         self.assertEqual(again.returncode, 128 + signal.SIGTERM)
         self.at("field.h5").unlink()
+
+    def damage(self, name, count):
+        """Changes a bit of each of the last slabs."""
+        with h5py.File(self.at(name), "r+") as file:
+            for box in slab_boxes(file)[-count:]:
+                values = file["pressure"][box]
+                values.view("u1").reshape(-1)[0] ^= 1
+                file["pressure"][box] = values
+
+    def test_while_changed_slabs_are_computed_again_leave_them_missing(self):
+        request = options(sizes=(60, 50, 4), order=6000) + ["--slab", 300]
+        self.run_program(*request, "field.h5")
+        expected = arrays(self.at("field.h5"))
+        self.damage("field.h5", 36)
+        process = self.start("field.h5", "--resume")
+        self.assertIn("computing again", self.line_of(process, "computing again"))
+        process.send_signal(signal.SIGTERM)
+        out, _ = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 128 + signal.SIGTERM, out)
+        with h5py.File(self.at("field.h5")) as file:
+            self.assertEqual(file.attrs["complete"], 0)
+        self.assertIn(" 0 changed", self.run_program("verify", "field.h5", status=1).out)
+        self.run_program("field.h5", "--resume")
+        self.assert_same_field(self.at("field.h5"), expected)
+
+    def test_end_a_verification_at_once(self):
+        self.run_program(*options(sizes=(300, 300, 100), order=1), "field.h5")
+        process = subprocess.Popen(
+            [PROGRAM, "verify"] + ["field.h5"] * 1000, cwd=self.folder, stdout=subprocess.PIPE
+        )
+        process.stdout.readline()
+        process.send_signal(signal.SIGTERM)
+        process.communicate(timeout=60)
+        self.assertEqual(process.returncode, -signal.SIGTERM)
 
     def test_of_one_process_end_with_the_signals_status(self):
         for number in (signal.SIGINT, signal.SIGTERM):

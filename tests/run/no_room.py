@@ -49,6 +49,15 @@ class FailingWritesTest(ProgramTest):
             **others,
         }
 
+    def test_that_do_not_reach_the_disk_end_the_run_in_one_line(self):
+        # More than is sent to the disk at a time.
+        request = options(sizes=(400, 400, 60), order=1)
+        failing = self.failing(0, WRITES_THEN="EIO")
+        for ranks in (1, 4):
+            name = f"{ranks}.h5"
+            message = self.refused(*request, name, ranks=ranks, env=failing)
+            self.assertIn(f"{name} cannot be written: Input/output error", message)
+
     def test_of_one_process_end_the_run_in_one_line(self):
         finished = []
         for writes in (30, 60, 90):

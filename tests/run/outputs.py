@@ -106,6 +106,14 @@ class RequestTest(ProgramTest):
         self.run_program(*options(mode="cpusp", order=21), "options.h5")
         self.assert_same_field(self.at("file.h5"), arrays(self.at("options.h5")))
 
+    def test_that_cannot_be_shown_is_told(self):
+        self.run_program(*options(), "field.h5")
+        with open("/dev/full", "w", encoding="ascii") as full:
+            words = [PROGRAM, "show", self.at("field.h5")]
+            run = subprocess.run(words, stdout=full, stderr=subprocess.PIPE, text=True)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("the standard output cannot be written", run.stderr)
+
     def test_options_go_before_files(self):
         self.at("request.txt").write_text(f"transform = {TILTED}\nsizes = [23, 17, 19]\nk = 1\n")
         words = ["--request", "request.txt", "-l", "5e-3", "-s", "7.5e-3", "-k", "4188.79"]

@@ -81,6 +81,8 @@ class PartsTest(ProgramTest):
             self.assertTrue(numpy.all(numpy.isnan(found[name][before:after])), name)
             self.assert_same_bits(found[name][:before], values[:before], name)
             self.assert_same_bits(found[name][after:], values[after:], name)
+        message = self.refused("extract", "field.h5", "values")
+        self.assertIn("field.part-2-of-3.h5 cannot be opened", message)
 
     def test_joined_tell_who_computed_them(self):
         parts = self.compute_parts()

@@ -2,9 +2,10 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """A field is the same whatever the processes and the slabs that it is computed in."""
 
+import subprocess
 import unittest
 
-from programs import MODES, ProgramTest, arrays, options
+from programs import MODES, MPIRUN, PROGRAM, ProgramTest, arrays, options
 
 
 class ProcessesTest(ProgramTest):
@@ -42,6 +43,18 @@ class ProcessesTest(ProgramTest):
                     for dataset, cut in values.items():
                         nz, ny, nx = cut.shape
                         self.assert_same_bits(cut, whole[dataset][:nz, :ny, :nx], dataset)
+
+
+    def test_of_which_one_has_a_bad_command_line_all_end(self):
+        good = [PROGRAM, *options(), "field.h5"]
+        bad = [PROGRAM, *options(), "--bogus", "field.h5"]
+        for first, second in [(good, bad), (bad, good)]:
+            words = [MPIRUN, "--oversubscribe", "-n", "1", *first, ":", "-n", "1", *second]
+            run = subprocess.run(words, cwd=self.folder, capture_output=True, text=True, timeout=60)
+            self.assertNotEqual(run.returncode, 0)
+            self.assertIn("pistonfield-run: ", run.stderr)
+            self.assertIn("--bogus", run.stderr)
+        self.assertEqual(self.files(), [])
 
 
 if __name__ == "__main__":

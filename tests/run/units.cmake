@@ -1,11 +1,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# The parts of pistonfield-run, in one process. Its libraries are known in its own folder only.
-find_package(MPI REQUIRED COMPONENTS CXX)
-find_package(PkgConfig REQUIRED)
-pkg_check_modules(HDF5_PARALLEL REQUIRED IMPORTED_TARGET hdf5-openmpi)
-pkg_check_modules(XXHASH REQUIRED IMPORTED_TARGET libxxhash)
+# The parts of pistonfield-run, in one process.
 pistonfield_test(run_test
   CommandTest.cpp
   DamagedFilesTest.cpp

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "ModeField.h"
 
+#include "core/SilentOutput.h"
 #include "matlab_src/Gateway.h"
 #include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
-#include "core/SilentOutput.h"
 
 const char* nameOf(Mode mode) {
     constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};
