@@ -13,7 +13,8 @@ set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
 need_packages "${run_packages[@]}" "${reader_packages[@]}"
-build_benchmarks -D PISTONFIELD_RUN=ON
+cmake --preset bench -D PISTONFIELD_RUN=ON >/dev/null
+build_benchmarks
 
 # mpirun asks for these where it is called by root.
 export OMPI_ALLOW_RUN_AS_ROOT=1 OMPI_ALLOW_RUN_AS_ROOT_CONFIRM=1

@@ -17,11 +17,10 @@ need_packages() {
   ((${#missing[@]} == 0)) || die "these Debian packages are missing: ${missing[*]}"
 }
 
-# build_benchmarks [options of cmake]
 build_benchmarks() {
   need_packages cmake ninja-build g++ octave octave-dev libbenchmark-dev
   say "building in build-bench/"
-  cmake --preset bench "$@" >/dev/null
+  cmake --preset bench >/dev/null
   cmake --build --preset bench --parallel "$(nproc)" >/dev/null
 }
 

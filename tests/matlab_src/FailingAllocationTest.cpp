@@ -4,10 +4,10 @@
 // Each allocation of a call in turn finds no memory, alone and with all that follow it.
 #include <cstdio>
 
+#include "core/SilentOutput.h"
 #include "cuda_runtime/emulated/Emulator.h"
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
-#include "core/SilentOutput.h"
 
 using cuda_runtime::emulated::Emulator;
 using cuda_runtime::emulated::emulator;
