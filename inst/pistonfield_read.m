@@ -8,8 +8,8 @@ function [p, request] = pistonfield_read(file, varargin)
   %   MATLAB reads the file itself. Octave cannot: it has no h5read, and its load reads the complex
   %   numbers of such a file as zeros, without a word. There the program pistonfield-run extracts
   %   them, to a temporary file of the size of what is read. It is looked for in the option
-  %   'program', the environment variable PISTONFIELD_RUN, the folders of PATH, and build/run
-  %   beside the folder of this function.
+  %   'program', the environment variable PISTONFIELD_RUN, the folders of PATH, and build-run/run
+  %   and build/run beside the folder of this function.
   %
   %   A file that is not complete is refused: `pistonfield-run --resume` completes it.
   %

@@ -25,7 +25,11 @@ end
 function program = find_program(caller, given)
   require(ischar(given), caller, 'program', 'program must be the name of a file');
   project = fileparts(fileparts(fileparts(mfilename('fullpath'))));
-  beside = fullfile(project, 'build', 'run', 'pistonfield-run');
+  built = @(folder) fullfile(project, folder, 'run', 'pistonfield-run');
+  beside = built('build-run');
+  if exist(beside, 'file') ~= 2
+    beside = built('build');
+  end
   places = {given, getenv('PISTONFIELD_RUN'), ...
             file_in_path(getenv('PATH'), 'pistonfield-run'), beside};
   program = places{find(~cellfun(@isempty, places), 1)};
