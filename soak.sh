@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# Runs the long checks whole and prints their figures.
+# Runs the long checks whole and prints their figures. Takes about half an hour on two cores.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh
