@@ -9,8 +9,7 @@
 #include <limits>
 #include <stdexcept>
 
-#include "run/attributes.h"
-#include "run/revision.h"
+#include "run/description.h"
 
 namespace run {
 
@@ -23,12 +22,9 @@ using hdf5::Type;
 
 namespace {
 
-constexpr const char* creator = "pistonfield-run";
-constexpr std::int64_t format = 1;
 constexpr const char* pressureName = "pressure";
 constexpr const char* magnitudeName = "magnitude";
 constexpr const char* entriesName = "slabs";
-constexpr const char* tableName = "table";
 
 /// Sizes or coordinates in the order of the file, slowest first.
 using Extent = std::array<hsize_t, 3>;
@@ -145,68 +141,6 @@ bool exists(hid_t file, const char* name) {
     return checked(H5Lexists(file, name, H5P_DEFAULT), name) > 0;
 }
 
-/// A dataset, because attributes have at most 64 kB.
-void writeTable(hid_t file, const std::vector<double>& table) {
-    if (table.empty()) return;
-    const std::array<hsize_t, 2> sizes{table.size() / 2, 2};
-    const Dataset dataset = createDataset(
-        file, tableName, H5T_NATIVE_DOUBLE,
-        {H5Screate_simple(2, sizes.data(), nullptr), "the table's space"}, datasetProperties());
-    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
-            tableName);
-}
-
-std::vector<double> readTable(hid_t file) {
-    if (!exists(file, tableName)) return {};
-    const Dataset dataset = openDataset(file, tableName);
-    const Space space(H5Dget_space(dataset), "the table's space");
-    const auto numbers = checked(H5Sget_simple_extent_npoints(space), tableName);
-    std::vector<double> table(static_cast<std::size_t>(numbers));
-    checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
-            tableName);
-    return table;
-}
-
-void describe(hid_t file, const Layout& layout) {
-    const Request& request = layout.request;
-    const auto one = [](auto value) { return std::array{value}; };
-    attributes::write(file, "creator", creator);
-    attributes::write(file, "version", revision());
-    attributes::write(file, "format", one(format));
-    attributes::write(file, "transform", request.transform, {4, 4});
-    attributes::write(file, "sizes", request.sizes, {3});
-    attributes::write(file, "l", one(request.l));
-    attributes::write(file, "s", one(request.s));
-    attributes::write(file, "k", one(request.k));
-    attributes::write(file, "mode", request.mode);
-    attributes::write(file, "order", one(std::int64_t{request.order}));
-    writeTable(file, request.table);
-    attributes::write(file, "first_point", layout.box.first, {3});
-    attributes::write(file, "slab_sizes", layout.slabSizes, {3});
-    attributes::write(file, "conventions",
-                      "p = k/(2 pi) * integral over the piston of exp(-j*k*R)/R dS, for the time "
-                      "dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa");
-    attributes::write(file, "units",
-                      "transform, l and s in one unit of length, k in radians per that unit, "
-                      "pressure and magnitude without unit, seconds in s, peak_memory in bytes");
-    attributes::write(file, "axes",
-                      "pressure[iz][iy][ix] is at transform * (ix, iy, iz, 1), divided by the "
-                      "transform's last element; indices count from first_point");
-}
-
-void writeAccount(hid_t file, const Account& account) {
-    const auto one = [](auto value) { return std::array{value}; };
-    constexpr std::size_t hostRoom = 255;
-    constexpr std::size_t timeRoom = 20;
-    attributes::write(file, "host", account.host, hostRoom);
-    attributes::write(file, "started", account.started, timeRoom);
-    attributes::write(file, "finished", account.finished, timeRoom);
-    attributes::write(file, "seconds", one(account.seconds));
-    attributes::write(file, "processes", one(account.processes));
-    attributes::write(file, "peak_memory", one(account.peakMemory));
-    attributes::write(file, "complete", one(std::int64_t{account.complete ? 1 : 0}));
-}
-
 File createFile(const std::filesystem::path& path) {
     const Properties creation(H5Pcreate(H5P_FILE_CREATE), "creation");
     checked(H5Pset_obj_track_times(creation, false), "times");
@@ -219,51 +153,6 @@ File openFile(const std::string& name, FieldFile::Access access,
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
     return {H5Fopen(name.c_str(), flags, accessProperties(together)),
             name + " cannot be opened as HDF5"};
-}
-
-/// The format of a file that this program wrote, none of another.
-std::optional<std::vector<std::int64_t>> formatOf(hid_t file) {
-    try {
-        if (attributes::readText(file, "creator") != creator) return std::nullopt;
-        return attributes::readIntegers(file, "format");
-    } catch (const std::runtime_error&) {
-        return std::nullopt;
-    }
-}
-
-void requireOurs(hid_t file, const std::string& name) {
-    const auto found = formatOf(file);
-    if (!found) throw std::runtime_error(name + " is not a file of " + creator);
-    if (*found != std::vector{format})
-        throw std::runtime_error(name + " has a format that this version does not know");
-}
-
-template <class T, std::size_t n>
-std::array<T, n> readArray(const std::vector<T>& values, const char* name) {
-    if (values.size() != n) throw std::runtime_error(std::string(name) + " has another size");
-    std::array<T, n> array{};
-    std::copy(values.begin(), values.end(), array.begin());
-    return array;
-}
-
-Request readRequest(hid_t file) {
-    const auto real = [file](const char* name) {
-        return readArray<double, 1>(attributes::readReals(file, name), name)[0];
-    };
-    Request request;
-    request.transform =
-        readArray<double, 16>(attributes::readReals(file, "transform"), "transform");
-    request.sizes = readArray<std::int64_t, 3>(attributes::readIntegers(file, "sizes"), "sizes");
-    request.l = real("l");
-    request.s = real("s");
-    request.k = real("k");
-    request.mode = attributes::readText(file, "mode");
-    const std::int64_t order =
-        readArray<std::int64_t, 1>(attributes::readIntegers(file, "order"), "order")[0];
-    // What does not fit is refused as what is too large.
-    request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
-    request.table = readTable(file);
-    return request;
 }
 
 std::array<std::int64_t, 3> sizesOf(const Dataset& dataset) {
@@ -314,12 +203,8 @@ Dataset openEntries(hid_t file, std::int64_t count) {
 
 Layout readLayout(hid_t file, const Dataset& pressure) {
     Layout layout;
-    layout.request = readRequest(file);
-    layout.box.first =
-        readArray<std::int64_t, 3>(attributes::readIntegers(file, "first_point"), "first_point");
+    description::read(file, layout);
     layout.box.size = sizesOf(pressure);
-    layout.slabSizes =
-        readArray<std::int64_t, 3>(attributes::readIntegers(file, "slab_sizes"), "slab_sizes");
     layout.magnitude = exists(file, magnitudeName);
     requireSound(layout);
     return layout;
@@ -345,8 +230,8 @@ std::int64_t Layout::slabBytes() const {
 
 void FieldFile::create(const std::filesystem::path& path, const Layout& layout, int deflate) {
     File file = createFile(path);
-    describe(file, layout);
-    writeAccount(file, {});
+    description::write(file, layout);
+    description::writeAccount(file, {});
     const Space points = spaceOf(layout.box.size);
     const Properties chunks = chunkProperties(layout, deflate);
     createDataset(file, pressureName, complexType(layout.request.singlePrecision()), points,
@@ -364,8 +249,8 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
 void FieldFile::createJoined(const std::filesystem::path& path, const Layout& layout,
                              std::span<const Source> sources) {
     File file = createFile(path);
-    describe(file, layout);
-    writeAccount(file, {});
+    description::write(file, layout);
+    description::writeAccount(file, {});
     const Space points = spaceOf(layout.box.size);
     const auto create = [&](const char* name, hid_t type, const void* missing) {
         const Properties properties = virtualProperties(layout, sources, name);
@@ -400,7 +285,7 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
 }
 
 void FieldFile::openContents() {
-    requireOurs(file, name);
+    description::requireOurs(file, name);
     readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
         contents = readLayout(file, pressure);
@@ -472,24 +357,12 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
 
 Account FieldFile::account() const {
     Account account;
-    readSoundly(name, [&] {
-        const auto integer = [this](const char* name) {
-            return readArray<std::int64_t, 1>(attributes::readIntegers(file, name), name)[0];
-        };
-        account.host = attributes::readText(file, "host");
-        account.started = attributes::readText(file, "started");
-        account.finished = attributes::readText(file, "finished");
-        account.seconds =
-            readArray<double, 1>(attributes::readReals(file, "seconds"), "seconds")[0];
-        account.processes = integer("processes");
-        account.peakMemory = integer("peak_memory");
-        account.complete = integer("complete") != 0;
-    });
+    readSoundly(name, [&] { account = description::readAccount(file); });
     return account;
 }
 
 void FieldFile::setAccount(const Account& account) {
-    writeAccount(file, account);
+    description::writeAccount(file, account);
     checked(H5Fflush(file, H5F_SCOPE_GLOBAL), name + " cannot be written");
 }
 

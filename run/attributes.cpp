@@ -53,6 +53,12 @@ std::vector<T> readAs(hid_t object, const char* name, hid_t type) {
     return values;
 }
 
+template <class T>
+T only(const std::vector<T>& values, const char* name) {
+    if (values.size() != 1) throw std::runtime_error(std::string(name) + " has another size");
+    return values.front();
+}
+
 }  // namespace
 
 bool exists(hid_t object, const char* name) {
@@ -69,6 +75,14 @@ void write(hid_t object, const char* name, std::span<const std::int64_t> values,
     writeAs(object, name, H5T_NATIVE_INT64, values.data(), dimensions);
 }
 
+void write(hid_t object, const char* name, double value) {
+    writeAs(object, name, H5T_NATIVE_DOUBLE, &value, {});
+}
+
+void write(hid_t object, const char* name, std::int64_t value) {
+    writeAs(object, name, H5T_NATIVE_INT64, &value, {});
+}
+
 void write(hid_t object, const char* name, const std::string& text, std::size_t room) {
     const Attribute attribute = create(object, name, textType(std::max(room, text.size())), {});
     checked(H5Awrite(attribute, textType(text.size()), text.c_str()), called(name));
@@ -80,6 +94,12 @@ std::vector<double> readReals(hid_t object, const char* name) {
 
 std::vector<std::int64_t> readIntegers(hid_t object, const char* name) {
     return readAs<std::int64_t>(object, name, H5T_NATIVE_INT64);
+}
+
+double readReal(hid_t object, const char* name) { return only(readReals(object, name), name); }
+
+std::int64_t readInteger(hid_t object, const char* name) {
+    return only(readIntegers(object, name), name);
 }
 
 std::string readText(hid_t object, const char* name) {

@@ -20,12 +20,16 @@ void write(hid_t object, const char* name, std::span<const double> values,
            const std::vector<hsize_t>& dimensions = {});
 void write(hid_t object, const char* name, std::span<const std::int64_t> values,
            const std::vector<hsize_t>& dimensions = {});
+void write(hid_t object, const char* name, double value);
+void write(hid_t object, const char* name, std::int64_t value);
 /// @param room characters that the attribute is to have room for, when it is created; what does not
 ///             fit is cut off
 void write(hid_t object, const char* name, const std::string& text, std::size_t room = 0);
 
 std::vector<double> readReals(hid_t object, const char* name);
 std::vector<std::int64_t> readIntegers(hid_t object, const char* name);
+double readReal(hid_t object, const char* name);
+std::int64_t readInteger(hid_t object, const char* name);
 std::string readText(hid_t object, const char* name);
 
 }  // namespace run::attributes
