@@ -5,6 +5,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <fstream>
+#include <regex>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -101,9 +103,11 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
            "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position "
            "before the piston, which lies in z = 0 around the origin")
         ->expected(16)
+        ->allow_extra_args(false)
         ->group(group);
     app.add_option("--sizes", parsed.sizes, "points along the lattice's directions x, y and z")
         ->expected(3)
+        ->allow_extra_args(false)
         ->group(group);
     app.add_option("-l", request.l, "the piston's side along y")->group(group);
     app.add_option("-s", request.s, "the piston's side along x")->group(group);
@@ -168,8 +172,11 @@ CLI::App* addExtract(CLI::App& app, ExtractCommand& command, Parsed& parsed) {
     sub->add_option("file", command.file, "a file of a field")->required();
     sub->add_option("output", command.output, "the file to write")->required();
     sub->add_option("--first", parsed.first, "indices of the first point; by default the file's")
-        ->expected(3);
-    sub->add_option("--size", parsed.size, "points along x, y and z; all by default")->expected(3);
+        ->expected(3)
+        ->allow_extra_args(false);
+    sub->add_option("--size,--sizes", parsed.size, "points along x, y and z; all by default")
+        ->expected(3)
+        ->allow_extra_args(false);
     return sub;
 }
 
@@ -180,7 +187,19 @@ CLI::App* addShow(CLI::App& app, ShowCommand& command) {
     return sub;
 }
 
+/// Of an option that is there twice CLI11 would take the first.
+void requireOnce(const std::string& path) {
+    std::ifstream in(path);
+    std::set<std::string> keys;
+    const std::regex assignment(R"(\s*([\w-]+)\s*=.*)");
+    std::smatch found;
+    for (std::string line; std::getline(in, line);)
+        if (std::regex_match(line, found, assignment) && !keys.insert(found[1]).second)
+            throw CLI::ValidationError("--request", path + " has " + found[1].str() + " twice");
+}
+
 void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) {
+    if (app.count("--request") > 0) requireOnce(app["--request"]->as<std::string>());
     if (command.output.empty()) throw CLI::RequiredError("output");
     Request& request = command.request;
     copyTo(parsed.transform, request.transform);
@@ -207,6 +226,14 @@ std::vector<std::string> wordsOf(int argc, const char* const* argv) {
         if (word.starts_with("-.")) word.insert(1, "0");
     std::reverse(words.begin(), words.end());
     return words;
+}
+
+/// CLI11's words; of a request file it says little.
+std::string complaintOf(const CLI::Error& error) {
+    const std::string before = "INI was not able to parse ";
+    const std::string text = error.what();
+    if (!text.starts_with(before)) return text + "; see --help";
+    return "--request: '" + text.substr(before.size()) + "' is no option; see --help";
 }
 
 }  // namespace
@@ -248,7 +275,7 @@ Command readCommand(int argc, const char* const* argv) {
     } catch (const CLI::ParseError& error) {
         std::ostringstream out;
         if (app.exit(error, out, out) == 0) return Answer{0, out.str(), ""};
-        return Answer{1, "", std::string(error.what()) + "; see --help"};
+        return Answer{1, "", complaintOf(error)};
     }
 }
 
@@ -260,9 +287,13 @@ std::optional<std::string> contradiction(const ComputeCommand& command, const Re
 }
 
 void checkComplete(const ComputeCommand& command) {
+    std::string missing;
     for (const RequestOption& option : requestOptions)
         if (option.needed && !command.given.contains(option.name))
-            throw std::runtime_error(std::string(option.name) + " is missing");
+            missing.append(missing.empty() ? "" : ", ").append(option.name);
+    if (!missing.empty())
+        throw std::runtime_error(missing + " is missing, and there is no " +
+                                 command.output.string() + " to go on with");
     check(command.request);
 }
 

@@ -48,6 +48,11 @@ void check(const Request& request) {
     if (std::find(modes.begin(), modes.end(), request.mode) == modes.end())
         refuse("--mode: '" + request.mode + "' is none of cpu, cpudp, cpusp, cuda");
     if (!finite(request.transform)) refuse("--transform: every number must be finite");
+    if (std::any_of(&request.transform[12], &request.transform[15],
+                    [](double v) { return v != 0; }))
+        refuse(
+            "--transform: the last row must be 0 0 0 and a number; is it the transpose, as the "
+            "module takes it?");
     if (request.transform.back() == 0) refuse("--transform: the last number must not be 0");
     if (!(std::isfinite(request.l) && request.l > 0)) refuse("-l: must be a length above 0");
     if (!(std::isfinite(request.s) && request.s > 0)) refuse("-s: must be a length above 0");

@@ -71,6 +71,8 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
                  double seconds, std::int64_t memory) {
     FieldFile file(command.output, FieldFile::Access::write);
     Account account = file.account();
+    // Nothing was to be done.
+    if (account.complete) return;
     std::array<char, 256> host{};
     static_cast<void>(gethostname(host.data(), host.size() - 1));
     account.host = host.data();

@@ -44,6 +44,19 @@ double secondsPerPoint(const Layout& layout) {
     return time.count() / static_cast<double>(points);
 }
 
+/// Whether any point of a lattice lies behind the piston's plane.
+bool reachesBehind(const Layout& layout) {
+    const auto& transform = layout.request.transform;
+    double lowest = transform[11] / transform[15];
+    for (std::size_t i = 0; i < layout.box.size.size(); ++i) {
+        const double step = transform[8 + i] / transform[15];
+        const auto first = static_cast<double>(layout.box.first[i]);
+        const auto last = first + static_cast<double>(layout.box.size[i] - 1);
+        lowest += std::min(step * first, step * last);
+    }
+    return lowest < 0;
+}
+
 /// What a process takes: two slabs, and on a device the positions and another copy.
 std::int64_t memoryOf(const Layout& layout) {
     const auto& [x, y, z] = layout.slabSizes;
@@ -77,8 +90,10 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << "time    about "
               << texts::duration(each * static_cast<double>(missing) / processes) << " in "
               << processes << (processes == 1 ? " process" : " processes") << ", at "
-              << texts::figure(each / nano) << " ns a point, and the time that the disk takes\n"
-              << std::flush;
+              << texts::figure(each / nano) << " ns a point, and the time that the disk takes\n";
+    if (reachesBehind(layout))
+        std::cout << "note    some points lie behind the piston, where values mean nothing\n";
+    std::cout << std::flush;
 }
 
 }  // namespace run

@@ -3,9 +3,11 @@
 
 // pistonfield-run: pressure fields of any size into HDF5 files, by any number of processes.
 
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include "run/Hdf5.h"
 #include "run/commands.h"
@@ -37,6 +39,15 @@ bool isForOne(const Command& command) {
     return !std::holds_alternative<Answer>(command);
 }
 
+/// @throws std::runtime_error where mpirun has started several processes of a command for one
+void requireOne(const Command& command) {
+    const char* processes = std::getenv("OMPI_COMM_WORLD_SIZE");
+    if (isForOne(command) && processes != nullptr && std::string(processes) != "1")
+        throw std::runtime_error(
+            "--part, join, verify, extract and show are for one process: "
+            "start it without mpirun");
+}
+
 void complain(const std::exception& error) {
     std::cerr << "pistonfield-run: " << error.what() << std::endl;
 }
@@ -55,6 +66,7 @@ int main(int argc, char** argv) {
     hdf5::beSilent();
     prepareForFiles();
     try {
+        requireOne(command);
         team.together([&] { refuse(command); });
         const int status = std::visit(Executor{team}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");

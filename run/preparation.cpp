@@ -72,10 +72,21 @@ void prepare(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
     if (!std::filesystem::exists(output)) {
         const Layout layout = layoutOf(command);
+        const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
+        if (!std::filesystem::is_directory(folder))
+            throw std::runtime_error(folder.string() + " is no folder");
         printEstimate(output, layout, layout.box.points(), processes);
-        if (!command.onlyEstimate) createOutput(output, layout);
+        if (command.onlyEstimate) return;
+        const auto free = static_cast<double>(std::filesystem::space(folder).available);
+        if (layout.bytes() > free)
+            throw std::runtime_error(output.string() + " has no room for its " +
+                                     texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
+                                     " are free");
+        createOutput(output, layout);
         return;
     }
+    if (std::filesystem::is_directory(output))
+        throw std::runtime_error(output.string() + " is a folder: name a file in it");
     if (!command.resume && !command.onlyEstimate)
         throw std::runtime_error(output.string() +
                                  " exists: complete it with --resume, or remove it");

@@ -134,7 +134,8 @@ TEST(CommandLine, NamesTheOptionThatIsMissing) {
         Words words = complete();
         const auto at = std::find(words.begin(), words.end(), name);
         words.erase(at, at + static_cast<std::ptrdiff_t>(length));
-        EXPECT_EQ(refused([&] { checkComplete(computing(words)); }), name + " is missing");
+        EXPECT_EQ(refused([&] { checkComplete(computing(words)); }),
+                  name + " is missing, and there is no field.h5 to go on with");
     }
 }
 
@@ -229,6 +230,16 @@ resume = true
 estimate = true
 no-magnitude = true
 )";
+
+TEST_F(CommandFiles, RequestWithAKeyTwiceIsRefused) {
+    const std::string name = file("k = 1\nsizes = [1, 2,\n  3]\nl = 2\n k=3\n");
+    EXPECT_THAT(complaint({"--request", name, "f.h5"}),
+                StartsWith("--request: " + name + " has k twice"));
+}
+
+TEST(CommandLine, OptionsOfSeveralNumbersLeaveTheOutputAlone) {
+    EXPECT_EQ(computing({"--sizes", "3", "4", "5", "f.h5"}).output, "f.h5");
+}
 
 TEST_F(CommandFiles, RequestHasWhatTheCommandLineHas) {
     for (const char* text : {toml, ini}) {

@@ -5,7 +5,7 @@
 import subprocess
 import unittest
 
-from programs import MODES, MPIRUN, PROGRAM, ProgramTest, arrays, options
+from programs import MODES, MPIRUN, PROGRAM, ProgramTest, arrays, command, options
 
 
 class ProcessesTest(ProgramTest):
@@ -44,6 +44,15 @@ class ProcessesTest(ProgramTest):
                         nz, ny, nx = cut.shape
                         self.assert_same_bits(cut, whole[dataset][:nz, :ny, :nx], dataset)
 
+
+    def test_of_a_command_for_one_are_refused(self):
+        self.run_program(*options(), "field.h5")
+        for words in (["verify", "field.h5"], [*options(), "--part", "1/2", "other.h5"]):
+            words = command(*words, ranks=2)
+            run = subprocess.run(words, cwd=self.folder, capture_output=True, text=True)
+            self.assertNotEqual(run.returncode, 0)
+            self.assertIn("start it without mpirun", run.stderr)
+        self.assertEqual(self.files(), ["field.h5", "field.h5.xdmf"])
 
     def test_of_which_one_has_a_bad_command_line_all_end(self):
         good = [PROGRAM, *options(), "field.h5"]
