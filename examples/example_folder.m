@@ -20,7 +20,6 @@ function folder = example_folder()
     addpath(built);
   end
   folder = fullfile(project, 'build', 'demo');
-  if ~exist(folder, 'dir')
-    mkdir(folder);
-  end
+  % It may be there, or be made by another example at the same moment.
+  [~, ~] = mkdir(folder);
 end

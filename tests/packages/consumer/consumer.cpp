@@ -18,6 +18,7 @@
 #include <core/ErrorHandler.h>
 #include <core/Grid.h>
 #include <core/Grid3DR.h>
+#include <core/LatticeBox.h>
 #include <core/MMatrix.h>
 #include <core/Vector.h>
 #include <core/cuda_init.h>
