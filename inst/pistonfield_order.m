@@ -53,92 +53,28 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  [samples, safety] = sample_grid(place, grid.sizes, piston);
-  field = @(order) sampled_field(samples, piston, k, order);
-  [upper, converged, doubt] = converge(caller, field, piston, k, options.tolerance);
-  error_of = @(order) doubt + safety * largest(field(order) - converged) / largest(converged);
-  [order, estimate] = smallest_order(error_of, upper, options.tolerance);
+  field = sampled_field(place, grid.sizes, piston, k);
+  [order, estimate] = find_order(caller, field, options.tolerance, options.mode);
+  require(estimate <= options.tolerance, caller, 'tolerance', '%s', ...
+          lost_to_rounding(options.mode, estimate, options.tolerance));
 end
 
 function options = read_order_options(caller, given)
-  defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  used = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  defaults = used;
+  defaults.mode = 'cpu';
+  % Of a call of pistonfield_pressure, without a bearing on the order.
+  for name = {'density', 'velocity', 'power', 'order', 'memory', 'progress'}
+    defaults.(name{1}) = [];
+  end
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
-  options = require_positive_options(caller, options, fieldnames(defaults));
+  if isempty(options.tolerance)
+    options.tolerance = used.tolerance;
+  end
+  options = require_positive_options(caller, options, fieldnames(used));
   require(options.tolerance < 1, caller, 'tolerance', 'tolerance must be below 1');
-end
-
-% Orders are doubled until the field changes by no more than a twentieth of the tolerance, the doubt
-% that remains.
-function [order, converged, doubt] = converge(caller, field, piston, k, tolerance)
-  pairs = orders_to_compare(k * max(piston.width, piston.height));
-  require(~isempty(pairs), caller, 'frequency', ...
-          ['the piston measures %g by %g wavelengths, more than orders up to 4096 can do; ', ...
-           'lengths are in m, the speed in m/s, the frequency in Hz'], ...
-          [piston.width, piston.height] * k / (2 * pi));
-  finer = NaN;
-  for i = 1:size(pairs, 1)
-    order = pairs(i, 1);
-    if order ~= finer
-      converged = field(order);
-    end
-    rougher = converged;
-    finer = pairs(i, 2);
-    converged = field(finer);
-    doubt = largest(rougher - converged) / largest(converged);
-    if doubt <= tolerance / 20
-      return
-    end
-  end
-  require(false, caller, 'tolerance', ...
-          ['no order up to 4096 reaches the tolerance %g; about 1e-13 is what rounding leaves ', ...
-           'near the piston'], tolerance);
-end
-
-% Pairs of a rougher and a finer order, N by 2. An edge of the length L takes k*L/4 nodes before it
-% resolves the waves along it at all; up to there two fields might agree by chance. The last finer
-% order is the largest, and at least a third above its rougher one, so that their agreement tells.
-function pairs = orders_to_compare(kL)
-  largestOrder = 4096;
-  first = ceil(kL / 4) + 8;
-  orders = first * 2 .^ (0:floor(log2(largestOrder / first)))';
-  pairs = [orders(1:end - 1), orders(2:end)];
-  if first < largestOrder && orders(end) < largestOrder
-    last = min(max(first, largestOrder / 2), largestOrder * 3 / 4);
-    pairs = [pairs; last, largestOrder];
-  end
-end
-
-function [order, estimate] = smallest_order(error_of, upper, tolerance)
-  tooLow = 0;
-  order = upper;
-  estimate = error_of(upper);
-  while order - tooLow > 1
-    middle = floor((tooLow + order) / 2);
-    measured = error_of(middle);
-    if measured <= tolerance
-      order = middle;
-      estimate = measured;
-    else
-      tooLow = middle;
-    end
-  end
-end
-
-function value = largest(p)
-  value = max(abs(p));
-end
-
-function p = sampled_field(samples, piston, k, order)
-  field = @(place, sizes) module_field(place, sizes, piston, k, 'cpu', order);
-  p = cell(size(samples));
-  for i = 1:numel(samples)
-    place = samples{i}.place;
-    sizes = samples{i}.sizes;
-    p{i} = fill_corners(field(place, sizes), field, place, sizes, 'cpu');
-    p{i} = p{i}(:);
-  end
-  p = vertcat(p{:});
+  require_mode(caller, options.mode);
 end
 
 %!shared piston, grid, water

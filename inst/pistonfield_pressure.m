@@ -96,22 +96,24 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  warn_of_units(piston, k);
+  warn_of_units(piston, k, options.order);
   [velocity, power] = drive(piston, k, options);
-  estimate = NaN;
-  order = options.order;
-  if isempty(order)
-    [order, estimate] = pistonfield_order(piston, grid, 'frequency', options.frequency, ...
-                                          'speed', options.speed, 'tolerance', options.tolerance);
-    require_order(caller, order, options.mode);
+  samples = sampled_field(place, grid.sizes, piston, k);
+  if isempty(options.order)
+    [order, estimate] = order_for(caller, samples, options);
+  else
+    order = options.order;
+    estimate = NaN;
+    warn_of_rounding(samples, order, options.mode);
   end
 
-  [most, brief] = points_of_slab(grid.sizes, order, options);
-  slabs = cut_grid(place, grid.sizes, most, brief, options.mode);
-  field = @(place, sizes) 1i * options.density * options.speed * velocity * ...
-                          module_field(place, sizes, piston, k, options.mode, order);
-  p = by_slabs(field, slabs, grid.sizes, start_progress(caller, options.progress));
-  [p, moved] = fill_corners(p, field, place, grid.sizes, options.mode);
+  unit = 1i * options.density * options.speed * velocity;
+  field = @(place, sizes) unit * module_field(place, sizes, piston, k, options.mode, order);
+  most = points_of_slab(grid.sizes, options);
+  brief = points_in_a_second(field, place, grid.sizes, order, most);
+  slabs = cut_grid(place, grid.sizes, most, brief, order, options.mode);
+  [p, moved] = by_slabs(field, slabs, grid.sizes, place, options.mode, ...
+                        start_progress(caller, options.progress));
   info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
                 'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, ...
                 'seconds', toc(start));
@@ -123,26 +125,36 @@ function options = read_pressure_options(caller, given)
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
   options = require_one_of(caller, options, 'velocity', 'power', 1);
-  options = require_one_of(caller, options, 'tolerance', 'order', 1e-4);
+  options.demanded = ~isempty(options.tolerance);
+  options = require_one_of(caller, options, 'tolerance', 'order', usual_tolerance());
   choices = {'velocity', 'power', 'tolerance', 'order'};
   chosen = choices(~cellfun(@(name) isempty(options.(name)), choices));
   options = require_positive_options(caller, options, [{'frequency', 'speed', 'density'}, chosen]);
+  require(isempty(options.tolerance) || options.tolerance < 1, caller, 'tolerance', ...
+          'tolerance must be below 1');
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
-  require_word(caller, 'mode', options.mode, {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'});
+  require_mode(caller, options.mode);
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
   end
 end
 
-% Nobody needs this method for a thousandth of a wavelength, but MHz are soon taken for Hz.
-function warn_of_units(piston, k)
+function tolerance = usual_tolerance()
+  tolerance = 1e-4;
+end
+
+% MHz are soon taken for Hz, and mm for m: nobody needs this method for a thousandth of a
+% wavelength, and no order that is tried would do for thousands of them.
+function warn_of_units(piston, k, order)
   wavelengths = max(piston.width, piston.height) * k / (2 * pi);
   if wavelengths < 1e-3
     warning('pistonfield:units', ...
             ['the piston measures %g wavelengths: lengths are in m, the speed in m/s, ', ...
              'the frequency in Hz'], wavelengths);
+  elseif ~isempty(order) && isempty(orders_to_compare(piston, k))
+    warning('pistonfield:units', '%s', too_many_wavelengths(piston, k));
   end
 end
 
@@ -155,15 +167,29 @@ function options = require_one_of(caller, options, first, second, default)
   end
 end
 
-% Beyond the largest order on the CPU products in the making of the rule exceed 32 bits.
-function require_order(caller, order, mode)
-  require(order == fix(order), caller, 'order', 'order must be a whole number');
-  largest = 16383;
-  largestOnGpu = 512;
-  require(order <= largest, caller, 'order', 'order must be at most %d', largest);
-  require(order <= largestOnGpu || ~strncmp(mode, 'cuda', 4), caller, 'order', ...
-          'an order of %d is more than the %d of the mode %s; compute on the CPU', ...
-          order, largestOnGpu, mode);
+% What a mode cannot keep is an error where it was asked for; the usual tolerance was not.
+function [order, estimate] = order_for(caller, samples, options)
+  [order, estimate] = find_order(caller, samples, options.tolerance, options.mode);
+  if estimate > options.tolerance
+    text = lost_to_rounding(options.mode, estimate, options.tolerance);
+    require(~options.demanded, caller, 'tolerance', '%s', text);
+    warning('pistonfield:rounding', '%s', text);
+  end
+end
+
+% The sums of higher orders round no worse.
+function warn_of_rounding(samples, order, mode)
+  if is_double_mode(mode)
+    return
+  end
+  order = min(order, largest_gpu_order());
+  exact = samples.values('cpu', order);
+  off = samples.safety * max(abs(samples.values(mode, order) - exact)) / max(abs(exact));
+  if off > usual_tolerance()
+    warning('pistonfield:rounding', ...
+            ['rounding in the mode %s leaves an error of about %.2g on this grid; the mode cpu ', ...
+             'is the most accurate'], mode, off);
+  end
 end
 
 function [velocity, power] = drive(piston, k, options)
@@ -185,15 +211,13 @@ end
 function require_memory(caller, sizes, memory)
   [whole, each] = bytes_of_field(sizes);
   require(whole + each <= memory, caller, 'memory', ...
-          'a field of %d x %d x %d points needs %g bytes, more than memory allows', ...
-          sizes, whole + each);
+          'a field of %d x %d x %d points needs %s, more than the %s that memory allows', ...
+          sizes, bytes_as_text(whole + each), bytes_as_text(memory));
 end
 
-% The most points of a slab, what leaves the memory limit and the limits of a GPU; and the points of
-% one that takes about two seconds on one core. A GPU is given more, as it is faster.
-function [most, brief] = points_of_slab(sizes, order, options)
+% The most points of a slab: what leaves the memory limit and the limits of a GPU.
+function most = points_of_slab(sizes, options)
   [whole, each] = bytes_of_field(sizes);
-  brief = 4e9 / order;
   switch options.mode
     case 'cuda'
       limit = 2 ^ 31 / 8 - 1;
@@ -201,22 +225,58 @@ function [most, brief] = points_of_slab(sizes, order, options)
       limit = 2 ^ 31 / 16 - 1;
     otherwise
       limit = 2 ^ 31 - 1;
-      brief = 2e8 / order;
   end
   most = max(1, min(floor((options.memory - whole) / each), limit));
 end
 
-function p = by_slabs(field, slabs, sizes, progress)
-  total = size(slabs.first, 1);
-  if total == 1
-    p = field(slabs.place([0, 0, 0]), sizes);
+% How many points are computed in a second, beside what each call takes: so that progress is shown
+% and Ctrl-C is heeded at least that often. A field that is done in no time is not measured.
+function points = points_in_a_second(field, place, sizes, order, most)
+  points = Inf;
+  count = ceil(1e6 / order);  % 0.01 s on one core
+  if prod(sizes) < 32 * count
     return
   end
-  p = complex(zeros(sizes));
-  n = slabs.count;
+  call = time_of(field, place, [1 1 1]);
+  taken = 0;
+  while taken < 0.05 && 8 * count < min(prod(sizes), most)
+    part = [1 1 1];
+    for i = 1:3
+      part(i) = max(1, min(sizes(i), floor(count / prod(part))));
+    end
+    taken = time_of(field, place, part) - call;
+    points = prod(part) / max(taken, eps);
+    count = 8 * count;
+  end
+end
+
+function seconds = time_of(field, place, sizes) %#ok<INUSD>
+  start = tic();
+  field(place, sizes);
+  seconds = toc(start);
+end
+
+function [p, moved] = by_slabs(field, slabs, sizes, place, mode, progress)
+  total = size(slabs.first, 1);
+  if total == 1
+    p = field(place, sizes);
+    [lost, values] = corner_values(p, [0 0 0], field, place, mode);
+    p(lost) = values;
+    moved = numel(lost);
+    return
+  end
+  % complex(zeros(sizes)) would hold 24 bytes a point for a while.
+  p = 1i;
+  p(sizes(1), sizes(2), sizes(3)) = 0;
+  moved = 0;
   for i = 1:total
     at = slabs.first(i, :);
-    p(at(1) + (1:n(1)), at(2) + (1:n(2)), at(3) + (1:n(3))) = field(slabs.place(at), n);
+    n = min(slabs.count, sizes - at);
+    slab = field(slabs.place(at), n);
+    [lost, values] = corner_values(slab, at, field, place, mode);
+    slab(lost) = values;
+    moved = moved + numel(lost);
+    p(at(1) + (1:n(1)), at(2) + (1:n(2)), at(3) + (1:n(3))) = slab;
     progress = show_progress(progress, i / total);
   end
 end
