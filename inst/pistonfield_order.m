@@ -4,7 +4,8 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % DESCRIPTION
   %   Finds the smallest order whose sums over the piston's edges are accurate to a tolerance on a
   %   grid. The error of an order is the largest |p - p converged| over the grid, divided by the
-  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure.
+  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure. It
+  %   counts what rounding does to p in the mode that is used; p converged is of 'cpu'.
   %
   %   The error is measured, not predicted: orders are doubled until the field stays the same, and
   %   the smallest sufficient order is then found by bisection. A grid of up to 20000 points is
@@ -13,7 +14,7 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   %   largest near the face and the edges. As points between the samples may be worse, their error
   %   counts fourfold.
   %
-  %   What rounding does to a field in the modes of single precision is not counted.
+  %   A tolerance that the mode cannot keep is refused, with the mode that can.
   %
   % USAGE
   %   order = pistonfield_order(piston, grid, 'frequency', f)
@@ -28,6 +29,9 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % OPTIONAL INPUTS (names and values)
   %   'tolerance'  - the largest error, relative to the largest |p| on the grid; default 1e-4
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
+  %   'mode'       - what computes, as for pistonfield_pressure; default 'cpu'
+  %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
+  %   serves both functions.
   %
   % OUTPUTS
   %   order        - the smallest order found to keep the tolerance
@@ -150,7 +154,43 @@ end
 
 %!error <measures 3373.82 by 3.37382 wavelengths>
 %! pistonfield_order(struct('width', 5, 'height', 5e-3), pistonfield_grid(0, 0, 1), water{:});
-%!error <no order up to 4096 reaches the tolerance 1e-18>
+%!test % rounding in the mode counts
+%! for mode = {'cpusp', 'cuda', 'cudadp'}
+%!   [order, estimate] = pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-5, ...
+%!                                         'mode', mode{1});
+%!   [~, unrounded] = pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-5);
+%!   assert(estimate <= 1e-5 && estimate != unrounded);
+%! end
+
+%!test % one list of options serves both functions
+%! options = {'frequency', 1e6, 'speed', 1500, 'density', 900, 'power', 2, 'mode', 'cuda', ...
+%!            'tolerance', 1e-3, 'memory', 1e9, 'progress', 'none'};
+%! [order, estimate] = pistonfield_order(piston, grid, options{:});
+%! [~, info] = pistonfield_pressure(piston, grid, options{:});
+%! assert(order == info.order && estimate == info.estimate);
+%! assert(pistonfield_order(piston, grid, water{:}, 'velocity', 2, 'order', 3), ...
+%!        pistonfield_order(piston, grid, water{:}));
+
+%!error <the mode cuda leaves an error of about .*, more than the tolerance 1e-09; the mode cpu keeps>
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-9, 'mode', 'cuda');
+%!error <an order of \d+ is more than the 512 of the mode cuda; the mode cpu has it>
+%! pistonfield_order(struct('width', 0.6, 'height', 5e-3), pistonfield_grid(0.2, 1e-3, 0), ...
+%!                   water{:}, 'mode', 'cuda');
+%!error id=pistonfield:pistonfield_order:mode
+%! pistonfield_order(piston, grid, water{:}, 'mode', 'gpu');
+%!error <1e-09 m beside an edge of the piston and 0 m before its face.* take a tolerance of 2.1e-05>
+%! % The point is named in the grid's frame.
+%! pistonfield_order(piston, pistonfield_grid(3.75e-3 - 1e-9, 2.5e-3 - 1e-9, 0), water{:}, ...
+%!                   'tolerance', 1e-6);
+%!test % the tolerance that is advised can be kept
+%! point = pistonfield_grid(3.75e-3 - 1e-9, 2.5e-3 - 1e-9, 0);
+%! [~, estimate] = pistonfield_order(piston, point, water{:}, 'tolerance', 2.1e-5);
+%! assert(estimate <= 2.1e-5);
+%!error <at the point \(0.00475, 0.0025, 0.002\) m of the grid>
+%! moved = piston;  moved.center = [1 0 2] * 1e-3;
+%! pistonfield_order(moved, pistonfield_grid((4.75:1:6.75) * 1e-3 - 1e-9, 2.5e-3 - 1e-9, 2e-3), ...
+%!                   water{:}, 'tolerance', 1e-6);
+%!error <no order reaches the tolerance 1e-18: rounding in double precision leaves>
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-18);
 %!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)
 %!error id=pistonfield:pistonfield_order:piston pistonfield_order([], grid, water{:})
@@ -160,7 +200,7 @@ end
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);
 %!error id=pistonfield:pistonfield_order:speed
 %! pistonfield_order(piston, grid, 'frequency', 1, 'speed', []);
-%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'order', 3)
+%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'colour', 3)
 %!error id=pistonfield:pistonfield_order:behind
 %! pistonfield_order(piston, pistonfield_grid(0, 0, -1), water{:});
 %!error id=pistonfield:pistonfield_order:tolerance
