@@ -557,7 +557,7 @@ end
 %!   [p, info] = call('mode', mode{1}, 'tolerance', 1e-5);
 %!   exact = call('tolerance', 1e-10);
 %!   off = max(abs(p(:) - exact(:))) / max(abs(exact(:)));
-%!   assert(off <= info.estimate && info.estimate <= 1e-5);
+%!   assert(off <= info.estimate + 1e-10 && info.estimate <= 1e-5);
 %! end
 
 %!error <pressure: rounding in the mode cuda leaves .* than the tolerance 1e-09; the mode cpu keeps>
