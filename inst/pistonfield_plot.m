@@ -406,7 +406,7 @@ function limits = grown(limits, points)
     return
   end
   room = diff(limits, 1, 2);
-  margin = 0.03 * room;
+  margin = 0.012 * room;
   wanted = [min([limits(:, 1), min(points, [], 2) - margin], [], 2), ...
             max([limits(:, 2), max(points, [], 2) + margin], [], 2)];
   if all(diff(wanted, 1, 2) <= 2 * room)
@@ -547,7 +547,7 @@ function [fig, boxes, bar_box, bar_place] = lay_out(extents, ax)
   end
   [margins, bar_place] = deal([75, 60, 110, 45], 'eastoutside');  % pixels: left, below, right, above
   scale = scale_of(extents, room, margins);
-  flat = scale * max(extents(2, :)) < 150;
+  flat = scale * max(extents(2, :)) < 190;
   if flat
     [margins, bar_place] = deal([75, 130, 30, 45], 'southoutside');
     scale = scale_of(extents, room, margins);
@@ -573,7 +573,8 @@ function [fig, boxes, bar_box, bar_place] = lay_out(extents, ax)
     wide = max(boxes(end, 1) + boxes(end, 3) - boxes(1, 1), 250);
     wide = min([wide, 450, outer(3) - 30]);
     centre = (boxes(1, 1) + boxes(end, 1) + boxes(end, 3)) / 2;
-    bar_box = [centre - wide / 2, middle - max(sizes(2, :)) / 2 - 75, wide, 14];
+    left = min(max(centre - wide / 2, outer(1) + 15), outer(1) + outer(3) - 15 - wide);
+    bar_box = [left, middle - max(sizes(2, :)) / 2 - 75, wide, 14];
   else
     bar_box = [x + 15, middle - max(sizes(2, :)) / 2, 14, max(sizes(2, :))];
   end
@@ -751,8 +752,8 @@ end
 %! [p, grid] = plane();
 %! moved = struct('width', 2e-3, 'height', 1e-3, 'center', [0 0 -2e-3]);
 %! h = pistonfield_plot(p, grid, 'piston', moved);
-%! assert(get(h.axes, 'xlim'), [-2 - 0.03 * 4.5, 4.25], 1e-12);
-%! assert(box_of(h, 1)(1) / box_of(h, 1)(2), (6.25 + 0.03 * 4.5) / 5, 0.01);
+%! assert(get(h.axes, 'xlim'), [-2 - 0.012 * 4.5, 4.25], 1e-12);
+%! assert(box_of(h, 1)(1) / box_of(h, 1)(2), (6.25 + 0.012 * 4.5) / 5, 0.01);
 %! close(h.figure);
 %! moved.center(3) = -9e-3;
 %! h = pistonfield_plot(p, grid, 'piston', moved);
