@@ -88,6 +88,15 @@ cudaError_t inContext(Operation operation) {
     return ::cudaSuccess;
 }
 
+/// Without a device or a working driver every call of the runtime gives one and the same error,
+/// asking for the last one too: nobody has left it pending.
+bool runtimeWorks() {
+    int count = 0;
+    const bool works = ::cudaGetDeviceCount(&count) == ::cudaSuccess;
+    if (!works) static_cast<void>(::cudaGetLastError());
+    return works;
+}
+
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
 
 }  // namespace
@@ -163,8 +172,7 @@ cudaError_t cudaGetLastError() {
     if (own != cudaSuccess && own != others) return own;  // what another caller left is the next
     static_cast<void>(::cudaGetLastError());
     if (own != cudaSuccess) return own;
-    // Without a driver every call gives this one, and reading does not clear it: nobody left it.
-    return others == cudaErrorInsufficientDriver ? cudaSuccess : others;
+    return others == cudaSuccess || runtimeWorks() ? others : cudaSuccess;
 }
 
 const char* cudaGetErrorString(cudaError_t status) {
