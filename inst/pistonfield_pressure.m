@@ -44,7 +44,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'tolerance'  - the largest error that may come from a finite order, relative to the largest
   %                  |p| on the grid; default 1e-4. pistonfield_order finds the order.
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge,
-  %                  at most 16383, in the modes of the GPU 512
+  %                  at most 18000, in the modes of the GPU 512
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
   %                  of a slab; default Inf
   %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
@@ -155,10 +155,10 @@ function options = require_one_of(caller, options, first, second, default)
   end
 end
 
-% Beyond the largest order on the CPU products in the making of the rule exceed 32 bits.
+% Beyond the largest order on the CPU rules lose accuracy (largestAccurateOrder of the library).
 function require_order(caller, order, mode)
   require(order == fix(order), caller, 'order', 'order must be a whole number');
-  largest = 16383;
+  largest = 18000;
   largestOnGpu = 512;
   require(order <= largest, caller, 'order', 'order must be at most %d', largest);
   require(order <= largestOnGpu || ~strncmp(mode, 'cuda', 4), caller, 'order', ...
@@ -473,7 +473,7 @@ end
 %!error <give tolerance or order, not both> call('tolerance', 1e-3, 'order', 10)
 %!error <order must be a whole number> call('order', 10.5)
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
-%!error <order must be at most 16383> call('order', 16384)
+%!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
 %!error <progress must be one of: none> call('progress', 'loud')
 %!error <needs 3424 bytes, more than memory allows> call('memory', 3400)
