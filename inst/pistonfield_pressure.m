@@ -48,7 +48,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  one, there is a warning (pistonfield:rounding), and info.estimate tells the
   %                  error.
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge,
-  %                  at most 16383, in the modes of the GPU 512. Rounding above 1e-4 is warned of
+  %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
   %                  of a slab, in the modes of the GPU 96; default Inf. Apart from that go a few MB
@@ -615,7 +615,7 @@ end
 %!error <give tolerance or order, not both> call('tolerance', 1e-3, 'order', 10)
 %!error <order must be a whole number> call('order', 10.5)
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
-%!error <order must be at most 16383> call('order', 16384)
+%!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
 %!error <progress must be one of: none> call('progress', 'loud')
 %!error <needs 3.424 kB, more than the 3.4 kB that memory allows> call('memory', 3400)

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "FastNearfield/GaussLegendre.h"
+
 namespace run {
 
 namespace {
@@ -31,7 +33,7 @@ void checkSizes(const Request& request) {
 }
 
 void checkRule(const Request& request) {
-    const int most = request.mode == "cuda" ? 512 : 16383;
+    const int most = request.mode == "cuda" ? 512 : largestAccurateOrder;
     if (request.order < 1 || request.order > most)
         refuse((request.table.empty() ? "--order: " : "--table: an order of ") +
                std::to_string(request.order) + " is not within 1 to " + std::to_string(most) +

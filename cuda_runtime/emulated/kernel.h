@@ -124,6 +124,17 @@ template <class Pair, class I, class V>
         if (mask[i] != 0) array[indices[i]] = Pair{first[i], second[i]};
 }
 
+/// Kernels are compiled without fused operations.
+template <class A, class V>
+[[gnu::always_inline]] inline V product(A a, V b) {
+    return a * b;
+}
+
+template <class V, class B>
+[[gnu::always_inline]] inline V sum(V a, B b) {
+    return a + b;
+}
+
 // Device mathematics. In double precision square root, sine and cosine are single, on the converted
 // argument; the rest is double.
 
