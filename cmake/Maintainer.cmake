@@ -25,9 +25,10 @@ endif()
 git_setting(name user.name)
 git_setting(address user.email)
 cmake_host_system_information(RESULT machine QUERY FQDN)
-foreach(maintainer IN ITEMS "${PISTONFIELD_MAINTAINER}" "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>"
-        "${name} <${address}>" "the pistonfield developers <root@${machine}>")
-  if("${maintainer}" MATCHES ${name_and_address})
+foreach(candidate IN ITEMS "${PISTONFIELD_MAINTAINER}" "$ENV{DEBFULLNAME} <$ENV{DEBEMAIL}>"
+        "${name} <${address}>" "the pistonfield developers <packager@${machine}>")
+  if("${candidate}" MATCHES ${name_and_address})
+    set(maintainer "${candidate}")
     break()
   endif()
 endforeach()
