@@ -12,9 +12,18 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
-run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
+run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
 reader_packages=(python3-h5py)
+slurm_packages=(slurm-wlm munge)
+memory_check_packages=(valgrind)
 fuzz_packages=(clang libclang-rt-14-dev)
+coverage_packages=(gcovr)
+mutation_packages=(python3-clang)
+style_packages=(clang-format clang-tidy shellcheck)
+benchmark_packages=(libbenchmark-dev)
+formula_packages=(python3-numpy)
+chart_packages=(python3-matplotlib)
+bare_machine_packages=(mmdebstrap)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
 if [[ -e .git ]]; then

@@ -1,0 +1,131 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# bare_machine.sh [USER:COMMAND ...]: runs commands where nothing is installed that they do not install
+# themselves. Each gets a machine of its own: a minimal Debian 12 in a temporary folder, with the clone of
+# this revision as its working folder. USER is root, or user: an ordinary one with sudo. Without arguments
+# the two commands of README.md are run, by either.
+#
+# Ends with 0 where all commands do, and with 1 at the first one that fails. Needs root or sudo, mounts of
+# its own and the network; without these it says in one line what is missing, and ends with 77. Takes up to
+# 6 GB in the folder TMPDIR, or /var/tmp.
+set -euo pipefail
+
+# shellcheck source=cmake/setup.sh
+source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
+
+release=bookworm
+
+no_machine() {
+  say "no bare machine can be made here: $*" >&2
+  exit 77
+}
+
+# What apt is told on this machine about reaching its servers, the new machines' apt needs, too.
+apt_connection() {
+  apt-config dump | grep -E '^Acquire::(https?::|Check-|Retries)' || true
+}
+
+# isolated COMMAND...: runs it in namespaces, so that its mounts and processes end with it. An interrupt
+# is not ignored there as it is by the shell's other background processes.
+isolated() {
+  local status=0
+  env --default-signal unshare --mount --uts --pid --fork --kill-child bash -euc '
+    read -r process rest </proc/self/stat
+    echo "$process" >"$0"
+    mount -t proc proc /proc
+    "$@"' "$work/first_process" "$@" &
+  wait "$!" || status=$?
+  rm -f -- "$work/first_process"
+  return "$status"
+}
+
+# All processes of a namespace end with its first one.
+clean_up() {
+  local process
+  if [[ -s $work/first_process ]]; then
+    read -r process <"$work/first_process"
+    kill -KILL "$process" 2>/dev/null || true
+    wait
+  fi
+  rm -rf --one-file-system -- "$work"
+}
+
+make_base() {
+  local base=$work/base report=$work/mmdebstrap.txt
+  apt_connection >"$work/apt.conf"
+  isolated mmdebstrap --variant=minbase --include=sudo --aptopt="$work/apt.conf" \
+    "$release" "$base" >"$report" 2>&1 ||
+    no_machine "$(grep --max-count=1 '^E: ' "$report" || tail --lines=1 "$report")"
+  echo bare >"$base/etc/hostname"
+  printf '127.0.0.1 localhost\n127.0.1.1 bare\n' >"$base/etc/hosts"
+  chroot "$base" useradd --create-home --shell /bin/bash user
+  echo 'user ALL=(ALL:ALL) NOPASSWD: ALL' >"$base/etc/sudoers.d/user"
+  chmod 440 "$base/etc/sudoers.d/user"
+}
+
+make_machine() { # MACHINE USER
+  local home=$1/home/user
+  cp --archive "$work/base" "$1"
+  if [[ $2 == root ]]; then
+    home=$1/root
+    SUDO_FORCE_REMOVE=yes chroot "$1" dpkg --purge sudo >/dev/null 2>&1
+  fi
+  cp --archive "$work/clone" "$home/pistonfield"
+  chown --recursive --reference="$home" "$home/pistonfield"
+}
+
+# The shell that runs this is the first process of the machine, and takes in those whose parents ended.
+boot() { # MACHINE USER COMMAND
+  hostname bare
+  mount --bind "$1" "$1"
+  cd "$1"
+  mount -t proc proc proc
+  mount --rbind /sys sys
+  mount --rbind /dev dev
+  mount -t tmpfs -o mode=1777 tmpfs dev/shm
+  pivot_root . .
+  umount --lazy .
+  cd /
+  local status=0
+  su --login "$2" --command "cd pistonfield && $3" </dev/null || status=$?
+  return "$status"
+}
+
+run_on_bare_machine() { # USER COMMAND
+  local machine=$work/machine start=$SECONDS
+  say "as $1 on a bare machine: $2"
+  make_machine "$machine" "$1"
+  isolated bash -euc 'boot "$@"' boot "$machine" "$@" || die "as $1 on a bare machine: $2: failed"
+  rm -rf --one-file-system -- "$machine"
+  say "as $1 on a bare machine: $2: took $((SECONDS - start)) s"
+}
+
+(($# > 0)) || set -- root:./demo.sh user:./demo.sh root:./test.sh user:./test.sh
+for run in "$@"; do
+  [[ $run =~ ^(root|user):. ]] || die "\"$run\" is not root:COMMAND or user:COMMAND"
+done
+
+if ((EUID != 0)); then
+  sudo true 2>/dev/null || no_machine "not root, and no sudo"
+  exec sudo -- tests/bare_machine.sh "$@"
+fi
+{ reason=$(require_packages "${bare_machine_packages[@]}" 2>&1 >&3); } 3>&1 || no_machine "$reason"
+unshare --mount --uts --pid --fork mount -t proc proc /proc 2>/dev/null ||
+  no_machine "mounts are not permitted"
+
+work=$(mktemp --directory --tmpdir="${TMPDIR:-/var/tmp}" pistonfield-bare.XXXXXX)
+chmod 755 "$work"
+trap clean_up EXIT
+trap 'exit 129' HUP
+trap 'exit 130' INT
+trap 'exit 143' TERM
+export -f boot
+
+git clone --quiet --no-hardlinks . "$work/clone" || no_machine "this is no clone"
+git diff --quiet HEAD || say "changes that are not committed are left out"
+make_base
+for run in "$@"; do
+  run_on_bare_machine "${run%%:*}" "${run#*:}"
+done
