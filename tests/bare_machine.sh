@@ -16,6 +16,7 @@ set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
 release=bookworm
+namespaces=(--mount --uts --pid --fork)
 
 no_machine() {
   say "no bare machine can be made here: $*" >&2
@@ -31,17 +32,24 @@ apt_connection() {
 # is not ignored there as it is by the shell's other background processes.
 isolated() {
   local status=0
-  env --default-signal unshare --mount --uts --pid --fork --kill-child bash -euc '
-    read -r process rest </proc/self/stat
-    echo "$process" >"$0"
-    mount -t proc proc /proc
-    "$@"' "$work/first_process" "$@" &
+  env --default-signal unshare "${namespaces[@]}" --kill-child \
+    bash -euc 'start "$@"' start "$work/first_process" "$@" &
   wait "$!" || status=$?
   rm -f -- "$work/first_process"
   return "$status"
 }
 
-# All processes of a namespace end with its first one.
+# The namespace's first process, which stays: it takes in the processes whose parents have ended.
+start() { # FILE COMMAND...
+  local process rest
+  # Its number out there, in the processes' file system of the machine around it.
+  read -r process rest </proc/self/stat
+  echo "$process" >"$1"
+  mount -t proc proc /proc
+  "${@:2}"
+}
+
+# With its first process all of a namespace ends.
 clean_up() {
   local process
   if [[ -s $work/first_process ]]; then
@@ -76,7 +84,7 @@ make_machine() { # MACHINE USER
   chown --recursive --reference="$home" "$home/pistonfield"
 }
 
-# The shell that runs this is the first process of the machine, and takes in those whose parents ended.
+# Makes the machine's folder the root of all, and has the user run the command in the clone.
 boot() { # MACHINE USER COMMAND
   hostname bare
   mount --bind "$1" "$1"
@@ -88,16 +96,14 @@ boot() { # MACHINE USER COMMAND
   pivot_root . .
   umount --lazy .
   cd /
-  local status=0
-  su --login "$2" --command "cd pistonfield && $3" </dev/null || status=$?
-  return "$status"
+  su --login "$2" --command "cd pistonfield && $3" </dev/null
 }
 
 run_on_bare_machine() { # USER COMMAND
   local machine=$work/machine start=$SECONDS
   say "as $1 on a bare machine: $2"
   make_machine "$machine" "$1"
-  isolated bash -euc 'boot "$@"' boot "$machine" "$@" || die "as $1 on a bare machine: $2: failed"
+  isolated boot "$machine" "$@" || die "as $1 on a bare machine: $2: failed"
   rm -rf --one-file-system -- "$machine"
   say "as $1 on a bare machine: $2: took $((SECONDS - start)) s"
 }
@@ -109,10 +115,11 @@ done
 
 if ((EUID != 0)); then
   sudo true 2>/dev/null || no_machine "not root, and no sudo"
-  exec sudo -- tests/bare_machine.sh "$@"
+  exec sudo env TMPDIR="${TMPDIR:-/var/tmp}" tests/bare_machine.sh "$@"
 fi
-{ reason=$(require_packages "${bare_machine_packages[@]}" 2>&1 >&3); } 3>&1 || no_machine "$reason"
-unshare --mount --uts --pid --fork mount -t proc proc /proc 2>/dev/null ||
+{ reason=$(require_packages "${bare_machine_packages[@]}" 2>&1 >&3); } 3>&1 ||
+  no_machine "${reason#*: }"
+unshare "${namespaces[@]}" mount -t proc proc /proc 2>/dev/null ||
   no_machine "mounts are not permitted"
 
 work=$(mktemp --directory --tmpdir="${TMPDIR:-/var/tmp}" pistonfield-bare.XXXXXX)
@@ -121,10 +128,10 @@ trap clean_up EXIT
 trap 'exit 129' HUP
 trap 'exit 130' INT
 trap 'exit 143' TERM
-export -f boot
+export -f start boot
 
-git clone --quiet --no-hardlinks . "$work/clone" || no_machine "this is no clone"
-git diff --quiet HEAD || say "changes that are not committed are left out"
+reason=$(git clone --quiet --no-hardlinks . "$work/clone" 2>&1) || no_machine "${reason%%$'\n'*}"
+[[ -z $(git status --porcelain) ]] || say "changes that are not committed are left out"
 make_base
 for run in "$@"; do
   run_on_bare_machine "${run%%:*}" "${run#*:}"
