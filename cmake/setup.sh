@@ -78,7 +78,7 @@ require_packages() {
     die "no apt here; install what these Debian packages hold and build with cmake: $*"
   fi
   for package in "$@"; do
-    is_installed "$package" || missing+=("$package")
+    [[ " ${missing[*]} " == *" $package "* ]] || is_installed "$package" || missing+=("$package")
   done
   ((${#missing[@]} > 0)) || return 0
   if ((EUID != 0)) && ! type -P sudo >/dev/null; then
