@@ -19,7 +19,7 @@ release=bookworm
 namespaces=(--mount --uts --pid --fork)
 
 no_machine() {
-  say "no bare machine can be made here: $*" >&2
+  say "no bare machine can be made here: $*"
   exit 77
 }
 
