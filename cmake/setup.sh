@@ -14,6 +14,7 @@ picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
 run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
 reader_packages=(python3-h5py)
+host_packages=(iproute2 util-linux mount)
 fuzz_packages=(clang libclang-rt-14-dev)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
@@ -78,7 +79,7 @@ require_demo_packages() {
 
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
-    "${run_packages[@]}" "${reader_packages[@]}"
+    "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.
