@@ -9,9 +9,9 @@ import random
 import signal
 import time
 
-from attacks import FULL, SEED, Attack, main
+from attacks import FULL, SEED, Attack, Run, main, run_limited, unrefused
 from judges import Judges, copy_companions, of_the_field, view
-from programs import options
+from programs import PROGRAM, options
 
 DAMAGES = 400 if FULL else 30
 KILLS = 100 if FULL else 4
@@ -182,14 +182,62 @@ class KillsTest(Attack):
                 self.found("a resumed run makes another field", f"{name}: {run.err[-300:]!r}")
             else:
                 self.expect_refusal("a damaged run that is resumed", run, name)
-                path.unlink()
-            left = {f for f in self.files() if f.startswith(("." + name, name))}
-            for stray in left - {name, f"{name}.xdmf"}:
-                self.found("a killed run leaves a file that the next one does not remove", stray)
-            for file in left:
-                self.at(file).unlink()
+            for left in set(self.files()) - {"whole.h5", "whole.h5.xdmf"}:
+                if left not in (name, f"{name}.xdmf"):
+                    self.found("a killed run leaves a file that the next one does not remove", left)
+                self.at(left).unlink()
         print(f"{KILLS} fields in spite of signals, {mended} completed", flush=True)
         self.assertGreater(mended, 0)
+
+
+class SmallDiskTest(Attack):
+    """A file system that is full at any point of a run, and then becomes larger."""
+
+    script = """
+        mount -t tmpfs -o size={size}k none disk
+        "$@" disk/field.h5 >out 2>err
+        echo $?
+        ls -A disk
+        mount -o remount,size=8m disk
+        "$@" disk/field.h5 --resume >out2 2>err2 || {{ cat err2 >&2; exit 3; }}
+        cp disk/field.h5 .
+        ls -A disk >left
+    """
+
+    def test_is_told_and_then_the_field_is_completed(self):
+        request = options(sizes=(9, 7, 6)) + ["--slab", 70]
+        self.run_program(*request, "whole.h5")
+        whole = of_the_field(view(self.at("whole.h5")))
+        self.at("disk").mkdir()
+        unshare = ["unshare", "--mount"] + ([] if os.geteuid() == 0 else ["--map-root-user"])
+        probe = [*unshare, "mount", "-t", "tmpfs", "none", "disk"]
+        if run_limited(probe, cwd=self.folder).status != 0:
+            self.skipTest("no file system can be mounted here")
+        size = self.at("whole.h5").stat().st_size // 1024
+        for size in range(4, size + 28, 4) if FULL else range(size // 4 * 4, size + 20, 8):
+            for words in ([], ["--compress", "1"]):
+                script = self.script.format(size=size)
+                line = [PROGRAM, *map(str, request), *words]
+                run = run_limited([*unshare, "sh", "-c", script, "sh", *line], cwd=self.folder)
+                self.check(run, size, whole)
+
+    def check(self, run, size, whole):
+        self.tried += 1
+        status, _, left = run.out.partition("\n")
+        first = Run(int(status or -1), "", self.at("err").read_text(), 0)
+        example = f"{size} kB"
+        if first.status != 0 and (wrong := unrefused(first)):
+            self.found(f"a run on a full disk {wrong}", f"{example}: {first.err[-300:]!r}")
+        if "." in {name[0] for name in left.split()}:
+            self.found("a run on a full disk leaves a file", f"{example}: {left!r}")
+        if run.status != 0:
+            self.found("a run is not resumed when there is room", f"{example}: {run.err[-300:]!r}")
+            return
+        if of_the_field(view(self.at("field.h5"))) != whole:
+            self.found("a run on a full disk makes another field", example)
+        left = set(self.at("left").read_text().split())
+        if left != {"field.h5", "field.h5.xdmf"}:
+            self.found("a run resumed on a larger disk leaves a file", f"{example}: {left}")
 
 
 if __name__ == "__main__":

@@ -9,6 +9,7 @@ import signal
 import socket
 import stat
 import time
+import xml.etree.ElementTree
 
 from attacks import FULL, Attack, Run, main, run_limited, tree, unrefused
 from judges import of_the_field, view
@@ -21,6 +22,11 @@ NEIGHBOURS = (
     "{}.new", "{}.compressing", "{}.lock", "{}.xdmf", "{}.xdmf.new", "{}.tmp", "{}.old", "{}~",
     "{}.bak",
     "{}.new.lock", "{}-0-0.lock", ".{}.new", ".{}.lock", ".{}.tmp", ".{}.swp",
+)  # fmt: skip
+
+UNUSUAL = (
+    "a b", "-k", "--resume", "a:b", "%s%n%d", "a'b", 'a"b', "<&>", "#", "äöü", "a\\b", "$(x)", "*", "%2F",
+    "a;b", "=", "~", "verify", "\x01", "a\nb", "..x", "a.h5.h5", "[1]", "{}", "a,b",
 )  # fmt: skip
 
 
@@ -302,6 +308,63 @@ class NamesTest(Attack):
                     if (folder / "x").stat().st_size != 210 * 16:
                         self.found("extract gives other values", example)
                 shutil.rmtree(folder)
+
+    def test_that_are_long_are_taken_or_refused_at_once(self):
+        for length in range(200, 258) if FULL else (200, 230, 246, 250, 255, 256):
+            for words in ([], ["--part", "1/1"], ["--compress", "1"]):
+                folder = self.at("long")
+                folder.mkdir()
+                name = "x" * (length - 3) + ".h5"
+                run = run_limited([PROGRAM, *OTHER, name, *words], cwd=folder)
+                self.tried += 1
+                example = f"{length} characters, {' '.join(words)}"
+                if run.status != 0:
+                    if wrong := unrefused(run):
+                        self.found(f"a long name {wrong}", f"{example}: {run.err[-200:]!r}")
+                    if "computing" in run.err:
+                        self.found("a long name is refused when all is computed", example)
+                    for left in os.listdir(folder):
+                        self.found("a long name is refused and leaves a file", f"{example}: {left}")
+                shutil.rmtree(folder)
+
+    def test_that_are_unusual(self):
+        for name in UNUSUAL:
+            folder = self.case()
+            example = repr(name)
+            part = folder / f"{name}.part-1-of-1.h5"
+            for words, made in [
+                ([*REQUEST, f"./{name}.h5"], folder / f"{name}.h5"),
+                ([*REQUEST, f"./{name}.h5", "--part", "1/1"], part),
+                (["join", f"./{name} joined.h5", f"./{part.name}"], folder / f"{name} joined.h5"),
+                (["verify", f"./{name}.h5", f"./{part.name}", f"./{name} joined.h5"], None),
+                (["extract", f"./{name} joined.h5", f"./{name}"], folder / name),
+                ([f"./{name}.h5", "--resume", "--compress", "1"], folder / f"{name}.h5"),
+            ]:
+                run = run_limited([PROGRAM, *words], cwd=folder)
+                if not self.expect_success("an unusual name:", run, f"{example}, {words[0]}"):
+                    break
+                if made and not made.exists():
+                    self.found("an unusual name: the file has another", example)
+                xdmf = made and made.with_name(f"{made.name}.xdmf")
+                if xdmf and xdmf.exists():
+                    self.check_xdmf(xdmf, made.name, example)
+            else:
+                if (folder / name).stat().st_size != 210 * 16:
+                    self.found("an unusual name: extract gives other values", example)
+            shutil.rmtree(folder)
+
+    def check_xdmf(self, path, name, example):
+        try:
+            root = xml.etree.ElementTree.parse(path).getroot()
+        except xml.etree.ElementTree.ParseError as error:
+            self.found("an unusual name: the file for viewers is no XML", f"{example}: {error}")
+            return
+        item = root.find(".//Attribute/DataItem").text.strip()
+        # There a colon ends the name of a file, and cannot be in it.
+        if ":" in name or item != f"{name}:/magnitude":
+            self.found(
+                "an unusual name: the file for viewers names another", f"{example}: {item!r}"
+            )
 
     def test_of_links_stay_links(self):
         """A field is computed, gone on with, compressed and joined behind a link."""
