@@ -82,8 +82,8 @@ def unrefused(run):
     lines = complaints(run)
     if len(lines) != 1 or not lines[0].startswith("pistonfield-run: "):
         return f"says {len(lines)} lines" if lines else "says nothing"
-    if len(lines[0]) > 2000:
-        return "says a line of more than 2000 characters"
+    if len(lines[0]) > 10000:
+        return "says a line of more than 10000 characters"
     return next((f"says '{word}'" for word in INSIDES if word in lines[0]), None)
 
 

@@ -19,7 +19,16 @@ from attacks import INSIDES, complaints, died, limited, run_limited, unrefused
 from programs import PROGRAM
 
 # What says how a field came about, and may be another in each run of the same request.
-ACCOUNT = {"host", "started", "finished", "seconds", "processes", "peak_memory", "version"}
+ACCOUNT = {
+    "host",
+    "started",
+    "finished",
+    "seconds",
+    "processes",
+    "peak_memory",
+    "version",
+    "digest",
+}
 
 
 def digest(values):
