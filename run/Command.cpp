@@ -130,11 +130,17 @@ void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
     app.allow_config_extras(false);
 }
 
+CLI::Option* addOverwrite(CLI::App& app, bool& overwrite) {
+    return app.add_flag("--overwrite", overwrite, "replace the output where there is one");
+}
+
 void addWork(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
     const char* group = "The work";
     app.add_option("output", command.output, "the file to write, as field.h5");
-    app.add_flag("--resume", command.resume, "go on with the output where there is one")
-        ->group(group);
+    CLI::Option* resume =
+        app.add_flag("--resume", command.resume, "go on with the output where there is one")
+            ->group(group);
+    addOverwrite(app, command.overwrite)->excludes(resume)->group(group);
     app.add_option("--part", parsed.part,
                    "as 3/10: compute the third of ten parts, alone, into a file of its own")
         ->group(group);
@@ -157,6 +163,7 @@ CLI::App* addJoin(CLI::App& app, JoinCommand& command) {
     CLI::App* sub = app.add_subcommand("join", "make one field of its parts");
     sub->add_option("output", command.output, "the file to write")->required();
     sub->add_option("parts", command.parts, "the files of all parts")->required();
+    addOverwrite(*sub, command.overwrite);
     return sub;
 }
 
@@ -177,6 +184,7 @@ CLI::App* addExtract(CLI::App& app, ExtractCommand& command, Parsed& parsed) {
     sub->add_option("--size,--sizes", parsed.size, "points along x, y and z; all by default")
         ->expected(3)
         ->allow_extra_args(false);
+    addOverwrite(*sub, command.overwrite);
     return sub;
 }
 

@@ -12,6 +12,7 @@ pistonfield_test(run_test
   ProgressTest.cpp
   RequestTest.cpp
   SlabValuesTest.cpp
+  TemporaryFileTest.cpp
   compressTest.cpp
   computeTest.cpp
   slabsTest.cpp
