@@ -87,6 +87,8 @@ void prepare(const ComputeCommand& command, int processes) {
     }
     if (std::filesystem::is_directory(output))
         throw std::runtime_error(output.string() + " is a folder: name a file in it");
+    if (!std::filesystem::is_regular_file(output))
+        throw std::runtime_error(output.string() + " is no file to write to");
     if (!command.resume && !command.onlyEstimate)
         throw std::runtime_error(output.string() +
                                  " exists: complete it with --resume, or remove it");
