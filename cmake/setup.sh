@@ -12,7 +12,8 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
-run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
+run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev
+  libtomlplusplus-dev)
 reader_packages=(python3-h5py)
 host_packages=(iproute2 util-linux mount)
 fuzz_packages=(clang libclang-rt-14-dev)
