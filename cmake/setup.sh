@@ -15,8 +15,10 @@ export LC_ALL=C.UTF-8
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(libgtest-dev libgmock-dev dpkg-dev file pkg-config)
-run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
+run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev
+  libtomlplusplus-dev)
 reader_packages=(python3-h5py)
+host_packages=(iproute2 util-linux mount)
 slurm_packages=(slurm-wlm munge)
 memory_check_packages=(valgrind)
 fuzz_packages=(clang libclang-rt-14-dev)
@@ -97,7 +99,7 @@ require_demo_packages() {
 
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
-    "${run_packages[@]}" "${reader_packages[@]}"
+    "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.

@@ -4,7 +4,6 @@
 
 import os
 import re
-import shutil
 import socket
 import subprocess
 import unittest
@@ -213,11 +212,11 @@ class CompressTest(ProgramTest):
 
 class RequestTest(ProgramTest):
     def test_files_say_the_same_as_options(self):
-        self.at("request.txt").write_text(
+        self.at("request.toml").write_text(
             f"transform = {TILTED}\nsizes = [23, 17, 19]\nl = 5e-3\ns = 7.5e-3\nk = 4188.79\n"
-            "mode = cpusp\norder = 21\n"
+            'mode = "cpusp"\norder = 21\n'
         )
-        self.run_program("--request", "request.txt", "file.h5")
+        self.run_program("--request", "request.toml", "file.h5")
         self.run_program(*options(mode="cpusp", order=21), "options.h5")
         self.assert_same_field(self.at("file.h5"), arrays(self.at("options.h5")))
 
@@ -230,8 +229,8 @@ class RequestTest(ProgramTest):
         self.assertIn("the standard output cannot be written", run.stderr)
 
     def test_options_go_before_files(self):
-        self.at("request.txt").write_text(f"transform = {TILTED}\nsizes = [23, 17, 19]\nk = 1\n")
-        words = ["--request", "request.txt", "-l", "5e-3", "-s", "7.5e-3", "-k", "4188.79"]
+        self.at("request.toml").write_text(f"transform = {TILTED}\nsizes = [23, 17, 19]\nk = 1\n")
+        words = ["--request", "request.toml", "-l", "5e-3", "-s", "7.5e-3", "-k", "4188.79"]
         self.run_program(*words, "file.h5")
         self.run_program(*options(), "options.h5")
         self.assert_same_field(self.at("file.h5"), arrays(self.at("options.h5")))
