@@ -3,6 +3,7 @@
 #include "run/FieldFile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -466,6 +467,7 @@ void FieldFile::record(std::int64_t slab, const SlabRecord& record) {
     const Space where(H5Dget_space(entries), "an entry");
     checked(H5Sselect_hyperslab(where, H5S_SELECT_SET, &at, nullptr, &one, nullptr), "an entry");
     const Space memory(H5Screate_simple(1, &one, nullptr), "an entry");
+    errno = 0;  // a failure's number is to be its own
     checked(H5Dwrite(entries, entryType(), memory, where, H5P_DEFAULT, &entry),
             name + " cannot be written");
 }
@@ -474,6 +476,7 @@ void FieldFile::write(const LatticeBox& box, const void* values, const float* ma
     const Space to = selected(contents.box, box);
     const Space from = spaceOf(box.size);
     const auto writeTo = [&](const Dataset& dataset, hid_t type, const void* data) {
+        errno = 0;  // a failure's number is to be its own
         checked(H5Dwrite(dataset, type, from, to, H5P_DEFAULT, data), name + " cannot be written");
         behind->wrote(box.points() * static_cast<std::int64_t>(H5Tget_size(type)));
     };

@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/Hdf5.h"
 
+#include <cerrno>
+#include <initializer_list>
 #include <stdexcept>
+#include <system_error>
 
 namespace run::hdf5 {
 
@@ -14,11 +17,19 @@ herr_t keepFirst(unsigned number, const H5E_error2_t* error, void* text) {
     return 0;
 }
 
+/// What the system said of a disk, which MPI does not hand on, or nothing.
+std::string ofDisk(int error) {
+    for (const int known : {EIO, ENOSPC, EDQUOT, EFBIG, EROFS, ESTALE})
+        if (error == known) return std::generic_category().message(error);
+    return "";
+}
+
 /// The system's message within HDF5's, which names addresses and buffers too.
-std::string essence(const std::string& reason) {
+/// @param error the system's number of it
+std::string essence(const std::string& reason, int error) {
     const std::string before = "error message = '";
     const std::size_t begin = reason.find(before);
-    if (begin == std::string::npos) return reason;
+    if (begin == std::string::npos) return ofDisk(error).empty() ? reason : ofDisk(error);
     const std::size_t message = begin + before.size();
     return reason.substr(message, reason.find('\'', message) - message);
 }
@@ -26,9 +37,10 @@ std::string essence(const std::string& reason) {
 }  // namespace
 
 std::string reason() {
+    const int error = errno;
     std::string text = "HDF5 gives no reason";
     static_cast<void>(H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, &keepFirst, &text));
-    return essence(text);
+    return essence(text, error);
 }
 
 void fail(const std::string& what) { throw std::runtime_error(what + ": " + reason()); }

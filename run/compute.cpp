@@ -14,6 +14,7 @@
 #include "run/FileLock.h"
 #include "run/Interruption.h"
 #include "run/Worker.h"
+#include "run/agreement.h"
 #include "run/commands.h"
 #include "run/compress.h"
 #include "run/estimate.h"
@@ -49,6 +50,7 @@ bool computeMissing(const ComputeCommand& command, Team& team, std::optional<Fie
     std::vector<SlabRecord> records;
     std::optional<Worker> worker;
     SlabNumbers todo;
+    requireSameOutput(command.output, team);
     team.together([&] {
         file.emplace(command.output, FieldFile::Access::write, team.communicator());
         records = file->records();

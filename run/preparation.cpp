@@ -107,11 +107,11 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
     if (std::filesystem::is_directory(output))
         throw std::runtime_error(output.string() + " is a folder: name a file in it");
+    if (!std::filesystem::is_regular_file(output))
+        throw std::runtime_error(output.string() + " is no file to write to");
     if (!command.resume && !command.onlyEstimate)
         throw std::runtime_error(
             output.string() + " exists: complete it with --resume, or replace it with --overwrite");
-    if (!std::filesystem::is_regular_file(output))
-        throw std::runtime_error(output.string() + " is no file to write to");
     std::optional<FileLock> lock;
     if (!command.onlyEstimate) lock.emplace(output);
     const FieldFile file = openMended(output, !command.onlyEstimate);

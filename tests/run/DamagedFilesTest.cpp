@@ -183,15 +183,15 @@ TEST_F(DamagedFiles, WithAnotherTableAreRefused) {
 }
 
 TEST_F(DamagedFiles, WithFiguresOfNoFieldAreRefused) {
-    EXPECT_EQ(refusalWith("l", -1.0), " is damaged: -l: must be a length above 0");
+    EXPECT_EQ(refusalWith("l", -1.0), " is damaged: l: must be a length above 0");
     EXPECT_EQ(refusalWith("mode", std::string("fast")),
-              " is damaged: --mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
+              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
     EXPECT_EQ(refusalWith("sizes", Integers{7, 5, 0}),
-              " is damaged: --sizes: each must be 1 or more");
+              " is damaged: sizes: each must be 1 or more");
     for (const std::int64_t order :
          {std::int64_t{0}, std::int64_t{-6}, (std::int64_t{1} << 32) + 6})
         EXPECT_THAT(refusalWith("order", order),
-                    testing::HasSubstr("is not within 1 to 16383 of the mode cpu"));
+                    testing::HasSubstr("is not within 1 to 18000 of the mode cpu"));
 }
 
 TEST_F(DamagedFiles, WithPointsOutsideOfTheirLatticeAreRefused) {

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "run/commands.h"
+#include "run/options.h"
 #include "tests/run/FilledFile.h"
 #include "tests/run/Refused.h"
 #include "tests/support/Captured.h"
@@ -24,7 +25,8 @@ struct Commands : FieldFiles {
     Commands() {
         command.output = path;
         command.request = smallRequest();
-        command.given = {"--transform", "--sizes", "-l", "-s", "-k"};
+        for (const char* name : {"transform", "sizes", "l", "s", "k"})
+            command.given.emplace(name, run::dashed(name));
         command.slabPoints = 20;
     }
 
@@ -38,7 +40,7 @@ struct Commands : FieldFiles {
 
     static std::string compute(const ComputeCommand& command) {
         return said([&] {
-            run::Team team(/*alone=*/true);
+            run::Team team({});
             EXPECT_EQ(run::compute(command, team), 0);
         });
     }
@@ -155,7 +157,7 @@ TEST_F(Commands, ComputeCompressesACompleteField) {
 TEST_F(Commands, ComputeRefusesWhatHasNoField) {
     command.request.l = 0;
     EXPECT_EQ(compute(command), "-l: must be a length above 0");
-    command.given.erase("-l");
+    command.given.erase("l");
     EXPECT_EQ(compute(command),
               "-l is missing, and there is no " + command.output.string() + " to go on with");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));

@@ -81,9 +81,9 @@ class FailingWritesTest(ProgramTest):
                 name = f"rank{rank}.h5"
                 # The first process creates the file besides.
                 environment = self.failing(22 if rank == 0 else 7, WRITES_RANK=str(rank))
-                # MPI keeps the reason to itself, but for a line of its own.
                 message = self.refused(*self.request, name, ranks=4, env=environment)
-                self.assertIn(f"process {rank}: {name} cannot be written: ", message)
+                reason = f"{name} cannot be written: No space left on device"
+                self.assertRegex(message, f"process {rank} on [^ ]+: {reason}")
                 self.assertGreater(self.assert_completed_later(name, ranks=4), 0)
 
     def test_while_the_file_is_compressed_leave_the_raw_one(self):

@@ -23,7 +23,6 @@ os.environ["OMPI_ALLOW_RUN_AS_ROOT_CONFIRM"] = "1"
 # All processes are on this machine: looking for networks would take most of the time.
 os.environ.setdefault("OMPI_MCA_pml", "ob1")
 os.environ.setdefault("OMPI_MCA_btl", "self,vader")
-os.environ.setdefault("OMPI_MCA_ess_singleton_isolated", "1")
 
 # A plane's rotation and shear, and a last element to divide by. Every point lies before the piston.
 TILTED = [2e-4, 5e-5, -3e-5, -6e-3, -4e-5, 2.4e-4, 6e-5, -5e-3, 3e-5, -2e-5, 4e-4, 3e-3, 0, 0, 0, 2]
