@@ -15,6 +15,7 @@
 #include "run/TemporaryFile.h"
 #include "run/estimate.h"
 #include "run/headCopy.h"
+#include "run/leftovers.h"
 #include "run/outputs.h"
 #include "run/texts.h"
 #include "run/xdmf.h"
@@ -69,8 +70,7 @@ void requireRoom(const ComputeCommand& command, const Layout& layout) {
     if (layout.bytes() > free)
         throw std::runtime_error(command.output.string() + " has no room for its " +
                                  texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
-                                 " are free, " + texts::bytes(layout.bytes() - free) +
-                                 " too few");
+                                 " are free, " + texts::bytes(layout.bytes() - free) + " too few");
 }
 
 std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
@@ -87,7 +87,7 @@ std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path file = outputs::target(output);
     std::optional<FileLock> old;
     if (std::filesystem::exists(file)) old.emplace(file);
-    TemporaryFile::removeLeftovers(file);
+    removeLeftovers(output);
     return createOutput(file, layout, command.overwrite);
 }
 
@@ -111,18 +111,16 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
         throw std::runtime_error(output.string() + " is no file to write to");
     if (!command.resume && !command.onlyEstimate)
         throw std::runtime_error(
-            output.string() +
-            " exists: complete it with --resume, or replace it with --overwrite");
+            output.string() + " exists: complete it with --resume, or replace it with --overwrite");
     std::optional<FileLock> lock;
-    const std::filesystem::path target = outputs::target(output);
-    if (!command.onlyEstimate) lock.emplace(target);
+    if (!command.onlyEstimate) lock.emplace(output);
     const FieldFile file = openMended(output, !command.onlyEstimate);
     requireSame(command, file);
     const Layout& layout = file.layout();
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
     printEstimate(output, layout, missing, processes);
-    if (lock) TemporaryFile::removeLeftovers(target);
+    if (lock) removeLeftovers(output);
     return lock;
 }
 
@@ -132,9 +130,10 @@ void requireViewersFile(const std::filesystem::path& output, bool overwrite) {
     const std::filesystem::path path = xdmfPath(output);
     outputs::requireRoomInName(output, path.extension().string());
     if (!overwrite && !mayReplaceXdmf(path))
-        throw std::runtime_error(path.string() +
-                                 " exists, and is no file of this program: remove it first, or give "
-                                 "--overwrite");
+        throw std::runtime_error(
+            path.string() +
+            " exists, and is no file of this program: remove it first, or give "
+            "--overwrite");
 }
 
 std::string firstBytes() {

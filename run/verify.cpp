@@ -32,7 +32,7 @@ void limitTime(std::int64_t seconds) {
     static_cast<void>(setitimer(ITIMER_PROF, &limit, nullptr));
 }
 
-constexpr std::int64_t secondsToOpen = 10;
+constexpr std::int64_t secondsToOpen = 3;
 
 std::int64_t secondsFor(std::int64_t bytes) {
     constexpr std::int64_t slowest = 10'000'000;  // bytes a second, of what is compressed
@@ -72,7 +72,8 @@ bool areWhole(const FieldFile& file, const std::string& name) {
     const bool complete = file.account().complete;
     std::cout << name << ": " << slabs.count() << " slabs, " << missing << " missing, " << changed
               << " changed since they were written"
-              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account" : "")
+              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account"
+                                                            : "")
               << "\n";
     return missing == 0 && changed == 0 && complete;
 }
