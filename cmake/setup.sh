@@ -16,6 +16,8 @@ run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxh
   libtomlplusplus-dev)
 reader_packages=(python3-h5py)
 fuzz_packages=(clang libclang-rt-14-dev)
+clang_packages=(clang)
+package_check_packages=(lintian)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
 if [[ -e .git ]]; then
