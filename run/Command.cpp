@@ -190,22 +190,28 @@ void setWork(ComputeCommand& command, const Setting& setting) {
     if (name == "compress")
         command.deflate = static_cast<int>(wholeWithin(setting.words, 1, bestLevel));
     if (name == "resume") command.resume = flagOf(setting.words);
+    if (name == "overwrite") command.overwrite = flagOf(setting.words);
     if (name == "estimate") command.onlyEstimate = flagOf(setting.words);
     if (name == "no-magnitude") command.magnitude = !flagOf(setting.words);
 }
 
-/// Each says what the other one does.
-void requireOneRule(const Settings& settings) {
-    const auto order = settings.find("order");
-    const auto table = settings.find("table");
-    if (order != settings.end() && table != settings.end())
-        throw std::runtime_error(table->second.origin + " excludes " + order->second.origin);
+/// Options of which each says what the other one does.
+constexpr std::array<std::pair<const char*, const char*>, 2> exclusive{
+    {{"table", "order"}, {"overwrite", "resume"}}};
+
+void requireOneOfTwo(const Settings& settings) {
+    for (const auto& [one, other] : exclusive) {
+        const auto first = settings.find(one);
+        const auto second = settings.find(other);
+        if (first != settings.end() && second != settings.end())
+            throw std::runtime_error(first->second.origin + " excludes " + second->second.origin);
+    }
 }
 
 Settings settingsOf(const std::vector<Setting>& list) {
     Settings settings;
     for (const Setting& setting : list) settings.emplace(setting.name, setting);
-    requireOneRule(settings);
+    requireOneOfTwo(settings);
     return settings;
 }
 
@@ -221,8 +227,10 @@ Settings settingsOf(const CommandLine& line, const TextReader& readText) {
     const std::string text =
         use({"request", *file, "--request"}, [&](const Words&) { return readText(name); });
     Settings others = settingsOf(readRequestFile(name, text));
-    for (const auto& [one, other] : {std::pair("order", "table"), std::pair("table", "order")})
+    for (const auto& [one, other] : exclusive) {
         if (settings.contains(one)) others.erase(other);
+        if (settings.contains(other)) others.erase(one);
+    }
     settings.merge(others);
     return settings;
 }
@@ -267,12 +275,14 @@ Command readCommand(const std::vector<std::string>& words, const TextReader& rea
     const std::variant<Answer, CommandLine> read = readCommandLine(words);
     if (const auto* answer = std::get_if<Answer>(&read)) return *answer;
     const auto& line = std::get<CommandLine>(read);
-    if (line.command == "join") return JoinCommand{pathOf(line, "output"), pathsOf(line, "parts")};
+    const bool overwrite = line.find("overwrite") != nullptr;
+    if (line.command == "join")
+        return JoinCommand{pathOf(line, "output"), pathsOf(line, "parts"), overwrite};
     if (line.command == "verify") return VerifyCommand{pathsOf(line, "files")};
     if (line.command == "show") return ShowCommand{pathOf(line, "file")};
     if (line.command == "extract")
         return ExtractCommand{pathOf(line, "file"), pathOf(line, "output"), threeOf(line, "first"),
-                              threeOf(line, "size")};
+                              threeOf(line, "size"), overwrite};
     return computeCommand(line, readText);
 }
 

@@ -30,6 +30,7 @@ struct ComputeCommand {
     bool magnitude = true;
     int deflate = 0;
     bool resume = false;
+    bool overwrite = false;  ///< whether to replace an output that exists
     bool onlyEstimate = false;
 };
 
@@ -37,6 +38,7 @@ struct ComputeCommand {
 struct JoinCommand {
     std::filesystem::path output;
     std::vector<std::filesystem::path> parts;
+    bool overwrite = false;
 };
 
 /// Compares what is in files with its checksums.
@@ -50,6 +52,7 @@ struct ExtractCommand {
     std::filesystem::path output;
     std::optional<std::array<std::int64_t, 3>> first;
     std::optional<std::array<std::int64_t, 3>> size;
+    bool overwrite = false;
 };
 
 /// Says on standard output what field is in a file, as a request file, and in comments how it came

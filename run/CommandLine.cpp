@@ -71,6 +71,7 @@ void addCommands(CLI::App& app) {
     CLI::App& join = addCommand(app, "join", "make one field of its parts");
     add(join, "output", 1, 1, "the file to write")->required();
     add(join, "parts", 1, any, "the files of all parts")->required();
+    add(join, "--overwrite", 0, 0, overwriteText);
 
     CLI::App& verify = addCommand(app, "verify", "compare files with their checksums");
     add(verify, "files", 1, any, "files of fields")->required();
@@ -83,6 +84,7 @@ void addCommands(CLI::App& app) {
         ->type_name("NUMBER");
     add(extract, "--size,--sizes", 3, 3, "points along x, y and z; all by default")
         ->type_name("NUMBER");
+    add(extract, "--overwrite", 0, 0, overwriteText);
 
     CLI::App& show = addCommand(
         app, "show", "say what field a file has, as a request file, and how it came about");

@@ -43,6 +43,29 @@ void fail(const std::string& what) {
     throw std::runtime_error(what + ": " + essence(reason, error));
 }
 
+Type textType() {
+    Type type(H5Tcopy(H5T_C_S1), "the type of texts");
+    checked(H5Tset_size(type, H5T_VARIABLE), "the size of texts");
+    checked(H5Tset_cset(type, H5T_CSET_UTF8), "the characters of texts");
+    return type;
+}
+
+std::vector<hsize_t> dimensionsOf(const Space& space) {
+    if (H5Sget_simple_extent_type(space) == H5S_NULL) return {0};
+    const int count = checked(H5Sget_simple_extent_ndims(space), "the dimensions of a space");
+    std::vector<hsize_t> sizes(static_cast<std::size_t>(count));
+    if (count > 0)
+        checked(H5Sget_simple_extent_dims(space, sizes.data(), nullptr), "the sizes of a space");
+    return sizes;
+}
+
+std::vector<hsize_t> dimensionsOf(const Dataset& dataset, hid_t type, const std::string& name) {
+    const Type stored(H5Dget_type(dataset), name);
+    if (checked(H5Tequal(stored, type), name) == 0)
+        throw std::runtime_error("the dataset '" + name + "' is of another type");
+    return dimensionsOf(Space(H5Dget_space(dataset), name));
+}
+
 void beSilent() { static_cast<void>(H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr)); }
 
 }  // namespace run::hdf5

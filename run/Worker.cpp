@@ -31,7 +31,7 @@ SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
         [&](std::int64_t number) {
             const LatticeBox box = slabs.slab(number);
             values.read(file, box);
-            if (values.checksum(box) == records[static_cast<std::size_t>(number)].checksum) return;
+            if (values.match(records[static_cast<std::size_t>(number)], box)) return;
             changed.push_back(number);
         },
         [] {});
@@ -46,7 +46,7 @@ void Worker::compute(const SlabNumbers& numbers) {
         if (!numberOfReady) return;
         const LatticeBox box = slabs.slab(*numberOfReady);
         ready.write(file, box);
-        file.record(*numberOfReady, {ready.checksum(box), 1});
+        file.record(*numberOfReady, ready.record(box));
         numberOfReady.reset();
     };
     const std::launch launch = team.takesTurns() ? std::launch::async : std::launch::deferred;

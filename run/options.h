@@ -19,8 +19,9 @@ struct Option {
 
 inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
+inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 14> computeOptions{{
+inline constexpr std::array<Option, 15> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -35,6 +36,7 @@ inline constexpr std::array<Option, 14> computeOptions{{
      "in place of an order, a rule: abscissa, weight, abscissa ...; a text file of them, or in "
      "quotes themselves"},
     {"resume", 0, "", workGroup, "go on with the output where there is one"},
+    {"overwrite", 0, "", workGroup, overwriteText},
     {"part", 1, "PART", workGroup,
      "as 3/10: compute the third of ten parts, alone, into a file of its own"},
     {"estimate", 0, "", workGroup, "only say what memory, disk and time it takes"},

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "run/FieldFile.h"
+#include "run/PartFiles.h"
 #include "run/commands.h"
 
 namespace run {
@@ -52,6 +53,7 @@ void showContents(const Layout& layout, const Account& account) {
     comment("first_point", list(layout.box.first));
     comment("points", list(layout.box.size));
     comment("slab_sizes", list(layout.slabSizes));
+    comment("undefined", account.undefined);
     comment("complete", account.complete ? "true" : "false");
     comment("host", std::quoted(account.host));
     comment("started", std::quoted(account.started));
@@ -65,6 +67,8 @@ void showContents(const Layout& layout, const Account& account) {
 
 int show(const ShowCommand& command) {
     const FieldFile file(command.file, FieldFile::Access::read);
+    // Of a joined field, as everything else does, only where its parts are those that were joined.
+    if (file.joined()) static_cast<void>(PartFiles(command.file));
     std::cout << std::setprecision(digits);
     showRequest(file.layout().request);
     showContents(file.layout(), file.account());

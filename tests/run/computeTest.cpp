@@ -83,7 +83,7 @@ TEST_F(Commands, ComputeLeavesAnAccountAndAFileForViewers) {
     EXPECT_GT(account.peakMemory, 1 << 20);
     EXPECT_LE(account.started, account.finished);
     EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
-    EXPECT_FALSE(std::filesystem::exists(path.string() + ".lock"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 2);
 }
 
 TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
@@ -95,7 +95,8 @@ TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
 
 TEST_F(Commands, ComputeKeepsAnOutputThatIsThere) {
     setContents(path, "precious");
-    EXPECT_EQ(compute(command), path.string() + " exists: complete it with --resume, or remove it");
+    EXPECT_EQ(compute(command),
+              path.string() + " exists: complete it with --resume, or replace it with --overwrite");
     command.resume = true;
     EXPECT_THAT(compute(command), HasSubstr("cannot be opened as HDF5"));
     EXPECT_EQ(contents(path), "precious");
@@ -208,7 +209,7 @@ TEST_F(PartFiles, ThatDoNotMakeAFieldAreRefused) {
 
 TEST_F(PartFiles, DoNotJoinOverAFile) {
     setContents(path, "precious");
-    EXPECT_EQ(join(parts), path.string() + " exists: remove it first");
+    EXPECT_EQ(join(parts), path.string() + " exists: remove it first, or give --overwrite");
     EXPECT_EQ(contents(path), "precious");
 }
 

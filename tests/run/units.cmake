@@ -13,6 +13,7 @@ pistonfield_test(run_test
   RequestTest.cpp
   SilenceTest.cpp
   SlabValuesTest.cpp
+  TemporaryFileTest.cpp
   compressTest.cpp
   computeTest.cpp
   launcherTest.cpp
