@@ -55,6 +55,8 @@ endforeach()
 # One of its parts needs root.
 set_tests_properties(run.starting PROPERTIES LABELS superuser)
 
+pistonfield_program_test(decimals decimals 100000)
+
 # The argument is the number of fields that are computed in spite of kills.
 pistonfield_program_test(kills.quick kills 8)
 add_test(NAME run.kills.full
