@@ -10,7 +10,6 @@
 template <class T>
 class Integ {
   public:
-    /// @param rule not owned
     explicit Integ(GaussLegendre<T>* rule) noexcept : rule(rule) {}
 
     /// The integral of f over [a, b]; a reversed interval (a > b) yields the signed integral. A
@@ -25,6 +24,8 @@ class Integ {
         for (int i = 0; i < n; ++i) sum += f(rule->mappedAbscissas[i]) * rule->mappedWeights[i];
         return sum;
     }
+
+    GaussLegendre<T>* rule;  ///< the rule that is applied; not owned
 
   private:
     void map(T a, T b) const {
@@ -41,6 +42,4 @@ class Integ {
             v[i] = half * rule->weights[i];
         }
     }
-
-    GaussLegendre<T>* rule;
 };

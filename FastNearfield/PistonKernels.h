@@ -269,16 +269,31 @@ __device__ inline TransformRows<Family> loadRows(const Real<Family>* m) {
             load(m, 6), load(m, 7), load(m, 8), load(m, 9), load(m, 10), load(m, 11)};
 }
 
+/// One coordinate of a lattice point, by a row of the transform, rounded as on any processor.
+template <class Family>
+__device__ inline Reals<Family> coordinate(const Position<Family>& index, Real<Family> m0,
+                                           Real<Family> m1, Real<Family> m2, Real<Family> m3) {
+    using cuda_runtime::product;
+    using cuda_runtime::sum;
+    const Reals<Family> inPlane = sum(product(m1, index.y), product(m0, index.x));
+    return sum(sum(inPlane, product(m2, index.z)), m3);
+}
+
+template <class Family>
+__device__ inline Position<Family> asReals(const GridIndices<Family>& index) {
+    return {cuda_runtime::toReals<Reals<Family>>(index.x),
+            cuda_runtime::toReals<Reals<Family>>(index.y),
+            cuda_runtime::toReals<Reals<Family>>(index.z)};
+}
+
 /// Deliberate: no fourth row and no division, unlike the positions of the CPU evaluation.
 template <class Family>
 __device__ inline Position<Family> place(const GridIndices<Family>& index,
                                          const TransformRows<Family>& m) {
-    const auto ix = cuda_runtime::toReals<Reals<Family>>(index.x);
-    const auto iy = cuda_runtime::toReals<Reals<Family>>(index.y);
-    const auto iz = cuda_runtime::toReals<Reals<Family>>(index.z);
-    return {((m.m01 * iy + m.m00 * ix) + m.m02 * iz) + m.m03,
-            ((m.m11 * iy + m.m10 * ix) + m.m12 * iz) + m.m13,
-            ((m.m21 * iy + m.m20 * ix) + m.m22 * iz) + m.m23};
+    const Position<Family> at = asReals<Family>(index);
+    return {coordinate<Family>(at, m.m00, m.m01, m.m02, m.m03),
+            coordinate<Family>(at, m.m10, m.m11, m.m12, m.m13),
+            coordinate<Family>(at, m.m20, m.m21, m.m22, m.m23)};
 }
 
 template <class Family>
@@ -319,10 +334,10 @@ __global__ void calculate(typename Family::Complex* d_array, int sx, int sy, int
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < pointCount(sx, sy, sz);
     if (!cuda_runtime::any(inside)) return;
-    const auto at = gridIndices<Family>(index, sx, sy);
-    const Position<Family> position{cuda_runtime::toReals<Reals<Family>>(at.x) * dx,
-                                    cuda_runtime::toReals<Reals<Family>>(at.y) * dy,
-                                    cuda_runtime::toReals<Reals<Family>>(at.z) * dz};
+    const Position<Family> at = asReals<Family>(gridIndices<Family>(index, sx, sy));
+    const Position<Family> position{cuda_runtime::product(dx, at.x),
+                                    cuda_runtime::product(dy, at.y),
+                                    cuda_runtime::product(dz, at.z)};
     const auto p = pressureAt<Family>(position, a, b, k);
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
 }
@@ -390,6 +405,13 @@ __global__ void calculate_grid_structured(typename Family::Complex* d_array, int
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
 }
 
+/// Where a point's coordinates begin in a list of triples; where there is no point, at 0, so that
+/// no number is too large to be tripled.
+template <class Family, class Inside>
+__device__ inline Ints<Family> tripleOf(Ints<Family> index, Inside inside) {
+    return 3 * cuda_runtime::select(inside, index, Ints<Family>{});
+}
+
 template <class Family>
 __global__ void calculate_grid_unstructured(typename Family::Complex* d_array, int nbPos,
                                             const Real<Family>* pos, Real<Family> a, Real<Family> b,
@@ -398,9 +420,10 @@ __global__ void calculate_grid_unstructured(typename Family::Complex* d_array, i
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < nbPos;
     if (!cuda_runtime::any(inside)) return;
-    const Position<Family> position{load<Reals<Family>>(pos, 3 * index, inside),
-                                    load<Reals<Family>>(pos, 3 * index + 1, inside),
-                                    load<Reals<Family>>(pos, 3 * index + 2, inside)};
+    const Ints<Family> x = tripleOf<Family>(index, inside);
+    const Position<Family> position{load<Reals<Family>>(pos, x, inside),
+                                    load<Reals<Family>>(pos, x + 1, inside),
+                                    load<Reals<Family>>(pos, x + 2, inside)};
     const auto p = pressureAt<Family>(position, a, b, k);
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
 }

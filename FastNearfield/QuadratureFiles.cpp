@@ -60,7 +60,10 @@ void writeArray(std::ostream& out, const SourceForm& form, char name,
 
 }  // namespace
 
-void legendre_handle(int order, const std::string& output) {
+// The parameters' types are those that programs know.
+// NOLINTBEGIN(performance-unnecessary-value-param, readability-non-const-parameter)
+
+void legendre_handle(int order, std::string output) {
     std::vector<double> region{-1.0, 1.0};
     std::vector<double> x(static_cast<std::size_t>(std::max(order, 0)));
     std::vector<double> w(x.size());
@@ -95,7 +98,7 @@ void legendre_handle(int order, const std::string& output) {
     dtable_write0(regionFile, 1, 2, region.data());
 }
 
-void dtable_write0(const std::string& file_name, int m, int n, const double* table) {
+void dtable_write0(std::string file_name, int m, int n, double* table) {
     std::ofstream file(file_name, std::ios::trunc);
     if (!file) {
         // The wording is the message's own: the error is not fatal.
@@ -111,6 +114,8 @@ void dtable_write0(const std::string& file_name, int m, int n, const double* tab
         file << '\n';
     }
 }
+
+// NOLINTEND(performance-unnecessary-value-param, readability-non-const-parameter)
 
 void timestamp() {
     const std::time_t now = std::time(nullptr);

@@ -9,11 +9,12 @@
 /// @param output "C++", "F77", "F90" or "MAT" (or all in lower case) prints source text in that
 ///               language on standard output; anything else is a root file name, under which the
 ///               weights, abscissas and region go to `<root>_w.txt`, `<root>_x.txt`, `<root>_r.txt`
-void legendre_handle(int order, const std::string& output);
+void legendre_handle(int order, std::string output);
 
 /// Writes an m by n table, stored column by column, as n lines of m values. A file that cannot be
 /// opened is reported on standard error and nothing is written.
-void dtable_write0(const std::string& file_name, int m, int n, const double* table);
+/// @param table m*n values, which are read only
+void dtable_write0(std::string file_name, int m, int n, double* table);
 
 /// Prints the current local time, as "21 November 2026 09:30:00 AM", on standard output.
 void timestamp();

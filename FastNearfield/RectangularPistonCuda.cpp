@@ -48,7 +48,7 @@ void RectangularPiston_func_device(Complex* d_array, int sx, int sy, int sz, con
     float* d_transform = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(float)));
     CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(float), cudaMemcpyHostToDevice ));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         singlePistonModule().grid.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                          sx, sy, sz, d_transform, 0.5F * s, 0.5F * l, k);
     });
@@ -79,7 +79,7 @@ void RectangularPiston_func2_device(float* d_arrayr, float* d_arrayi, int sx, in
     float* d_transform = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(float)));
     CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(float), cudaMemcpyHostToDevice ));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         singlePistonModule().splitGrid.launch(launch::regularGrid(sx, sy, sz), launch::block,
                                               d_arrayr, d_arrayi, sx, sy, sz, d_transform, 0.5F * s,
                                               0.5F * l, k);
@@ -123,7 +123,7 @@ void RectangularPiston_func_structured_device(Complex* d_array, int sx, int sy, 
                                               const float* posx, const float* posy,
                                               const float* posz, float l, float s, float k) {
     checkPending("pre RectangularPison_func_device", sourceUnit, __LINE__);
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         singlePistonModule().structured.launch(launch::regularGrid(sx, sy, sz), launch::block,
                                                d_array, sx, sy, sz, posx, posy, posz, 0.5F * s,
                                                0.5F * l, k);
@@ -156,7 +156,7 @@ void RectangularPiston_func_unstructured_device(Complex* d_array, int nbPos, con
     std::cout << "nbPos" << nbPos << std::endl;
     std::cout << "grid: " << gx << " " << 64 << " " << 1 << std::endl;
     std::cout << gx * 8192LL << std::endl;
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         singlePistonModule().unstructured.launch({static_cast<unsigned>(gx), 64, 1}, launch::block,
                                                  d_array, nbPos, pos, 0.5F * s, 0.5F * l, k);
     });
@@ -171,7 +171,7 @@ void do_calculate_grid(Complex* data, int sx, int sy, int sz, float transform00,
     const std::size_t datasize = launch::fieldBytes(sx, sy, sz, sizeof(Complex));
     Complex* d_array = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_array, datasize));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         singlePistonModule().gridByValues.launch(
             launch::regularGrid(sx, sy, sz), launch::block, d_array, sx, sy, sz, transform00,
             transform01, transform02, transform03, transform10, transform11, transform12,

@@ -25,7 +25,7 @@ void RectangularPiston_func2_d(double* datar, double* datai, int sx, int sy, int
     double* d_transform = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(double)));
     CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(double), cudaMemcpyHostToDevice ));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         doublePistonModule().splitGrid.launch(launch::regularGrid(sx, sy, sz), launch::block,
                                               d_arrayr, d_arrayi, sx, sy, sz, d_transform, 0.5 * s,
                                               0.5 * l, k);
@@ -47,7 +47,7 @@ void RectangularPiston_func_d(Complexd* data, int sx, int sy, int sz, const doub
     double* d_transform = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_transform, 16*sizeof(double)));
     CHECK_CUDA_CALL(cudaMemcpy( d_transform, transform, 16*sizeof(double), cudaMemcpyHostToDevice ));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         doublePistonModule().grid.launch(launch::regularGrid(sx, sy, sz), launch::block, d_array,
                                          sx, sy, sz, d_transform, 0.5 * s, 0.5 * l, k);
     });
@@ -66,7 +66,7 @@ void do_calculate_grid_d(Complexd* data, int sx, int sy, int sz, double transfor
     const std::size_t datasize = launch::fieldBytes(sx, sy, sz, sizeof(Complexd));
     Complexd* d_array = nullptr;
     CHECK_CUDA_CALL(cudaMalloc((void**)&d_array, datasize));
-    launch::timed(sourceUnit, [&] {
+    launch::timed(sourceUnit, __LINE__, [&] {
         doublePistonModule().gridByValues.launch(
             launch::regularGrid(sx, sy, sz), launch::block, d_array, sx, sy, sz, transform00,
             transform01, transform02, transform03, transform10, transform11, transform12,

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "FastNearfield/RectangularPistonCuda.h"
 #include "core/CudaCheck.h"
@@ -47,14 +48,14 @@ inline double microsecondsBetween(const timeval& start, const timeval& stop) {
 }
 
 /// Starts a kernel, and where `do_timing` is set waits for it and keeps the time it took.
+/// @param unit,line the caller's, for the report of a failing wait
 template <class Start>
-void timed(const char* sourceUnit, Start start) {
-    using cuda_runtime::cudaThreadSynchronize;
+void timed(const char* unit, int line, Start start) {
     timeval before{};
     static_cast<void>(gettimeofday(&before, nullptr));
     start();
     if (do_timing == 0) return;
-    CHECK_CUDA_CALL(cudaThreadSynchronize());
+    checkCall(cuda_runtime::cudaThreadSynchronize(), "cudaThreadSynchronize()", unit, line);
     timeval after{};
     static_cast<void>(gettimeofday(&after, nullptr));
     global_time = microsecondsBetween(before, after);

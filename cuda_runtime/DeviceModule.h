@@ -3,6 +3,7 @@
 #pragma once
 
 #include <span>
+#include <vector>
 
 #include "cuda_runtime/ConstantSymbol.h"
 
@@ -20,6 +21,7 @@ class DeviceModule {
     ~DeviceModule();
 
   private:
+    std::vector<const void*> kernels;
     std::span<const ConstantSymbol> constants;
 };
 

@@ -10,6 +10,7 @@
 //   threadIndex<T>()                 the linear index of the lanes' threads in a grid of 1-D blocks
 //   load, store                      device memory
 //   select, any                      decisions lane by lane
+//   product, sum                     each rounded by itself, never fused into one operation
 //   absolute, squareRoot, reciprocal, sinCos   device mathematics
 //   entryOf<T, &kernel>()            a kernel's registered entry, for `cudaLaunch`
 

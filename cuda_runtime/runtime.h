@@ -82,7 +82,8 @@ cudaError_t cudaThreadSynchronize();
 /// Ends the context that this interface made for the calling thread, with all memory in it.
 cudaError_t cudaThreadExit();
 
-/// The last failure, cleared by reading it.
+/// The last failure, cleared by reading it: one of this interface, else one that another caller of
+/// the installed runtime left pending.
 cudaError_t cudaGetLastError();
 const char* cudaGetErrorString(cudaError_t status);
 

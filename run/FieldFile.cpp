@@ -203,7 +203,8 @@ void finish(File& file, const std::filesystem::path& path) {
 File openFile(const std::string& name, FieldFile::Access access,
               const std::optional<MPI_Comm>& together) {
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
-    const hid_t id = H5Fopen(name.c_str(), flags, accessProperties(together));
+    const Properties how = accessProperties(together);
+    const hid_t id = H5Fopen(name.c_str(), flags, how);
     if (id >= 0) {
         File file(id, name);
         H5O_info_t root{};

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "FastNearfield/GaussLegendre.h"
+
 namespace run {
 
 namespace {
@@ -32,7 +34,7 @@ void checkSizes(const Request& request) {
 }
 
 void checkRule(const Request& request) {
-    const int most = request.mode == "cuda" ? 512 : 16383;
+    const int most = request.mode == "cuda" ? 512 : largestAccurateOrder;
     if (request.order < 1 || request.order > most)
         refuse(request.table.empty() ? "order" : "table",
                (request.table.empty() ? "" : "an order of ") + std::to_string(request.order) +

@@ -80,10 +80,23 @@ std::vector<double> readTable(hid_t file, std::int64_t order) {
     return table;
 }
 
+/// Whether a file was written before texts had any length.
+bool isOfFirstFormat(hid_t file) {
+    const hdf5::Attribute attribute(H5Aopen(file, "creator", H5P_DEFAULT), "creator");
+    hdf5::Type type(H5Tcopy(H5T_C_S1), "the type of texts");
+    std::array<char, 16> text{};
+    checked(H5Tset_size(type, text.size()), "the size of texts");
+    const hdf5::Type stored(H5Aget_type(attribute), "creator");
+    const Space space(H5Aget_space(attribute), "creator");
+    return checked(H5Tequal(stored, type), "creator") > 0 && hdf5::dimensionsOf(space).empty() &&
+           H5Aread(attribute, type, text.data()) >= 0 && std::string(text.data()) == creator;
+}
+
 /// The format of a file that this program wrote, none of another.
 std::optional<std::int64_t> formatOf(hid_t file) {
     try {
-        if (attributes::readText(file, "creator") != creator) return std::nullopt;
+        if (!isOfFirstFormat(file) && attributes::readText(file, "creator") != creator)
+            return std::nullopt;
         return attributes::readInteger(file, "format");
     } catch (const std::runtime_error&) {
         return std::nullopt;

@@ -103,7 +103,12 @@ void Emulator::registerModule(std::span<const void* const> entries,
     for (const ConstantSymbol& symbol : symbols) constants.emplace(symbol.name, symbol);
 }
 
-void Emulator::unregisterConstants(std::span<const ConstantSymbol> symbols) {
+void Emulator::unregisterModule(std::span<const void* const> entries,
+                                std::span<const ConstantSymbol> symbols) {
+    for (const void* const entry : entries) {
+        const auto found = std::find(kernels.begin(), kernels.end(), entry);
+        if (found != kernels.end()) kernels.erase(found);  // once: another module may have it too
+    }
     for (const ConstantSymbol& symbol : symbols)
         std::erase_if(constants, [&symbol](const auto& named) {
             return named.second.symbol == symbol.symbol;
@@ -329,10 +334,10 @@ namespace cuda_runtime {
 
 DeviceModule::DeviceModule(std::span<const void* const> kernels,
                            std::span<const ConstantSymbol> constants)
-    : constants(constants) {
+    : kernels(kernels.begin(), kernels.end()), constants(constants) {
     emulated::emulator().registerModule(kernels, constants);
 }
 
-DeviceModule::~DeviceModule() { emulated::emulator().unregisterConstants(constants); }
+DeviceModule::~DeviceModule() { emulated::emulator().unregisterModule(kernels, constants); }
 
 }  // namespace cuda_runtime

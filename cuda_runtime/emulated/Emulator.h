@@ -82,7 +82,8 @@ class Emulator {
     /// written in all of them.
     void registerModule(std::span<const void* const> entries,
                         std::span<const ConstantSymbol> symbols);
-    void unregisterConstants(std::span<const ConstantSymbol> symbols);
+    void unregisterModule(std::span<const void* const> entries,
+                          std::span<const ConstantSymbol> symbols);
 
     cudaError_t getDeviceCount(int* count);
     cudaError_t getDeviceProperties(cudaDeviceProp* properties, int device);

@@ -72,7 +72,8 @@ template <class T>
 /// The quotient of indices from 0 on, rounded down. In doubles, which have it exactly, because no
 /// processor divides packs of integers.
 template <class I>
-[[gnu::always_inline]] inline I quotient(I indices, int divisor) {
+[[gnu::always_inline]] inline I quotient(const I& indices, int divisor) {
+    // A reference: without optimisation g++ 12 cannot convert a pack of 16 that is a value.
     using Wide = lanes::Pack<double, lanes::widthOf<I>>;
     return __builtin_convertvector(__builtin_convertvector(indices, Wide) / divisor, I);
 }
@@ -122,6 +123,17 @@ template <class Pair, class I, class V>
         return emulated::reportFault();
     for (int i = 0; i < lanes::widthOf<V>; ++i)
         if (mask[i] != 0) array[indices[i]] = Pair{first[i], second[i]};
+}
+
+/// Kernels are compiled without fused operations.
+template <class A, class V>
+[[gnu::always_inline]] inline V product(A a, V b) {
+    return a * b;
+}
+
+template <class V, class B>
+[[gnu::always_inline]] inline V sum(V a, B b) {
+    return a + b;
 }
 
 // Device mathematics. In double precision square root, sine and cosine are single, on the converted

@@ -23,7 +23,7 @@ struct ThreadState {
     int device = 0;
     toolkit::OwnContext context;
     std::optional<PendingCall> pending;
-    // The runtime's own last error is not cleared by reading it on a machine without a driver.
+    // Of this interface alone: the last error of the installed runtime is the whole process's.
     cudaError_t lastError = cudaSuccess;
 };
 
@@ -39,51 +39,79 @@ std::map<std::string, ConstantSymbol>& constantRegistry() {
 
 cudaError_t remember(::cudaError_t status) {
     const auto own = static_cast<cudaError_t>(status);
-    if (own == cudaSuccess) return own;
-    state().lastError = own;
-    static_cast<void>(::cudaGetLastError());  // it is kept here, not there
+    if (own != cudaSuccess) state().lastError = own;
     return own;
+}
+
+/// Carries calls of the installed runtime out. A failure becomes this interface's last error and
+/// leaves the runtime's as it was; one that another caller left there stays pending, at the worst
+/// under the later failure's number.
+template <class Calls>
+cudaError_t remembered(Calls calls) {
+    const bool othersPending = ::cudaPeekAtLastError() != ::cudaSuccess;
+    const ::cudaError_t status = calls();
+    if (status != ::cudaSuccess && !othersPending) static_cast<void>(::cudaGetLastError());
+    return remember(status);
 }
 
 /// Carries an operation out in the module's own context.
 template <class Operation>
 cudaError_t inContext(Operation operation) {
-    toolkit::OwnContext& context = state().context;
-    ::cudaError_t status = context.enter(state().device);
-    if (status != ::cudaSuccess) return remember(status);
-    status = operation();
-    const ::cudaError_t left = context.leave();
-    return remember(status != ::cudaSuccess ? status : left);
+    return remembered([&] {
+        toolkit::OwnContext& context = state().context;
+        const ::cudaError_t entered = context.enter(state().device);
+        if (entered != ::cudaSuccess) return entered;
+        const ::cudaError_t status = operation();
+        const ::cudaError_t left = context.leave();
+        return status != ::cudaSuccess ? status : left;
+    });
+}
+
+::cudaError_t propertiesOf(int device, cudaDeviceProp& properties) {
+    ::cudaDeviceProp all{};
+    const ::cudaError_t status = ::cudaGetDeviceProperties(&all, device);
+    if (status != ::cudaSuccess) return status;
+    std::copy(std::begin(all.name), std::end(all.name), properties.name);
+    properties.major = all.major;
+    properties.minor = all.minor;
+    properties.multiProcessorCount = all.multiProcessorCount;
+    return ::cudaDeviceGetAttribute(&properties.clockRate, ::cudaDevAttrClockRate, device);
+}
+
+::cudaError_t chooseDevice(int device) {
+    int count = 0;
+    const ::cudaError_t status = ::cudaGetDeviceCount(&count);
+    if (status != ::cudaSuccess) return status;
+    if (device < 0 || device >= count) return ::cudaErrorInvalidDevice;
+    if (state().context.exists() && device != state().device) return ::cudaErrorSetOnActiveProcess;
+    state().device = device;
+    return ::cudaSuccess;
+}
+
+/// Without a device or a working driver every call of the runtime gives one and the same error,
+/// asking for the last one too: nobody has left it pending.
+bool runtimeWorks() {
+    int count = 0;
+    const bool works = ::cudaGetDeviceCount(&count) == ::cudaSuccess;
+    if (!works) static_cast<void>(::cudaGetLastError());
+    return works;
 }
 
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
 
 }  // namespace
 
-cudaError_t cudaGetDeviceCount(int* count) { return remember(::cudaGetDeviceCount(count)); }
+cudaError_t cudaGetDeviceCount(int* count) {
+    return remembered([=] { return ::cudaGetDeviceCount(count); });
+}
 
 cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device) {
-    ::cudaDeviceProp all{};
-    const ::cudaError_t status = ::cudaGetDeviceProperties(&all, device);
-    if (status != ::cudaSuccess) return remember(status);
-    std::copy(std::begin(all.name), std::end(all.name), properties->name);
-    properties->major = all.major;
-    properties->minor = all.minor;
-    properties->multiProcessorCount = all.multiProcessorCount;
-    return remember(
-        ::cudaDeviceGetAttribute(&properties->clockRate, ::cudaDevAttrClockRate, device));
+    return remembered([=] { return propertiesOf(device, *properties); });
 }
 
 // The toolkit's own function would bring the device's primary context up.
 cudaError_t cudaSetDevice(int device) {
-    int count = 0;
-    const ::cudaError_t status = ::cudaGetDeviceCount(&count);
-    if (status != ::cudaSuccess) return remember(status);
-    if (device < 0 || device >= count) return remember(::cudaErrorInvalidDevice);
-    if (state().context.exists() && device != state().device)
-        return remember(::cudaErrorSetOnActiveProcess);
-    state().device = device;
-    return cudaSuccess;
+    return remembered([=] { return chooseDevice(device); });
 }
 
 cudaError_t cudaMalloc(void** address, std::size_t bytes) {
@@ -135,10 +163,17 @@ cudaError_t cudaThreadSynchronize() {
 
 cudaError_t cudaThreadExit() {
     state().pending.reset();
-    return remember(state().context.end());
+    return remembered([] { return state().context.end(); });
 }
 
-cudaError_t cudaGetLastError() { return std::exchange(state().lastError, cudaSuccess); }
+cudaError_t cudaGetLastError() {
+    const cudaError_t own = std::exchange(state().lastError, cudaSuccess);
+    const auto others = static_cast<cudaError_t>(::cudaPeekAtLastError());
+    if (own != cudaSuccess && own != others) return own;  // what another caller left is the next
+    static_cast<void>(::cudaGetLastError());
+    if (own != cudaSuccess) return own;
+    return others == cudaSuccess || runtimeWorks() ? others : cudaSuccess;
+}
 
 const char* cudaGetErrorString(cudaError_t status) {
     return ::cudaGetErrorString(static_cast<::cudaError_t>(status));

@@ -53,6 +53,25 @@ TEST(LegendreCompute, EqualsTheRuleInHigherPrecision) {
     }
 }
 
+// Of the nodes, those nearest to 1 suffer first from a guess that is off.
+TEST(LegendreCompute, IsAccurateUpToTheLargestAccurateOrder) {
+    for (const int order : {16383, 16384, 17001, largestAccurateOrder}) {
+        const Rule rule(order);
+        for (const int i : {1, 2, 3, 4, 10, 100, order / 4, order / 2}) {
+            const auto [node, weight] = reference::legendreNode(order, i);
+            const auto at = static_cast<std::size_t>(order - i);
+            EXPECT_LE(static_cast<double>(fabsq(rule.nodes[at] - node)), 2e-16)
+                << "order " << order << ", node " << i;
+            EXPECT_LE(static_cast<double>(fabsq(rule.weights[at] - weight)), 1e-15)
+                << "order " << order << ", node " << i;
+        }
+        const auto notIncreasing = [](double a, double b) { return a >= b; };
+        EXPECT_EQ(std::adjacent_find(rule.nodes.begin(), rule.nodes.end(), notIncreasing),
+                  rule.nodes.end());
+        EXPECT_NEAR(std::accumulate(rule.weights.begin(), rule.weights.end(), 0.0), 2.0, 1e-13);
+    }
+}
+
 TEST(LegendreCompute, OrderOneIsTheMidpointRule) {
     const Rule rule(1);
     EXPECT_EQ(rule.nodes[0], 0.0);

@@ -56,6 +56,17 @@ TEST(Integ, IsExactForPolynomialsUpToTwiceTheOrder) {
     EXPECT_NEAR(integrate(f, -1.0, 2.0), 63.0 - 9.0 + 3.0, 1e-13);
 }
 
+TEST(Integ, AppliesTheRuleThatItPointsAt) {
+    TableRule<double> one({0.0}, {2.0});
+    TableRule<double> two({-0.5, 0.5}, {1.0, 1.0});
+    Integ<double> integrate(&one);
+    const auto square = noted<double>([](double t) { return t * t; });
+    EXPECT_EQ(integrate.rule, &one);
+    EXPECT_EQ(integrate(square, -1.0, 1.0), 0.0);
+    integrate.rule = &two;
+    EXPECT_EQ(integrate(square, -1.0, 1.0), 0.5);
+}
+
 TEST(Integ, EvaluatesOncePerNodeInIncreasingOrder) {
     TableRule<double> rule({-0.5, 0.0, 0.5}, {0.5, 1.0, 0.5});
     const Integ<double> integrate(&rule);

@@ -21,12 +21,18 @@
 #include <locale>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "CapturedStream.h"
 #include "FastNearfield/GaussLegendre.h"
 
 namespace {
+
+// What programs hold the functions' addresses by.
+static_assert(std::is_same_v<decltype(&legendre_handle), void (*)(int, std::string)>);
+static_assert(std::is_same_v<decltype(&dtable_write0), void (*)(std::string, int, int, double*)>);
+static_assert(std::is_same_v<decltype(&timestamp), void (*)()>);
 
 std::string printedRule(int order, const std::string& form) {
     const CapturedStream output(std::cout);

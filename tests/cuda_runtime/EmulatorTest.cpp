@@ -181,6 +181,25 @@ TEST_F(EmulatorTest, ConstantsAreKnownWhileTheirRegistrationLives) {
     EXPECT_EQ(cudaMemcpyToSymbol("global_passing", &value, sizeof value), cudaErrorInvalidSymbol);
 }
 
+__global__ void passingKernel() {}
+
+TEST_F(EmulatorTest, KernelsAreKnownWhileTheirRegistrationLives) {
+    const std::array<const void*, 1> passing{entryOf<float, &passingKernel>()};
+    const auto launched = [&passing] {
+        static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
+        return cudaLaunch(passing[0]);
+    };
+    {
+        const DeviceModule first(passing, {});
+        {
+            const DeviceModule second(passing, {});
+            EXPECT_EQ(launched(), cudaSuccess);
+        }
+        EXPECT_EQ(launched(), cudaSuccess);
+    }
+    EXPECT_EQ(launched(), cudaErrorInvalidDeviceFunction);
+}
+
 TEST_F(EmulatorTest, LaunchesAKernelWithItsArguments) {
     void* sum = nullptr;
     ASSERT_EQ(cudaMalloc(&sum, sizeof(double)), cudaSuccess);

@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Compiles SOURCE for some architectures with NVCC and reads the assembler's report, which has a
-# section for each function that is left in the device code.
+# section for each function that is left in the device code. Then reads the code before assembly.
 
 set(largest_stack 32) # bytes: the digits of an angle in its exact reduction
 
@@ -42,3 +42,15 @@ foreach(architecture 75 80 90 120)
   list(REMOVE_DUPLICATES registers)
   message("sm_${architecture}: ${entry_count} kernels, ${registers}")
 endforeach()
+
+# The positions are rounded as the CPU's: additions that name their rounding are not fused with the
+# products before them. Four kernels have three coordinates of three additions each.
+execute_process(
+  COMMAND ${NVCC} -std=c++17 -arch=sm_90 -ptx -I${INCLUDE} -o - ${SOURCE}
+  OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "add\\.rn\\.f(32|64)" additions "${code}")
+list(LENGTH additions addition_count)
+if(addition_count LESS 36)
+  message(SEND_ERROR "${addition_count} of at least 36 additions are kept from being fused")
+endif()
+message("${addition_count} additions are kept from being fused")

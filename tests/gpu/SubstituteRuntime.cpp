@@ -64,8 +64,16 @@ CUresult destroyContext(CUcontext context) {
     return live.erase(context) == 1 ? CUDA_SUCCESS : CUDA_ERROR_INVALID_CONTEXT;
 }
 
+/// What a call of the runtime returns, and keeps as the last error where it is one.
+cudaError_t ended(cudaError_t status) {
+    if (!substituteRuntime().hasDriver) return cudaErrorInsufficientDriver;
+    if (status != cudaSuccess)
+        substituteRuntime().lastError = static_cast<cuda_runtime::cudaError_t>(status);
+    return status;
+}
+
 cudaError_t operation() {
-    return substituteRuntime().operationsFail ? cudaErrorLaunchFailure : cudaSuccess;
+    return ended(substituteRuntime().operationsFail ? cudaErrorLaunchFailure : cudaSuccess);
 }
 
 }  // namespace
@@ -82,6 +90,7 @@ cudaError_t cudaGetDriverEntryPointByVersion(const char* symbol, void** function
         {"cuCtxPushCurrent", reinterpret_cast<void*>(pushCurrent)},
         {"cuCtxPopCurrent", reinterpret_cast<void*>(popCurrent)},
         {"cuCtxDestroy", reinterpret_cast<void*>(destroyContext)}};
+    if (!substituteRuntime().hasDriver) return ended(cudaErrorInsufficientDriver);
     const bool isThere = !substituteRuntime().missing.contains(symbol);
     *function = isThere ? functions.at(symbol) : nullptr;
     *outcome = isThere ? cudaDriverEntryPointSuccess : cudaDriverEntryPointSymbolNotFound;
@@ -89,8 +98,9 @@ cudaError_t cudaGetDriverEntryPointByVersion(const char* symbol, void** function
 }
 
 cudaError_t cudaGetDeviceCount(int* count) {
-    *count = 1;
-    return cudaSuccess;
+    const bool found = substituteRuntime().hasDevice;
+    *count = found ? 1 : 0;
+    return ended(found ? cudaSuccess : cudaErrorNoDevice);
 }
 
 cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int /*device*/) {
@@ -127,7 +137,15 @@ cudaError_t cudaLaunchKernel(const void* /*entry*/, dim3 /*grid*/, dim3 /*block*
 
 cudaError_t cudaDeviceSynchronize() { return operation(); }
 
-cudaError_t cudaGetLastError() { return cudaSuccess; }
+cudaError_t cudaPeekAtLastError() {
+    return ended(static_cast<cudaError_t>(substituteRuntime().lastError));
+}
+
+cudaError_t cudaGetLastError() {
+    const cudaError_t status = cudaPeekAtLastError();
+    substituteRuntime().lastError = cuda_runtime::cudaSuccess;
+    return status;
+}
 
 const char* cudaGetErrorString(cudaError_t status) {
     static std::string text;

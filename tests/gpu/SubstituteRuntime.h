@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "cuda_runtime/runtime.h"
+
 /// Stands in for the CUDA runtime and the driver under it: one device whose operations do nothing
 /// and succeed, with an account of the contexts.
 struct SubstituteRuntime {
@@ -18,6 +20,14 @@ struct SubstituteRuntime {
     std::set<std::string> missing;
     /// Whether the runtime's own operations fail.
     bool operationsFail = false;
+    /// Whether the machine has a device.
+    bool hasDevice = true;
+    /// Whether the machine has a driver. Without one every call of the runtime fails alike, and so
+    /// does asking for the last error.
+    bool hasDriver = true;
+
+    /// The runtime's last error, whoever's call left it.
+    cuda_runtime::cudaError_t lastError = cuda_runtime::cudaSuccess;
 
     struct Contexts {
         int created = 0;

@@ -5,7 +5,7 @@
 The places come from the syntax tree, so templates count once and types are left alone.
 """
 import re
-from dataclasses import dataclass
+from dataclasses import dataclass, field
 from itertools import pairwise
 
 from clang.cindex import CursorKind as Kind, Index, TypeKind
@@ -22,6 +22,11 @@ REMOVABLE = {Kind.CALL_EXPR, Kind.BINARY_OPERATOR, Kind.COMPOUND_ASSIGNMENT_OPER
              Kind.BREAK_STMT, Kind.RETURN_STMT, Kind.UNEXPOSED_EXPR}
 NONE = slice(0)
 BODY = slice(-1, None)
+FUNCTIONS = {Kind.FUNCTION_DECL, Kind.FUNCTION_TEMPLATE, Kind.CXX_METHOD, Kind.CONSTRUCTOR,
+             Kind.DESTRUCTOR, Kind.CONVERSION_FUNCTION}
+CLASSES = {Kind.CLASS_DECL, Kind.STRUCT_DECL, Kind.CLASS_TEMPLATE,
+           Kind.CLASS_TEMPLATE_PARTIAL_SPECIALIZATION}
+NAMED = FUNCTIONS | CLASSES | {Kind.VAR_DECL, Kind.FIELD_DECL}
 STATEMENTS = {Kind.COMPOUND_STMT: slice(None), Kind.IF_STMT: slice(1, None), Kind.FOR_STMT: BODY,
               Kind.CXX_FOR_RANGE_STMT: BODY, Kind.WHILE_STMT: BODY}  # which children are statements
 
@@ -32,6 +37,7 @@ class Mutant:
     end: int
     text: str
     operator: str
+    place: str = field(compare=False)  # the function, or the class or variable outside of one
 
     def applied(self, source):
         return source[:self.start] + self.text + source[self.end:]
@@ -46,6 +52,13 @@ class Mutant:
         return f"{before} -> {after or 'nothing'}"
 
 
+def place_of(cursor):
+    """The name of a function with its class, or of a class or variable."""
+    name = cursor.spelling.split("<")[0]  # a constructor's of a template has the parameters
+    parent = cursor.semantic_parent
+    return f"{parent.spelling}::{name}" if parent and parent.kind in CLASSES else name
+
+
 def span(cursor):
     return cursor.extent.start.offset, cursor.extent.end.offset
 
@@ -55,6 +68,7 @@ class Finder:
         self.path = path
         self.source = source
         self.found = set()
+        self.place = ""
         unit = Index.create().parse(path, arguments)
         errors = [d for d in unit.diagnostics if d.severity >= d.Error]
         if errors:
@@ -63,15 +77,19 @@ class Finder:
 
     def add(self, start, end, text, operator):
         if self.source[start:end] != text:
-            self.found.add(Mutant(start, end, text, operator))
+            self.found.add(Mutant(start, end, text, operator, self.place))
 
-    def visit(self, parent):
+    def visit(self, parent, place="", in_function=False):
         for cursor in parent.get_children():
             file = cursor.location.file
             if parent.kind == Kind.TRANSLATION_UNIT and (not file or file.name != self.path):
                 continue
+            inner, inside = place, in_function
+            if not in_function and cursor.kind in NAMED:  # lambdas belong to their function
+                inner, inside = place_of(cursor), cursor.kind in FUNCTIONS
+            self.place = inner
             self.mutate(cursor)
-            self.visit(cursor)
+            self.visit(cursor, inner, inside)
 
     def mutate(self, cursor):
         children = list(cursor.get_children())

@@ -6,10 +6,13 @@
 Of every mutant only the objects that see it are compiled again, linked with the rest of a build
 into the test programs named here, and these run until one fails. A mutant that does not compile
 is none; one that runs too long counts as noticed. survivors.txt says why the others live. The score
-is what the tests notice of the mutants that are not equivalent to their source. Needs python3-clang
-(Debian).
+is what the tests notice of the mutants that are not equivalent to their source. tests/mutation.sh
+installs what this needs.
+
+--check compiles nothing: it says which rows of survivors.txt match no mutant of today's sources.
 """
 import argparse
+import json
 import os
 import queue
 import random
@@ -31,12 +34,21 @@ REQUIRED = 0.95
 # One instruction set stands for all: the code is the same.
 INSTRUCTION_SETS = ["baseline", "v3", "v4"]
 
+
+def best_instruction_set():
+    flags = Path("/proc/cpuinfo").read_text(encoding="utf-8").split()
+    return "v4" if "avx512dq" in flags else "v3" if "avx2" in flags else "baseline"
+
+
 GATEWAY = ["matlab_src/matlab_src_test"]
 MODULE = ["matlab_host/matlab_host_test"]
 RULES = ["FastNearfield/FastNearfieldTest"]
 SUMS = ["FastNearfield/FastNearfieldTest", "FastNearfield/NearFieldRoundingTest", *GATEWAY]
 PISTON = ["FastNearfield/gpu/gpu_test", "FastNearfield/FastNearfieldTest"]
 KERNELS = ["FastNearfield/kernels/kernels_test"]
+RUN = ["run/run_test"]
+LANES = {"baseline": ["lanes/lanes_test"], "v3": ["lanes/lanes_v3_test", "lanes/lanes_test"],
+         "v4": ["lanes/lanes_v4_test", "lanes/lanes_test"]}[best_instruction_set()]
 TESTS = {
     "matlab_src/FieldRequest.cpp": GATEWAY,
     "matlab_src/Gateway.cpp": GATEWAY,
@@ -45,12 +57,21 @@ TESTS = {
     "matlab_src/sizes.cpp": GATEWAY,
     "FastNearfield/GaussLegendre.cpp": RULES,
     "FastNearfield/GaussLegendre.h": RULES,
+    "FastNearfield/HalfTable.h": RULES,
     "FastNearfield/QuadratureFiles.cpp": RULES,
     "FastNearfield/Integ.h": SUMS,
     "FastNearfield/RectangularPiston2.cpp": PISTON,
     "FastNearfield/PistonKernels.h": KERNELS,
     "FastNearfield/PointSums.lanes.cpp": SUMS,
+    "lanes/InstructionSet.cpp": LANES,
+    "lanes/Pack.h": LANES,
+    "lanes/sinCos.h": LANES,
+    "lanes/slowReduction.cpp": LANES,
+    "lanes/staggered.h": LANES,
 }
+# What runs as a program of its own is tried by scripts, which take too long for every mutant.
+TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").glob("*.cpp"))
+          if file.name != "main.cpp"}
 
 
 def limit_resources():
@@ -60,9 +81,17 @@ def limit_resources():
     resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
 
-def best_instruction_set():
-    flags = Path("/proc/cpuinfo").read_text(encoding="utf-8").split()
-    return "v4" if "avx512dq" in flags else "v3" if "avx2" in flags else "baseline"
+def parsing_arguments(folder, file):
+    """How a build folder's compiler reads a file; a header as a source of its room."""
+    entries = json.loads((folder / "compile_commands.json").read_text(encoding="utf-8"))
+    path, room = ROOT / file, ROOT / Path(file).parts[0]
+    # Those of the set in use before others, and the file's own before its neighbours'.
+    best = f"pistonfield_lanes_{best_instruction_set()}.dir"
+    ranked = sorted(entries, key=lambda e: (Path(e["file"]) != path,
+                                            room not in Path(e["file"]).parents,
+                                            best not in e["command"]))
+    command = shlex.split(ranked[0]["command"].replace("-isystem ", "-isystem"))
+    return ["-xc++", *(a for a in command if re.match("-(I|D|isystem|std|m)", a))]
 
 
 class Build:
@@ -73,7 +102,8 @@ class Build:
         self.scratch = folder / "mutant"
         self.scratch.mkdir(parents=True, exist_ok=True)
         self.call("cmake", "-S", ROOT, "-B", folder, "-G", "Ninja", "-D", "CMAKE_BUILD_TYPE=None",
-                  "-D", "CMAKE_CXX_FLAGS=-O1", "-D", "PISTONFIELD_OCTAVE=OFF")
+                  "-D", "CMAKE_CXX_FLAGS=-O1", "-D", "PISTONFIELD_OCTAVE=OFF",
+                  "-D", f"PISTONFIELD_RUN={'ON' if {*RUN} & {*programs} else 'OFF'}")
         for program in programs:  # what an earlier run left is not what the sources say
             self.path(program).unlink(missing_ok=True)
         for module in folder.glob("tests/matlab_host/*.mexa64"):
@@ -122,11 +152,6 @@ class Build:
                    if not any(f"pistonfield_lanes_{other}.dir" in o for other in others)}
         return {command[command.index("-o") + 1]: command for command in self.commands[program]
                 if "-c" in command and command[command.index("-o") + 1] in objects}
-
-    def arguments(self, program, file):
-        """How the file is parsed."""
-        command = next(iter(self.compilations(program, file).values()))
-        return ["-xc++", *(a for a in command if re.match("-(I|D|isystem|std|m)", a))]
 
     def try_mutant(self, file, text):
         """Whether the tests notice the text in place of the file's own."""
@@ -192,25 +217,43 @@ class Build:
 
 
 def read_survivors():
-    """The kinds of the known survivors, by file, line of text and change."""
+    """The kinds of the known survivors, by file, function, line of text and change."""
     kinds = {}
     for line in SURVIVORS.read_text(encoding="utf-8").splitlines():
         if line and not line.startswith("#"):
-            file, text, change, kind, _reason = line.split(" ;; ")
-            kinds[file, text, change] = kind
+            *key, kind, _reason = line.split(" ;; ")
+            kinds[tuple(key)] = kind
     return kinds
 
 
-def named(source, mutants):
-    """The mutants by their line's text and their change, numbered where these are the same."""
+def named(file, source, mutants):
+    """The mutants, their lines, and their names: file, function, line of text and change, numbered
+    where these are the same."""
     seen = Counter()
+    lines = source.splitlines()
     for mutant in mutants:
         line = mutant.line(source)
-        text = source.splitlines()[line - 1].strip()
-        change = mutant.change(source)
-        seen[line, change] += 1
-        number = seen[line, change]
-        yield mutant, line, text, change + (f" #{number}" if number > 1 else "")
+        name = (file, mutant.place, lines[line - 1].strip(), mutant.change(source))
+        seen[name] += 1
+        if seen[name] > 1:
+            name = (*name[:-1], f"{name[-1]} #{seen[name]}")
+        yield mutant, line, name
+
+
+def candidates_of(file, folder):
+    source, mutants = find_mutants(str(ROOT / file), parsing_arguments(folder, file))
+    return source, list(named(file, source, mutants))
+
+
+def check_survivors(folder):
+    """Prints the rows that match no mutant. True when there are none."""
+    known = set(read_survivors())
+    for file in {name[0] for name in known}:
+        if file in TESTS:
+            known -= {name for _, _, name in candidates_of(file, folder)[1]}
+    for name in sorted(known):
+        print("matches nothing:", " ;; ".join(name))
+    return not known
 
 
 def tried(counts):
@@ -223,17 +266,23 @@ def score(counts):
 
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("files", nargs="*", help="the files to mutate, or all")
+    parser.add_argument("files", nargs="*", help="the files or rooms to mutate, or all")
     parser.add_argument("--sample", type=int, help="mutants a file, drawn with a fixed seed")
     parser.add_argument("--jobs", type=int, default=os.cpu_count())
     parser.add_argument("--build", type=Path, default=ROOT / "build-mutation")
+    parser.add_argument("--check", type=Path, metavar="FOLDER",
+                        help="only check survivors.txt, by the compiler's commands of a build folder")
     arguments = parser.parse_args()
-    arguments.files = arguments.files or list(TESTS)
+    rooms = [file for file in TESTS if file.split("/")[0] in arguments.files]
+    files = [file for file in arguments.files if "/" in file]
+    arguments.files = rooms + files if arguments.files else list(TESTS)
     return arguments
 
 
 def main():
     options = parse_arguments()
+    if options.check:
+        return 0 if check_survivors(options.check.resolve()) else 1
     programs = sorted({program for file in options.files for program in TESTS[file]})
     builds = queue.SimpleQueue()
     for number in range(options.jobs):
@@ -245,11 +294,8 @@ def main():
     total = Counter()
     with ThreadPoolExecutor(options.jobs) as pool:
         for file in options.files:
-            build = builds.get()
-            source, mutants = find_mutants(str(ROOT / file),
-                                           build.arguments(TESTS[file][0], file))
-            builds.put(build)
-            candidates = list(named(source, mutants))
+            source, candidates = candidates_of(file, options.build.resolve() / "0")
+            mutants = len(candidates)
             if options.sample and options.sample < len(candidates):
                 candidates = random.Random(1).sample(candidates, options.sample)
 
@@ -263,12 +309,12 @@ def main():
             counts = Counter()
             for candidate, result in zip(candidates, pool.map(outcome, candidates)):
                 if result == "survived":
-                    _, line, text, change = candidate
-                    result = known.get((file, text, change), "new")
-                    print(f"  line {line}: {file} ;; {text} ;; {change} ;; {result}", flush=True)
+                    _, line, name = candidate
+                    result = known.get(name, "new")
+                    print(f"  line {line}: {' ;; '.join(name)} ;; {result}", flush=True)
                 counts[result] += 1
             total += counts
-            print(row.format(file, len(mutants), tried(counts), counts["equivalent"],
+            print(row.format(file, mutants, tried(counts), counts["equivalent"],
                              counts["killed"], f"{score(counts):.1%}"), flush=True)
     print(f"score {score(total):.1%} of {tried(total)} mutants; {total['new']} new survivors")
     return 0 if score(total) >= REQUIRED and total["new"] == 0 else 1

@@ -64,16 +64,20 @@ Rule widened(int order, const T* nodes, const T* weights) {
 
 }  // namespace
 
+NodeAndWeight legendreNode(int order, int i) {
+    const bool middle = 2 * i - 1 == order;
+    const Quad x = middle ? Quad(0) : root(order, i);
+    const Quad slope = legendre<Quad>(order, x).slope;
+    return {x, 2 / ((1 - x * x) * slope * slope)};
+}
+
 Rule legendreRule(int order) {
     const auto n = static_cast<std::size_t>(order);
     Rule rule{std::vector<Quad>(n), std::vector<Quad>(n)};
     for (std::size_t i = 0; i <= (n - 1) / 2; ++i) {
-        const bool middle = 2 * i + 1 == n;
-        const Quad x = middle ? Quad(0) : root(order, static_cast<int>(i) + 1);
-        const Quad slope = legendre<Quad>(order, x).slope;
-        const Quad weight = 2 / ((1 - x * x) * slope * slope);
+        const auto [x, weight] = legendreNode(order, static_cast<int>(i) + 1);
+        rule.nodes[i] = -x;
         rule.nodes[n - 1 - i] = x;
-        rule.nodes[i] = middle ? Quad(0) : -x;
         rule.weights[i] = rule.weights[n - 1 - i] = weight;
     }
     return rule;

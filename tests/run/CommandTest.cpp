@@ -137,7 +137,7 @@ TEST(CommandLine, ChecksARequestThatIsComplete) {
     EXPECT_EQ(refused([] {
                   checkComplete(computing(complete({"--order", "0"})));
               }),
-              "--order: 0 is not within 1 to 16383 of the mode cpu");
+              "--order: 0 is not within 1 to 18000 of the mode cpu");
 }
 
 // --- parts

@@ -195,7 +195,7 @@ TEST_F(DamagedFiles, WithFiguresOfNoFieldAreRefused) {
     for (const std::int64_t order :
          {std::int64_t{0}, std::int64_t{-6}, (std::int64_t{1} << 32) + 6})
         EXPECT_THAT(refusalWith("order", order),
-                    testing::HasSubstr("is not within 1 to 16383 of the mode cpu"));
+                    testing::HasSubstr("is not within 1 to 18000 of the mode cpu"));
 }
 
 TEST_F(DamagedFiles, WithPointsOutsideOfTheirLatticeAreRefused) {

@@ -100,10 +100,10 @@ TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
             r.order = order;
         });
     };
-    EXPECT_EQ(ofOrder("cpu", 0), "order: 0 is not within 1 to 16383 of the mode cpu");
-    EXPECT_EQ(ofOrder("cpu", -3), "order: -3 is not within 1 to 16383 of the mode cpu");
-    EXPECT_EQ(ofOrder("cpu", 16383), "no failure");
-    EXPECT_EQ(ofOrder("cpusp", 16384), "order: 16384 is not within 1 to 16383 of the mode cpusp");
+    EXPECT_EQ(ofOrder("cpu", 0), "order: 0 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", -3), "order: -3 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", 18000), "no failure");
+    EXPECT_EQ(ofOrder("cpusp", 18001), "order: 18001 is not within 1 to 18000 of the mode cpusp");
     EXPECT_EQ(ofOrder("cuda", 512), "no failure");
     EXPECT_EQ(ofOrder("cuda", 513), "order: 513 is not within 1 to 512 of the mode cuda");
 }

@@ -16,7 +16,7 @@ import time
 import unittest
 
 import h5py
-from programs import PROGRAM, ProgramTest, arrays, options, slab_boxes
+from programs import PROGRAM, ProgramTest, arrays, datasets, options, slab_boxes
 
 fields = int(sys.argv[1])
 seed = int(sys.argv[2]) if len(sys.argv) > 2 else random.SystemRandom().randrange(10**6)
@@ -58,7 +58,7 @@ class KillsTest(ProgramTest):
         if not self.at(name).exists():
             return 0
         with h5py.File(self.at(name)) as file:
-            found = {name: dataset[...] for name, dataset in file.items()}
+            found = {name: dataset[...] for name, dataset in datasets(file).items()}
             boxes = slab_boxes(file)
         for number, box in enumerate(boxes):
             if found["slabs"][number]["finished"]:

@@ -31,7 +31,7 @@ BAD = [
     ("--mode", ["cudadp"]),
     ("--order", [0]),
     ("--order", [-1]),
-    ("--order", [16384]),
+    ("--order", [18001]),
     ("--order", [2.5]),
     ("--order", ["many"]),
     ("--table", ["nothing.txt"]),

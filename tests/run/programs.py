@@ -46,10 +46,16 @@ def command(*arguments, ranks=1):
     return (launcher if ranks > 1 else []) + [PROGRAM, *map(str, arguments)]
 
 
+def datasets(file):
+    """The datasets of an open file by the names that are their own."""
+    own = [n for n in file if isinstance(file.get(n, getlink=True), h5py.HardLink)]
+    return {name: file[name] for name in own if name != "parts"}
+
+
 def arrays(path):
-    """The datasets of a file."""
+    """What is in the datasets of a file."""
     with h5py.File(path, "r") as file:
-        return {name: dataset[...] for name, dataset in file.items()}
+        return {name: dataset[...] for name, dataset in datasets(file).items()}
 
 
 def slab_boxes(file):

@@ -54,7 +54,7 @@ class WithoutDoubleModule {
   public:
     WithoutDoubleModule() {
         forEachInstructionSet(
-            [](const auto& constants) { emulator().unregisterConstants(constants); });
+            [](const auto& constants) { emulator().unregisterModule({}, constants); });
     }
     WithoutDoubleModule(const WithoutDoubleModule&) = delete;
     WithoutDoubleModule& operator=(const WithoutDoubleModule&) = delete;

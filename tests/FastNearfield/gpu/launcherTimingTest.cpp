@@ -3,12 +3,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <string>
 #include <thread>
 
 #include "tests/FastNearfield/gpu/LaunchTest.h"
 #include "tests/FastNearfield/gpu/Transcript.h"
+#include "tests/support/Captured.h"
+#include "tests/support/FailureHandlers.h"
 
 // The timing of launches, which a host program may switch on.
 
@@ -84,6 +88,31 @@ TEST_P(Timing, ReportsAFailingWaitByItsText) {
         launcher.unit + ")";
     EXPECT_EQ(transcript.back() == report, launcher.timed);
     EXPECT_EQ(global_time, untouched);
+}
+
+// Every check fails here, those for pending errors right before and after the wait too.
+TEST_P(Timing, ReportsAFailingWaitAtALineBetweenTheChecksAroundIt) {
+    do_timing = 1;
+    const auto launch = launcher.prepare(n);
+    const auto failing = [](const emulated::RuntimeCall& call) {
+        const bool checked = call.operation == Operation::GetLastError ||
+                             call.operation == Operation::ThreadSynchronize;
+        return checked ? cudaErrorLaunchFailure : cudaSuccess;
+    };
+    const RecordedFailures recorded(AfterFailure::returns);
+    emulated::emulator().setInterceptor(failing);
+    static_cast<void>(captured([&] { launch->start(); }));
+    emulated::emulator().setInterceptor(nullptr);
+    const auto& all = recorded.failures;
+    const auto wait = std::find_if(all.begin(), all.end(), [](const Failure& failure) {
+        return failure.condition.find(waiting) != std::string::npos;
+    });
+    ASSERT_EQ(wait != all.end(), launcher.timed);
+    if (!launcher.timed) return;
+    ASSERT_TRUE(wait != all.begin() && wait + 1 != all.end());
+    EXPECT_GT(wait->line, (wait - 1)->line);
+    EXPECT_LT(wait->line, (wait + 1)->line);
+    EXPECT_EQ(wait->file, launcher.unit);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, Timing, testing::ValuesIn(launchers()), EachLauncher::nameOf);

@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 #include "DeviceField.h"
 #include "FastNearfield/PistonKernels.h"
@@ -102,6 +103,20 @@ TYPED_TEST(PointFunctionsTest, IntegrateAllAddsAMultipleOfAnEdgesIntegral) {
                              (1 + (1 + this->k * reach) * fabsq(factor) * edge.bound);
         EXPECT_LE(static_cast<double>(reference::magnitude(error) / measure), this->bound) << i;
     }
+}
+
+// The number of a thread beyond the points may be the largest that there is.
+TYPED_TEST(PointFunctionsTest, TripleOfAThreadWithoutAPointIsTheFirst) {
+    constexpr int count = cuda_runtime::Lanes<typename TypeParam::Real>::count;
+    const auto noPoint = lanes::broadcast<Ints<TypeParam>>(std::numeric_limits<int>::max());
+    Ints<TypeParam> index{};
+    for (int i = 0; i < count; ++i) index[i] = 1000 + i;
+    index[count - 1] = noPoint[0];
+    const Ints<TypeParam> triple = tripleOf<TypeParam>(index, index < 1000 + count);
+    for (int i = 0; i < count - 1; ++i) EXPECT_EQ(triple[i], 3000 + 3 * i);
+    EXPECT_EQ(triple[count - 1], 0);
+    const Ints<TypeParam> none = tripleOf<TypeParam>(noPoint, noPoint < 7);
+    for (int i = 0; i < count; ++i) EXPECT_EQ(none[i], 0);
 }
 
 }  // namespace
