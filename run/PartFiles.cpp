@@ -68,9 +68,7 @@ void PartFiles::read(const LatticeBox& box, void* values) {
     }
 }
 
-std::filesystem::path PartFiles::pathOf(const JoinedPart& part) const {
-    return folder / part.file;
-}
+std::filesystem::path PartFiles::pathOf(const JoinedPart& part) const { return folder / part.file; }
 
 const FieldFile& PartFiles::open(std::size_t part) {
     const auto found = opened.find(part);
@@ -78,8 +76,7 @@ const FieldFile& PartFiles::open(std::size_t part) {
     // Fewer than any system lets a process have open.
     constexpr std::size_t most = 100;
     if (opened.size() == most) opened.clear();
-    return opened
-        .try_emplace(part, pathOf(joined.parts()[part]), FieldFile::Access::read)
+    return opened.try_emplace(part, pathOf(joined.parts()[part]), FieldFile::Access::read)
         .first->second;
 }
 

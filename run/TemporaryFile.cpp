@@ -23,9 +23,9 @@ namespace fs = std::filesystem;
 constexpr const char* prefix = ".pistonfield-run-";
 
 std::string markFor(const fs::path& output) {
-    std::string text =
-        "pistonfield-run is making this file, and it is to become\n" + output.filename().string() +
-        "\nin this folder. Where no run is at work it may be removed.\n";
+    std::string text = "pistonfield-run is making this file, and it is to become\n" +
+                       output.filename().string() +
+                       "\nin this folder. Where no run is at work it may be removed.\n";
     text.resize(TemporaryFile::headBytes);
     return text;
 }
@@ -65,7 +65,9 @@ bool isLeftover(const fs::path& path, const std::string& mark) {
 }  // namespace
 
 TemporaryFile::TemporaryFile(fs::path output)
-    : output(std::move(output)), mark(markFor(this->output)), locked(createOwn(this->output, path)) {
+    : output(std::move(output)),
+      mark(markFor(this->output)),
+      locked(createOwn(this->output, path)) {
     try {
         locked.file().write(mark.data(), mark.size(), 0);
     } catch (...) {
@@ -127,8 +129,7 @@ void TemporaryFile::removeLeftovers(const fs::path& output) {
     const fs::path folder = fs::absolute(output).parent_path();
     std::error_code none;
     for (const fs::directory_entry& entry : fs::directory_iterator(folder, none))
-        if (entry.path().filename().string().starts_with(prefix) &&
-            isLeftover(entry.path(), mark))
+        if (entry.path().filename().string().starts_with(prefix) && isLeftover(entry.path(), mark))
             fs::remove(entry.path(), none);
 }
 

@@ -49,8 +49,7 @@ bool copyValues(const FieldFile& from, FieldFile& to, const std::string& name) {
         const LatticeBox box = slabs.slab(i);
         values.read(from, box);
         if (!values.match(records[static_cast<std::size_t>(i)], box))
-            throw std::runtime_error(name +
-                                     " has changed since it was written; --resume mends it");
+            throw std::runtime_error(name + " has changed since it was written; --resume mends it");
         values.write(to, box);
         to.record(i, values.record(box));
         progress.add(box.points());

@@ -38,16 +38,16 @@ struct Numbers {
 
 // All that a file says, in the order in which the digest takes it.
 const std::vector<Numbers>& reals() {
-    static const std::vector<Numbers> all{{"transform", {4, 4}}, {"l", {}}, {"s", {}}, {"k", {}},
-                                          {"seconds", {}}};
+    static const std::vector<Numbers> all{
+        {"transform", {4, 4}}, {"l", {}}, {"s", {}}, {"k", {}}, {"seconds", {}}};
     return all;
 }
 
 const std::vector<Numbers>& integers() {
     static const std::vector<Numbers> all{
-        {"format", {}},        {"sizes", {3}},    {"order", {}},       {"first_point", {3}},
-        {"slab_sizes", {3}},   {"complete", {}},  {"processes", {}},   {"peak_memory", {}},
-        {"undefined", {}}};
+        {"format", {}},       {"sizes", {3}},      {"order", {}},
+        {"first_point", {3}}, {"slab_sizes", {3}}, {"complete", {}},
+        {"processes", {}},    {"peak_memory", {}}, {"undefined", {}}};
     return all;
 }
 
@@ -61,9 +61,9 @@ void writeTable(hid_t file, const std::vector<double>& table) {
     const Space space(H5Screate_simple(2, sizes.data(), nullptr), tableName);
     const Properties properties(H5Pcreate(H5P_DATASET_CREATE), tableName);
     checked(H5Pset_obj_track_times(properties, false), "times");
-    const Dataset dataset(H5Dcreate2(file, tableName, H5T_IEEE_F64LE, space, H5P_DEFAULT,
-                                     properties, H5P_DEFAULT),
-                          tableName);
+    const Dataset dataset(
+        H5Dcreate2(file, tableName, H5T_IEEE_F64LE, space, H5P_DEFAULT, properties, H5P_DEFAULT),
+        tableName);
     checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
             tableName);
 }

@@ -7,8 +7,8 @@
 #include <optional>
 
 /// The first page of what is HDF5's in a file of a field: the only one that is written again when a
-/// run ends, and the one without which nothing is found. A copy of it, as the page was when the file
-/// was created, lies before it, where HDF5 leaves room for programs.
+/// run ends, and the one without which nothing is found. A copy of it, as the page was when the
+/// file was created, lies before it, where HDF5 leaves room for programs.
 namespace run::headCopy {
 
 /// Bytes before those of HDF5: for the first words of a file, and the copy.

@@ -53,9 +53,7 @@ class OwnedTexts {
         : type(type), space(space), rows(rows) {}
     OwnedTexts(const OwnedTexts&) = delete;
     OwnedTexts& operator=(const OwnedTexts&) = delete;
-    ~OwnedTexts() {
-        static_cast<void>(H5Dvlen_reclaim(type, space, H5P_DEFAULT, rows.data()));
-    }
+    ~OwnedTexts() { static_cast<void>(H5Dvlen_reclaim(type, space, H5P_DEFAULT, rows.data())); }
 
   private:
     const Type& type;
@@ -98,10 +96,8 @@ std::vector<JoinedPart> read(hid_t file) {
     checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, rows.data()), datasetName);
     std::vector<JoinedPart> parts;
     for (const Row& row : rows)
-        parts.push_back({row.file == nullptr ? "" : row.file,
-                         {row.first, row.size},
-                         row.identity,
-                         row.values});
+        parts.push_back(
+            {row.file == nullptr ? "" : row.file, {row.first, row.size}, row.identity, row.values});
     return parts;
 }
 

@@ -13,8 +13,8 @@ namespace run {
 
 /// A file whose values a joined field has, and which file that was when they were joined.
 struct JoinedPart {
-    std::string file;         ///< its path, from the folder of the joined one
-    LatticeBox box;           ///< the points that it has
+    std::string file;          ///< its path, from the folder of the joined one
+    LatticeBox box;            ///< the points that it has
     Digest::Value identity{};  ///< of its request and box
     Digest::Value values{};    ///< of the checksums of its slabs
 };

@@ -69,8 +69,7 @@ void requireRoom(const ComputeCommand& command, const Layout& layout) {
     if (layout.bytes() > free)
         throw std::runtime_error(command.output.string() + " has no room for its " +
                                  texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
-                                 " are free, " + texts::bytes(layout.bytes() - free) +
-                                 " too few");
+                                 " are free, " + texts::bytes(layout.bytes() - free) + " too few");
 }
 
 std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
@@ -111,8 +110,7 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
         throw std::runtime_error(output.string() + " is no file to write to");
     if (!command.resume && !command.onlyEstimate)
         throw std::runtime_error(
-            output.string() +
-            " exists: complete it with --resume, or replace it with --overwrite");
+            output.string() + " exists: complete it with --resume, or replace it with --overwrite");
     std::optional<FileLock> lock;
     const std::filesystem::path target = outputs::target(output);
     if (!command.onlyEstimate) lock.emplace(target);
@@ -132,9 +130,10 @@ void requireViewersFile(const std::filesystem::path& output, bool overwrite) {
     const std::filesystem::path path = xdmfPath(output);
     outputs::requireRoomInName(output, path.extension().string());
     if (!overwrite && !mayReplaceXdmf(path))
-        throw std::runtime_error(path.string() +
-                                 " exists, and is no file of this program: remove it first, or give "
-                                 "--overwrite");
+        throw std::runtime_error(
+            path.string() +
+            " exists, and is no file of this program: remove it first, or give "
+            "--overwrite");
 }
 
 std::string firstBytes() {

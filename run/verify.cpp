@@ -72,7 +72,8 @@ bool areWhole(const FieldFile& file, const std::string& name) {
     const bool complete = file.account().complete;
     std::cout << name << ": " << slabs.count() << " slabs, " << missing << " missing, " << changed
               << " changed since they were written"
-              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account" : "")
+              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account"
+                                                            : "")
               << "\n";
     return missing == 0 && changed == 0 && complete;
 }

@@ -79,10 +79,11 @@ std::string textOf(const fs::path& file, const Layout& layout) {
     const Placing placing = placingOf(layout);
     std::ostringstream out;
     out << words << R"( <Domain>
-  <Grid Name=")" << (placing.exact ? "field" : "field, in the frame of its lattice")
+  <Grid Name=")"
+        << (placing.exact ? "field" : "field, in the frame of its lattice")
         << R"(" GridType="Uniform">
-   <Topology TopologyType="3DCoRectMesh" Dimensions=")" << listed(layout.box.size)
-        << R"("/>
+   <Topology TopologyType="3DCoRectMesh" Dimensions=")"
+        << listed(layout.box.size) << R"("/>
    <Geometry GeometryType="ORIGIN_DXDYDZ">
     <DataItem Format="XML" Dimensions="3" NumberType="Float" Precision="8">)"
         << listed(placing.origin) << R"(</DataItem>
@@ -129,8 +130,8 @@ void writeXdmf(const fs::path& file, const Layout& layout, bool overwrite) {
     const fs::path target = outputs::target(path);
     TemporaryFile::removeLeftovers(target);
     TemporaryFile temporary(target);
-    static_cast<void>(temporary.takePlace(/*replacing=*/true, text,
-                                          static_cast<std::int64_t>(text.size())));
+    static_cast<void>(
+        temporary.takePlace(/*replacing=*/true, text, static_cast<std::int64_t>(text.size())));
 }
 
 }  // namespace run

@@ -127,15 +127,15 @@ TEST_F(DamagedFiles, WithTextsOfAnotherKindAreRefused) {
 
 TEST_F(DamagedFiles, OfAnotherFormatOfThisProgramAreRefused) {
     for (const std::int64_t format : {1, 3})
-        EXPECT_EQ(refusalWith("format", format), " has the format " + std::to_string(format) +
-                                                     ", and this version reads 2 alone");
+        EXPECT_EQ(refusalWith("format", format),
+                  " has the format " + std::to_string(format) + ", and this version reads 2 alone");
 }
 
 TEST_F(DamagedFiles, WithoutAnAttributeAreRefused) {
     for (const std::string name :
-         {"transform",   "sizes",       "l",    "s",           "k",      "mode",     "order",
-          "first_point", "slab_sizes",  "axes", "conventions", "units",  "version",  "identity",
-          "digest",      "host",        "complete", "seconds", "undefined"})
+         {"transform", "sizes", "l", "s", "k", "mode", "order", "first_point", "slab_sizes", "axes",
+          "conventions", "units", "version", "identity", "digest", "host", "complete", "seconds",
+          "undefined"})
         EXPECT_THAT(refusalAfter([&](hid_t file) { H5Adelete(file, name.c_str()); }),
                     testing::StartsWith(" is damaged: the attribute '" + name + "': "));
 }
@@ -152,8 +152,7 @@ TEST_F(DamagedFiles, WithAttributesOfAnotherSizeAreRefused) {
 TEST_F(DamagedFiles, WithAttributesOfAnotherTypeAreRefused) {
     EXPECT_EQ(refusalWith("k", std::int64_t{7}),
               " is damaged: the attribute 'k' is of another type");
-    EXPECT_EQ(refusalWith("order", 6.0),
-              " is damaged: the attribute 'order' is of another type");
+    EXPECT_EQ(refusalWith("order", 6.0), " is damaged: the attribute 'order' is of another type");
 }
 
 /// Whatever is said of the field is what was written, or the file is refused.
@@ -166,10 +165,7 @@ TEST_F(DamagedFiles, InWhichAnythingElseIsSaidAreRefused) {
     for (const char* name :
          {"version", "identity", "conventions", "units", "axes", "host", "started", "finished"})
         EXPECT_EQ(refusalWith(name, std::string("other")), other);
-    EXPECT_EQ(refusalAfter([](hid_t file) {
-                  H5Ldelete(file, "magnitude", H5P_DEFAULT);
-              }),
-              other);
+    EXPECT_EQ(refusalAfter([](hid_t file) { H5Ldelete(file, "magnitude", H5P_DEFAULT); }), other);
 }
 
 TEST_F(DamagedFiles, WithAnotherTableAreRefused) {

@@ -75,10 +75,9 @@ TEST_F(TemporaryFiles, LeaveNothingWhereTheyDoNotBecomeIt) {
 TEST_F(TemporaryFiles, TakeNoPlaceThatIsTaken) {
     TemporaryFile temporary(output);
     setContents(output, "precious");
-    EXPECT_EQ(refused([&] {
-                  static_cast<void>(temporary.takePlace(/*replacing=*/false, "values"));
-              }),
-              output.string() + " exists now: another run has made it meanwhile");
+    EXPECT_EQ(
+        refused([&] { static_cast<void>(temporary.takePlace(/*replacing=*/false, "values")); }),
+        output.string() + " exists now: another run has made it meanwhile");
     EXPECT_EQ(contents(output), "precious");
 }
 
@@ -114,9 +113,9 @@ TEST_F(TemporaryFiles, NameTheOutputWhereTheyFail) {
                   });
               }),
               output.string() + " is full");
-    EXPECT_EQ(refused([&] { const TemporaryFile other(folder / "none" / "field.h5"); }),
-              (folder / "none" / "field.h5").string() +
-                  " cannot be written: No such file or directory");
+    EXPECT_EQ(
+        refused([&] { const TemporaryFile other(folder / "none" / "field.h5"); }),
+        (folder / "none" / "field.h5").string() + " cannot be written: No such file or directory");
 }
 
 TEST_F(TemporaryFiles, OfKilledRunsAreRemoved) {

@@ -95,7 +95,8 @@ TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
 
 TEST_F(Commands, ComputeKeepsAnOutputThatIsThere) {
     setContents(path, "precious");
-    EXPECT_EQ(compute(command), path.string() + " exists: complete it with --resume, or replace it with --overwrite");
+    EXPECT_EQ(compute(command),
+              path.string() + " exists: complete it with --resume, or replace it with --overwrite");
     command.resume = true;
     EXPECT_THAT(compute(command), HasSubstr("cannot be opened as HDF5"));
     EXPECT_EQ(contents(path), "precious");

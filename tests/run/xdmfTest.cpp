@@ -130,7 +130,8 @@ TEST_F(ViewerFiles, AreReplacedByLaterOnes) {
 
 TEST_F(ViewerFiles, OfOthersAreLeftAlone) {
     const std::filesystem::path other = path.string() + ".xdmf";
-    for (const std::string text : {"precious", "<?xml version=\"1.0\"?>\n<Xdmf Version=\"2.0\">\n"}) {
+    for (const std::string text :
+         {"precious", "<?xml version=\"1.0\"?>\n<Xdmf Version=\"2.0\">\n"}) {
         setContents(other, text);
         EXPECT_EQ(refused([&] { run::writeXdmf(path, smallLayout()); }),
                   other.string() + " exists, and is no file of this program");
