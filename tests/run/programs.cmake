@@ -53,6 +53,8 @@ foreach(script values starting processes parts outputs no_room damage interrupti
   pistonfield_program_test(${script} ${script})
 endforeach()
 
+pistonfield_program_test(decimals decimals 100000)
+
 # The argument is the number of fields that are computed in spite of kills.
 pistonfield_program_test(kills.quick kills 8)
 add_test(NAME run.kills.full
