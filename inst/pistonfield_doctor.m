@@ -7,7 +7,7 @@ function report = pistonfield_doctor()
   %   installation that is broken makes checks fail, never this function.
   %
   %   The module has no call that tells its backend or its instruction set. The backend is what the
-  %   build has written into the module's help, pistonfield.m, which is installed with it. The
+  %   build has written into the module's help, pistonfield.m, which lies beside the module. The
   %   instruction set is the one that the module chooses on a processor such as this one. It prints
   %   marks on standard output as it computes, which come before the report.
   %
@@ -174,14 +174,11 @@ function text = host()
   end
 end
 
-% The build writes it into the module's help, which lies beside the module; `pkg` moves the module
-% away from there and leaves the help beside this function.
+% The build writes it into the file beside the module.
 function name = backend_of(file)
   [folder, ~, kind] = fileparts(file);
   if strcmp(kind, ['.', mexext()])
-    places = fullfile({folder, fileparts(mfilename('fullpath'))}, 'pistonfield.m');
-    found = cellfun(@(place) exist(place, 'file') ~= 0, places);
-    help_text = fileread(places{find(found, 1)});
+    help_text = fileread(fullfile(folder, 'pistonfield.m'));
     built = regexp(help_text, 'built with the backend (\w+)', 'tokens', 'once');
     names = struct('emulated', 'emulated', 'toolkit', 'NVIDIA');
     name = names.(built{1});
