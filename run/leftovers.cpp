@@ -24,8 +24,7 @@ bool hasLocksName(const std::string& name, const std::string& output) {
     const std::string end = ".lock";
     if (name.size() < begin.size() + end.size() || !name.starts_with(begin) || !name.ends_with(end))
         return false;
-    const std::string middle =
-        name.substr(begin.size(), name.size() - begin.size() - end.size());
+    const std::string middle = name.substr(begin.size(), name.size() - begin.size() - end.size());
     const std::size_t dash = middle.find('-');
     return dash != 0 && dash + 1 < middle.size() &&
            middle.find_first_not_of("0123456789-") == std::string::npos &&
