@@ -6,6 +6,11 @@
 #include <xxhash.h>
 
 #include <cmath>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "run/texts.h"
 
 namespace run {
 
@@ -36,8 +41,15 @@ SlabValues::SlabValues(const Layout& layout)
       valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
     const auto& [x, y, z] = layout.slabSizes;
     const auto points = static_cast<std::size_t>(x * y * z);
-    values.resize(points * valueBytes);
-    if (layout.magnitude) magnitudes.resize(points);
+    try {
+        values.resize(points * valueBytes);
+        if (layout.magnitude) magnitudes.resize(points);
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error("there is not enough memory for a slab of " +
+                                 std::to_string(points) + " points, which takes " +
+                                 texts::bytes(static_cast<double>(layout.slabBytes())) +
+                                 ": begin the field with a smaller --slab");
+    }
 }
 
 void SlabValues::compute(Evaluation& evaluation, const LatticeBox& box) {

@@ -147,6 +147,23 @@ class FoldersTest(ProgramTest):
         )
 
 
+def limit_memory(size):
+    def limit():
+        resource.setrlimit(resource.RLIMIT_AS, (size, size))
+
+    return limit
+
+
+class SmallMemoryTest(ProgramTest):
+    def test_is_told_with_what_takes_it(self):
+        words = [*options(sizes=(500, 500, 500)), "--slab", 2**27, "--no-magnitude", "field.h5"]
+        message = self.refused(*words, preexec_fn=limit_memory(3 * 10**9))
+        self.assertRegex(
+            message,
+            "not enough memory for a slab of 125000000 points, which takes 2.0 GB: .* --slab",
+        )
+
+
 class SmallDiskTest(ProgramTest):
     """On a file system of its own, which may become larger."""
 

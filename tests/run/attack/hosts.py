@@ -91,6 +91,7 @@ class HostsTest(Attack):
         self.environment = {
             **{k: v for k, v in os.environ.items() if not k.startswith("OMPI_MCA_")},
             "HOSTS_FOLDER": str(self.agents),
+            "TMPDIR": str(self.agents),
             "OMPI_MCA_plm_rsh_agent": str(agent),
             "OMPI_MCA_pml": "ob1",
             "OMPI_MCA_btl": "self,tcp",
