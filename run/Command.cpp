@@ -195,23 +195,23 @@ void setWork(ComputeCommand& command, const Setting& setting) {
     if (name == "no-magnitude") command.magnitude = !flagOf(setting.words);
 }
 
-/// Options of which each says what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 2> exclusive{
-    {{"table", "order"}, {"overwrite", "resume"}}};
+/// Of each pair, one says otherwise what the other one does.
+constexpr std::array<std::pair<const char*, const char*>, 2> alternatives{
+    {{"order", "table"}, {"resume", "overwrite"}}};
 
-void requireOneOfTwo(const Settings& settings) {
-    for (const auto& [one, other] : exclusive) {
+void requireNoTwoAlternatives(const Settings& settings) {
+    for (const auto& [one, other] : alternatives) {
         const auto first = settings.find(one);
         const auto second = settings.find(other);
         if (first != settings.end() && second != settings.end())
-            throw std::runtime_error(first->second.origin + " excludes " + second->second.origin);
+            throw std::runtime_error(second->second.origin + " excludes " + first->second.origin);
     }
 }
 
 Settings settingsOf(const std::vector<Setting>& list) {
     Settings settings;
     for (const Setting& setting : list) settings.emplace(setting.name, setting);
-    requireOneOfTwo(settings);
+    requireNoTwoAlternatives(settings);
     return settings;
 }
 
@@ -227,7 +227,7 @@ Settings settingsOf(const CommandLine& line, const TextReader& readText) {
     const std::string text =
         use({"request", *file, "--request"}, [&](const Words&) { return readText(name); });
     Settings others = settingsOf(readRequestFile(name, text));
-    for (const auto& [one, other] : exclusive) {
+    for (const auto& [one, other] : alternatives) {
         if (settings.contains(one)) others.erase(other);
         if (settings.contains(other)) others.erase(one);
     }

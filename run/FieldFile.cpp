@@ -198,24 +198,38 @@ void finish(File& file, const std::filesystem::path& path) {
     headCopy::make(path);
 }
 
-File openFile(const std::string& name, FieldFile::Access access,
-              const std::optional<MPI_Comm>& together) {
-    const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
-    const Properties how = accessProperties(together);
-    const hid_t id = H5Fopen(name.c_str(), flags, how);
-    if (id >= 0) {
-        File file(id, name);
-        H5O_info_t root{};
-        if (together || H5Oget_info(file, &root) >= 0) return file;
-    }
+bool canBeRead(const std::string& name) {
+    const hid_t file = H5Fopen(name.c_str(), H5F_ACC_RDONLY, accessProperties(std::nullopt));
+    return file >= 0 && H5Fclose(file) >= 0;
+}
+
+/// Why a file cannot be opened, in words about this program's files.
+[[noreturn]] void failToOpen(const std::string& name, const std::string& reason) {
     const std::optional<std::int64_t> bytes = headCopy::bytesOf(name);
-    if (!bytes) hdf5::fail(name + " cannot be opened as HDF5");
+    if (!bytes) throw std::runtime_error(name + " cannot be opened as HDF5: " + reason);
     const auto found = static_cast<std::int64_t>(std::filesystem::file_size(name));
     if (found < *bytes)
         throw DamagedHead(name + " is cut off: " + std::to_string(found) + " of " +
                           std::to_string(*bytes) +
                           " bytes are there; --resume computes the others");
     throw DamagedHead(name + " is damaged at its beginning; --resume mends it");
+}
+
+File openFile(const std::string& name, FieldFile::Access access,
+              const std::optional<MPI_Comm>& together) {
+    const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
+    const Properties how = accessProperties(together);
+    const hid_t id = H5Fopen(name.c_str(), flags, how);
+    if (id < 0) {
+        const std::string reason = hdf5::reason();
+        if (access == FieldFile::Access::write && canBeRead(name))
+            throw std::runtime_error(name + " cannot be written: " + reason);
+        failToOpen(name, reason);
+    }
+    File file(id, name);
+    H5O_info_t root{};
+    if (!together && H5Oget_info(file, &root) < 0) failToOpen(name, hdf5::reason());
+    return file;
 }
 
 /// The sizes of a dataset of three dimensions.
@@ -492,7 +506,11 @@ Account FieldFile::account() const {
 }
 
 void FieldFile::setAccount(const Account& account) {
-    description::writeAccount(file, account);
+    try {
+        description::writeAccount(file, account);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(name + " cannot be written: " + error.what());
+    }
     description::seal(file);
     checked(H5Fflush(file, H5F_SCOPE_GLOBAL), name + " cannot be written");
 }

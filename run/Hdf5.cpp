@@ -36,12 +36,14 @@ std::string essence(const std::string& reason, int error) {
 
 }  // namespace
 
-void fail(const std::string& what) {
+std::string reason() {
     const int error = errno;
-    std::string reason = "HDF5 gives no reason";
-    static_cast<void>(H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, &keepFirst, &reason));
-    throw std::runtime_error(what + ": " + essence(reason, error));
+    std::string text = "HDF5 gives no reason";
+    static_cast<void>(H5Ewalk2(H5E_DEFAULT, H5E_WALK_UPWARD, &keepFirst, &text));
+    return essence(text, error);
 }
+
+void fail(const std::string& what) { throw std::runtime_error(what + ": " + reason()); }
 
 Type textType() {
     Type type(H5Tcopy(H5T_C_S1), "the type of texts");

@@ -11,6 +11,9 @@
 /// Owners of what HDF5 hands out, and its failures as exceptions.
 namespace run::hdf5 {
 
+/// HDF5's own reason for its last failure.
+std::string reason();
+
 /// @throws std::runtime_error "<what>: <HDF5's own reason>"
 [[noreturn]] void fail(const std::string& what);
 

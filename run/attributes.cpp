@@ -113,7 +113,7 @@ void replace(hid_t object, const std::vector<std::pair<const char*, std::string>
         if (exists(object, next.c_str())) checked(H5Adelete(object, next.c_str()), called(name));
         write(object, next.c_str(), text);
     }
-    checked(H5Fflush(object, H5F_SCOPE_LOCAL), "texts");
+    checked(H5Fflush(object, H5F_SCOPE_LOCAL), "its texts");
     for (const auto& [name, text] : texts) {
         checked(H5Adelete(object, name), called(name));
         checked(H5Arename(object, another(name).c_str(), name), called(name));

@@ -69,7 +69,7 @@ class FailingWritesTest(ProgramTest):
         self.assertGreater(finished[2], 0)
 
     def test_while_the_file_is_created_leave_none(self):
-        for writes in (0, 1, 5):
+        for writes in (0, 1, 2, 3, 5, 8, 12):
             message = self.refused(*self.request, "field.h5", env=self.failing(writes))
             self.assertIn("field.h5", message)
             self.assertIn("No space left on device", message)
@@ -80,14 +80,14 @@ class FailingWritesTest(ProgramTest):
             with self.subTest(rank=rank):
                 name = f"rank{rank}.h5"
                 # The first process creates the file besides.
-                environment = self.failing(40 if rank == 0 else 7, WRITES_RANK=str(rank))
+                environment = self.failing(22 if rank == 0 else 7, WRITES_RANK=str(rank))
                 message = self.refused(*self.request, name, ranks=4, env=environment)
                 reason = f"{name} cannot be written: No space left on device"
                 self.assertRegex(message, f"process {rank} on [^ ]+: {reason}")
                 self.assertGreater(self.assert_completed_later(name, ranks=4), 0)
 
     def test_while_the_file_is_compressed_leave_the_raw_one(self):
-        message = self.refused(*self.request, "field.h5", "--compress", "1", env=self.failing(190))
+        message = self.refused(*self.request, "field.h5", "--compress", "1", env=self.failing(230))
         self.assertIn("No space left on device", message)
         self.assertIn("field.h5", message)
         self.assert_same_field(self.at("field.h5"), self.undisturbed)

@@ -4,7 +4,6 @@
 
 import os
 import re
-import shutil
 import socket
 import subprocess
 import unittest
@@ -260,7 +259,9 @@ class FileTest(ProgramTest):
         self.run_program(*words, "field.h5", ranks=2)
         with h5py.File(self.at("field.h5")) as file:
             attributes = dict(file.attrs)
-            self.assertEqual(file["pressure"].shape, (19, 17, 23))
+            self.assertEqual(set(file), {"pressure", "magnitude", "slabs"})
+            for name in ("pressure", "magnitude"):
+                self.assertEqual(file[name].shape, (19, 17, 23))
             self.assertEqual(file["pressure"].chunks, tuple(attributes["slab_sizes"][::-1]))
             self.assertEqual(file["pressure"].dtype, complex)
             self.assertEqual(file["magnitude"].dtype, numpy.float32)
@@ -285,20 +286,6 @@ class FileTest(ProgramTest):
         self.assertEqual((attributes["processes"], attributes["complete"]), (2, 1))
         # More than the program's text, less than a machine.
         self.assertTrue(10**6 < attributes["peak_memory"] < 10**9, attributes["peak_memory"])
-
-    @unittest.skipUnless(shutil.which("h5dump"), "there is no h5dump")
-    def test_is_opened_by_the_tools_of_hdf5(self):
-        self.run_program(*options(), "field.h5")
-        dump = subprocess.run(
-            ["h5dump", "-H", "field.h5"],
-            cwd=self.folder,
-            check=True,
-            capture_output=True,
-            text=True,
-        )
-        for name in ("pressure", "magnitude", "slabs"):
-            self.assertIn(f'DATASET "{name}"', dump.stdout)
-        self.assertIn("( 19, 17, 23 )", dump.stdout)
 
     def test_is_named_by_the_file_for_viewers(self):
         name = "a & b <c>.h5"
