@@ -9,7 +9,7 @@ set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/cmake/setup.sh"
 
 require_test_packages
-require_packages valgrind slurm-wlm munge python3-clang
+require_packages "${memory_check_packages[@]}" "${slurm_packages[@]}" "${mutation_packages[@]}"
 
 say "building everything in build/"
 cmake --preset default -D PISTONFIELD_TESTS=ON -D PISTONFIELD_RUN=ON

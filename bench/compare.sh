@@ -10,7 +10,7 @@ set -euo pipefail
 # shellcheck source=bench/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
-need_packages python3-numpy
+require_packages "${comparison_packages[@]}"
 build_benchmarks
 scratch=$(mktemp --directory)
 trap 'rm -rf -- "$scratch"' EXIT

@@ -11,7 +11,7 @@ set -euo pipefail
 # shellcheck source=bench/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
-need_packages python3-matplotlib
+require_packages "${chart_packages[@]}"
 build_benchmarks
 
 results=bench/results

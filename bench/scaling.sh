@@ -12,7 +12,8 @@ set -euo pipefail
 # shellcheck source=bench/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/setup.sh"
 
-need_packages "${run_packages[@]}" "${reader_packages[@]}"
+require_packages "${module_packages[@]}" "${benchmark_packages[@]}" "${run_packages[@]}" \
+  "${reader_packages[@]}"
 cmake --preset bench -D PISTONFIELD_RUN=ON >/dev/null
 build_benchmarks
 

@@ -7,18 +7,8 @@
 # shellcheck source=cmake/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
-# Stops where a package is missing: a measurement changes nothing on the machine.
-need_packages() {
-  local package
-  local -a missing=()
-  for package in "$@"; do
-    is_installed "$package" || missing+=("$package")
-  done
-  ((${#missing[@]} == 0)) || die "these Debian packages are missing: ${missing[*]}"
-}
-
 build_benchmarks() {
-  need_packages cmake ninja-build g++ octave octave-dev libbenchmark-dev
+  require_packages "${module_packages[@]}" "${benchmark_packages[@]}"
   say "building in build-bench/"
   cmake --preset bench >/dev/null
   cmake --build --preset bench --parallel "$(nproc)" >/dev/null

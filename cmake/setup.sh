@@ -1,6 +1,8 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 # shellcheck shell=bash
+# Some of the packages are other scripts' alone.
+# shellcheck disable=SC2034
 
 # What the project's scripts share. Sourcing it leads to the project's folder.
 
@@ -9,12 +11,26 @@ cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 # The texts of the programs called here are read below, and plots need UTF-8.
 export LC_ALL=C.UTF-8
 
+# What the project's scripts and tests call is in these; tests/bare_machine.sh shows that none is missing.
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
-test_packages=(libgtest-dev libgmock-dev dpkg-dev pkg-config)
-run_packages=(libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev)
+test_packages=(git libgtest-dev libgmock-dev dpkg-dev file pkg-config)
+run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev
+  libtomlplusplus-dev)
 reader_packages=(python3-h5py)
+host_packages=(iproute2 util-linux mount)
+slurm_packages=(slurm-wlm munge)
+memory_check_packages=(valgrind)
 fuzz_packages=(clang libclang-rt-14-dev)
+clang_packages=(clang)
+package_check_packages=(lintian)
+coverage_packages=(gcovr)
+mutation_packages=(python3-clang libclang-common-14-dev)
+style_packages=(clang-format clang-tidy shellcheck)
+benchmark_packages=(libbenchmark-dev)
+comparison_packages=(python3-numpy)
+chart_packages=(python3-matplotlib)
+bare_machine_packages=(mmdebstrap)
 
 # The version header takes the revision from a clone; an unpacked archive carries it along.
 if [[ -e .git ]]; then
@@ -49,6 +65,15 @@ apt_error() {
   grep --max-count=1 '^E: ' "$apt_report" || tail --lines=1 "$apt_report"
 }
 
+# In a shell of its own: the caller may have an EXIT trap.
+install_packages() (
+  apt_report=$(mktemp)
+  trap 'rm -f -- "$apt_report"' EXIT
+  run_apt_get update || say "apt-get update failed; going on with the package lists that are here"
+  run_apt_get install --no-install-recommends "$@" ||
+    die "apt-get could not install $*: $(apt_error)"
+)
+
 # Installs those of the named packages that are missing.
 require_packages() {
   local package
@@ -57,19 +82,15 @@ require_packages() {
     die "no apt here; install what these Debian packages hold and build with cmake: $*"
   fi
   for package in "$@"; do
-    is_installed "$package" || missing+=("$package")
+    [[ " ${missing[*]} " == *" $package "* ]] || is_installed "$package" || missing+=("$package")
   done
   ((${#missing[@]} > 0)) || return 0
   if ((EUID != 0)) && ! type -P sudo >/dev/null; then
     die "not root and no sudo; let root run: apt-get install --no-install-recommends ${missing[*]}"
   fi
 
-  apt_report=$(mktemp)
-  trap 'rm -f -- "$apt_report"' EXIT
   say "installing from Debian (minutes on a fresh machine): ${missing[*]}"
-  run_apt_get update || say "apt-get update failed; going on with the package lists that are here"
-  run_apt_get install --no-install-recommends "${missing[@]}" ||
-    die "apt-get could not install ${missing[*]}: $(apt_error)"
+  install_packages "${missing[@]}" || exit
 }
 
 require_demo_packages() {
@@ -78,7 +99,17 @@ require_demo_packages() {
 
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
-    "${run_packages[@]}" "${reader_packages[@]}"
+    "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
+}
+
+# The second compiler that the tests are built with.
+require_clang() {
+  require_packages "${clang_packages[@]}"
+}
+
+# What only the tests of the packages use that `ctest --build-config packages` adds.
+require_package_checkers() {
+  require_packages "${package_check_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.

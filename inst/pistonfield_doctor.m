@@ -6,10 +6,10 @@ function report = pistonfield_doctor()
   %   mode, and takes the time of a small field. Each failure comes with what to do about it. An
   %   installation that is broken makes checks fail, never this function.
   %
-  %   The module has no call that tells its backend or its instruction set. The backend is told
-  %   from the module's file, which names the NVIDIA driver's library if it was built for NVIDIA
-  %   GPUs. The instruction set is the one that the module chooses on a processor such as this one.
-  %   It prints marks on standard output as it computes, which come before the report.
+  %   The module has no call that tells its backend or its instruction set. The backend is what the
+  %   build has written into the module's help, pistonfield.m, which lies beside the module. The
+  %   instruction set is the one that the module chooses on a processor such as this one. It prints
+  %   marks on standard output as it computes, which come before the report.
   %
   %   The known value is that of a piston of 7.5 mm by 5 mm at a wavelength of 1.5 mm, on its axis
   %   at 10 mm. In polar coordinates about the axis the integral over R has a closed form, and a
@@ -122,7 +122,7 @@ function advice = advice_for(failure)
     'doctor:build', ['Something else answers to the name pistonfield. Look at which ', ...
                      'pistonfield, and put the folder of the module first on the path.']
     'doctor:value', ['Do not use this mode: it computes wrong values here. Build the module ', ...
-                     'again from a clean folder and run its tests with ./test.sh.']
+                     'again from a clean folder and run its tests.']
     'GLIBC|CXXABI', ['The libraries of this program are older than those that the module was ', ...
                      'built with. Build it again with the compiler that fits this program, or ', ...
                      'start the program with LD_PRELOAD set to the system''s libstdc++.so.6.']
@@ -134,13 +134,22 @@ function advice = advice_for(failure)
     ['The module is built for NVIDIA GPUs and cannot use one: run nvidia-smi, and install or ', ...
      'update the driver. The module of the preset "default" needs no GPU.']
     'memory', 'Close other programs, or clear large variables.'
-    '', ['The module cannot be used. Build it again for this program and this processor, and ', ...
-         'look the message up in docs/usage.md.']};
+    '', ['The module cannot be used. Build it again for this program and this processor.', ...
+         where_messages_are()]};
   for i = 1:size(table, 1)
     if isempty(table{i, 1}) || ~isempty(regexp(failure, table{i, 1}, 'once'))
       advice = table{i, 2};
       return
     end
+  end
+end
+
+% In the project's folder; an installed package has no such page.
+function text = where_messages_are()
+  page = fullfile(fileparts(fileparts(mfilename('fullpath'))), 'docs', 'usage.md');
+  text = '';
+  if exist(page, 'file')
+    text = [' Messages are explained in ', page, '.'];
   end
 end
 
@@ -152,8 +161,8 @@ function text = how_to_get_the_module()
             ', and put its folder on the path: addpath(''', ...
             fullfile(project, 'build', 'octave'), ''')'];
   else
-    text = ['Install the package again, as docs/install.md of the project says, or put the ', ...
-            'module''s folder on the path with addpath.'];
+    text = ['Install the package again with pkg install, and load it with pkg load pistonfield; ', ...
+            'or put the module''s folder on the path with addpath.'];
   end
 end
 
@@ -165,12 +174,16 @@ function text = host()
   end
 end
 
+% The build writes it into the file beside the module.
 function name = backend_of(file)
-  name = '';
-  [~, ~, kind] = fileparts(file);
+  [folder, ~, kind] = fileparts(file);
   if strcmp(kind, ['.', mexext()])
-    names = {'emulated', 'NVIDIA'};
-    name = names{1 + ~isempty(strfind(fileread(file), 'libcuda.so'))}; %#ok<STREMP>
+    help_text = fileread(fullfile(folder, 'pistonfield.m'));
+    built = regexp(help_text, 'built with the backend (\w+)', 'tokens', 'once');
+    names = struct('emulated', 'emulated', 'toolkit', 'NVIDIA');
+    name = names.(built{1});
+  else
+    name = '';
   end
 end
 
@@ -286,9 +299,7 @@ function print_report(found)
     'backend', backends.(text_or(found.backend, 'unknown'))
     'instruction set', [text_or(found.instructionSet, 'unknown'), ', the best of this processor']
     'NVIDIA GPUs', text_or(strjoin(found.devices, ', '), 'none found')
-    'time per point', sprintf(['%.3f us in mode cpu, %.3f us in mode cuda ', ...
-                               '(10100 points, order 32)'], ...
-                              found.timePerPoint.cpu * 1e6, found.timePerPoint.cuda * 1e6)};
+    'time per point', times_as_text(found.timePerPoint)};
   fprintf('\n');
   for i = 1:size(shown, 1)
     fprintf('%-16s %s\n', shown{i, 1}, text_or(shown{i, 2}, 'unknown'));
@@ -304,6 +315,14 @@ function print_report(found)
   end
   verdicts = {'Something is wrong: see FAILED above.', 'Everything is in order.'};
   fprintf('\n%s\n', verdicts{1 + found.healthy});
+end
+
+function text = times_as_text(time)
+  text = '';
+  if ~isnan(time.cpu) && ~isnan(time.cuda)
+    text = sprintf('%.3f us in mode cpu, %.3f us in mode cuda (10100 points, order 32)', ...
+                   time.cpu * 1e6, time.cuda * 1e6);
+  end
 end
 
 function text = text_or(text, fallback)
@@ -381,8 +400,10 @@ end
 %! assert(isnan(report.timePerPoint.cpu));
 %! text = evalc('pistonfield_doctor()');
 %! assert(~isempty(strfind(text, 'FAILED  the module is found: there is no pistonfield.mex')));
+%! assert(~isempty(regexp(text, '\ntime per point +unknown\n', 'once')));
+%! assert(isempty(strfind(text, 'NaN')));
 
-%!test % away from the project's folder the report names the installation page, not a script
+%!test % away from the project's folder the report names nothing of it
 %! folder = fileparts(which('pistonfield'));
 %! if strcmp(folder, fileparts(which('pistonfield_doctor')))
 %!   return % an installed package has both in one folder: neither goes without the other
@@ -393,8 +414,27 @@ end
 %! rmpath(folder);
 %! restore = onCleanup(@() addpath(folder));
 %! report = pistonfield_doctor();
-%! assert(~isempty(strfind(report.checks(1).advice, 'docs/install.md')));
-%! assert(isempty(strfind(report.checks(1).advice, 'demo.sh')));
+%! assert(~isempty(strfind(report.checks(1).advice, 'pkg load')));
+%! assert(isempty(regexp(report.checks(1).advice, 'demo\.sh|docs', 'once')));
+%! broken = put_first('pistonfield.mex', 'no module');
+%! takeAwayToo = onCleanup(@() take_away(broken));
+%! report = pistonfield_doctor();
+%! assert(report.checks(end).advice, ...
+%!        'The module cannot be used. Build it again for this program and this processor.');
+
+%!test % the backend is what stands beside the module, whatever is in the module
+%! visit = leave_for(tempdir());
+%! words = {'emulated', 'toolkit', 'else'};
+%! names = {'emulated', 'NVIDIA', ''};
+%! for i = 1:3
+%!   folder = put_first('pistonfield.mex', 'libcuda.so');
+%!   file = fopen(fullfile(folder, 'pistonfield.m'), 'w');
+%!   fprintf(file, '%% It was built with the backend %s.\n', words{i});
+%!   fclose(file);
+%!   report = pistonfield_doctor();
+%!   take_away(folder);
+%!   assert(report.backend, names{i});
+%! end
 
 %!test % a file that is no module is told from the module
 %! visit = leave_for(tempdir());
@@ -404,6 +444,9 @@ end
 %! assert(failed(report), {'it is the only one on the path', 'it loads and tells its build'});
 %! assert(report.module, fullfile(folder, 'pistonfield.mex'));
 %! assert(~isempty(strfind(report.checks(3).advice, 'Build it again')));
+%! if exist(fullfile(fileparts(fileparts(which('pistonfield_doctor'))), 'docs', 'usage.md'), 'file')
+%!   assert(~isempty(strfind(report.checks(3).advice, 'usage.md')));
+%! end
 
 %!test % a function that shadows the module, and wrong values, are found
 %! visit = leave_for(tempdir());

@@ -47,10 +47,13 @@ function [a, b, c] = pistonfield_grid(varargin)
 
   caller = 'pistonfield_grid';
   if nargin == 2
-    [grid, what] = varargin{:};
+    [grid, wanted] = varargin{:};
+    require(isstruct(grid) || ischar(wanted), caller, 'arguments', ...
+            'x, y and z are three arguments: give 0 for a coordinate that is 0');
     require_grid(caller, grid);
-    require_word(caller, 'what', what, {'positions', 'axes'});
-    if strcmp(what, 'positions')
+    require(ischar(wanted) && any(strcmp(wanted, {'positions', 'axes'})), caller, 'wanted', ...
+            'the second argument must be ''positions'' or ''axes'', which are asked for of a grid');
+    if strcmp(wanted, 'positions')
       [a, b, c] = positions(grid);
     else
       [a, b, c] = axes_of(grid);
@@ -58,7 +61,7 @@ function [a, b, c] = pistonfield_grid(varargin)
     return
   end
   require(nargin == 3, caller, 'arguments', ...
-          'give x, y and z; or origin, steps and sizes; or a grid and what to find of it');
+          'give x, y and z; or origin, steps and sizes; or a grid and ''positions'' or ''axes''');
   if isequal(size(varargin{2}), [3, 3])
     a = from_steps(varargin{:});
   else
@@ -207,7 +210,9 @@ end
 %!error id=pistonfield:pistonfield_grid:sizes pistonfield_grid([0 0 0], eye(3), [1 1 0])
 %!error id=pistonfield:pistonfield_grid:sizes pistonfield_grid([0 0 0], eye(3), [1.5 1 1])
 %!error id=pistonfield:pistonfield_grid:arguments pistonfield_grid(1)
-%!error id=pistonfield:pistonfield_grid:what pistonfield_grid(pistonfield_grid(0, 0, 0), 'points')
+%!error <the second argument must be 'positions' or 'axes'>
+%! pistonfield_grid(pistonfield_grid(0, 0, 0), 'position');
+%!error <x, y and z are three arguments> pistonfield_grid(0, 1e-3)
 %!error id=pistonfield:pistonfield_grid:grid pistonfield_grid(7, 'axes')
 %!error id=pistonfield:pistonfield_grid:axes
 %! pistonfield_grid(pistonfield_grid([0 0 0], [1 1 0; 0 1 0; 0 0 1], [2 2 2]), 'axes');

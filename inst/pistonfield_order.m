@@ -4,7 +4,8 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % DESCRIPTION
   %   Finds the smallest order whose sums over the piston's edges are accurate to a tolerance on a
   %   grid. The error of an order is the largest |p - p converged| over the grid, divided by the
-  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure.
+  %   largest |p| over the grid; that of a weak point may be large in parts of its own pressure. It
+  %   counts what rounding does to p in the mode that is used; p converged is of 'cpu'.
   %
   %   The error is measured, not predicted: orders are doubled until the field stays the same, and
   %   the smallest sufficient order is then found by bisection. A grid of up to 20000 points is
@@ -13,7 +14,7 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   %   largest near the face and the edges. As points between the samples may be worse, their error
   %   counts fourfold.
   %
-  %   What rounding does to a field in the modes of single precision is not counted.
+  %   A tolerance that the mode cannot keep is refused, with the mode that can.
   %
   % USAGE
   %   order = pistonfield_order(piston, grid, 'frequency', f)
@@ -28,6 +29,9 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % OPTIONAL INPUTS (names and values)
   %   'tolerance'  - the largest error, relative to the largest |p| on the grid; default 1e-4
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
+  %   'mode'       - what computes, as for pistonfield_pressure; default 'cpu'
+  %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
+  %   serves both functions.
   %
   % OUTPUTS
   %   order        - the smallest order found to keep the tolerance
@@ -53,92 +57,28 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  [samples, safety] = sample_grid(place, grid.sizes, piston);
-  field = @(order) sampled_field(samples, piston, k, order);
-  [upper, converged, doubt] = converge(caller, field, piston, k, options.tolerance);
-  error_of = @(order) doubt + safety * largest(field(order) - converged) / largest(converged);
-  [order, estimate] = smallest_order(error_of, upper, options.tolerance);
+  field = sampled_field(place, grid.sizes, piston, k);
+  [order, estimate] = find_order(caller, field, options.tolerance, options.mode);
+  require(estimate <= options.tolerance, caller, 'tolerance', '%s', ...
+          lost_to_rounding(options.mode, estimate, options.tolerance));
 end
 
 function options = read_order_options(caller, given)
-  defaults = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  used = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
+  defaults = used;
+  defaults.mode = 'cpu';
+  % Of a call of pistonfield_pressure, without a bearing on the order.
+  for name = {'density', 'velocity', 'power', 'order', 'memory', 'progress'}
+    defaults.(name{1}) = [];
+  end
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
-  options = require_positive_options(caller, options, fieldnames(defaults));
+  if isempty(options.tolerance)
+    options.tolerance = used.tolerance;
+  end
+  options = require_positive_options(caller, options, fieldnames(used));
   require(options.tolerance < 1, caller, 'tolerance', 'tolerance must be below 1');
-end
-
-% Orders are doubled until the field changes by no more than a twentieth of the tolerance, the doubt
-% that remains.
-function [order, converged, doubt] = converge(caller, field, piston, k, tolerance)
-  pairs = orders_to_compare(k * max(piston.width, piston.height));
-  require(~isempty(pairs), caller, 'frequency', ...
-          ['the piston measures %g by %g wavelengths, more than orders up to 4096 can do; ', ...
-           'lengths are in m, the speed in m/s, the frequency in Hz'], ...
-          [piston.width, piston.height] * k / (2 * pi));
-  finer = NaN;
-  for i = 1:size(pairs, 1)
-    order = pairs(i, 1);
-    if order ~= finer
-      converged = field(order);
-    end
-    rougher = converged;
-    finer = pairs(i, 2);
-    converged = field(finer);
-    doubt = largest(rougher - converged) / largest(converged);
-    if doubt <= tolerance / 20
-      return
-    end
-  end
-  require(false, caller, 'tolerance', ...
-          ['no order up to 4096 reaches the tolerance %g; about 1e-13 is what rounding leaves ', ...
-           'near the piston'], tolerance);
-end
-
-% Pairs of a rougher and a finer order, N by 2. An edge of the length L takes k*L/4 nodes before it
-% resolves the waves along it at all; up to there two fields might agree by chance. The last finer
-% order is the largest, and at least a third above its rougher one, so that their agreement tells.
-function pairs = orders_to_compare(kL)
-  largestOrder = 4096;
-  first = ceil(kL / 4) + 8;
-  orders = first * 2 .^ (0:floor(log2(largestOrder / first)))';
-  pairs = [orders(1:end - 1), orders(2:end)];
-  if first < largestOrder && orders(end) < largestOrder
-    last = min(max(first, largestOrder / 2), largestOrder * 3 / 4);
-    pairs = [pairs; last, largestOrder];
-  end
-end
-
-function [order, estimate] = smallest_order(error_of, upper, tolerance)
-  tooLow = 0;
-  order = upper;
-  estimate = error_of(upper);
-  while order - tooLow > 1
-    middle = floor((tooLow + order) / 2);
-    measured = error_of(middle);
-    if measured <= tolerance
-      order = middle;
-      estimate = measured;
-    else
-      tooLow = middle;
-    end
-  end
-end
-
-function value = largest(p)
-  value = max(abs(p));
-end
-
-function p = sampled_field(samples, piston, k, order)
-  field = @(place, sizes) module_field(place, sizes, piston, k, 'cpu', order);
-  p = cell(size(samples));
-  for i = 1:numel(samples)
-    place = samples{i}.place;
-    sizes = samples{i}.sizes;
-    p{i} = fill_corners(field(place, sizes), field, place, sizes, 'cpu');
-    p{i} = p{i}(:);
-  end
-  p = vertcat(p{:});
+  require_mode(caller, options.mode);
 end
 
 %!shared piston, grid, water
@@ -214,7 +154,43 @@ end
 
 %!error <measures 3373.82 by 3.37382 wavelengths>
 %! pistonfield_order(struct('width', 5, 'height', 5e-3), pistonfield_grid(0, 0, 1), water{:});
-%!error <no order up to 4096 reaches the tolerance 1e-18>
+%!test % rounding in the mode counts
+%! for mode = {'cpusp', 'cuda', 'cudadp'}
+%!   [order, estimate] = pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-5, ...
+%!                                         'mode', mode{1});
+%!   [~, unrounded] = pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-5);
+%!   assert(estimate <= 1e-5 && estimate != unrounded);
+%! end
+
+%!test % one list of options serves both functions
+%! options = {'frequency', 1e6, 'speed', 1500, 'density', 900, 'power', 2, 'mode', 'cuda', ...
+%!            'tolerance', 1e-3, 'memory', 1e9, 'progress', 'none'};
+%! [order, estimate] = pistonfield_order(piston, grid, options{:});
+%! [~, info] = pistonfield_pressure(piston, grid, options{:});
+%! assert(order == info.order && estimate == info.estimate);
+%! assert(pistonfield_order(piston, grid, water{:}, 'velocity', 2, 'order', 3), ...
+%!        pistonfield_order(piston, grid, water{:}));
+
+%!error <the mode cuda leaves an error of about .*, more than the tolerance 1e-09; the mode cpu keeps>
+%! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-9, 'mode', 'cuda');
+%!error <an order of \d+ is more than the 512 of the mode cuda; the mode cpu has it>
+%! pistonfield_order(struct('width', 0.6, 'height', 5e-3), pistonfield_grid(0.2, 1e-3, 0), ...
+%!                   water{:}, 'mode', 'cuda');
+%!error id=pistonfield:pistonfield_order:mode
+%! pistonfield_order(piston, grid, water{:}, 'mode', 'gpu');
+%!error <1e-09 m beside an edge of the piston and 0 m before its face.* take a tolerance of 2.1e-05>
+%! % The point is named in the grid's frame.
+%! pistonfield_order(piston, pistonfield_grid(3.75e-3 - 1e-9, 2.5e-3 - 1e-9, 0), water{:}, ...
+%!                   'tolerance', 1e-6);
+%!test % the tolerance that is advised can be kept
+%! point = pistonfield_grid(3.75e-3 - 1e-9, 2.5e-3 - 1e-9, 0);
+%! [~, estimate] = pistonfield_order(piston, point, water{:}, 'tolerance', 2.1e-5);
+%! assert(estimate <= 2.1e-5);
+%!error <at the point \(0.00475, 0.0025, 0.002\) m of the grid>
+%! moved = piston;  moved.center = [1 0 2] * 1e-3;
+%! pistonfield_order(moved, pistonfield_grid((4.75:1:6.75) * 1e-3 - 1e-9, 2.5e-3 - 1e-9, 2e-3), ...
+%!                   water{:}, 'tolerance', 1e-6);
+%!error <no order reaches the tolerance 1e-18: rounding in double precision leaves>
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-18);
 %!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)
 %!error id=pistonfield:pistonfield_order:piston pistonfield_order([], grid, water{:})
@@ -224,7 +200,7 @@ end
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);
 %!error id=pistonfield:pistonfield_order:speed
 %! pistonfield_order(piston, grid, 'frequency', 1, 'speed', []);
-%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'order', 3)
+%!error id=pistonfield:pistonfield_order:options pistonfield_order(piston, grid, 'colour', 3)
 %!error id=pistonfield:pistonfield_order:behind
 %! pistonfield_order(piston, pistonfield_grid(0, 0, -1), water{:});
 %!error id=pistonfield:pistonfield_order:tolerance

@@ -5,7 +5,10 @@ function h = pistonfield_plot(p, grid, varargin)
   %   Draws what the grid holds: a line as a profile, a plane as a slice, a volume as three slices
   %   through one point. 'along' and 'across' choose one profile or one slice. Slices are to scale,
   %   and all slices of a figure have the same scale. Lengths are in mm. A slice across z has x to
-  %   the right and y upwards; the others have z to the right.
+  %   the right and y upwards; the others have z to the right. Points without a value are grey.
+  %
+  %   Numbers are given in the units of the functions that compute, in m and in the unit of p, also
+  %   where the drawing shows mm and kPa.
   %
   %   Without a screen the figure is invisible and can be printed to a file as any other.
   %
@@ -15,7 +18,8 @@ function h = pistonfield_plot(p, grid, varargin)
   %   h = pistonfield_plot(...)
   %
   % INPUTS
-  %   p     - the field [Pa, or 'unit'], as many values as the grid has points
+  %   p     - the field [Pa, or 'unit'], of the grid's sizes, with those of one point or without;
+  %           or a vector of all its values
   %   grid  - where its points lie, made by pistonfield_grid
   %
   % OPTIONAL INPUTS (names and values)
@@ -25,12 +29,18 @@ function h = pistonfield_plot(p, grid, varargin)
   %   'across'    - 'x', 'y' or 'z': a slice across that direction
   %   'at'        - the point [m] that slices and profiles go through, or the grid point nearest to
   %                 it; the place of the largest |p| by default
-  %   'reference' - the magnitude [unit of p] of 0 dB; the largest |p| by default
+  %   'reference' - the magnitude of 0 dB [unit of p]; the largest |p| by default
   %   'range'     - the levels shown, down from the largest [dB]; 40 by default
-  %   'limits'    - [lowest, highest] of what is shown, in the drawing's unit; by default chosen
+  %   'limits'    - [lowest, highest] of what is shown [unit of p; dB; degrees]; by default chosen
   %                 from the values
-  %   'unit'      - the unit of p; 'Pa' by default, which is shown in kPa or MPa where that reads
-  %                 better
+  %   'unit'      - 'Pa', 'kPa' or 'MPa': what p, which is in Pa, is shown in; by default the one
+  %                 that reads best. Another text is the unit of p itself, such as 'm/s'; '' is
+  %                 none.
+  %   'piston'    - the piston as pistonfield_pressure takes it, or an array of them: slices show its
+  %                 outline, as seen along their normal. They grow to show it, at most to twice
+  %                 their size.
+  %   'colormap'  - the colours of slices: N by 3, red, green and blue from 0 to 1; or the name of
+  %                 a map, such as 'gray'
   %   'title'     - a text; by default where the slice or line lies
   %   'axes'      - axes to draw one slice or profile into; a new figure by default. The slice, its
   %                 labels and its colour bar keep within the axes' outer bounds.
@@ -48,6 +58,7 @@ function h = pistonfield_plot(p, grid, varargin)
   %   pistonfield_plot(p, grid);
   %   pistonfield_plot(p, grid, 'show', 'level', 'range', 30);
   %   pistonfield_plot(p, grid, 'along', 'z', 'at', [0 0 0]);
+  %   pistonfield_plot(p, grid, 'piston', struct('width', 7.5e-3, 'height', 5e-3), 'unit', 'kPa');
   %
   % See also: pistonfield_grid, pistonfield_pressure
 
@@ -57,10 +68,11 @@ function h = pistonfield_plot(p, grid, varargin)
   caller = 'pistonfield_plot';
   require(nargin >= 2, caller, 'arguments', 'give a field and its grid');
   require_grid(caller, grid);
-  require(isnumeric(p) && numel(p) == prod(grid.sizes), caller, 'p', ...
-          'p must have as many values as the grid has points, %d', prod(grid.sizes));
+  p = on_grid(caller, p, grid.sizes);
   options = read_plot_options(caller, varargin);
-  p = reshape(p, grid.sizes);
+  require(any(isfinite(p(:))), caller, 'p', 'p has no finite value: all are NaN or Inf');
+  require(any(p(:) ~= 0) || ~strcmp(options.show, 'level'), caller, 'p', ...
+          'p is 0 everywhere, which has no level in dB');
   at = index_of(options.at, p, grid);
   quantity = quantity_of(p, options);
 
@@ -84,10 +96,31 @@ function h = pistonfield_plot(p, grid, varargin)
   end
 end
 
+% The field as an array of the grid's sizes.
+function p = on_grid(caller, p, sizes)
+  require(isnumeric(p) && numel(p) == prod(sizes), caller, 'p', ...
+          'p must have as many values as the grid has points, %d', prod(sizes));
+  given = size(p);
+  given = given(given > 1);
+  wanted = sizes(sizes > 1);
+  if numel(given) > 1 && ~isequal(given, wanted)
+    if isequal(given, fliplr(wanted)) && numel(wanted) == 2
+      hint = 'it is transposed, give p.''';
+    elseif isequal(sort(given), sort(wanted))
+      hint = 'its directions are in another order, permute it';
+    else
+      hint = 'its shape is another, reshape it';
+    end
+    require(false, caller, 'p', 'p is %s where the grid has %d x %d x %d points: %s', ...
+            strjoin(arrayfun(@num2str, size(p), 'UniformOutput', false), ' x '), sizes, hint);
+  end
+  p = reshape(p, sizes);
+end
+
 function options = read_plot_options(caller, given)
   defaults = struct('show', 'magnitude', 'along', '', 'across', '', 'at', [], ...
-                    'reference', [], 'range', 40, 'limits', [], 'unit', 'Pa', 'title', [], ...
-                    'axes', []);
+                    'reference', [], 'range', 40, 'limits', [], 'unit', [], 'piston', [], ...
+                    'colormap', [], 'title', [], 'axes', []);
   options = read_options(caller, defaults, given);
   require_word(caller, 'show', options.show, {'magnitude', 'level', 'phase', 'real'});
   options.along = direction_of(caller, 'along', options.along);
@@ -97,19 +130,49 @@ function options = read_plot_options(caller, given)
   require(isempty(options.at) || (is_finite_real(options.at) && numel(options.at) == 3), ...
           caller, 'at', 'at must be three real, finite numbers, in m');
   require(isempty(options.reference) || is_positive(options.reference), caller, 'reference', ...
-          'reference must be a number above 0');
+          'reference must be a number above 0, in the unit of p');
   require(is_positive(options.range), caller, 'range', 'range must be a number above 0, in dB');
   limits = options.limits;
   require(isempty(limits) || (is_finite_real(limits) && numel(limits) == 2 && ...
                               limits(1) < limits(2)), ...
           caller, 'limits', 'limits must be two rising numbers');
-  require(ischar(options.unit), caller, 'unit', 'unit must be a text');
+  options.limits = double(limits(:).');
+  require(ischar(options.unit) || isempty(options.unit), caller, 'unit', 'unit must be a text');
+  options.piston = read_pistons(caller, options.piston);
+  options.colormap = colours_of(caller, options.colormap, options.show);
   require(isempty(options.title) || ischar(options.title), caller, 'title', ...
           'title must be a text');
   axes = options.axes;
   require(isempty(axes) || (isscalar(axes) && ishghandle(axes) && ...
                             strcmp(get(axes, 'type'), 'axes')), ...
           caller, 'axes', 'axes must be a handle of axes');
+end
+
+function pistons = read_pistons(caller, given)
+  pistons = [];
+  require(isempty(given) || isstruct(given), caller, 'piston', ...
+          'piston must be a struct with the fields width and height, or an array of them');
+  for i = 1:numel(given)
+    pistons = [pistons, read_piston(caller, given(i))]; %#ok<AGROW>
+  end
+end
+
+function colours = colours_of(caller, given, show)
+  if isempty(given)
+    colours = field_colours(show);
+    return
+  end
+  colours = given;
+  if ischar(given)
+    try
+      colours = feval(given, 256);
+    catch
+      colours = [];
+    end
+  end
+  require(is_finite_real(colours) && ndims(colours) == 2 && size(colours, 2) == 3 && ...
+          all(colours(:) >= 0 & colours(:) <= 1), caller, 'colormap', ... %#ok<ISMAT>
+          'colormap must be N by 3 values from 0 to 1, or the name of a map of colours');
 end
 
 function direction = direction_of(caller, name, letter)
@@ -134,37 +197,44 @@ function index = index_of(place, p, grid)
   index = index - 1;
 end
 
-% What is drawn: values, their label, limits and colours.
+% What is drawn: values, their label and limits.
 function quantity = quantity_of(p, options)
-  largest = max([abs(p(:)); 0]);
-  [scale, unit] = readable_unit(largest, options.unit);
+  largest = max([abs(finite(p)); 0]);
+  [scale, unit] = shown_unit(max([largest, abs(options.limits)]), options.unit);
+  given = options.limits * scale;
   switch options.show
     case 'magnitude'
       values = abs(p) * scale;
-      label = ['|p| (', unit, ')'];
+      label = ['|p|', in_brackets(unit)];
       limits = [0, largest * scale];
     case 'real'
       values = real(p) * scale;
-      label = ['Re p (', unit, ')'];
-      limits = max([abs(values(:)); 0]) * [-1, 1];
+      label = ['Re p', in_brackets(unit)];
+      limits = max([abs(finite(values)); 0]) * [-1, 1];
     case 'phase'
       values = angle(p) * 180 / pi;
       label = 'phase of p (degrees)';
       limits = [-180, 180];
+      given = options.limits;
     case 'level'
       [values, label] = level_of(p, largest, options);
-      finite = values(isfinite(values));
-      top = max([finite(:); zeros(isempty(finite), 1)]);
-      limits = top + [-options.range, 0];
-      values = max(values, limits(1));
+      limits = max(finite(values)) + [-options.range, 0];
+      given = options.limits;
   end
-  if ~isempty(options.limits)
-    limits = options.limits;
+  if ~isempty(given)
+    limits = given;
   elseif limits(1) >= limits(2)
     limits = limits(1) + [0, 1];  % a field that is zero everywhere
   end
-  quantity = struct('values', values, 'label', label, 'limits', limits, ...
-                    'colours', field_colours(options.show));
+  if strcmp(options.show, 'level')
+    values(values < limits(1)) = limits(1);
+  end
+  quantity = struct('values', values, 'label', label, 'limits', limits);
+end
+
+function values = finite(values)
+  values = values(:);
+  values = values(isfinite(values));
 end
 
 function [values, label] = level_of(p, largest, options)
@@ -175,25 +245,33 @@ function [values, label] = level_of(p, largest, options)
     kind = ', the largest |p|';
   end
   values = 20 * log10(abs(p) / reference);
-  [scale, unit] = readable_unit(reference, options.unit);
-  label = sprintf('level (dB re %.3g %s%s)', reference * scale, unit, kind);
+  [scale, unit] = shown_unit(reference, options.unit);
+  label = strtrim(sprintf('%.3g %s', reference * scale, unit));
+  label = ['level (dB re ', label, kind, ')'];
 end
 
-function [scale, unit] = readable_unit(largest, unit)
-  scale = 1;
-  if strcmp(unit, 'Pa') && largest >= 1e6
-    scale = 1e-6;
-    unit = 'MPa';
-  elseif strcmp(unit, 'Pa') && largest >= 1e3
-    scale = 1e-3;
-    unit = 'kPa';
+function text = in_brackets(unit)
+  text = '';
+  if ~isempty(unit)
+    text = [' (', unit, ')'];
   end
+end
+
+% The unit in which values up to the largest are shown, and what p is multiplied by for it.
+function [scale, unit] = shown_unit(largest, unit)
+  names = {'Pa', 'kPa', 'MPa'};
+  scales = [1, 1e-3, 1e-6];
+  if ~ischar(unit)  % an empty text is no unit
+    unit = names{1 + (largest >= 1e3) + (largest >= 1e6)};
+  end
+  scale = [scales(strcmp(unit, names)), 1];
+  scale = scale(1);
 end
 
 function drawing = draw_profile(quantity, grid, at, direction, options)
   require(grid.sizes(direction) > 1, 'pistonfield_plot', 'along', ...
           'a profile needs more than one point along its direction');
-  [coordinate, label] = coordinates_of(grid, at, direction, direction);
+  ruler = ruler_of(grid, at, direction, direction);
   values = pick(quantity.values, at, direction);
   limits = quantity.limits;
   if isempty(options.limits) && strcmp(options.show, 'magnitude')
@@ -203,10 +281,10 @@ function drawing = draw_profile(quantity, grid, at, direction, options)
   if isempty(ax)
     ax = axes('parent', new_figure(800, 450));
   end
-  line = plot(ax, coordinate, values(:), 'linewidth', 2, 'color', [0.42 0.09 0.43]);
-  set(ax, 'xlim', sort(coordinate([1, end])), 'ylim', limits, 'xgrid', 'on', ...
+  line = plot(ax, ruler.values, values(:), 'linewidth', 2, 'color', [0.42 0.09 0.43]);
+  set(ax, 'xlim', sort(ruler.values([1, end])), 'ylim', limits, 'xgrid', 'on', ...
       'ygrid', 'on', 'gridcolor', [0.8 0.8 0.8]);
-  xlabel(ax, label);
+  xlabel(ax, ruler.label);
   ylabel(ax, quantity.label);
   put_title(ax, options.title, line_title(grid, at, direction));
   drawing = struct('figure', get(ax, 'parent'), 'axes', ax, 'graphics', line, 'colorbar', []);
@@ -216,10 +294,11 @@ function drawing = draw_slices(quantity, grid, at, normals, options)
   count = numel(normals);
   slices = cell(1, count);
   for i = 1:count
-    slices{i} = slice_of(quantity.values, grid, at, normals(i));
+    slices{i} = slice_of(quantity.values, grid, at, normals(i), options.piston);
   end
   extents = cell2mat(cellfun(@(slice) slice.extent(:), slices, 'uniformoutput', false));
-  [fig, boxes, bar_box] = lay_out(extents, options.axes);
+  [fig, boxes, bar_box, bar_place] = lay_out(extents, options.axes);
+  pixels = size_in_pixels(fig);
   for i = 1:count
     slice = slices{i};
     if isempty(options.axes)
@@ -230,29 +309,65 @@ function drawing = draw_slices(quantity, grid, at, normals, options)
     image_i = imagesc(slice.right, slice.up, slice.values, 'parent', axis_i);
     set(axis_i, 'clim', quantity.limits, 'ydir', 'normal', 'layer', 'top', 'tickdir', 'out', ...
         'dataaspectratio', [1 1 1], 'units', 'normalized', 'position', boxes(i, :), ...
-        'xlim', slice.right_limits, 'ylim', slice.up_limits);
-    colormap(axis_i, quantity.colours);
-    xlabel(axis_i, slice.right_label);
-    ylabel(axis_i, slice.up_label);
-    put_title(axis_i, options.title, slice.title);
-    if slice.extent(2) < 0.1 * slice.extent(1)
-      set(axis_i, 'ytick', slice.up([1, end]));  % more would overlap
+        'xlim', slice.limits(1, :), 'ylim', slice.limits(2, :), ...
+        'xtick', ticks(slice.limits(1, :), slice.right, boxes(i, 3) * pixels(1) / 55), ...
+        'ytick', ticks(slice.limits(2, :), slice.up, boxes(i, 4) * pixels(2) / 30));
+    colormap(axis_i, options.colormap);
+    hide_gaps(axis_i, slice);
+    outline(axis_i, slice.outlines);
+    xlabel(axis_i, slice.rulers(1).label);
+    ylabel(axis_i, slice.rulers(2).label);
+    if count > 1 && boxes(i, 3) * pixels(1) < 130
+      slice.title = strrep(slice.title, 'plane ', '');
     end
+    put_title(axis_i, options.title, slice.title);
     ax(i) = axis_i;
     images(i) = image_i;
   end
-  bar = colorbar(ax(end));
-  ylabel(bar, quantity.label);
-  if strcmp(options.show, 'phase')
-    set(bar, 'ytick', -180:90:180);
+  bar = colorbar(ax(end), bar_place);
+  if strcmp(bar_place, 'southoutside')
+    xlabel(bar, quantity.label);
+    set(bar, 'xtick', bar_ticks(quantity, options, bar_box(3) * pixels(1)));
+  else
+    ylabel(bar, quantity.label);
+    set(bar, 'ytick', bar_ticks(quantity, options, bar_box(4) * pixels(2)));
   end
-  set(ax(end), 'position', boxes(end, :));
+  for i = 1:count
+    set(ax(i), 'position', boxes(i, :));
+  end
   set(bar, 'position', bar_box);
   drawing = struct('figure', fig, 'axes', ax, 'graphics', images, 'colorbar', bar);
 end
 
-% One slice: its values with the vertical direction first, its axes and its title.
-function slice = slice_of(values, grid, at, normal)
+function values = bar_ticks(quantity, options, pixels)
+  if strcmp(options.show, 'phase') && isempty(options.limits)
+    values = -180:90:180;
+  else
+    values = ticks(quantity.limits, quantity.limits, pixels / 45);
+  end
+end
+
+% Round numbers within limits, about so many; where that were fewer than two, the first and the last
+% of the points if there is room for two, and one between them if not.
+function values = ticks(limits, points, most)
+  rough = diff(limits) / max(most, 1);
+  steps = [1, 2, 5, 10] * 10 ^ floor(log10(rough));
+  step = steps(find(steps >= 0.999 * rough, 1));
+  values = step * (ceil(limits(1) / step - 1e-9):floor(limits(2) / step + 1e-9));
+  values = values(:).' + 0;  % no -0
+  if numel(values) < 2
+    ends = round(points([1, end]) * 1e3) / 1e3 + 0;
+    if most >= 0.6
+      values = ends;
+    elseif isempty(values)
+      values = ends(1);
+    end
+  end
+end
+
+% One slice: its values with the vertical direction first; the rulers to the right and upwards, the
+% limits along them and the extent; outlines of pistons; its title.
+function slice = slice_of(values, grid, at, normal, pistons)
   choices = [3 2; 3 1; 1 2];  % to the right and upwards, for each normal
   right = choices(normal, 1);
   up = choices(normal, 2);
@@ -267,15 +382,63 @@ function slice = slice_of(values, grid, at, normal)
   if right < up
     across = across.';
   end
-  [slice.right, slice.right_label] = coordinates_of(grid, at, right, [right, up]);
-  [slice.up, slice.up_label] = coordinates_of(grid, at, up, [right, up]);
-  [slice.right, across] = rising(slice.right, across, 2);
-  [slice.up, across] = rising(slice.up, across, 1);
+  slice.rulers = [ruler_of(grid, at, right, [right, up]), ruler_of(grid, at, up, [right, up])];
+  [slice.right, across] = rising(slice.rulers(1).values, across, 2);
+  [slice.up, across] = rising(slice.rulers(2).values, across, 1);
   slice.values = across;
-  slice.right_limits = edges_of(slice.right, lengths(1));
-  slice.up_limits = edges_of(slice.up, lengths(2));
-  slice.extent = [diff(slice.right_limits), diff(slice.up_limits)];
+  slice.limits = [edges_of(slice.right, lengths(1)); edges_of(slice.up, lengths(2))];
+  slice.outlines = cell(1, numel(pistons));
+  for i = 1:numel(pistons)
+    slice.outlines{i} = outline_of(pistons(i), slice.rulers);
+  end
+  slice.limits = grown(slice.limits, [slice.outlines{:}]);
+  slice.extent = diff(slice.limits, 1, 2);
   slice.title = plane_title(grid, at, steps);
+end
+
+% The corners of a piston along two rulers, 2 by 5, the first one twice.
+function corners = outline_of(piston, rulers)
+  corners = piston.orientation * [[-1 1 1 -1 -1] * piston.width; ...
+                                  [-1 -1 1 1 -1] * piston.height; zeros(1, 5)] / 2;
+  corners = bsxfun(@plus, corners, piston.center).';
+  corners = [along(rulers(1), corners), along(rulers(2), corners)].';
+end
+
+% Limits that hold points, 2 by N, too, unless they then need more than twice the room.
+function limits = grown(limits, points)
+  if isempty(points)
+    return
+  end
+  room = diff(limits, 1, 2);
+  margin = 0.012 * room;
+  wanted = [min([limits(:, 1), min(points, [], 2) - margin], [], 2), ...
+            max([limits(:, 2), max(points, [], 2) + margin], [], 2)];
+  if all(diff(wanted, 1, 2) <= 2 * room)
+    limits = wanted;
+  end
+end
+
+% Points without a value in grey, which a map of colours has no place for.
+function hide_gaps(ax, slice)
+  [row, column] = find(isnan(slice.values));
+  if isempty(row)
+    return
+  end
+  half = [diff(slice.right(1:2)), diff(slice.up(1:2))] / 2;
+  x = bsxfun(@plus, slice.right(column(:).'), half(1) * [-1; 1; 1; -1]);
+  y = bsxfun(@plus, slice.up(row(:).'), half(2) * [-1; -1; 1; 1]);
+  patch('parent', ax, 'xdata', x, 'ydata', y, 'facecolor', [0.6 0.6 0.6], 'edgecolor', 'none');
+end
+
+% In a dark rim, so that they are seen on all colours.
+function outline(ax, outlines)
+  for i = 1:numel(outlines)
+    corners = outlines{i};
+    for look = {7, [0 0 0]; 4, [0.2 0.9 0.8]}.'
+      line('parent', ax, 'xdata', corners(1, :), 'ydata', corners(2, :), ...
+           'linewidth', look{1}, 'color', look{2});
+    end
+  end
 end
 
 % Images are drawn from the lowest coordinate on.
@@ -298,25 +461,35 @@ function values = pick(values, at, directions)
   values = values(index{:});
 end
 
-% Where the points along a direction lie [mm]: their coordinate where the direction is one of x, y
+% A ruler along a direction: where its points lie [mm], their label, and the unit vector and origin
+% by which other points are placed on it. It shows a coordinate where the direction is one of x, y
 % and z and no other that is drawn shares it, otherwise the distance from the first point.
-function [coordinate, label] = coordinates_of(grid, at, direction, drawn)
+function ruler = ruler_of(grid, at, direction, drawn)
   steps = grid.transform(1:3, 1:3);
   step = steps(direction, :);
-  count = 0:grid.sizes(direction) - 1;
   axis_number = find(step ~= 0);
   others = setdiff(drawn, direction);
   if numel(axis_number) == 1 && all(steps(others, axis_number) == 0)
-    here = position_of(grid, at);
-    coordinate = here(axis_number) + step(axis_number) * (count - at(direction));
     letters = 'xyz';
-    label = [letters(axis_number), ' (mm)'];
+    ruler.unit = double((1:3) == axis_number);
+    ruler.origin = [0 0 0];
+    ruler.label = [letters(axis_number), ' (mm)'];
   else
     names = {'first', 'second', 'third'};
-    coordinate = norm(step) * count;
-    label = ['along the ', names{direction}, ' direction (mm)'];
+    first = at;
+    first(direction) = 0;
+    ruler.unit = step / norm(step);
+    ruler.origin = position_of(grid, first);
+    ruler.label = ['along the ', names{direction}, ' direction (mm)'];
   end
-  coordinate = coordinate * 1e3;
+  count = (0:grid.sizes(direction) - 1).' - at(direction);
+  points = bsxfun(@plus, position_of(grid, at), count * step);
+  ruler.values = along(ruler, points).';
+end
+
+% Where points, N by 3 [m], lie along a ruler [mm].
+function values = along(ruler, points)
+  values = bsxfun(@minus, points, ruler.origin) * ruler.unit.' * 1e3;
 end
 
 function position = position_of(grid, index)
@@ -363,39 +536,61 @@ function put_title(ax, given, standard)
   end
 end
 
-% Boxes for slices of these extents [mm], all to one scale, and for the colour bar at their right.
-function [fig, boxes, bar_box] = lay_out(extents, ax)
-  left = 70;  right = 100;  bottom = 55;  top = 40;  % pixels for labels
+% Boxes for slices of these extents [mm], all to one scale, and for the colour bar: at their right, or
+% where they are flat below them.
+function [fig, boxes, bar_box, bar_place] = lay_out(extents, ax)
+  own = isempty(ax);
   count = size(extents, 2);
-  wide = sum(extents(1, :));
-  high = max(extents(2, :));
-  if isempty(ax)
-    width = 700 + 250 * (count - 1);
-    scale = min((width - count * left - right) / wide, 500 / high);
-    area = [0, 0, count * left + right + scale * wide, bottom + top + scale * high];
-    area(3:4) = max(area(3:4), [420, 300]);
-    fig = new_figure(area(3), area(4));
-    whole = area(3:4);
+  if own
+    room = [700 + 250 * (count - 1), 600];
   else
     fig = get(ax, 'parent');
     whole = size_in_pixels(fig);
-    area = get(ax, 'outerposition') .* [whole, whole];
-    scale = min((area(3) - left - right) / wide, (area(4) - bottom - top) / high);
+    outer = get(ax, 'outerposition') .* [whole, whole];
+    room = outer(3:4);
   end
-  spare = area(3:4) - [count * left + right + scale * wide, bottom + top + scale * high];
-  x = area(1) + spare(1) / 2;
-  middle = area(2) + spare(2) / 2 + bottom + scale * high / 2;
+  [margins, bar_place] = deal([75, 60, 110, 45], 'eastoutside');  % pixels: left, below, right, above
+  scale = scale_of(extents, room, margins);
+  flat = scale * max(extents(2, :)) < 190;
+  if flat
+    [margins, bar_place] = deal([75, 130, 30, 45], 'southoutside');
+    scale = scale_of(extents, room, margins);
+  end
+  sizes = scale * extents;
+  % A narrow slice has the room that its title needs.
+  slots = margins(1) + max(sizes(1, :), 130 * (count > 1));
+  used = [sum(slots) + margins(3), margins(2) + margins(4) + max(sizes(2, :))];
+  if own
+    whole = max(used, [420, 240]);
+    outer = [0, 0, whole];
+    fig = new_figure(whole(1), whole(2));
+  end
+  x = outer(1) + (outer(3) - used(1)) / 2;
+  middle = outer(2) + (outer(4) - used(2)) / 2 + margins(2) + max(sizes(2, :)) / 2;
   boxes = zeros(count, 4);
   for i = 1:count
-    size_i = scale * extents(:, i)';
-    x = x + left;
-    boxes(i, :) = [x, middle - size_i(2) / 2, size_i];
-    x = x + size_i(1);
+    spare = slots(i) - margins(1) - sizes(1, i);
+    boxes(i, :) = [x + margins(1) + spare / 2, middle - sizes(2, i) / 2, sizes(:, i).'];
+    x = x + slots(i);
   end
-  bar_height = max(scale * high, 160);  % a strip's bar keeps room for its ticks
-  bar_box = [x + 12, middle - bar_height / 2, 14, bar_height];
+  if flat
+    wide = max(boxes(end, 1) + boxes(end, 3) - boxes(1, 1), 250);
+    wide = min([wide, 450, outer(3) - 30]);
+    centre = (boxes(1, 1) + boxes(end, 1) + boxes(end, 3)) / 2;
+    left = min(max(centre - wide / 2, outer(1) + 15), outer(1) + outer(3) - 15 - wide);
+    bar_box = [left, middle - max(sizes(2, :)) / 2 - 75, wide, 14];
+  else
+    bar_box = [x + 15, middle - max(sizes(2, :)) / 2, 14, max(sizes(2, :))];
+  end
   boxes = boxes ./ repmat([whole, whole], count, 1);
   bar_box = bar_box ./ [whole, whole];
+end
+
+% Pixels for a millimetre.
+function scale = scale_of(extents, room, margins)
+  count = size(extents, 2);
+  scale = min((room(1) - count * margins(1) - margins(3)) / sum(extents(1, :)), ...
+              (room(2) - margins(2) - margins(4)) / max(extents(2, :)));
 end
 
 function pixels = size_in_pixels(fig)
@@ -498,6 +693,132 @@ end
 %! assert(get(h.graphics, 'cdata'), wanted - 40, 1e-10);
 %! assert(label_of(h.colorbar, 'ylabel'), 'level (dB re 2.5 kPa)');
 
+%!test % 'limits' are in the unit of p, as 'reference' is, or in dB or degrees
+%! [p, grid] = plane();
+%! drawn = {{1e3, 'magnitude', [2e3 8e3], [2 8]}, {1e3, 'real', [-5e3 5e3], [-5 5]}, ...
+%!          {1, 'magnitude', [1 2], [1 2]}, {1e3, 'level', [-20 -3], [-20 -3]}, ...
+%!          {1e3, 'phase', [-90 90], [-90 90]}, {1, 'magnitude', [0 5e4], [0 50]}};
+%! for i = 1:numel(drawn)
+%!   one = drawn{i};
+%!   h = pistonfield_plot(one{1} * p, grid, 'show', one{2}, 'limits', one{3});
+%!   found = get(h.axes, 'clim');
+%!   close(h.figure);
+%!   assert(found, one{4}, 1e-12);
+%! end
+
+%!test % 'unit' is what the drawing shows; '' is none
+%! [p, grid] = plane();
+%! units = {'Pa', 'kPa', 'MPa', ''};  factors = [1, 1e-3, 1e-6, 1];
+%! labels = {'|p| (Pa)', '|p| (kPa)', '|p| (MPa)', '|p|'};
+%! for i = 1:4
+%!   h = pistonfield_plot(1e3 * p, grid, 'unit', units{i}, 'limits', [0 1e4]);
+%!   assert(label_of(h.colorbar, 'ylabel'), labels{i});
+%!   assert(get(h.graphics, 'cdata'), squeeze(abs(p)) * 1e3 * factors(i), 1e-9);
+%!   assert(get(h.axes, 'clim'), [0 1e4] * factors(i), 1e-9);
+%!   close(h.figure);
+%! end
+
+%!test % the colours can be chosen, by values or by name
+%! [p, grid] = plane();
+%! for chosen = {[0 0 0; 1 0.5 0], 'gray'}
+%!   h = pistonfield_plot(p, grid, 'colormap', chosen{1});
+%!   map = colormap(h.axes);
+%!   close(h.figure);
+%!   if ischar(chosen{1})
+%!     assert(map, gray(256));
+%!   else
+%!     assert(map, chosen{1});
+%!   end
+%! end
+
+%!function found = lines_in(h)
+%!  lines = findobj(h.axes, 'type', 'line');
+%!  found = [get(lines(1), 'xdata'); get(lines(1), 'ydata')];
+%!endfunction
+
+%!test % the piston's outline: a line in a slice along its normal, a rectangle across it
+%! [p, grid] = volume();
+%! piston = struct('width', 2e-3, 'height', 1e-3, 'center', [0 1.5e-3 0.8e-3]);
+%! h = pistonfield_plot(p, grid, 'across', 'y', 'piston', piston);
+%! assert(lines_in(h), [0.8 0.8 0.8 0.8 0.8; -1 1 1 -1 -1], 1e-12);
+%! close(h.figure);
+%! h = pistonfield_plot(p, grid, 'across', 'z', 'piston', piston);
+%! assert(lines_in(h), [-1 1 1 -1 -1; 1 1 2 2 1], 1e-12);
+%! assert(get(h.axes, 'xlim'), [-2.5 2.5], 1e-12);
+%! close(h.figure);
+%! piston.orientation = [0 0 1; 0 1 0; -1 0 0];
+%! h = pistonfield_plot(p, grid, 'across', 'y', 'piston', [piston, piston]);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(lines_in(h), [1.8 -0.2 -0.2 1.8 1.8; 0 0 0 0 0], 1e-12);
+%! assert(numel(findobj(h.axes, 'type', 'line')), 4);
+
+%!test % a slice grows to show the piston, but to no more than twice its size
+%! [p, grid] = plane();
+%! moved = struct('width', 2e-3, 'height', 1e-3, 'center', [0 0 -2e-3]);
+%! h = pistonfield_plot(p, grid, 'piston', moved);
+%! assert(get(h.axes, 'xlim'), [-2 - 0.012 * 4.5, 4.25], 1e-12);
+%! assert(box_of(h, 1)(1) / box_of(h, 1)(2), (6.25 + 0.012 * 4.5) / 5, 0.01);
+%! close(h.figure);
+%! moved.center(3) = -9e-3;
+%! h = pistonfield_plot(p, grid, 'piston', moved);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.axes, 'xlim'), [-0.25 4.25], 1e-12);
+
+%!test % on a tilted plane, too, the outline is where it is seen
+%! steps = 1e-3 * [0.8 0 0.6; 0 1 0; -0.6 0 0.8]';
+%! grid = pistonfield_grid([1e-3 2e-3 5e-3], steps, [4 3 1]);
+%! piston = struct('width', 1e-3, 'height', 1e-3, 'center', [1e-3 2e-3 5e-3]);
+%! h = pistonfield_plot(ones(4, 3), grid, 'piston', piston);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(lines_in(h), [0.4 * [-1 1 1 -1 -1]; 2 + 0.5 * [-1 -1 1 1 -1]], 1e-12);
+
+%!test % the colour bar of a flat slice lies below it, and no bar is taller than the slices
+%! flat = pistonfield_grid((-1:0.5:1) * 1e-3, 0, (0:0.5:60) * 1e-3);
+%! h = pistonfield_plot(ones(flat.sizes), flat);
+%! box = get(h.axes, 'position');
+%! bar = get(h.colorbar, 'position');
+%! whole = get(h.figure, 'position')(3:4);
+%! assert(bar(2) + bar(4) < box(2) - 30 / whole(2));
+%! assert(bar(4) * whole(2) < 20);
+%! assert(get(get(h.colorbar, 'xlabel'), 'string'), '|p| (Pa)');
+%! close(h.figure);
+%! [p, grid] = volume();
+%! h = pistonfield_plot(p, grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! tallest = max(cellfun(@(box) box(4), get(h.axes, 'position')));
+%! assert(get(h.colorbar, 'position')(4) <= tallest + 1e-9);
+
+%!test % slices keep room for their labels from each other
+%! narrow = pistonfield_grid((-20:20) * 1e-3, (-20:20) * 1e-3, (1:3) * 1e-3);
+%! h = pistonfield_plot(ones(narrow.sizes), narrow);
+%! close_figure = onCleanup(@() close(h.figure));
+%! boxes = cell2mat(get(h.axes(:), 'position'));
+%! wide = get(h.figure, 'position')(3);
+%! middles = (boxes(:, 1) + boxes(:, 3) / 2) * wide;
+%! assert(middles(2) - middles(1) >= 200);
+%! assert((boxes(3, 1) - boxes(2, 1) - boxes(2, 3)) * wide >= 75);
+%! assert(label_of(h.axes(1), 'title'), 'y = -20 mm');
+
+%!test % ticks are round numbers, and never -0
+%! [p, grid] = plane();
+%! h = pistonfield_plot(p, grid);
+%! close_figure = onCleanup(@() close(h.figure));
+%! found = get(h.axes, 'ytick');
+%! assert(numel(found) >= 2 && all(2 * found == fix(2 * found)));
+%! assert(! any(1 ./ found == -Inf));
+
+%!test % points without a value are grey patches
+%! [p, grid] = plane();
+%! p(2, 1, 3) = NaN;
+%! for show = {'magnitude', 'level', 'phase', 'real'}
+%!   h = pistonfield_plot(p, grid, 'show', show{1});
+%!   gaps = findobj(h.axes, 'type', 'patch');
+%!   assert(numel(gaps), 1);
+%!   assert(sort(get(gaps, 'xdata')(:)'), [0.75 0.75 1.25 1.25], 1e-12);
+%!   assert(sort(get(gaps, 'ydata')(:)'), [-1.5 -1.5 -0.5 -0.5], 1e-12);
+%!   close(h.figure);
+%! end
+
 %!test % phases are in degrees
 %! [p, grid] = plane();
 %! h = pistonfield_plot(p, grid, 'show', 'phase');
@@ -507,7 +828,7 @@ end
 
 %!test % large pressures are in kPa and MPa, other units stay
 %! [p, grid] = plane();
-%! units = {'Pa', 'Pa', 'm/s'};  factors = [1e3, 1e6, 1e6];
+%! units = {[], [], 'm/s'};  factors = [1e3, 1e6, 1e6];
 %! labels = {'|p| (kPa)', '|p| (MPa)', '|p| (m/s)'};
 %! for i = 1:3
 %!   h = pistonfield_plot(factors(i) * p, grid, 'unit', units{i});
@@ -542,12 +863,13 @@ end
 %! assert(h.axes, given);
 %! box = get(given, 'position');
 %! bar = get(h.colorbar, 'position');
-%! assert(box(1) > 0.5 && bar(1) > box(1) + box(3) && bar(1) + bar(3) < 1);
+%! assert(box(1) > 0.5 && box(1) + box(3) < 1 && box(2) + box(4) < 1);
+%! assert(bar(1) > 0.5 && bar(1) + bar(3) < 1 && bar(2) > 0 && bar(2) + bar(4) < box(2));
 %! assert(label_of(given, 'title'), 'mine');
 
 %!test % a field of zeros and one with gaps are drawn
 %! [p, grid] = plane();
-%! for show = {'magnitude', 'level', 'phase', 'real'}
+%! for show = {'magnitude', 'phase', 'real'}
 %!   h = pistonfield_plot(0 * p, grid, 'show', show{1});
 %!   close(h.figure);
 %! end
@@ -570,6 +892,34 @@ end
 %!error <a grid of one point> pistonfield_plot(1, pistonfield_grid(0, 0, 0))
 %!error <as many values as the grid has points, 3> pistonfield_plot(1, pistonfield_grid(0, 0, 1:3))
 %!error id=pistonfield:pistonfield_plot:p pistonfield_plot('abc', pistonfield_grid(0, 0, 1:3))
+%!error <p is 9 x 5 where the grid has 5 x 1 x 9 points: it is transposed, give p.'>
+%! [p, grid] = plane();
+%! pistonfield_plot(squeeze(p).', grid);
+%!error <p is 9 x 4 x 5 where the grid has 5 x 4 x 9 points: its directions are in another order>
+%! [p, grid] = volume();
+%! pistonfield_plot(permute(p, [3 2 1]), grid);
+%!error <p is 3 x 15 where the grid has 5 x 1 x 9 points: its shape is another, reshape it>
+%! [p, grid] = plane();
+%! pistonfield_plot(reshape(p, 3, 15), grid);
+%!test % a vector of all values, or an array without the sizes of 1, is no other shape
+%! [p, grid] = plane();
+%! for form = {p(:), p(:).', squeeze(p)}
+%!   h = pistonfield_plot(form{1}, grid);
+%!   assert(get(h.graphics, 'cdata'), squeeze(abs(p)), 1e-12);
+%!   close(h.figure);
+%! end
+%!error <p has no finite value: all are NaN or Inf>
+%! pistonfield_plot(NaN(1, 3), pistonfield_grid(0, 0, 1:3));
+%!error <p is 0 everywhere, which has no level in dB>
+%! pistonfield_plot(zeros(1, 3), pistonfield_grid(0, 0, 1:3), 'show', 'level');
+%!error id=pistonfield:pistonfield_plot:colormap
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'colormap', 'nowhere');
+%!error id=pistonfield:pistonfield_plot:colormap
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'colormap', [0 0 2]);
+%!error <plot: piston must be a struct with the fields width and height>
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'piston', 7);
+%!error <plot: piston.height is missing>
+%! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'piston', struct('width', 1));
 %!error id=pistonfield:pistonfield_plot:show
 %! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'show', 'power');
 %!error id=pistonfield:pistonfield_plot:along

@@ -13,10 +13,11 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   with omega = 2*pi*frequency, k = omega / c and R the distance to the surface element. The
   %   pressure at the time t is real(p * exp(1i*omega*t)).
   %
-  %   Long fields are computed in slabs, one layer of the grid each, so that they show how far they
-  %   are, can be interrupted by Ctrl-C and stay within a memory limit. The values are those of one
-  %   call, bit for bit. (The exception: in the modes of the GPU, with a grid that is turned against
-  %   the piston and has too many points for one call, positions may differ by their rounding.)
+  %   Long fields are computed in slabs of about a second, one layer of the grid each, so that they
+  %   show how far they are, can be interrupted by Ctrl-C and stay within a memory limit. The values
+  %   are those of one call, bit for bit. (The exceptions, where positions may differ by their
+  %   rounding: in the modes of the GPU a grid that is turned against the piston, and in all modes a
+  %   line, or a grid of few points across, that takes longer than a second.)
   %
   % USAGE
   %   p = pistonfield_pressure(piston, grid, 'frequency', f)
@@ -41,12 +42,17 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
   %   'mode'       - what computes: 'cpu' (default), 'cpudp', 'cpusp', 'cuda' or 'cudadp'. Far from
   %                  a piston of few wavelengths only 'cpu' and 'cpudp' are accurate.
-  %   'tolerance'  - the largest error that may come from a finite order, relative to the largest
-  %                  |p| on the grid; default 1e-4. pistonfield_order finds the order.
+  %   'tolerance'  - the largest error, from a finite order and from rounding in the mode, relative
+  %                  to the largest |p| on the grid; default 1e-4. pistonfield_order finds the
+  %                  order. A tolerance that the mode cannot keep is refused. If it is the default
+  %                  one, there is a warning (pistonfield:rounding), and info.estimate tells the
+  %                  error.
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge,
-  %                  at most 18000, in the modes of the GPU 512
+  %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
+  %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
-  %                  of a slab; default Inf
+  %                  of a slab, in the modes of the GPU 96; default Inf. Apart from that go a few MB
+  %                  for finding the order and for what each call takes.
   %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
   %                  than 3 s
   %
@@ -54,8 +60,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   p            - complex pressure amplitude [Pa], an array of the grid's sizes
   %   info         - struct with the fields
   %                    order       the order that was used
-  %                    estimate    estimate of the error of a finite order, relative to the largest
-  %                                |p|; NaN where the order was given
+  %                    estimate    estimate of the error, from a finite order and from rounding,
+  %                                relative to the largest |p|; NaN where the order was given
   %                    wavenumber  2*pi*frequency / speed [rad/m]
   %                    velocity    u0 [m/s]
   %                    power       the radiated power [W]
@@ -92,26 +98,28 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin);
   place = place_before(caller, piston, grid);
-  require_memory(caller, grid.sizes, options.memory);
+  require_memory(caller, grid.sizes, options.memory, options.mode);
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  warn_of_units(piston, k);
+  warn_of_units(piston, k, options.order);
   [velocity, power] = drive(piston, k, options);
-  estimate = NaN;
-  order = options.order;
-  if isempty(order)
-    [order, estimate] = pistonfield_order(piston, grid, 'frequency', options.frequency, ...
-                                          'speed', options.speed, 'tolerance', options.tolerance);
-    require_order(caller, order, options.mode);
+  samples = sampled_field(place, grid.sizes, piston, k);
+  if isempty(options.order)
+    [order, estimate] = order_for(caller, samples, options);
+  else
+    order = options.order;
+    estimate = NaN;
+    warn_of_rounding(samples, order, options.mode);
   end
 
-  [most, brief] = points_of_slab(grid.sizes, order, options);
-  slabs = cut_grid(place, grid.sizes, most, brief, options.mode);
-  field = @(place, sizes) 1i * options.density * options.speed * velocity * ...
-                          module_field(place, sizes, piston, k, options.mode, order);
-  p = by_slabs(field, slabs, grid.sizes, start_progress(caller, options.progress));
-  [p, moved] = fill_corners(p, field, place, grid.sizes, options.mode);
+  unit = 1i * options.density * options.speed * velocity;
+  field = @(place, sizes) unit * module_field(place, sizes, piston, k, options.mode, order);
+  most = points_of_slab(grid.sizes, options);
+  brief = points_in_a_second(field, place, grid.sizes, order, most);
+  slabs = cut_grid(place, grid.sizes, most, brief, order, options.mode);
+  [p, moved] = by_slabs(field, slabs, grid.sizes, place, options.mode, ...
+                        start_progress(caller, options.progress));
   info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
                 'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, ...
                 'seconds', toc(start));
@@ -123,26 +131,36 @@ function options = read_pressure_options(caller, given)
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
   options = require_one_of(caller, options, 'velocity', 'power', 1);
-  options = require_one_of(caller, options, 'tolerance', 'order', 1e-4);
+  options.demanded = ~isempty(options.tolerance);
+  options = require_one_of(caller, options, 'tolerance', 'order', usual_tolerance());
   choices = {'velocity', 'power', 'tolerance', 'order'};
   chosen = choices(~cellfun(@(name) isempty(options.(name)), choices));
   options = require_positive_options(caller, options, [{'frequency', 'speed', 'density'}, chosen]);
+  require(isempty(options.tolerance) || options.tolerance < 1, caller, 'tolerance', ...
+          'tolerance must be below 1');
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
-  require_word(caller, 'mode', options.mode, {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'});
+  require_mode(caller, options.mode);
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
   end
 end
 
-% Nobody needs this method for a thousandth of a wavelength, but MHz are soon taken for Hz.
-function warn_of_units(piston, k)
+function tolerance = usual_tolerance()
+  tolerance = 1e-4;
+end
+
+% MHz are soon taken for Hz, and mm for m: nobody needs this method for a thousandth of a
+% wavelength, and no order that is tried would do for thousands of them.
+function warn_of_units(piston, k, order)
   wavelengths = max(piston.width, piston.height) * k / (2 * pi);
   if wavelengths < 1e-3
     warning('pistonfield:units', ...
             ['the piston measures %g wavelengths: lengths are in m, the speed in m/s, ', ...
              'the frequency in Hz'], wavelengths);
+  elseif ~isempty(order) && isempty(orders_to_compare(piston, k))
+    warning('pistonfield:units', '%s', too_many_wavelengths(piston, k));
   end
 end
 
@@ -155,15 +173,29 @@ function options = require_one_of(caller, options, first, second, default)
   end
 end
 
-% Beyond the largest order on the CPU rules lose accuracy (largestAccurateOrder of the library).
-function require_order(caller, order, mode)
-  require(order == fix(order), caller, 'order', 'order must be a whole number');
-  largest = 18000;
-  largestOnGpu = 512;
-  require(order <= largest, caller, 'order', 'order must be at most %d', largest);
-  require(order <= largestOnGpu || ~strncmp(mode, 'cuda', 4), caller, 'order', ...
-          'an order of %d is more than the %d of the mode %s; compute on the CPU', ...
-          order, largestOnGpu, mode);
+% What a mode cannot keep is an error where it was asked for; the usual tolerance was not.
+function [order, estimate] = order_for(caller, samples, options)
+  [order, estimate] = find_order(caller, samples, options.tolerance, options.mode);
+  if estimate > options.tolerance
+    text = lost_to_rounding(options.mode, estimate, options.tolerance);
+    require(~options.demanded, caller, 'tolerance', '%s', text);
+    warning('pistonfield:rounding', '%s', text);
+  end
+end
+
+% The sums of higher orders round no worse.
+function warn_of_rounding(samples, order, mode)
+  if is_double_mode(mode)
+    return
+  end
+  order = min(order, largest_gpu_order());
+  exact = samples.values('cpu', order);
+  off = samples.safety * max(abs(samples.values(mode, order) - exact)) / max(abs(exact));
+  if off > usual_tolerance()
+    warning('pistonfield:rounding', ...
+            ['rounding in the mode %s leaves an error of about %.2g on this grid; the mode cpu ', ...
+             'is the most accurate'], mode, off);
+  end
 end
 
 function [velocity, power] = drive(piston, k, options)
@@ -176,24 +208,26 @@ function [velocity, power] = drive(piston, k, options)
   power = resistance * velocity ^ 2 / 2;
 end
 
-% Bytes for the whole field, and for each point of a slab.
-function [whole, each] = bytes_of_field(sizes)
+% Bytes for the whole field, and for each point of a slab: the module's two results, Octave's copy,
+% what is made of it; and the device's.
+function [whole, each] = bytes_of_field(sizes, mode)
   whole = 16 * prod(sizes);
   each = 64;
+  if is_gpu_mode(mode)
+    each = 96;
+  end
 end
 
-function require_memory(caller, sizes, memory)
-  [whole, each] = bytes_of_field(sizes);
+function require_memory(caller, sizes, memory, mode)
+  [whole, each] = bytes_of_field(sizes, mode);
   require(whole + each <= memory, caller, 'memory', ...
-          'a field of %d x %d x %d points needs %g bytes, more than memory allows', ...
-          sizes, whole + each);
+          'a field of %d x %d x %d points needs %s, more than the %s that memory allows', ...
+          sizes, bytes_as_text(whole + each), bytes_as_text(memory));
 end
 
-% The most points of a slab, what leaves the memory limit and the limits of a GPU; and the points of
-% one that takes about two seconds on one core. A GPU is given more, as it is faster.
-function [most, brief] = points_of_slab(sizes, order, options)
-  [whole, each] = bytes_of_field(sizes);
-  brief = 4e9 / order;
+% The most points of a slab: what leaves the memory limit and the limits of a GPU.
+function most = points_of_slab(sizes, options)
+  [whole, each] = bytes_of_field(sizes, options.mode);
   switch options.mode
     case 'cuda'
       limit = 2 ^ 31 / 8 - 1;
@@ -201,30 +235,70 @@ function [most, brief] = points_of_slab(sizes, order, options)
       limit = 2 ^ 31 / 16 - 1;
     otherwise
       limit = 2 ^ 31 - 1;
-      brief = 2e8 / order;
   end
   most = max(1, min(floor((options.memory - whole) / each), limit));
 end
 
-function p = by_slabs(field, slabs, sizes, progress)
-  total = size(slabs.first, 1);
-  if total == 1
-    p = field(slabs.place([0, 0, 0]), sizes);
+% How many points are computed in a second, beside what each call takes: so that progress is shown
+% and Ctrl-C is heeded at least that often. A field that is done in no time is not measured.
+function points = points_in_a_second(field, place, sizes, order, most)
+  points = Inf;
+  largestLaunch = 524280;
+  count = min(ceil(1e6 / order), largestLaunch);  % 0.01 s on one core
+  if prod(sizes) < 32 * count
     return
   end
-  p = complex(zeros(sizes));
-  n = slabs.count;
+  call = time_of(field, place, [1 1 1]);
+  taken = 0;
+  while taken < 0.05 && count <= min([prod(sizes) / 8, most, largestLaunch])
+    part = [1 1 1];
+    for i = 1:3
+      part(i) = max(1, min(sizes(i), floor(count / prod(part))));
+    end
+    taken = time_of(field, place, part) - call;
+    points = prod(part) / max(taken, call / 4);  % the difference of two times is not exact
+    count = 8 * count;
+  end
+end
+
+function seconds = time_of(field, place, sizes) %#ok<INUSD>
+  start = tic();
+  field(place, sizes);
+  seconds = toc(start);
+end
+
+function [p, moved] = by_slabs(field, slabs, sizes, place, mode, progress)
+  total = size(slabs.first, 1);
+  if total == 1
+    p = field(place, sizes);
+    [lost, values] = corner_values(p, [0 0 0], field, place, mode);
+    p(lost) = values;
+    moved = numel(lost);
+    return
+  end
+  % complex(zeros(sizes)) would hold 24 bytes a point for a while.
+  p = 1i;
+  p(sizes(1), sizes(2), sizes(3)) = 0;
+  moved = 0;
   for i = 1:total
     at = slabs.first(i, :);
-    p(at(1) + (1:n(1)), at(2) + (1:n(2)), at(3) + (1:n(3))) = field(slabs.place(at), n);
+    n = min(slabs.count, sizes - at);
+    slab = [];  % the next one needs its memory
+    slab = field(slabs.place(at), n);
+    [lost, values] = corner_values(slab, at, field, place, mode);
+    slab(lost) = values;
+    moved = moved + numel(lost);
+    p(at(1) + (1:n(1)), at(2) + (1:n(2)), at(3) + (1:n(3))) = slab;
     progress = show_progress(progress, i / total);
   end
 end
 
-%!shared piston, grid, call
+%!shared piston, grid, call, far, distant
 %! piston = struct('width', 3e-3, 'height', 2e-3);
 %! grid = pistonfield_grid((-3:3) * 0.7e-3, (-2:3) * 0.9e-3, (1:5) * 1.1e-3);
 %! call = @(varargin) pistonfield_pressure(piston, grid, 'frequency', 1e6, varargin{:});
+%! far = struct('width', 0.5e-3, 'height', 0.5e-3);
+%! distant = pistonfield_grid((-20:20) * 1e-3, 0, (100:5:500) * 1e-3);
 
 %!function p = rayleigh(points, width, height, omega, rho, c, u0)
 %!  % The surface integral, at points before a piston that lies in the plane z = 0.
@@ -281,13 +355,16 @@ end
 %! assert(isequal(call('order', 24, 'velocity', 3), 1i * 998 * 1482 * 3 * q));
 
 %!function check_slabs(piston, grid, mode, slabs)
+%!  state = warning('off', 'pistonfield:rounding');
+%!  restore = onCleanup(@() warning(state));
 %!  field = @(memory) pistonfield_pressure(piston, grid, 'frequency', 1e6, 'order', 12, ...
 %!                                         'mode', mode, 'memory', memory);
 %!  [whole, info] = field(Inf);
 %!  assert(info.slabs, 1);
 %!  for i = 1:numel(slabs)
 %!    points = prod(grid.sizes);
-%!    [p, info] = field(16 * points + 64 * points / slabs(i));
+%!    each = 64 + 32 * strncmp(mode, 'cuda', 4);
+%!    [p, info] = field(16 * points + each * points / slabs(i));
 %!    assert(info.slabs, slabs(i));
 %!    assert(isequal(p, whole), 'mode %s, %d slabs: off by %g', mode, slabs(i), ...
 %!           max(abs(p(:) - whole(:))));
@@ -338,7 +415,7 @@ end
 %!   field = @(memory) pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 12, ...
 %!                                          'mode', mode{1}, 'memory', memory);
 %!   whole = field(Inf);
-%!   [p, info] = field(16 * 693 + 64 * 63);
+%!   [p, info] = field(16 * 693 + 96 * 63);
 %!   assert(info.slabs, 11);
 %!   assert(p, whole, 20 * unit * (1 + info.wavenumber * extent) * max(abs(whole(:))));
 %! end
@@ -352,14 +429,19 @@ end
 %! [~, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
 %! assert(info.slabs, 700);
 
-%!test % a long field is cut into few slabs, and a line not at all
-%! points = pistonfield_grid((1:3) * 1e-3, (1:50) * 1e-4, 1e-3 + (1:100) * 1e-4);
-%! field = @(points) pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 16000);
-%! [p, info] = field(points);
-%! assert(info.slabs, 3);
-%! assert(p(2, 7, 9), field(pistonfield_grid(2e-3, 7e-4, 1.9e-3)), 1e-12 * abs(p(2, 7, 9)));
-%! [~, info] = field(pistonfield_grid(0, 0, (1:13000) * 1e-6));
-%! assert(info.slabs, 1);
+%!test % a long field is cut into few slabs, and a line into pieces
+%! points = {pistonfield_grid((1:3) * 1e-3, (1:100) * 1e-4, 1e-3 + (1:200) * 1e-4), ...
+%!           pistonfield_grid(2e-3, 7e-4, 1e-3 + (1:60000) * 1e-5)};
+%! field = @(points) pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 4000);
+%! for i = 1:2
+%!   [p, info] = field(points{i});
+%!   assert(info.slabs <= 200, '%d slabs', info.slabs);
+%!   some = round(linspace(1, numel(p), 3));
+%!   [x, y, z] = pistonfield_grid(points{i}, 'positions');
+%!   for j = some
+%!     assert(p(j), field(pistonfield_grid(x(j), y(j), z(j))), 1e-11 * max(abs(p(:))));
+%!   end
+%! end
 
 %!test % a point over a corner has the pressure of the points around it
 %! points = pistonfield_grid([-1.5 1.5] * 1e-3, [-1 1] * 1e-3, (0:2) * 1e-3);
@@ -370,6 +452,12 @@ end
 %!   wanted = rayleigh([1.5e-3; 1e-3; 2e-3], 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
 %!   assert(p(:, :, 3), wanted * ones(2), 1e-4 * abs(wanted));
 %!   assert(p(:, :, 1), p(1, 1, 1) * ones(2), 1e-4 * abs(p(1, 1, 1)));
+%! end
+
+%!test % also in slabs
+%! points = pistonfield_grid((-3:3) * 0.5e-3, (-2:2) * 0.5e-3, (1:9) / 3000);
+%! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+%!   check_slabs(piston, points, mode{1}, [9, 63]);
 %! end
 
 %!test % several points over corners in a row along the grid's second direction
@@ -437,6 +525,60 @@ end
 %! [~, info] = call('order', 7);
 %! assert(info.order == 7 && isnan(info.estimate));
 
+%!test % the estimate counts the rounding of the mode
+%! field = @(mode) pistonfield_pressure(far, distant, 'frequency', 1.5e6, 'mode', mode);
+%! state = warning('off', 'pistonfield:rounding');
+%! restore = onCleanup(@() warning(state));
+%! [exact, info] = field('cpu');
+%! assert(info.estimate <= 1e-4);
+%! [x, y, z] = pistonfield_grid(distant, 'positions');
+%! some = 1:99:numel(x);
+%! wanted = rayleigh([x(some); y(some); z(some)], 0.5e-3, 0.5e-3, 2 * pi * 1.5e6, 998, 1482, 1);
+%! assert(exact(some), wanted, 2e-6 * max(abs(wanted)));
+%! for mode = {'cpusp', 'cuda', 'cudadp'}
+%!   [p, info] = field(mode{1});
+%!   off = max(abs(p(:) - exact(:))) / max(abs(exact(:)));
+%!   assert(off > 0.05 && info.estimate >= off && info.estimate < 1.01 * off);
+%! end
+
+%!test % of a large grid it covers the points between the samples
+%! large = pistonfield_grid((-20:0.1:20) * 1e-3, 0, (100:500) * 1e-3);
+%! state = warning('off', 'pistonfield:rounding');
+%! restore = onCleanup(@() warning(state));
+%! exact = pistonfield_pressure(far, large, 'frequency', 1.5e6);
+%! for mode = {'cpusp', 'cuda', 'cudadp'}
+%!   [p, info] = pistonfield_pressure(far, large, 'frequency', 1.5e6, 'mode', mode{1});
+%!   off = max(abs(p(:) - exact(:))) / max(abs(exact(:)));
+%!   assert(info.estimate >= off && info.estimate < 5 * off);
+%! end
+
+%!test % a tolerance that the mode keeps is kept, rounding and all
+%! for mode = {'cpusp', 'cuda', 'cudadp'}
+%!   [p, info] = call('mode', mode{1}, 'tolerance', 1e-5);
+%!   exact = call('tolerance', 1e-10);
+%!   off = max(abs(p(:) - exact(:))) / max(abs(exact(:)));
+%!   assert(off <= info.estimate + 1e-10 && info.estimate <= 1e-5);
+%! end
+
+%!error <pressure: rounding in the mode cuda leaves .* than the tolerance 1e-09; the mode cpu keeps>
+%! call('mode', 'cuda', 'tolerance', 1e-9);
+%!error id=pistonfield:pistonfield_pressure:tolerance call('mode', 'cudadp', 'tolerance', 1e-9)
+%!error id=pistonfield:pistonfield_pressure:tolerance call('mode', 'cpusp', 'tolerance', 1e-9)
+%!error <pressure: no order reaches the tolerance 1e-18> call('tolerance', 1e-18)
+%!error <pressure: tolerance must be below 1> call('tolerance', 2)
+%!warning <rounding in the mode cudadp leaves an error of about 0.\d+ .* the mode cpu keeps it>
+%! pistonfield_pressure(far, distant, 'frequency', 1.5e6, 'mode', 'cudadp');
+%!warning <rounding in the mode cuda leaves an error of about 0.0\d+ on this grid; the mode cpu>
+%! pistonfield_pressure(far, distant, 'frequency', 1.5e6, 'mode', 'cuda', 'order', 8);
+%!warning <measures 8097.17 by 3.37382 wavelengths, more than orders up to 4096 can do; lengths are>
+%! pistonfield_pressure(struct('width', 12, 'height', 5e-3), pistonfield_grid(0, 0, 1), ...
+%!                      'frequency', 1e6, 'order', 10);
+
+%!test % no warning where there is nothing to warn of
+%! lastwarn('');
+%! call('mode', 'cuda');  call('mode', 'cuda', 'order', 16);  call('order', 16);
+%! assert(lastwarn(), '');
+
 %!test % an option that is empty by default may be given as empty
 %! assert(isequal(call('order', 7, 'tolerance', [], 'velocity', []), call('order', 7)));
 
@@ -476,8 +618,8 @@ end
 %!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
 %!error <progress must be one of: none> call('progress', 'loud')
-%!error <needs 3424 bytes, more than memory allows> call('memory', 3400)
-%!error <needs 3424 bytes, more than memory allows> call('memory', 3400, 'tolerance', 1e-30)
+%!error <needs 3.424 kB, more than the 3.4 kB that memory allows> call('memory', 3400)
+%!error <needs 3.424 kB, more> call('memory', 3400, 'tolerance', 1e-30)
 %!error <'colour' is no option; there are: frequency, speed> call('colour', 1)
 %!error <options come in pairs> call('order')
 %!warning <measures 1.2\d*e-05 wavelengths>

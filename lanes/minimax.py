@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
-"""Computes the polynomials of lanes/sinCos.h by Remez exchange (needs mpmath).
+"""Computes the polynomials of lanes/sinCos.h by Remez exchange (needs python3-mpmath).
 
 With z = r*r on |r| <= pi/4:  sin(r) = r + r*z*P(z),  cos(r) = 1 - z/2 + z*z*Q(z).
 Prints the coefficients from the lowest up, rounded to the type, and the largest error of the

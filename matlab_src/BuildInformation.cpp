@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "buildTime.h"
 #include "matlab_src/Host.h"
 #include "version.h"
 
@@ -18,7 +19,7 @@ void printLabelled(std::string label, const char* value) {
 }  // namespace
 
 void printBuildInformation() {
-    host::print("Compiled on " __DATE__ " " __TIME__ "\n");
+    host::print(std::string("Compiled on ") + version::buildTime + "\n");
     printLabelled("mercurial id:", version::id);
     // Deliberate: "datae", and labels that keep one name whatever version-control system is in use.
     printLabelled("mercurial datae:", version::date);

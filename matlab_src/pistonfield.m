@@ -31,6 +31,7 @@ function p = pistonfield(varargin)
   %               baffle, j*rho*c*u0*p is the pressure in Pa.
   %
   %   'pistonfield info' prints when and from which revision the module was built.
+  %   It was built with the backend @PISTONFIELD_BACKEND@.
   %
   % EXAMPLES
   %   % 200 points on the axis, every 0.5 mm, of a 5 mm by 7.5 mm piston

@@ -2,15 +2,15 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/Command.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <fstream>
-#include <regex>
-#include <set>
+#include <climits>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
-#include "run/revision.h"
+#include "run/RequestFile.h"
+#include "run/numbers.h"
+#include "run/options.h"
 
 namespace run {
 
@@ -29,47 +29,127 @@ bool same(const Request& a, const Request& b) {
 }
 
 constexpr std::array<RequestOption, 8> requestOptions{{
-    {"--transform", true, &same<&Request::transform>},
-    {"--sizes", true, &same<&Request::sizes>},
-    {"-l", true, &same<&Request::l>},
-    {"-s", true, &same<&Request::s>},
-    {"-k", true, &same<&Request::k>},
-    {"--mode", false, &same<&Request::mode>},
-    {"--order", false,
+    {"transform", true, &same<&Request::transform>},
+    {"sizes", true, &same<&Request::sizes>},
+    {"l", true, &same<&Request::l>},
+    {"s", true, &same<&Request::s>},
+    {"k", true, &same<&Request::k>},
+    {"mode", false, &same<&Request::mode>},
+    {"order", false,
      [](const Request& a, const Request& b) { return a.order == b.order && a.table == b.table; }},
-    {"--table", false, &same<&Request::table>},
+    {"table", false, &same<&Request::table>},
 }};
 
-/// What CLI11 keeps of the options until they are in a command.
-struct Parsed {
-    std::vector<double> transform;
-    std::vector<std::int64_t> sizes;
-    std::string table;
-    std::string part;
-    std::vector<std::int64_t> first;
-    std::vector<std::int64_t> size;
-    bool noMagnitude = false;
-};
+using Words = std::vector<std::string>;
+using Settings = std::map<std::string, Setting>;
 
-/// Numbers in a text file or, where there is none of that name, in the text itself.
-std::vector<double> readTable(const std::string& text) {
-    std::ifstream file(text);
-    std::istringstream itself(text);
-    std::istream& in = file ? static_cast<std::istream&>(file) : itself;
-    std::vector<double> table;
-    for (double value = 0; in >> value;) table.push_back(value);
-    if (!in.eof() || table.empty() || table.size() % 2 != 0)
-        throw CLI::ValidationError("--table", text + " is no list of abscissas and weights");
-    return table;
+/// Does something with a setting's words, and says where they are if that fails.
+template <class Use>
+auto use(const Setting& setting, Use work) {
+    try {
+        return work(setting.words);
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(setting.origin + ": " + error.what());
+    }
 }
 
-Part readPart(const std::string& text) {
+void requireCount(const Words& words, std::size_t count) {
+    if (words.size() != count)
+        throw std::runtime_error("takes " + std::to_string(count) + " numbers, not " +
+                                 std::to_string(words.size()));
+}
+
+const std::string& onlyWord(const Words& words) {
+    if (words.size() != 1) throw std::runtime_error("takes one value");
+    return words.front();
+}
+
+double realOf(const Words& words) { return numbers::real(onlyWord(words)); }
+
+bool flagOf(const Words& words) {
+    const std::string& word = onlyWord(words);
+    if (word != "true" && word != "false") throw std::runtime_error("is true or false");
+    return word == "true";
+}
+
+std::int64_t wholeWithin(const Words& words, std::int64_t least, std::int64_t most) {
+    const std::int64_t number = numbers::whole(onlyWord(words));
+    if (number < least || number > most)
+        throw std::runtime_error(std::to_string(number) + " is not within " +
+                                 std::to_string(least) + " to " + std::to_string(most));
+    return number;
+}
+
+template <std::size_t count, class Read>
+auto arrayOf(const Words& words, Read read) {
+    requireCount(words, count);
+    std::array<decltype(read(words.front())), count> array{};
+    std::transform(words.begin(), words.end(), array.begin(), read);
+    return array;
+}
+
+std::array<std::int64_t, 3> threeOf(const Words& words) {
+    return arrayOf<3>(words, numbers::whole);
+}
+
+Words split(const std::string& text) {
     std::istringstream in(text);
-    Part part;
-    char slash = 0;
-    if (!(in >> part.number >> slash >> part.of) || slash != '/' || !(in >> std::ws).eof() ||
-        part.number < 1 || part.number > part.of)
-        throw CLI::ValidationError("--part", "'" + text + "' is not of the form 3/10");
+    Words words;
+    for (std::string word; in >> word;) words.push_back(word);
+    return words;
+}
+
+bool isNumber(const std::string& word) {
+    try {
+        static_cast<void>(numbers::real(word));
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+std::vector<double> ruleOf(const Words& words) {
+    if (words.empty() || words.size() % 2 != 0)
+        throw std::runtime_error("is no list of abscissas and weights: it has " +
+                                 std::to_string(words.size()) + " numbers");
+    std::vector<double> rule;
+    for (const std::string& word : words) rule.push_back(numbers::real(word));
+    return rule;
+}
+
+/// @throws std::runtime_error naming the line of what is no number
+void requireNumbers(const std::string& name, const std::string& text) {
+    std::istringstream in(text);
+    std::string line;
+    for (int number = 1; std::getline(in, line); ++number)
+        use({"table", split(line), name + ":" + std::to_string(number)}, [](const Words& words) {
+            for (const std::string& word : words) static_cast<void>(numbers::real(word));
+        });
+}
+
+/// A rule from numbers, or else from the file of that name.
+std::vector<double> tableOf(const Words& words, const TextReader& readText) {
+    const Words inPlace = words.size() == 1 ? split(words.front()) : words;
+    if (inPlace.size() != 1 && std::all_of(inPlace.begin(), inPlace.end(), isNumber))
+        return ruleOf(inPlace);
+    const std::string& name = onlyWord(words);
+    const std::string text = readText(name);
+    requireNumbers(name, text);
+    return use({"table", split(text), name}, ruleOf);
+}
+
+Part partOf(const Words& words) {
+    const std::string& text = onlyWord(words);
+    const std::size_t slash = std::min(text.find('/'), text.size());
+    Part part{0, 0};
+    try {
+        part.number = numbers::whole(text.substr(0, slash));
+        part.of = numbers::whole(text.substr(std::min(slash + 1, text.size())));
+    } catch (const std::runtime_error&) {
+        part.number = 0;
+    }
+    if (part.number < 1 || part.number > part.of)
+        throw std::runtime_error("'" + text + "' is not of the form 3/10");
     return part;
 }
 
@@ -83,206 +163,135 @@ std::filesystem::path partPath(const std::filesystem::path& output, const Part& 
                                  output.extension().string());
 }
 
-template <class T, std::size_t n>
-void copyTo(const std::vector<T>& from, std::array<T, n>& to) {
-    if (from.size() == n) std::copy(from.begin(), from.end(), to.begin());
-}
-
-std::optional<std::array<std::int64_t, 3>> three(const std::vector<std::int64_t>& values) {
-    if (values.empty()) return std::nullopt;
-    std::array<std::int64_t, 3> array{};
-    copyTo(values, array);
-    return array;
-}
-
-void addRequest(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
-    Request& request = command.request;
-    const char* group = "The field";
-    app.add_option(
-           "--transform", parsed.transform,
-           "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position "
-           "before the piston, which lies in z = 0 around the origin")
-        ->expected(16)
-        ->allow_extra_args(false)
-        ->group(group);
-    app.add_option("--sizes", parsed.sizes, "points along the lattice's directions x, y and z")
-        ->expected(3)
-        ->allow_extra_args(false)
-        ->group(group);
-    app.add_option("-l", request.l, "the piston's side along y")->group(group);
-    app.add_option("-s", request.s, "the piston's side along x")->group(group);
-    app.add_option("-k", request.k, "the wavenumber, in radians per unit of length")->group(group);
-    app.add_option(
-           "--mode", request.mode,
-           "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)")
-        ->group(group);
-    CLI::Option* order =
-        app.add_option("--order", request.order, "abscissas of each edge integral; 10 by default")
-            ->group(group);
-    app.add_option(
-           "--table", parsed.table,
-           "a rule: abscissa, weight, abscissa ...; a text file of them, or in quotes themselves")
-        ->excludes(order)
-        ->group(group);
-    app.set_config("--request", "", "a text file with these options, as: sizes = [100, 100, 200]")
-        ->check(CLI::ExistingFile)
-        ->group(group);
-    app.allow_config_extras(false);
-}
-
-void addWork(CLI::App& app, ComputeCommand& command, Parsed& parsed) {
-    const char* group = "The work";
-    app.add_option("output", command.output, "the file to write, as field.h5");
-    app.add_flag("--resume", command.resume, "go on with the output where there is one")
-        ->group(group);
-    app.add_option("--part", parsed.part,
-                   "as 3/10: compute the third of ten parts, alone, into a file of its own")
-        ->group(group);
-    app.add_flag("--estimate", command.onlyEstimate, "only say what memory, disk and time it takes")
-        ->group(group);
-    app.add_option("--slab", command.slabPoints,
-                   "points that are computed and written at a time; 262144 by default")
-        ->check(CLI::Range(std::int64_t{1}, std::int64_t{1} << 27))
-        ->group(group);
-    app.add_option("--compress", command.deflate,
-                   "compress the complete file, from 1 (fast) to 9 (small)")
-        ->check(CLI::Range(1, 9))
-        ->group(group);
-    app.add_flag("--no-magnitude", parsed.noMagnitude,
-                 "leave out the magnitude, and with it the file for viewers")
-        ->group(group);
-}
-
-CLI::App* addJoin(CLI::App& app, JoinCommand& command) {
-    CLI::App* sub = app.add_subcommand("join", "make one field of its parts");
-    sub->add_option("output", command.output, "the file to write")->required();
-    sub->add_option("parts", command.parts, "the files of all parts")->required();
-    return sub;
-}
-
-CLI::App* addVerify(CLI::App& app, VerifyCommand& command) {
-    CLI::App* sub = app.add_subcommand("verify", "compare files with their checksums");
-    sub->add_option("files", command.files, "files of fields")->required();
-    return sub;
-}
-
-CLI::App* addExtract(CLI::App& app, ExtractCommand& command, Parsed& parsed) {
-    CLI::App* sub =
-        app.add_subcommand("extract", "copy values, as pairs without a format, x fastest");
-    sub->add_option("file", command.file, "a file of a field")->required();
-    sub->add_option("output", command.output, "the file to write")->required();
-    sub->add_option("--first", parsed.first, "indices of the first point; by default the file's")
-        ->expected(3)
-        ->allow_extra_args(false);
-    sub->add_option("--size,--sizes", parsed.size, "points along x, y and z; all by default")
-        ->expected(3)
-        ->allow_extra_args(false);
-    return sub;
-}
-
-CLI::App* addShow(CLI::App& app, ShowCommand& command) {
-    CLI::App* sub = app.add_subcommand(
-        "show", "say what field a file has, as a request file, and how it came about");
-    sub->add_option("file", command.file, "a file of a field")->required();
-    return sub;
-}
-
-/// Of an option that is there twice CLI11 would take the first.
-void requireOnce(const std::string& path) {
-    std::ifstream in(path);
-    std::set<std::string> keys;
-    const std::regex assignment(R"(\s*([\w-]+)\s*=.*)");
-    std::smatch found;
-    for (std::string line; std::getline(in, line);)
-        if (std::regex_match(line, found, assignment) && !keys.insert(found[1]).second)
-            throw CLI::ValidationError("--request", path + " has " + found[1].str() + " twice");
-}
-
-void finish(const CLI::App& app, ComputeCommand& command, const Parsed& parsed) {
-    if (app.count("--request") > 0) requireOnce(app["--request"]->as<std::string>());
-    if (command.output.empty()) throw CLI::RequiredError("output");
-    Request& request = command.request;
-    copyTo(parsed.transform, request.transform);
-    copyTo(parsed.sizes, request.sizes);
+void setRequest(Request& request, const Setting& setting, const TextReader& readText) {
+    const std::string& name = setting.name;
+    if (name == "transform") request.transform = arrayOf<16>(setting.words, numbers::real);
+    if (name == "sizes") request.sizes = threeOf(setting.words);
+    if (name == "l") request.l = realOf(setting.words);
+    if (name == "s") request.s = realOf(setting.words);
+    if (name == "k") request.k = realOf(setting.words);
+    if (name == "mode") request.mode = onlyWord(setting.words);
     // Two names of one mode.
     if (request.mode == "cpudp") request.mode = "cpu";
-    if (app.count("--table") > 0) {
-        request.table = readTable(parsed.table);
-        request.order = static_cast<int>(request.table.size() / 2);
+    if (name == "order")
+        request.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
+    if (name != "table") return;
+    request.table = tableOf(setting.words, readText);
+    request.order = static_cast<int>(request.table.size() / 2);
+}
+
+void setWork(ComputeCommand& command, const Setting& setting) {
+    constexpr std::int64_t mostPoints = std::int64_t{1} << 27;
+    constexpr int bestLevel = 9;
+    const std::string& name = setting.name;
+    if (name == "output") command.output = onlyWord(setting.words);
+    if (name == "part") command.part = partOf(setting.words);
+    if (name == "slab") command.slabPoints = wholeWithin(setting.words, 1, mostPoints);
+    if (name == "compress")
+        command.deflate = static_cast<int>(wholeWithin(setting.words, 1, bestLevel));
+    if (name == "resume") command.resume = flagOf(setting.words);
+    if (name == "overwrite") command.overwrite = flagOf(setting.words);
+    if (name == "estimate") command.onlyEstimate = flagOf(setting.words);
+    if (name == "no-magnitude") command.magnitude = !flagOf(setting.words);
+}
+
+/// Of each pair, one says otherwise what the other one does.
+constexpr std::array<std::pair<const char*, const char*>, 2> alternatives{
+    {{"order", "table"}, {"resume", "overwrite"}}};
+
+void requireNoTwoAlternatives(const Settings& settings) {
+    for (const auto& [one, other] : alternatives) {
+        const auto first = settings.find(one);
+        const auto second = settings.find(other);
+        if (first != settings.end() && second != settings.end())
+            throw std::runtime_error(second->second.origin + " excludes " + first->second.origin);
     }
-    for (const RequestOption& option : requestOptions)
-        if (app.count(option.name) > 0) command.given.insert(option.name);
-    command.magnitude = !parsed.noMagnitude;
-    if (parsed.part.empty()) return;
-    command.part = readPart(parsed.part);
-    command.output = partPath(command.output, *command.part);
 }
 
-/// The words of a command line, last one first, as CLI11 has them. It would take "-.5" for an
-/// option.
-std::vector<std::string> wordsOf(int argc, const char* const* argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    for (std::string& word : words)
-        if (word.starts_with("-.")) word.insert(1, "0");
-    std::reverse(words.begin(), words.end());
-    return words;
+Settings settingsOf(const std::vector<Setting>& list) {
+    Settings settings;
+    for (const Setting& setting : list) settings.emplace(setting.name, setting);
+    requireNoTwoAlternatives(settings);
+    return settings;
 }
 
-/// CLI11's words; of a request file it says little.
-std::string complaintOf(const CLI::Error& error) {
-    const std::string before = "INI was not able to parse ";
-    const std::string text = error.what();
-    if (!text.starts_with(before)) return text + "; see --help";
-    return "--request: '" + text.substr(before.size()) + "' is no option; see --help";
+/// What a command line and its request file say. The command line counts first.
+Settings settingsOf(const CommandLine& line, const TextReader& readText) {
+    std::vector<Setting> list;
+    for (const CommandLine::Item& item : line.items)
+        if (item.name != "request") list.push_back({item.name, item.words, dashed(item.name)});
+    Settings settings = settingsOf(list);
+    const Words* file = line.find("request");
+    if (file == nullptr) return settings;
+    const std::string& name = file->front();
+    const std::string text =
+        use({"request", *file, "--request"}, [&](const Words&) { return readText(name); });
+    Settings others = settingsOf(readRequestFile(name, text));
+    for (const auto& [one, other] : alternatives) {
+        if (settings.contains(one)) others.erase(other);
+        if (settings.contains(other)) others.erase(one);
+    }
+    settings.merge(others);
+    return settings;
+}
+
+ComputeCommand computeCommand(const CommandLine& line, const TextReader& readText) {
+    ComputeCommand command;
+    const Settings settings = settingsOf(line, readText);
+    for (const auto& entry : settings) {
+        const Setting& setting = entry.second;
+        use(setting, [&](const Words&) {
+            setRequest(command.request, setting, readText);
+            setWork(command, setting);
+        });
+    }
+    for (const RequestOption& option : requestOptions) {
+        const auto found = settings.find(option.name);
+        if (found != settings.end()) command.given.emplace(option.name, found->second.origin);
+    }
+    if (command.output.empty()) throw std::runtime_error("output is required; see --help");
+    if (command.part) command.output = partPath(command.output, *command.part);
+    return command;
+}
+
+std::vector<std::filesystem::path> pathsOf(const CommandLine& line, const char* name) {
+    const Words& words = *line.find(name);
+    return {words.begin(), words.end()};
+}
+
+std::filesystem::path pathOf(const CommandLine& line, const char* name) {
+    return pathsOf(line, name).front();
+}
+
+std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, const char* name) {
+    const Words* words = line.find(name);
+    if (words == nullptr) return std::nullopt;
+    return use({name, *words, dashed(name)}, [](const Words& w) { return threeOf(w); });
 }
 
 }  // namespace
 
-Command readCommand(int argc, const char* const* argv) {
-    CLI::App app{
-        "Computes the pressure field of a rectangular piston into an HDF5 file, alone or, under\n"
-        "mpirun or srun, with many processes. A run that was ended, however it was, goes on with\n"
-        "--resume.",
-        "pistonfield-run"};
-    app.set_version_flag("--version", "pistonfield-run " + revision());
-    ComputeCommand compute;
-    JoinCommand join;
-    VerifyCommand verify;
-    ExtractCommand extract;
-    ShowCommand show;
-    Parsed parsed;
-    addRequest(app, compute, parsed);
-    addWork(app, compute, parsed);
-
-    const CLI::App* joining = addJoin(app, join);
-    const CLI::App* verifying = addVerify(app, verify);
-    const CLI::App* extracting = addExtract(app, extract, parsed);
-    const CLI::App* showing = addShow(app, show);
-    app.require_subcommand(0, 1);
-
-    try {
-        app.parse(wordsOf(argc, argv));
-        if (joining->parsed()) return join;
-        if (verifying->parsed()) return verify;
-        if (showing->parsed()) return show;
-        if (extracting->parsed()) {
-            extract.first = three(parsed.first);
-            extract.size = three(parsed.size);
-            return extract;
-        }
-        finish(app, compute, parsed);
-        return compute;
-    } catch (const CLI::ParseError& error) {
-        std::ostringstream out;
-        if (app.exit(error, out, out) == 0) return Answer{0, out.str(), ""};
-        return Answer{1, "", complaintOf(error)};
-    }
+Command readCommand(const std::vector<std::string>& words, const TextReader& readText) {
+    const std::variant<Answer, CommandLine> read = readCommandLine(words);
+    if (const auto* answer = std::get_if<Answer>(&read)) return *answer;
+    const auto& line = std::get<CommandLine>(read);
+    const bool overwrite = line.find("overwrite") != nullptr;
+    if (line.command == "join")
+        return JoinCommand{pathOf(line, "output"), pathsOf(line, "parts"), overwrite};
+    if (line.command == "verify") return VerifyCommand{pathsOf(line, "files")};
+    if (line.command == "show") return ShowCommand{pathOf(line, "file")};
+    if (line.command == "extract")
+        return ExtractCommand{pathOf(line, "file"), pathOf(line, "output"), threeOf(line, "first"),
+                              threeOf(line, "size"), overwrite};
+    return computeCommand(line, readText);
 }
 
 std::optional<std::string> contradiction(const ComputeCommand& command, const Request& request) {
-    for (const RequestOption& option : requestOptions)
-        if (command.given.contains(option.name) && !option.same(command.request, request))
-            return option.name;
+    for (const RequestOption& option : requestOptions) {
+        const auto given = command.given.find(option.name);
+        if (given != command.given.end() && !option.same(command.request, request))
+            return given->second;
+    }
     return std::nullopt;
 }
 
@@ -290,11 +299,17 @@ void checkComplete(const ComputeCommand& command) {
     std::string missing;
     for (const RequestOption& option : requestOptions)
         if (option.needed && !command.given.contains(option.name))
-            missing.append(missing.empty() ? "" : ", ").append(option.name);
+            missing.append(missing.empty() ? "" : ", ").append(dashed(option.name));
     if (!missing.empty())
         throw std::runtime_error(missing + " is missing, and there is no " +
                                  command.output.string() + " to go on with");
-    check(command.request);
+    try {
+        check(command.request);
+    } catch (const NoField& error) {
+        const auto given = command.given.find(error.of());
+        const std::string origin = given == command.given.end() ? error.of() : given->second;
+        throw std::runtime_error(origin + ": " + error.reason());
+    }
 }
 
 }  // namespace run

@@ -5,12 +5,14 @@
 #include <array>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <optional>
-#include <set>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "run/CommandLine.h"
 #include "run/Request.h"
 #include "run/slabs.h"
 
@@ -20,12 +22,15 @@ namespace run {
 struct ComputeCommand {
     std::filesystem::path output;
     Request request;
-    std::set<std::string> given;  ///< the options of the request that were there
+    /// Of the options of the request that were there: where, as "--sizes" or "request.toml:3:
+    /// sizes".
+    std::map<std::string, std::string> given;
     std::optional<Part> part;
     std::int64_t slabPoints = 1 << 18;
     bool magnitude = true;
     int deflate = 0;
     bool resume = false;
+    bool overwrite = false;  ///< whether to replace an output that exists
     bool onlyEstimate = false;
 };
 
@@ -33,6 +38,7 @@ struct ComputeCommand {
 struct JoinCommand {
     std::filesystem::path output;
     std::vector<std::filesystem::path> parts;
+    bool overwrite = false;
 };
 
 /// Compares what is in files with its checksums.
@@ -46,6 +52,7 @@ struct ExtractCommand {
     std::filesystem::path output;
     std::optional<std::array<std::int64_t, 3>> first;
     std::optional<std::array<std::int64_t, 3>> size;
+    bool overwrite = false;
 };
 
 /// Says on standard output what field is in a file, as a request file, and in comments how it came
@@ -54,23 +61,22 @@ struct ShowCommand {
     std::filesystem::path file;
 };
 
-/// What is to be said in place of any work: help, or what is wrong with the command line.
-struct Answer {
-    int status = 0;
-    std::string out;
-    std::string error;
-};
-
 using Command =
     std::variant<Answer, ComputeCommand, JoinCommand, VerifyCommand, ExtractCommand, ShowCommand>;
 
-/// Reads the command line, and the request file that it may name.
-Command readCommand(int argc, const char* const* argv);
+/// The text of a file that a command line names. A failure is a std::runtime_error that names it.
+using TextReader = std::function<std::string(const std::filesystem::path&)>;
 
-/// The first option of the request that was given another value than `request` has, or none.
+/// Reads a command line, and the request file and the table that it may name.
+/// @param words without the program's name
+/// @throws std::runtime_error naming the option, or the file, its line and the key, that is wrong
+Command readCommand(const std::vector<std::string>& words, const TextReader& readText);
+
+/// Where the first option of the request was given that has another value than in `request`, or
+/// nothing.
 std::optional<std::string> contradiction(const ComputeCommand& command, const Request& request);
 
-/// @throws std::runtime_error naming an option of the request that is missing or has no field
+/// @throws std::runtime_error naming what of the request is missing, or where it has no field
 void checkComplete(const ComputeCommand& command);
 
 }  // namespace run

@@ -6,16 +6,25 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
-#include <span>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "run/Digest.h"
 #include "run/Hdf5.h"
 #include "run/Request.h"
 #include "run/WriteBehind.h"
+#include "run/joinedParts.h"
 #include "run/slabs.h"
 
 namespace run {
+
+/// Thrown where HDF5 cannot open a file of this program, which `headCopy::restore` may mend.
+class DamagedHead : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
 
 /// What is in a file, from its beginning to its end.
 struct Layout {
@@ -37,8 +46,13 @@ struct Layout {
 /// A slab's entry in the file.
 struct SlabRecord {
     std::uint64_t checksum = 0;
-    std::uint8_t finished = 0;
+    bool finished = false;
+    std::uint32_t undefined = 0;  ///< points whose value is no number
+    bool sound = true;            ///< whether the entry is what was written; else it says nothing
 };
+
+/// What a file of values has, of those checksums: see `JoinedPart::values`.
+Digest::Value digestOf(const std::vector<SlabRecord>& records);
 
 /// How a field came about.
 struct Account {
@@ -49,6 +63,7 @@ struct Account {
     std::int64_t processes = 1;
     std::int64_t peakMemory = 0;  ///< bytes, of the process that took most
     bool complete = false;
+    std::int64_t undefined = 0;  ///< points whose value is no number
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
@@ -56,8 +71,12 @@ struct Account {
 /// dataset "table".
 ///
 /// Everything but values gets its place when the file is created; from then on slabs and their
-/// entries are written where they belong, and nothing else changes. So a process may be killed at
-/// any moment: the file stays readable, and every slab with an entry is whole.
+/// entries are written where they belong, and nothing else changes but, in one page, the account.
+/// So a process may be killed at any moment: the file stays readable, and every slab with an entry
+/// is whole.
+///
+/// Everything that gives the values a meaning is compared with checksums when a file is opened:
+/// HDF5's own of its structure, and a digest of what is said of the field.
 ///
 /// All operations throw std::runtime_error naming the file.
 class FieldFile {
@@ -66,16 +85,14 @@ class FieldFile {
 
     /// Creates a file without values. An existing one is replaced.
     /// @param deflate 0, or the level to compress with; such a file takes its slabs once each
-    static void create(const std::filesystem::path& path, const Layout& layout, int deflate = 0);
+    /// @param head    the first bytes of the file, which are not HDF5's; at most 512
+    static void create(const std::filesystem::path& path, const Layout& layout, int deflate = 0,
+                       std::string_view head = {});
 
-    struct Source {
-        std::filesystem::path path;
-        LatticeBox box;
-    };
-    /// Creates a file whose values are those in the sources, each of which has a box of it. Values
-    /// of a source that is not there read as NaN.
+    /// Creates a file whose values are those in the parts, each of which has a box of it. To other
+    /// programs the values of a part that is not there, or that is of another request, are NaN.
     static void createJoined(const std::filesystem::path& path, const Layout& layout,
-                             std::span<const Source> sources);
+                             const std::vector<JoinedPart>& parts, std::string_view head = {});
 
     /// Opens a file, alone or together with the other processes of a communicator.
     FieldFile(const std::filesystem::path& path, Access access,
@@ -84,11 +101,11 @@ class FieldFile {
     const Layout& layout() const noexcept { return contents; }
 
     /// Whether the values are in other files.
-    bool joined() const;
+    bool joined() const noexcept { return !joinedOf.empty(); }
     bool compressed() const;
 
-    /// The files that the values are in, of a joined file.
-    std::vector<std::filesystem::path> sources() const;
+    /// The files that the values are in, of a joined file. `PartFiles` reads them.
+    const std::vector<JoinedPart>& parts() const noexcept { return joinedOf; }
 
     /// The entries of all slabs.
     std::vector<SlabRecord> records() const;
@@ -99,9 +116,14 @@ class FieldFile {
     void write(const LatticeBox& box, const void* values, const float* magnitudes);
     void read(const LatticeBox& box, void* values, float* magnitudes) const;
 
+    /// Copies the values of a piece of a box to where they belong among the box's.
+    void readInto(const LatticeBox& box, const LatticeBox& piece, void* values) const;
+
     Account account() const;
     /// Collective where the file was opened so, with the same account from all.
     void setAccount(const Account& account);
+    /// Has the account say that not all values are there; collective likewise.
+    void setIncomplete();
 
     /// Closes it when everything is on the disk, so that failures are seen; collective where it was
     /// opened so.
@@ -113,10 +135,12 @@ class FieldFile {
 
   private:
     void openContents();
+    void openParts();
 
     std::string name;
     hdf5::File file;
     Layout contents;
+    std::vector<JoinedPart> joinedOf;
     hdf5::Type valueType;
     hdf5::Dataset pressure;
     hdf5::Dataset magnitude;

@@ -3,46 +3,53 @@
 #include "run/FileLock.h"
 
 #include <fcntl.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <stdexcept>
-#include <system_error>
+#include <utility>
 
 namespace run {
 
 namespace {
 
-/// Whether the file at the path is still the open one.
-bool isAt(const std::filesystem::path& path, int descriptor) {
-    struct stat there {};
-    struct stat here {};
-    return stat(path.c_str(), &there) == 0 && fstat(descriptor, &here) == 0 &&
-           there.st_ino == here.st_ino && there.st_dev == here.st_dev;
+/// A lock that belongs to an open file and not to the process, which may close others of it. It is
+/// none of those by which HDF5's readers keep writers out.
+struct flock place() {
+    struct flock lock {};
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    constexpr off_t beyondAllFiles = off_t{1} << 62;
+    lock.l_start = beyondAllFiles;
+    lock.l_len = 1;
+    return lock;
+}
+
+/// @return whether nobody else has it
+bool take(const Descriptor& file) noexcept {
+    struct flock lock = place();
+    return fcntl(file, F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
 }
 
 }  // namespace
 
-FileLock::FileLock(const std::filesystem::path& output) : path(output.string() + ".lock") {
-    const std::string name = output.string();
-    for (;;) {
-        descriptor = open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-        if (descriptor < 0)
-            throw std::runtime_error(
-                name + " cannot be written: " + std::generic_category().message(errno));
-        const bool taken = flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-        // A run that has just ended may have removed the file in between.
-        if (!taken && isAt(path, descriptor)) return;
-        close(descriptor);
-        if (taken) throw std::runtime_error(name + ": another run is working on it");
-    }
+FileLock::FileLock(const std::filesystem::path& file) : descriptor(-1, file.string()) {
+    const std::string name = file.string();
+    do {
+        const int number = open(file.c_str(), O_RDWR | O_CLOEXEC | O_NONBLOCK);
+        if (number < 0) failWith(name + " cannot be written", errno);
+        descriptor = Descriptor(number, name);
+        if (!take(descriptor)) throw std::runtime_error(name + ": another run is working on it");
+        // A run that has just ended may have put another file in its place.
+    } while (!descriptor.isAt(file));
 }
 
-FileLock::~FileLock() {
-    static_cast<void>(unlink(path.c_str()));
-    close(descriptor);
+FileLock::FileLock(Descriptor file) noexcept : descriptor(std::move(file)) {
+    static_cast<void>(take(descriptor));
+}
+
+bool FileLock::isLocked(const Descriptor& file) noexcept {
+    struct flock lock = place();
+    return fcntl(file, F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 }  // namespace run

@@ -4,22 +4,29 @@
 
 #include <filesystem>
 
+#include "run/Descriptor.h"
+
 namespace run {
 
-/// Keeps a second run from working on the same output, for as long as it lives. The lock is on the
-/// file "<output>.lock" and ends with the process, however that ends. On file
-/// systems without locks it does nothing.
+/// Keeps a second run from working on a file, for as long as it lives. The lock is on the file
+/// itself, beyond its end, where nobody reads or writes, and ends with the process, however that
+/// ends. On file systems without locks it does nothing.
 class FileLock {
   public:
-    /// @throws std::runtime_error where another run has the lock, or the folder cannot be written
-    explicit FileLock(const std::filesystem::path& output);
-    FileLock(const FileLock&) = delete;
-    FileLock& operator=(const FileLock&) = delete;
-    ~FileLock();
+    /// Locks a file that is there.
+    /// @throws std::runtime_error where another run has the lock, or the file cannot be written
+    explicit FileLock(const std::filesystem::path& file);
+
+    /// Locks a file that was just made.
+    explicit FileLock(Descriptor file) noexcept;
+
+    /// Whether a run works on an open file.
+    static bool isLocked(const Descriptor& file) noexcept;
+
+    const Descriptor& file() const noexcept { return descriptor; }
 
   private:
-    std::filesystem::path path;
-    int descriptor = -1;
+    Descriptor descriptor;
 };
 
 }  // namespace run

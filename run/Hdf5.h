@@ -6,9 +6,13 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 /// Owners of what HDF5 hands out, and its failures as exceptions.
 namespace run::hdf5 {
+
+/// HDF5's own reason for its last failure.
+std::string reason();
 
 /// @throws std::runtime_error "<what>: <HDF5's own reason>"
 [[noreturn]] void fail(const std::string& what);
@@ -58,6 +62,16 @@ using Attribute = Handle<&H5Aclose>;
 using Space = Handle<&H5Sclose>;
 using Type = Handle<&H5Tclose>;
 using Properties = Handle<&H5Pclose>;
+
+/// The type of texts of any length, UTF-8.
+Type textType();
+
+/// The sizes of a space: none of a scalar's, and one of 0 where there is no value at all.
+std::vector<hsize_t> dimensionsOf(const Space& space);
+
+/// The same of a dataset's, after its type has been found to be this one.
+/// @throws std::runtime_error where the dataset has another type
+std::vector<hsize_t> dimensionsOf(const Dataset& dataset, hid_t type, const std::string& name);
 
 /// Keeps HDF5 from printing its failures: their reasons are in the exceptions.
 void beSilent();

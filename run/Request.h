@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -34,7 +35,23 @@ struct Request {
     bool operator==(const Request&) const = default;
 };
 
-/// @throws std::runtime_error naming the option that has no field
+/// What a request has no field for: its text is "<what>: <reason>".
+class NoField : public std::runtime_error {
+  public:
+    /// @param what   of the request: transform, sizes, l, s, k, mode, order or table
+    /// @param reason what is wrong with it
+    NoField(const std::string& what, const std::string& reason)
+        : std::runtime_error(what + ": " + reason), name(what), why(reason) {}
+
+    const std::string& of() const noexcept { return name; }
+    const std::string& reason() const noexcept { return why; }
+
+  private:
+    std::string name;
+    std::string why;
+};
+
+/// @throws NoField where there is no field
 void check(const Request& request);
 
 }  // namespace run

@@ -9,7 +9,7 @@ namespace run {
 SlabNumbers numbersOf(const std::vector<SlabRecord>& records, bool finished) {
     SlabNumbers numbers;
     for (std::size_t i = 0; i < records.size(); ++i)
-        if ((records[i].finished != 0) == finished) numbers.push_back(static_cast<std::int64_t>(i));
+        if (records[i].finished == finished) numbers.push_back(static_cast<std::int64_t>(i));
     return numbers;
 }
 

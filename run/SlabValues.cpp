@@ -6,6 +6,11 @@
 #include <xxhash.h>
 
 #include <cmath>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "run/texts.h"
 
 namespace run {
 
@@ -19,6 +24,16 @@ void fillMagnitudes(const std::byte* values, std::size_t points, float* magnitud
         magnitudes[i] = static_cast<float>(std::sqrt(pair[0] * pair[0] + pair[1] * pair[1]));
 }
 
+/// How many complex values of T have a part that is no number.
+template <class T>
+std::uint32_t countUndefined(const std::byte* values, std::size_t points) {
+    const T* pair = reinterpret_cast<const T*>(values);
+    std::uint32_t count = 0;
+    for (std::size_t i = 0; i < points; ++i, pair += 2)
+        count += std::isnan(pair[0]) || std::isnan(pair[1]) ? 1 : 0;
+    return count;
+}
+
 }  // namespace
 
 SlabValues::SlabValues(const Layout& layout)
@@ -26,8 +41,15 @@ SlabValues::SlabValues(const Layout& layout)
       valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
     const auto& [x, y, z] = layout.slabSizes;
     const auto points = static_cast<std::size_t>(x * y * z);
-    values.resize(points * valueBytes);
-    if (layout.magnitude) magnitudes.resize(points);
+    try {
+        values.resize(points * valueBytes);
+        if (layout.magnitude) magnitudes.resize(points);
+    } catch (const std::bad_alloc&) {
+        throw std::runtime_error("there is not enough memory for a slab of " +
+                                 std::to_string(points) + " points, which takes " +
+                                 texts::bytes(static_cast<double>(layout.slabBytes())) +
+                                 ": begin the field with a smaller --slab");
+    }
 }
 
 void SlabValues::compute(Evaluation& evaluation, const LatticeBox& box) {
@@ -55,6 +77,17 @@ std::uint64_t SlabValues::checksum(const LatticeBox& box) const {
     XXH3_64bits_update(&state, values.data(), points * valueBytes);
     if (!magnitudes.empty()) XXH3_64bits_update(&state, magnitudes.data(), points * sizeof(float));
     return XXH3_64bits_digest(&state);
+}
+
+SlabRecord SlabValues::record(const LatticeBox& box) const {
+    const auto points = static_cast<std::size_t>(box.points());
+    return {checksum(box), true,
+            singlePrecision ? countUndefined<float>(values.data(), points)
+                            : countUndefined<double>(values.data(), points)};
+}
+
+bool SlabValues::match(const SlabRecord& record, const LatticeBox& box) const {
+    return record.sound && record.finished && record.checksum == checksum(box);
 }
 
 }  // namespace run

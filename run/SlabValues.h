@@ -23,6 +23,12 @@ class SlabValues {
     /// The XXH3 checksum, 64 bits, of the values' bytes and then those of the magnitudes.
     std::uint64_t checksum(const LatticeBox& box) const;
 
+    /// The entry of a slab of these values.
+    SlabRecord record(const LatticeBox& box) const;
+
+    /// Whether they are what a finished slab's entry says.
+    bool match(const SlabRecord& record, const LatticeBox& box) const;
+
   private:
     bool singlePrecision;
     std::size_t valueBytes;

@@ -10,6 +10,8 @@
 #include <thread>
 #include <utility>
 
+#include "run/texts.h"
+
 namespace run {
 
 namespace {
@@ -21,17 +23,36 @@ double now() {
 
 }  // namespace
 
-Team::Team(bool alone) : alone(alone) {
+Team::Team(const Launch& launch) : alone(launch.alone()), names(1) {
     if (alone) return;
-    // Slabs are written in a thread of their own, and nobody else calls MPI meanwhile.
-    int provided = 0;
-    MPI_Init_thread(nullptr, nullptr, MPI_THREAD_SERIALIZED, &provided);
+    MPI_Init_thread(nullptr, nullptr, MPI_THREAD_MULTIPLE, &level);
     MPI_Comm_rank(MPI_COMM_WORLD, &number);
     MPI_Comm_size(MPI_COMM_WORLD, &count);
+    try {
+        requireAll(launch, count);
+    } catch (...) {
+        MPI_Finalize();
+        throw;
+    }
+    gatherNames();
 }
 
 Team::~Team() {
     if (!alone) MPI_Finalize();
+}
+
+void Team::gatherNames() {
+    using Host = std::array<char, MPI_MAX_PROCESSOR_NAME>;
+    Host here{};
+    int length = 0;
+    MPI_Get_processor_name(here.data(), &length);
+    names.resize(static_cast<std::size_t>(count));
+    std::vector<Host> hosts(names.size());
+    MPI_Gather(here.data(), here.size(), MPI_CHAR, hosts.data(), here.size(), MPI_CHAR, 0,
+               MPI_COMM_WORLD);
+    hosts[static_cast<std::size_t>(number)] = here;
+    for (std::size_t rank = 0; rank < hosts.size(); ++rank)
+        names[rank] = "process " + std::to_string(rank) + " on " + hosts[rank].data();
 }
 
 std::optional<MPI_Comm> Team::communicator() const {
@@ -44,26 +65,36 @@ void Team::agree(const std::optional<std::string>& failure) const {
     if (count > 1) MPI_Allreduce(MPI_IN_PLACE, &failed, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
     if (failed == count) return;
     std::string text = failure.value_or("");
-    if (count > 1) {
-        auto length = static_cast<int>(text.size());
-        MPI_Bcast(&length, 1, MPI_INT, failed, MPI_COMM_WORLD);
-        text.resize(static_cast<std::size_t>(length));
-        MPI_Bcast(text.data(), length, MPI_CHAR, failed, MPI_COMM_WORLD);
-    }
+    broadcast(text, failed);
     throw AgreedFailure(text);
 }
 
-void Team::together(const std::function<void()>& work) {
+void Team::broadcast(std::string& text, int from) const {
+    if (count == 1) return;
+    auto length = static_cast<int>(text.size());
+    MPI_Bcast(&length, 1, MPI_INT, from, MPI_COMM_WORLD);
+    text.resize(static_cast<std::size_t>(length));
+    MPI_Bcast(text.data(), length, MPI_CHAR, from, MPI_COMM_WORLD);
+}
+
+std::string Team::shared(const std::function<std::string()>& text) const {
+    std::string result;
+    first([&] { result = text(); });
+    broadcast(result, 0);
+    return result;
+}
+
+void Team::together(const std::function<void()>& work) const {
     std::optional<std::string> failure;
     try {
         work();
     } catch (const std::exception& error) {
-        failure = error.what();
+        failure = texts::reason(error);
     }
     agree(failure);
 }
 
-void Team::first(const std::function<void()>& work) {
+void Team::first(const std::function<void()>& work) const {
     together([&] {
         if (isFirst()) work();
     });
@@ -157,9 +188,8 @@ void Conversation::heard(const News& news, int from) {
             break;
         case Kind::failure:
             if (!failure)
-                failure = team.size() == 1
-                              ? std::string(news.text.data())
-                              : "process " + std::to_string(from) + ": " + news.text.data();
+                failure = team.size() == 1 ? std::string(news.text.data())
+                                           : team.nameOf(from) + ": " + news.text.data();
             stopOthers();
             break;
         case Kind::stop:

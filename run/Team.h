@@ -10,6 +10,9 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "run/launcher.h"
 
 namespace run {
 
@@ -22,8 +25,9 @@ class AgreedFailure : public std::runtime_error {
 /// The processes of a run: those of MPI, or this one alone.
 class Team {
   public:
-    /// @param alone whether to leave MPI out
-    explicit Team(bool alone);
+    /// Starts MPI where a launcher has started this process with others.
+    /// @throws std::runtime_error where MPI knows of fewer processes than were started
+    explicit Team(const Launch& launch);
     Team(const Team&) = delete;
     Team& operator=(const Team&) = delete;
     ~Team();
@@ -32,15 +36,28 @@ class Team {
     int size() const noexcept { return count; }
     bool isFirst() const noexcept { return number == 0; }
 
+    /// "process 3 on node7"; the first process knows all names, the others only theirs.
+    const std::string& nameOf(int rank) const { return names[static_cast<std::size_t>(rank)]; }
+    const std::vector<std::string>& allNames() const noexcept { return names; }
+
+    /// Whether any one thread at a time may call MPI.
+    bool takesTurns() const noexcept { return level >= MPI_THREAD_SERIALIZED; }
+    /// Whether several threads may call MPI at the same time.
+    bool takesAll() const noexcept { return level >= MPI_THREAD_MULTIPLE; }
+
     /// What opens a file together; none where there is nobody else to open it with.
     std::optional<MPI_Comm> communicator() const;
 
     /// Lets everyone do this and go on when all have.
     /// @throws AgreedFailure in every process, with one failure's text, where any failed
-    void together(const std::function<void()>& work);
+    void together(const std::function<void()>& work) const;
 
     /// Lets the first do this, as `together`.
-    void first(const std::function<void()>& work);
+    void first(const std::function<void()>& work) const;
+
+    /// A text that the first makes, for everyone.
+    /// @throws AgreedFailure as `together`
+    std::string shared(const std::function<std::string()>& text) const;
 
     /// Ends every process where it is, when all have come here: after a failure, in which HDF5 may
     /// be left with a file that it cannot close, and would end the process by a signal.
@@ -54,10 +71,14 @@ class Team {
 
   private:
     void agree(const std::optional<std::string>& failure) const;
+    void broadcast(std::string& text, int from) const;
+    void gatherNames();
 
     bool alone;
+    int level = MPI_THREAD_MULTIPLE;
     int number = 0;
     int count = 1;
+    std::vector<std::string> names;  ///< of all processes
 };
 
 /// What the processes tell each other while each works on its slabs, without waiting: the first

@@ -12,6 +12,7 @@
 #include "run/Evaluation.h"
 #include "run/Interruption.h"
 #include "run/Progress.h"
+#include "run/texts.h"
 
 namespace run {
 
@@ -30,7 +31,7 @@ SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
         [&](std::int64_t number) {
             const LatticeBox box = slabs.slab(number);
             values.read(file, box);
-            if (values.checksum(box) == records[static_cast<std::size_t>(number)].checksum) return;
+            if (values.match(records[static_cast<std::size_t>(number)], box)) return;
             changed.push_back(number);
         },
         [] {});
@@ -45,14 +46,15 @@ void Worker::compute(const SlabNumbers& numbers) {
         if (!numberOfReady) return;
         const LatticeBox box = slabs.slab(*numberOfReady);
         ready.write(file, box);
-        file.record(*numberOfReady, {ready.checksum(box), 1});
+        file.record(*numberOfReady, ready.record(box));
         numberOfReady.reset();
     };
+    const std::launch launch = team.takesTurns() ? std::launch::async : std::launch::deferred;
     workOn(
         "computing", numbers,
         [&](std::int64_t number) {
-            // Over before anyone else calls HDF5 or MPI, which take one thread at a time.
-            std::future<void> writing = std::async(std::launch::async, writeReady);
+            // Over before this thread calls HDF5 or MPI again, which may take only one at a time.
+            std::future<void> writing = std::async(launch, writeReady);
             values.compute(*evaluation, slabs.slab(number));
             writing.get();
             std::swap(values, ready);
@@ -94,7 +96,7 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
         }
         last();
     } catch (const std::exception& error) {
-        conversation.tellFailure(error.what());
+        conversation.tellFailure(texts::reason(error));
     }
     const std::optional<std::string> failure = conversation.finish();
     progress.reset();

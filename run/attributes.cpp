@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/attributes.h"
 
-#include <algorithm>
+#include <cstddef>
+#include <memory>
 #include <stdexcept>
 
 namespace run::attributes {
@@ -14,21 +15,23 @@ using hdf5::Type;
 
 namespace {
 
-std::string called(const char* name) { return std::string("the attribute '") + name + "'"; }
+/// How numbers are stored, and how they are in memory.
+struct NumberTypes {
+    hid_t stored;
+    hid_t here;
+};
 
-/// Texts of up to this many characters.
-Type textType(std::size_t characters) {
-    Type type(H5Tcopy(H5T_C_S1), "a text's type");
-    checked(H5Tset_size(type, characters + 1), "a text's size");
-    return type;
-}
+NumberTypes typesOf(double) { return {H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE}; }
+NumberTypes typesOf(std::int64_t) { return {H5T_STD_I64LE, H5T_NATIVE_INT64}; }
+NumberTypes typesOf(std::uint64_t) { return {H5T_STD_U64LE, H5T_NATIVE_UINT64}; }
+
+std::string called(const char* name) { return std::string("the attribute '") + name + "'"; }
 
 Attribute open(hid_t object, const char* name) {
     return {H5Aopen(object, name, H5P_DEFAULT), called(name)};
 }
 
-Attribute create(hid_t object, const char* name, hid_t type,
-                 const std::vector<hsize_t>& dimensions) {
+Attribute create(hid_t object, const char* name, hid_t type, const Dimensions& dimensions) {
     if (exists(object, name)) return open(object, name);
     const Space space(dimensions.empty() ? H5Screate(H5S_SCALAR)
                                          : H5Screate_simple(static_cast<int>(dimensions.size()),
@@ -37,26 +40,34 @@ Attribute create(hid_t object, const char* name, hid_t type,
     return {H5Acreate2(object, name, type, space, H5P_DEFAULT, H5P_DEFAULT), called(name)};
 }
 
-void writeAs(hid_t object, const char* name, hid_t type, const void* values,
-             const std::vector<hsize_t>& dimensions) {
-    const Attribute attribute = create(object, name, type, dimensions);
-    checked(H5Awrite(attribute, type, values), called(name));
+template <class T>
+void writeAll(hid_t object, const char* name, std::span<const T> values,
+              const Dimensions& dimensions) {
+    const NumberTypes types = typesOf(T{});
+    const Attribute attribute = create(object, name, types.stored, dimensions);
+    checked(H5Awrite(attribute, types.here, values.data()), called(name));
 }
 
-template <class T>
-std::vector<T> readAs(hid_t object, const char* name, hid_t type) {
-    const Attribute attribute = open(object, name);
+void requireLike(const Attribute& attribute, const char* name, hid_t type,
+                 const Dimensions& dimensions) {
+    const Type stored(H5Aget_type(attribute), called(name));
     const Space space(H5Aget_space(attribute), called(name));
-    const auto count = checked(H5Sget_simple_extent_npoints(space), called(name));
-    std::vector<T> values(static_cast<std::size_t>(count));
-    checked(H5Aread(attribute, type, values.data()), called(name));
-    return values;
+    if (checked(H5Tequal(stored, type), called(name)) == 0)
+        throw std::runtime_error(called(name) + " is of another type");
+    if (hdf5::dimensionsOf(space) != dimensions)
+        throw std::runtime_error(called(name) + " has another size");
 }
 
 template <class T>
-T only(const std::vector<T>& values, const char* name) {
-    if (values.size() != 1) throw std::runtime_error(std::string(name) + " has another size");
-    return values.front();
+std::vector<T> readAll(hid_t object, const char* name, const Dimensions& dimensions) {
+    const NumberTypes types = typesOf(T{});
+    const Attribute attribute = open(object, name);
+    requireLike(attribute, name, types.stored, dimensions);
+    std::size_t count = 1;
+    for (const hsize_t size : dimensions) count *= size;
+    std::vector<T> values(count);
+    checked(H5Aread(attribute, types.here, values.data()), called(name));
+    return values;
 }
 
 }  // namespace
@@ -66,53 +77,78 @@ bool exists(hid_t object, const char* name) {
 }
 
 void write(hid_t object, const char* name, std::span<const double> values,
-           const std::vector<hsize_t>& dimensions) {
-    writeAs(object, name, H5T_NATIVE_DOUBLE, values.data(), dimensions);
+           const Dimensions& dimensions) {
+    writeAll(object, name, values, dimensions);
 }
 
 void write(hid_t object, const char* name, std::span<const std::int64_t> values,
-           const std::vector<hsize_t>& dimensions) {
-    writeAs(object, name, H5T_NATIVE_INT64, values.data(), dimensions);
+           const Dimensions& dimensions) {
+    writeAll(object, name, values, dimensions);
+}
+
+void write(hid_t object, const char* name, std::span<const std::uint64_t> values,
+           const Dimensions& dimensions) {
+    writeAll(object, name, values, dimensions);
 }
 
 void write(hid_t object, const char* name, double value) {
-    writeAs(object, name, H5T_NATIVE_DOUBLE, &value, {});
+    write(object, name, std::span<const double>(&value, 1));
 }
 
 void write(hid_t object, const char* name, std::int64_t value) {
-    writeAs(object, name, H5T_NATIVE_INT64, &value, {});
+    write(object, name, std::span<const std::int64_t>(&value, 1));
 }
 
-void write(hid_t object, const char* name, const std::string& text, std::size_t room) {
-    const Attribute attribute = create(object, name, textType(std::max(room, text.size())), {});
-    checked(H5Awrite(attribute, textType(text.size()), text.c_str()), called(name));
+void write(hid_t object, const char* name, const std::string& text) {
+    const Type type = hdf5::textType();
+    const Attribute attribute = create(object, name, type, {});
+    const char* const characters = text.c_str();
+    checked(H5Awrite(attribute, type, &characters), called(name));
 }
 
-std::vector<double> readReals(hid_t object, const char* name) {
-    return readAs<double>(object, name, H5T_NATIVE_DOUBLE);
+void replace(hid_t object, const std::vector<std::pair<const char*, std::string>>& texts) {
+    const auto another = [](const char* name) { return std::string(name) + "~"; };
+    for (const auto& [name, text] : texts) {
+        const std::string next = another(name);
+        if (exists(object, next.c_str())) checked(H5Adelete(object, next.c_str()), called(name));
+        write(object, next.c_str(), text);
+    }
+    checked(H5Fflush(object, H5F_SCOPE_LOCAL), "its texts");
+    for (const auto& [name, text] : texts) {
+        checked(H5Adelete(object, name), called(name));
+        checked(H5Arename(object, another(name).c_str(), name), called(name));
+    }
 }
 
-std::vector<std::int64_t> readIntegers(hid_t object, const char* name) {
-    return readAs<std::int64_t>(object, name, H5T_NATIVE_INT64);
+std::vector<double> readReals(hid_t object, const char* name, const Dimensions& dimensions) {
+    return readAll<double>(object, name, dimensions);
 }
 
-double readReal(hid_t object, const char* name) { return only(readReals(object, name), name); }
+std::vector<std::int64_t> readIntegers(hid_t object, const char* name,
+                                       const Dimensions& dimensions) {
+    return readAll<std::int64_t>(object, name, dimensions);
+}
+
+std::vector<std::uint64_t> readUnsigned(hid_t object, const char* name,
+                                        const Dimensions& dimensions) {
+    return readAll<std::uint64_t>(object, name, dimensions);
+}
+
+double readReal(hid_t object, const char* name) { return readReals(object, name).front(); }
 
 std::int64_t readInteger(hid_t object, const char* name) {
-    return only(readIntegers(object, name), name);
+    return readIntegers(object, name).front();
 }
 
 std::string readText(hid_t object, const char* name) {
     const Attribute attribute = open(object, name);
-    const Type type(H5Aget_type(attribute), called(name));
-    const Space space(H5Aget_space(attribute), called(name));
-    // Anything else may take more room than one text of that size.
-    if (H5Tget_class(type) != H5T_STRING || H5Tis_variable_str(type) != 0 ||
-        H5Sget_simple_extent_npoints(space) != 1)
-        throw std::runtime_error(called(name) + " is not one text");
-    std::string text(H5Tget_size(type), '\0');
-    checked(H5Aread(attribute, type, text.data()), called(name));
-    return text.substr(0, text.find('\0'));
+    const Type type = hdf5::textType();
+    requireLike(attribute, name, type, {});
+    char* characters = nullptr;
+    checked(H5Aread(attribute, type, static_cast<void*>(&characters)), called(name));
+    const std::unique_ptr<char, herr_t (*)(void*)> owned(
+        characters, [](void* memory) { return H5free_memory(memory); });
+    return characters == nullptr ? "" : characters;
 }
 
 }  // namespace run::attributes

@@ -14,6 +14,7 @@
 #include "run/FileLock.h"
 #include "run/Interruption.h"
 #include "run/Worker.h"
+#include "run/agreement.h"
 #include "run/commands.h"
 #include "run/compress.h"
 #include "run/estimate.h"
@@ -36,9 +37,7 @@ void giveUp(const ComputeCommand& command, const Team& team, FieldFile& file, Wo
     if (file.compressed())
         throw std::runtime_error(command.output.string() +
                                  " has changed since it was compressed: compute it anew");
-    Account account = file.account();
-    account.complete = false;
-    file.setAccount(account);
+    file.setIncomplete();
     worker.forget(changed);
     if (team.isFirst())
         std::cout << "computing again what has changed since it was written: " << count << " of "
@@ -51,6 +50,7 @@ bool computeMissing(const ComputeCommand& command, Team& team, std::optional<Fie
     std::vector<SlabRecord> records;
     std::optional<Worker> worker;
     SlabNumbers todo;
+    requireSameOutput(command.output, team);
     team.together([&] {
         file.emplace(command.output, FieldFile::Access::write, team.communicator());
         records = file->records();
@@ -66,6 +66,12 @@ bool computeMissing(const ComputeCommand& command, Team& team, std::optional<Fie
     return !worker->stopped();
 }
 
+std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
+    std::int64_t count = 0;
+    for (const SlabRecord& record : records) count += record.undefined;
+    return count;
+}
+
 /// Writes down whether all slabs are finished, and what that took.
 void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
                  double seconds, std::int64_t memory) {
@@ -73,6 +79,7 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
     Account account = file.account();
     // Nothing was to be done.
     if (account.complete) return;
+    const std::vector<SlabRecord> records = file.records();
     std::array<char, 256> host{};
     static_cast<void>(gethostname(host.data(), host.size() - 1));
     account.host = host.data();
@@ -81,7 +88,8 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
     account.seconds += seconds;
     account.processes = team.size();
     account.peakMemory = std::max(account.peakMemory, memory);
-    account.complete = numbersOf(file.records(), /*finished=*/false).empty();
+    account.complete = numbersOf(records, /*finished=*/false).empty();
+    account.undefined = undefinedIn(records);
     file.setAccount(account);
     file.close();
 }
@@ -105,24 +113,29 @@ bool conclude(const ComputeCommand& command, bool whole) {
                   << " was not compared with its checksums to the end; --resume does that\n";
         return false;
     }
-    if (layout.magnitude) writeXdmf(command.output, layout);
+    if (layout.magnitude) writeXdmf(command.output, layout, command.overwrite);
     const bool done = command.deflate == 0 || compress(command.output, command.deflate);
     std::cout << name << " is complete, " << layout.box.points() << " points"
               << (done ? "" : ", and not compressed; --resume --compress does that") << "\n";
+    if (const std::int64_t undefined = undefinedIn(records); undefined > 0)
+        std::cout << "note    " << undefined
+                  << " of them have no value (NaN): they lie straight over a corner of the piston, "
+                     "or the request overflows there\n";
     return done;
+}
+
+/// What others have done to the output's name is not this run's to undo.
+void requireStillThere(const ComputeCommand& command, const FileLock& lock) {
+    if (!lock.file().isAt(command.output))
+        throw std::runtime_error(command.output.string() +
+                                 " was removed or replaced while it was computed");
 }
 
 }  // namespace
 
 int compute(const ComputeCommand& command, Team& team) {
     std::optional<FileLock> lock;
-    team.first([&] {
-        if (!command.onlyEstimate) {
-            lock.emplace(command.output);
-            removeLeftovers(command.output);
-        }
-        prepare(command, team.size());
-    });
+    team.first([&] { lock = prepare(command, team.size()); });
     if (command.onlyEstimate) return 0;
     listenForSignals();
 
@@ -142,6 +155,7 @@ int compute(const ComputeCommand& command, Team& team) {
     const std::int64_t memory = team.largest(peakMemory());
     bool done = true;
     team.first([&] {
+        requireStillThere(command, *lock);
         keepAccount(command, team, started, time.count(), memory);
         done = conclude(command, whole);
     });

@@ -15,13 +15,28 @@ namespace run::description {
 /// format
 void requireOurs(hid_t file, const std::string& name);
 
+/// Writes what stays as it is, and an empty account.
 void write(hid_t file, const Layout& layout);
 
-/// Reads all of a layout that `write` has written.
+/// Reads all of a layout that `write` has written but what the datasets say: the sizes of the box
+/// and whether there is a magnitude.
 void read(hid_t file, Layout& layout);
 
-/// Written again it stays in its place.
+/// Of the request and the points of it that a file has: the same in every file of them.
+Digest::Value identityOf(const Layout& layout);
+
+/// Written again, everything stays in its place but texts, whose attributes are changed at once.
 void writeAccount(hid_t file, const Account& account);
 Account readAccount(hid_t file);
+
+/// Writes that not all values are there, in its place.
+void writeIncomplete(hid_t file);
+
+/// Writes the digest of all that is said.
+void seal(hid_t file);
+
+/// @throws std::runtime_error where something is not what it was when `seal` was called, or the
+/// identity is not that of the layout
+void requireSealed(hid_t file, const Layout& layout);
 
 }  // namespace run::description

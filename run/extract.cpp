@@ -1,19 +1,22 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include <sys/resource.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstddef>
+#include <filesystem>
 #include <fstream>
+#include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "run/FieldFile.h"
-#include "run/FileBeside.h"
+#include "run/PartFiles.h"
+#include "run/TemporaryFile.h"
 #include "run/commands.h"
+#include "run/outputs.h"
 
 namespace run {
 
@@ -37,54 +40,96 @@ LatticeBox boxOf(const ExtractCommand& command, const LatticeBox& whole) {
     return box;
 }
 
-/// Without a part HDF5 would read other values in its place.
-void requireParts(const FieldFile& file) {
-    for (const std::filesystem::path& part : file.sources())
-        static_cast<void>(FieldFile(part, FieldFile::Access::read));
-    rlimit files{};
-    constexpr std::size_t others = 32;
-    if (getrlimit(RLIMIT_NOFILE, &files) == 0 && file.sources().size() + others > files.rlim_cur)
-        throw std::runtime_error("there are more parts than the " + std::to_string(files.rlim_cur) +
-                                 " files that may be open at a time (ulimit -n)");
-}
+/// Reads a field's values from its file, or from its parts.
+class Source {
+  public:
+    explicit Source(const std::filesystem::path& path) : file(path, FieldFile::Access::read) {
+        if (!file.account().complete) throw std::runtime_error(path.string() + " is not complete");
+        if (file.joined()) parts.emplace(path);
+    }
 
-/// @return whether that could be written
-bool copyValues(const FieldFile& file, const LatticeBox& box, const std::filesystem::path& path) {
-    // Pieces that follow each other in the output: rows, as many as fit.
+    const Layout& layout() const noexcept { return file.layout(); }
+
+    void read(const LatticeBox& box, void* values) {
+        if (parts)
+            parts->read(box, values);
+        else
+            file.read(box, values, nullptr);
+    }
+
+    std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) const {
+        std::vector<std::filesystem::path> files{path};
+        if (!parts) return files;
+        const std::vector<std::filesystem::path> others = parts->paths();
+        files.insert(files.end(), others.begin(), others.end());
+        return files;
+    }
+
+  private:
+    FieldFile file;
+    std::optional<PartFiles> parts;
+};
+
+/// Calls `take` with the values of a box, pieces of which follow each other.
+void forPieces(Source& source, const LatticeBox& box,
+               const std::function<void(const std::string&)>& take) {
+    // Rows, as many as fit.
     constexpr std::int64_t pointsAtATime = 1 << 20;
     const std::int64_t x = std::min(box.size[0], pointsAtATime);
     const std::int64_t y = x < box.size[0] ? 1 : std::max<std::int64_t>(1, pointsAtATime / x);
     const Slabs pieces(box, {x, y, 1});
-    const std::int64_t bytes = file.layout().request.valueBytes();
-    std::vector<char> values(static_cast<std::size_t>(pointsAtATime * bytes));
-    std::ofstream out(path, std::ios::binary);
-    for (std::int64_t i = 0; i < pieces.count() && out; ++i) {
+    const std::int64_t bytes = source.layout().request.valueBytes();
+    std::string values;
+    for (std::int64_t i = 0; i < pieces.count(); ++i) {
         const LatticeBox piece = pieces.slab(i);
-        file.read(piece, values.data(), nullptr);
-        out.write(values.data(), piece.points() * bytes);
+        values.resize(static_cast<std::size_t>(piece.points() * bytes));
+        source.read(piece, values.data());
+        take(values);
     }
-    out.close();
-    return !out.fail();
+}
+
+/// Into a device or a pipe.
+void copyInto(Source& source, const LatticeBox& box, const std::filesystem::path& output) {
+    std::ofstream out(output, std::ios::binary);
+    forPieces(source, box, [&](const std::string& values) {
+        if (!out.write(values.data(), static_cast<std::streamsize>(values.size())).flush())
+            failWith(output.string() + " cannot be written", errno);
+    });
+}
+
+/// Into a file that is there as a whole, or not at all.
+void copyTo(Source& source, const LatticeBox& box, const ExtractCommand& command) {
+    TemporaryFile temporary(outputs::target(command.output));
+    std::string begin;
+    std::int64_t size = 0;
+    forPieces(source, box, [&](const std::string& values) {
+        // The first bytes come last: until then they say what the file is.
+        const std::size_t kept = std::min(values.size(), TemporaryFile::headBytes - begin.size());
+        begin += values.substr(0, kept);
+        temporary.lock().file().write(values.data() + kept, values.size() - kept,
+                                      size + static_cast<std::int64_t>(kept));
+        size += static_cast<std::int64_t>(values.size());
+    });
+    static_cast<void>(temporary.takePlace(command.overwrite, begin, size));
 }
 
 }  // namespace
 
 int extract(const ExtractCommand& command) {
-    // The field itself above all. A device or a pipe may be there.
-    const bool exists = std::filesystem::exists(command.output);
-    if (exists && std::filesystem::is_regular_file(command.output))
-        throw std::runtime_error(command.output.string() + " exists: remove it first");
-    const FieldFile file(command.file, FieldFile::Access::read);
-    if (!file.account().complete)
-        throw std::runtime_error(command.file.string() + " is not complete");
-    if (file.joined()) requireParts(file);
-    const LatticeBox box = boxOf(command, file.layout().box);
-    // What is there goes on being there.
-    const FileBeside beside(command.output);
-    if (!copyValues(file, box, exists ? command.output : beside.path()))
-        throw std::runtime_error(command.output.string() +
-                                 " cannot be written: " + std::generic_category().message(errno));
-    if (!exists) beside.takePlace();
+    Source source(command.file);
+    const LatticeBox box = boxOf(command, source.layout().box);
+    // A device or a pipe may be there.
+    std::error_code none;
+    const std::filesystem::file_status status = std::filesystem::status(command.output, none);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status) &&
+        !std::filesystem::is_directory(status)) {
+        copyInto(source, box, command.output);
+        return 0;
+    }
+    outputs::require(command.output, command.overwrite, source.filesOf(command.file));
+    outputs::requireFolder(command.output);
+    TemporaryFile::removeLeftovers(outputs::target(command.output));
+    copyTo(source, box, command);
     return 0;
 }
 

@@ -6,24 +6,32 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "run/Hdf5.h"
+#include "run/Watch.h"
+#include "run/agreement.h"
 #include "run/commands.h"
 #include "run/limits.h"
+#include "run/readText.h"
+#include "run/streams.h"
+#include "run/texts.h"
 
 namespace {
 
 using namespace run;
+using Words = std::vector<std::string>;
 
 /// One operation for each command.
 struct Executor {
     Team& team;
 
     int operator()(const Answer& answer) const {
-        if (team.isFirst()) std::cout << answer.out;
-        return answer.status;
+        if (team.isFirst()) std::cout << answer.text;
+        return 0;
     }
     int operator()(const ComputeCommand& command) const { return compute(command, team); }
     int operator()(const JoinCommand& command) const { return join(command); }
@@ -32,50 +40,79 @@ struct Executor {
     int operator()(const ShowCommand& command) const { return show(command); }
 };
 
-/// Whether a command is for one process, which MPI need not have started.
-bool isForOne(const Command& command) {
-    if (const auto* computing = std::get_if<ComputeCommand>(&command))
-        return computing->part.has_value();
-    return !std::holds_alternative<Answer>(command);
+/// The command that all processes were started with. Files are read by the first, because what is
+/// in a pipe can be read once.
+Command commandOf(const Words& words, const Team& team) {
+    Command command;
+    requireSameWords(words, team);
+    team.together([&] {
+        command = readCommand(words, [&](const std::filesystem::path& path) {
+            return team.shared([&] { return readText(path); });
+        });
+    });
+    return command;
 }
 
-/// @throws std::runtime_error where mpirun has started several processes of a command for one
-void requireOne(const Command& command) {
-    const char* processes = std::getenv("OMPI_COMM_WORLD_SIZE");
-    if (isForOne(command) && processes != nullptr && std::string(processes) != "1")
-        throw std::runtime_error(
-            "--part, join, verify, extract and show are for one process: "
-            "start it without mpirun");
+/// Whether work is for one process.
+bool isForOne(const Command& command) {
+    const auto* computing = std::get_if<ComputeCommand>(&command);
+    return computing == nullptr || computing->part.has_value();
+}
+
+/// @throws std::runtime_error where there are other processes than the command is for
+void requireTeam(const Command& command, const Launch& launch, const Team& team) {
+    if (std::holds_alternative<Answer>(command)) return;
+    if (!isForOne(command)) return requireAll(launch, team.size());
+    team.together([&] {
+        if (team.size() > 1)
+            throw std::runtime_error(
+                "--part, join, verify, extract and show are for one process: start it without "
+                "mpirun");
+    });
 }
 
 void complain(const std::exception& error) {
-    std::cerr << "pistonfield-run: " << error.what() << std::endl;
+    std::cerr << "pistonfield-run: " << texts::reason(error) << std::endl;
 }
 
-/// What a command line or a request file has wrong, in one process maybe, is everyone's failure.
-void refuse(const Command& command) {
-    const auto* answer = std::get_if<Answer>(&command);
-    if (answer != nullptr && answer->status != 0) throw std::runtime_error(answer->error);
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    const Command command = readCommand(argc, argv);
-    Team team(isForOne(command));
-    hdf5::beSilent();
-    prepareForFiles();
+/// Does what the words say, with all processes.
+/// @return the exit status
+int execute(const Words& words, const Launch& launch, Team& team) {
+    // Ends with all others', and so not where there is a failure.
+    std::unique_ptr<Watch> watch;
     try {
-        requireOne(command);
-        team.together([&] { refuse(command); });
+        watch = watchOf(team);
+        const Command command = commandOf(words, team);
+        requireTeam(command, launch, team);
         const int status = std::visit(Executor{team}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
         return status;
+    } catch (const Unconnected&) {
+        throw;
     } catch (const AgreedFailure& failure) {
         if (team.isFirst()) complain(failure);
         team.abandon(1);
     } catch (const std::exception& failure) {
         complain(failure);
         team.abort(1);
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Launch launch = launchOf(&std::getenv);
+    try {
+        openStandardStreams();
+        prepareForFiles();
+        Team team(launch);
+        hdf5::beSilent();
+        return execute({argv + 1, argv + argc}, launch, team);
+    } catch (const Unconnected& failure) {
+        if (isFirstOfStep(&std::getenv)) complain(failure);
+        return 1;
+    } catch (const std::exception& failure) {
+        complain(failure);
+        return 1;
     }
 }

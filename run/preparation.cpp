@@ -6,14 +6,19 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <iostream>
 #include <stdexcept>
-#include <system_error>
 
+#include "run/Descriptor.h"
 #include "run/FieldFile.h"
-#include "run/FileBeside.h"
 #include "run/SlabNumbers.h"
+#include "run/TemporaryFile.h"
 #include "run/estimate.h"
+#include "run/headCopy.h"
+#include "run/leftovers.h"
+#include "run/outputs.h"
 #include "run/texts.h"
+#include "run/xdmf.h"
 
 namespace run {
 
@@ -32,23 +37,23 @@ Layout layoutOf(const ComputeCommand& command) {
 /// sees to it that what is in it is there.
 void reserve(const std::filesystem::path& path) {
     const auto size = static_cast<off_t>(std::filesystem::file_size(path));
-    const int file = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    const Descriptor file(path, O_RDWR);
     int error = fallocate(file, 0, 0, size) == 0 ? 0 : errno;
     if (error == EOPNOTSUPP || error == EINTR) error = 0;
     if (error == 0 && fdatasync(file) != 0) error = errno;
-    close(file);
     if (error != 0)
-        throw std::runtime_error(path.string() + " has no room for its " +
-                                 texts::bytes(static_cast<double>(size)) + ": " +
-                                 std::generic_category().message(error));
+        failWith(path.string() + " has no room for its " + texts::bytes(static_cast<double>(size)),
+                 error);
 }
 
 /// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
-void createOutput(const std::filesystem::path& output, const Layout& layout) {
-    const FileBeside beside(output);
-    FieldFile::create(beside.path(), layout);
-    reserve(beside.path());
-    beside.takePlace();
+FileLock createOutput(const std::filesystem::path& file, const Layout& layout, bool replacing) {
+    TemporaryFile temporary(file);
+    temporary.fill([&](const std::filesystem::path& path) {
+        FieldFile::create(path, layout, 0, temporary.head());
+        reserve(path);
+    });
+    return temporary.takePlace(replacing, firstBytes());
 }
 
 void requireSame(const ComputeCommand& command, const FieldFile& file) {
@@ -59,43 +64,87 @@ void requireSame(const ComputeCommand& command, const FieldFile& file) {
                                  " was begun with");
 }
 
-}  // namespace
-
-void removeLeftovers(const std::filesystem::path& output) {
-    for (const char* ending : {".new", ".compressing"}) {
-        std::error_code ignored;
-        std::filesystem::remove(output.string() + ending, ignored);
-    }
+void requireRoom(const ComputeCommand& command, const Layout& layout) {
+    const std::filesystem::path folder = std::filesystem::absolute(command.output).parent_path();
+    const auto free = static_cast<double>(std::filesystem::space(folder).available);
+    if (layout.bytes() > free)
+        throw std::runtime_error(command.output.string() + " has no room for its " +
+                                 texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
+                                 " are free, " + texts::bytes(layout.bytes() - free) + " too few");
 }
 
-void prepare(const ComputeCommand& command, int processes) {
+std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
-    if (!std::filesystem::exists(output)) {
-        const Layout layout = layoutOf(command);
-        const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
-        if (!std::filesystem::is_directory(folder))
-            throw std::runtime_error(folder.string() + " is no folder");
-        printEstimate(output, layout, layout.box.points(), processes);
-        if (command.onlyEstimate) return;
-        const auto free = static_cast<double>(std::filesystem::space(folder).available);
-        if (layout.bytes() > free)
-            throw std::runtime_error(output.string() + " has no room for its " +
-                                     texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
-                                     " are free");
-        createOutput(output, layout);
-        return;
+    const Layout layout = layoutOf(command);
+    if (!command.onlyEstimate) {
+        outputs::require(output, /*overwrite=*/true);
+        outputs::requireFolder(output);
+        if (command.magnitude) requireViewersFile(output, command.overwrite);
     }
+    printEstimate(output, layout, layout.box.points(), processes);
+    if (command.onlyEstimate) return std::nullopt;
+    requireRoom(command, layout);
+    const std::filesystem::path file = outputs::target(output);
+    std::optional<FileLock> old;
+    if (std::filesystem::exists(file)) old.emplace(file);
+    removeLeftovers(output);
+    return createOutput(file, layout, command.overwrite);
+}
+
+/// Opens an output to go on with, after it was mended where it cannot be opened otherwise.
+FieldFile openMended(const std::filesystem::path& output, bool mend) {
+    try {
+        return {output, FieldFile::Access::read};
+    } catch (const DamagedHead&) {
+        if (!mend || !headCopy::restore(output)) throw;
+    }
+    std::cout << output.string() << " was damaged at its beginning or cut off, and is mended: "
+              << "what is lost is computed again\n";
+    return {output, FieldFile::Access::read};
+}
+
+std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
+    const std::filesystem::path& output = command.output;
     if (std::filesystem::is_directory(output))
         throw std::runtime_error(output.string() + " is a folder: name a file in it");
+    if (!std::filesystem::is_regular_file(output))
+        throw std::runtime_error(output.string() + " is no file to write to");
     if (!command.resume && !command.onlyEstimate)
-        throw std::runtime_error(output.string() +
-                                 " exists: complete it with --resume, or remove it");
-    const FieldFile file(output, FieldFile::Access::read);
+        throw std::runtime_error(
+            output.string() + " exists: complete it with --resume, or replace it with --overwrite");
+    std::optional<FileLock> lock;
+    if (!command.onlyEstimate) lock.emplace(output);
+    const FieldFile file = openMended(output, !command.onlyEstimate);
     requireSame(command, file);
     const Layout& layout = file.layout();
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
     printEstimate(output, layout, missing, processes);
+    if (lock) removeLeftovers(output);
+    return lock;
+}
+
+}  // namespace
+
+void requireViewersFile(const std::filesystem::path& output, bool overwrite) {
+    const std::filesystem::path path = xdmfPath(output);
+    outputs::requireRoomInName(output, path.extension().string());
+    if (!overwrite && !mayReplaceXdmf(path))
+        throw std::runtime_error(
+            path.string() +
+            " exists, and is no file of this program: remove it first, or give "
+            "--overwrite");
+}
+
+std::string firstBytes() {
+    std::string bytes = "A field of pistonfield-run: what follows these words is HDF5.\n";
+    bytes.resize(TemporaryFile::headBytes);
+    return bytes;
+}
+
+std::optional<FileLock> prepare(const ComputeCommand& command, int processes) {
+    const bool there = std::filesystem::exists(command.output) && !command.overwrite;
+    return there ? goOn(command, processes) : begin(command, processes);
 }
 
 }  // namespace run

@@ -2,11 +2,13 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <iomanip>
 #include <iostream>
+#include <span>
 #include <sstream>
 #include <string>
 #include <utility>
 
 #include "run/FieldFile.h"
+#include "run/PartFiles.h"
 #include "run/commands.h"
 
 namespace run {
@@ -28,6 +30,14 @@ std::string list(const auto& numbers) {
     return std::string("[").append(separated(numbers, ", ")).append("]");
 }
 
+/// Numbers in rows, so that lines stay short.
+std::string rows(std::span<const double> numbers, std::size_t each) {
+    std::string all = "[";
+    for (std::size_t i = 0; i < numbers.size(); i += each)
+        all.append(i == 0 ? "" : ",\n    ").append(separated(numbers.subspan(i, each), ", "));
+    return all.append("]");
+}
+
 void line(const char* key, const auto& value) { std::cout << key << " = " << value << '\n'; }
 
 /// What a request file has no option for.
@@ -37,7 +47,7 @@ void comment(const char* key, const auto& value) {
 }
 
 void showRequest(const Request& request) {
-    line("transform", list(request.transform));
+    line("transform", rows(request.transform, 4));
     line("sizes", list(request.sizes));
     line("l", request.l);
     line("s", request.s);
@@ -45,13 +55,14 @@ void showRequest(const Request& request) {
     line("mode", std::quoted(request.mode));
     if (request.table.empty()) return line("order", request.order);
     comment("order", request.order);
-    line("table", std::quoted(separated(request.table, " ")));
+    line("table", rows(request.table, 2));
 }
 
 void showContents(const Layout& layout, const Account& account) {
     comment("first_point", list(layout.box.first));
     comment("points", list(layout.box.size));
     comment("slab_sizes", list(layout.slabSizes));
+    comment("undefined", account.undefined);
     comment("complete", account.complete ? "true" : "false");
     comment("host", std::quoted(account.host));
     comment("started", std::quoted(account.started));
@@ -65,6 +76,8 @@ void showContents(const Layout& layout, const Account& account) {
 
 int show(const ShowCommand& command) {
     const FieldFile file(command.file, FieldFile::Access::read);
+    // Of a joined field, as everything else does, only where its parts are those that were joined.
+    if (file.joined()) static_cast<void>(PartFiles(command.file));
     std::cout << std::setprecision(digits);
     showRequest(file.layout().request);
     showContents(file.layout(), file.account());

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
+#include <new>
 
 namespace run::texts {
 
@@ -49,6 +50,11 @@ std::string figure(double number) {
     constexpr double ten = 10;
     constexpr double hundred = 100;
     return format(number < ten ? "%.2f" : number < hundred ? "%.1f" : "%.0f", number);
+}
+
+std::string reason(const std::exception& failure) {
+    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
+    return "there is not enough memory; --slab says how many points are computed at a time";
 }
 
 std::string timeNow() {

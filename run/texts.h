@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <exception>
 #include <string>
 
 /// Figures as people read them.
@@ -19,6 +20,9 @@ std::string count(double number);
 
 /// Three digits, or as many as the number has before its point.
 std::string figure(double number);
+
+/// What a failure says of itself, of exhausted memory too.
+std::string reason(const std::exception& failure);
 
 /// The time now in UTC, as 2026-11-21T09:30:00Z.
 std::string timeNow();

@@ -3,17 +3,29 @@
 #include "run/xdmf.h"
 
 #include <array>
-#include <cerrno>
 #include <cmath>
 #include <fstream>
+#include <iostream>
 #include <limits>
 #include <sstream>
 #include <stdexcept>
+#include <string>
 #include <system_error>
+
+#include "run/TemporaryFile.h"
+#include "run/outputs.h"
 
 namespace run {
 
 namespace {
+
+namespace fs = std::filesystem;
+
+/// How every such file of this program begins.
+const std::string words = R"(<?xml version="1.0"?>
+<Xdmf Version="2.0">
+ <Information Name="creator" Value="pistonfield-run"/>
+)";
 
 using Three = std::array<double, 3>;
 
@@ -62,22 +74,16 @@ std::string escaped(const std::string& text) {
     return result;
 }
 
-}  // namespace
-
-void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
-    const std::filesystem::path path = file.string() + ".xdmf";
+/// @param file what it is for
+std::string textOf(const fs::path& file, const Layout& layout) {
     const Placing placing = placingOf(layout);
-    std::ofstream out(path);
-    out << R"(<?xml version="1.0"?>
-<Xdmf Version="2.0">
- <Domain>
-  <Grid Name="field" GridType="Uniform">
-)";
-    if (!placing.exact)
-        out << R"(   <Information Name="frame" Value="the lattice's own, not that of the piston"/>
-)";
-    out << R"(   <Topology TopologyType="3DCoRectMesh" Dimensions=")" << listed(layout.box.size)
-        << R"("/>
+    std::ostringstream out;
+    out << words << R"( <Domain>
+  <Grid Name=")"
+        << (placing.exact ? "field" : "field, in the frame of its lattice")
+        << R"(" GridType="Uniform">
+   <Topology TopologyType="3DCoRectMesh" Dimensions=")"
+        << listed(layout.box.size) << R"("/>
    <Geometry GeometryType="ORIGIN_DXDYDZ">
     <DataItem Format="XML" Dimensions="3" NumberType="Float" Precision="8">)"
         << listed(placing.origin) << R"(</DataItem>
@@ -93,10 +99,39 @@ void writeXdmf(const std::filesystem::path& file, const Layout& layout) {
  </Domain>
 </Xdmf>
 )";
-    out.close();
-    if (!out)
-        throw std::runtime_error(path.string() +
-                                 " cannot be written: " + std::generic_category().message(errno));
+    return out.str();
+}
+
+}  // namespace
+
+fs::path xdmfPath(const fs::path& file) { return file.string() + ".xdmf"; }
+
+bool mayReplaceXdmf(const fs::path& path) {
+    std::error_code none;
+    const fs::file_status status = fs::status(path, none);
+    if (!fs::exists(status)) return true;
+    if (!fs::is_regular_file(status)) return false;
+    std::ifstream in(path);
+    std::string begin(words.size(), ' ');
+    in.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+    return in.gcount() == 0 || (in && begin == words);
+}
+
+void writeXdmf(const fs::path& file, const Layout& layout, bool overwrite) {
+    const fs::path path = xdmfPath(file);
+    if (file.filename().string().find(':') != std::string::npos) {
+        std::cout << "note    there is no " << path.string()
+                  << ": viewers cannot read files with a colon in their names\n";
+        return;
+    }
+    if (!overwrite && !mayReplaceXdmf(path))
+        throw std::runtime_error(path.string() + " exists, and is no file of this program");
+    const std::string text = textOf(file, layout);
+    const fs::path target = outputs::target(path);
+    TemporaryFile::removeLeftovers(target);
+    TemporaryFile temporary(target);
+    static_cast<void>(
+        temporary.takePlace(/*replacing=*/true, text, static_cast<std::int64_t>(text.size())));
 }
 
 }  // namespace run

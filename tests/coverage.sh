@@ -10,7 +10,7 @@ set -euo pipefail
 source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
 require_test_packages
-require_packages gcovr
+require_packages "${coverage_packages[@]}"
 
 say "building everything in build-coverage/"
 cmake --preset coverage

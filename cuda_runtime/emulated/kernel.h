@@ -72,7 +72,8 @@ template <class T>
 /// The quotient of indices from 0 on, rounded down. In doubles, which have it exactly, because no
 /// processor divides packs of integers.
 template <class I>
-[[gnu::always_inline]] inline I quotient(I indices, int divisor) {
+[[gnu::always_inline]] inline I quotient(const I& indices, int divisor) {
+    // A reference: without optimisation g++ 12 cannot convert a pack of 16 that is a value.
     using Wide = lanes::Pack<double, lanes::widthOf<I>>;
     return __builtin_convertvector(__builtin_convertvector(indices, Wide) / divisor, I);
 }

@@ -1,11 +1,10 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-function slabs = cut_grid(place, sizes, most, brief, mode)
-  % slabs = cut_grid(place, sizes, most, brief, mode): the grid in slabs of at most so many points,
-  % and where that takes no slab of fewer than 4096 points, of so many that a call is brief; one in
-  % each call of the module. A struct with
-  %   count  1 by 3, the sizes of every slab
+function slabs = cut_grid(place, sizes, most, brief, order, mode)
+  % slabs = cut_grid(place, sizes, most, brief, order, mode): the grid in slabs of at most so many
+  % points, and of so many that a call is brief; one in each call of the module. A struct with
+  %   count  1 by 3, the sizes of every slab; less at the grid's end
   %   first  N by 3, the indices of each slab's first point, counted from 0, in rising order
   %   place  function handle: the transform of the slab with a given first point
   %
@@ -18,9 +17,10 @@ function slabs = cut_grid(place, sizes, most, brief, mode)
   % adds is one constant. With it in the origin the sum is the same if in each coordinate that the
   % constant changes no other direction adds anything; on the CPU, before it. So a grid that is
   % aligned with the piston can be cut in any direction, and on the CPU any grid can be cut in the
-  % first one. Only a grid that is turned against the piston has no such cut on a GPU. Where it has
-  % too many points it is cut all the same, and positions may then differ by their rounding.
-  onGpu = strncmp(mode, 'cuda', 4);
+  % first one. Only a grid that is turned against the piston has no such cut on a GPU; and a line, or
+  % what has few points across, has none whose layers are worth a call. They are cut all the same,
+  % and positions may then differ by their rounding.
+  onGpu = is_gpu_mode(mode);
   count = sizes;
   while too_large(count, most, onGpu)
     direction = clean_cut(place, sizes, count, 1, @(count) ~too_large(count, most, onGpu), onGpu);
@@ -29,17 +29,32 @@ function slabs = cut_grid(place, sizes, most, brief, mode)
     end
     count(direction) = 1;
   end
-  worthACall = 4096;
-  while prod(count) > brief
+  % The making of a rule takes a time that grows with the order's square.
+  worthACall = 512 + order / 4;
+  while prod(count) > max(brief, worthACall)
     direction = clean_cut(place, sizes, count, worthACall, @(count) prod(count) <= brief, onGpu);
     if isempty(direction)
-      break
+      [count, fits] = thick_cut(count, max(worthACall, 2e7 / order));
+      if fits
+        break
+      end
+    else
+      count(direction) = 1;
     end
-    count(direction) = 1;
   end
   slabs.count = count;
   slabs.first = first_points(sizes, count);
   slabs.place = @(first) place_from(place, first, mode);
+end
+
+% The longest direction in pieces, so that slabs have about so many points; and whether one of its
+% layers has no more. How long it takes to compute them has no part in it: rounding would depend on
+% the machine's load.
+function [count, fits] = thick_cut(count, points)
+  [longest, direction] = max(count);
+  across = prod(count) / longest;
+  count(direction) = max(1, min(longest, floor(points / across)));
+  fits = across <= points;
 end
 
 % A launch on a GPU has no room for more points along the second and third direction.
@@ -48,7 +63,7 @@ function yes = too_large(count, points, onGpu)
 end
 
 % The direction whose cut rounds nothing, leaves layers of at least so many points and makes the
-% fewest of those that fit; if none fit, the smallest.
+% fewest of those that fit, the last of several; if none fit, the smallest.
 function direction = clean_cut(place, sizes, count, least, fits, onGpu)
   candidates = find(count > 1);
   clean = @(direction) is_clean(place, sizes, candidates, direction, onGpu);
@@ -58,8 +73,7 @@ function direction = clean_cut(place, sizes, count, least, fits, onGpu)
     [~, at] = max(count(candidates));
     direction = candidates(at);
   else
-    [~, at] = min(count(fitting));
-    direction = fitting(at);
+    direction = fitting(find(count(fitting) == min(count(fitting)), 1, 'last'));
   end
 end
 

@@ -9,8 +9,6 @@
 #include <cmath>
 #include <complex>
 #include <cstddef>
-#include <cstdio>
-#include <memory>
 #include <numbers>
 #include <sstream>
 #include <string>
@@ -18,19 +16,9 @@
 
 #include "reference/NearField.h"
 #include "reference/SurfaceIntegral.h"
+#include "tests/examples/ProgramOutput.h"
 
 namespace {
-
-/// What a program prints on standard output.
-std::string outputOf(const char* program) {
-    const auto close = [](std::FILE* pipe) { EXPECT_EQ(pclose(pipe), 0); };
-    // NOLINTNEXTLINE(cert-env33-c): the command is a fixed path
-    const std::unique_ptr<std::FILE, decltype(close)> pipe(popen(program, "r"), close);
-    std::string output;
-    std::array<char, 4096> buffer{};
-    while (std::fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) output += buffer.data();
-    return output;
-}
 
 struct Row {
     double z;

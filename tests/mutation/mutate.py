@@ -6,8 +6,8 @@
 Of every mutant only the objects that see it are compiled again, linked with the rest of a build
 into the test programs named here, and these run until one fails. A mutant that does not compile
 is none; one that runs too long counts as noticed. survivors.txt says why the others live. The score
-is what the tests notice of the mutants that are not equivalent to their source. Needs python3-clang
-(Debian).
+is what the tests notice of the mutants that are not equivalent to their source. tests/mutation.sh
+installs what this needs.
 
 --check compiles nothing: it says which rows of survivors.txt match no mutant of today's sources.
 """

@@ -31,12 +31,16 @@ dpkg-deb --field "$module" Depends | grep -E '\boctave-abi-[0-9]+\b.*\blibstdc\+
 [[ -z ${program:-} ]] ||
   dpkg-deb --field "$program" Depends | grep -E '\blibhdf5-openmpi-.*\blibopenmpi3\b'
 
+architecture=$(dpkg-architecture --query DEB_HOST_MULTIARCH)
 echo "they are installed into the system's folders alone, with licence and changes"
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | awk '$6 !~ "/$" { print $6 }' >contents.txt
   grep -q '/usr/share/doc/.*/copyright$' contents.txt
   grep -q '/usr/share/doc/.*/changelog.gz$' contents.txt
-  if grep -vE '^\./usr/(bin|include/pistonfield|lib|share/doc|share/octave/packages)/' contents.txt; then
+  grep -q '/usr/share/doc/.*/changelog.Debian.gz$' contents.txt
+  grep -q '/usr/share/doc/.*/docs/install.md$' contents.txt
+  if grep -vE "^\./usr/(bin|include/pistonfield|lib/$architecture|share/(doc|man/man1|octave/packages))/" \
+    contents.txt; then
     exit 1
   fi
   dpkg-deb --extract "$package" root
@@ -49,8 +53,15 @@ echo "a program is built with the library"
 PKG_CONFIG_PATH=$(dirname -- "$(find root -name pistonfield.pc)")
 export PKG_CONFIG_PATH
 read -ra flags < <(pkg-config --cflags --libs pistonfield)
-"$compiler" -std=c++20 -o consumer "$source/tests/packages/consumer/consumer.cpp" "${flags[@]}"
+"$compiler" -o consumer "$source/tests/packages/consumer/consumer.cpp" "${flags[@]}"
 ./consumer >consumer.txt
+
+echo "its examples are built with it"
+CXX=$compiler cmake -S root/usr/share/doc/libpistonfield-dev/examples -B examples -G Ninja \
+  -D CMAKE_PREFIX_PATH="$work/root/usr" >examples.txt
+cmake --build examples
+examples/beam_profile >examples.txt
+examples/field_plane >examples.txt
 
 if [[ -n ${program:-} ]]; then
   echo "the program runs"

@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # development.sh BUILD SOURCE CXX: installs the library, moves it to another place, builds a user's
-# program there, through CMake and through pkg-config, and runs it.
+# program there, through CMake and through pkg-config, and runs it; and uninstalls a library.
 set -euo pipefail
 
 build=$1
@@ -42,6 +42,24 @@ PKG_CONFIG_PATH=$(dirname -- "$(find "$prefix" -name pistonfield.pc)")
 export PKG_CONFIG_PATH
 read -ra flags < <(pkg-config --cflags pistonfield)
 read -ra libraries < <(pkg-config --libs pistonfield)
-test -f "${flags[0]#-I}/core/Grid3DR.h"
-"$CXX" -o "$work/linked" "$work"/program/CMakeFiles/consumer.dir/consumer.cpp.o "${libraries[@]}"
+test -f "$(pkg-config --variable=includedir pistonfield)/core/Grid3DR.h"
+"$CXX" -o "$work/linked" "${flags[@]}" "$program/consumer.cpp" "${libraries[@]}"
 "$work/linked" >"$work/output.txt"
+echo "in a newer C++ than the library's, too, and through each compiler"
+for compiler in g++ clang++; do
+  ! type -P "$compiler" >/dev/null ||
+    "$compiler" -fsyntax-only "${flags[@]}" -std=c++2b "$program/consumer.cpp"
+done
+
+echo "what is installed is uninstalled, with the folders that are empty then"
+place="$work/a place"
+mkdir -p "$place/include"
+touch "$place/include/another.h"
+cmake --install "$build" --component development --prefix "$place" >/dev/null
+mkdir "$work/build"
+mv "$build/install_manifest_development.txt" "$work/build/install_manifest.txt"
+cmake -D BUILD_DIR="$work/build" -P "$source/packages/Uninstall.cmake"
+diff <(cd "$place" && find . | sort) <(printf '%s\n' . ./include ./include/another.h)
+if cmake -D BUILD_DIR="$work/build" -P "$source/packages/Uninstall.cmake" 2>/dev/null; then
+  exit 1
+fi

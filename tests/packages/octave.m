@@ -30,6 +30,15 @@ function expect_field()
   expect_close(p, surface_integral(1e-3, 2e-3, 5e-3, l, s, k), 1e-9);
 end
 
+function expect_backend()
+  expect_same(pistonfield_doctor().backend, 'emulated');
+end
+
+function expect_build_time()
+  printed = evalc('pistonfield info');
+  expect(strncmp(printed, "Compiled on Nov  5 2023 01:02:03\n", 33), 'printed "%s"', printed);
+end
+
 function expect_index()
   folders = strsplit(path(), pathsep());
   folders = folders(strncmp(folders, pwd(), numel(pwd())));
@@ -85,6 +94,10 @@ end
 
 it('pkg loads it', @expect_loaded);
 it('a field is computed', @expect_field);
+it('the backend is known', @expect_backend);
+if strcmp(getenv('SOURCE_DATE_EPOCH'), '1699146123')
+  it('info tells the time that the compilation was given', @expect_build_time);
+end
 it('the index lists every function', @expect_index);
 for name = functions()
   it(['help tells of ', name{1}], @() expect_help(name{1}));

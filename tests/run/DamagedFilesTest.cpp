@@ -42,15 +42,15 @@ struct DamagedFiles : FieldFiles {
         return refusal();
     }
 
-    /// The same after an attribute has another value and size.
+    /// The same after an attribute has another value, and where several are given another size.
     template <class Values>
     std::string refusalWith(const char* name, const Values& values) {
         return refusalAfter([&](hid_t file) {
             H5Adelete(file, name);
-            if constexpr (std::is_same_v<Values, std::string>)
-                run::attributes::write(file, name, values);
-            else
+            if constexpr (requires { values.front(); } && !std::is_same_v<Values, std::string>)
                 run::attributes::write(file, name, std::span(values), {values.size()});
+            else
+                run::attributes::write(file, name, values);
         });
     }
 };
@@ -84,9 +84,15 @@ TEST_F(DamagedFiles, WithoutAnyBytesAreRefused) {
               path.string() + " cannot be opened as HDF5: file signature not found");
 }
 
-TEST_F(DamagedFiles, ThatWereCutAreRefused) {
+TEST_F(DamagedFiles, ThatWereCutSayHowMuchIsThere) {
     const std::string whole = contents(path);
-    for (const std::size_t size : {whole.size() - 1, whole.size() / 2, std::size_t{100}}) {
+    for (const std::size_t size : {whole.size() - 1, whole.size() / 2}) {
+        setContents(path, whole.substr(0, size));
+        EXPECT_EQ(refusal(), " is cut off: " + std::to_string(size) + " of " +
+                                 std::to_string(whole.size()) +
+                                 " bytes are there; --resume computes the others");
+    }
+    for (const std::size_t size : {5000, 1}) {
         setContents(path, whole.substr(0, size));
         EXPECT_THAT(refusal(), testing::StartsWith(" cannot be opened as HDF5: "));
     }
@@ -119,36 +125,72 @@ TEST_F(DamagedFiles, WithTextsOfAnotherKindAreRefused) {
     EXPECT_EQ(withTexts(H5T_VARIABLE, 1), " is not a file of pistonfield-run");
 }
 
-TEST_F(DamagedFiles, OfAnUnknownFormatAreRefused) {
-    for (const Integers& format : {Integers{2}, Integers{0}, Integers{1, 1}})
-        EXPECT_EQ(refusalWith("format", format), " has a format that this version does not know");
+TEST_F(DamagedFiles, OfAnotherFormatOfThisProgramAreRefused) {
+    for (const std::int64_t format : {1, 3})
+        EXPECT_EQ(refusalWith("format", format),
+                  " has the format " + std::to_string(format) + ", and this version reads 2 alone");
 }
 
 TEST_F(DamagedFiles, WithoutAnAttributeAreRefused) {
     for (const std::string name :
-         {"transform", "sizes", "l", "s", "k", "mode", "order", "first_point", "slab_sizes"})
+         {"transform", "sizes", "l", "s", "k", "mode", "order", "first_point", "slab_sizes", "axes",
+          "conventions", "units", "version", "identity", "digest", "host", "complete", "seconds",
+          "undefined"})
         EXPECT_THAT(refusalAfter([&](hid_t file) { H5Adelete(file, name.c_str()); }),
                     testing::StartsWith(" is damaged: the attribute '" + name + "': "));
 }
 
 TEST_F(DamagedFiles, WithAttributesOfAnotherSizeAreRefused) {
-    for (const char* name : {"transform", "l", "s", "k"})
-        EXPECT_EQ(refusalWith(name, Reals(15, 1)),
-                  std::string(" is damaged: ") + name + " has another size");
-    for (const char* name : {"sizes", "order", "first_point", "slab_sizes"})
-        EXPECT_EQ(refusalWith(name, Integers{2, 2}),
-                  std::string(" is damaged: ") + name + " has another size");
+    for (const std::string name : {"transform", "l", "s", "k"})
+        EXPECT_EQ(refusalWith(name.c_str(), Reals(15, 1)),
+                  " is damaged: the attribute '" + name + "' has another size");
+    for (const std::string name : {"sizes", "order", "first_point", "slab_sizes"})
+        EXPECT_EQ(refusalWith(name.c_str(), Integers{2, 2}),
+                  " is damaged: the attribute '" + name + "' has another size");
+}
+
+TEST_F(DamagedFiles, WithAttributesOfAnotherTypeAreRefused) {
+    EXPECT_EQ(refusalWith("k", std::int64_t{7}),
+              " is damaged: the attribute 'k' is of another type");
+    EXPECT_EQ(refusalWith("order", 6.0), " is damaged: the attribute 'order' is of another type");
+}
+
+/// Whatever is said of the field is what was written, or the file is refused.
+TEST_F(DamagedFiles, InWhichAnythingElseIsSaidAreRefused) {
+    constexpr const char* other =
+        " is damaged: what it says of its field is not what this program has written there";
+    for (const char* name : {"l", "s", "k", "seconds"}) EXPECT_EQ(refusalWith(name, 7.125), other);
+    for (const char* name : {"order", "complete", "processes", "peak_memory", "undefined"})
+        EXPECT_EQ(refusalWith(name, std::int64_t{11}), other);
+    for (const char* name :
+         {"version", "identity", "conventions", "units", "axes", "host", "started", "finished"})
+        EXPECT_EQ(refusalWith(name, std::string("other")), other);
+    EXPECT_EQ(refusalAfter([](hid_t file) { H5Ldelete(file, "magnitude", H5P_DEFAULT); }), other);
+}
+
+TEST_F(DamagedFiles, WithAnotherTableAreRefused) {
+    run::Layout layout = smallLayout();
+    layout.request.order = 2;
+    layout.request.table = {-0.5, 1, 0.5, 1};
+    FieldFile::create(path, layout);
+    {
+        const File file(H5Fopen(path.c_str(), H5F_ACC_RDWR, H5P_DEFAULT), "file");
+        const Dataset table(H5Dopen2(file, "table", H5P_DEFAULT), "table");
+        const std::array<double, 4> other{-0.5, 1, 0.5, 1.0000001};
+        H5Dwrite(table, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, other.data());
+    }
+    EXPECT_THAT(refusal(), testing::HasSubstr("what it says of its field"));
 }
 
 TEST_F(DamagedFiles, WithFiguresOfNoFieldAreRefused) {
-    EXPECT_EQ(refusalWith("l", Reals{-1}), " is damaged: -l: must be a length above 0");
+    EXPECT_EQ(refusalWith("l", -1.0), " is damaged: l: must be a length above 0");
     EXPECT_EQ(refusalWith("mode", std::string("fast")),
-              " is damaged: --mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
+              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
     EXPECT_EQ(refusalWith("sizes", Integers{7, 5, 0}),
-              " is damaged: --sizes: each must be 1 or more");
+              " is damaged: sizes: each must be 1 or more");
     for (const std::int64_t order :
          {std::int64_t{0}, std::int64_t{-6}, (std::int64_t{1} << 32) + 6})
-        EXPECT_THAT(refusalWith("order", Integers{order}),
+        EXPECT_THAT(refusalWith("order", order),
                     testing::HasSubstr("is not within 1 to 18000 of the mode cpu"));
 }
 
@@ -165,7 +207,9 @@ TEST_F(DamagedFiles, WithSlabsThatCannotBeAreRefused) {
         EXPECT_EQ(refusalWith("slab_sizes", sizes),
                   " is damaged: slab_sizes are not sizes of its slabs");
     for (const Integers& sizes : {Integers{7, 5, 4}, Integers{1, 1, 1}})
-        EXPECT_EQ(refusalWith("slab_sizes", sizes), " is damaged: its slabs are not its chunks");
+        EXPECT_EQ(refusalWith("slab_sizes", sizes),
+                  " is damaged: what it says of its field is not what this program has written "
+                  "there");
 }
 
 TEST_F(DamagedFiles, WithoutADatasetAreRefused) {
@@ -179,21 +223,11 @@ TEST_F(DamagedFiles, WithADatasetOfAnotherShapeAreRefused) {
                   H5Ldelete(file, "pressure", H5P_DEFAULT);
                   createDataset(file, "pressure", {5, 7});
               }),
-              " is damaged: the dataset 'pressure' has another number of dimensions");
+              " is damaged: the dataset 'pressure' is of another type");
     EXPECT_EQ(refusalAfter([](hid_t file) {
                   createDataset(file, "table", {5, 2});
               }),
               " is damaged: table has another size");
-}
-
-TEST_F(DamagedFiles, WithADamagedAccountNameThemselves) {
-    {
-        const File file(H5Fopen(path.c_str(), H5F_ACC_RDWR, H5P_DEFAULT), "file");
-        H5Adelete(file, "seconds");
-    }
-    const FieldFile file(path, FieldFile::Access::read);
-    EXPECT_THAT(refused([&] { static_cast<void>(file.account()); }),
-                testing::StartsWith(path.string() + " is damaged: the attribute 'seconds': "));
 }
 
 }  // namespace

@@ -9,7 +9,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "run/attributes.h"
+#include "run/description.h"
+#include "run/headCopy.h"
 #include "tests/run/FieldFiles.h"
 #include "tests/support/RandomPoints.h"
 
@@ -40,7 +41,7 @@ void writeAll(FieldFile& file) {
     const run::Slabs slabs = file.layout().slabs();
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
         writePattern<T>(file, slabs.slab(i));
-        file.record(i, {0x9E3779B97F4A7C15U * static_cast<std::uint64_t>(i + 1), 1});
+        file.record(i, {0x9E3779B97F4A7C15U * static_cast<std::uint64_t>(i + 1), true});
     }
 }
 
@@ -180,23 +181,52 @@ TEST_F(FieldFiles, HasNoFinishedSlabsAtFirst) {
     FieldFile::create(path, smallLayout());
     const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();
     EXPECT_EQ(records.size(), 8U);
-    for (const SlabRecord& record : records) EXPECT_EQ(record.finished, 0);
+    for (const SlabRecord& record : records) EXPECT_FALSE(record.finished);
 }
 
 TEST_F(FieldFiles, KeepsEachSlabsEntry) {
     FieldFile::create(path, smallLayout());
     {
         FieldFile file(path, Access::write);
-        file.record(5, {0x8123456789ABCDEFU, 1});
-        file.record(0, {7, 1});
-        file.record(5, {0xFEDCBA9876543210U, 1});
+        file.record(5, {0x8123456789ABCDEFU, true});
+        file.record(0, {7, true});
+        file.record(5, {0xFEDCBA9876543210U, true});
         file.close();
     }
     const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();
     for (std::size_t i = 0; i < records.size(); ++i) {
-        EXPECT_EQ(records[i].finished, i == 0 || i == 5 ? 1 : 0);
+        EXPECT_EQ(records[i].finished, i == 0 || i == 5);
+        EXPECT_TRUE(records[i].sound);
         EXPECT_EQ(records[i].checksum, i == 0 ? 7 : i == 5 ? 0xFEDCBA9876543210U : 0);
     }
+}
+
+TEST_F(FieldFiles, KnowAnEntryThatIsNotWhatWasWritten) {
+    FieldFile::create(path, smallLayout());
+    haddr_t place = 0;
+    {
+        FieldFile file(path, Access::write);
+        for (std::int64_t i = 0; i < 7; ++i) file.record(i, {7, true, 3});
+        file.close();
+        const run::hdf5::File other(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
+        const run::hdf5::Dataset entries(H5Dopen2(other, "slabs", H5P_DEFAULT), "slabs");
+        place = H5Dget_offset(entries);
+    }
+    const std::string before = contents(path);
+    constexpr std::size_t entryBytes = 24;
+    for (std::size_t i = 0; i < 8 * entryBytes; ++i) {
+        std::string bytes = before;
+        bytes[place + i] ^= 4;
+        setContents(path, bytes);
+        const std::vector<SlabRecord> records = FieldFile(path, Access::read).records();
+        for (std::size_t slab = 0; slab < records.size(); ++slab)
+            ASSERT_EQ(records[slab].sound, slab != i / entryBytes) << "byte " << i;
+    }
+    // Nor another slab's.
+    std::string bytes = before;
+    bytes.replace(place, entryBytes, before, place + entryBytes, entryBytes);
+    setContents(path, bytes);
+    EXPECT_FALSE(FieldFile(path, Access::read).records()[0].sound);
 }
 
 // --- what changes when
@@ -219,7 +249,8 @@ std::vector<bool> placesOfSlabs(const std::filesystem::path& path) {
             haddr_t offset = 0;
             hsize_t size = 0;
             H5Dget_chunk_info(dataset, space, i, nullptr, nullptr, &offset, &size);
-            mark(offset, size);
+            // HDF5 counts it from where its own bytes begin.
+            mark(offset + run::headCopy::room, size);
         }
     }
     const run::hdf5::Dataset entries(H5Dopen2(file, "slabs", H5P_DEFAULT), "slabs");
@@ -258,7 +289,7 @@ TEST_F(FieldFiles, HasEverySlabInItBeforeItIsClosed) {
         const FieldFile found(left, access);
         EXPECT_EQ(readPattern<double>(found, smallLayout().box),
                   Pattern<double>(smallLayout().box));
-        for (const SlabRecord& record : found.records()) EXPECT_EQ(record.finished, 1);
+        for (const SlabRecord& record : found.records()) EXPECT_TRUE(record.finished);
     }
 }
 
@@ -293,7 +324,8 @@ Account accountOf(char of, double seconds) {
             seconds,
             0x1122334455667700 + of,
             0x1122334455778800 + of,
-            true};
+            true,
+            0x1122334455779900 + of};
 }
 
 void expectSame(const Account& a, const Account& b) {
@@ -304,6 +336,7 @@ void expectSame(const Account& a, const Account& b) {
     EXPECT_EQ(a.processes, b.processes);
     EXPECT_EQ(a.peakMemory, b.peakMemory);
     EXPECT_EQ(a.complete, b.complete);
+    EXPECT_EQ(a.undefined, b.undefined);
 }
 
 TEST_F(FieldFiles, HasNoAccountAtFirst) {
@@ -314,7 +347,7 @@ TEST_F(FieldFiles, HasNoAccountAtFirst) {
 TEST_F(FieldFiles, KeepsItsAccount) {
     const Account account{
         "a host", "2026-11-21T09:30:00Z", "2026-11-22T10:31:01Z", 12.5, 64, std::int64_t{1} << 40,
-        true};
+        true,     std::int64_t{1} << 41};
     FieldFile::create(path, smallLayout());
     for (const Account& next : {accountOf('a', 1e300), account, Account{}}) {
         FieldFile file(path, Access::write);
@@ -324,30 +357,108 @@ TEST_F(FieldFiles, KeepsItsAccount) {
     }
 }
 
-TEST_F(FieldFiles, CutsAHostsNameThatIsTooLong) {
+/// The only page that is written when a run ends, but for texts, which lie apart.
+constexpr std::size_t firstPage = 8192;
+constexpr std::size_t pageBytes = 4096;
+
+TEST_F(FieldFiles, ChangeTheirFirstPageAloneWhereNoTextsChange) {
     FieldFile::create(path, smallLayout());
+    const std::string before = contents(path);
     FieldFile file(path, Access::write);
     Account account;
-    account.host = std::string(300, 'h');
+    account.complete = true;
+    account.seconds = 7;
     file.setAccount(account);
-    EXPECT_EQ(file.account().host, std::string(255, 'h'));
+    file.setIncomplete();
+    EXPECT_FALSE(file.account().complete);
+    file.close();
+    const std::string after = contents(path);
+    ASSERT_EQ(after.size(), before.size());
+    for (std::size_t i = 0; i < after.size(); ++i)
+        ASSERT_TRUE(after[i] == before[i] || (i >= firstPage && i < firstPage + pageBytes)) << i;
 }
 
-TEST_F(FieldFiles, WritesItsAccountAgainWhereItWas) {
-    FieldFile::create(path, smallLayout());
-    std::vector<std::string> versions;
-    for (const Account& account : {accountOf('a', 0x1.8p0), accountOf('b', 0x1.Cp9)}) {
+/// Where the root's header is, and in how many pieces.
+H5O_hdr_info_t header(const std::filesystem::path& path, haddr_t& address) {
+    const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
+    H5O_info_t info{};
+    EXPECT_GE(H5Oget_info(file, &info), 0);
+    address = info.addr;
+    return info.hdr;
+}
+
+TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
+    Layout layout = smallLayout("cuda");
+    layout.request.order = 3;
+    layout.request.table = {1, 2, 3, 4, 5, 6};
+    FieldFile::create(path, layout);
+    for (int i = 0; i < 100; ++i) {
         FieldFile file(path, Access::write);
-        file.setAccount(account);
+        file.setAccount(accountOf(static_cast<char>('a' + i % 26), i));
         file.close();
-        versions.push_back(contents(path));
+        haddr_t address = 0;
+        const H5O_hdr_info_t info = header(path, address);
+        ASSERT_EQ(info.nchunks, 1U) << i;
+        ASSERT_LE(address + info.space.total, pageBytes) << i;
     }
-    ASSERT_EQ(versions[0].size(), versions[1].size());
-    // The texts differ in every character, the integers in their lowest byte, the seconds in two.
-    std::size_t differing = 0;
-    for (std::size_t i = 0; i < versions[0].size(); ++i)
-        differing += versions[0][i] != versions[1][i] ? 1 : 0;
-    EXPECT_EQ(differing, 255U + 20U + 20U + 1U + 1U + 2U);
+}
+
+TEST_F(FieldFiles, KeepTheirValuesWhereTheirAccountIsCutShort) {
+    FieldFile::create(path, smallLayout());
+    FieldFile file(path, Access::write);
+    file.setAccount(accountOf('a', 1));
+    file.close();
+    const std::string before = contents(path);
+    {
+        FieldFile again(path, Access::write);
+        again.setAccount(accountOf('b', 2));
+        again.close();
+    }
+    // All that was written but the page, which comes last.
+    std::string bytes = contents(path);
+    bytes.replace(firstPage, pageBytes, before, firstPage, pageBytes);
+    setContents(path, bytes);
+    expectSame(FieldFile(path, Access::read).account(), accountOf('a', 1));
+}
+
+// --- a damaged beginning
+
+TEST_F(FieldFiles, AreMendedByTheCopyOfTheirFirstPage) {
+    FieldFile::create(path, smallLayout());
+    FieldFile file(path, Access::write);
+    writeAll<double>(file);
+    file.setAccount(accountOf('a', 1));
+    file.close();
+    for (const std::size_t at : {std::size_t{0}, std::size_t{30}, std::size_t{600}}) {
+        std::string bytes = contents(path);
+        bytes[firstPage + at] ^= 1;
+        setContents(path, bytes);
+        EXPECT_THROW(FieldFile(path, Access::read), run::DamagedHead);
+        EXPECT_TRUE(run::headCopy::restore(path));
+        const FieldFile mended(path, Access::read);
+        EXPECT_FALSE(mended.account().complete);
+        EXPECT_EQ(readPattern<double>(mended, smallLayout().box),
+                  Pattern<double>(smallLayout().box));
+    }
+}
+
+TEST_F(FieldFiles, ThatWereCutAreMendedInTheirSize) {
+    FieldFile::create(path, smallLayout());
+    const auto size = std::filesystem::file_size(path);
+    std::filesystem::resize_file(path, size - 1);
+    EXPECT_THROW(FieldFile(path, Access::read), run::DamagedHead);
+    EXPECT_TRUE(run::headCopy::restore(path));
+    EXPECT_EQ(std::filesystem::file_size(path), size);
+    expectSame(FieldFile(path, Access::read).layout(), smallLayout());
+}
+
+TEST_F(FieldFiles, AreNotMendedByACopyThatIsDamagedItself) {
+    FieldFile::create(path, smallLayout());
+    std::string bytes = contents(path);
+    bytes[4000] ^= 1;
+    setContents(path, bytes);
+    EXPECT_FALSE(run::headCopy::restore(path));
+    EXPECT_TRUE(contents(path) == bytes);
 }
 
 // --- joined files
@@ -356,7 +467,7 @@ struct JoinedFiles : FieldFiles {
     /// Two parts and the file that joins them.
     JoinedFiles() {
         Layout part = layout;
-        std::vector<FieldFile::Source> sources;
+        std::vector<run::JoinedPart> parts;
         for (const std::int64_t number : {1, 2}) {
             part.box = run::boxOf({number, 2}, layout.request.sizes);
             const std::string name = "part-" + std::to_string(number) + ".h5";
@@ -364,9 +475,9 @@ struct JoinedFiles : FieldFiles {
             FieldFile file(folder / name, Access::write);
             writeAll<double>(file);
             file.close();
-            sources.push_back({name, part.box});
+            parts.push_back({name, part.box, run::description::identityOf(part), {}});
         }
-        FieldFile::createJoined(path, layout, sources);
+        FieldFile::createJoined(path, layout, parts);
     }
 
     Layout layout = smallLayout();
@@ -402,7 +513,7 @@ TEST_F(JoinedFiles, ReadAsNaNWhereAPartIsMissing) {
 
 TEST_F(FieldFiles, JoinedInSinglePrecisionReadAsNaNToo) {
     const Layout layout = smallLayout("cpusp");
-    FieldFile::createJoined(path, layout, std::array{FieldFile::Source{"none.h5", layout.box}});
+    FieldFile::createJoined(path, layout, {{"none.h5", layout.box, {}, {}}});
     const auto missing = readPattern<float>(FieldFile(path, Access::read), layout.box);
     for (const auto& value : missing.values)
         EXPECT_TRUE(std::isnan(value.real()) && std::isnan(value.imag()));

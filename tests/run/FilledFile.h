@@ -16,7 +16,7 @@ inline void createFilled(const std::filesystem::path& path, const run::Layout& l
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
         values.compute(*evaluation, slabs.slab(i));
         values.write(file, slabs.slab(i));
-        file.record(i, {values.checksum(slabs.slab(i)), 1});
+        file.record(i, values.record(slabs.slab(i)));
     }
     file.setAccount({"host", "2026-11-21T09:30:00Z", "2026-11-21T09:31:00Z", 60, 3, 1000, true});
     file.close();

@@ -72,10 +72,15 @@ std::string onTerminal(Work work) {
     dup2(other, STDERR_FILENO);
     work();
     dup2(kept, STDERR_FILENO);
-    std::array<char, 4096> text{};
-    const ssize_t size = read(terminal, text.data(), text.size());
-    for (const int file : {terminal, other, kept}) close(file);
-    return {text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+    // With nobody left to write, reading comes to an end; a single read may have the first line
+    // alone.
+    for (const int file : {other, kept}) close(file);
+    std::string text;
+    std::array<char, 4096> some{};
+    for (ssize_t size = 0; (size = read(terminal, some.data(), some.size())) > 0;)
+        text.append(some.data(), static_cast<std::size_t>(size));
+    close(terminal);
+    return text;
 }
 
 TEST(Progress, ChangesOneLineOnATerminal) {

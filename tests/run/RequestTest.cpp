@@ -38,25 +38,25 @@ TEST(Request, KnowsThePrecisionOfItsMode) {
 
 TEST(Request, OfAModeThatIsNoneIsRefused) {
     EXPECT_EQ(refusal([](Request& r) { r.mode = "gpu"; }),
-              "--mode: 'gpu' is none of cpu, cpudp, cpusp, cuda");
+              "mode: 'gpu' is none of cpu, cpudp, cpusp, cuda");
     EXPECT_EQ(refusal([](Request& r) { r.mode = "cudadp"; }),
-              "--mode: cudadp fields cannot be cut without a difference in rounding; take cpu");
+              "mode: cudadp fields cannot be cut without a difference in rounding; take cpu");
 }
 
 TEST(Request, OfATransformWithoutPositionsIsRefused) {
     for (const double odd : {nan, infinity, -infinity})
         EXPECT_EQ(refusal([=](Request& r) { r.transform[5] = odd; }),
-                  "--transform: every number must be finite");
+                  "transform: every number must be finite");
     EXPECT_EQ(refusal([](Request& r) { r.transform[15] = 0; }),
-              "--transform: the last number must not be 0");
+              "transform: the last number must not be 0");
     EXPECT_EQ(refusal([](Request& r) { r.transform[15] = -1; }), "no failure");
 }
 
 TEST(Request, OfAPistonWithoutAreaOrWavesIsRefused) {
     for (const double odd : {0.0, -1.0, nan, infinity}) {
-        EXPECT_EQ(refusal([=](Request& r) { r.l = odd; }), "-l: must be a length above 0");
-        EXPECT_EQ(refusal([=](Request& r) { r.s = odd; }), "-s: must be a length above 0");
-        EXPECT_EQ(refusal([=](Request& r) { r.k = odd; }), "-k: must be a wavenumber above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.l = odd; }), "l: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.s = odd; }), "s: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.k = odd; }), "k: must be a wavenumber above 0");
     }
 }
 
@@ -64,7 +64,7 @@ TEST(Request, WithoutPointsIsRefused) {
     for (std::size_t i = 0; i < 3; ++i)
         for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN})
             EXPECT_EQ(refusal([=](Request& r) { r.sizes.at(i) = size; }),
-                      "--sizes: each must be 1 or more");
+                      "sizes: each must be 1 or more");
 }
 
 TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
@@ -76,17 +76,17 @@ TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
     };
     EXPECT_EQ(ofSize("cpusp", 1 << 24), "no failure");
     EXPECT_EQ(ofSize("cpusp", (1 << 24) + 1),
-              "--sizes: 16777217 points in a row are more than the 16777216 of the mode cpusp");
+              "sizes: 16777217 points in a row are more than the 16777216 of the mode cpusp");
     EXPECT_EQ(ofSize("cuda", (1 << 24) + 1),
-              "--sizes: 16777217 points in a row are more than the 16777216 of the mode cuda");
+              "sizes: 16777217 points in a row are more than the 16777216 of the mode cuda");
     EXPECT_EQ(ofSize("cpu", std::int64_t{1} << 53), "no failure");
     EXPECT_EQ(ofSize("cpu", (std::int64_t{1} << 53) + 1),
-              "--sizes: 9007199254740993 points in a row are more than the 9007199254740992 of "
+              "sizes: 9007199254740993 points in a row are more than the 9007199254740992 of "
               "the mode cpu");
 }
 
 TEST(Request, OfMoreBytesThan63BitsCountIsRefused) {
-    const char* refusalOfBytes = "--sizes: the field has more than 2^63 bytes";
+    const char* refusalOfBytes = "sizes: the field has more than 2^63 bytes";
     constexpr std::int64_t many = std::int64_t{1} << 53;
     EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 64, 1}; }), refusalOfBytes);
     EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 63, 1}; }), "no failure");
@@ -100,12 +100,12 @@ TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
             r.order = order;
         });
     };
-    EXPECT_EQ(ofOrder("cpu", 0), "--order: 0 is not within 1 to 18000 of the mode cpu");
-    EXPECT_EQ(ofOrder("cpu", -3), "--order: -3 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", 0), "order: 0 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder("cpu", -3), "order: -3 is not within 1 to 18000 of the mode cpu");
     EXPECT_EQ(ofOrder("cpu", 18000), "no failure");
-    EXPECT_EQ(ofOrder("cpusp", 18001), "--order: 18001 is not within 1 to 18000 of the mode cpusp");
+    EXPECT_EQ(ofOrder("cpusp", 18001), "order: 18001 is not within 1 to 18000 of the mode cpusp");
     EXPECT_EQ(ofOrder("cuda", 512), "no failure");
-    EXPECT_EQ(ofOrder("cuda", 513), "--order: 513 is not within 1 to 512 of the mode cuda");
+    EXPECT_EQ(ofOrder("cuda", 513), "order: 513 is not within 1 to 512 of the mode cuda");
 }
 
 TEST(Request, OfATableThatIsNoRuleIsRefused) {
@@ -113,13 +113,13 @@ TEST(Request, OfATableThatIsNoRuleIsRefused) {
                   r.table = {0, nan};
                   r.order = 1;
               }),
-              "--table: every number must be finite");
+              "table: every number must be finite");
     EXPECT_EQ(refusal([](Request& r) {
                   r.mode = "cuda";
                   r.order = 513;
                   r.table.assign(1026, 0.5);
               }),
-              "--table: an order of 513 is not within 1 to 512 of the mode cuda");
+              "table: an order of 513 is not within 1 to 512 of the mode cuda");
 }
 
 }  // namespace

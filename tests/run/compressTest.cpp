@@ -4,9 +4,12 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <iterator>
 
+#include "run/headCopy.h"
 #include "tests/run/FilledFile.h"
 #include "tests/run/Refused.h"
 
@@ -40,7 +43,7 @@ void expectTheSameField(const std::filesystem::path& path, const run::Layout& la
     ASSERT_EQ(after.size(), records.size());
     run::SlabValues values(layout);
     for (std::size_t i = 0; i < after.size(); ++i) {
-        EXPECT_EQ(after[i].finished, 1);
+        EXPECT_TRUE(after[i].finished && after[i].sound);
         EXPECT_EQ(after[i].checksum, records[i].checksum);
         // Of the magnitudes, too.
         const LatticeBox box = layout.slabs().slab(static_cast<std::int64_t>(i));
@@ -67,6 +70,34 @@ TEST_F(CompressedFiles, AreSmaller) {
     const auto before = std::filesystem::file_size(path);
     run::compress(path, 1);
     EXPECT_LT(std::filesystem::file_size(path), before / 4);
+}
+
+TEST_F(CompressedFiles, HaveTheSameOwnerAndRights) {
+    createFilled(path, smallLayout());
+    constexpr mode_t rights = 0640;
+    ASSERT_EQ(chmod(path.c_str(), rights), 0);
+    // The superuser alone may give files away.
+    if (geteuid() == 0) {
+        ASSERT_EQ(chown(path.c_str(), 1234, 4321), 0);
+    }
+    struct stat before {};
+    struct stat after {};
+    ASSERT_EQ(stat(path.c_str(), &before), 0);
+    run::compress(path, 1);
+    ASSERT_EQ(stat(path.c_str(), &after), 0);
+    EXPECT_NE(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    EXPECT_EQ(after.st_uid, before.st_uid);
+    EXPECT_EQ(after.st_gid, before.st_gid);
+}
+
+TEST_F(CompressedFiles, BehindALinkStayBehindIt) {
+    createFilled(path, smallLayout());
+    std::filesystem::create_symlink("field.h5", folder / "link.h5");
+    run::compress(folder / "link.h5", 1);
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.h5"));
+    EXPECT_FALSE(std::filesystem::is_symlink(path));
+    EXPECT_TRUE(FieldFile(path, FieldFile::Access::read).compressed());
 }
 
 TEST_F(CompressedFiles, AreLeftAlone) {
@@ -101,7 +132,7 @@ TEST_F(CompressedFiles, ThatAreDamagedDoNotReadAsIfTheyWereNot) {
         const run::hdf5::Space space(H5Dget_space(dataset), "space");
         ASSERT_GE(H5Dget_chunk_info(dataset, space, 0, nullptr, nullptr, &offset, &size), 0);
     }
-    bytes.at(offset + size / 2) ^= 0x10;
+    bytes.at(run::headCopy::room + offset + size / 2) ^= 0x10;
     setContents(path, bytes);
     const std::string failure = refused([&] { EXPECT_NE(valuesIn<double>(path), whole); });
     EXPECT_THAT(failure, testing::AnyOf("no failure", testing::StartsWith(path.string())));

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "run/commands.h"
+#include "run/options.h"
 #include "tests/run/FilledFile.h"
 #include "tests/run/Refused.h"
 #include "tests/support/Captured.h"
@@ -24,7 +25,8 @@ struct Commands : FieldFiles {
     Commands() {
         command.output = path;
         command.request = smallRequest();
-        command.given = {"--transform", "--sizes", "-l", "-s", "-k"};
+        for (const char* name : {"transform", "sizes", "l", "s", "k"})
+            command.given.emplace(name, run::dashed(name));
         command.slabPoints = 20;
     }
 
@@ -38,7 +40,7 @@ struct Commands : FieldFiles {
 
     static std::string compute(const ComputeCommand& command) {
         return said([&] {
-            run::Team team(/*alone=*/true);
+            run::Team team({});
             EXPECT_EQ(run::compute(command, team), 0);
         });
     }
@@ -81,7 +83,7 @@ TEST_F(Commands, ComputeLeavesAnAccountAndAFileForViewers) {
     EXPECT_GT(account.peakMemory, 1 << 20);
     EXPECT_LE(account.started, account.finished);
     EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
-    EXPECT_FALSE(std::filesystem::exists(path.string() + ".lock"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 2);
 }
 
 TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
@@ -93,7 +95,8 @@ TEST_F(Commands, ComputeWithoutMagnitudesLeavesNoFileForViewers) {
 
 TEST_F(Commands, ComputeKeepsAnOutputThatIsThere) {
     setContents(path, "precious");
-    EXPECT_EQ(compute(command), path.string() + " exists: complete it with --resume, or remove it");
+    EXPECT_EQ(compute(command),
+              path.string() + " exists: complete it with --resume, or replace it with --overwrite");
     command.resume = true;
     EXPECT_THAT(compute(command), HasSubstr("cannot be opened as HDF5"));
     EXPECT_EQ(contents(path), "precious");
@@ -154,7 +157,7 @@ TEST_F(Commands, ComputeCompressesACompleteField) {
 TEST_F(Commands, ComputeRefusesWhatHasNoField) {
     command.request.l = 0;
     EXPECT_EQ(compute(command), "-l: must be a length above 0");
-    command.given.erase("-l");
+    command.given.erase("l");
     EXPECT_EQ(compute(command),
               "-l is missing, and there is no " + command.output.string() + " to go on with");
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));
@@ -206,7 +209,7 @@ TEST_F(PartFiles, ThatDoNotMakeAFieldAreRefused) {
 
 TEST_F(PartFiles, DoNotJoinOverAFile) {
     setContents(path, "precious");
-    EXPECT_EQ(join(parts), path.string() + " exists: remove it first");
+    EXPECT_EQ(join(parts), path.string() + " exists: remove it first, or give --overwrite");
     EXPECT_EQ(contents(path), "precious");
 }
 

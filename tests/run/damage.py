@@ -38,7 +38,7 @@ class ForeignFilesTest(ProgramTest):
         for name, creator in [
             ("bare.h5", None),
             ("other.h5", numpy.bytes_("another program")),
-            ("variable.h5", "pistonfield-run"),
+            ("fixed.h5", numpy.bytes_("pistonfield")),
             ("number.h5", 7),
             ("list.h5", numpy.array([b"pistonfield-run"] * 1000)),
         ]:
@@ -49,16 +49,27 @@ class ForeignFilesTest(ProgramTest):
                     file.attrs["format"] = 1
             self.assert_refused_untouched(name, "is not a file of pistonfield-run")
 
-    def test_of_a_later_format(self):
-        self.run_program(*options(), "--no-magnitude", "field.h5")
-        with h5py.File(self.at("field.h5"), "r+") as file:
-            file.attrs["format"] = 2
-        self.assert_refused_untouched("field.h5", "format that this version does not know")
+    def test_of_another_format(self):
+        for number in (1, 3):
+            self.run_program(*options(), "--no-magnitude", "field.h5")
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                file.attrs.modify("format", number)
+            self.assert_refused_untouched("field.h5", f"has the format {number}, and this version")
+
+    def test_of_another_request(self):
+        for attribute, value in [("k", 4188.8), ("order", 11), ("mode", "cpusp"), ("complete", 0)]:
+            self.run_program(*options(), "--no-magnitude", "field.h5")
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                if isinstance(value, str):
+                    file.attrs[attribute] = value
+                else:
+                    file.attrs.modify(attribute, value)
+            self.assert_refused_untouched("field.h5", "field.h5 is damaged: ")
 
     def test_cut_off_at_any_length(self):
         self.run_program(*options(), "--no-magnitude", "field.h5")
         whole = self.at("field.h5").read_bytes()
-        for length in (1, 8, 100, 1000, 5000, len(whole) // 2, len(whole) - 1):
+        for length in (1, 8, 100, 1000, 5000, 7000):
             self.at("field.h5").write_bytes(whole[:length])
             self.assert_refused_untouched("field.h5", "cannot be opened as HDF5: ")
 
@@ -78,6 +89,38 @@ class ForeignFilesTest(ProgramTest):
 
 
 class DamagedFieldsTest(ProgramTest):
+    def test_are_mended_where_they_were_cut_off_or_their_beginning_is_damaged(self):
+        self.run_program(*options(), "--slab", 611, "field.h5")
+        whole = arrays(self.at("field.h5"))
+        good = self.at("field.h5").read_bytes()
+        flipped = bytearray(good)
+        flipped[8192 + 300] ^= 1
+        for bad, reason in [
+            (good[:-1], f"is cut off: {len(good) - 1} of "),
+            (good[: len(good) // 2], f"is cut off: {len(good) // 2} of "),
+            (bytes(flipped), "is damaged at its beginning; --resume mends it"),
+        ]:
+            self.at("field.h5").write_bytes(bad)
+            for words in (["verify", "field.h5"], ["show", "field.h5"]):
+                self.assertIn(f"field.h5 {reason}", self.refused(*words))
+            said = self.run_program("field.h5", "--resume").out
+            self.assertIn("field.h5 was damaged at its beginning or cut off, and is mended", said)
+            self.assert_same_field(self.at("field.h5"), whole)
+            self.run_program("verify", "field.h5")
+
+    def test_a_bit_of_an_entry_is_told_and_mended(self):
+        self.run_program(*options(), "--slab", 611, "field.h5")
+        whole = arrays(self.at("field.h5"))
+        for member in ("checksum", "seal", "undefined", "finished"):
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                entries = file["slabs"][...]
+                entries[member][3] ^= entries[member].dtype.type(4)
+                file["slabs"][...] = entries
+            said = self.run_program("verify", "field.h5", status=1).out
+            self.assertIn("0 missing, 1 changed", said)
+            self.run_program("field.h5", "--resume")
+            self.assert_same_field(self.at("field.h5"), whole)
+
     def flip_a_bit(self, name, dataset, slab):
         with h5py.File(self.at(name), "r+") as file:
             box = slab_boxes(file)[slab]

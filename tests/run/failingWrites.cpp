@@ -32,8 +32,10 @@ std::string_view variable(const char* name) {
 bool isField(int file) {
     std::array<char, 4096> path{};
     const std::string link = "/proc/self/fd/" + std::to_string(file);
-    return readlink(link.c_str(), path.data(), path.size() - 1) > 0 &&
-           std::string_view(path.data()).find(".h5") != std::string_view::npos;
+    if (readlink(link.c_str(), path.data(), path.size() - 1) <= 0) return false;
+    const std::string_view name(path.data());
+    return name.find(".h5") != std::string_view::npos ||
+           name.find("/.pistonfield-run-") != std::string_view::npos;
 }
 
 bool isAbout() {

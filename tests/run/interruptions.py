@@ -149,7 +149,7 @@ class InterruptionsTest(ProgramTest):
         self.run_program(*options(sizes=(100, 100, 100)), "--slab", 100, "field.h5")
         whole = arrays(self.at("field.h5"))
         process = self.start("field.h5", "--resume", "--compress", 9)
-        while not self.at("field.h5.compressing").exists():
+        while not list(self.folder.glob(".pistonfield-run-*")):
             self.assertIsNone(process.poll())
             time.sleep(0.01)
         process.send_signal(signal.SIGINT)

@@ -16,7 +16,7 @@ import time
 import unittest
 
 import h5py
-from programs import PROGRAM, ProgramTest, arrays, options, slab_boxes
+from programs import PROGRAM, ProgramTest, arrays, datasets, options, slab_boxes
 
 fields = int(sys.argv[1])
 seed = int(sys.argv[2]) if len(sys.argv) > 2 else random.SystemRandom().randrange(10**6)
@@ -58,7 +58,7 @@ class KillsTest(ProgramTest):
         if not self.at(name).exists():
             return 0
         with h5py.File(self.at(name)) as file:
-            found = {name: dataset[...] for name, dataset in file.items()}
+            found = {name: dataset[...] for name, dataset in datasets(file).items()}
             boxes = slab_boxes(file)
         for number, box in enumerate(boxes):
             if found["slabs"][number]["finished"]:
@@ -158,6 +158,25 @@ class KillsTest(ProgramTest):
             kills = self.kill_at_writes("field.h5", request, range(0, 10000, step), *words)
             print(f"{kills} kills in the place of writes {words}", flush=True)
             self.assertGreater(kills, 3)
+
+    def test_leave_nothing_of_mpi_that_the_next_run_does_not_remove(self):
+        # As on several machines, where nothing can be shared in memory.
+        process = self.start(
+            *self.request, "field.h5", ranks=3,
+            env={**os.environ, "OMPI_MCA_sharedfp": "lockedfile"},
+        )  # fmt: skip
+        while process.poll() is None and self.finished("field.h5") < 3:
+            time.sleep(0.002)
+        self.kill(process, "rank")
+        lock = [name for name in self.files() if name.endswith(".lock")]
+        self.assertEqual(len(lock), 1)
+        mine = ["field.h5-7.lock", "field.h5-7-8.lock", "other.h5-7-8.lock", "field.h5-a-8.lock"]
+        for name in mine:
+            self.at(name).write_text("precious")
+        self.at("field.h5-a-9.lock").write_bytes(bytes(8))
+        self.run_program("field.h5", "--resume")
+        left = [name for name in self.files() if name.endswith(".lock")]
+        self.assertEqual(left, sorted([*mine, "field.h5-a-9.lock"]))
 
     def test_while_finished_slabs_are_verified(self):
         name = "verified.h5"

@@ -69,7 +69,7 @@ class FailingWritesTest(ProgramTest):
         self.assertGreater(finished[2], 0)
 
     def test_while_the_file_is_created_leave_none(self):
-        for writes in (0, 1, 5):
+        for writes in (0, 1, 2, 3, 5, 8, 12):
             message = self.refused(*self.request, "field.h5", env=self.failing(writes))
             self.assertIn("field.h5", message)
             self.assertIn("No space left on device", message)
@@ -80,14 +80,14 @@ class FailingWritesTest(ProgramTest):
             with self.subTest(rank=rank):
                 name = f"rank{rank}.h5"
                 # The first process creates the file besides.
-                environment = self.failing(40 if rank == 0 else 7, WRITES_RANK=str(rank))
-                # MPI keeps the reason to itself, but for a line of its own.
+                environment = self.failing(22 if rank == 0 else 7, WRITES_RANK=str(rank))
                 message = self.refused(*self.request, name, ranks=4, env=environment)
-                self.assertIn(f"process {rank}: {name} cannot be written: ", message)
+                reason = f"{name} cannot be written: No space left on device"
+                self.assertRegex(message, f"process {rank} on [^ ]+: {reason}")
                 self.assertGreater(self.assert_completed_later(name, ranks=4), 0)
 
     def test_while_the_file_is_compressed_leave_the_raw_one(self):
-        message = self.refused(*self.request, "field.h5", "--compress", "1", env=self.failing(190))
+        message = self.refused(*self.request, "field.h5", "--compress", "1", env=self.failing(230))
         self.assertIn("No space left on device", message)
         self.assertIn("field.h5", message)
         self.assert_same_field(self.at("field.h5"), self.undisturbed)
@@ -147,6 +147,23 @@ class FoldersTest(ProgramTest):
         )
 
 
+def limit_memory(size):
+    def limit():
+        resource.setrlimit(resource.RLIMIT_AS, (size, size))
+
+    return limit
+
+
+class SmallMemoryTest(ProgramTest):
+    def test_is_told_with_what_takes_it(self):
+        words = [*options(sizes=(500, 500, 500)), "--slab", 2**27, "--no-magnitude", "field.h5"]
+        message = self.refused(*words, preexec_fn=limit_memory(3 * 10**9))
+        self.assertRegex(
+            message,
+            "not enough memory for a slab of 125000000 points, which takes 2.0 GB: .* --slab",
+        )
+
+
 class SmallDiskTest(ProgramTest):
     """On a file system of its own, which may become larger."""
 
@@ -178,7 +195,9 @@ class SmallDiskTest(ProgramTest):
         self.assertEqual(run.returncode, 0, run.stderr)
         first = [line for line in run.stderr.splitlines() if not self.is_beside_the_point(line)][0]
         self.assertRegex(
-            first, "^pistonfield-run: disk/field.h5 has no room for its 148.6 kB: [0-9.]+ kB are free$"
+            first,
+            "^pistonfield-run: disk/field.h5 has no room for its 148.6 kB: "
+            "[0-9.]+ kB are free, [0-9.]+ kB too few$",
         )
         # After the estimate, nothing is listed.
         self.assertIn("time", run.stdout.splitlines()[-1])

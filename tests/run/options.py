@@ -96,10 +96,16 @@ class OptionsTest(ProgramTest):
         self.assertIn("--table", message)
 
     def test_in_a_request_file_are_checked_too(self):
-        for text, name in [("sizes = [1, 2]\n", "--sizes"), ("colour = red\n", "colour")]:
-            with self.subTest(text=text):
-                self.at("request.txt").write_text(text)
-                self.assertIn(name, self.refused("field.h5", "--request", "request.txt"))
+        for text, complaint in [
+            ("sizes = [1, 2]\n", "request.toml:1: sizes: takes 3 numbers, not 2"),
+            ("k = 1\ncolour = 2\n", "request.toml:2: colour is no option"),
+            ("k = 1\n\nk = 2\n", "request.toml:3: .* redefine .* 'k'"),
+        ]:
+            for ranks in (1, 3):
+                with self.subTest(text=text, ranks=ranks):
+                    self.at("request.toml").write_text(text)
+                    words = ["field.h5", "--request", "request.toml"]
+                    self.assertRegex(self.refused(*words, ranks=ranks), complaint)
 
     def test_are_refused_in_one_line_by_four_processes_too(self):
         self.assertIn("--colour", self.refused("field.h5", "--colour", "red", ranks=4))

@@ -125,11 +125,99 @@ class PartsTest(ProgramTest):
                 self.assertIn(reason, self.refused("join", "field.h5", *parts))
                 self.assertEqual(self.files(), before)
 
+    def test_that_do_not_belong_are_all_named(self):
+        first, second, third = self.compute_parts()
+        other = self.compute_parts(name="other", k=4000)
+        message = self.refused("join", "field.h5", first, other[1], "nothing.h5", other[2])
+        for name in (other[1], "nothing.h5", other[2]):
+            self.assertIn(name, message)
+
+    def test_that_change_after_joining_are_named_by_all_commands(self):
+        parts = self.compute_parts()
+        expected = self.values_of_whole()
+        self.run_program("join", "field.h5", *parts)
+        other = self.compute_parts(name="other", k=4000)
+        self.run_program(*options(), "--slab", 100, "--part", "1/3", "again.h5")
+        good = [self.at(part).read_bytes() for part in parts]
+
+        def assert_told(*complaints):
+            self.at("values").unlink(missing_ok=True)
+            for words in (["extract", "field.h5", "values"], ["show", "field.h5"]):
+                message = self.refused(*words)
+                for complaint in complaints:
+                    self.assertIn(complaint, message)
+            run = self.run_program("verify", "field.h5", status=1)
+            for complaint in complaints:
+                self.assertIn(complaint.removeprefix("./"), run.out + run.err)
+            self.assertFalse(self.at("values").exists())
+
+        # Another request's, two of them.
+        for i in (1, 2):
+            self.at(parts[i]).write_bytes(self.at(other[i]).read_bytes())
+        has_another = "has another request or other points than the part that was joined"
+        names = [f"field.part-{i}-of-3.h5" for i in (1, 2, 3)]
+        assert_told(f"{names[1]} {has_another}", f"{names[2]} {has_another}")
+        # To others their values are not there.
+        found = arrays(self.at("field.h5"))["pressure"]
+        self.assertFalse(numpy.isnan(found[:7]).any())
+        self.assertTrue(numpy.isnan(found[7:]).all())
+        # Another place's.
+        for i in (1, 2):
+            self.at(parts[i]).write_bytes(good[3 - i])
+        assert_told(f"{names[1]} {has_another}", f"{names[2]} {has_another}")
+        # Of other slabs.
+        for i in (1, 2):
+            self.at(parts[i]).write_bytes(good[i])
+        self.at(parts[0]).write_bytes(self.at("again.part-1-of-3.h5").read_bytes())
+        assert_told(f"{names[0]} has other values than the part that was joined")
+        # Unfinished.
+        self.at(parts[0]).unlink()
+        kill = {"LD_PRELOAD": os.environ["PISTONFIELD_FAILING_WRITES"], "WRITES": "60"}
+        self.run_program(
+            *options(), "--slab", 100, "--part", "1/3", "field.h5",
+            env={**os.environ, **kill, "WRITES_THEN": "SIGKILL"}, status=-signal.SIGKILL,
+        )  # fmt: skip
+        assert_told(names[0])
+        # As before.
+        self.at(parts[0]).write_bytes(good[0])
+        self.run_program("verify", "field.h5")
+        self.run_program("show", "field.h5")
+        self.assert_same_field(self.at("field.h5"), expected)
+
+    def test_in_the_working_folder_are_not_taken(self):
+        parts = self.compute_parts(folder="here")
+        self.run_program("join", "here/field.h5", *parts)
+        other = self.compute_parts(name="other", k=4000)
+        for path, mine in zip(parts, other):
+            self.at(path).unlink()
+            self.at(mine).rename(self.at(path.split("/")[1]))
+        for words in (["extract", "here/field.h5", "values"], ["show", "here/field.h5"]):
+            self.assertIn("here/field.part-1-of-3.h5 cannot be opened", self.refused(*words))
+        before = os.getcwd()
+        try:
+            os.chdir(self.folder)
+            self.assertTrue(numpy.isnan(arrays(self.at("here/field.h5"))["pressure"]).all())
+        finally:
+            os.chdir(before)
+
+    def test_are_no_output(self):
+        parts = self.compute_parts()
+        before = self.at(parts[0]).read_bytes()
+        os.link(self.at(parts[0]), self.at("same.h5"))
+        for name in (parts[0], "same.h5"):
+            message = self.refused("join", name, *parts, "--overwrite")
+            self.assertIn("both input and output", message)
+        self.assertEqual(self.at(parts[0]).read_bytes(), before)
+
     def test_are_not_joined_over_a_file(self):
         parts = self.compute_parts()
         self.at("field.h5").write_text("mine")
         self.assertIn("field.h5 exists", self.refused("join", "field.h5", *parts))
         self.assertEqual(self.at("field.h5").read_text(), "mine")
+        self.at("field.h5.new").write_text("mine too")
+        self.run_program("join", "field.h5", *parts, "--overwrite")
+        self.run_program("verify", "field.h5")
+        self.assertEqual(self.at("field.h5.new").read_text(), "mine too")
 
     def test_are_verified_and_resumed_one_by_one(self):
         parts = self.compute_parts()

@@ -17,6 +17,13 @@ add_library(failing_writes MODULE failingWrites.cpp)
 target_link_libraries(failing_writes PRIVATE pistonfield_options)
 set_target_properties(failing_writes PROPERTIES CXX_VISIBILITY_PRESET default)
 
+find_package(MPI REQUIRED COMPONENTS CXX)
+# Preloaded, it is an MPI for fewer threads.
+add_library(low_thread_level MODULE lowThreadLevel.cpp)
+target_link_libraries(low_thread_level PRIVATE pistonfield_options MPI::MPI_CXX)
+target_compile_definitions(low_thread_level PRIVATE OMPI_SKIP_MPICXX)
+set_target_properties(low_thread_level PROPERTIES CXX_VISIBILITY_PRESET default)
+
 add_executable(print_rule printRule.cpp)
 target_link_libraries(print_rule PRIVATE pistonfield pistonfield_options)
 
@@ -28,6 +35,7 @@ list(JOIN modes " " modes)
 set(environment
   "PISTONFIELD_RUN=$<TARGET_FILE:pistonfield-run>" "PISTONFIELD_MPIRUN=${MPIEXEC_EXECUTABLE}"
   "PISTONFIELD_MODES=${modes}" "PISTONFIELD_FAILING_WRITES=$<TARGET_FILE:failing_writes>"
+  "PISTONFIELD_LOW_THREAD_LEVEL=$<TARGET_FILE:low_thread_level>"
   "PISTONFIELD_PRINT_RULE=$<TARGET_FILE:print_rule>" PYTHONDONTWRITEBYTECODE=1)
 if(PISTONFIELD_OCTAVE AND PISTONFIELD_BACKEND STREQUAL "emulated")
   list(APPEND environment "PISTONFIELD_OCTAVE=${Octave_EXECUTABLE}"
@@ -41,9 +49,13 @@ function(pistonfield_program_test name script)
   set_tests_properties(run.${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "${environment}")
 endfunction()
 
-foreach(script values processes parts outputs no_room damage interruptions options)
+foreach(script values starting processes parts outputs no_room damage interruptions options)
   pistonfield_program_test(${script} ${script})
 endforeach()
+# One of its parts needs root.
+set_tests_properties(run.starting PROPERTIES LABELS superuser)
+
+pistonfield_program_test(decimals decimals 100000)
 
 # The argument is the number of fields that are computed in spite of kills.
 pistonfield_program_test(kills.quick kills 8)

@@ -23,7 +23,6 @@ os.environ["OMPI_ALLOW_RUN_AS_ROOT_CONFIRM"] = "1"
 # All processes are on this machine: looking for networks would take most of the time.
 os.environ.setdefault("OMPI_MCA_pml", "ob1")
 os.environ.setdefault("OMPI_MCA_btl", "self,vader")
-os.environ.setdefault("OMPI_MCA_ess_singleton_isolated", "1")
 
 # A plane's rotation and shear, and a last element to divide by. Every point lies before the piston.
 TILTED = [2e-4, 5e-5, -3e-5, -6e-3, -4e-5, 2.4e-4, 6e-5, -5e-3, 3e-5, -2e-5, 4e-4, 3e-3, 0, 0, 0, 2]
@@ -47,10 +46,16 @@ def command(*arguments, ranks=1):
     return (launcher if ranks > 1 else []) + [PROGRAM, *map(str, arguments)]
 
 
+def datasets(file):
+    """The datasets of an open file by the names that are their own."""
+    own = [n for n in file if isinstance(file.get(n, getlink=True), h5py.HardLink)]
+    return {name: file[name] for name in own if name != "parts"}
+
+
 def arrays(path):
-    """The datasets of a file."""
+    """What is in the datasets of a file."""
     with h5py.File(path, "r") as file:
-        return {name: dataset[...] for name, dataset in file.items()}
+        return {name: dataset[...] for name, dataset in datasets(file).items()}
 
 
 def slab_boxes(file):

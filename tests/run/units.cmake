@@ -11,9 +11,13 @@ pistonfield_test(run_test
   InterruptionTest.cpp
   ProgressTest.cpp
   RequestTest.cpp
+  SilenceTest.cpp
   SlabValuesTest.cpp
+  TemporaryFileTest.cpp
   compressTest.cpp
   computeTest.cpp
+  launcherTest.cpp
+  numbersTest.cpp
   slabsTest.cpp
   textsTest.cpp
   xdmfTest.cpp)

@@ -10,6 +10,7 @@
 
 #include "tests/run/FieldFiles.h"
 #include "tests/run/Refused.h"
+#include "tests/support/Captured.h"
 
 namespace {
 
@@ -94,7 +95,7 @@ TEST_F(ViewerFiles, PlaceATurnedLatticeInItsOwnFrame) {
     EXPECT_TRUE(isWellFormed(xml));
     EXPECT_THAT(numbers(items(xml)[0]), ElementsAre(0, 24, 0));
     EXPECT_THAT(numbers(items(xml)[1]), ElementsAre(5, 12, 5));
-    EXPECT_THAT(xml, HasSubstr("the lattice's own, not that of the piston"));
+    EXPECT_THAT(xml, HasSubstr("Name=\"field, in the frame of its lattice\""));
 }
 
 TEST_F(ViewerFiles, TakeDirectionsAgainstTheAxesForTurned) {
@@ -109,6 +110,35 @@ TEST_F(ViewerFiles, NameAFileOfAnyName) {
     EXPECT_TRUE(isWellFormed(xml));
     EXPECT_THAT(items(xml)[2],
                 testing::AnyOf("a&amp;b &lt;1>.h5:/magnitude", "a&amp;b &lt;1&gt;.h5:/magnitude"));
+}
+
+TEST_F(ViewerFiles, AreNotWrittenForNamesThatViewersCut) {
+    path = folder / "a:b.h5";
+    const Printed printed = captured([&] { run::writeXdmf(path, smallLayout()); });
+    EXPECT_THAT(printed.out, HasSubstr("there is no " + path.string() + ".xdmf"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path));
+}
+
+TEST_F(ViewerFiles, AreReplacedByLaterOnes) {
+    const std::string before = written(smallLayout());
+    run::Layout layout = smallLayout();
+    layout.request.transform[0] = 1;
+    EXPECT_NE(written(layout), before);
+    setContents(path.string() + ".xdmf", "");
+    EXPECT_EQ(written(smallLayout()), before);
+}
+
+TEST_F(ViewerFiles, OfOthersAreLeftAlone) {
+    const std::filesystem::path other = path.string() + ".xdmf";
+    for (const std::string text :
+         {"precious", "<?xml version=\"1.0\"?>\n<Xdmf Version=\"2.0\">\n"}) {
+        setContents(other, text);
+        EXPECT_EQ(refused([&] { run::writeXdmf(path, smallLayout()); }),
+                  other.string() + " exists, and is no file of this program");
+        EXPECT_EQ(contents(other), text);
+    }
+    run::writeXdmf(path, smallLayout(), /*overwrite=*/true);
+    EXPECT_TRUE(isWellFormed(contents(other)));
 }
 
 TEST_F(ViewerFiles, ThatCannotBeWrittenSaySo) {

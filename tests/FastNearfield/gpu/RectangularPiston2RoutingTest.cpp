@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <sstream>
 #include <vector>
 
@@ -27,8 +28,8 @@ using testing::ElementsAre;
 using testing::Not;
 using testing::StartsWith;
 
-constexpr int points = 12;
-constexpr int reals = 2 * points;
+constexpr std::size_t points = 12;
+constexpr std::size_t reals = 2 * points;
 
 class Routing : public RuleOnDevice {
   protected:
@@ -188,7 +189,7 @@ TEST_F(Routing, StorageOfTheWrongSizeIsReportedBeforeAnythingElse) {
     for (const bool useCuda : {false, true}) {
         piston.useCuda = useCuda;
         for (const auto type : {CudaStorage::DT_FLOAT, CudaStorage::DT_DOUBLE})
-            for (const std::size_t size : {reals - 1, reals + 2, points, 0}) {
+            for (const std::size_t size : {reals - 1, reals + 2, points, std::size_t{0}}) {
                 CudaStorage storage(type, size);
                 EXPECT_THAT(transcriptOf([&] { piston.compute(&storage, grid); }),
                             ElementsAre("report: data->getSize() == grid.nbPositions()*2 "

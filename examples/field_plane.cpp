@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The pressure of a small ultrasound piston in water, in the plane through its long middle line,
+// computed on all cores of the processor.
+
+#include <FastNearfield/RectangularPiston2.h>
+#include <core/LatticeBox.h>
+
+#include <algorithm>
+#include <array>
+#include <complex>
+#include <cstdint>
+#include <cstdio>
+#include <numbers>
+#include <thread>
+#include <vector>
+
+namespace {
+
+constexpr double soundSpeed = 1500;                            // m/s
+constexpr double density = 1000;                               // kg/m^3
+constexpr double velocity = 0.1;                               // m/s, the piston's amplitude
+constexpr double k = 2 * std::numbers::pi * 1e6 / soundSpeed;  // rad/m, at 1 MHz
+constexpr double l = 5e-3;                                     // m, the side along y
+constexpr double s = 7.5e-3;                                   // m, the side along x
+constexpr int order = 32;                                      // abscissas of each edge integral
+
+// The lattice point (ix, iy, iz) lies at x = -15 mm + ix * step, y = 0, z = (iz + 1) * step.
+constexpr double step = 0.5e-3;
+constexpr std::int64_t sx = 61;
+constexpr std::int64_t sz = 160;
+constexpr std::array<double, 16> transform{step, 0, 0,    -15e-3, 0, step, 0, 0,
+                                           0,    0, step, step,   0, 0,    0, 1};
+
+using Field = std::vector<std::complex<double>>;
+
+/// The layers from iz = first to last - 1, with a piston of the thread's own.
+void computeLayers(Field& field, std::int64_t first, std::int64_t last) {
+    RectangularPistonCuda2 piston(l, s, k);
+    piston.doubleRule.compute(order);
+    const LatticeBox layers{{0, 0, first}, {sx, 1, last - first}};
+    piston.computeBox(field.data() + first * sx, transform.data(), layers);
+}
+
+Field fieldInPlane() {
+    Field field(sx * sz);
+    const std::int64_t threads = std::max(1U, std::thread::hardware_concurrency());
+    std::vector<std::jthread> running;
+    for (std::int64_t i = 0; i < threads; ++i)
+        running.emplace_back([&field, first = sz * i / threads, last = sz * (i + 1) / threads] {
+            computeLayers(field, first, last);
+        });
+    running.clear();  // waits for all of them
+    return field;
+}
+
+}  // namespace
+
+int main() {
+    const Field field = fieldInPlane();
+    std::puts(" z (mm)  |p| on the axis (kPa)");
+    for (std::int64_t iz = 9; iz < sz; iz += 10) {
+        const std::complex<double> p = field[static_cast<std::size_t>(iz * sx + sx / 2)];
+        std::printf("%7.1f  %10.3f\n", static_cast<double>(iz + 1) * step * 1e3,
+                    density * soundSpeed * velocity * std::abs(p) * 1e-3);
+    }
+}

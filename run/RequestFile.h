@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "run/options.h"
+
+namespace run {
+
+/// The settings in the text of a request file, which is TOML: one key for each option of a field to
+/// compute, and "output".
+/// @param name of the file, for messages
+/// @throws std::runtime_error naming the file and the line of what is no TOML or no option
+std::vector<Setting> readRequestFile(const std::string& name, const std::string& text);
+
+}  // namespace run

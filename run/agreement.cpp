@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/agreement.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <optional>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+namespace run {
+
+namespace {
+
+/// Gives a file a time of its last change that no other has, and in the end the time it is then.
+class Mark {
+  public:
+    explicit Mark(std::filesystem::path path) : path(std::move(path)) {
+        // In whole seconds, as some file systems have no others.
+        constexpr std::time_t most = 10'000'000;
+        const std::time_t before = std::uniform_int_distribution<std::time_t>(1, most)(source);
+        set({std::time(nullptr) - before, 0});
+    }
+    Mark(const Mark&) = delete;
+    Mark& operator=(const Mark&) = delete;
+    ~Mark() { set({0, UTIME_NOW}); }
+
+  private:
+    /// Only the owner of a file may do that: those of others are known by their size alone.
+    void set(const timespec& time) const {
+        const std::array<timespec, 2> times{{{0, UTIME_OMIT}, time}};
+        static_cast<void>(utimensat(AT_FDCWD, path.c_str(), times.data(), 0));
+    }
+
+    std::filesystem::path path;
+    std::random_device source;
+};
+
+/// By what a file is known on every machine: numbers of devices differ there, and so may those of
+/// files.
+std::string identity(const struct stat& file) {
+    return std::to_string(file.st_size) + " bytes, changed at " +
+           std::to_string(file.st_mtim.tv_sec);
+}
+
+/// The identity of the output, opened anew to write.
+std::string seen(const std::filesystem::path& output) {
+    const auto refuse = [&] {
+        throw std::runtime_error(output.string() +
+                                 " cannot be opened: " + std::generic_category().message(errno));
+    };
+    // Networks look after a file's sizes and times when it is opened.
+    const int file = open(output.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+    if (file < 0) refuse();
+    struct stat found {};
+    const int failed = fstat(file, &found);
+    static_cast<void>(close(file));
+    if (failed != 0) refuse();
+    return identity(found);
+}
+
+/// Waits for a network to show what another machine has.
+void requireSeen(const std::filesystem::path& output, const std::string& expected) {
+    constexpr std::chrono::milliseconds pause{100};
+    constexpr int tries = 30;
+    std::string found;
+    for (int i = 0; i < tries && found != expected; ++i) {
+        if (i > 0) std::this_thread::sleep_for(pause);
+        found = seen(output);
+    }
+    if (found != expected)
+        throw std::runtime_error(output.string() +
+                                 " is another file there than the first process has: all machines "
+                                 "have to share its folder");
+}
+
+std::string joined(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += word + '\0';
+    return text;
+}
+
+std::vector<std::string> split(const std::string& text) {
+    std::istringstream in(text);
+    std::vector<std::string> words;
+    for (std::string word; std::getline(in, word, '\0');) words.push_back(word);
+    return words;
+}
+
+}  // namespace
+
+void requireSameWords(const std::vector<std::string>& words, const Team& team) {
+    const std::vector<std::string> first = split(team.shared([&] { return joined(words); }));
+    const auto [here, there] =
+        std::mismatch(words.begin(), words.end(), first.begin(), first.end());
+    const auto text = [](auto word, auto end) {
+        return word == end ? "no more words" : "'" + *word + "'";
+    };
+    team.together([&, here = here, there = there] {
+        if (words != first)
+            throw std::runtime_error(team.nameOf(team.rank()) + " was started with " +
+                                     text(here, words.end()) + " where the first has " +
+                                     text(there, first.end()));
+    });
+}
+
+void requireSameOutput(const std::filesystem::path& output, const Team& team) {
+    if (team.size() == 1) return;
+    std::optional<Mark> mark;
+    const std::string expected = team.shared([&] {
+        mark.emplace(output);
+        return seen(output);
+    });
+    team.together([&] {
+        try {
+            requireSeen(output, expected);
+        } catch (const std::runtime_error& error) {
+            throw std::runtime_error(team.nameOf(team.rank()) + ": " + error.what());
+        }
+    });
+}
+
+}  // namespace run

@@ -1,0 +1,62 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+namespace run {
+
+/// An option of a field to compute. A request file may have it as a key.
+struct Option {
+    const char* name;   ///< without dashes
+    int words;          ///< that follow it; none follows a flag
+    const char* word;   ///< what each of them is
+    const char* group;  ///< under which help has it
+    const char* text;   ///< what help says of it
+};
+
+inline constexpr const char* fieldGroup = "The field";
+inline constexpr const char* workGroup = "The work";
+inline constexpr const char* overwriteText = "replace the output where there is one";
+
+inline constexpr std::array<Option, 15> computeOptions{{
+    {"transform", 16, "NUMBER", fieldGroup,
+     "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
+     "piston, which lies in z = 0 around the origin"},
+    {"sizes", 3, "NUMBER", fieldGroup, "points along the lattice's directions x, y and z"},
+    {"l", 1, "LENGTH", fieldGroup, "the piston's side along y"},
+    {"s", 1, "LENGTH", fieldGroup, "the piston's side along x"},
+    {"k", 1, "NUMBER", fieldGroup, "the wavenumber, in radians per unit of length"},
+    {"mode", 1, "MODE", fieldGroup,
+     "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)"},
+    {"order", 1, "NUMBER", fieldGroup, "abscissas of each edge integral; 10 by default"},
+    {"table", 1, "RULE", fieldGroup,
+     "in place of an order, a rule: abscissa, weight, abscissa ...; a text file of them, or in "
+     "quotes themselves"},
+    {"resume", 0, "", workGroup, "go on with the output where there is one"},
+    {"overwrite", 0, "", workGroup, overwriteText},
+    {"part", 1, "PART", workGroup,
+     "as 3/10: compute the third of ten parts, alone, into a file of its own"},
+    {"estimate", 0, "", workGroup, "only say what memory, disk and time it takes"},
+    {"slab", 1, "NUMBER", workGroup,
+     "points that are computed and written at a time; 262144 by default"},
+    {"compress", 1, "LEVEL", workGroup, "compress the complete file, from 1 (fast) to 9 (small)"},
+    {"no-magnitude", 0, "", workGroup, "leave out the magnitude, and with it the file for viewers"},
+}};
+
+/// An option as people write it: "-k", "--sizes".
+std::string dashed(const std::string& name);
+
+/// What was given for an option or a key.
+struct Setting {
+    std::string name;                ///< of the option
+    std::vector<std::string> words;  ///< none of a flag
+    std::string origin;              ///< where it is, as "--sizes" or "request.toml:3: sizes"
+};
+
+/// ", did you mean NAME?", with the name that is most like a word; nothing where none is.
+std::string suggestion(const std::string& word, const std::vector<std::string>& names);
+
+}  // namespace run

@@ -1,0 +1,89 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+% What pistonfield_pressure does for long fields, seen from outside an Octave of its own: it keeps
+% within the memory that it is given, shows progress, and ends on Ctrl-C.
+
+1;
+
+function keeps_within(mode, sizes, limit)
+  [status, ~, errors] = run_octave(sprintf('addpath %s; peak_of_field(''%s'', [%s], %g)', ...
+    fileparts(which('pistonfield_pressure')), mode, num2str(sizes), limit));
+  expect(status == 0, '%s', errors);
+  found = sscanf(errors, '%d slabs, %g bytes');
+  printf('        %d slabs, %.1f MB of %.1f MB\n', found(1), found(2) / 1e6, limit / 1e6);
+  expect(found(1) > 1, 'the field was not cut');
+  expect(found(2) <= limit, '%.1f MB were used of %.1f MB', found(2) / 1e6, limit / 1e6);
+end
+
+% Starts a field of minutes, waits until it shows progress, and interrupts it: the time that the
+% process then takes to end [s].
+function seconds = time_to_end(mode, grid)
+  [process, output] = start_octave(sprintf([ ...
+    'pistonfield_pressure(struct(''width'', 7.5e-3, ''height'', 5e-3), pistonfield_grid(%s), ', ...
+    '''frequency'', 1e6, ''mode'', ''%s'', ''order'', 200, ''progress'', ''text'');'], grid, mode));
+  shown = wait_for(output, ' s left');
+  start = tic();
+  kill(process, SIG().INT);
+  while waitpid(process, WNOHANG()) == 0 && toc(start) < 30
+    pause(0.02);
+  end
+  seconds = toc(start);
+  fclose(output);
+  expect(! isempty(strfind(shown, ' s left')), 'no progress was shown: %s', shown);
+end
+
+% What comes until a text does, or a minute has passed.
+function shown = wait_for(output, text)
+  shown = '';
+  start = tic();
+  while isempty(strfind(shown, text)) && toc(start) < 60
+    line = fgets(output);
+    if ischar(line)
+      shown = [shown, line];
+    else
+      fclear(output);
+      pause(0.05);
+    end
+  end
+end
+
+% A busy machine may hold up one of them.
+function ends_on_interrupt(mode, grid)
+  seconds = Inf;
+  for attempt = 1:3
+    seconds = min(seconds, time_to_end(mode, grid));
+    if seconds <= 2
+      break
+    end
+  end
+  printf('        %.2f s\n', seconds);
+  expect(seconds <= 2, 'it ended after %.1f s', seconds);
+end
+
+function bytes = bytes_of_slab(mode)
+  bytes = 64 + 32 * strncmp(mode, 'cuda', 4);
+end
+
+warning('off', 'pistonfield:rounding');
+volume = '(1:430) * 1e-4, (1:430) * 1e-4, (1:430) * 1e-4';
+turned = '[0 0 0.06], 1e-4 * [0.8 0 0.6; 0.48 0.6 -0.64; -0.36 0.8 0.48]'', [400 400 300]';
+line = '0, 0, (1:2e7) * 1e-8';
+for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+  it(sprintf('mode %s keeps within its memory', mode{1}), ...
+     @() keeps_within(mode{1}, [4 700 700], (4 * 16 + bytes_of_slab(mode{1})) * 700 ^ 2));
+end
+it('a field in thin slabs takes little more than its own memory', ...
+   @() keeps_within('cpu', [120 120 120], 16 * 120 ^ 3 + 64 * 120 ^ 2 + 8e6));
+for mode = {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'}
+  it(sprintf('mode %s ends on Ctrl-C in a volume', mode{1}), ...
+     @() ends_on_interrupt(mode{1}, volume));
+end
+for mode = {'cpu', 'cuda', 'cudadp'}
+  it(sprintf('mode %s ends on Ctrl-C on a turned grid', mode{1}), ...
+     @() ends_on_interrupt(mode{1}, turned));
+  it(sprintf('mode %s ends on Ctrl-C on a line', mode{1}), ...
+     @() ends_on_interrupt(mode{1}, line));
+end
+
+finish();

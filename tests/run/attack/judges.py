@@ -1,0 +1,252 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""Judges over damaged fields: verify, show, extract and --resume of the program, and h5py.
+
+A damage passes when verify tells it, with status 1 and a line, or when no reader sees a difference.
+No reader may crash or hang, none may answer 0 with something else where verify tells nothing, a
+refused run changes nothing, and a run that goes on ends in the right field or is refused."""
+
+import hashlib
+import json
+import os
+import select
+import shutil
+import signal
+
+import h5py
+import numpy
+from attacks import INSIDES, complaints, died, limited, run_limited, unrefused
+from programs import PROGRAM
+
+# What says how a field came about, and may be another in each run of the same request.
+ACCOUNT = {
+    "host",
+    "started",
+    "finished",
+    "seconds",
+    "processes",
+    "peak_memory",
+    "version",
+    "digest",
+}
+
+
+def digest(values):
+    """Of an array's values, without what lies between the members of compounds."""
+    values = numpy.asarray(values)
+    if values.dtype.names:
+        return [digest(values[name]) for name in values.dtype.names]
+    if values.dtype.hasobject:
+        return repr(values.tolist())
+    return hashlib.blake2b(numpy.ascontiguousarray(values).tobytes(), digest_size=16).hexdigest()
+
+
+def view_attributes(owner):
+    found = {}
+    for name in owner.attrs:
+        value = owner.attrs[name]
+        stored = owner.attrs.get_id(name)
+        found[name] = [type(value).__name__, str(stored.dtype), stored.shape, digest(value)]
+    return found
+
+
+def view_sources(dataset):
+    """Where a virtual dataset takes its values from."""
+    return [
+        [s.file_name, s.dset_name, s.vspace.get_select_bounds(), s.src_space.shape]
+        for s in dataset.virtual_sources()
+    ]
+
+
+def view_dataset(dataset):
+    return [
+        str(dataset.dtype),
+        dataset.shape,
+        dataset.maxshape,
+        dataset.chunks,
+        dataset.compression,
+        digest(dataset.fillvalue),
+        view_sources(dataset) if dataset.is_virtual else [],
+        digest(dataset[...]),
+    ]
+
+
+def view(path):
+    """All that h5py sees in a file, as {what: its digest}."""
+    found = {}
+    with h5py.File(path, "r") as file:
+        for name, about in view_attributes(file).items():
+            found[f"attribute {name}"] = about
+        for name, item in file.items():
+            found[f"dataset {name}"] = view_dataset(item)
+            for attribute, about in view_attributes(item).items():
+                found[f"attribute {attribute} of {name}"] = about
+    return json.loads(json.dumps(found))
+
+
+def view_in_child(path, patience=10):
+    """The same, in a process of its own: the library that reads may crash. A text if that fails."""
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child == 0:
+        try:
+            limited()
+            os.dup2(os.open(os.devnull, os.O_WRONLY), 2)
+            answer = json.dumps(view(path))
+        except BaseException as error:  # pylint: disable=broad-except
+            answer = json.dumps(f"h5py fails with {type(error).__name__}")
+        finally:
+            with os.fdopen(writing, "w") as pipe:
+                pipe.write(answer)
+            os._exit(0)
+    os.close(writing)
+    with os.fdopen(reading) as pipe:
+        if not select.select([pipe], [], [], patience)[0]:
+            os.kill(child, signal.SIGKILL)
+        answer = pipe.read()
+    os.waitpid(child, 0)
+    return json.loads(answer) if answer else "h5py crashes or hangs"
+
+
+def raw_ranges(path):
+    """Where the file has the field's values, as (begin, end) in bytes."""
+    ranges = []
+    with h5py.File(path, "r") as file:
+        for name in {"pressure", "magnitude"} & set(file):
+            dataset = file[name].id
+            if file[name].is_virtual:
+                continue
+            if file[name].chunks:
+                for number in range(dataset.get_num_chunks()):
+                    chunk = dataset.get_chunk_info(number)
+                    ranges.append((chunk.byte_offset, chunk.byte_offset + chunk.size))
+            else:
+                ranges.append(
+                    (dataset.get_offset(), dataset.get_offset() + dataset.get_storage_size())
+                )
+    return sorted(ranges)
+
+
+def metadata_bytes(path):
+    """The offsets of all bytes that are none of the field's values."""
+    offsets, at = [], 0
+    for begin, end in raw_ranges(path):
+        offsets += range(at, begin)
+        at = end
+    return offsets + list(range(at, os.path.getsize(path)))
+
+
+def of_the_field(seen):
+    """What of a view is the same in every run of the same request, however it ended."""
+    return {
+        key: about[-1] if key.startswith("dataset") else about
+        for key, about in seen.items()
+        if key.partition(" ")[2] not in ACCOUNT
+    }
+
+
+class Judges:
+    """They know a field as it should be, and judge what damage does to its file.
+
+    folder    where the field lies, with the parts that it needs
+    name      its file there
+    whole     the file of the field as an undisturbed run makes it"""
+
+    def __init__(self, folder, name, whole):
+        self.folder, self.name = folder, name
+        self.bytes = (folder / name).read_bytes()
+        self.view = view(folder / name)
+        self.whole = of_the_field(view(whole))
+        self.verified = self.run(folder, "verify", name)
+        self.shown = self.run(folder, "show", name)
+        self.extracted = None
+        if self.run(folder, "extract", name, "values").status == 0:
+            self.extracted = (folder / "values").read_bytes()
+            (folder / "values").unlink()
+
+    @staticmethod
+    def run(folder, *arguments):
+        return run_limited([PROGRAM, *arguments], patience=10, cwd=folder)
+
+    def seen_by_h5py(self, path):
+        """What h5py sees otherwise than before the damage; None where that is nothing."""
+        seen = view_in_child(path)
+        if isinstance(seen, str):
+            return seen
+        changed = [key for key in self.view if seen.get(key) != self.view[key]]
+        changed += [key for key in seen if key not in self.view]
+        return f"{changed[0]} differs" if changed else None
+
+    def judge(self, damaged, folder):
+        """The findings, and whether verify told the damage. The folder is to work in."""
+        path = folder / self.name
+        path.write_bytes(damaged)
+        findings = []
+        difference = self.seen_by_h5py(path)
+        verified = self.run(folder, "verify", self.name)
+        told = verified.status == 1 and verified[:3] != self.verified[:3]
+        if wrong := died(verified) or self.wrong_words(verified):
+            findings.append(f"verify {wrong}")
+        elif told and not (verified.out or complaints(verified)):
+            findings.append("verify says nothing")
+        elif not told and difference:
+            findings.append(f"verify does not tell that {difference}")
+        findings += self.judge_show(folder, told) + self.judge_extract(folder, told)
+        return findings + self.judge_resume(folder, damaged), told
+
+    @staticmethod
+    def wrong_words(run):
+        lines = complaints(run)
+        if len(lines) > 1:
+            return f"says {len(lines)} lines"
+        return next((f"says '{word}'" for word in INSIDES if lines and word in lines[0]), None)
+
+    def judge_show(self, folder, told):
+        shown = self.run(folder, "show", self.name)
+        if shown.status != 0:
+            return [f"show {wrong}"] if (wrong := unrefused(shown)) else []
+        return [] if told or shown.out == self.shown.out else ["show shows something else"]
+
+    def judge_extract(self, folder, told):
+        run = self.run(folder, "extract", self.name, "values")
+        values = folder / "values"
+        findings = []
+        if run.status != 0:
+            if wrong := unrefused(run):
+                findings.append(f"extract {wrong}")
+            if values.exists():
+                findings.append("extract is refused and leaves a file")
+        elif not told and values.read_bytes() != self.extracted:
+            findings.append("extract gives other values")
+        values.unlink(missing_ok=True)
+        return findings
+
+    def judge_resume(self, folder, damaged):
+        path = folder / self.name
+        before = {file.name for file in folder.iterdir()}
+        run = self.run(folder, self.name, "--resume")
+        findings = []
+        if run.status == 0:
+            seen = view_in_child(path)
+            if isinstance(seen, str):
+                findings.append(f"--resume answers 0 where {seen}")
+            elif of_the_field(seen) != self.whole:
+                changed = sorted(
+                    k for k in self.whole if of_the_field(seen).get(k) != self.whole[k]
+                )
+                findings.append(f"--resume answers 0 with another {(changed or ['content'])[0]}")
+        elif wrong := unrefused(run):
+            findings.append(f"--resume {wrong}")
+        # Nothing was computed before it was refused.
+        elif path.read_bytes() != damaged and "computing" not in run.err:
+            findings.append("--resume is refused and changes the file")
+        for left in {file.name for file in folder.iterdir()} - before:
+            if run.status != 0 or left != f"{self.name}.xdmf":
+                findings.append("--resume leaves a file beside the field")
+            (folder / left).unlink()
+        return findings
+
+
+def copy_companions(folder, name, to):
+    """All that lies beside a field."""
+    shutil.copytree(folder, to, ignore=shutil.ignore_patterns(name, f"{name}.xdmf"))
