@@ -90,7 +90,7 @@ TEST_F(Routing, OnTheGpuHasZerosWhereTheContextHasNoRule) {
     std::vector<float> field(reals, 1);
     const Printed printed = captured([&] { piston.compute(field.data(), grid); });
     EXPECT_THAT(field, testing::Each(0));
-    EXPECT_THAT(printed.out, testing::HasSubstr("cuda\n CUDADATA: 0 0 0 0\n"));
+    EXPECT_THAT(printed.out, testing::HasSubstr("\ncuda\n CUDADATA: "));
     EXPECT_EQ(printed.err, "");
 }
 
