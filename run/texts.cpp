@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/texts.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -53,7 +54,11 @@ std::string figure(double number) {
 }
 
 std::string reason(const std::exception& failure) {
-    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
+    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) {
+        std::string line = failure.what();
+        std::replace(line.begin(), line.end(), '\n', ' ');
+        return line;
+    }
     return "there is not enough memory; --slab says how many points are computed at a time";
 }
 
