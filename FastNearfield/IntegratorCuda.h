@@ -5,7 +5,8 @@
 /// Quadrature rules for the GPU kernels. A rule lives in constant memory as the first ceil(N/2)
 /// abscissas and weights and the order N, N at most 512; the kernels take x[i] for the pair +-x[i]
 /// of common weight w[i], and the middle abscissa of an odd rule for 0. It lasts as long as the
-/// device's context.
+/// device's context: a new `CudaDeviceThread` needs a new upload. Launchers in a context without a
+/// rule give 0 everywhere.
 ///
 /// A failure is reported through the current error handler, as for `checkPending` and `checkCall`.
 extern "C" {

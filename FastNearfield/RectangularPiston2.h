@@ -23,12 +23,22 @@
 ///
 /// Lengths are in any one unit, the wavenumber in radians per that unit. NaN and infinite values
 /// propagate into the field. One object is used by one thread at a time.
+///
+/// A program that wants the field calls `computeBox`, which needs neither a device nor a rule on
+/// it, and prints nothing. With `useCuda` set, as it is at first, `compute` works on the GPU, as
+/// `computeCuda` always does: in the context that is there, by the rule that was uploaded to it,
+/// and not by the piston's own rules. Neither function uploads one. Without a rule **every value is
+/// 0**, and nothing tells that from success. So the lines for a field on the GPU are
+///
+///     const CudaDeviceThread device;                             // core/cudahelper.h
+///     setCudaIntegratorParameters("RectangularPiston", order);   // FastNearfield/IntegratorCuda.h
+///     piston.compute(field.data(), grid);
 class RectangularPistonCuda2 : public Piston {
   public:
     /// @param l side length along y
     /// @param s side length along x
     /// @param k wavenumber
-    /// The rules start at order 100 and `useCuda` set.
+    /// The rules start at order 100, and `useCuda` set: see above for what `compute` then needs.
     RectangularPistonCuda2(double l, double s, double k);
 
     /// The integrand of one edge integral, for `Integ`. The pressure itself is computed several
@@ -49,20 +59,24 @@ class RectangularPistonCuda2 : public Piston {
         }
     };
 
-    /// In single precision. Prints "cpu", or "cuda" and the first four reals (two of a field of one
+    /// In single precision; on the GPU by the rule in the context, and 0 everywhere without one.
+    /// Prints "cpu", or "cuda" and the first four reals (two of a field of one
     /// point), on standard output.
     void compute(float* data, const Grid3DR<double>& grid) const override;
 
     /// Fills the storage in its own precision, on the side where it is computed. A storage of
     /// another size than 2 * grid.nbPositions() is reported through the current error handler; one
-    /// of doubles with `useCuda` set ends the process with the platform's assertion failure.
+    /// of doubles with `useCuda` set ends the process with the platform's assertion failure. On the
+    /// GPU by the rule in the context, and 0 everywhere without one.
     void compute(CudaStorage* data, const Grid3DR<double>& grid) const override;
 
-    /// In double precision; on a GPU as the double-precision launchers have it.
+    /// In double precision; on a GPU as the double-precision launchers have it, by the rule in the
+    /// context, and 0 everywhere without one.
     virtual void compute(double* data, const Grid3DR<double>& grid) const;
 
-    /// Fills a field array in two halves on the GPU, in single precision whatever T; the halves
-    /// hold grid.nbPositions() values each.
+    /// Fills a field array in two halves on the GPU, in single precision whatever T, by the rule in
+    /// the context, and with 0 everywhere without one; the halves hold grid.nbPositions() values
+    /// each.
     template <class T>
     void computeCuda(T* re, T* im, const Grid3DR<double>& grid) const;
 
@@ -105,7 +119,7 @@ class RectangularPistonCuda2 : public Piston {
     GaussLegendre<float> floatRule;
     Integ<float> floatInteg{&floatRule};
     Integ<double> doubleInteg{&doubleRule};
-    bool useCuda = true;
+    bool useCuda = true;  ///< whether `compute` works on the GPU
 };
 
 /// Resorts 2n floats from n real parts followed by n imaginary parts to n pairs, in place.

@@ -7,8 +7,15 @@
 /// The launchers of the GPU field computation: free functions with C linkage for any host program.
 ///
 /// Each moves what its kernel needs to the device, starts one kernel, and (but for the `_device`
-/// halves) brings the field back. They need a device (`CudaDeviceThread`) and a rule on it
-/// (`FastNearfield/IntegratorCuda.h`).
+/// halves) brings the field back. They need a device and a rule on it, of their precision, and
+/// bring neither: they use whatever rule the context holds. In a context without one **every value
+/// is 0**, and nothing tells that from success. Before the first launch, and again after the
+/// context has ended, stand
+///
+///     const CudaDeviceThread device;                             // core/cudahelper.h
+///     setCudaIntegratorParameters("RectangularPiston", order);   // FastNearfield/IntegratorCuda.h
+///
+/// `RectangularPistonCuda2::computeBox` computes on the CPU and needs neither.
 ///
 /// - sx, sy, sz: the grid's sizes; fields are in grid point order, x fastest, then y, then z. The
 ///   bytes of a field must fit 31 bits, and sy*sz may be 524280 at most on a device whose grids

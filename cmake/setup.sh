@@ -14,7 +14,7 @@ export LC_ALL=C.UTF-8
 # What the project's scripts and tests call is in these; tests/bare_machine.sh shows that none is missing.
 module_packages=(cmake ninja-build g++ octave octave-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
-test_packages=(libgtest-dev libgmock-dev dpkg-dev file pkg-config)
+test_packages=(git libgtest-dev libgmock-dev dpkg-dev file pkg-config)
 run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev
   libtomlplusplus-dev)
 reader_packages=(python3-h5py)
@@ -100,6 +100,16 @@ require_demo_packages() {
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
     "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
+}
+
+# The second compiler that the tests are built with.
+require_clang() {
+  require_packages "${clang_packages[@]}"
+}
+
+# What only the tests of the packages use that `ctest --build-config packages` adds.
+require_package_checkers() {
+  require_packages "${package_check_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.

@@ -325,22 +325,26 @@ function drawing = draw_slices(quantity, grid, at, normals, options)
     images(i) = image_i;
   end
   bar = colorbar(ax(end), bar_place);
-  lettering = {'ylabel', 'ytick', 4};
   if strcmp(bar_place, 'southoutside')
-    lettering = {'xlabel', 'xtick', 3};
-  end
-  set(get(bar, lettering{1}), 'string', quantity.label);
-  if strcmp(options.show, 'phase') && isempty(options.limits)
-    set(bar, lettering{2}, -180:90:180);
+    xlabel(bar, quantity.label);
+    set(bar, 'xtick', bar_ticks(quantity, options, bar_box(3) * pixels(1)));
   else
-    length = bar_box(lettering{3}) * pixels(lettering{3} - 2);
-    set(bar, lettering{2}, ticks(quantity.limits, quantity.limits, length / 45));
+    ylabel(bar, quantity.label);
+    set(bar, 'ytick', bar_ticks(quantity, options, bar_box(4) * pixels(2)));
   end
   for i = 1:count
     set(ax(i), 'position', boxes(i, :));
   end
   set(bar, 'position', bar_box);
   drawing = struct('figure', fig, 'axes', ax, 'graphics', images, 'colorbar', bar);
+end
+
+function values = bar_ticks(quantity, options, pixels)
+  if strcmp(options.show, 'phase') && isempty(options.limits)
+    values = -180:90:180;
+  else
+    values = ticks(quantity.limits, quantity.limits, pixels / 45);
+  end
 end
 
 % Round numbers within limits, about so many; where that were fewer than two, the first and the last

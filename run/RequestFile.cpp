@@ -52,7 +52,36 @@ std::vector<std::string> wordsOf(const toml::node& value) {
     return words;
 }
 
+/// Whether a key of the text has more parts than the parser's recursion can take. A request needs
+/// none; numbers that follow each other are no key.
+bool nestsDeeply(const std::string& text) {
+    constexpr int most = 100;
+    int dots = 0;
+    char before = '\0';
+    bool spaced = false;
+    for (const char c : text) {
+        if (c == ' ' || c == '\t') {
+            spaced = true;
+            continue;
+        }
+        const bool ends = c == ',' || c == '=' || c == '\n' || c == '#';
+        if (ends || (spaced && before != '.' && c != '.')) dots = 0;
+        if (c == '.' && ++dots > most) return true;
+        before = c;
+        spaced = false;
+    }
+    return false;
+}
+
+/// Whether an option's value may be a list.
+bool takesList(const std::string& name) {
+    for (const Option& option : computeOptions)
+        if (name == option.name) return option.words > 1 || name == "table";
+    return false;
+}
+
 toml::table parse(const std::string& name, const std::string& text) {
+    if (nestsDeeply(text)) throw std::runtime_error(name + ": a key has too many parts");
     try {
         return toml::parse(text, std::string_view(name));
     } catch (const toml::parse_error& error) {
@@ -70,6 +99,8 @@ std::vector<Setting> readRequestFile(const std::string& name, const std::string&
         const std::string origin = place(name, key.source()) + option;
         if (std::find(known.begin(), known.end(), option) == known.end())
             throw std::runtime_error(origin + " is no option" + suggestion(option, known));
+        if (value.is_array() && !takesList(option))
+            throw std::runtime_error(origin + ": takes one value, not a list");
         try {
             settings.push_back({option, wordsOf(value), origin});
         } catch (const std::runtime_error& error) {

@@ -9,6 +9,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 #include <random>
 #include <stdexcept>
 #include <system_error>
@@ -49,7 +50,7 @@ Descriptor createOwn(const fs::path& output, fs::path& path) {
 }
 
 /// Whether a file was left by a run that was killed while it made this output: one that nobody
-/// works on, with the mark, or without any byte.
+/// works on, with the mark; or one without any byte for so long that no run is about to mark it.
 bool isLeftover(const fs::path& path, const std::string& mark) {
     const int number = open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     if (number < 0) return false;
@@ -57,7 +58,8 @@ bool isLeftover(const fs::path& path, const std::string& mark) {
     struct stat status {};
     if (fstat(file, &status) != 0 || !S_ISREG(status.st_mode) || FileLock::isLocked(file))
         return false;
-    if (status.st_size == 0) return true;
+    constexpr std::time_t hour = 3600;
+    if (status.st_size == 0) return std::time(nullptr) - status.st_mtime > hour;
     std::string begin(mark.size(), '\0');
     return file.read(begin.data(), begin.size(), 0) && begin == mark;
 }

@@ -19,7 +19,6 @@ struct Option {
 
 inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
-
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
 inline constexpr std::array<Option, 15> computeOptions{{

@@ -15,6 +15,7 @@
 #include "run/TemporaryFile.h"
 #include "run/estimate.h"
 #include "run/headCopy.h"
+#include "run/leftovers.h"
 #include "run/outputs.h"
 #include "run/texts.h"
 #include "run/xdmf.h"
@@ -86,7 +87,7 @@ std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path file = outputs::target(output);
     std::optional<FileLock> old;
     if (std::filesystem::exists(file)) old.emplace(file);
-    TemporaryFile::removeLeftovers(file);
+    removeLeftovers(output);
     return createOutput(file, layout, command.overwrite);
 }
 
@@ -112,15 +113,14 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
         throw std::runtime_error(
             output.string() + " exists: complete it with --resume, or replace it with --overwrite");
     std::optional<FileLock> lock;
-    const std::filesystem::path target = outputs::target(output);
-    if (!command.onlyEstimate) lock.emplace(target);
+    if (!command.onlyEstimate) lock.emplace(output);
     const FieldFile file = openMended(output, !command.onlyEstimate);
     requireSame(command, file);
     const Layout& layout = file.layout();
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
     printEstimate(output, layout, missing, processes);
-    if (lock) TemporaryFile::removeLeftovers(target);
+    if (lock) removeLeftovers(output);
     return lock;
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <iomanip>
 #include <iostream>
+#include <span>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -29,6 +30,14 @@ std::string list(const auto& numbers) {
     return std::string("[").append(separated(numbers, ", ")).append("]");
 }
 
+/// Numbers in rows, so that lines stay short.
+std::string rows(std::span<const double> numbers, std::size_t each) {
+    std::string all = "[";
+    for (std::size_t i = 0; i < numbers.size(); i += each)
+        all.append(i == 0 ? "" : ",\n    ").append(separated(numbers.subspan(i, each), ", "));
+    return all.append("]");
+}
+
 void line(const char* key, const auto& value) { std::cout << key << " = " << value << '\n'; }
 
 /// What a request file has no option for.
@@ -38,7 +47,7 @@ void comment(const char* key, const auto& value) {
 }
 
 void showRequest(const Request& request) {
-    line("transform", list(request.transform));
+    line("transform", rows(request.transform, 4));
     line("sizes", list(request.sizes));
     line("l", request.l);
     line("s", request.s);
@@ -46,7 +55,7 @@ void showRequest(const Request& request) {
     line("mode", std::quoted(request.mode));
     if (request.table.empty()) return line("order", request.order);
     comment("order", request.order);
-    line("table", std::quoted(separated(request.table, " ")));
+    line("table", rows(request.table, 2));
 }
 
 void showContents(const Layout& layout, const Account& account) {

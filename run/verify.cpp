@@ -32,7 +32,7 @@ void limitTime(std::int64_t seconds) {
     static_cast<void>(setitimer(ITIMER_PROF, &limit, nullptr));
 }
 
-constexpr std::int64_t secondsToOpen = 10;
+constexpr std::int64_t secondsToOpen = 3;
 
 std::int64_t secondsFor(std::int64_t bytes) {
     constexpr std::int64_t slowest = 10'000'000;  // bytes a second, of what is compressed

@@ -11,11 +11,15 @@ function source = field_by_matlab(caller, file)
   catch reason
     require(false, caller, 'file', '%s', reason.message);
   end
-  for i = 1:numel(names)
+  % A run that was killed may have left the new value of a text beside the text.
+  for i = find(cellfun(@isvarname, names))
     found.(names{i}) = plain(h5readatt(file, '/', names{i}));
   end
   require(isfield(found, 'creator') && strcmp(found.creator, 'pistonfield-run'), caller, 'file', ...
           '%s is not a file of pistonfield-run', file);
+  if any(strcmp({contents.Datasets.Name}, 'parts'))
+    require_parts(caller, file);
+  end
   % MATLAB turns the dimensions of a file around.
   found.transform = found.transform.';
   if any(strcmp({contents.Datasets.Name}, 'table'))
@@ -24,6 +28,20 @@ function source = field_by_matlab(caller, file)
   found.complete = found.complete ~= 0;
   source = struct('request', field_request(found), 'points', points, ...
                   'read', @(first, count) read(file, first, count));
+end
+
+% Every part of a joined field has to be one of the same request and points, and complete.
+function require_parts(caller, file)
+  parts = h5read(file, '/parts');
+  for i = 1:numel(parts.file)
+    part = fullfile(fileparts(file), char(parts.file(i)));
+    require(exist(part, 'file') == 2, caller, 'part', 'the part %s of %s is missing', part, file);
+    require(strcmp(plain(h5readatt(part, '/', 'identity')), ...
+                   sprintf('%016x', parts.identity(:, i))), caller, 'part', ...
+            '%s has another request or other points than the part of %s', part, file);
+    require(plain(h5readatt(part, '/', 'complete')) ~= 0, caller, 'part', ...
+            'the part %s of %s is not complete', part, file);
+  end
 end
 
 % Numbers in double precision; texts without what fills their room; arrays of one dimension as rows.

@@ -7,13 +7,15 @@ function source = field_by_program(caller, file, program)
   program = find_program(caller, program);
   file = make_absolute_filename(tilde_expand(file));
   shown = run_program(caller, program, {'show', file});
-  lines = regexp(shown, '^(?:# )?(\w+) = (.*)$', 'tokens', 'lineanchors', 'dotexceptnewline');
+  % A list may go over several lines.
+  lines = regexp(shown, '^(?:# )?(\w+) = (\[[^\]]*\]|.*)$', 'tokens', 'lineanchors', ...
+                 'dotexceptnewline');
   for i = 1:numel(lines)
     found.(lines{i}{1}) = value_of(lines{i}{2});
   end
   found.transform = reshape(found.transform, 4, 4).';
   if isfield(found, 'table')
-    found.table = reshape(numbers_in(found.table), 2, []).';
+    found.table = reshape(found.table, 2, []).';
   end
   source.request = field_request(found);
   source.points = found.points;

@@ -58,7 +58,7 @@ end
 
 % The most that rounding in double precision can do to each value; see docs/reliability.md.
 function bound = rounding_of(field, converged)
-  bound = eps * rounding_measure(field.points, field.piston, field.k) / largest(converged);
+  bound = eps * rounding_measure(field.points(), field.piston, field.k) / largest(converged);
 end
 
 % Says what keeps the field from converging: rounding, or a point beside an edge.
@@ -71,7 +71,8 @@ function refuse(caller, field, tolerance, change, rounding)
   digit = 10 ^ (floor(log10(20 * left)) - 1);
   enough = ceil(20 * left / digit) * digit;
   piston = field.piston;
-  point = field.points(worst, :);
+  points = field.points();
+  point = points(worst, :);
   sides = [piston.width, piston.height];
   beside = min(abs(abs(point(1:2)) - sides / 2));
   require(max(beside, point(3)) > 1e-3 * max(sides), caller, reason, ...

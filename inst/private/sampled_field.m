@@ -5,11 +5,11 @@ function field = sampled_field(place, sizes, piston, k)
   % field = sampled_field(place, sizes, piston, k): the field at the points of a grid by which its
   % errors are judged. A struct with
   %   piston, k
-  %   points          N by 3, where the points lie in the piston's frame [m]
+  %   points          function handle: N by 3, where the points lie in the piston's frame [m]
   %   safety          the factor that covers the grid's other points, 1 where there are none
   %   values          function handle: the N values in a mode with an order, without unit
   [samples, safety] = sample_grid(place, sizes, piston);
-  field = struct('piston', piston, 'k', k, 'points', {positions_of(samples)}, 'safety', safety, ...
+  field = struct('piston', piston, 'k', k, 'points', @() positions_of(samples), 'safety', safety, ...
                  'values', @(mode, order) values_of(samples, piston, k, mode, order));
 end
 

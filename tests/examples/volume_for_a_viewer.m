@@ -29,6 +29,6 @@ end
 [output, folder] = run_example('example8_volume_for_a_viewer');
 it('another program reads the values where they belong', @() expect_values(folder));
 it('the example writes a picture', @() ...
-   expect_picture(fullfile(folder, 'volume.png'), 1200, 300, 20e3));
+   expect_picture(fullfile(folder, 'volume.png'), 1200, 378, 20e3));
 
 finish();

@@ -1,7 +1,7 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% The modes that compute on the GPU, here on the emulation device.
+% The values of the modes that compute on the GPU.
 
 1;
 
@@ -43,20 +43,6 @@ function expect_widened()
   expect_same(double(single(p)), p);
   p = field(request_for('cudadp', 16){:});
   expect(any(double(single(p(:))) ~= p(:)), 'cudadp gave single precision only');
-end
-
-% At (0, 0, 0) and (0, 0, 1), of a piston with sides of 1 and k = 1.
-function expect_marks(arguments, wanted)
-  call = sprintf('pistonfield(eye(4), [1 1 2], 1, 1, 1%s)', strrep(arguments, '''', '"'));
-  code = strrep(sprintf('[t, p] = evalc(''%s'');', call), '"', '\"');
-  [status, output, errors] = run_octave(code);
-  expect_same({status, output, errors}, {0, strjoin([wanted, {''}], "\n"), ''});
-end
-
-function expect_console(mode)
-  request = {eye(4), [1, 1, 2], 5e-3, 7.5e-3, 1234.5678901, mode, 4};
-  printed = evalc('p = pistonfield(request{:});');
-  expect_same(printed, sprintf('l=0.005000, s=0.007500, k=1234.567890\n'));
 end
 
 % Of five pairs the first three are uploaded, and mirrored: the third one's abscissa counts as 0.
@@ -139,33 +125,12 @@ function expect_shape(mode, sizes, wanted)
   expect_same({class(p), iscomplex(p), size(p)}, {'double', true, wanted});
 end
 
-computed = {'setting order 8elements: 4', 'set weights double', '-0.96029', 'set weights float', ...
-            '-0.96029', 'symbol: "global_RectangularPiston_float_x"'};
-single_ = {'computeCuda', 'type cast to float', 'allocating 8 bytes'};
-ten = {'setting order 10elements: 5', 'set weights double', '-0.973907', 'set weights float', ...
-       '-0.973907', 'symbol: "global_RectangularPiston_float_x"'};
-table = ', ones(5, 2) / 4';
-singleTable = {'using 5 abscissas.', '3', 'set weights float', '0.25', ...
-               'symbol: "global_RectangularPiston_float_x"'};
-doubleTable = {'using 5 abscissas.', '1', 'set weights double', '0.25', 'computeCudaDouble 2'};
-
 it('without a mode the GPU computes in single precision', @expect_default_mode_is_cuda);
 it('cuda gives singles widened and cudadp doubles', @expect_widened);
-it('cuda marks its path on standard output', @() ...
-   expect_marks(', ''cuda'', 8', [{'4'}, computed, single_]));
-it('cudadp marks its path on standard output', @() ...
-   expect_marks(', ''cudadp'', 8', [{'2'}, computed, {'computeCudaDouble 2'}]));
-it('a call without a mode marks the path of cuda', @() ...
-   expect_marks('', [{'4'}, ten, single_]));
-it('cuda marks a table on standard output', @() ...
-   expect_marks([', ''cuda''', table], [singleTable, single_]));
-it('cudadp marks a table on standard output', @() ...
-   expect_marks([', ''cudadp''', table], doubleTable));
 for modes = {'cuda', 'cudadp'}
   mode = modes{1};
   it([mode, ' gives the surface integral within single precision'], @() ...
      expect_surface_integral(mode));
-  it([mode, ' shows the request on the console and no more'], @() expect_console(mode));
   it([mode, ' takes the first half of a table for a symmetric rule'], @() ...
      expect_half_of_a_table(mode));
   it([mode, ' takes a table of one row for a weight in the middle'], @() expect_table_of_one(mode));

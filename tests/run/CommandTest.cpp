@@ -281,7 +281,7 @@ TEST_F(CommandFiles, RequestIsRefusedWithTheLine) {
         {"l = 1\nsizes = [3, 4]\n", ":2: sizes: takes 3 numbers, not 2"},
         {"sizes = [3, 4, 5.0]\n", ":1: sizes: '5.0' is no whole number"},
         {"k = true\n", ":1: k: 'true' is no number"},
-        {"k = [1, 2]\n", ":1: k: takes one value"},
+        {"k = [1, 2]\n", ":1: k: takes one value, not a list"},
         {"k = 1979-05-27\n", ":1: k is neither number nor text, nor a list of these"},
         {"resume = 1\n", ":1: resume: is true or false"},
         {"compress = 10\n", ":1: compress: 10 is not within 1 to 9"},

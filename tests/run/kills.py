@@ -159,6 +159,25 @@ class KillsTest(ProgramTest):
             print(f"{kills} kills in the place of writes {words}", flush=True)
             self.assertGreater(kills, 3)
 
+    def test_leave_nothing_of_mpi_that_the_next_run_does_not_remove(self):
+        # As on several machines, where nothing can be shared in memory.
+        process = self.start(
+            *self.request, "field.h5", ranks=3,
+            env={**os.environ, "OMPI_MCA_sharedfp": "lockedfile"},
+        )  # fmt: skip
+        while process.poll() is None and self.finished("field.h5") < 3:
+            time.sleep(0.002)
+        self.kill(process, "rank")
+        lock = [name for name in self.files() if name.endswith(".lock")]
+        self.assertEqual(len(lock), 1)
+        mine = ["field.h5-7.lock", "field.h5-7-8.lock", "other.h5-7-8.lock", "field.h5-a-8.lock"]
+        for name in mine:
+            self.at(name).write_text("precious")
+        self.at("field.h5-a-9.lock").write_bytes(bytes(8))
+        self.run_program("field.h5", "--resume")
+        left = [name for name in self.files() if name.endswith(".lock")]
+        self.assertEqual(left, sorted([*mine, "field.h5-a-9.lock"]))
+
     def test_while_finished_slabs_are_verified(self):
         name = "verified.h5"
         self.run_program(*self.request, name)

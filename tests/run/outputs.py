@@ -11,7 +11,7 @@ import xml.etree.ElementTree
 
 import h5py
 import numpy
-from programs import PROGRAM, TILTED, ProgramTest, arrays, options
+from programs import PROGRAM, TILTED, ProgramTest, arrays, datasets, options
 
 
 class ExtractTest(ProgramTest):
@@ -259,7 +259,7 @@ class FileTest(ProgramTest):
         self.run_program(*words, "field.h5", ranks=2)
         with h5py.File(self.at("field.h5")) as file:
             attributes = dict(file.attrs)
-            self.assertEqual(set(file), {"pressure", "magnitude", "slabs"})
+            self.assertEqual(set(datasets(file)), {"pressure", "magnitude", "slabs"})
             for name in ("pressure", "magnitude"):
                 self.assertEqual(file[name].shape, (19, 17, 23))
             self.assertEqual(file["pressure"].chunks, tuple(attributes["slab_sizes"][::-1]))

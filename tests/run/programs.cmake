@@ -52,6 +52,8 @@ endfunction()
 foreach(script values starting processes parts outputs no_room damage interruptions options)
   pistonfield_program_test(${script} ${script})
 endforeach()
+# One of its parts needs root.
+set_tests_properties(run.starting PROPERTIES LABELS superuser)
 
 pistonfield_program_test(decimals decimals 100000)
 

@@ -205,6 +205,14 @@ slab = 4000
 REQUEST
 pistonfield-run --request request.toml alone.h5
 
+say "four processes that MPI does not connect"
+if srun --mpi=none --ntasks=4 pistonfield-run --request request.toml alone4.h5 2>refused.log; then
+  fail "they are not refused"
+fi
+[[ $(grep --count '^pistonfield-run: ' refused.log) == 1 && ! -e alone4.h5 ]] || fail "they are refused otherwise"
+grep --quiet '^pistonfield-run: 4 processes were started and MPI knows of 1: ' refused.log ||
+  fail "they are refused otherwise"
+
 say "one job of four processes"
 job=$(submit)
 # The signal before the time is over: the job goes back into the queue, and on by itself.

@@ -9,8 +9,10 @@
 #include <sstream>
 #include <vector>
 
+#include "FastNearfield/IntegratorCuda.h"
 #include "FastNearfield/RectangularPiston2.h"
 #include "FastNearfield/RectangularPistonCuda.h"
+#include "core/cudahelper.h"
 #include "tests/FastNearfield/gpu/LaunchTest.h"
 #include "tests/FastNearfield/gpu/Transcript.h"
 #include "tests/support/Captured.h"
@@ -81,6 +83,29 @@ class Routing : public RuleOnDevice {
 constexpr const char* fiveValues = "0.25 0.0625 0.125 -1.53125 -0.125";
 
 TEST_F(Routing, OfANewPistonIsToTheGpu) { EXPECT_TRUE(piston.useCuda); }
+
+// Deliberate: the launchers use whatever rule the context holds, and a new one holds none.
+TEST_F(Routing, OnTheGpuHasZerosWhereTheContextHasNoRule) {
+    ASSERT_EQ(cudaThreadExit(), cudaSuccess);
+    std::vector<float> field(reals, 1);
+    const Printed printed = captured([&] { piston.compute(field.data(), grid); });
+    EXPECT_THAT(field, testing::Each(0));
+    EXPECT_THAT(printed.out, testing::HasSubstr("\ncuda\n CUDADATA: "));
+    EXPECT_EQ(printed.err, "");
+}
+
+// As the headers say.
+TEST_F(Routing, OnTheGpuGivesTheFieldWithADeviceAndARuleUploadedToIt) {
+    ASSERT_EQ(cudaThreadExit(), cudaSuccess);
+    std::vector<float> field(reals);
+    static_cast<void>(captured([&] {
+        const CudaDeviceThread device;
+        setCudaIntegratorParameters("RectangularPiston", 100);
+        piston.compute(field.data(), grid);
+    }));
+    const std::vector<float> expected = onCpu<float>();
+    for (std::size_t i = 0; i < field.size(); ++i) EXPECT_NEAR(field[i], expected[i], 1e-5) << i;
+}
 
 TEST_F(Routing, FloatsOnTheGpuShowTheFirstTwoValues) {
     std::vector<float> field(reals);

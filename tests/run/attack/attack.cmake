@@ -26,6 +26,7 @@ endforeach()
 # Who may make no hosts of namespaces sees that these were left out.
 set_tests_properties(run.attack.hosts.quick run.attack.hosts.full PROPERTIES
   SKIP_REGULAR_EXPRESSION "skipped 'no hosts: ")
+set_property(TEST run.attack.hosts.quick run.attack.hosts.full APPEND PROPERTY LABELS superuser)
 foreach(part streams names joined malformed)
   pistonfield_attack(${part} 1)
 endforeach()
