@@ -16,6 +16,7 @@ import resource
 import signal
 import subprocess
 import sys
+import tempfile
 import time
 import unittest
 
@@ -23,6 +24,10 @@ from programs import ProgramTest, command
 
 FULL = len(sys.argv) > 1 and sys.argv[1] == "full"
 SEED = int(sys.argv[2]) if len(sys.argv) > 2 else 1
+
+# Thousands of files a minute are too many for a disk, which is waited for after each.
+if os.access("/dev/shm", os.W_OK):
+    tempfile.tempdir = "/dev/shm"
 
 # Longer than anything here takes on a busy machine.
 PATIENCE = 20
