@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <stdexcept>
+#include <system_error>
 
 #include "run/Descriptor.h"
 #include "run/description.h"
@@ -217,6 +218,10 @@ bool canBeRead(const std::string& name) {
 
 File openFile(const std::string& name, FieldFile::Access access,
               const std::optional<MPI_Comm>& together) {
+    // A pipe would be waited for.
+    std::error_code none;
+    if (std::filesystem::is_fifo(name, none))
+        throw std::runtime_error(name + " is a pipe, and no file");
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
     const Properties how = accessProperties(together);
     const hid_t id = H5Fopen(name.c_str(), flags, how);
