@@ -250,6 +250,10 @@ ComputeCommand computeCommand(const CommandLine& line, const TextReader& readTex
         if (found != settings.end()) command.given.emplace(option.name, found->second.origin);
     }
     if (command.output.empty()) throw std::runtime_error("output is required; see --help");
+    if (const Words* request = line.find("request")) command.inputs.emplace_back(request->front());
+    // Numbers in the table's place name no file, and so none that is an output.
+    if (const auto table = settings.find("table"); table != settings.end())
+        command.inputs.emplace_back(table->second.words.front());
     if (command.part) command.output = partPath(command.output, *command.part);
     return command;
 }

@@ -77,7 +77,7 @@ std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
     const Layout layout = layoutOf(command);
     if (!command.onlyEstimate) {
-        outputs::require(output, /*overwrite=*/true);
+        outputs::require(output, /*overwrite=*/true, command.inputs);
         outputs::requireFolder(output);
         if (command.magnitude) requireViewersFile(output, command.overwrite);
     }

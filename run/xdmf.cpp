@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/xdmf.h"
 
+#include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <fstream>
 #include <iostream>
@@ -119,9 +121,12 @@ bool mayReplaceXdmf(const fs::path& path) {
 
 void writeXdmf(const fs::path& file, const Layout& layout, bool overwrite) {
     const fs::path path = xdmfPath(file);
-    if (file.filename().string().find(':') != std::string::npos) {
-        std::cout << "note    there is no " << path.string()
-                  << ": viewers cannot read files with a colon in their names\n";
+    const std::string name = file.filename().string();
+    if (std::ranges::any_of(name,
+                            [](unsigned char c) { return c == ':' || std::iscntrl(c) != 0; })) {
+        std::cout
+            << "note    there is no " << path.string()
+            << ": viewers cannot read files with a colon or a control character in their names\n";
         return;
     }
     if (!overwrite && !mayReplaceXdmf(path))

@@ -369,7 +369,7 @@ class NamesTest(Attack):
     def test_of_links_stay_links(self):
         """A field is computed, gone on with, compressed and joined behind a link."""
         for words, target in [
-            ([*REQUEST, "link"], "field.h5"),
+            ([*REQUEST, "link", "--no-magnitude"], "field.h5"),
             (["link", "--resume"], "unfinished.h5"),
             (["link", "--resume", "--compress", "1"], "whole.h5"),
         ]:
