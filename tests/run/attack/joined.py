@@ -47,8 +47,8 @@ class JoinedTest(Attack):
             if run.status == 0 and may_succeed:
                 if words[0] == "extract" and values.read_bytes() != self.whole.tobytes():
                     self.found("extract gives other values", what)
-            # A report of verify has a line for each part.
-            elif not (words[0] == "verify" and run.status == 1 and run.out):
+            # verify has a line for each part.
+            elif not (words[0] == "verify" and run.status == 1 and (run.out or run.err)):
                 if wrong := unrefused(run):
                     self.found(f"{words[0]} {wrong}", f"{what}: {(run.out or run.err)[-200:]!r}")
             values.unlink(missing_ok=True)
