@@ -87,6 +87,8 @@ bool arePartsWhole(const FieldFile& joined, const fs::path& path) {
     bool whole = true;
     for (const JoinedPart& part : joined.parts()) {
         const fs::path place = folder / part.file;
+        if (outputs::areOne(place, path))
+            throw std::runtime_error(place.string() + " is " + path.string() + " itself");
         if (!isWhole(place)) {
             whole = false;
             continue;
