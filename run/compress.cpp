@@ -15,6 +15,7 @@
 #include "run/Progress.h"
 #include "run/SlabValues.h"
 #include "run/TemporaryFile.h"
+#include "run/headCopy.h"
 #include "run/outputs.h"
 #include "run/preparation.h"
 
@@ -73,6 +74,8 @@ bool compress(const std::filesystem::path& path, int level) {
         if (!done) return;
         to.setAccount(from.account());
         to.close();
+        // Now that the page leads to the values.
+        headCopy::make(compressed);
     });
     if (!done) return false;
     if (!raw.isAt(path))

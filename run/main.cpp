@@ -3,7 +3,6 @@
 
 // pistonfield-run: pressure fields of any size into HDF5 files, by any number of processes.
 
-#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -72,12 +71,7 @@ void requireTeam(const Command& command, const Launch& launch, const Team& team)
     });
 }
 
-void complain(const std::exception& error) {
-    // Names may have line ends in them, and a failure has one line.
-    std::string line = texts::reason(error);
-    std::replace(line.begin(), line.end(), '\n', ' ');
-    std::cerr << "pistonfield-run: " << line << std::endl;
-}
+void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
 
 /// Does what the words say, with all processes.
 /// @return the exit status

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/texts.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -55,6 +56,13 @@ std::string figure(double number) {
 std::string reason(const std::exception& failure) {
     if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
     return "there is not enough memory; --slab says how many points are computed at a time";
+}
+
+std::string complaint(const std::exception& failure) {
+    std::string line = reason(failure);
+    // Names may have line ends in them.
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return "pistonfield-run: " + line;
 }
 
 std::string timeNow() {

@@ -17,6 +17,7 @@
 #include "run/SlabValues.h"
 #include "run/commands.h"
 #include "run/outputs.h"
+#include "run/texts.h"
 
 namespace run {
 
@@ -106,7 +107,7 @@ bool isWhole(const fs::path& path) {
         const FieldFile file(path, FieldFile::Access::read);
         return file.joined() ? arePartsWhole(file, path) : areWhole(file, path.string());
     } catch (const std::exception& error) {
-        std::cerr << "pistonfield-run: " << error.what() << std::endl;
+        std::cerr << texts::complaint(error) << std::endl;
         return false;
     }
 }
