@@ -91,7 +91,7 @@ void addCommands(CLI::App& app) {
     add(show, "file", 1, 1, "a file of a field")->required();
 }
 
-/// The words last one first, as CLI11 has them. It would take "-.5" and "-inf" for options, and
+/// The words last one first, as CLI11 has them. It would take "-.5" for an option, and
 /// "=3000" for the word in "-k=3000".
 std::vector<std::string> reversed(std::vector<std::string> words) {
     for (std::string& word : words) {

@@ -196,7 +196,6 @@ File createFile(const std::filesystem::path& path, std::string_view head) {
 void finish(File& file, const std::filesystem::path& path) {
     description::seal(file);
     file.reset(path.string() + " cannot be written");
-    headCopy::make(path);
 }
 
 bool canBeRead(const std::string& name) {
@@ -218,10 +217,12 @@ bool canBeRead(const std::string& name) {
 
 File openFile(const std::string& name, FieldFile::Access access,
               const std::optional<MPI_Comm>& together) {
-    // A pipe would be waited for.
+    // To open a pipe would be to wait for whoever writes into it.
     std::error_code none;
-    if (std::filesystem::is_fifo(name, none))
-        throw std::runtime_error(name + " is a pipe, and no file");
+    const auto kind = std::filesystem::status(name, none).type();
+    if (kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::socket ||
+        kind == std::filesystem::file_type::character)
+        throw std::runtime_error(name + " is a pipe or a device, and no file of a field");
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
     const Properties how = accessProperties(together);
     const hid_t id = H5Fopen(name.c_str(), flags, how);
@@ -370,6 +371,7 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
     createDataset(file, entriesName, entryType(),
                   {H5Screate_simple(1, &count, nullptr), "the entries' space"}, properties);
     finish(file, path);
+    headCopy::make(path);
 }
 
 void FieldFile::createJoined(const std::filesystem::path& path, const Layout& layout,

@@ -7,16 +7,13 @@
 
 #include <cerrno>
 #include <initializer_list>
-#include <stdexcept>
-#include <system_error>
 
 namespace run {
 
 namespace {
 
 [[noreturn]] void fail(const std::filesystem::path& path, int error) {
-    throw std::runtime_error(path.string() +
-                             " cannot be written: " + std::generic_category().message(error));
+    failWith(path.string() + " cannot be written", error);
 }
 
 /// Has all of a file that is in the system's memory written to the disk, and frees that memory.
@@ -35,14 +32,7 @@ int sendOn(int descriptor) {
 }  // namespace
 
 WriteBehind::WriteBehind(const std::filesystem::path& path)
-    : path(path), descriptor(open(path.c_str(), O_RDWR | O_CLOEXEC)) {
-    if (descriptor < 0) fail(path, errno);
-}
-
-WriteBehind::~WriteBehind() {
-    if (underWay.valid()) underWay.wait();
-    close(descriptor);
-}
+    : path(path), descriptor(path, O_RDWR) {}
 
 void WriteBehind::wrote(std::int64_t bytes) {
     constexpr std::int64_t atATime = 32'000'000;
@@ -51,7 +41,7 @@ void WriteBehind::wrote(std::int64_t bytes) {
     waiting = 0;
     waitForDisk();
     // In a thread of its own, because a disk that is busy lets whoever sends it something wait.
-    underWay = std::async(std::launch::async, &sendOn, descriptor);
+    underWay = std::async(std::launch::async, &sendOn, static_cast<int>(descriptor));
 }
 
 void WriteBehind::finish() {

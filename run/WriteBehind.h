@@ -6,6 +6,8 @@
 #include <filesystem>
 #include <future>
 
+#include "run/Descriptor.h"
+
 namespace run {
 
 /// Has what was written to a file go to the disk while the work goes on, and frees the system's
@@ -17,7 +19,6 @@ class WriteBehind {
     explicit WriteBehind(const std::filesystem::path& path);
     WriteBehind(const WriteBehind&) = delete;
     WriteBehind& operator=(const WriteBehind&) = delete;
-    ~WriteBehind();
 
     /// Bytes that were written, wherever that was. Waits where the disk is slower than the work.
     /// @throws std::runtime_error where the disk did not take earlier ones
@@ -31,9 +32,10 @@ class WriteBehind {
     void waitForDisk();
 
     std::filesystem::path path;
-    int descriptor;
+    Descriptor descriptor;
     std::int64_t waiting = 0;
-    std::future<int> underWay;  ///< gives the number of the system's error, or 0
+    /// Gives the number of the system's error, or 0. Ends before the descriptor is closed.
+    std::future<int> underWay;
 };
 
 }  // namespace run

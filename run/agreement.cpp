@@ -4,20 +4,22 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <sys/vfs.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <ctime>
 #include <optional>
 #include <random>
 #include <sstream>
 #include <stdexcept>
-#include <system_error>
 #include <thread>
 #include <utility>
+
+#include "run/Descriptor.h"
 
 namespace run {
 
@@ -56,17 +58,10 @@ std::string identity(const struct stat& file) {
 
 /// The identity of the output, opened anew to write.
 std::string seen(const std::filesystem::path& output) {
-    const auto refuse = [&] {
-        throw std::runtime_error(output.string() +
-                                 " cannot be opened: " + std::generic_category().message(errno));
-    };
     // Networks look after a file's sizes and times when it is opened.
-    const int file = open(output.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
-    if (file < 0) refuse();
+    const Descriptor file(output, O_RDWR | O_NONBLOCK);
     struct stat found {};
-    const int failed = fstat(file, &found);
-    static_cast<void>(close(file));
-    if (failed != 0) refuse();
+    if (fstat(file, &found) != 0) failWith(output.string() + " cannot be opened", errno);
     return identity(found);
 }
 
@@ -96,6 +91,12 @@ std::vector<std::string> split(const std::string& text) {
     std::vector<std::string> words;
     for (std::string word; std::getline(in, word, '\0');) words.push_back(word);
     return words;
+}
+
+bool isOnNfs(const std::filesystem::path& file) {
+    constexpr decltype(statfs::f_type) nfs = 0x6969;
+    struct statfs system {};
+    return statfs(file.c_str(), &system) == 0 && system.f_type == nfs;
 }
 
 }  // namespace
@@ -129,6 +130,13 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team) {
             throw std::runtime_error(team.nameOf(team.rank()) + ": " + error.what());
         }
     });
+}
+
+void shareLocks(const std::filesystem::path& output) {
+    if (!isOnNfs(output)) return;
+    // Open MPI reads that when it opens its first file.
+    constexpr const char* rangesAlone = "3";
+    static_cast<void>(setenv("OMPI_MCA_fs_ufs_lock_algorithm", rangesAlone, /*replace=*/0));
 }
 
 }  // namespace run

@@ -8,8 +8,9 @@
 
 #include "run/Team.h"
 
-/// What the processes of a run need to have in common. All throw `AgreedFailure`, which names a
-/// process that differs and its machine, and so no process waits for another one for ever.
+/// What the processes of a run need to have in common, so that none waits for another one for ever.
+/// What is required and is not so is an `AgreedFailure`, which names a process that differs and its
+/// machine.
 namespace run {
 
 /// Requires that all processes were started with the same words.
@@ -19,5 +20,9 @@ void requireSameWords(const std::vector<std::string>& words, const Team& team);
 /// that machines do not share, each has another file of that name, or none. Sets the time of the
 /// output's last change.
 void requireSameOutput(const std::filesystem::path& output, const Team& team);
+
+/// Before processes open an output together: has Open MPI lock on NFS the bytes that it writes, and
+/// not the whole file. For that it would wait for ever, as the run itself has a lock on the file.
+void shareLocks(const std::filesystem::path& output);
 
 }  // namespace run

@@ -74,7 +74,7 @@ bool compress(const std::filesystem::path& path, int level) {
         if (!done) return;
         to.setAccount(from.account());
         to.close();
-        // Where compressed values are is known now.
+        // Now that the page leads to the values.
         headCopy::make(compressed);
     });
     if (!done) return false;

@@ -3,8 +3,6 @@
 
 // pistonfield-run: pressure fields of any size into HDF5 files, by any number of processes.
 
-#include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -73,13 +71,7 @@ void requireTeam(const Command& command, const Launch& launch, const Team& team)
     });
 }
 
-/// In one line, whatever characters a name has.
-void complain(const std::exception& error) {
-    std::string text = texts::reason(error);
-    std::ranges::replace_if(
-        text, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, '?');
-    std::cerr << "pistonfield-run: " << text << std::endl;
-}
+void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
 
 /// Does what the words say, with all processes.
 /// @return the exit status

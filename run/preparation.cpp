@@ -117,6 +117,7 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
     const FieldFile file = openMended(output, !command.onlyEstimate);
     requireSame(command, file);
     const Layout& layout = file.layout();
+    if (!command.onlyEstimate && layout.magnitude) requireViewersFile(output, command.overwrite);
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
     printEstimate(output, layout, missing, processes);

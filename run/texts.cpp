@@ -62,6 +62,13 @@ std::string reason(const std::exception& failure) {
     return "there is not enough memory; --slab says how many points are computed at a time";
 }
 
+std::string complaint(const std::exception& failure) {
+    std::string line = reason(failure);
+    // Names may have line ends in them.
+    std::replace(line.begin(), line.end(), '\n', ' ');
+    return "pistonfield-run: " + line;
+}
+
 std::string timeNow() {
     const std::time_t now = std::time(nullptr);
     std::tm utc{};

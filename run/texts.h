@@ -25,6 +25,9 @@ std::string figure(double number);
 /// memory too.
 std::string reason(const std::exception& failure);
 
+/// A failure in one line, as it is told on standard error.
+std::string complaint(const std::exception& failure);
+
 /// The time now in UTC, as 2026-11-21T09:30:00Z.
 std::string timeNow();
 

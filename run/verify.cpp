@@ -109,7 +109,7 @@ bool isWhole(const fs::path& path) {
         const FieldFile file(path, FieldFile::Access::read);
         return file.joined() ? arePartsWhole(file, path) : areWhole(file, path.string());
     } catch (const std::exception& error) {
-        std::cerr << "pistonfield-run: " << texts::reason(error) << std::endl;
+        std::cerr << texts::complaint(error) << std::endl;
         return false;
     }
 }

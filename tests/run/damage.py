@@ -108,6 +108,27 @@ class DamagedFieldsTest(ProgramTest):
             self.assert_same_field(self.at("field.h5"), whole)
             self.run_program("verify", "field.h5")
 
+    def test_that_are_compressed_are_mended_as_they_were(self):
+        self.run_program(*options(), "--slab", 611, "--compress", 1, "field.h5")
+        good = self.at("field.h5").read_bytes()
+        for at in (8192 + 300, 8192 + 12):
+            flipped = bytearray(good)
+            flipped[at] ^= 1
+            self.at("field.h5").write_bytes(flipped)
+            self.assertIn("is damaged at its beginning", self.refused("verify", "field.h5"))
+            self.run_program("field.h5", "--resume")
+            self.assertEqual(self.at("field.h5").read_bytes(), good)
+
+    def test_that_are_joined_are_left_alone(self):
+        self.run_program(*options(), "--part", "1/1", "part.h5")
+        self.run_program("join", "field.h5", "part.part-1-of-1.h5")
+        flipped = bytearray(self.at("field.h5").read_bytes())
+        flipped[8192 + 300] ^= 1
+        self.at("field.h5").write_bytes(flipped)
+        for words in (["verify", "field.h5"], ["field.h5", "--resume"]):
+            self.assertIn("field.h5 cannot be opened as HDF5: ", self.refused(*words))
+        self.assertEqual(self.at("field.h5").read_bytes(), flipped)
+
     def test_a_bit_of_an_entry_is_told_and_mended(self):
         self.run_program(*options(), "--slab", 611, "field.h5")
         whole = arrays(self.at("field.h5"))

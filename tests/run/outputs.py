@@ -102,6 +102,13 @@ class OthersFilesTest(ProgramTest):
         self.assertEqual(self.at("field.h5.xdmf").read_text(), "precious")
         self.run_program(*options(), "field.h5", "--overwrite")
         self.assertIn("Xdmf", self.at("field.h5.xdmf").read_text())
+        self.at("field.h5.xdmf").write_text("precious")
+        with h5py.File(self.at("field.h5"), "r+") as file:
+            file["pressure"][0, 0, 0] += 1
+        before = self.at("field.h5").read_bytes()
+        message = self.refused("field.h5", "--resume")
+        self.assertIn("field.h5.xdmf exists, and is no file of this program", message)
+        self.assertEqual(self.at("field.h5").read_bytes(), before)
 
     def test_are_replaced_where_that_is_asked_for(self):
         self.at("field.h5").write_text("old")

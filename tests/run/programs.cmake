@@ -24,6 +24,11 @@ target_link_libraries(low_thread_level PRIVATE pistonfield_options MPI::MPI_CXX)
 target_compile_definitions(low_thread_level PRIVATE OMPI_SKIP_MPICXX)
 set_target_properties(low_thread_level PROPERTIES CXX_VISIBILITY_PRESET default)
 
+# Preloaded, it makes every file system NFS.
+add_library(on_nfs MODULE onNfs.cpp)
+target_link_libraries(on_nfs PRIVATE pistonfield_options)
+set_target_properties(on_nfs PROPERTIES CXX_VISIBILITY_PRESET default)
+
 add_executable(print_rule printRule.cpp)
 target_link_libraries(print_rule PRIVATE pistonfield pistonfield_options)
 
@@ -36,6 +41,7 @@ set(environment
   "PISTONFIELD_RUN=$<TARGET_FILE:pistonfield-run>" "PISTONFIELD_MPIRUN=${MPIEXEC_EXECUTABLE}"
   "PISTONFIELD_MODES=${modes}" "PISTONFIELD_FAILING_WRITES=$<TARGET_FILE:failing_writes>"
   "PISTONFIELD_LOW_THREAD_LEVEL=$<TARGET_FILE:low_thread_level>"
+  "PISTONFIELD_ON_NFS=$<TARGET_FILE:on_nfs>"
   "PISTONFIELD_PRINT_RULE=$<TARGET_FILE:print_rule>" PYTHONDONTWRITEBYTECODE=1)
 if(PISTONFIELD_OCTAVE AND PISTONFIELD_BACKEND STREQUAL "emulated")
   list(APPEND environment "PISTONFIELD_OCTAVE=${Octave_EXECUTABLE}"

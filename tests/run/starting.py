@@ -16,6 +16,7 @@ from pathlib import Path
 
 from programs import MPIRUN, PROGRAM, ProgramTest, arrays, command, options
 
+ON_NFS = os.environ["PISTONFIELD_ON_NFS"]
 THREAD_LEVELS = os.environ["PISTONFIELD_LOW_THREAD_LEVEL"]
 SINGLE, FUNNELED, SERIALIZED, MULTIPLE = range(4)
 
@@ -132,6 +133,15 @@ class ThreadLevelTest(ProgramTest):
 class TogetherTest(ProgramTest):
     """Processes that do not see the same are told of it."""
 
+    def test_write_to_nfs(self):
+        self.run_program(*options(), "alone.h5")
+        words = command(*options(), "field.h5", ranks=2)
+        # There this part of Open MPI locks what it writes to.
+        words[1:1] = ["--mca", "io", "ompio", "-x", f"LD_PRELOAD={ON_NFS}"]
+        run = subprocess.run(words, cwd=self.folder, capture_output=True, text=True, timeout=60)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assert_same_field(self.at("field.h5"), arrays(self.at("alone.h5")))
+
     def test_without_the_same_folder_are_refused(self):
         if os.geteuid() != 0 or subprocess.run(["unshare", "--mount", "true"]).returncode != 0:
             self.skipTest("a folder of its own for one process takes rights that are not here")
@@ -177,6 +187,13 @@ class TogetherTest(ProgramTest):
                     with self.subTest(output=output, words=words, ranks=ranks):
                         message = self.refused(*options(), *words, output, ranks=ranks)
                         self.assertIn(output, message)
+
+    def test_a_pipe_is_no_field(self):
+        os.mkfifo(self.at("pipe"))
+        for words in (["verify", "pipe"], ["show", "pipe"], ["extract", "pipe", "values"],
+                      ["join", "field.h5", "pipe"]):
+            with self.subTest(words=words):
+                self.assertIn("pipe is a pipe or a device", self.refused(*words))
 
     def test_a_request_may_come_from_a_pipe(self):
         words = [str(word) for word in options()]
