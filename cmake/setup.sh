@@ -102,16 +102,6 @@ require_test_packages() {
     "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
 }
 
-# The second compiler that the tests are built with.
-require_clang() {
-  require_packages "${clang_packages[@]}"
-}
-
-# What only the tests of the packages use that `ctest --build-config packages` adds.
-require_package_checkers() {
-  require_packages "${package_check_packages[@]}"
-}
-
 # Whether the tests' libraries are here; without them only the rest can be configured.
 tests_can_be_built() {
   local package

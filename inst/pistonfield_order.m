@@ -154,6 +154,7 @@ end
 
 %!error <measures 3373.82 by 3.37382 wavelengths>
 %! pistonfield_order(struct('width', 5, 'height', 5e-3), pistonfield_grid(0, 0, 1), water{:});
+
 %!test % rounding in the mode counts
 %! for mode = {'cpusp', 'cuda', 'cudadp'}
 %!   [order, estimate] = pistonfield_order(piston, grid, water{:}, 'tolerance', 1e-5, ...

@@ -9,5 +9,6 @@ set -euo pipefail
 # shellcheck source=cmake/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
-require_packages "${module_packages[@]}" "${test_packages[@]}" "${mutation_packages[@]}"
+require_packages "${module_packages[@]}" "${test_packages[@]}" "${run_packages[@]}" \
+  "${mutation_packages[@]}"
 tests/mutation/mutate.py "$@"

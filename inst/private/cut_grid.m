@@ -98,7 +98,7 @@ function place = place_from(place, first, mode)
   if any(strcmp(mode, {'cuda', 'cpusp'}))
     t = single(t);
   end
-  if strncmp(mode, 'cuda', 4)
+  if is_gpu_mode(mode)
     origin = ((first(2) * t(2, :) + first(1) * t(1, :)) + first(3) * t(3, :)) + t(4, :);
   else
     origin = ((t(4, :) + first(1) * t(1, :)) + first(2) * t(2, :)) + first(3) * t(3, :);

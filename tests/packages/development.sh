@@ -52,7 +52,7 @@ for compiler in g++ clang++; do
 done
 
 echo "what is installed is uninstalled, with the folders that are empty then"
-place="$work/a place"
+place="$work/a [p]lace"
 mkdir -p "$place/include"
 touch "$place/include/another.h"
 cmake --install "$build" --component development --prefix "$place" >/dev/null
