@@ -12,6 +12,7 @@
 #include <system_error>
 
 #include "run/Descriptor.h"
+#include "run/ReadingLimit.h"
 #include "run/description.h"
 #include "run/headCopy.h"
 
@@ -215,6 +216,17 @@ bool canBeRead(const std::string& name) {
     throw DamagedHead(name + " is damaged at its beginning; --resume mends it");
 }
 
+/// Bytes of the slabs that have points of a box.
+std::int64_t bytesAround(const LatticeBox& box, const Layout& layout) {
+    std::int64_t bytes = layout.slabBytes();
+    for (std::size_t i = 0; i < box.first.size(); ++i) {
+        const std::int64_t first = box.first[i] - layout.box.first[i];
+        const std::int64_t last = first + box.size[i] - 1;
+        bytes *= last / layout.slabSizes[i] - first / layout.slabSizes[i] + 1;
+    }
+    return bytes;
+}
+
 File openFile(const std::string& name, FieldFile::Access access,
               const std::optional<MPI_Comm>& together) {
     // To open a pipe would be to wait for whoever writes into it.
@@ -223,6 +235,9 @@ File openFile(const std::string& name, FieldFile::Access access,
     if (kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::socket ||
         kind == std::filesystem::file_type::character)
         throw std::runtime_error(name + " is a pipe or a device, and no file of a field");
+    // Together with others it takes processor time to wait for them.
+    std::optional<ReadingLimit> limit;
+    if (!together) limit.emplace(name, 0);
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
     const Properties how = accessProperties(together);
     const hid_t id = H5Fopen(name.c_str(), flags, how);
@@ -403,6 +418,8 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
                      std::optional<MPI_Comm> together)
     : name(path.string()), file(openFile(name, access, together)) {
     try {
+        std::optional<ReadingLimit> limit;
+        if (!together) limit.emplace(name, 0);
         openContents();
         if (access == Access::write) behind.emplace(path);
     } catch (...) {
@@ -446,6 +463,7 @@ bool FieldFile::compressed() const {
 
 std::vector<SlabRecord> FieldFile::records() const {
     std::vector<Entry> stored(static_cast<std::size_t>(contents.slabs().count()));
+    const ReadingLimit limit(name, static_cast<std::int64_t>(stored.size() * sizeof(Entry)));
     checked(H5Dread(entries, entryType(), H5S_ALL, H5S_ALL, H5P_DEFAULT, stored.data()),
             name + ": the slabs' entries cannot be read");
     const Digest::Value identity = description::identityOf(contents);
@@ -492,6 +510,7 @@ void FieldFile::write(const LatticeBox& box, const void* values, const float* ma
 }
 
 void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) const {
+    const ReadingLimit limit(name, bytesAround(box, contents));
     const Space from = selected(contents.box, box);
     const Space to = spaceOf(box.size);
     checked(H5Dread(pressure, valueType, to, from, H5P_DEFAULT, values), name + " cannot be read");
@@ -501,6 +520,7 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
 }
 
 void FieldFile::readInto(const LatticeBox& box, const LatticeBox& piece, void* values) const {
+    const ReadingLimit limit(name, bytesAround(piece, contents));
     checked(H5Dread(pressure, valueType, selected(box, piece), selected(contents.box, piece),
                     H5P_DEFAULT, values),
             name + " cannot be read");

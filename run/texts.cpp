@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -64,8 +65,9 @@ std::string reason(const std::exception& failure) {
 
 std::string complaint(const std::exception& failure) {
     std::string line = reason(failure);
-    // Names may have line ends in them.
-    std::replace(line.begin(), line.end(), '\n', ' ');
+    // Names may have line ends in them, and what moves a terminal's cursor.
+    std::ranges::replace_if(
+        line, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, '?');
     return "pistonfield-run: " + line;
 }
 

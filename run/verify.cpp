@@ -1,11 +1,9 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -25,21 +23,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Lets this process take so many seconds of a processor from now on. What a damaged file can make
-/// HDF5 do without end takes time of a processor, and a slow disk does not.
-void limitTime(std::int64_t seconds) {
-    itimerval limit{};
-    limit.it_value.tv_sec = seconds;
-    static_cast<void>(setitimer(ITIMER_PROF, &limit, nullptr));
-}
-
-constexpr std::int64_t secondsToOpen = 3;
-
-std::int64_t secondsFor(std::int64_t bytes) {
-    constexpr std::int64_t slowest = 10'000'000;  // bytes a second, of what is compressed
-    return secondsToOpen + bytes / slowest;
-}
-
 bool isAsWritten(const FieldFile& file, const SlabRecord& record, const LatticeBox& box,
                  SlabValues& values) {
     try {
@@ -53,7 +36,6 @@ bool isAsWritten(const FieldFile& file, const SlabRecord& record, const LatticeB
 /// Whether all slabs of a file are there as they were written.
 bool areWhole(const FieldFile& file, const std::string& name) {
     const Layout& layout = file.layout();
-    limitTime(secondsFor(layout.slabs().count()));
     const std::vector<SlabRecord> records = file.records();
     const Slabs slabs = layout.slabs();
     SlabValues values(layout);
@@ -61,7 +43,6 @@ bool areWhole(const FieldFile& file, const std::string& name) {
     std::int64_t changed = 0;
     Progress progress("verifying", layout.box.points(), 0);
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
-        limitTime(secondsFor(layout.slabBytes()));
         const SlabRecord& record = records[static_cast<std::size_t>(i)];
         const LatticeBox box = slabs.slab(i);
         progress.add(box.points());
@@ -104,7 +85,6 @@ bool arePartsWhole(const FieldFile& joined, const fs::path& path) {
 
 /// Whether all of a field is there as it was written. Says what is not.
 bool isWhole(const fs::path& path) {
-    limitTime(secondsToOpen);
     try {
         const FieldFile file(path, FieldFile::Access::read);
         return file.joined() ? arePartsWhole(file, path) : areWhole(file, path.string());
@@ -114,7 +94,7 @@ bool isWhole(const fs::path& path) {
     }
 }
 
-/// Asks that of a process of its own: what is in a damaged file may end it, or keep it for ever.
+/// Asks that of a process of its own, which what is in a damaged file may end.
 bool isWholeToAnother(const fs::path& path) {
     std::cout.flush();
     const pid_t child = fork();
@@ -128,11 +108,9 @@ bool isWholeToAnother(const fs::path& path) {
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
     if (!WIFSIGNALED(status)) return WEXITSTATUS(status) == 0;
-    const int signal = WTERMSIG(status);
-    std::cerr << "pistonfield-run: " << path.string() << " is damaged: "
-              << (signal == SIGPROF ? "reading it does not end"
-                                    : std::string("reading it ended by ") + strsignal(signal))
-              << std::endl;
+    const std::runtime_error death(path.string() + " is damaged: reading it ended by " +
+                                   strsignal(WTERMSIG(status)));
+    std::cerr << texts::complaint(death) << std::endl;
     return false;
 }
 
