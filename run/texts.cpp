@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -54,18 +55,15 @@ std::string figure(double number) {
 }
 
 std::string reason(const std::exception& failure) {
-    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) {
-        std::string line = failure.what();
-        std::replace(line.begin(), line.end(), '\n', ' ');
-        return line;
-    }
+    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
     return "there is not enough memory; --slab says how many points are computed at a time";
 }
 
 std::string complaint(const std::exception& failure) {
     std::string line = reason(failure);
-    // Names may have line ends in them.
-    std::replace(line.begin(), line.end(), '\n', ' ');
+    // Names may have line ends in them, and other control characters.
+    std::ranges::replace_if(
+        line, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
     return "pistonfield-run: " + line;
 }
 
