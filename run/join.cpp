@@ -12,7 +12,6 @@
 #include "run/TemporaryFile.h"
 #include "run/commands.h"
 #include "run/description.h"
-#include "run/headCopy.h"
 #include "run/outputs.h"
 #include "run/preparation.h"
 #include "run/xdmf.h"
@@ -72,8 +71,6 @@ class Gathering {
             FieldFile joined(path, FieldFile::Access::write);
             joined.setAccount(total);
             joined.close();
-            // No run goes on with a joined field: what is mended is to be complete.
-            headCopy::make(path);
         });
         static_cast<void>(temporary.takePlace(command.overwrite, firstBytes()));
         if (whole->magnitude) writeXdmf(command.output, *whole, command.overwrite);

@@ -39,7 +39,7 @@ bool isLock(const fs::path& path) {
     if (fs::file_size(path, none) > sizeof(std::int64_t)) return false;
     std::ifstream in(path, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    return bytes.empty() || bytes == std::string(sizeof(std::int64_t), '\0');
+    return bytes == std::string(sizeof(std::int64_t), '\0');
 }
 
 }  // namespace

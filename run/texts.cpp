@@ -55,11 +55,7 @@ std::string figure(double number) {
 }
 
 std::string reason(const std::exception& failure) {
-    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) {
-        std::string line = failure.what();
-        std::replace(line.begin(), line.end(), '\n', ' ');
-        return line;
-    }
+    if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
     return "there is not enough memory; --slab says how many points are computed at a time";
 }
 

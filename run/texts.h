@@ -21,8 +21,7 @@ std::string count(double number);
 /// Three digits, or as many as the number has before its point.
 std::string figure(double number);
 
-/// What a failure says of itself, in one line although names in it may have line ends; of exhausted
-/// memory too.
+/// What a failure says of itself, of exhausted memory too.
 std::string reason(const std::exception& failure);
 
 /// A failure in one line, as it is told on standard error.

@@ -8,6 +8,8 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <new>
+#include <stdexcept>
 
 namespace {
 
@@ -38,6 +40,12 @@ TEST(Texts, SayCountsInWords) {
     EXPECT_EQ(texts::count(1e6), "1.0 million");
     EXPECT_EQ(texts::count(8e9), "8.0 billion");
     EXPECT_EQ(texts::count(7e12), "7.0 trillion");
+}
+
+TEST(Texts, SayFailuresInOneLine) {
+    EXPECT_EQ(texts::complaint(std::runtime_error("a\nb\x01.h5 exists")),
+              "pistonfield-run: a b .h5 exists");
+    EXPECT_THAT(texts::complaint(std::bad_alloc()), testing::HasSubstr("not enough memory"));
 }
 
 TEST(Texts, SayTheTimeInUtc) {
