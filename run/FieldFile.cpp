@@ -206,13 +206,14 @@ bool canBeRead(const std::string& name) {
 
 /// Why a file cannot be opened, in words about this program's files.
 [[noreturn]] void failToOpen(const std::string& name, const std::string& reason) {
-    const std::optional<std::int64_t> bytes = headCopy::bytesOf(name);
-    if (!bytes) throw std::runtime_error(name + " cannot be opened as HDF5: " + reason);
+    const std::optional<headCopy::Whole> whole = headCopy::wholeOf(name);
+    if (!whole) throw std::runtime_error(name + " cannot be opened as HDF5: " + reason);
     const auto found = static_cast<std::int64_t>(std::filesystem::file_size(name));
-    if (found < *bytes)
-        throw DamagedHead(name + " is cut off: " + std::to_string(found) + " of " +
-                          std::to_string(*bytes) +
-                          " bytes are there; --resume computes the others");
+    if (found < whole->bytes)
+        throw DamagedHead(
+            name + " is cut off: " + std::to_string(found) + " of " + std::to_string(whole->bytes) +
+            " bytes are there; " +
+            (whole->canBeFilled != 0 ? "--resume computes the others" : "compute it anew"));
     throw DamagedHead(name + " is damaged at its beginning; --resume mends it");
 }
 
@@ -386,7 +387,7 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
     createDataset(file, entriesName, entryType(),
                   {H5Screate_simple(1, &count, nullptr), "the entries' space"}, properties);
     finish(file, path);
-    headCopy::make(path);
+    headCopy::make(path, deflate == 0);
 }
 
 void FieldFile::createJoined(const std::filesystem::path& path, const Layout& layout,

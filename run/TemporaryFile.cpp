@@ -98,6 +98,8 @@ FileLock TemporaryFile::takePlace(bool replacing, const std::string& firstBytes,
                                   const std::optional<std::int64_t>& size) {
     locked.file().write(firstBytes.data(), firstBytes.size(), 0);
     if (size && ftruncate(locked.file(), *size) != 0) fail(errno);
+    // A loss of power is not to leave the name of the output to a file without its bytes.
+    if (fdatasync(locked.file()) != 0) fail(errno);
     moveIn(replacing);
     placed = true;
     return std::move(locked);

@@ -75,7 +75,7 @@ bool compress(const std::filesystem::path& path, int level) {
         to.setAccount(from.account());
         to.close();
         // Now that the page leads to the values.
-        headCopy::make(compressed);
+        headCopy::make(compressed, /*canBeFilled=*/false);
     });
     if (!done) return false;
     if (!raw.isAt(path))

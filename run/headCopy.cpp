@@ -6,7 +6,6 @@
 
 #include <array>
 #include <cerrno>
-#include <span>
 #include <stdexcept>
 #include <string_view>
 
@@ -22,17 +21,21 @@ constexpr std::int64_t place = 3072;
 
 struct Copy {
     Digest::Value digest{};  ///< of the rest
-    std::int64_t fileBytes = 0;
+    Whole whole;
     std::array<char, pageBytes> page{};
 
     Digest::Value digestOfRest() const {
         Digest digest;
-        digest.add(std::span(&fileBytes, 1));
+        digest.add(std::array{whole.bytes, whole.canBeFilled});
         digest.add(std::string_view(page.data(), page.size()));
         return digest.value();
     }
 };
 static_assert(place + sizeof(Copy) <= room);
+
+std::int64_t bytesOf(const std::filesystem::path& file) {
+    return static_cast<std::int64_t>(std::filesystem::file_size(file));
+}
 
 std::optional<Copy> read(const std::filesystem::path& file) {
     try {
@@ -48,29 +51,30 @@ std::optional<Copy> read(const std::filesystem::path& file) {
 
 }  // namespace
 
-void make(const std::filesystem::path& file) {
+void make(const std::filesystem::path& file, bool canBeFilled) {
     const Descriptor descriptor(file, O_RDWR);
     Copy copy;
-    copy.fileBytes = static_cast<std::int64_t>(std::filesystem::file_size(file));
+    copy.whole = {bytesOf(file), canBeFilled ? 1 : 0};
     if (!descriptor.read(copy.page.data(), copy.page.size(), room))
         throw std::runtime_error(file.string() + " is shorter than its first page");
     copy.digest = copy.digestOfRest();
     descriptor.write(&copy, sizeof copy, place);
 }
 
-std::optional<std::int64_t> bytesOf(const std::filesystem::path& file) {
+std::optional<Whole> wholeOf(const std::filesystem::path& file) {
     const std::optional<Copy> copy = read(file);
     if (!copy) return std::nullopt;
-    return copy->fileBytes;
+    return copy->whole;
 }
 
 bool restore(const std::filesystem::path& file) {
     const std::optional<Copy> copy = read(file);
     if (!copy) return false;
+    const bool isCutOff = bytesOf(file) < copy->whole.bytes;
+    if (isCutOff && copy->whole.canBeFilled == 0) return false;
     const Descriptor descriptor(file, O_RDWR);
     descriptor.write(copy->page.data(), copy->page.size(), room);
-    if (std::filesystem::file_size(file) < static_cast<std::uintmax_t>(copy->fileBytes) &&
-        ftruncate(descriptor, copy->fileBytes) != 0)
+    if (isCutOff && ftruncate(descriptor, copy->whole.bytes) != 0)
         failWith(file.string() + " cannot be written", errno);
     return true;
 }

@@ -19,16 +19,24 @@ constexpr std::int64_t room = 8192;
 /// Bytes of the page.
 constexpr std::int64_t pageBytes = 4096;
 
+/// What a copy says of its file.
+struct Whole {
+    std::int64_t bytes = 0;  ///< that the file has had since the copy was made
+    std::int64_t canBeFilled =
+        0;  ///< 1 where values that are cut off can be computed in their place
+};
+
 /// Makes the copy, when all has its place.
+/// @param canBeFilled as in `Whole`
 /// @throws std::runtime_error
-void make(const std::filesystem::path& file);
+void make(const std::filesystem::path& file, bool canBeFilled);
 
-/// The bytes that a file has had since the copy was made, or none where it has no copy.
-std::optional<std::int64_t> bytesOf(const std::filesystem::path& file);
+/// None where the file has no copy.
+std::optional<Whole> wholeOf(const std::filesystem::path& file);
 
-/// Puts the copy in the page's place, and gives the file back the bytes that were cut off, as
-/// zeros.
-/// @return whether there was a copy
+/// Puts the copy in the page's place, and gives a file that can be filled the bytes that were cut
+/// off, as zeros.
+/// @return whether that makes the file whole; otherwise it is left alone
 /// @throws std::runtime_error where the file cannot be written
 bool restore(const std::filesystem::path& file);
 

@@ -61,9 +61,9 @@ std::string reason(const std::exception& failure) {
 
 std::string complaint(const std::exception& failure) {
     std::string line = reason(failure);
-    // Names may have line ends in them, and what moves a terminal's cursor.
+    // Names may have line ends in them, and other control characters.
     std::ranges::replace_if(
-        line, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, '?');
+        line, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
     return "pistonfield-run: " + line;
 }
 

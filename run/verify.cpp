@@ -1,9 +1,11 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 #include <iostream>
 #include <stdexcept>
@@ -80,6 +82,10 @@ bool arePartsWhole(const FieldFile& joined, const fs::path& path) {
         std::cout << place.string() << " " << complaint << "\n";
         whole = false;
     }
+    if (!joined.account().complete) {
+        std::cout << path.string() << " is not complete: join its parts again\n";
+        whole = false;
+    }
     return whole;
 }
 
@@ -100,6 +106,8 @@ bool isWholeToAnother(const fs::path& path) {
     const pid_t child = fork();
     if (child < 0) failWith("a process cannot be started", errno);
     if (child == 0) {
+        // Nobody waits for a child whose parent was killed.
+        static_cast<void>(prctl(PR_SET_PDEATHSIG, SIGKILL));
         const bool whole = isWhole(path);
         std::cout.flush();
         _exit(whole && std::cout ? 0 : 1);

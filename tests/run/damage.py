@@ -119,6 +119,14 @@ class DamagedFieldsTest(ProgramTest):
             self.run_program("field.h5", "--resume")
             self.assertEqual(self.at("field.h5").read_bytes(), good)
 
+    def test_that_are_compressed_and_cut_off_are_left_alone(self):
+        self.run_program(*options(), "--slab", 611, "--compress", 1, "field.h5")
+        cut = self.at("field.h5").read_bytes()[:-100]
+        self.at("field.h5").write_bytes(cut)
+        for words in (["verify", "field.h5"], ["field.h5", "--resume"]):
+            self.assertIn("bytes are there; compute it anew", self.refused(*words))
+        self.assertEqual(self.at("field.h5").read_bytes(), cut)
+
     def test_that_are_joined_are_left_alone(self):
         self.run_program(*options(), "--part", "1/1", "part.h5")
         self.run_program("join", "field.h5", "part.part-1-of-1.h5")
