@@ -207,7 +207,11 @@ bool canBeRead(const std::string& name) {
 /// Why a file cannot be opened, in words about this program's files.
 [[noreturn]] void failToOpen(const std::string& name, const std::string& reason) {
     const std::optional<headCopy::Whole> whole = headCopy::wholeOf(name);
-    if (!whole) throw std::runtime_error(name + " cannot be opened as HDF5: " + reason);
+    if (!whole) {
+        const bool isCutOff = reason.find("truncated file") != std::string::npos;
+        throw std::runtime_error(
+            name + " cannot be opened as HDF5: " + (isCutOff ? "it is cut off" : reason));
+    }
     const auto found = static_cast<std::int64_t>(std::filesystem::file_size(name));
     if (found < whole->bytes)
         throw DamagedHead(

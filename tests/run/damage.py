@@ -136,6 +136,9 @@ class DamagedFieldsTest(ProgramTest):
         for words in (["verify", "field.h5"], ["field.h5", "--resume"]):
             self.assertIn("field.h5 cannot be opened as HDF5: ", self.refused(*words))
         self.assertEqual(self.at("field.h5").read_bytes(), flipped)
+        self.at("field.h5").write_bytes(flipped[:-1])
+        reason = "field.h5 cannot be opened as HDF5: it is cut off"
+        self.assertIn(reason, self.refused("show", "field.h5"))
 
     def test_a_bit_of_an_entry_is_told_and_mended(self):
         self.run_program(*options(), "--slab", 611, "field.h5")
