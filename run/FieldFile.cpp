@@ -524,9 +524,9 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
                 name + " cannot be read");
 }
 
-void FieldFile::readInto(const LatticeBox& box, const LatticeBox& piece, void* values) const {
+void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const {
     const ReadingLimit limit(name, bytesAround(piece, contents));
-    checked(H5Dread(pressure, valueType, selected(box, piece), selected(contents.box, piece),
+    checked(H5Dread(pressure, valueType, selected(whole, piece), selected(contents.box, piece),
                     H5P_DEFAULT, values),
             name + " cannot be read");
 }

@@ -116,8 +116,8 @@ class FieldFile {
     void write(const LatticeBox& box, const void* values, const float* magnitudes);
     void read(const LatticeBox& box, void* values, float* magnitudes) const;
 
-    /// Copies the values of a piece of a box to where they belong among the box's.
-    void readInto(const LatticeBox& box, const LatticeBox& piece, void* values) const;
+    /// Copies the values of a piece to where they belong among those of a whole box.
+    void readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const;
 
     Account account() const;
     /// Collective where the file was opened so, with the same account from all.

@@ -17,7 +17,7 @@ namespace {
 const std::string* theLine = nullptr;
 
 extern "C" void end(int /*signal*/) {
-    static_cast<void>(!write(STDERR_FILENO, theLine->data(), theLine->size()));
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, theLine->data(), theLine->size());
     _exit(1);
 }
 

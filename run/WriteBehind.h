@@ -19,6 +19,7 @@ class WriteBehind {
     explicit WriteBehind(const std::filesystem::path& path);
     WriteBehind(const WriteBehind&) = delete;
     WriteBehind& operator=(const WriteBehind&) = delete;
+    ~WriteBehind() = default;
 
     /// Bytes that were written, wherever that was. Waits where the disk is slower than the work.
     /// @throws std::runtime_error where the disk did not take earlier ones

@@ -21,9 +21,9 @@ struct NumberTypes {
     hid_t here;
 };
 
-NumberTypes typesOf(double) { return {H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE}; }
-NumberTypes typesOf(std::int64_t) { return {H5T_STD_I64LE, H5T_NATIVE_INT64}; }
-NumberTypes typesOf(std::uint64_t) { return {H5T_STD_U64LE, H5T_NATIVE_UINT64}; }
+NumberTypes typesOf(double /*number*/) { return {H5T_IEEE_F64LE, H5T_NATIVE_DOUBLE}; }
+NumberTypes typesOf(std::int64_t /*number*/) { return {H5T_STD_I64LE, H5T_NATIVE_INT64}; }
+NumberTypes typesOf(std::uint64_t /*number*/) { return {H5T_STD_U64LE, H5T_NATIVE_UINT64}; }
 
 std::string called(const char* name) { return std::string("the attribute '") + name + "'"; }
 

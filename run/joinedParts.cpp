@@ -95,6 +95,7 @@ std::vector<JoinedPart> read(hid_t file) {
     const OwnedTexts owned(type, space, rows);
     checked(H5Dread(dataset, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, rows.data()), datasetName);
     std::vector<JoinedPart> parts;
+    parts.reserve(rows.size());
     for (const Row& row : rows)
         parts.push_back(
             {row.file == nullptr ? "" : row.file, {row.first, row.size}, row.identity, row.values});
