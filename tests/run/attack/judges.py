@@ -9,6 +9,7 @@ refused run changes nothing, and a run that goes on ends in the right field or i
 import hashlib
 import json
 import os
+import resource
 import select
 import shutil
 import signal
@@ -91,6 +92,8 @@ def view_in_child(path, patience=10):
     if child == 0:
         try:
             limited()
+            # Also where nobody is left to end it.
+            resource.setrlimit(resource.RLIMIT_CPU, (2 * patience, 2 * patience))
             os.dup2(os.open(os.devnull, os.O_WRONLY), 2)
             answer = json.dumps(view(path))
         except BaseException as error:  # pylint: disable=broad-except
