@@ -6,7 +6,7 @@
 function(pistonfield_attack part processes)
   foreach(share quick full)
     set(configurations "")
-    set(properties TIMEOUT 120)
+    set(properties TIMEOUT 300)
     if(share STREQUAL "full")
       set(configurations CONFIGURATIONS soak)
       set(properties TIMEOUT 3600 LABELS soak)
