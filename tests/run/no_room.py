@@ -165,7 +165,8 @@ class SmallMemoryTest(ProgramTest):
 
 
 class SmallDiskTest(ProgramTest):
-    """On a file system of its own, which may become larger."""
+    """On a file system of its own, which may become larger. With the word none a mount is changed
+    without its other options, one of which names a user whom the namespace may not know."""
 
     def in_namespace(self, script):
         """Runs a script where mounts are its own business. The folder "disk" is there for one."""
@@ -188,7 +189,7 @@ class SmallDiskTest(ProgramTest):
             mount -t tmpfs -o size=128k none disk
             if run; then exit 2; fi
             ls -A disk
-            mount -o remount,size=4m disk
+            mount -o remount,size=4m none disk
             run >&2
             """
         )
@@ -204,7 +205,7 @@ class SmallDiskTest(ProgramTest):
         self.assertIn("disk/field.h5 is complete", run.stderr)
 
     def test_that_is_read_only_is_told(self):
-        run = self.in_namespace("mount -t tmpfs none disk; mount -o remount,ro disk; run")
+        run = self.in_namespace("mount -t tmpfs none disk; mount -o remount,ro none disk; run")
         self.assertEqual(run.returncode, 1)
         self.assertEqual(
             run.stderr, "pistonfield-run: disk/field.h5 cannot be written: Read-only file system\n"

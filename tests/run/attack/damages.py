@@ -198,7 +198,7 @@ class SmallDiskTest(Attack):
         "$@" disk/field.h5 >out 2>err
         echo $?
         find disk -type f '(' -empty -o -name '.*' ')'
-        mount -o remount,size=8m disk
+        mount -o remount,size=8m none disk
         "$@" disk/field.h5 --resume >out2 2>err2 || {{ cat err2 >&2; exit 3; }}
         cp disk/field.h5 .
         ls -A disk >left

@@ -397,7 +397,11 @@ class NamesTest(Attack):
                     shutil.rmtree(place)
 
     def test_of_a_compressed_field_keeps_owner_mode_and_other_names(self):
-        for mode, owner in [(0o600, 0), (0o640, 0), (0o664, 12345), (0o444, 0), (0o2755, 0)]:
+        modes = [(0o600, 0), (0o640, 0), (0o664, 12345)]
+        # Others may not go on with what they may not write, and lose such bits with what they write.
+        if os.geteuid() == 0:
+            modes += [(0o444, 0), (0o2755, 0)]
+        for mode, owner in modes:
             folder = self.case()
             path = folder / "whole.h5"
             if os.geteuid() == 0:
