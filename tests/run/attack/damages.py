@@ -13,7 +13,7 @@ from attacks import FULL, SEED, Attack, Run, main, run_limited, unrefused
 from judges import Judges, copy_companions, of_the_field, view
 from programs import PROGRAM, options
 
-DAMAGES = 400 if FULL else 30
+DAMAGES = 400 if FULL else 15
 KILLS = 100 if FULL else 4
 
 judges = None
