@@ -429,6 +429,22 @@ end
 %! [~, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
 %! assert(info.slabs, 700);
 
+%!test % a line of more points than that has slabs that are worth a call each
+%! for mode = {'cuda', 'cudadp'}
+%!   for memory = [Inf, 16 * 600000 + 96 * 10000]
+%!     [p, info] = pistonfield_pressure(piston, pistonfield_grid(0, 0, (1:600000) * 1e-7), ...
+%!                                      'frequency', 1e6, 'order', 2, 'mode', mode{1}, ...
+%!                                      'memory', memory);
+%!     assert(info.slabs, 2 + 58 * isfinite(memory));
+%!     some = [1, 300000, 524280, 524281, 600000];
+%!     for i = some
+%!       wanted = pistonfield_pressure(piston, pistonfield_grid(0, 0, i * 1e-7), ...
+%!                                     'frequency', 1e6, 'order', 2, 'mode', mode{1});
+%!       assert(p(i), wanted, 1e-5 * max(abs(p(some))));
+%!     end
+%!   end
+%! end
+
 %!test % a long field is cut into few slabs, and a line into pieces
 %! points = {pistonfield_grid((1:3) * 1e-3, (1:100) * 1e-4, 1e-3 + (1:200) * 1e-4), ...
 %!           pistonfield_grid(2e-3, 7e-4, 1e-3 + (1:60000) * 1e-5)};

@@ -21,53 +21,65 @@ function slabs = cut_grid(place, sizes, most, brief, order, mode)
   % what has few points across, has none whose layers are worth a call. They are cut all the same,
   % and positions may then differ by their rounding.
   onGpu = is_gpu_mode(mode);
-  count = sizes;
-  while too_large(count, most, onGpu)
-    direction = clean_cut(place, sizes, count, 1, @(count) ~too_large(count, most, onGpu), onGpu);
-    if isempty(direction)
-      direction = find(count > 1, 1, 'last');
-    end
-    count(direction) = 1;
-  end
+  cut = @(count, fits, least, pieces) cut_until(fits, place, sizes, count, least, pieces, onGpu);
   % The making of a rule takes a time that grows with the order's square.
   worthACall = 512 + order / 4;
-  while prod(count) > max(brief, worthACall)
-    direction = clean_cut(place, sizes, count, worthACall, @(count) prod(count) <= brief, onGpu);
-    if isempty(direction)
-      [count, fits] = thick_cut(count, max(worthACall, 2e7 / order));
-      if fits
-        break
-      end
-    else
-      count(direction) = 1;
-    end
+  room = struct('points', most, 'across', Inf);
+  if onGpu
+    room.across = 524280;  % along the second and third direction, in one launch
   end
+  count = cut(sizes, @(count) fits_into(room, count), min(worthACall, most), room);
+  % How long it takes to compute pieces has no part in their size: rounding would depend on the
+  % machine's load.
+  pieces = struct('points', max(worthACall, 2e7 / order), 'across', Inf);
+  count = cut(count, @(count) prod(count) <= max(brief, worthACall), worthACall, pieces);
   slabs.count = count;
   slabs.first = first_points(sizes, count);
   slabs.place = @(first) place_from(place, first, mode);
 end
 
-% The longest direction in pieces, so that slabs have about so many points; and whether one of its
-% layers has no more. How long it takes to compute them has no part in it: rounding would depend on
-% the machine's load.
-function [count, fits] = thick_cut(count, points)
-  [longest, direction] = max(count);
-  across = prod(count) / longest;
-  count(direction) = max(1, min(longest, floor(points / across)));
-  fits = across <= points;
+% Cuts without rounding as long as layers have at least so many points, and then into pieces.
+function count = cut_until(fits, place, sizes, count, least, pieces, onGpu)
+  while ~fits(count)
+    direction = clean_cut(fits, place, sizes, count, least, onGpu);
+    if isempty(direction)
+      count = thick_cut(pieces, count);
+      if fits_into(pieces, count)
+        return
+      end
+    else
+      count(direction) = 1;
+    end
+  end
 end
 
-% A launch on a GPU has no room for more points along the second and third direction.
-function yes = too_large(count, points, onGpu)
-  yes = any(count > 1) && (prod(count) > points || (onGpu && count(2) * count(3) > 524280));
+function yes = fits_into(room, count)
+  yes = all(count == 1) || (prod(count) <= room.points && prod(count(2:3)) <= room.across);
 end
 
-% The direction whose cut rounds nothing, leaves layers of at least so many points and makes the
-% fewest of those that fit, the last of several; if none fit, the smallest.
-function direction = clean_cut(place, sizes, count, least, fits, onGpu)
+% The direction whose cut rounds nothing and leaves layers of at least so many points.
+function direction = clean_cut(fits, place, sizes, count, least, onGpu)
   candidates = find(count > 1);
   clean = @(direction) is_clean(place, sizes, candidates, direction, onGpu);
-  candidates = candidates(arrayfun(clean, candidates) & prod(count) ./ count(candidates) >= least);
+  direction = best_cut(fits, count, candidates(arrayfun(clean, candidates) & ...
+                                               prod(count) ./ count(candidates) >= least));
+end
+
+% The best direction in pieces of as many layers as there is room for.
+function count = thick_cut(room, count)
+  direction = best_cut(@(count) fits_into(room, count), count, find(count > 1));
+  layer = count;
+  layer(direction) = 1;
+  layers = room.points / prod(layer);
+  if direction > 1
+    layers = min(layers, room.across / prod(layer(2:3)));
+  end
+  count(direction) = max(1, min(count(direction), floor(layers)));
+end
+
+% Of some directions the one whose cut into layers makes the fewest of those that fit, the last of
+% several; if none fit, the smallest.
+function direction = best_cut(fits, count, candidates)
   fitting = candidates(arrayfun(@(i) fits(count .* ((1:3) ~= i) + ((1:3) == i)), candidates));
   if isempty(fitting)
     [~, at] = max(count(candidates));
