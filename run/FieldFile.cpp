@@ -12,7 +12,7 @@
 #include <system_error>
 
 #include "run/Descriptor.h"
-#include "run/ReadingLimit.h"
+#include "run/ReadingGuard.h"
 #include "run/description.h"
 #include "run/headCopy.h"
 
@@ -232,6 +232,13 @@ std::int64_t bytesAround(const LatticeBox& box, const Layout& layout) {
     return bytes;
 }
 
+/// The bytes by which the time to open a file is limited.
+std::optional<std::int64_t> bytesToOpen(const std::optional<MPI_Comm>& together) {
+    // It takes processor time to wait for others.
+    if (together) return std::nullopt;
+    return 0;
+}
+
 File openFile(const std::string& name, FieldFile::Access access,
               const std::optional<MPI_Comm>& together) {
     // To open a pipe would be to wait for whoever writes into it.
@@ -240,9 +247,7 @@ File openFile(const std::string& name, FieldFile::Access access,
     if (kind == std::filesystem::file_type::fifo || kind == std::filesystem::file_type::socket ||
         kind == std::filesystem::file_type::character)
         throw std::runtime_error(name + " is a pipe or a device, and no file of a field");
-    // Together with others it takes processor time to wait for them.
-    std::optional<ReadingLimit> limit;
-    if (!together) limit.emplace(name, 0);
+    const ReadingGuard guard(name, bytesToOpen(together));
     const unsigned flags = access == FieldFile::Access::read ? H5F_ACC_RDONLY : H5F_ACC_RDWR;
     const Properties how = accessProperties(together);
     const hid_t id = H5Fopen(name.c_str(), flags, how);
@@ -423,8 +428,7 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
                      std::optional<MPI_Comm> together)
     : name(path.string()), file(openFile(name, access, together)) {
     try {
-        std::optional<ReadingLimit> limit;
-        if (!together) limit.emplace(name, 0);
+        const ReadingGuard guard(name, bytesToOpen(together));
         openContents();
         if (access == Access::write) behind.emplace(path);
     } catch (...) {
@@ -468,7 +472,7 @@ bool FieldFile::compressed() const {
 
 std::vector<SlabRecord> FieldFile::records() const {
     std::vector<Entry> stored(static_cast<std::size_t>(contents.slabs().count()));
-    const ReadingLimit limit(name, static_cast<std::int64_t>(stored.size() * sizeof(Entry)));
+    const ReadingGuard guard(name, static_cast<std::int64_t>(stored.size() * sizeof(Entry)));
     checked(H5Dread(entries, entryType(), H5S_ALL, H5S_ALL, H5P_DEFAULT, stored.data()),
             name + ": the slabs' entries cannot be read");
     const Digest::Value identity = description::identityOf(contents);
@@ -515,7 +519,7 @@ void FieldFile::write(const LatticeBox& box, const void* values, const float* ma
 }
 
 void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) const {
-    const ReadingLimit limit(name, bytesAround(box, contents));
+    const ReadingGuard guard(name, bytesAround(box, contents));
     const Space from = selected(contents.box, box);
     const Space to = spaceOf(box.size);
     checked(H5Dread(pressure, valueType, to, from, H5P_DEFAULT, values), name + " cannot be read");
@@ -525,7 +529,7 @@ void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) con
 }
 
 void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const {
-    const ReadingLimit limit(name, bytesAround(piece, contents));
+    const ReadingGuard guard(name, bytesAround(piece, contents));
     checked(H5Dread(pressure, valueType, selected(whole, piece), selected(contents.box, piece),
                     H5P_DEFAULT, values),
             name + " cannot be read");
@@ -533,6 +537,7 @@ void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void*
 
 Account FieldFile::account() const {
     Account account;
+    const ReadingGuard guard(name, 0);
     readSoundly(name, [&] { account = description::readAccount(file); });
     return account;
 }

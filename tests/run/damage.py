@@ -80,6 +80,17 @@ class ForeignFilesTest(ProgramTest):
                 del (file if name in file else file.attrs)[name]
             self.assert_refused_untouched("field.h5", "field.h5 is damaged")
 
+    def test_in_which_hdf5_reads_texts_from_beyond_its_memory(self):
+        for kind in ([], ["--compress", 1]):
+            self.run_program(*options(), "--no-magnitude", "--slab", 611, "field.h5", *kind)
+            content = bytearray(self.at("field.h5").read_bytes())
+            # The size of a text lies before it. This one is not in the first page, which has a copy.
+            size = content.rindex(b"pressure[iz]") - 8
+            self.assertGreater(size, 8192 + 4096)
+            content[size + 3] ^= 1
+            self.at("field.h5").write_bytes(content)
+            self.assert_refused_untouched("field.h5", "field.h5 is damaged: reading it ended by ")
+
     def test_with_slabs_that_make_no_sense(self):
         for sizes in ([0, 17, 19], [-1, 17, 19], [23, 17, 2**62]):
             self.run_program(*options(), "--no-magnitude", "field.h5")
