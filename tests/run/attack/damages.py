@@ -3,21 +3,17 @@
 """Files that are damaged at random, as disks, copies and cut connections damage them, and runs that
 are killed, damaged on top, and resumed until the field is that of an undisturbed run."""
 
-import multiprocessing
 import os
 import random
 import signal
 import time
 
 from attacks import FULL, SEED, Attack, Run, main, run_limited, unrefused
-from judges import Judges, copy_companions, of_the_field, view
+from judges import Judges, judge_all, of_the_field, view
 from programs import PROGRAM, options
 
-DAMAGES = 400 if FULL else 15
+DAMAGES = 400 if FULL else 30
 KILLS = 100 if FULL else 4
-
-judges = None
-folder = None
 
 
 def truncated(draw, data):
@@ -87,18 +83,9 @@ WAYS = (
 )  # fmt: skip
 
 
-def begin(the_judges, root):
-    global judges, folder
-    judges = the_judges
-    folder = root / f"judged.{os.getpid()}"
-    copy_companions(judges.folder, judges.name, folder)
-
-
-def damage(seed):
+def damaged(data, seed):
     draw = random.Random(seed)
-    way = draw.choice(WAYS)
-    findings, told = judges.judge(way(draw, judges.bytes), folder)
-    return seed, way.__name__, findings, told
+    return draw.choice(WAYS)(draw, data)
 
 
 class DamagesTest(Attack):
@@ -108,12 +95,12 @@ class DamagesTest(Attack):
         known = Judges(path.parent, path.name, path)
         told = 0
         seeds = [SEED * 10**6 + i for i in range(DAMAGES)]
-        with multiprocessing.Pool(2, begin, (known, self.folder)) as pool:
-            for seed, way, findings, by_verify in pool.imap_unordered(damage, seeds, 4):
-                self.tried += 1
-                told += by_verify
-                for finding in findings:
-                    self.found(finding, f"{way}, draw {seed}")
+        for seed, findings, by_verify in judge_all(known, self.folder, damaged, seeds):
+            self.tried += 1
+            told += by_verify
+            for finding in findings:
+                way = random.Random(seed).choice(WAYS).__name__
+                self.found(finding, f"{way}, draw {seed}")
         print(f"{DAMAGES} damages, {told} told", flush=True)
 
     def test_of_a_field(self):

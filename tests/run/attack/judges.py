@@ -8,6 +8,7 @@ refused run changes nothing, and a run that goes on ends in the right field or i
 
 import hashlib
 import json
+import multiprocessing
 import os
 import resource
 import select
@@ -111,6 +112,19 @@ def view_in_child(path, patience=10):
     return json.loads(answer) if answer else "h5py crashes or hangs"
 
 
+def chunk_ranges(path, dataset, userblock):
+    """Where a dataset's chunks are. Some versions of HDF5 count from the file's first byte and some
+    from where its own content begins: the chunks' bytes tell which does."""
+    content = path.read_bytes()
+    chunks = [dataset.get_chunk_info(number) for number in range(dataset.get_num_chunks())]
+    for start in (0, userblock):
+        ranges = [(start + c.byte_offset, start + c.byte_offset + c.size) for c in chunks]
+        stored = [dataset.read_direct_chunk(c.chunk_offset)[1] for c in chunks]
+        if [content[begin:end] for begin, end in ranges] == stored:
+            return ranges
+    raise AssertionError(f"the chunks of {path} are elsewhere")
+
+
 def raw_ranges(path):
     """Where the file has the field's values, as (begin, end) in bytes."""
     ranges = []
@@ -120,9 +134,7 @@ def raw_ranges(path):
             if file[name].is_virtual:
                 continue
             if file[name].chunks:
-                for number in range(dataset.get_num_chunks()):
-                    chunk = dataset.get_chunk_info(number)
-                    ranges.append((chunk.byte_offset, chunk.byte_offset + chunk.size))
+                ranges += chunk_ranges(path, dataset, file.userblock_size)
             else:
                 ranges.append(
                     (dataset.get_offset(), dataset.get_offset() + dataset.get_storage_size())
@@ -257,3 +269,28 @@ class Judges:
 def copy_companions(folder, name, to):
     """All that lies beside a field."""
     shutil.copytree(folder, to, ignore=shutil.ignore_patterns(name, f"{name}.xdmf"))
+
+
+# What a process of the pool judges by, and how.
+_known = None
+_folder = None
+_damaged = None
+
+
+def _begin(known, root, damaged):
+    """Each process of the pool has a folder of its own."""
+    global _known, _folder, _damaged
+    _known, _damaged = known, damaged
+    _folder = root / f"judged.{os.getpid()}"
+    copy_companions(known.folder, known.name, _folder)
+
+
+def _judge(draw):
+    return draw, *_known.judge(_damaged(_known.bytes, draw), _folder)
+
+
+def judge_all(known, root, damaged, draws):
+    """Judges damages, two at a time: damaged(bytes, draw) are those of a damaged file. Yields for each
+    the draw, the findings, and whether verify told it."""
+    with multiprocessing.Pool(2, _begin, (known, root, damaged)) as pool:
+        yield from pool.imap_unordered(_judge, draws, 4)
