@@ -2,7 +2,8 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# Runs the long checks whole and prints their figures. Takes about half an hour on two cores.
+# Runs the long checks whole and prints their figures. Takes about half an hour on two cores, and on top
+# whatever the attacks on pistonfield-run take, which were not run whole yet.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh

@@ -75,15 +75,13 @@ for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
 end
 it('a field in thin slabs takes little more than its own memory', ...
    @() keeps_within('cpu', [120 120 120], 16 * 120 ^ 3 + 64 * 120 ^ 2 + 8e6));
-for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
+for mode = {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'}
   it(sprintf('mode %s ends on Ctrl-C in a volume', mode{1}), ...
      @() ends_on_interrupt(mode{1}, volume));
 end
-for mode = {'cpu', 'cudadp'}
+for mode = {'cpu', 'cuda', 'cudadp'}
   it(sprintf('mode %s ends on Ctrl-C on a turned grid', mode{1}), ...
      @() ends_on_interrupt(mode{1}, turned));
-end
-for mode = {'cpu', 'cuda'}
   it(sprintf('mode %s ends on Ctrl-C on a line', mode{1}), ...
      @() ends_on_interrupt(mode{1}, line));
 end
