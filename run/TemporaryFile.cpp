@@ -15,6 +15,8 @@
 #include <system_error>
 #include <utility>
 
+#include "run/removal.h"
+
 namespace run {
 
 namespace {
@@ -102,6 +104,7 @@ FileLock TemporaryFile::takePlace(bool replacing, const std::string& firstBytes,
     if (fdatasync(locked.file()) != 0) fail(errno);
     moveIn(replacing);
     placed = true;
+    keepName();
     return std::move(locked);
 }
 
@@ -128,13 +131,19 @@ void TemporaryFile::moveIn(bool replacing) const {
     fail(errno);
 }
 
+void TemporaryFile::keepName() const noexcept {
+    const fs::path folder = output.parent_path();
+    const int number = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_CLOEXEC);
+    if (number < 0) return;
+    static_cast<void>(fsync(number));
+    static_cast<void>(close(number));
+}
+
 void TemporaryFile::removeLeftovers(const fs::path& output) {
     const std::string mark = markFor(output);
-    const fs::path folder = fs::absolute(output).parent_path();
-    std::error_code none;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder, none))
-        if (entry.path().filename().string().starts_with(prefix) && isLeftover(entry.path(), mark))
-            fs::remove(entry.path(), none);
+    removeFrom(fs::absolute(output).parent_path(), [&](const fs::path& path) {
+        return path.filename().string().starts_with(prefix) && isLeftover(path, mark);
+    });
 }
 
 }  // namespace run

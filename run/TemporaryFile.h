@@ -49,6 +49,8 @@ class TemporaryFile {
   private:
     [[noreturn]] void fail(int error) const;
     void moveIn(bool replacing) const;
+    /// Has a loss of power leave the output its name, on file systems that can promise that.
+    void keepName() const noexcept;
 
     std::filesystem::path output;
     std::filesystem::path path;

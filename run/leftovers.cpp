@@ -11,6 +11,7 @@
 
 #include "run/TemporaryFile.h"
 #include "run/outputs.h"
+#include "run/removal.h"
 
 namespace run {
 
@@ -46,11 +47,9 @@ bool isLock(const fs::path& path) {
 
 void removeLeftovers(const fs::path& output) {
     TemporaryFile::removeLeftovers(outputs::target(output));
-    std::error_code none;
-    for (const fs::directory_entry& entry :
-         fs::directory_iterator(fs::absolute(output).parent_path(), none))
-        if (hasLocksName(entry.path().filename(), output.filename()) && isLock(entry.path()))
-            fs::remove(entry.path(), none);
+    removeFrom(fs::absolute(output).parent_path(), [&](const fs::path& path) {
+        return hasLocksName(path.filename(), output.filename()) && isLock(path);
+    });
 }
 
 }  // namespace run
