@@ -9,7 +9,7 @@ function [lost, values] = corner_values(p, first, field, place, mode)
   lost = find(isnan(p(:)))';
   values = zeros(1, numel(lost));
   nearer = 1 - 2 ^ -40;
-  if any(strcmp(mode, {'cuda', 'cpusp'}))
+  if is_single_mode(mode)
     nearer = 1 - 2 ^ -20;
   end
   for i = 1:numel(lost)

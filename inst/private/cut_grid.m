@@ -107,7 +107,7 @@ end
 
 function place = place_from(place, first, mode)
   t = place;
-  if any(strcmp(mode, {'cuda', 'cpusp'}))
+  if is_single_mode(mode)
     t = single(t);
   end
   if is_gpu_mode(mode)

@@ -68,7 +68,7 @@ end
 
 function name = precision_of(mode)
   name = 'double';
-  if any(strcmp(mode, {'cpusp', 'cuda'}))
+  if is_single_mode(mode)
     name = 'single';
   end
 end
