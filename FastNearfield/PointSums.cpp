@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/PointSums.h"
 
+#include <algorithm>
+
 #include "lanes/InstructionSet.h"
+#include "parallel/threads.h"
 
 namespace pointsums {
 
@@ -21,6 +24,24 @@ const Functions& functions() noexcept {
     return baseline::functions;
 }
 
+/// Has threads fill a lattice, each a piece at a time.
+template <class Fill, class T, class G>
+void fillInParallel(Fill fill, const Rule<T>& rule, const Piston<T>& piston,
+                    const Lattice<G>& lattice, const Field<T>& field) {
+    if (lattice.sx < 1 || lattice.sy < 1 || lattice.sz < 1) return;
+    const std::int64_t points = std::int64_t{lattice.sx} * lattice.sy * lattice.sz;
+    // A fraction of a millisecond, beside which it takes little to start a thread.
+    constexpr std::int64_t evaluations = 1 << 18;
+    const std::int64_t ofAPoint = 4 * std::max<std::int64_t>(1, rule.order);
+    const std::int64_t piece =
+        std::max<std::int64_t>(1, evaluations / ofAPoint / pointsAtATime) * pointsAtATime;
+    // To ask takes as long as a point.
+    const unsigned threads = points > piece ? pistonfield::threadCount() : 1;
+    pistonfield::inParallel(points, piece, threads, [&](std::int64_t first, std::int64_t last) {
+        fill(rule, piston, lattice, field, {first, last});
+    });
+}
+
 }  // namespace
 
 Value<float> unitPhase(float angle) { return functions().unitPhaseInFloat(angle); }
@@ -37,17 +58,17 @@ Value<double> edgeSum(const Rule<double>& rule, const Point<double>& point) {
 
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<float>& lattice,
           const Field<float>& field) {
-    functions().fillFloatOnFloat(rule, piston, lattice, field);
+    fillInParallel(functions().fillFloatOnFloat, rule, piston, lattice, field);
 }
 
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<double>& lattice,
           const Field<float>& field) {
-    functions().fillFloatOnDouble(rule, piston, lattice, field);
+    fillInParallel(functions().fillFloatOnDouble, rule, piston, lattice, field);
 }
 
 void fill(const Rule<double>& rule, const Piston<double>& piston, const Lattice<double>& lattice,
           const Field<double>& field) {
-    functions().fillDoubleOnDouble(rule, piston, lattice, field);
+    fillInParallel(functions().fillDoubleOnDouble, rule, piston, lattice, field);
 }
 
 }  // namespace pointsums

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 /// The arithmetic of the CPU evaluation, compiled for several instruction sets: the edge sums of
 /// the fast near-field method at many points at a time, one point in each SIMD lane. A point's
@@ -64,8 +65,9 @@ Value<double> unitPhase(double angle);
 Value<float> edgeSum(const Rule<float>& rule, const Point<float>& point);
 Value<double> edgeSum(const Rule<double>& rule, const Point<double>& point);
 
-/// Fills a field over a lattice with the pressure, in grid point order. A lattice with a size below
-/// 1 has no points.
+/// Fills a field over a lattice with the pressure, in grid point order, in as many threads as are
+/// worth their while. A lattice with a size below 1 has no points.
+/// @throws std::runtime_error as `pistonfield::threadCount`, where several are worth their while
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<float>& lattice,
           const Field<float>& field);
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<double>& lattice,
@@ -73,18 +75,27 @@ void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<do
 void fill(const Rule<double>& rule, const Piston<double>& piston, const Lattice<double>& lattice,
           const Field<double>& field);
 
-/// The functions above as one instruction set has them.
+/// The points of a lattice from the one with the linear index `first` to the one before `last`.
+struct Range {
+    std::int64_t first, last;
+};
+
+/// The points that are worth a turn of a thread are a multiple of this: whole packs of every
+/// instruction set, as many as are computed at a time.
+constexpr std::int64_t pointsAtATime = 128;
+
+/// The functions above as one instruction set has them; the fills in one thread.
 struct Functions {
     Value<float> (*unitPhaseInFloat)(float);
     Value<double> (*unitPhaseInDouble)(double);
     Value<float> (*edgeSumInFloat)(const Rule<float>&, const Point<float>&);
     Value<double> (*edgeSumInDouble)(const Rule<double>&, const Point<double>&);
     void (*fillFloatOnFloat)(const Rule<float>&, const Piston<float>&, const Lattice<float>&,
-                             const Field<float>&);
+                             const Field<float>&, const Range&);
     void (*fillFloatOnDouble)(const Rule<float>&, const Piston<float>&, const Lattice<double>&,
-                              const Field<float>&);
+                              const Field<float>&, const Range&);
     void (*fillDoubleOnDouble)(const Rule<double>&, const Piston<double>&, const Lattice<double>&,
-                               const Field<double>&);
+                               const Field<double>&, const Range&);
 };
 
 namespace baseline {

@@ -326,8 +326,13 @@ class Counter {
     };
 
     template <class G>
-    explicit Counter(const Lattice<G>& lattice)
-        : sx(lattice.sx), sy(lattice.sy), left(std::int64_t{sx} * sy * lattice.sz) {}
+    Counter(const Lattice<G>& lattice, const Range& range)
+        : sx(lattice.sx),
+          sy(lattice.sy),
+          left(range.last - range.first),
+          ix(static_cast<int>(range.first % sx)),
+          iy(static_cast<int>(range.first / sx % sy)),
+          iz(static_cast<int>(range.first / sx / sy)) {}
 
     /// Points that remain.
     std::int64_t remaining() const { return left; }
@@ -365,7 +370,7 @@ class Counter {
 
     int sx, sy;
     std::int64_t left;
-    int ix = 0, iy = 0, iz = 0;
+    int ix, iy, iz;
 };
 
 /// One coordinate of the lattice points, with the arithmetic of the grid's own positions.
@@ -393,15 +398,15 @@ template <class V>
 
 template <class T, class G>
 void fill(const Rule<T>& rule, const Piston<T>& piston, const Lattice<G>& lattice,
-          const Field<T>& field) {
+          const Field<T>& field, const Range& range) {
     constexpr int W = lanes::width<T>;
     using V = Pack<T, W>;
-    if (lattice.sx < 1 || lattice.sy < 1 || lattice.sz < 1) return;
+    static_assert(pointsAtATime % (W * packsAtATime) == 0);
     constexpr auto scale = static_cast<T>(-0.15915494309189535);  // -1/(2pi)
     EdgeIntegrals<V> integrals(rule, piston.k);
     EdgeSum<V> sums[packsAtATime];
-    Counter<W> counter(lattice);
-    std::ptrdiff_t next = 0;
+    Counter<W> counter(lattice, range);
+    std::ptrdiff_t next = range.first;
     std::int64_t left = counter.remaining();
     while (left > 0) {
         int packs = 0;

@@ -22,7 +22,9 @@
 /// line and f(t) = (exp(-j*k*sqrt(z^2 + e^2 + t^2)) - exp(-j*k*z)) / (e^2 + t^2).
 ///
 /// Lengths are in any one unit, the wavenumber in radians per that unit. NaN and infinite values
-/// propagate into the field. One object is used by one thread at a time.
+/// propagate into the field. One object is used by one thread at a time; on the CPU it computes
+/// with as many as `pistonfield::threadCount` of parallel/threads.h says, and the bits do not
+/// depend on that.
 ///
 /// A program that wants the field calls `computeBox`, which needs neither a device nor a rule on
 /// it, and prints nothing. With `useCuda` set, as it is at first, `compute` works on the GPU, as
@@ -95,7 +97,8 @@ class RectangularPistonCuda2 : public Piston {
     /// Prints nothing.
     /// @param out       box.points() values
     /// @param transform 16 values, row by row; see `Grid3DR`
-    /// @throws std::bad_array_new_length where a size of the box does not fit 31 bits
+    /// @throws std::bad_array_new_length where a size of the box does not fit 31 bits;
+    ///     std::runtime_error where the environment has a number of threads that is none
     template <class T>
     void computeBox(std::complex<T>* out, const double* transform, const LatticeBox& box) const;
 

@@ -7,13 +7,11 @@
 #include <FastNearfield/RectangularPiston2.h>
 #include <core/LatticeBox.h>
 
-#include <algorithm>
 #include <array>
 #include <complex>
 #include <cstdint>
 #include <cstdio>
 #include <numbers>
-#include <thread>
 #include <vector>
 
 namespace {
@@ -35,23 +33,11 @@ constexpr std::array<double, 16> transform{step, 0, 0,    -15e-3, 0, step, 0, 0,
 
 using Field = std::vector<std::complex<double>>;
 
-/// The layers from iz = first to last - 1, with a piston of the thread's own.
-void computeLayers(Field& field, std::int64_t first, std::int64_t last) {
+Field fieldInPlane() {
     RectangularPistonCuda2 piston(l, s, k);
     piston.doubleRule.compute(order);
-    const LatticeBox layers{{0, 0, first}, {sx, 1, last - first}};
-    piston.computeBox(field.data() + first * sx, transform.data(), layers);
-}
-
-Field fieldInPlane() {
     Field field(sx * sz);
-    const std::int64_t threads = std::max(1U, std::thread::hardware_concurrency());
-    std::vector<std::jthread> running;
-    for (std::int64_t i = 0; i < threads; ++i)
-        running.emplace_back([&field, first = sz * i / threads, last = sz * (i + 1) / threads] {
-            computeLayers(field, first, last);
-        });
-    running.clear();  // waits for all of them
+    piston.computeBox(field.data(), transform.data(), {{0, 0, 0}, {sx, 1, sz}});
     return field;
 }
 

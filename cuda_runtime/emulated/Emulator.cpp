@@ -10,9 +10,10 @@
 #include <memory>
 #include <new>
 #include <sstream>
-#include <system_error>
 #include <thread>
 #include <utility>
+
+#include "parallel/threads.h"
 
 namespace cuda_runtime::emulated {
 
@@ -67,8 +68,7 @@ Emulator& emulator() {
     return instance;
 }
 
-Emulator::Emulator()
-    : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()), workers(defaultWorkers()) {}
+Emulator::Emulator() : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()) {}
 
 Emulator::~Emulator() {
     interceptor = nullptr;
@@ -91,10 +91,6 @@ std::size_t Emulator::defaultMemoryLimit() noexcept {
 void Emulator::setDevices(std::vector<cudaDeviceProp> list) {
     devices = std::move(list);
     chosenDevice = 0;
-}
-
-unsigned Emulator::defaultWorkers() noexcept {
-    return std::max(1U, std::thread::hardware_concurrency());
 }
 
 void Emulator::registerModule(std::span<const void* const> entries,
@@ -281,26 +277,13 @@ cudaError_t Emulator::runPending(const KernelImage& image) const {
     return faulted ? cudaErrorIllegalAddress : cudaSuccess;
 }
 
-/// Workers take runs of threads, each the next one left, so that uneven work stays balanced. They
-/// live as long as the launch.
+/// The host's threads live as long as the launch.
 void Emulator::runThreads(const KernelImage& image, std::int64_t threads) const {
     constexpr std::int64_t runLength = 2048;
-    std::atomic<std::int64_t> next{0};
-    const auto work = [&] {
-        for (std::int64_t first = next.fetch_add(runLength); first < threads;
-             first = next.fetch_add(runLength))
-            image.run(pending->arguments(), first, std::min(first + runLength, threads));
-    };
-    const std::int64_t runs = (threads + runLength - 1) / runLength;
-    std::vector<std::jthread> helpers;
-    try {
-        while (static_cast<std::int64_t>(helpers.size()) + 1 <
-               std::min<std::int64_t>(workers, runs))
-            helpers.emplace_back(work);
-    } catch (const std::system_error&) {
-        // Without more threads the ones at hand do the work.
-    }
-    work();
+    pistonfield::inParallel(threads, runLength, workers == 0 ? pistonfield::threadCount() : workers,
+                            [&](std::int64_t first, std::int64_t last) {
+                                image.run(pending->arguments(), first, last);
+                            });
 }
 
 cudaError_t Emulator::threadSynchronize() {

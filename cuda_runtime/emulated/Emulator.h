@@ -74,9 +74,8 @@ class Emulator {
     /// The device that `cudaSetDevice` chose last.
     int currentDevice() const noexcept { return chosenDevice; }
 
-    /// Host threads that a launch may use; the machine's by default.
+    /// Host threads that a launch may use; 0 for as many as other computations do.
     void setWorkers(unsigned count) noexcept { workers = count; }
-    static unsigned defaultWorkers() noexcept;
 
     /// A constant that several modules register under one name, one for each instruction set, is
     /// written in all of them.
@@ -113,7 +112,7 @@ class Emulator {
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;
     Interceptor interceptor;
-    unsigned workers;
+    unsigned workers = 0;
     std::multimap<std::string, ConstantSymbol, std::less<>> constants;
     std::vector<const void*> kernels;
 

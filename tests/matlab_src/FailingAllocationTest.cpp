@@ -6,6 +6,7 @@
 
 #include "core/SilentOutput.h"
 #include "cuda_runtime/emulated/Emulator.h"
+#include "parallel/threads.h"
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
 
@@ -47,7 +48,7 @@ class FailingAllocationTest : public GatewayTest, public testing::WithParamInter
         GatewayTest::SetUp();
         // The texts that an interceptor sees are allocations that no module makes.
         emulator().setInterceptor(nullptr);
-        emulator().setWorkers(3);
+        pistonfield::useThreads(3);
         testing::internal::CaptureStderr();
         expected = bareCall(request()).values();
         expectNextCallIsRight();
@@ -56,12 +57,12 @@ class FailingAllocationTest : public GatewayTest, public testing::WithParamInter
 
     void TearDown() override {
         testing::internal::GetCapturedStderr();
-        emulator().setWorkers(Emulator::defaultWorkers());
+        pistonfield::useThreads(0);
         GatewayTest::TearDown();
     }
 
-    /// Of more points than one worker takes at a time.
-    static Request request() { return Request().sizes({16, 16, 9}).mode(GetParam()).abscissas(4); }
+    /// Of more points than two threads take at a time.
+    static Request request() { return Request().sizes({64, 32, 17}).mode(GetParam()).abscissas(4); }
 
     static std::size_t liveBytes() {
         theHost().reset();
@@ -148,7 +149,7 @@ TEST_P(FailingAllocationTest, EndsTheCallAndLeavesNothing) {
     std::printf("%s: %d calls, each with a failing allocation\n", GetParam(), calls);
 }
 
-// Both grids give every worker something to do; a worker's thread is an allocation too.
+// Both grids give every thread something to do; a thread is an allocation too.
 TEST_P(FailingAllocationTest, AllocatesAsOftenForManyPointsAsForFew) {
     const auto allocationsFor = [](const std::vector<double>& sizes) {
         theHost().reset();
@@ -157,9 +158,9 @@ TEST_P(FailingAllocationTest, AllocatesAsOftenForManyPointsAsForFew) {
         EXPECT_EQ(bareCall(made).ending, Ending::answered);
         return heap::allocations() - before;
     };
-    const std::size_t ofFew = allocationsFor({32, 16, 16});
+    const std::size_t ofFew = allocationsFor({64, 32, 32});
     EXPECT_GT(ofFew, 0U);
-    EXPECT_EQ(allocationsFor({64, 32, 32}), ofFew);
+    EXPECT_EQ(allocationsFor({64, 64, 32}), ofFew);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FailingAllocationTest,

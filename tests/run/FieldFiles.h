@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "run/FieldFile.h"
-#include "tests/run/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 /// A request and a layout with slabs of several sizes.
 inline run::Request smallRequest(const std::string& mode = "cpu") {

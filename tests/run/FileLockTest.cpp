@@ -11,7 +11,7 @@
 #include <csignal>
 
 #include "tests/run/Refused.h"
-#include "tests/run/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 

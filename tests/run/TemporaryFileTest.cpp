@@ -12,7 +12,7 @@
 #include <set>
 
 #include "tests/run/Refused.h"
-#include "tests/run/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 

@@ -52,7 +52,7 @@ class Workers {
     Workers& operator=(const Workers&) = delete;
     ~Workers() {
         using cuda_runtime::emulated::Emulator;
-        cuda_runtime::emulated::emulator().setWorkers(Emulator::defaultWorkers());
+        cuda_runtime::emulated::emulator().setWorkers(0);
     }
 };
 

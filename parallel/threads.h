@@ -1,0 +1,31 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace pistonfield {
+
+/// Has computations on the CPU that start from now on use at most so many threads, in the whole
+/// process; 0 takes that back. What they compute does not depend on it.
+void useThreads(unsigned count) noexcept;
+
+/// The most threads of a computation on the CPU: as `useThreads` says; else as the environment
+/// variable PISTONFIELD_THREADS says; else one for each processor core that the process may use.
+/// @throws std::runtime_error where the variable is no whole number above 0
+unsigned threadCount();
+
+/// Does a work on all numbers from 0 to less than `count`, in several threads.
+///
+/// They take the pieces one after the other, so that uneven work stays balanced, and have ended
+/// when this returns. Helpers have all signals blocked. Where there cannot be as many, fewer do the
+/// work.
+/// @param piece   how many numbers are worth a turn, 1 or more
+/// @param threads the most, 1 or more; the caller's is one of them
+/// @param work    does it for the numbers from `first` to less than `last`
+/// @throws what `work` has thrown first; then some pieces may be left undone
+void inParallel(std::int64_t count, std::int64_t piece, unsigned threads,
+                const std::function<void(std::int64_t first, std::int64_t last)>& work);
+
+}  // namespace pistonfield
