@@ -29,6 +29,7 @@ struct ComputeCommand {
     std::optional<Part> part;
     std::int64_t slabPoints = 1 << 18;
     bool magnitude = true;
+    std::optional<unsigned> threads;  ///< that each process computes with
     int deflate = 0;
     bool resume = false;
     bool overwrite = false;  ///< whether to replace an output that exists

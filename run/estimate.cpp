@@ -10,6 +10,7 @@
 #include <iostream>
 #include <vector>
 
+#include "parallel/threads.h"
 #include "run/Evaluation.h"
 #include "run/texts.h"
 
@@ -17,7 +18,8 @@ namespace run {
 
 namespace {
 
-/// Seconds that a point takes in one process, from points all over the field.
+/// Seconds that a point takes in one process, from points all over the field, which are too few for
+/// several threads.
 double secondsPerPoint(const Layout& layout) {
     constexpr std::int64_t places = 8;
     constexpr std::int64_t mostRows = 4;
@@ -41,7 +43,8 @@ double secondsPerPoint(const Layout& layout) {
         time += std::chrono::steady_clock::now() - begin;
         points += box.points();
     }
-    return time.count() / static_cast<double>(points);
+    const unsigned threads = layout.request.mode == "cuda" ? 1 : pistonfield::threadCount();
+    return time.count() / static_cast<double>(points) / threads;
 }
 
 /// Whether any point of a lattice lies behind the piston's plane.

@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "parallel/threads.h"
 #include "run/Hdf5.h"
 #include "run/Watch.h"
 #include "run/agreement.h"
@@ -71,6 +72,19 @@ void requireTeam(const Command& command, const Launch& launch, const Team& team)
     });
 }
 
+/// Has the computation use the threads that are asked for. Processes that a launcher starts are,
+/// unless the user says otherwise, one for each core.
+void chooseThreads(const Command& command, const Launch& launch) {
+    const auto* computing = std::get_if<ComputeCommand>(&command);
+    if (computing == nullptr) return;
+    if (computing->threads)
+        pistonfield::useThreads(*computing->threads);
+    else if (launch.byLauncher && std::getenv("PISTONFIELD_THREADS") == nullptr)
+        pistonfield::useThreads(1);
+    // A variable that is no number is told before anything is touched.
+    static_cast<void>(pistonfield::threadCount());
+}
+
 void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
 
 /// Does what the words say, with all processes.
@@ -82,6 +96,7 @@ int execute(const Words& words, const Launch& launch, Team& team) {
         watch = watchOf(team);
         const Command command = commandOf(words, team);
         requireTeam(command, launch, team);
+        chooseThreads(command, launch);
         const int status = std::visit(Executor{team}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
         return status;

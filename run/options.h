@@ -21,7 +21,7 @@ inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 15> computeOptions{{
+inline constexpr std::array<Option, 16> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -42,6 +42,9 @@ inline constexpr std::array<Option, 15> computeOptions{{
     {"estimate", 0, "", workGroup, "only say what memory, disk and time it takes"},
     {"slab", 1, "NUMBER", workGroup,
      "points that are computed and written at a time; 262144 by default"},
+    {"threads", 1, "NUMBER", workGroup,
+     "cores that each process computes with; all that it may use by default, and 1 under mpirun or "
+     "srun"},
     {"compress", 1, "LEVEL", workGroup, "compress the complete file, from 1 (fast) to 9 (small)"},
     {"no-magnitude", 0, "", workGroup, "leave out the magnitude, and with it the file for viewers"},
 }};

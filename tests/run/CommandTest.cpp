@@ -11,7 +11,7 @@
 #include "run/readText.h"
 #include "run/revision.h"
 #include "tests/run/Refused.h"
-#include "tests/run/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace {
 
@@ -71,6 +71,7 @@ TEST(CommandLine, HasAFieldAndTheUsualWork) {
                             Pair("sizes", "--sizes"), Pair("transform", "--transform")));
     EXPECT_EQ(command.part, std::nullopt);
     EXPECT_EQ(command.slabPoints, 262144);
+    EXPECT_EQ(command.threads, std::nullopt);
     EXPECT_EQ(command.deflate, 0);
     EXPECT_TRUE(command.magnitude);
     EXPECT_FALSE(command.resume || command.onlyEstimate);
@@ -79,11 +80,12 @@ TEST(CommandLine, HasAFieldAndTheUsualWork) {
 
 TEST(CommandLine, ChangesTheUsualWork) {
     const ComputeCommand command =
-        computing(complete({"--mode", "cpusp", "--order", "32", "--slab", "1000", "--compress", "4",
-                            "--resume", "--estimate", "--no-magnitude"}));
+        computing(complete({"--mode", "cpusp", "--order", "32", "--slab", "1000", "--threads", "3",
+                            "--compress", "4", "--resume", "--estimate", "--no-magnitude"}));
     EXPECT_EQ(command.request.mode, "cpusp");
     EXPECT_EQ(command.request.order, 32);
     EXPECT_EQ(command.slabPoints, 1000);
+    EXPECT_EQ(command.threads, 3U);
     EXPECT_EQ(command.deflate, 4);
     EXPECT_FALSE(command.magnitude);
     EXPECT_TRUE(command.resume && command.onlyEstimate);

@@ -40,6 +40,8 @@ BAD = [
     ("--table", ["empty.txt"]),
     ("--request", ["nothing.txt"]),
     ("--slab", [0]),
+    ("--threads", [0]),
+    ("--threads", [2**16 + 1]),
     ("--slab", [2**27 + 1]),
     ("--compress", [0]),
     ("--compress", [10]),

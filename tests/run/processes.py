@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """A field is the same whatever the processes and the slabs that it is computed in."""
 
+import os
 import subprocess
 import unittest
 
@@ -44,6 +45,27 @@ class ProcessesTest(ProgramTest):
                         nz, ny, nx = cut.shape
                         self.assert_same_bits(cut, whole[dataset][:nz, :ny, :nx], dataset)
 
+
+    def test_any_number_of_threads_writes_the_same_file(self):
+        for mode in MODES:
+            request = options(mode=mode, order=100)
+            self.run_program(*request, "--threads", 1, f"{mode}.h5")
+            one = arrays(self.at(f"{mode}.h5"))
+            for threads, ranks in ((2, 1), (5, 1), (3, 2)):
+                with self.subTest(mode=mode, threads=threads, ranks=ranks):
+                    name = f"{mode}{threads}.h5"
+                    self.run_program(*request, "--threads", threads, name, ranks=ranks)
+                    self.assert_same_field(self.at(name), one)
+
+    def test_take_the_number_of_threads_from_the_environment_too(self):
+        environment = {**os.environ, "PISTONFIELD_THREADS": "2.5"}
+        for ranks in (1, 2):
+            self.assertIn(
+                "PISTONFIELD_THREADS: '2.5' is no whole number above 0",
+                self.refused(*options(), "bad.h5", ranks=ranks, env=environment),
+            )
+            name = f"good{ranks}.h5"
+            self.run_program(*options(), "--threads", 2, name, ranks=ranks, env=environment)
 
     def test_of_a_command_for_one_are_refused(self):
         self.run_program(*options(), "field.h5")
