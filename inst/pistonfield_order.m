@@ -68,7 +68,7 @@ function options = read_order_options(caller, given)
   defaults = used;
   defaults.mode = 'cpu';
   % Of a call of pistonfield_pressure, without a bearing on the order.
-  for name = {'density', 'velocity', 'power', 'order', 'memory', 'progress'}
+  for name = {'density', 'velocity', 'power', 'order', 'memory', 'threads', 'progress'}
     defaults.(name{1}) = [];
   end
   options = read_options(caller, defaults, given);
@@ -165,7 +165,7 @@ end
 
 %!test % one list of options serves both functions
 %! options = {'frequency', 1e6, 'speed', 1500, 'density', 900, 'power', 2, 'mode', 'cuda', ...
-%!            'tolerance', 1e-3, 'memory', 1e9, 'progress', 'none'};
+%!            'tolerance', 1e-3, 'memory', 1e9, 'threads', 2, 'progress', 'none'};
 %! [order, estimate] = pistonfield_order(piston, grid, options{:});
 %! [~, info] = pistonfield_pressure(piston, grid, options{:});
 %! assert(order == info.order && estimate == info.estimate);

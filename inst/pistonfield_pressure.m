@@ -53,6 +53,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 64 for each
   %                  of a slab, in the modes of the GPU 96; default Inf. Apart from that go a few MB
   %                  for finding the order and for what each call takes.
+  %   'threads'    - the most threads to compute with; by default as the environment variable
+  %                  PISTONFIELD_THREADS says, or one for each core that the process may use. Values do
+  %                  not depend on it. No GPU has part in it
   %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
   %                  than 3 s
   %
@@ -103,6 +106,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
 
   k = 2 * pi * options.frequency / options.speed;
   warn_of_units(piston, k, options.order);
+  if ~isempty(options.threads)
+    restore = use_threads(options.threads); %#ok<NASGU>
+  end
   [velocity, power] = drive(piston, k, options);
   samples = sampled_field(place, grid.sizes, piston, k);
   if isempty(options.order)
@@ -127,7 +133,8 @@ end
 
 function options = read_pressure_options(caller, given)
   defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
-                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'progress', 'auto');
+                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'threads', [], ...
+                    'progress', 'auto');
   options = read_options(caller, defaults, given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
   options = require_one_of(caller, options, 'velocity', 'power', 1);
@@ -141,6 +148,9 @@ function options = read_pressure_options(caller, given)
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
   require_mode(caller, options.mode);
+  require(isempty(options.threads) || (is_positive(options.threads) && ...
+                                       options.threads == fix(options.threads)), ...
+          caller, 'threads', 'threads must be a whole number above 0');
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
@@ -598,6 +608,18 @@ end
 %!test % an option that is empty by default may be given as empty
 %! assert(isequal(call('order', 7, 'tolerance', [], 'velocity', []), call('order', 7)));
 
+%!test % the number of threads changes no value and lasts for the call
+%! before = getenv('PISTONFIELD_THREADS');
+%! points = pistonfield_grid((1:40) * 1e-4, (1:30) * 1e-4, (1:20) * 1e-4);
+%! field = @(mode, varargin) pistonfield_pressure(piston, points, 'frequency', 1e6, 'mode', mode, ...
+%!                                                'order', 100, varargin{:});
+%! for mode = {'cpu', 'cpusp', 'cuda'}
+%!   one = field(mode{1}, 'threads', 1);
+%!   assert(isequal(field(mode{1}, 'threads', 3), one));
+%!   assert(isequal(field(mode{1}), one));
+%! end
+%! assert(getenv('PISTONFIELD_THREADS'), before);
+
 %!test % progress is printed for slabs when asked for, and not for a short field by itself
 %! memory = 16 * 210 + 64 * 42;
 %! quiet = evalc("call('memory', memory);");
@@ -633,6 +655,9 @@ end
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
 %!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
+%!error <threads must be a whole number above 0> call('threads', 1.5)
+%!error <threads must be a whole number above 0> call('threads', 0)
+%!error <threads must be a whole number above 0> call('threads', 'all')
 %!error <progress must be one of: none> call('progress', 'loud')
 %!error <needs 3.424 kB, more than the 3.4 kB that memory allows> call('memory', 3400)
 %!error <needs 3.424 kB, more> call('memory', 3400, 'tolerance', 1e-30)
