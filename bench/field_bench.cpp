@@ -26,6 +26,8 @@
 #include "bench/Reference.h"
 #include "core/SilentOutput.h"
 #include "core/cudahelper.h"
+#include "parallel/threads.h"
+#include "parallel/usableCores.h"
 
 namespace {
 
@@ -164,9 +166,14 @@ double least(const std::vector<double>& repetitions) {
     return *std::min_element(repetitions.begin(), repetitions.end());
 }
 
+/// The threads of a mode that computes with one, and of one that computes with every core.
+constexpr unsigned oneThread = 1;
+const unsigned allThreads = pistonfield::usableCores();
+
 template <class Mode>
-void timeField(benchmark::State& state, const Box& box, int order) {
+void timeField(benchmark::State& state, const Box& box, int order, unsigned threads) {
     const SilentOutput quiet;
+    pistonfield::useThreads(threads);
     const Mode mode(box, order);
     Field<typename Mode::Real> field(box.points());
     for ([[maybe_unused]] auto _ : state) {
@@ -181,24 +188,27 @@ void timeField(benchmark::State& state, const Box& box, int order) {
 }
 
 template <class Mode>
-void addField(const std::string& name, const char* mode, const Box& box, int order) {
-    benchmark::RegisterBenchmark((name + "/" + mode).c_str(), &timeField<Mode>, box, order)
+void addField(const std::string& name, const char* mode, const Box& box, int order,
+              unsigned threads) {
+    benchmark::RegisterBenchmark((name + "/" + mode).c_str(), &timeField<Mode>, box, order, threads)
         ->Unit(benchmark::kMillisecond)
         ->ComputeStatistics("least", &least)
         ->UseRealTime();
 }
 
 void addModes(const std::string& name, const Box& box, int order) {
-    addField<CpuMode>(name, "cpu", box, order);
-    addField<CpuSingleMode>(name, "cpusp", box, order);
-    addField<CudaMode>(name, "cuda", box, order);
-    addField<CudaDoubleMode>(name, "cudadp", box, order);
+    addField<CpuMode>(name, "cpu", box, order, oneThread);
+    addField<CpuMode>(name, "cpu_cores", box, order, allThreads);
+    addField<CpuSingleMode>(name, "cpusp", box, order, oneThread);
+    addField<CpuSingleMode>(name, "cpusp_cores", box, order, allThreads);
+    addField<CudaMode>(name, "cuda", box, order, allThreads);
+    addField<CudaDoubleMode>(name, "cudadp", box, order, allThreads);
 }
 
 /// The plain formula over a hundredth of the box's points, in rows of the same length.
 void addReferences(const std::string& name, const Box& box, int order) {
-    addField<ReferenceMode<double>>(name, "reference", box.thinned(10), order);
-    addField<ReferenceMode<float>>(name, "reference_single", box.thinned(10), order);
+    addField<ReferenceMode<double>>(name, "reference", box.thinned(10), order, oneThread);
+    addField<ReferenceMode<float>>(name, "reference_single", box.thinned(10), order, oneThread);
 }
 
 void addFields() {
