@@ -54,8 +54,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  of a slab, in the modes of the GPU 96; default Inf. Apart from that go a few MB
   %                  for finding the order and for what each call takes.
   %   'threads'    - the most threads to compute with; by default as the environment variable
-  %                  PISTONFIELD_THREADS says, or one for each core that the process may use. Values do
-  %                  not depend on it. No GPU has part in it
+  %                  PISTONFIELD_THREADS says, or one for each core that the process may use.
+  %                  Values do not depend on it. No GPU has part in it
   %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once a field takes longer
   %                  than 3 s
   %
@@ -611,8 +611,8 @@ end
 %!test % the number of threads changes no value and lasts for the call
 %! before = getenv('PISTONFIELD_THREADS');
 %! points = pistonfield_grid((1:40) * 1e-4, (1:30) * 1e-4, (1:20) * 1e-4);
-%! field = @(mode, varargin) pistonfield_pressure(piston, points, 'frequency', 1e6, 'mode', mode, ...
-%!                                                'order', 100, varargin{:});
+%! field = @(mode, varargin) pistonfield_pressure(piston, points, 'frequency', 1e6, ...
+%!                                                'mode', mode, 'order', 100, varargin{:});
 %! for mode = {'cpu', 'cpusp', 'cuda'}
 %!   one = field(mode{1}, 'threads', 1);
 %!   assert(isequal(field(mode{1}, 'threads', 3), one));
