@@ -96,7 +96,7 @@ int execute(const Words& words, const Launch& launch, Team& team) {
         watch = watchOf(team);
         const Command command = commandOf(words, team);
         requireTeam(command, launch, team);
-        chooseThreads(command, launch);
+        team.together([&] { chooseThreads(command, launch); });
         const int status = std::visit(Executor{team}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
         return status;
