@@ -116,22 +116,6 @@ bool readGrid(Arguments arguments, FieldRequest& request) {
 
 }  // namespace
 
-std::optional<ComputeMode> findMode(const std::string& name) {
-    struct NamedMode {
-        const char* name;
-        ComputeMode mode;
-    };
-    constexpr std::array<NamedMode, 5> modes{{{"cuda", {true, false, false}},
-                                              {"cudadp", {true, true, false}},
-                                              {"cpu", {false, false, false}},
-                                              {"cpusp", {false, false, true}},
-                                              {"cpudp", {false, true, false}}}};
-    const auto* const found = std::find_if(modes.begin(), modes.end(),
-                                           [&](const NamedMode& m) { return name == m.name; });
-    if (found == modes.end()) return std::nullopt;
-    return found->mode;
-}
-
 std::int32_t FieldRequest::pointCount() const noexcept {
     return wrappedProduct(truncateToInt32(sizes[1]), truncateToInt32(sizes[0]),
                           truncateToInt32(sizes[2]));
@@ -147,14 +131,14 @@ std::optional<FieldRequest> readRequest(int outputCount, Arguments arguments) {
     return request;
 }
 
-ComputeMode readMode(Arguments arguments) {
-    const ComputeMode byDefault;
+pistonfield::Mode readMode(Arguments arguments) {
+    constexpr auto byDefault = pistonfield::Mode::cuda;
     if (arguments.size() <= modeAt) return byDefault;
     if (!host::isChar(arguments[modeAt])) {
         host::raise("Input 5 must be a character string and either be 'cuda' or 'cpu'");
         return byDefault;
     }
-    const std::optional<ComputeMode> mode = findMode(host::text(arguments[modeAt]));
+    const auto mode = pistonfield::findMode(host::text(arguments[modeAt]));
     if (!mode) host::raise("Input 5 must either be 'cuda' or 'cpu[sp,dp]'");
     return mode.value_or(byDefault);
 }

@@ -7,17 +7,8 @@
 #include <optional>
 #include <span>
 
+#include "core/Mode.h"
 #include "matlab_src/Host.h"
-
-/// What computes the field, and how precisely.
-struct ComputeMode {
-    bool useCuda = true;
-    bool doublePrecision = false;
-    bool singlePrecision = false;
-};
-
-/// The mode with this name, or none. Names are compared exactly.
-std::optional<ComputeMode> findMode(const std::string& name);
 
 /// The arguments of one call, by position: transform, sizes, l, s, k, mode, abscissas. The last two
 /// may be absent.
@@ -32,7 +23,7 @@ struct FieldRequest {
     double k = 0;                           ///< wavenumber
     std::int32_t nAbscissas = 10;           ///< quadrature order
     const double* abscissaTable = nullptr;  ///< nAbscissas (abscissa, weight) pairs, or none
-    ComputeMode mode;
+    pistonfield::Mode mode = pistonfield::Mode::cuda;
 
     /// The number of grid points, in 32-bit arithmetic that wraps around.
     std::int32_t pointCount() const noexcept;
@@ -45,4 +36,4 @@ std::optional<FieldRequest> readRequest(int outputCount, Arguments arguments);
 
 /// Reads the mode; "cuda" without a mode argument, and after a refusal where the host's error
 /// operation returns.
-ComputeMode readMode(Arguments arguments);
+pistonfield::Mode readMode(Arguments arguments);

@@ -97,7 +97,7 @@ void computeOnCpu(const FieldRequest& request, RectangularPistonCuda2& piston,
     std::cout << "5" << std::endl;
     setRule(piston.floatRule, request);
     setRule(piston.doubleRule, request);
-    if (request.mode.singlePrecision) {
+    if (isInSingle(request.mode)) {
         host::print("double precision forced to single precision\n");
         computeInSinglePrecision(request, piston, field);
     } else {
@@ -141,12 +141,12 @@ void computeInSingleOnGpu(const FieldRequest& request, const RectangularPistonCu
 void computeField(const FieldRequest& request, FieldHalves field) {
     RectangularPistonCuda2 piston(request.l, request.s, request.k);
     const Grid3DR<double> grid = gridOf<double>(request);
-    if (!request.mode.useCuda)
+    if (!isOnGpu(request.mode))
         computeOnCpu(request, piston, grid, field);
-    else if (request.mode.doublePrecision)
-        computeInDoubleOnGpu(request, grid, field);
-    else
+    else if (isInSingle(request.mode))
         computeInSingleOnGpu(request, piston, grid, field);
+    else
+        computeInDoubleOnGpu(request, grid, field);
 }
 
 void answerFieldRequest(int outputCount, host::Array*& output, Arguments arguments) {

@@ -108,6 +108,14 @@ bool isNumber(const std::string& word) {
     }
 }
 
+pistonfield::Mode modeOf(const Words& words) {
+    try {
+        return modeCalled(onlyWord(words));
+    } catch (const NoField& error) {
+        throw std::runtime_error(error.reason());
+    }
+}
+
 std::vector<double> ruleOf(const Words& words) {
     if (words.empty() || words.size() % 2 != 0)
         throw std::runtime_error("is no list of abscissas and weights: it has " +
@@ -170,9 +178,7 @@ void setRequest(Request& request, const Setting& setting, const TextReader& read
     if (name == "l") request.l = realOf(setting.words);
     if (name == "s") request.s = realOf(setting.words);
     if (name == "k") request.k = realOf(setting.words);
-    if (name == "mode") request.mode = onlyWord(setting.words);
-    // Two names of one mode.
-    if (request.mode == "cpudp") request.mode = "cpu";
+    if (name == "mode") request.mode = modeOf(setting.words);
     if (name == "order")
         request.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
     if (name != "table") return;

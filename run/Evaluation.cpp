@@ -115,8 +115,9 @@ class DeviceEvaluation : public Evaluation {
 }  // namespace
 
 std::unique_ptr<Evaluation> evaluationOf(const Request& request) {
-    if (request.mode == "cuda") return std::make_unique<DeviceEvaluation>(request);
-    if (request.mode == "cpusp") return std::make_unique<CpuEvaluation<float>>(request);
+    if (request.mode == pistonfield::Mode::cuda) return std::make_unique<DeviceEvaluation>(request);
+    if (request.mode == pistonfield::Mode::cpusp)
+        return std::make_unique<CpuEvaluation<float>>(request);
     return std::make_unique<CpuEvaluation<double>>(request);
 }
 

@@ -9,6 +9,8 @@
 
 namespace run {
 
+using pistonfield::Mode;
+
 namespace {
 
 [[noreturn]] void refuse(const char* what, const std::string& reason) {
@@ -27,29 +29,33 @@ void checkSizes(const Request& request) {
         if (size < 1) refuse("sizes", "each must be 1 or more");
         if (size > most)
             refuse("sizes", "" + std::to_string(size) + " points in a row are more than the " +
-                                std::to_string(most) + " of the mode " + request.mode);
+                                std::to_string(most) + " of the mode " + nameOf(request.mode));
         if (__builtin_mul_overflow(bytes, size, &bytes))
             refuse("sizes", "the field has more than 2^63 bytes");
     }
 }
 
 void checkRule(const Request& request) {
-    const int most = request.mode == "cuda" ? 512 : largestAccurateOrder;
+    const int most = request.mode == Mode::cuda ? 512 : largestAccurateOrder;
     if (request.order < 1 || request.order > most)
         refuse(request.table.empty() ? "order" : "table",
                (request.table.empty() ? "" : "an order of ") + std::to_string(request.order) +
-                   " is not within 1 to " + std::to_string(most) + " of the mode " + request.mode);
+                   " is not within 1 to " + std::to_string(most) + " of the mode " +
+                   nameOf(request.mode));
     if (!finite(request.table)) refuse("table", "every number must be finite");
 }
 
 }  // namespace
 
+Mode modeCalled(const std::string& name) {
+    const auto mode = pistonfield::findMode(name);
+    if (!mode) refuse("mode", "'" + name + "' is none of cpu, cpudp, cpusp, cuda");
+    return *mode;
+}
+
 void check(const Request& request) {
-    constexpr std::array<const char*, 4> modes{"cpu", "cpudp", "cpusp", "cuda"};
-    if (request.mode == "cudadp")
+    if (request.mode == Mode::cudadp)
         refuse("mode", "cudadp fields cannot be cut without a difference in rounding; take cpu");
-    if (std::find(modes.begin(), modes.end(), request.mode) == modes.end())
-        refuse("mode", "'" + request.mode + "' is none of cpu, cpudp, cpusp, cuda");
     if (!finite(request.transform)) refuse("transform", "every number must be finite");
     if (std::any_of(&request.transform[12], &request.transform[15],
                     [](double v) { return v != 0; }))

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "core/LatticeBox.h"
+#include "core/Mode.h"
 
 namespace run {
 
@@ -20,12 +21,12 @@ struct Request {
     double l = 0;                         ///< piston side along y
     double s = 0;                         ///< piston side along x
     double k = 0;                         ///< wavenumber
-    std::string mode = "cpu";             ///< cpu, cpudp, cpusp or cuda
-    int order = 10;                       ///< abscissas of each edge integral
-    std::vector<double> table;            ///< (abscissa, weight) pairs of a rule, or none
+    pistonfield::Mode mode = pistonfield::Mode::cpu;
+    int order = 10;             ///< abscissas of each edge integral
+    std::vector<double> table;  ///< (abscissa, weight) pairs of a rule, or none
 
     /// Whether arithmetic and values are in single precision.
-    bool singlePrecision() const noexcept { return mode == "cpusp" || mode == "cuda"; }
+    bool singlePrecision() const noexcept { return isInSingle(mode); }
 
     /// Bytes of one complex value.
     std::int64_t valueBytes() const noexcept { return singlePrecision() ? 8 : 16; }
@@ -50,6 +51,10 @@ class NoField : public std::runtime_error {
     std::string name;
     std::string why;
 };
+
+/// The mode with a name, which is one of all modes.
+/// @throws NoField
+pistonfield::Mode modeCalled(const std::string& name);
 
 /// @throws NoField where there is no field
 void check(const Request& request);

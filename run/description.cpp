@@ -121,7 +121,7 @@ Request readRequest(hid_t file) {
     request.l = attributes::readReal(file, "l");
     request.s = attributes::readReal(file, "s");
     request.k = attributes::readReal(file, "k");
-    request.mode = attributes::readText(file, "mode");
+    request.mode = modeCalled(attributes::readText(file, "mode"));
     const std::int64_t order = attributes::readInteger(file, "order");
     // What does not fit is refused as what is too large.
     request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
@@ -169,7 +169,7 @@ Digest::Value identityOf(const Layout& layout) {
     digest.add(request.sizes);
     digest.add(layout.box.first);
     digest.add(layout.box.size);
-    digest.add(request.mode);
+    digest.add(nameOf(request.mode));
     digest.add(std::span(&order, 1));
     digest.add(request.table);
     return digest.value();
@@ -186,7 +186,7 @@ void write(hid_t file, const Layout& layout) {
     attributes::write(file, "l", request.l);
     attributes::write(file, "s", request.s);
     attributes::write(file, "k", request.k);
-    attributes::write(file, "mode", request.mode);
+    attributes::write(file, "mode", std::string(nameOf(request.mode)));
     attributes::write(file, "order", std::int64_t{request.order});
     writeTable(file, request.table);
     attributes::write(file, "first_point", layout.box.first, {3});

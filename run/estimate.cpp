@@ -43,7 +43,8 @@ double secondsPerPoint(const Layout& layout) {
         time += std::chrono::steady_clock::now() - begin;
         points += box.points();
     }
-    const unsigned threads = layout.request.mode == "cuda" ? 1 : pistonfield::threadCount();
+    const unsigned threads =
+        layout.request.mode == pistonfield::Mode::cuda ? 1 : pistonfield::threadCount();
     return time.count() / static_cast<double>(points) / threads;
 }
 
@@ -65,7 +66,7 @@ std::int64_t memoryOf(const Layout& layout) {
     const auto& [x, y, z] = layout.slabSizes;
     constexpr std::int64_t onDevice = 2 * 12 + 8;
     return peakMemory() + 2 * layout.slabBytes() +
-           (layout.request.mode == "cuda" ? onDevice * x * y * z : 0);
+           (layout.request.mode == pistonfield::Mode::cuda ? onDevice * x * y * z : 0);
 }
 
 }  // namespace
@@ -85,7 +86,7 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
-              << layout.request.mode << ", order " << layout.request.order << "\n"
+              << nameOf(layout.request.mode) << ", order " << layout.request.order << "\n"
               << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
               << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"

@@ -52,7 +52,7 @@ void showRequest(const Request& request) {
     line("l", request.l);
     line("s", request.s);
     line("k", request.k);
-    line("mode", std::quoted(request.mode));
+    line("mode", std::quoted(nameOf(request.mode)));
     if (request.table.empty()) return line("order", request.order);
     comment("order", request.order);
     line("table", rows(request.table, 2));

@@ -13,6 +13,9 @@ using substitute::theHost;
 
 namespace {
 
+using pistonfield::findMode;
+using pistonfield::Mode;
+
 using FieldRequestTest = GatewayTest;
 
 constexpr const char* usage =
@@ -298,20 +301,11 @@ TEST_F(FieldRequestTest, usesTheRealPartsOfComplexParametersSizesAndTables) {
 // The modes.
 
 TEST_F(FieldRequestTest, knowsFiveModesByTheirExactNames) {
-    struct Known {
-        const char* name;
-        bool useCuda, doublePrecision, singlePrecision;
-    };
-    for (const Known& known :
-         {Known{"cuda", true, false, false}, Known{"cudadp", true, true, false},
-          Known{"cpu", false, false, false}, Known{"cpusp", false, false, true},
-          Known{"cpudp", false, true, false}}) {
-        const std::optional<ComputeMode> mode = findMode(known.name);
-        ASSERT_TRUE(mode) << known.name;
-        EXPECT_EQ(mode->useCuda, known.useCuda) << known.name;
-        EXPECT_EQ(mode->doublePrecision, known.doublePrecision) << known.name;
-        EXPECT_EQ(mode->singlePrecision, known.singlePrecision) << known.name;
-    }
+    EXPECT_EQ(findMode("cuda"), Mode::cuda);
+    EXPECT_EQ(findMode("cudadp"), Mode::cudadp);
+    EXPECT_EQ(findMode("cpu"), Mode::cpu);
+    EXPECT_EQ(findMode("cpusp"), Mode::cpusp);
+    EXPECT_EQ(findMode("cpudp"), Mode::cpu);
 }
 
 TEST_F(FieldRequestTest, knowsNoOtherMode) {
@@ -334,10 +328,7 @@ TEST_F(FieldRequestTest, readsAModeOfAnyShape) {
 }
 
 TEST_F(FieldRequestTest, computesOnTheGpuInSinglePrecisionWithoutAMode) {
-    const ComputeMode mode = readMode(Request().onlyFirst(5).arguments);
-    EXPECT_TRUE(mode.useCuda);
-    EXPECT_FALSE(mode.doublePrecision);
-    EXPECT_FALSE(mode.singlePrecision);
+    EXPECT_EQ(readMode(Request().onlyFirst(5).arguments), Mode::cuda);
     EXPECT_TRUE(theHost().events.empty());
 }
 

@@ -94,18 +94,13 @@ TEST_F(ReturningErrorsTest, leaveNoTableAfterAnUnusableShapeOfAbscissas) {
 }
 
 TEST_F(ReturningErrorsTest, leaveTheModeAtCudaAfterAnUnknownName) {
-    const ComputeMode mode = readMode(Request().mode("gpu").arguments);
-    EXPECT_TRUE(mode.useCuda);
-    EXPECT_FALSE(mode.doublePrecision);
-    EXPECT_FALSE(mode.singlePrecision);
+    EXPECT_EQ(readMode(Request().mode("gpu").arguments), pistonfield::Mode::cuda);
     EXPECT_EQ(theHost().textsOf(EventKind::raise),
               std::vector<std::string>{"Input 5 must either be 'cuda' or 'cpu[sp,dp]'"});
 }
 
 TEST_F(ReturningErrorsTest, leaveTheModeAtCudaAfterAModeThatIsNoText) {
-    const ComputeMode mode = readMode(Request().mode(substitute::number(1)).arguments);
-    EXPECT_TRUE(mode.useCuda);
-    EXPECT_FALSE(mode.doublePrecision);
+    EXPECT_EQ(readMode(Request().mode(substitute::number(1)).arguments), pistonfield::Mode::cuda);
     EXPECT_EQ(theHost().textsOf(EventKind::raise),
               std::vector<std::string>{
                   "Input 5 must be a character string and either be 'cuda' or 'cpu'"});

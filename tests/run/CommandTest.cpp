@@ -15,6 +15,8 @@
 
 namespace {
 
+using pistonfield::Mode;
+
 using run::Answer;
 using run::Command;
 using run::ComputeCommand;
@@ -62,7 +64,7 @@ void expectTheField(const run::Request& request) {
 TEST(CommandLine, HasAFieldAndTheUsualWork) {
     const ComputeCommand command = computing(complete());
     expectTheField(command.request);
-    EXPECT_EQ(command.request.mode, "cpu");
+    EXPECT_EQ(command.request.mode, Mode::cpu);
     EXPECT_EQ(command.request.order, 10);
     EXPECT_THAT(command.request.table, testing::IsEmpty());
     EXPECT_EQ(command.output, "field.h5");
@@ -82,7 +84,7 @@ TEST(CommandLine, ChangesTheUsualWork) {
     const ComputeCommand command =
         computing(complete({"--mode", "cpusp", "--order", "32", "--slab", "1000", "--threads", "3",
                             "--compress", "4", "--resume", "--estimate", "--no-magnitude"}));
-    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_EQ(command.request.order, 32);
     EXPECT_EQ(command.slabPoints, 1000);
     EXPECT_EQ(command.threads, 3U);
@@ -93,7 +95,7 @@ TEST(CommandLine, ChangesTheUsualWork) {
 }
 
 TEST(CommandLine, TakesTwoNamesOfDoublePrecisionForOne) {
-    EXPECT_EQ(computing(complete({"--mode", "cpudp"})).request.mode, "cpu");
+    EXPECT_EQ(computing(complete({"--mode", "cpudp"})).request.mode, Mode::cpu);
 }
 
 TEST(CommandLine, MayHaveTheOutputFirst) {
@@ -230,7 +232,7 @@ TEST(CommandLine, OptionsOfSeveralNumbersLeaveTheOutputAlone) {
 TEST_F(CommandFiles, RequestHasWhatTheCommandLineHas) {
     const ComputeCommand command = computing({"--request", file(toml)});
     expectTheField(command.request);
-    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_EQ(command.request.order, 12);
     EXPECT_EQ(command.part, (Part{2, 3}));
     EXPECT_EQ(command.output, "field.part-2-of-3.h5");
@@ -253,7 +255,7 @@ TEST_F(CommandFiles, CommandLineCountsBeforeTheRequest) {
     const ComputeCommand command =
         computing({"--request", file(toml), "--order", "7", "--part", "1/2", "other.h5"});
     EXPECT_EQ(command.request.order, 7);
-    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_EQ(command.output, "other.part-1-of-2.h5");
 }
 
@@ -318,7 +320,7 @@ TEST_F(CommandFiles, RequestMayHaveAByteOrderMarkAndOtherLineEnds) {
     const ComputeCommand command =
         computing({"--request", file("\xef\xbb\xbfk = 0.1\r\nmode = \"cpusp\"\r\n"), "f.h5"});
     EXPECT_EQ(command.request.k, 0.1);
-    EXPECT_EQ(command.request.mode, "cpusp");
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_THAT(command.given.at("mode"), testing::EndsWith(":2: mode"));
 }
 
@@ -362,14 +364,14 @@ TEST(Contradiction, IsTheFirstOptionOfAnotherValue) {
     EXPECT_EQ(after([](auto& r) { r.l = 1; }), "-l");
     EXPECT_EQ(after([](auto& r) { r.s = 1; }), "-s");
     EXPECT_EQ(after([](auto& r) { r.k = 1; }), "-k");
-    EXPECT_EQ(after([](auto& r) { r.mode = "cpu"; }), "--mode");
+    EXPECT_EQ(after([](auto& r) { r.mode = Mode::cpu; }), "--mode");
     EXPECT_EQ(after([](auto& r) { r.order = 31; }), "--order");
     EXPECT_EQ(after([](auto& r) { r.table.assign(64, 0); }), "--order");
 }
 
 TEST(Contradiction, IsNoneWithAnOptionThatWasNotGiven) {
     run::Request other;
-    other.mode = "cuda";
+    other.mode = Mode::cuda;
     other.order = 99;
     EXPECT_EQ(contradiction(computing({"f.h5"}), other), std::nullopt);
 }

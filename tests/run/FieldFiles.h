@@ -19,7 +19,7 @@ inline run::Request smallRequest(const std::string& mode = "cpu") {
     request.l = 1.3;
     request.s = 0.9;
     request.k = 7.1;
-    request.mode = mode;
+    request.mode = run::modeCalled(mode);
     request.order = 6;
     return request;
 }

@@ -12,6 +12,8 @@
 
 namespace {
 
+using pistonfield::Mode;
+
 using run::Request;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -37,9 +39,9 @@ TEST(Request, KnowsThePrecisionOfItsMode) {
 }
 
 TEST(Request, OfAModeThatIsNoneIsRefused) {
-    EXPECT_EQ(refusal([](Request& r) { r.mode = "gpu"; }),
+    EXPECT_EQ(refused([] { run::modeCalled("gpu"); }),
               "mode: 'gpu' is none of cpu, cpudp, cpusp, cuda");
-    EXPECT_EQ(refusal([](Request& r) { r.mode = "cudadp"; }),
+    EXPECT_EQ(refusal([](Request& r) { r.mode = Mode::cudadp; }),
               "mode: cudadp fields cannot be cut without a difference in rounding; take cpu");
 }
 
@@ -68,19 +70,19 @@ TEST(Request, WithoutPointsIsRefused) {
 }
 
 TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
-    const auto ofSize = [](const char* mode, std::int64_t size) {
+    const auto ofSize = [](Mode mode, std::int64_t size) {
         return refusal([=](Request& r) {
             r.mode = mode;
             r.sizes = {1, size, 1};
         });
     };
-    EXPECT_EQ(ofSize("cpusp", 1 << 24), "no failure");
-    EXPECT_EQ(ofSize("cpusp", (1 << 24) + 1),
+    EXPECT_EQ(ofSize(Mode::cpusp, 1 << 24), "no failure");
+    EXPECT_EQ(ofSize(Mode::cpusp, (1 << 24) + 1),
               "sizes: 16777217 points in a row are more than the 16777216 of the mode cpusp");
-    EXPECT_EQ(ofSize("cuda", (1 << 24) + 1),
+    EXPECT_EQ(ofSize(Mode::cuda, (1 << 24) + 1),
               "sizes: 16777217 points in a row are more than the 16777216 of the mode cuda");
-    EXPECT_EQ(ofSize("cpu", std::int64_t{1} << 53), "no failure");
-    EXPECT_EQ(ofSize("cpu", (std::int64_t{1} << 53) + 1),
+    EXPECT_EQ(ofSize(Mode::cpu, std::int64_t{1} << 53), "no failure");
+    EXPECT_EQ(ofSize(Mode::cpu, (std::int64_t{1} << 53) + 1),
               "sizes: 9007199254740993 points in a row are more than the 9007199254740992 of "
               "the mode cpu");
 }
@@ -94,18 +96,19 @@ TEST(Request, OfMoreBytesThan63BitsCountIsRefused) {
 }
 
 TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
-    const auto ofOrder = [](const char* mode, int order) {
+    const auto ofOrder = [](Mode mode, int order) {
         return refusal([=](Request& r) {
             r.mode = mode;
             r.order = order;
         });
     };
-    EXPECT_EQ(ofOrder("cpu", 0), "order: 0 is not within 1 to 18000 of the mode cpu");
-    EXPECT_EQ(ofOrder("cpu", -3), "order: -3 is not within 1 to 18000 of the mode cpu");
-    EXPECT_EQ(ofOrder("cpu", 18000), "no failure");
-    EXPECT_EQ(ofOrder("cpusp", 18001), "order: 18001 is not within 1 to 18000 of the mode cpusp");
-    EXPECT_EQ(ofOrder("cuda", 512), "no failure");
-    EXPECT_EQ(ofOrder("cuda", 513), "order: 513 is not within 1 to 512 of the mode cuda");
+    EXPECT_EQ(ofOrder(Mode::cpu, 0), "order: 0 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder(Mode::cpu, -3), "order: -3 is not within 1 to 18000 of the mode cpu");
+    EXPECT_EQ(ofOrder(Mode::cpu, 18000), "no failure");
+    EXPECT_EQ(ofOrder(Mode::cpusp, 18001),
+              "order: 18001 is not within 1 to 18000 of the mode cpusp");
+    EXPECT_EQ(ofOrder(Mode::cuda, 512), "no failure");
+    EXPECT_EQ(ofOrder(Mode::cuda, 513), "order: 513 is not within 1 to 512 of the mode cuda");
 }
 
 TEST(Request, OfATableThatIsNoRuleIsRefused) {
@@ -115,7 +118,7 @@ TEST(Request, OfATableThatIsNoRuleIsRefused) {
               }),
               "table: every number must be finite");
     EXPECT_EQ(refusal([](Request& r) {
-                  r.mode = "cuda";
+                  r.mode = Mode::cuda;
                   r.order = 513;
                   r.table.assign(1026, 0.5);
               }),

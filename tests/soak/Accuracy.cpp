@@ -283,7 +283,7 @@ Table compareAll(const std::vector<Computed>& batch, const std::vector<Set>& set
     const auto work = [&](Table& table) {
         for (std::size_t i = next++; i < batch.size(); i = next++)
             for (const Mode mode : modes) {
-                if (isInDouble(mode))
+                if (!isInSingle(mode))
                     compare<double>(batch[i], mode, sets, table);
                 else
                     compare<float>(batch[i], mode, sets, table);
@@ -337,7 +337,7 @@ bool reportErrors(const Table& table) {
             holds &= report(where + regionNames.at(i), row.regions.at(i),
                             roundingBound(mode) / unitRoundoffOf(mode));
         holds &= report(where + "positions", row.positions,
-                        isInDouble(mode) ? positionBound<double> : positionBound<float>);
+                        !isInSingle(mode) ? positionBound<double> : positionBound<float>);
         std::cout << where << row.withoutValue << " points without a value, " << row.wronglyFinite
                   << " of them finite\n";
         holds &= row.wronglyFinite == 0;

@@ -7,11 +7,6 @@
 #include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
 
-const char* nameOf(Mode mode) {
-    constexpr std::array names{"cpu", "cpusp", "cuda", "cudadp"};
-    return names.at(static_cast<std::size_t>(mode));
-}
-
 double roundingBound(Mode mode) {
     const double units = mode == Mode::cuda     ? roundingbounds::singleKernels
                          : mode == Mode::cudadp ? roundingbounds::doubleKernels

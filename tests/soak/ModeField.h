@@ -6,17 +6,11 @@
 #include <complex>
 #include <vector>
 
+#include "core/Mode.h"
 #include "lanes/InstructionSet.h"
 
-/// The module's ways to compute a field.
-enum class Mode { cpu, cpusp, cuda, cudadp };
-inline constexpr std::array modes{Mode::cpu, Mode::cpusp, Mode::cuda, Mode::cudadp};
-
-const char* nameOf(Mode mode);
-
-constexpr bool isOnGpu(Mode mode) { return mode == Mode::cuda || mode == Mode::cudadp; }
-/// Whether positions and sums are in double precision.
-constexpr bool isInDouble(Mode mode) { return mode == Mode::cpu || mode == Mode::cudadp; }
+using pistonfield::Mode;
+using pistonfield::modes;
 
 /// The bound of a mode's rounding errors, to be multiplied by reference::errorMeasure.
 double roundingBound(Mode mode);

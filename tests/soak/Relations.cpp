@@ -76,8 +76,8 @@ ModeRule modeRule(int order) {
 
 const ModeRule& ruleOf(Mode mode, int order) {
     static std::map<std::pair<bool, int>, ModeRule> rules;
-    const auto [found, isNew] = rules.try_emplace({isInDouble(mode), order});
-    if (isNew) found->second = isInDouble(mode) ? modeRule<double>(order) : modeRule<float>(order);
+    const auto [found, isNew] = rules.try_emplace({!isInSingle(mode), order});
+    if (isNew) found->second = !isInSingle(mode) ? modeRule<double>(order) : modeRule<float>(order);
     return found->second;
 }
 
@@ -227,7 +227,7 @@ Difference moved(Mode mode, Scenes& scenes) {
         at.at(r) = ((row[2] * index[2] + row[1] * index[1]) + row[0] * index[0]) + row[3];
         const double magnitudes = std::abs(row[3]) + std::abs(row[0]) * index[0] +
                                   std::abs(row[1]) * index[1] + std::abs(row[2]) * index[2];
-        const double u = isInDouble(mode) ? 0x1p-53 : 0x1p-24;
+        const double u = !isInSingle(mode) ? 0x1p-53 : 0x1p-24;
         shift.at(r) = 2 * positionRoundings * u * magnitudes;
     }
     s.x = at[0];
