@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include <cstring>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -23,14 +22,32 @@ void say(std::string_view text) {
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
 }
 
+/// `strsignal` is not for handlers.
+const char* nameOf(int signal) noexcept {
+    switch (signal) {
+        case SIGSEGV:
+            return "Segmentation fault";
+        case SIGBUS:
+            return "Bus error";
+        case SIGFPE:
+            return "Floating point exception";
+        case SIGABRT:
+            return "Aborted";
+        default:
+            return "a signal";
+    }
+}
+
+/// For the handler, where the thread's own stack is used up.
+std::array<char, std::size_t{1} << 16> handlersStack;
+
 extern "C" void end(int signal) {
     say(*theLine);
     if (signal == SIGPROF) {
         say("does not end");
     } else {
         say("ended by ");
-        const char* const name = sigdescr_np(signal);
-        say(name == nullptr ? "a signal" : name);
+        say(nameOf(signal));
     }
     say("\n");
     _exit(1);
@@ -49,8 +66,13 @@ itimerval timeFor(std::int64_t bytes) {
 ReadingGuard::ReadingGuard(const std::string& file, std::optional<std::int64_t> bytes)
     : line(texts::complaint(std::runtime_error(file + " is damaged: reading it "))),
       outerLine(std::exchange(theLine, &line)) {
+    stack_t stack{};
+    stack.ss_sp = handlersStack.data();
+    stack.ss_size = handlersStack.size();
+    static_cast<void>(sigaltstack(&stack, &outerStack));
     struct sigaction action {};
     action.sa_handler = &end;
+    action.sa_flags = SA_ONSTACK;
     for (std::size_t i = 0; i < signals.size(); ++i)
         static_cast<void>(sigaction(signals[i], &action, &outerActions[i]));
     const itimerval time = bytes ? timeFor(*bytes) : itimerval{};
@@ -61,6 +83,7 @@ ReadingGuard::~ReadingGuard() {
     static_cast<void>(setitimer(ITIMER_PROF, &outerTime, nullptr));
     for (std::size_t i = 0; i < signals.size(); ++i)
         static_cast<void>(sigaction(signals[i], &outerActions[i], nullptr));
+    static_cast<void>(sigaltstack(&outerStack, nullptr));
     theLine = outerLine;
 }
 

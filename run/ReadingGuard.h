@@ -18,9 +18,8 @@ namespace run {
 /// Scopes may be nested; one thread at a time has them.
 class ReadingGuard {
   public:
-    /// @param bytes that are read, decompressed ones included; none where other processes are
-    /// waited
-    ///     for, which takes processor time too, so that the time has no limit
+    /// @param bytes that are read, decompressed ones included; none where the time has no limit,
+    ///     because it takes processor time to wait for other processes
     ReadingGuard(const std::string& file, std::optional<std::int64_t> bytes);
     ReadingGuard(const ReadingGuard&) = delete;
     ReadingGuard& operator=(const ReadingGuard&) = delete;
@@ -34,6 +33,7 @@ class ReadingGuard {
     const std::string* outerLine;
     itimerval outerTime{};
     std::array<struct sigaction, signals.size()> outerActions{};
+    stack_t outerStack{};
 };
 
 }  // namespace run

@@ -10,6 +10,7 @@ pistonfield_test(run_test
   FileLockTest.cpp
   InterruptionTest.cpp
   ProgressTest.cpp
+  ReadingGuardTest.cpp
   RequestTest.cpp
   SilenceTest.cpp
   SlabValuesTest.cpp
