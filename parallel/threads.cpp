@@ -7,10 +7,10 @@
 #include <charconv>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -25,27 +25,32 @@ std::atomic<unsigned> chosen{0};
 
 constexpr const char* variable = "PISTONFIELD_THREADS";
 
-/// 0 where the variable is not set, or empty.
-unsigned askedByVariable() {
+/// What the environment says; empty where that is nothing.
+std::string_view givenByVariable() noexcept {
     const char* const text = std::getenv(variable);
-    if (text == nullptr || *text == '\0') return 0;
-    const char* const end = text + std::strlen(text);
+    return text == nullptr ? "" : text;
+}
+
+unsigned countIn(std::string_view text) {
+    const char* const end = text.data() + text.size();
     unsigned count = 0;
-    const auto [stop, error] = std::from_chars(text, end, count);
-    if (error != std::errc() || stop != end || count == 0)
-        throw std::runtime_error(std::string(variable) + ": '" + text +
-                                 "' is no whole number above 0");
+    const auto [stop, error] = std::from_chars(text.data(), end, count);
+    if (error != std::errc() || stop != end || count == 0 || count > mostThreads)
+        throw std::runtime_error(std::string(variable) + ": '" + std::string(text) +
+                                 "' is no whole number from 1 to " + std::to_string(mostThreads));
     return count;
 }
 
-/// A scope in which new threads have all signals blocked: those of the process are for threads that
-/// know what to do with them.
+/// A scope in which new threads have signals blocked: those that are sent to the process are for
+/// the threads of the program, which know what to do with them. Faults of a thread are its own.
 class SignalsBlocked {
   public:
     SignalsBlocked() noexcept {
-        sigset_t all{};
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
+        sigset_t sent{};
+        sigfillset(&sent);
+        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
+            sigdelset(&sent, fault);
+        pthread_sigmask(SIG_SETMASK, &sent, &before);
     }
     SignalsBlocked(const SignalsBlocked&) = delete;
     SignalsBlocked& operator=(const SignalsBlocked&) = delete;
@@ -66,10 +71,14 @@ class Pieces {
                  first = next.fetch_add(size))
                 work(first, std::min(size, count - first) + first);
         } catch (...) {
-            next = count;
+            takeAll();
             if (!failed.exchange(true)) failure = std::current_exception();
         }
     }
+
+    bool areLeft() const noexcept { return next < count; }
+
+    void takeAll() noexcept { next = count; }
 
     void rethrow() const {
         if (failure) std::rethrow_exception(failure);
@@ -83,14 +92,31 @@ class Pieces {
     std::exception_ptr failure;
 };
 
+/// Starts as many as there can be, as long as there is something left for them.
+void startHelpers(std::vector<std::jthread>& helpers, std::int64_t wanted, Pieces& pieces,
+                  const std::function<void(std::int64_t, std::int64_t)>& work) {
+    const SignalsBlocked blocked;
+    try {
+        while (static_cast<std::int64_t>(helpers.size()) < wanted && pieces.areLeft())
+            helpers.emplace_back([&] { pieces.workOn(work); });
+    } catch (const std::system_error&) {
+        // Without more threads the ones at hand do the work.
+    } catch (...) {
+        pieces.takeAll();
+        throw;
+    }
+}
+
 }  // namespace
 
-void useThreads(unsigned count) noexcept { chosen = count; }
+void useThreads(unsigned count) noexcept { chosen = std::min(count, mostThreads); }
+
+bool threadsAreChosen() noexcept { return chosen > 0 || !givenByVariable().empty(); }
 
 unsigned threadCount() {
     if (const unsigned count = chosen; count > 0) return count;
-    if (const unsigned count = askedByVariable(); count > 0) return count;
-    return usableCores();
+    if (const std::string_view text = givenByVariable(); !text.empty()) return countIn(text);
+    return std::min(usableCores(), mostThreads);
 }
 
 void inParallel(std::int64_t count, std::int64_t piece, unsigned threads,
@@ -103,14 +129,7 @@ void inParallel(std::int64_t count, std::int64_t piece, unsigned threads,
     Pieces pieces(count, piece);
     {
         std::vector<std::jthread> helpers;
-        try {
-            const SignalsBlocked blocked;
-            const std::int64_t wanted = std::min<std::int64_t>(threads, all) - 1;
-            while (static_cast<std::int64_t>(helpers.size()) < wanted)
-                helpers.emplace_back([&] { pieces.workOn(work); });
-        } catch (const std::system_error&) {
-            // Without more threads the ones at hand do the work.
-        }
+        startHelpers(helpers, std::min<std::int64_t>(threads, all) - 1, pieces, work);
         pieces.workOn(work);
     }
     pieces.rethrow();

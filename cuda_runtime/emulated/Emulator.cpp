@@ -280,7 +280,7 @@ cudaError_t Emulator::runPending(const KernelImage& image) const {
 /// The host's threads live as long as the launch.
 void Emulator::runThreads(const KernelImage& image, std::int64_t threads) const {
     constexpr std::int64_t runLength = 2048;
-    pistonfield::inParallel(threads, runLength, workers == 0 ? pistonfield::threadCount() : workers,
+    pistonfield::inParallel(threads, runLength, pistonfield::threadCount(),
                             [&](std::int64_t first, std::int64_t last) {
                                 image.run(pending->arguments(), first, last);
                             });

@@ -74,9 +74,6 @@ class Emulator {
     /// The device that `cudaSetDevice` chose last.
     int currentDevice() const noexcept { return chosenDevice; }
 
-    /// Host threads that a launch may use; 0 for as many as other computations do.
-    void setWorkers(unsigned count) noexcept { workers = count; }
-
     /// A constant that several modules register under one name, one for each instruction set, is
     /// written in all of them.
     void registerModule(std::span<const void* const> entries,
@@ -112,7 +109,6 @@ class Emulator {
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;
     Interceptor interceptor;
-    unsigned workers = 0;
     std::multimap<std::string, ConstantSymbol, std::less<>> constants;
     std::vector<const void*> kernels;
 

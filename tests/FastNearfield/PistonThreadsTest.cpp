@@ -4,7 +4,9 @@
 
 #include <array>
 #include <complex>
+#include <cstdlib>
 #include <cstring>
+#include <stdexcept>
 #include <vector>
 
 #include "FastNearfield/RectangularPiston2.h"
@@ -56,6 +58,15 @@ TYPED_TEST(PistonThreadsTest, ChangeNoBitOfABox) {
 TYPED_TEST(PistonThreadsTest, ChangeNoBitOfAGrid) {
     const auto one = this->halves(1);
     for (const unsigned threads : {2U, 3U, 5U, 64U}) this->expectSame(this->halves(threads), one);
+}
+
+TYPED_TEST(PistonThreadsTest, AreAskedForWhereTheyAreWorthTheirWhile) {
+    setenv("PISTONFIELD_THREADS", "none", 1);
+    EXPECT_THROW(this->box(0), std::runtime_error);
+    EXPECT_THROW(this->halves(0), std::runtime_error);
+    std::complex<TypeParam> value;
+    EXPECT_NO_THROW(this->piston.computeBox(&value, transform.data(), {{0, 0, 0}, {1, 1, 1}}));
+    unsetenv("PISTONFIELD_THREADS");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include "cuda_runtime/emulated/Emulator.h"
+#include "parallel/threads.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -219,11 +220,11 @@ TEST_F(EmulatorTest, RunsEveryThreadOfAnyGridOnce) {
         const std::size_t threads = std::size_t{grid.x} * grid.y * grid.z * block.x;
         std::vector<float> counts(threads + 100, 0);
         for (const unsigned workers : {1U, 2U, 5U}) {
-            emulator().setWorkers(workers);
+            pistonfield::useThreads(workers);
             countEntry.launch(grid, block, counts.data(), static_cast<int>(counts.size()));
             EXPECT_EQ(cudaGetLastError(), cudaSuccess);
         }
-        emulator().setWorkers(0);
+        pistonfield::useThreads(0);
         for (std::size_t i = 0; i < counts.size(); ++i) ASSERT_EQ(counts[i], i < threads ? 3 : 0);
     }
 }

@@ -10,7 +10,6 @@
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
 
-using cuda_runtime::emulated::Emulator;
 using cuda_runtime::emulated::emulator;
 using heap::FailingAllocation;
 using substitute::EventKind;

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Fields are the same bit for bit in every call, with every number of threads of the emulation
-// device, and a point's value is the same in grids of every shape.
+// Fields are the same bit for bit in every call, with every number of threads, and a point's value is
+// the same in grids of every shape.
 //
 // Usage: determinism REPEATS
 
@@ -17,7 +17,7 @@
 
 #include "CountArgument.h"
 #include "ModeField.h"
-#include "cuda_runtime/emulated/Emulator.h"
+#include "parallel/threads.h"
 #include "support/RandomPoints.h"
 
 namespace {
@@ -44,20 +44,17 @@ struct Tally {
     }
 };
 
-/// Gives the emulation device a number of threads for the length of a scope.
-class Workers {
+/// Gives computations a number of threads for the length of a scope.
+class Threads {
   public:
-    explicit Workers(unsigned count) { cuda_runtime::emulated::emulator().setWorkers(count); }
-    Workers(const Workers&) = delete;
-    Workers& operator=(const Workers&) = delete;
-    ~Workers() {
-        using cuda_runtime::emulated::Emulator;
-        cuda_runtime::emulated::emulator().setWorkers(0);
-    }
+    explicit Threads(unsigned count) { pistonfield::useThreads(count); }
+    Threads(const Threads&) = delete;
+    Threads& operator=(const Threads&) = delete;
+    ~Threads() { pistonfield::useThreads(0); }
 };
 
-/// One for each thread, and more than the device's threads share at a time.
-constexpr unsigned mostWorkers = 8;
+/// Points for all of these threads, and more than they take at a time.
+constexpr unsigned mostThreads = 8;
 constexpr Index manyPoints{29, 31, 20};
 
 /// Repeats a field with every number of threads.
@@ -67,11 +64,11 @@ Tally repeated(Mode mode, int repeats) {
                          2.5,
                          3,
                          7.3,
-                         8};
+                         32};
     const FieldValues first = fieldOf(mode, call);
     Tally tally;
-    for (unsigned workers = 1; workers <= mostWorkers; ++workers) {
-        const Workers scope(workers);
+    for (unsigned threads = 1; threads <= mostThreads; ++threads) {
+        const Threads scope(threads);
         for (int i = 0; i < repeats; ++i) tally.add(first, fieldOf(mode, call));
     }
     return tally;

@@ -8,6 +8,7 @@
 
 #include "KernelTest.h"
 #include "cuda_runtime/emulated/Emulator.h"
+#include "parallel/threads.h"
 
 namespace {
 
@@ -64,15 +65,14 @@ TYPED_TEST(LaunchGeometryTest, AnyGridThatCoversThePointsGivesTheSameField) {
             << grid.x << " by " << grid.y << " by " << grid.z << " blocks of " << block.x;
 }
 
-TYPED_TEST(LaunchGeometryTest, AnyNumberOfWorkersGivesTheSameField) {
-    using cuda_runtime::emulated::emulator;
-    emulator().setWorkers(1);
+TYPED_TEST(LaunchGeometryTest, AnyNumberOfThreadsGivesTheSameField) {
+    pistonfield::useThreads(1);
     const auto expected = this->field(plainGrid, plainBlock);
     for (const unsigned workers : {2U, 3U, 7U}) {
-        emulator().setWorkers(workers);
+        pistonfield::useThreads(workers);
         EXPECT_TRUE(sameBits(this->field(plainGrid, plainBlock), expected)) << workers;
     }
-    emulator().setWorkers(0);
+    pistonfield::useThreads(0);
 }
 
 TYPED_TEST(LaunchGeometryTest, APointsPressureIsThatOfALaunchOfItsOwn) {
