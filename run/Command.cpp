@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "parallel/threads.h"
 #include "run/RequestFile.h"
 #include "run/numbers.h"
 #include "run/options.h"
@@ -188,14 +189,14 @@ void setRequest(Request& request, const Setting& setting, const TextReader& read
 
 void setWork(ComputeCommand& command, const Setting& setting) {
     constexpr std::int64_t mostPoints = std::int64_t{1} << 27;
-    constexpr std::int64_t mostThreads = 1 << 16;
     constexpr int bestLevel = 9;
     const std::string& name = setting.name;
     if (name == "output") command.output = onlyWord(setting.words);
     if (name == "part") command.part = partOf(setting.words);
     if (name == "slab") command.slabPoints = wholeWithin(setting.words, 1, mostPoints);
     if (name == "threads")
-        command.threads = static_cast<unsigned>(wholeWithin(setting.words, 1, mostThreads));
+        command.threads =
+            static_cast<unsigned>(wholeWithin(setting.words, 1, pistonfield::mostThreads));
     if (name == "compress")
         command.deflate = static_cast<int>(wholeWithin(setting.words, 1, bestLevel));
     if (name == "resume") command.resume = flagOf(setting.words);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "parallel/threads.h"
+#include "parallel/usableCores.h"
 #include "run/Evaluation.h"
 #include "run/texts.h"
 
@@ -18,9 +19,8 @@ namespace run {
 
 namespace {
 
-/// Seconds that a point takes in one process, from points all over the field, which are too few for
-/// several threads.
-double secondsPerPoint(const Layout& layout) {
+/// Seconds that a point takes, from points all over the field.
+double measuredSecondsPerPoint(const Layout& layout) {
     constexpr std::int64_t places = 8;
     constexpr std::int64_t mostRows = 4;
     const std::unique_ptr<Evaluation> evaluation = evaluationOf(layout.request);
@@ -43,9 +43,18 @@ double secondsPerPoint(const Layout& layout) {
         time += std::chrono::steady_clock::now() - begin;
         points += box.points();
     }
-    const unsigned threads =
-        layout.request.mode == pistonfield::Mode::cuda ? 1 : pistonfield::threadCount();
-    return time.count() / static_cast<double>(points) / threads;
+    return time.count() / static_cast<double>(points);
+}
+
+/// Seconds that a point takes in one process.
+double secondsPerPoint(const Layout& layout) {
+    if (isOnGpu(layout.request.mode)) return measuredSecondsPerPoint(layout);
+    // Some of the places are large enough for several threads and some are not.
+    const unsigned threads = pistonfield::threadCount();
+    pistonfield::useThreads(1);
+    const double seconds = measuredSecondsPerPoint(layout);
+    pistonfield::useThreads(threads);
+    return seconds / std::min(threads, pistonfield::usableCores());
 }
 
 /// Whether any point of a lattice lies behind the piston's plane.

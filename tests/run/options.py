@@ -41,7 +41,7 @@ BAD = [
     ("--request", ["nothing.txt"]),
     ("--slab", [0]),
     ("--threads", [0]),
-    ("--threads", [2**16 + 1]),
+    ("--threads", [1025]),
     ("--slab", [2**27 + 1]),
     ("--compress", [0]),
     ("--compress", [10]),

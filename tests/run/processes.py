@@ -45,7 +45,6 @@ class ProcessesTest(ProgramTest):
                         nz, ny, nx = cut.shape
                         self.assert_same_bits(cut, whole[dataset][:nz, :ny, :nx], dataset)
 
-
     def test_any_number_of_threads_writes_the_same_file(self):
         for mode in MODES:
             request = options(mode=mode, order=100)
@@ -61,7 +60,7 @@ class ProcessesTest(ProgramTest):
         environment = {**os.environ, "PISTONFIELD_THREADS": "2.5"}
         for ranks in (1, 2):
             self.assertIn(
-                "PISTONFIELD_THREADS: '2.5' is no whole number above 0",
+                "PISTONFIELD_THREADS: '2.5' is no whole number from 1 to 1024",
                 self.refused(*options(), "bad.h5", ranks=ranks, env=environment),
             )
             name = f"good{ranks}.h5"
