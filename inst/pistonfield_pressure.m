@@ -149,8 +149,8 @@ function options = read_pressure_options(caller, given)
           'memory must be a number of bytes, or Inf');
   require_mode(caller, options.mode);
   require(isempty(options.threads) || (is_positive(options.threads) && ...
-                                       options.threads == fix(options.threads)), ...
-          caller, 'threads', 'threads must be a whole number above 0');
+          options.threads == fix(options.threads) && options.threads <= 1024), ...
+          caller, 'threads', 'threads must be a whole number from 1 to 1024');
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
@@ -609,16 +609,22 @@ end
 %! assert(isequal(call('order', 7, 'tolerance', [], 'velocity', []), call('order', 7)));
 
 %!test % the number of threads changes no value and lasts for the call
-%! before = getenv('PISTONFIELD_THREADS');
+%! name = 'PISTONFIELD_THREADS';
+%! before = getenv(name);
+%! restore = onCleanup(@() setenv(name, before));
 %! points = pistonfield_grid((1:40) * 1e-4, (1:30) * 1e-4, (1:20) * 1e-4);
 %! field = @(mode, varargin) pistonfield_pressure(piston, points, 'frequency', 1e6, ...
 %!                                                'mode', mode, 'order', 100, varargin{:});
 %! for mode = {'cpu', 'cpusp', 'cuda'}
-%!   one = field(mode{1}, 'threads', 1);
-%!   assert(isequal(field(mode{1}, 'threads', 3), one));
-%!   assert(isequal(field(mode{1}), one));
+%!   setenv(name, '2');
+%!   two = field(mode{1});
+%!   setenv(name, 'none');
+%!   fail("field(mode{1})", "PISTONFIELD_THREADS: 'none' is no whole number from 1 to 1024");
+%!   for threads = [1 3]
+%!     assert(isequal(field(mode{1}, 'threads', threads), two));
+%!     assert(getenv(name), 'none');
+%!   end
 %! end
-%! assert(getenv('PISTONFIELD_THREADS'), before);
 
 %!test % progress is printed for slabs when asked for, and not for a short field by itself
 %! memory = 16 * 210 + 64 * 42;
@@ -655,9 +661,10 @@ end
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
 %!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
-%!error <threads must be a whole number above 0> call('threads', 1.5)
-%!error <threads must be a whole number above 0> call('threads', 0)
-%!error <threads must be a whole number above 0> call('threads', 'all')
+%!error <threads must be a whole number from 1 to 1024> call('threads', 1.5)
+%!error <threads must be a whole number from 1 to 1024> call('threads', 0)
+%!error <threads must be a whole number from 1 to 1024> call('threads', 'all')
+%!error <threads must be a whole number from 1 to 1024> call('threads', 1025)
 %!error <progress must be one of: none> call('progress', 'loud')
 %!error <needs 3.424 kB, more than the 3.4 kB that memory allows> call('memory', 3400)
 %!error <needs 3.424 kB, more> call('memory', 3400, 'tolerance', 1e-30)
