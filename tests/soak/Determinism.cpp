@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 
-// Fields are the same bit for bit in every call, with every number of threads, and a point's value is
-// the same in grids of every shape.
+// Fields are the same bit for bit in every call, with every number of threads, and a point's value
+// is the same in grids of every shape.
 //
 // Usage: determinism REPEATS
 
