@@ -11,4 +11,4 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
 require_packages "${module_packages[@]}" "${test_packages[@]}" "${run_packages[@]}" \
   "${mutation_packages[@]}"
-tests/mutation/mutate.py "$@"
+/usr/bin/python3 tests/mutation/mutate.py "$@"
