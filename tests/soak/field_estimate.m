@@ -55,11 +55,6 @@ function [off, estimate, refused] = try_case(number)
   end
 end
 
-% On standard error, as the module writes on standard output.
-function report(varargin)
-  fprintf(stderr(), '%s\n', sprintf(varargin{:}));
-end
-
 cases = str2double(getenv('FIELD_ESTIMATE_CASES'));
 off = NaN(1, cases);
 estimate = NaN(1, cases);

@@ -30,11 +30,6 @@ function [off, estimated] = try_case(number)
   end
 end
 
-% On standard error, as the module writes on standard output.
-function report(varargin)
-  fprintf(stderr(), '%s\n', sprintf(varargin{:}));
-end
-
 cases = str2double(getenv('FIELD_ORDER_CASES'));
 off = NaN(1, cases);
 estimated = NaN(1, cases);
