@@ -148,8 +148,9 @@ TEST_P(FailingAllocationTest, EndsTheCallAndLeavesNothing) {
     std::printf("%s: %d calls, each with a failing allocation\n", GetParam(), calls);
 }
 
-// Both grids give every thread something to do; a thread is an allocation too.
+// In one thread, as it depends on the machine how many find something left to do.
 TEST_P(FailingAllocationTest, AllocatesAsOftenForManyPointsAsForFew) {
+    pistonfield::useThreads(1);
     const auto allocationsFor = [](const std::vector<double>& sizes) {
         theHost().reset();
         const Request made = Request().sizes(sizes).mode(GetParam()).abscissas(4);
@@ -157,9 +158,9 @@ TEST_P(FailingAllocationTest, AllocatesAsOftenForManyPointsAsForFew) {
         EXPECT_EQ(bareCall(made).ending, Ending::answered);
         return heap::allocations() - before;
     };
-    const std::size_t ofFew = allocationsFor({64, 32, 32});
+    const std::size_t ofFew = allocationsFor({32, 16, 16});
     EXPECT_GT(ofFew, 0U);
-    EXPECT_EQ(allocationsFor({64, 64, 32}), ofFew);
+    EXPECT_EQ(allocationsFor({64, 32, 32}), ofFew);
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, FailingAllocationTest,

@@ -158,7 +158,7 @@ class Finder:
     def number(self, cursor):
         start, end = span(cursor)
         text = self.source[start:end]
-        digits = text.rstrip("uUlLfF")
+        digits = text.rstrip("uUlLfF").replace("'", "")
         before, after = self.source[:start].rstrip(), self.source[end:]
         in_type = before[-1] in "<," and re.match(r" *>(?![=>])", after)
         if not digits[:1].isdigit() or digits.startswith("0x") or in_type:

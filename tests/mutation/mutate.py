@@ -181,7 +181,9 @@ class Build:
     def compile(self, command, file, output):
         command = [str(self.scratch / file) if a == str(ROOT / file) else a for a in command]
         command[command.index("-o") + 1] = str(output)
-        command[1:1] = ["-w", f"-I{self.scratch}"]
+        # A launcher may stand before the compiler.
+        first = next(i for i, a in enumerate(command) if a.startswith("-"))
+        command[first:first] = ["-w", f"-I{self.scratch}"]
         return self.succeeds(command, self.folder, timeout=300)
 
     def link(self, program, compiled):

@@ -24,6 +24,7 @@
 #include <core/cuda_init.h>
 #include <core/cudahelper.h>
 #include <cuda_runtime/runtime.h>
+#include <parallel/threads.h>
 
 #include <array>
 #include <cmath>
@@ -79,6 +80,7 @@ bool agrees(const char* where, std::complex<double> p) {
 }  // namespace
 
 int main() {
+    pistonfield::useThreads(2);
     const bool cpu = agrees("cpu", onCpu());
     const bool device = agrees("device", onDevice());
     return cpu && device ? 0 : 1;
