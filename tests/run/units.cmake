@@ -5,6 +5,7 @@
 pistonfield_test(run_test
   CommandTest.cpp
   DamagedFilesTest.cpp
+  DigestTest.cpp
   EvaluationTest.cpp
   FieldFileTest.cpp
   FileLockTest.cpp
