@@ -6,7 +6,10 @@
 #include <xxhash.h>
 
 #include <cmath>
+#include <complex>
 #include <cstring>
+#include <limits>
+#include <vector>
 
 #include "tests/run/FieldFiles.h"
 
@@ -77,6 +80,25 @@ TEST(SlabValues, ChecksumChangesWithAnyBit) {
         EXPECT_NE(slab.checksum(box), before) << "bit " << bit;
         byte = kept;
     }
+}
+
+template <class T>
+void expectUndefinedCounted(const char* mode) {
+    constexpr T nan = std::numeric_limits<T>::quiet_NaN();
+    const LatticeBox box{{0, 0, 0}, {4, 1, 1}};
+    const auto countOf = [&](const std::vector<std::complex<T>>& values) {
+        Bytes evaluation(bytesOf(values));
+        SlabValues slab(smallLayout(mode));
+        slab.compute(evaluation, box);
+        return slab.record(box).undefined;
+    };
+    EXPECT_EQ(countOf({{1, 2}, {3, 4}, {5, 6}, {7, 8}}), 0U);
+    EXPECT_EQ(countOf({{1, 2}, {nan, 4}, {5, nan}, {nan, nan}}), 3U);
+}
+
+TEST(SlabValues, CountTheValuesThatAreNoNumbers) {
+    expectUndefinedCounted<double>("cpu");
+    expectUndefinedCounted<float>("cpusp");
 }
 
 struct SlabFiles : FieldFiles {
