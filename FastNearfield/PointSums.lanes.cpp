@@ -401,7 +401,7 @@ void fill(const Rule<T>& rule, const Piston<T>& piston, const Lattice<G>& lattic
           const Field<T>& field, const Range& range) {
     constexpr int W = lanes::width<T>;
     using V = Pack<T, W>;
-    static_assert(pointsAtATime % (W * packsAtATime) == 0);
+    static_assert(pointsAtATime % (std::int64_t{W} * packsAtATime) == 0);
     constexpr auto scale = static_cast<T>(-0.15915494309189535);  // -1/(2pi)
     EdgeIntegrals<V> integrals(rule, piston.k);
     EdgeSum<V> sums[packsAtATime];
