@@ -104,8 +104,10 @@ class Finder:
             self.number(cursor)
         elif kind == Kind.CXX_BOOL_LITERAL_EXPR:
             start, end = span(cursor)
-            self.add(start, end, {"true": "false", "false": "true"}[self.source[start:end]],
-                     "constant")
+            # A default argument that is used here stands elsewhere.
+            other = {"true": "false", "false": "true"}.get(self.source[start:end])
+            if other:
+                self.add(start, end, other, "constant")
         if kind in CONDITIONAL:
             self.condition(next(c for c in children if c.kind.is_expression()))
         for child in children[STATEMENTS.get(kind, NONE)]:
