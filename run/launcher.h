@@ -15,6 +15,10 @@ struct Launch {
     /// The number of processes that were started together, where that is said.
     std::optional<int> processes;
 
+    /// Whether the process is one of those that a launcher starts, one for each core unless it is
+    /// told otherwise; also where MPI cannot talk to it.
+    bool oneOfMany() const noexcept { return byLauncher || processes.has_value(); }
+
     /// Whether MPI has nobody to talk to.
     bool alone() const noexcept { return !byLauncher || processes == 1; }
 };

@@ -79,7 +79,7 @@ void chooseThreads(const Command& command, const Launch& launch) {
     if (computing == nullptr) return;
     if (computing->threads)
         pistonfield::useThreads(*computing->threads);
-    else if ((launch.byLauncher || launch.processes) && !pistonfield::threadsAreChosen())
+    else if (launch.oneOfMany() && !pistonfield::threadsAreChosen())
         pistonfield::useThreads(1);
     // A variable that is no number is told before anything is touched.
     static_cast<void>(pistonfield::threadCount());

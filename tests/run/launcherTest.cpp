@@ -51,6 +51,15 @@ TEST(Launch, BySlurmIsOfTheTasksOfTheStep) {
               8);
 }
 
+TEST(Launch, HasOneProcessForEachCoreWhereALauncherHasStartedIt) {
+    EXPECT_FALSE(launchOf({}).oneOfMany());
+    EXPECT_FALSE(launchOf({{"SLURM_JOB_ID", "3"}, {"SLURM_NTASKS", "4"}}).oneOfMany());
+    EXPECT_TRUE(launchOf({{"OMPI_COMM_WORLD_SIZE", "4"}}).oneOfMany());
+    EXPECT_TRUE(launchOf({{"PMI_RANK", "0"}}).oneOfMany());
+    // Of srun --mpi=none.
+    EXPECT_TRUE(launchOf({{"SLURM_STEP_NUM_TASKS", "4"}}).oneOfMany());
+}
+
 TEST(Launch, OfManyWithoutMpiIsRefused) {
     const Variables variables{{"SLURM_STEP_NUM_TASKS", "4"}, {"SLURM_PROCID", "2"}};
     EXPECT_TRUE(launchOf(variables).alone());
