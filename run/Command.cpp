@@ -17,28 +17,39 @@ namespace run {
 
 namespace {
 
+using pistonfield::InvalidRequest;
+using pistonfield::Request;
+
 /// An option that says what field is asked for.
 struct RequestOption {
     const char* name;
+    const char* field;  ///< of the request
     bool needed;
     bool (*same)(const Request&, const Request&);
 };
 
-template <auto member>
+template <auto part, auto member>
 bool same(const Request& a, const Request& b) {
-    return a.*member == b.*member;
+    return a.*part.*member == b.*part.*member;
 }
 
+bool sameMode(const Request& a, const Request& b) { return a.mode == b.mode; }
+
+bool sameRule(const Request& a, const Request& b) { return a.rule == b.rule; }
+
+using pistonfield::Lattice;
+using pistonfield::RectangularPiston;
+using pistonfield::Wave;
+
 constexpr std::array<RequestOption, 8> requestOptions{{
-    {"transform", true, &same<&Request::transform>},
-    {"sizes", true, &same<&Request::sizes>},
-    {"l", true, &same<&Request::l>},
-    {"s", true, &same<&Request::s>},
-    {"k", true, &same<&Request::k>},
-    {"mode", false, &same<&Request::mode>},
-    {"order", false,
-     [](const Request& a, const Request& b) { return a.order == b.order && a.table == b.table; }},
-    {"table", false, &same<&Request::table>},
+    {"transform", "transform", true, &same<&Request::lattice, &Lattice::transform>},
+    {"sizes", "sizes", true, &same<&Request::lattice, &Lattice::sizes>},
+    {"l", "height", true, &same<&Request::piston, &RectangularPiston::height>},
+    {"s", "width", true, &same<&Request::piston, &RectangularPiston::width>},
+    {"k", "wavenumber", true, &same<&Request::wave, &Wave::wavenumber>},
+    {"mode", "mode", false, &sameMode},
+    {"order", "order", false, &sameRule},
+    {"table", "table", false, &same<&Request::rule, &pistonfield::Rule::table>},
 }};
 
 using Words = std::vector<std::string>;
@@ -111,8 +122,8 @@ bool isNumber(const std::string& word) {
 
 pistonfield::Mode modeOf(const Words& words) {
     try {
-        return modeCalled(onlyWord(words));
-    } catch (const NoField& error) {
+        return pistonfield::modeCalled(onlyWord(words));
+    } catch (const InvalidRequest& error) {
         throw std::runtime_error(error.reason());
     }
 }
@@ -174,17 +185,17 @@ std::filesystem::path partPath(const std::filesystem::path& output, const Part& 
 
 void setRequest(Request& request, const Setting& setting, const TextReader& readText) {
     const std::string& name = setting.name;
-    if (name == "transform") request.transform = arrayOf<16>(setting.words, numbers::real);
-    if (name == "sizes") request.sizes = threeOf(setting.words);
-    if (name == "l") request.l = realOf(setting.words);
-    if (name == "s") request.s = realOf(setting.words);
-    if (name == "k") request.k = realOf(setting.words);
+    if (name == "transform") request.lattice.transform = arrayOf<16>(setting.words, numbers::real);
+    if (name == "sizes") request.lattice.sizes = threeOf(setting.words);
+    if (name == "l") request.piston.height = realOf(setting.words);
+    if (name == "s") request.piston.width = realOf(setting.words);
+    if (name == "k") request.wave.wavenumber = realOf(setting.words);
     if (name == "mode") request.mode = modeOf(setting.words);
     if (name == "order")
-        request.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
+        request.rule.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
     if (name != "table") return;
-    request.table = tableOf(setting.words, readText);
-    request.order = static_cast<int>(request.table.size() / 2);
+    request.rule.table = tableOf(setting.words, readText);
+    request.rule.order = static_cast<int>(request.rule.table.size() / 2);
 }
 
 void setWork(ComputeCommand& command, const Setting& setting) {
@@ -283,6 +294,16 @@ std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, cons
     return use({name, *words, dashed(name)}, [](const Words& w) { return threeOf(w); });
 }
 
+/// Where a field of the request was given; else the option that gives it.
+std::string originOf(const std::string& field, const ComputeCommand& command) {
+    for (const RequestOption& option : requestOptions) {
+        if (field != option.field) continue;
+        const auto given = command.given.find(option.name);
+        return given == command.given.end() ? option.name : given->second;
+    }
+    return field;
+}
+
 }  // namespace
 
 Command readCommand(const std::vector<std::string>& words, const TextReader& readText) {
@@ -319,10 +340,8 @@ void checkComplete(const ComputeCommand& command) {
                                  command.output.string() + " to go on with");
     try {
         check(command.request);
-    } catch (const NoField& error) {
-        const auto given = command.given.find(error.of());
-        const std::string origin = given == command.given.end() ? error.of() : given->second;
-        throw std::runtime_error(origin + ": " + error.reason());
+    } catch (const InvalidRequest& error) {
+        throw std::runtime_error(originOf(error.field(), command) + ": " + error.reason());
     }
 }
 

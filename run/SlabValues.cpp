@@ -37,7 +37,7 @@ std::uint32_t countUndefined(const std::byte* values, std::size_t points) {
 }  // namespace
 
 SlabValues::SlabValues(const Layout& layout)
-    : singlePrecision(layout.request.singlePrecision()),
+    : singlePrecision(layout.request.inSingle()),
       valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
     const auto& [x, y, z] = layout.slabSizes;
     const auto points = static_cast<std::size_t>(x * y * z);
@@ -52,8 +52,8 @@ SlabValues::SlabValues(const Layout& layout)
     }
 }
 
-void SlabValues::compute(Evaluation& evaluation, const LatticeBox& box) {
-    evaluation.fill(box, values.data());
+void SlabValues::compute(const pistonfield::Plan& plan, const LatticeBox& box) {
+    plan.computeNative(box, values.data());
     if (magnitudes.empty()) return;
     const auto points = static_cast<std::size_t>(box.points());
     if (singlePrecision)

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "run/Evaluation.h"
+#include "field/Plan.h"
 #include "run/FieldFile.h"
 
 namespace run {
@@ -16,7 +16,7 @@ class SlabValues {
   public:
     explicit SlabValues(const Layout& layout);
 
-    void compute(Evaluation& evaluation, const LatticeBox& box);
+    void compute(const pistonfield::Plan& plan, const LatticeBox& box);
     void write(FieldFile& file, const LatticeBox& box) const;
     void read(const FieldFile& file, const LatticeBox& box);
 
