@@ -36,7 +36,9 @@ void fillInParallel(Fill fill, const Rule<T>& rule, const Piston<T>& piston,
     const std::int64_t piece =
         std::max<std::int64_t>(1, evaluations / ofAPoint / pointsAtATime) * pointsAtATime;
     // To ask takes as long as a point.
-    const auto allowed = [most] { return most == 0 ? pistonfield::threadCount() : most; };
+    const auto allowed = [most] {
+        return most == 0 ? pistonfield::threadCount() : std::min(most, pistonfield::mostThreads);
+    };
     const unsigned threads = points > piece ? allowed() : 1;
     pistonfield::inParallel(points, piece, threads, [&](std::int64_t first, std::int64_t last) {
         fill(rule, piston, lattice, field, {first, last});

@@ -23,7 +23,8 @@ template <class T>
 class DeviceArray {
   public:
     explicit DeviceArray(std::size_t count) {
-        require(cudaMalloc(reinterpret_cast<void**>(&elements), count * sizeof(T)), "cudaMalloc");
+        requireSuccess(cudaMalloc(reinterpret_cast<void**>(&elements), count * sizeof(T)),
+                       "cudaMalloc");
     }
     DeviceArray(const DeviceArray&) = delete;
     DeviceArray& operator=(const DeviceArray&) = delete;
@@ -73,7 +74,7 @@ class DeviceEngine : public Engine<T> {
         const Module& module = boxModule(T());
         uploadRule(module);
         const DeviceArray<T> matrix(transform.size());
-        require(
+        requireSuccess(
             cudaMemcpy(matrix.get(), transform.data(), sizeof transform, cudaMemcpyHostToDevice),
             "cudaMemcpy of the transform");
         const DeviceArray<Pair> field(values.size());
@@ -84,10 +85,10 @@ class DeviceEngine : public Engine<T> {
                           static_cast<T>(box.first[1]), static_cast<T>(box.first[2]),
                           static_cast<int>(box.size[0]), static_cast<int>(box.size[1]),
                           matrix.get(), a, b, k);
-        require(cudaGetLastError(), "the launch of the kernel");
-        require(cudaMemcpy(values.data(), field.get(), values.size() * sizeof(Pair),
-                           cudaMemcpyDeviceToHost),
-                "cudaMemcpy of the field");
+        requireSuccess(cudaGetLastError(), "the launch of the kernel");
+        requireSuccess(cudaMemcpy(values.data(), field.get(), values.size() * sizeof(Pair),
+                                  cudaMemcpyDeviceToHost),
+                       "cudaMemcpy of the field");
     }
 
     /// Before every launch: on the emulation device plans share the constants.
@@ -99,7 +100,7 @@ class DeviceEngine : public Engine<T> {
     }
 
     static void upload(const char* constant, const void* from, std::size_t bytes) {
-        require(cudaMemcpyToSymbol(constant, from, bytes), "cudaMemcpyToSymbol of the rule");
+        requireSuccess(cudaMemcpyToSymbol(constant, from, bytes), "cudaMemcpyToSymbol of the rule");
     }
 
     std::array<T, 16> transform{};

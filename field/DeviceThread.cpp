@@ -21,14 +21,14 @@ std::mutex& deviceInUse() {
 void bringUp() {
     // A failure that was left behind by somebody else is not this thread's.
     static_cast<void>(cuda_runtime::cudaGetLastError());
-    require(cuda_runtime::cudaSetDevice(chooseDeviceSilently()), "cudaSetDevice");
-    require(cuda_runtime::cudaFree(nullptr), "creating a context");
-    require(cuda_runtime::cudaThreadSynchronize(), "cudaThreadSynchronize");
+    requireSuccess(cuda_runtime::cudaSetDevice(chooseDeviceSilently()), "cudaSetDevice");
+    requireSuccess(cuda_runtime::cudaFree(nullptr), "creating a context");
+    requireSuccess(cuda_runtime::cudaThreadSynchronize(), "cudaThreadSynchronize");
 }
 
 }  // namespace
 
-void require(cuda_runtime::cudaError_t status, const char* operation) {
+void requireSuccess(cuda_runtime::cudaError_t status, const char* operation) {
     if (status == cuda_runtime::cudaSuccess) return;
     static_cast<void>(cuda_runtime::cudaGetLastError());
     throw DeviceFailure(std::string(operation) + ": " + cuda_runtime::cudaGetErrorString(status));

@@ -13,7 +13,7 @@
 namespace pistonfield {
 
 /// @throws DeviceFailure with the operation and the runtime's report, unless the status is success
-void require(cuda_runtime::cudaError_t status, const char* operation);
+void requireSuccess(cuda_runtime::cudaError_t status, const char* operation);
 
 /// A thread that has a device, because a context belongs to the thread that made it. Of several in
 /// a process one works at a time.

@@ -52,8 +52,8 @@ SlabValues::SlabValues(const Layout& layout)
     }
 }
 
-void SlabValues::compute(const pistonfield::Plan& plan, const LatticeBox& box) {
-    plan.computeNative(box, values.data());
+void SlabValues::compute(const Computation& computation, const LatticeBox& box) {
+    computation(box, values.data());
     if (magnitudes.empty()) return;
     const auto points = static_cast<std::size_t>(box.points());
     if (singlePrecision)

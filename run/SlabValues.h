@@ -4,19 +4,23 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
-#include "field/Plan.h"
 #include "run/FieldFile.h"
 
 namespace run {
+
+/// Computes the values of a box, in the precision of the request, into memory that has room for
+/// them.
+using Computation = std::function<void(const LatticeBox& box, void* values)>;
 
 /// The values of one slab at a time, with their magnitudes where the file has them.
 class SlabValues {
   public:
     explicit SlabValues(const Layout& layout);
 
-    void compute(const pistonfield::Plan& plan, const LatticeBox& box);
+    void compute(const Computation& computation, const LatticeBox& box);
     void write(FieldFile& file, const LatticeBox& box) const;
     void read(const FieldFile& file, const LatticeBox& box);
 

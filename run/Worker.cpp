@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "field/Plan.h"
 #include "run/Interruption.h"
 #include "run/Progress.h"
 #include "run/texts.h"
@@ -41,6 +42,9 @@ void Worker::compute(const SlabNumbers& numbers) {
     std::optional<pistonfield::Plan> plan;
     std::optional<std::int64_t> numberOfReady;
     team.together([&] { plan.emplace(file.layout().request); });
+    const Computation computation = [&](const LatticeBox& box, void* to) {
+        plan->computeNative(box, to);
+    };
     const auto writeReady = [&] {
         if (!numberOfReady) return;
         const LatticeBox box = slabs.slab(*numberOfReady);
@@ -54,7 +58,7 @@ void Worker::compute(const SlabNumbers& numbers) {
         [&](std::int64_t number) {
             // Over before this thread calls HDF5 or MPI again, which may take only one at a time.
             std::future<void> writing = std::async(launch, writeReady);
-            values.compute(*plan, slabs.slab(number));
+            values.compute(computation, slabs.slab(number));
             writing.get();
             std::swap(values, ready);
             numberOfReady = number;

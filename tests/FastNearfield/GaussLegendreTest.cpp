@@ -15,6 +15,7 @@
 #include <set>
 #include <vector>
 
+#include "core/limits.h"
 #include "reference/Legendre.h"
 
 namespace {

@@ -373,16 +373,16 @@ TEST(Contradiction, IsTheFirstOptionOfAnotherValue) {
 TEST(Contradiction, IsNoneWithAnOptionThatWasNotGiven) {
     pistonfield::Request other;
     other.mode = Mode::cuda;
-    other.order = 99;
+    other.rule.order = 99;
     EXPECT_EQ(contradiction(computing({"f.h5"}), other), std::nullopt);
 }
 
 TEST_F(CommandFiles, TableContradictsAnother) {
     const ComputeCommand command = computing({"--table", file("0 2"), "f.h5"});
     pistonfield::Request other;
-    other.table = {0, 1.5};
+    other.rule.table = {0, 1.5};
     EXPECT_EQ(contradiction(command, other), "--table");
-    other.table = {0, 2};
+    other.rule.table = {0, 2};
     EXPECT_EQ(contradiction(command, other), std::nullopt);
 }
 
