@@ -12,6 +12,7 @@
 #include "run/RequestFile.h"
 #include "run/numbers.h"
 #include "run/options.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -23,7 +24,6 @@ using pistonfield::Request;
 /// An option that says what field is asked for.
 struct RequestOption {
     const char* name;
-    const char* field;  ///< of the request
     bool needed;
     bool (*same)(const Request&, const Request&);
 };
@@ -42,14 +42,14 @@ using pistonfield::RectangularPiston;
 using pistonfield::Wave;
 
 constexpr std::array<RequestOption, 8> requestOptions{{
-    {"transform", "transform", true, &same<&Request::lattice, &Lattice::transform>},
-    {"sizes", "sizes", true, &same<&Request::lattice, &Lattice::sizes>},
-    {"l", "height", true, &same<&Request::piston, &RectangularPiston::height>},
-    {"s", "width", true, &same<&Request::piston, &RectangularPiston::width>},
-    {"k", "wavenumber", true, &same<&Request::wave, &Wave::wavenumber>},
-    {"mode", "mode", false, &sameMode},
-    {"order", "order", false, &sameRule},
-    {"table", "table", false, &same<&Request::rule, &pistonfield::Rule::table>},
+    {"transform", true, &same<&Request::lattice, &Lattice::transform>},
+    {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
+    {"l", true, &same<&Request::piston, &RectangularPiston::height>},
+    {"s", true, &same<&Request::piston, &RectangularPiston::width>},
+    {"k", true, &same<&Request::wave, &Wave::wavenumber>},
+    {"mode", false, &sameMode},
+    {"order", false, &sameRule},
+    {"table", false, &same<&Request::rule, &pistonfield::Rule::table>},
 }};
 
 using Words = std::vector<std::string>;
@@ -294,16 +294,6 @@ std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, cons
     return use({name, *words, dashed(name)}, [](const Words& w) { return threeOf(w); });
 }
 
-/// Where a field of the request was given; else the option that gives it.
-std::string originOf(const std::string& field, const ComputeCommand& command) {
-    for (const RequestOption& option : requestOptions) {
-        if (field != option.field) continue;
-        const auto given = command.given.find(option.name);
-        return given == command.given.end() ? option.name : given->second;
-    }
-    return field;
-}
-
 }  // namespace
 
 Command readCommand(const std::vector<std::string>& words, const TextReader& readText) {
@@ -339,9 +329,11 @@ void checkComplete(const ComputeCommand& command) {
         throw std::runtime_error(missing + " is missing, and there is no " +
                                  command.output.string() + " to go on with");
     try {
-        check(command.request);
+        checkRequest(command.request);
     } catch (const InvalidRequest& error) {
-        throw std::runtime_error(originOf(error.field(), command) + ": " + error.reason());
+        const auto given = command.given.find(error.field());
+        const std::string origin = given == command.given.end() ? error.field() : given->second;
+        throw std::runtime_error(origin + ": " + error.reason());
     }
 }
 

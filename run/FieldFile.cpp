@@ -15,6 +15,7 @@
 #include "run/ReadingGuard.h"
 #include "run/description.h"
 #include "run/headCopy.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -286,7 +287,7 @@ void readSoundly(const std::string& name, Read read) {
 /// Other code relies on these being what they are in every file that is written.
 void requireSound(const Layout& layout) {
     const pistonfield::Request& request = layout.request;
-    check(request);
+    checkRequest(request);
     const auto& [first, size] = layout.box;
     for (std::size_t i = 0; i < size.size(); ++i) {
         if (size[i] < 1 || size[i] > request.lattice.sizes[i] || first[i] < 0 ||

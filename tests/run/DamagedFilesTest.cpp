@@ -185,7 +185,7 @@ TEST_F(DamagedFiles, WithAnotherTableAreRefused) {
 TEST_F(DamagedFiles, WithFiguresOfNoFieldAreRefused) {
     EXPECT_EQ(refusalWith("l", -1.0), " is damaged: l: must be a length above 0");
     EXPECT_EQ(refusalWith("mode", std::string("fast")),
-              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
+              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda, cudadp");
     EXPECT_EQ(refusalWith("sizes", Integers{7, 5, 0}),
               " is damaged: sizes: each must be 1 or more");
     for (const std::int64_t order :
