@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <vector>
+#include <memory>
 
 #include "run/FieldFile.h"
 
@@ -36,8 +36,9 @@ class SlabValues {
   private:
     bool singlePrecision;
     std::size_t valueBytes;
-    std::vector<std::byte> values;
-    std::vector<float> magnitudes;
+    // Not set to anything: the threads that compute the values are the first to touch the memory.
+    std::unique_ptr<std::byte[]> values;
+    std::unique_ptr<float[]> magnitudes;
 };
 
 }  // namespace run
