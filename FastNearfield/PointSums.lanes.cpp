@@ -9,7 +9,7 @@
 #include "lanes/sinCos.h"
 #include "lanes/staggered.h"
 
-namespace pointsums::PISTONFIELD_INSTRUCTION_SET {
+namespace pointsums {
 
 namespace {
 
@@ -436,8 +436,12 @@ void fill(const Rule<T>& rule, const Piston<T>& piston, const Lattice<G>& lattic
 
 }  // namespace
 
-const Functions functions{&phaseAt<float>,      &phaseAt<double>,    &atPoint<float>,
-                          &atPoint<double>,     &fill<float, float>, &fill<float, double>,
-                          &fill<double, double>};
+template <>
+const Functions& functionsOf<lanes::compiledSet>() {
+    static constexpr Functions functions{
+        &phaseAt<float>,     &phaseAt<double>,     &atPoint<float>,      &atPoint<double>,
+        &fill<float, float>, &fill<float, double>, &fill<double, double>};
+    return functions;
+}
 
-}  // namespace pointsums::PISTONFIELD_INSTRUCTION_SET
+}  // namespace pointsums

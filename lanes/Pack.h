@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "lanes/InstructionSet.h"
+
 // The sources of hot loops are compiled once for each instruction set. Everything in this folder
 // lives in an inline namespace named after the set, so that the copies stay apart in the linker.
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
@@ -22,6 +24,9 @@
 /// integers of the lanes' width that are 0 or -1.
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
+
+/// The instruction set that this copy of the source is compiled for.
+inline constexpr InstructionSet compiledSet = InstructionSet::PISTONFIELD_INSTRUCTION_SET;
 
 template <class T, int W>
 struct PackOf {

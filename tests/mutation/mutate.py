@@ -65,6 +65,7 @@ TESTS = {
     "FastNearfield/PointSums.lanes.cpp": SUMS,
     "lanes/InstructionSet.cpp": LANES,
     "lanes/Pack.h": LANES,
+    "lanes/PerInstructionSet.h": LANES,
     "lanes/sinCos.h": LANES,
     "lanes/slowReduction.cpp": LANES,
     "lanes/staggered.h": LANES,
