@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#ifdef __x86_64__
 #include <immintrin.h>
+#endif
 
 #include <cstdint>
 #include <type_traits>
@@ -37,7 +39,7 @@ struct PackOf {
 template <class T, int W>
 using Pack = typename PackOf<T, W>::type;
 
-/// The bytes of the set's widest registers.
+/// The bytes of the set's widest registers; 16 are those of NEON, too.
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
 inline constexpr int registerBytes = 64;
 #elif defined(__AVX2__) && defined(__FMA__)
@@ -87,7 +89,14 @@ template <class M>
 #if defined(__AVX2__) && defined(__FMA__)
     if constexpr (sizeof(M) == 32) return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
 #endif
+#ifdef __SSE2__
     if constexpr (sizeof(M) == 16) return _mm_movemask_epi8((__m128i)mask) != 0;
+#else
+    if constexpr (sizeof(M) == 16) {
+        const auto halves = bitsAs<Pack<std::int64_t, 2>>(mask);
+        return (halves[0] | halves[1]) != 0;
+    }
+#endif
     for (int i = 0; i < widthOf<M>; ++i)
         if (mask[i] != 0) return true;
     return false;
@@ -128,11 +137,16 @@ template <class V>
     if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
     if constexpr (sizeof(V) == 32 && !isDouble) return (V)_mm256_sqrt_ps((__m256)v);
 #endif
+#ifdef __SSE2__
     if constexpr (sizeof(V) == 16 && isDouble) return (V)_mm_sqrt_pd((__m128d)v);
     if constexpr (sizeof(V) == 16 && !isDouble) return (V)_mm_sqrt_ps((__m128)v);
+#endif
     V root{};
     for (int i = 0; i < widthOf<V>; ++i)
-        root[i] = static_cast<Element<V>>(__builtin_sqrt(static_cast<double>(v[i])));
+        if constexpr (isDouble)
+            root[i] = __builtin_sqrt(v[i]);
+        else
+            root[i] = __builtin_sqrtf(v[i]);
     return root;
 }
 
