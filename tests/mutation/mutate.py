@@ -63,6 +63,8 @@ TESTS = {
     "FastNearfield/RectangularPiston2.cpp": PISTON,
     "FastNearfield/PistonKernels.h": KERNELS,
     "FastNearfield/PointSums.lanes.cpp": SUMS,
+    "FastNearfield/EdgeIntegrand.h": [*SUMS, *KERNELS],
+    "FastNearfield/fillLattice.h": SUMS,
     "lanes/InstructionSet.cpp": LANES,
     "lanes/Pack.h": LANES,
     "lanes/PerInstructionSet.h": LANES,
