@@ -13,6 +13,7 @@ namespace {
 
 /// The functions of the instruction set in use.
 const Functions& functions() noexcept {
+    // Functions, which need nothing to be initialised and run on processors that have their set.
     static constexpr lanes::PerInstructionSet<const Functions& (*)()> copies(
         []<lanes::InstructionSet set>() { return &functionsOf<set>; });
     return copies.inUse()();
