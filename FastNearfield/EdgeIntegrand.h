@@ -35,15 +35,17 @@ struct EdgeIntegrand {
         Reals factor;
     };
 
-    /// The node's angle, from z^2, D and -k. D is not tested for zero.
+    /// Of the first stage: a node's angle, from z^2, D and -k. D is not tested for zero.
     [[gnu::always_inline]] __device__ static Reals angleAt(Reals zz, Reals d, Scalar minusK) {
         return Mathematics::squareRoot(zz + d) * minusK;
     }
 
+    /// The second stage.
     [[gnu::always_inline]] __device__ static ReducedNode reduced(const Node& node) {
         return {Mathematics::reduce(node.angle), node.factor};
     }
 
+    /// The third one: the integrand's value.
     [[gnu::always_inline]] __device__ static LaneComplex<Reals> valueAt(
         const ReducedNode& node, const LaneComplex<Reals>& E) {
         const auto phase = Mathematics::sinCos(node.angle);

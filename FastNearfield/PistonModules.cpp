@@ -3,6 +3,7 @@
 #include "FastNearfield/PistonModules.h"
 
 #include <cstddef>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -38,7 +39,7 @@ struct Registered {
 
 /// How many instruction sets have kernels of their own.
 #ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
-constexpr std::size_t copies = lanes::instructionSets.size();
+constexpr std::size_t copies = std::size(lanes::instructionSets);
 #else
 constexpr std::size_t copies = 1;
 #endif

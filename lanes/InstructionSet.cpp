@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "lanes/InstructionSet.h"
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 

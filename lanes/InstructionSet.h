@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <array>
-
 #include "lanes/instructionSets.h"
 
 namespace lanes {
@@ -16,7 +14,7 @@ enum class InstructionSet { PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_NAME, ) };
 
 #define PISTONFIELD_SET(name, title, has) InstructionSet::name,
 /// All of them, the plainest first.
-inline constexpr std::array instructionSets{PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_SET, )};
+inline constexpr InstructionSet instructionSets[]{PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_SET, )};
 #undef PISTONFIELD_SET
 
 /// The best set that the processor has.

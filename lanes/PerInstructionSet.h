@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <iterator>
 #include <utility>
 
 #include "lanes/InstructionSet.h"
@@ -13,7 +14,7 @@ namespace lanes {
 
 /// What a source that is compiled for every instruction set provides: a T from each of its copies.
 /// Where only the plainest sets have a copy, `count` of them, the last of these serves all others.
-template <class T, std::size_t count = instructionSets.size()>
+template <class T, std::size_t count = std::size(instructionSets)>
 class PerInstructionSet {
   public:
     /// @param of of.template operator()<set>() is the T of a set

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
@@ -71,9 +72,9 @@ TEST(InstructionSetTest, HasAName) {
 TEST(InstructionSetTest, HasANameOfItsOwn) {
     std::set<std::string> names;
     for (const InstructionSet set : lanes::instructionSets) names.insert(lanes::nameOf(set));
-    EXPECT_EQ(names.size(), lanes::instructionSets.size());
+    EXPECT_EQ(names.size(), std::size(lanes::instructionSets));
     EXPECT_FALSE(names.contains("unknown"));
-    EXPECT_STREQ(lanes::nameOf(static_cast<InstructionSet>(lanes::instructionSets.size())),
+    EXPECT_STREQ(lanes::nameOf(static_cast<InstructionSet>(std::size(lanes::instructionSets))),
                  "unknown");
 }
 
