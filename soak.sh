@@ -3,14 +3,16 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Runs the long checks whole and prints their figures. Takes about half an hour on two cores, and on top
-# whatever the attacks on pistonfield-run take, which were not run whole yet.
+# a quarter of an hour for aarch64 and whatever the attacks on pistonfield-run take, which were not run
+# whole yet.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh
 source "$(dirname -- "${BASH_SOURCE[0]}")/cmake/setup.sh"
 
 require_test_packages
-require_packages "${memory_check_packages[@]}" "${slurm_packages[@]}" "${mutation_packages[@]}"
+require_packages "${memory_check_packages[@]}" "${slurm_packages[@]}" "${mutation_packages[@]}" \
+  "${aarch64_packages[@]}"
 
 say "building everything in build/"
 cmake --preset default -D PISTONFIELD_TESTS=ON -D PISTONFIELD_RUN=ON
@@ -18,6 +20,9 @@ cmake --build --preset default
 
 say "checking that the known survivors of mutations are mutants of these sources"
 /usr/bin/python3 tests/mutation/mutate.py --check build
+
+say "running the tests on aarch64"
+tests/aarch64.sh
 
 say "running the long checks"
 ctest --preset default --build-config soak --label-regex '^soak$' --verbose \

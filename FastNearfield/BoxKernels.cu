@@ -58,20 +58,18 @@ __global__ void calculate_box(typename Family::Complex* d_array, int points, Rea
 
 }  // namespace
 
-namespace PISTONFIELD_INSTRUCTION_SET {
-
-SingleBoxModule singleBoxModule() {
+template <>
+SingleBoxModule singleBoxModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
     return {entryTo<SingleBoxModule::Box, SingleBox, &calculate_box<SingleBox>>(),
             {{{"global_box_float_x", &global_box_float_x, sizeof global_box_float_x},
               {"global_box_float_w", &global_box_float_w, sizeof global_box_float_w},
               {"global_box_float_N", &global_box_float_N, sizeof global_box_float_N}}}};
 }
 
-DoubleBoxModule doubleBoxModule() {
+template <>
+DoubleBoxModule doubleBoxModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
     return {entryTo<DoubleBoxModule::Box, DoubleBox, &calculate_box<DoubleBox>>(),
             {{{"global_box_double_x", &global_box_double_x, sizeof global_box_double_x},
               {"global_box_double_w", &global_box_double_w, sizeof global_box_double_w},
               {"global_box_double_N", &global_box_double_N, sizeof global_box_double_N}}}};
 }
-
-}  // namespace PISTONFIELD_INSTRUCTION_SET

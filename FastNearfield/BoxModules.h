@@ -7,6 +7,7 @@
 #include "FastNearfield/Complex.h"
 #include "cuda_runtime/ConstantSymbol.h"
 #include "cuda_runtime/KernelEntry.h"
+#include "lanes/InstructionSet.h"
 
 /// The kernel of a lattice's boxes, and the constants of its own rule: abscissas, weights and
 /// order, half a symmetric rule as in `PistonModule`. One thread computes the pressure at one
@@ -29,3 +30,9 @@ using DoubleBoxModule = BoxModule<double, Complexd>;
 /// The module of a precision, registered with the runtime when the program is loaded.
 const SingleBoxModule& boxModule(float precision);
 const DoubleBoxModule& boxModule(double precision);
+
+/// The modules as they are compiled for an instruction set of the host; a GPU's for the baseline.
+template <lanes::InstructionSet set>
+SingleBoxModule singleBoxModuleOf();
+template <lanes::InstructionSet set>
+DoubleBoxModule doubleBoxModuleOf();

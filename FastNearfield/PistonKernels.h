@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "FastNearfield/EdgeIntegrand.h"
 #include "FastNearfield/PistonModules.h"
 #include "cuda_runtime/kernel.h"
 
@@ -27,10 +28,7 @@ template <class Family>
 using Mask = typename Lanes<Real<Family>>::Mask;
 
 template <class Family>
-struct LaneComplex {
-    Reals<Family> re;
-    Reals<Family> im;
-};
+using LaneComplex = pistonfield::LaneComplex<Reals<Family>>;
 
 template <class Family>
 struct Position {
@@ -52,47 +50,40 @@ __device__ inline LaneComplex<Family> unitPhase(Reals<Family> angle) {
     return {phase.cosine, phase.sine};
 }
 
-/// An abscissa on an edge: the angle -k*r, and 1/d.
+/// The device's mathematics, for the integrand.
 template <class Family>
-struct Node {
-    Reals<Family> angle;
-    Reals<Family> perD;
+struct DeviceMathematics {
+    using Scalar = Real<Family>;
+    using Reals = ::Reals<Family>;
+    using Angle = cuda_runtime::ReducedAngle<Reals>;
+
+    __device__ static Reals squareRoot(Reals v) { return cuda_runtime::squareRoot(v); }
+    __device__ static Angle reduce(Reals angle) { return cuda_runtime::reduce(angle); }
+    __device__ static auto sinCos(const Angle& angle) { return cuda_runtime::sinCos(angle); }
 };
 
-template <class Family>
-struct ReducedNode {
-    cuda_runtime::ReducedAngle<Reals<Family>> angle;
-    Reals<Family> perD;
-};
+// The integrand g(t) of an edge at the offset X has D = X^2 + t^2 and the factor 1/D.
 
-// The integrand g(t) = (exp(-j*k*r) - E) / d of an edge at the offset X, with d = X^2 + t^2,
-// r = sqrt(d + z^2) and E = exp(-j*k*z), in three stages. d is not tested for zero.
+template <class Family>
+using EdgeIntegrand = pistonfield::EdgeIntegrand<DeviceMathematics<Family>>;
+template <class Family>
+using Node = typename EdgeIntegrand<Family>::Node;
+template <class Family>
+using ReducedNode = typename EdgeIntegrand<Family>::ReducedNode;
 
 template <class Family>
 __device__ inline Node<Family> nodeAt(Reals<Family> X, Reals<Family> t, Reals<Family> z,
                                       Real<Family> k) {
     const Reals<Family> d = X * X + t * t;
-    const Reals<Family> r = cuda_runtime::squareRoot(d + z * z);
-    return {-k * r, cuda_runtime::reciprocal(d)};
-}
-
-template <class Family>
-__device__ inline ReducedNode<Family> reduced(const Node<Family>& node) {
-    return {cuda_runtime::reduce(node.angle), node.perD};
-}
-
-template <class Family>
-__device__ inline LaneComplex<Family> integrand(const ReducedNode<Family>& node,
-                                                LaneComplex<Family> E) {
-    const auto e = cuda_runtime::sinCos(node.angle);
-    return {(e.cosine - E.re) * node.perD, (e.sine - E.im) * node.perD};
+    return {EdgeIntegrand<Family>::angleAt(z * z, d, -k), cuda_runtime::reciprocal(d)};
 }
 
 /// g(t)
 template <class Family>
 __device__ inline LaneComplex<Family> RectangularPiston_innerIntegral(
     Reals<Family> X, Reals<Family> t, Reals<Family> z, Real<Family> k, LaneComplex<Family> E) {
-    return integrand<Family>(reduced<Family>(nodeAt<Family>(X, t, z, k)), E);
+    using Integrand = EdgeIntegrand<Family>;
+    return Integrand::valueAt(Integrand::reduced(nodeAt<Family>(X, t, z, k)), E);
 }
 
 /// What a pair of abscissas c +- offset has in a stage of the integrand, and its weight.
@@ -108,6 +99,7 @@ template <class Family>
 __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
     Reals<Family> X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E, Reals<Family> lo,
     Reals<Family> hi) {
+    using Integrand = EdgeIntegrand<Family>;
     const Reals<Family> c = (lo + hi) * Real<Family>(0.5);
     const Reals<Family> h = (hi - lo) * Real<Family>(0.5);
     const int order = Family::order();
@@ -123,11 +115,11 @@ __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
         },
         [](const NodePair<Family, Node<Family>>& nodes) __attribute__((always_inline)) {
             return NodePair<Family, ReducedNode<Family>>{
-                reduced<Family>(nodes.plus), reduced<Family>(nodes.minus), nodes.weight};
+                Integrand::reduced(nodes.plus), Integrand::reduced(nodes.minus), nodes.weight};
         },
         [&](const NodePair<Family, ReducedNode<Family>>& nodes) __attribute__((always_inline)) {
-            const auto plus = integrand<Family>(nodes.plus, E);
-            const auto minus = integrand<Family>(nodes.minus, E);
+            const auto plus = Integrand::valueAt(nodes.plus, E);
+            const auto minus = Integrand::valueAt(nodes.minus, E);
             sum.re += (plus.re + minus.re) * nodes.weight;
             sum.im += (plus.im + minus.im) * nodes.weight;
         });

@@ -2,37 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/PistonModules.h"
 
-#include <algorithm>
 #include <cstddef>
-#include <initializer_list>
+#include <iterator>
 #include <memory>
 #include <vector>
 
 #include "FastNearfield/BoxModules.h"
 #include "cuda_runtime/DeviceModule.h"
-#include "lanes/InstructionSet.h"
-
-// The modules as they were compiled for each instruction set of the host; a GPU's have one form.
-namespace baseline {
-SinglePistonModule singlePistonModule();
-DoublePistonModule doublePistonModule();
-SingleBoxModule singleBoxModule();
-DoubleBoxModule doubleBoxModule();
-}  // namespace baseline
-#ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
-namespace v3 {
-SinglePistonModule singlePistonModule();
-DoublePistonModule doublePistonModule();
-SingleBoxModule singleBoxModule();
-DoubleBoxModule doubleBoxModule();
-}  // namespace v3
-namespace v4 {
-SinglePistonModule singlePistonModule();
-DoublePistonModule doublePistonModule();
-SingleBoxModule singleBoxModule();
-DoubleBoxModule doubleBoxModule();
-}  // namespace v4
-#endif
+#include "lanes/PerInstructionSet.h"
 
 namespace {
 
@@ -66,50 +43,43 @@ struct Registered {
     cuda_runtime::DeviceModule registration;
 };
 
-/// The modules of one precision, for the instruction sets that the processor has.
-template <class Module>
-class Modules {
-  public:
-    /// @param makers one for each instruction set, the plainest first
-    Modules(std::initializer_list<Module (*)()> makers) {
-        for (Module (*const make)() : makers)
-            if (modules.size() <= static_cast<std::size_t>(lanes::bestInstructionSet()))
-                modules.push_back(std::make_unique<Registered<Module>>(make()));
-    }
-
-    /// The module for the instruction set in use.
-    const Module& current() const {
-        const auto set = static_cast<std::size_t>(lanes::instructionSet());
-        return modules[std::min(set, modules.size() - 1)]->module;
-    }
-
-  private:
-    std::vector<std::unique_ptr<Registered<Module>>> modules;
-};
-
+/// How many instruction sets have kernels of their own.
 #ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
-const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule,
-                                                  v3::singlePistonModule, v4::singlePistonModule};
-const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule,
-                                                  v3::doublePistonModule, v4::doublePistonModule};
-const Modules<SingleBoxModule> singleBoxes{baseline::singleBoxModule, v3::singleBoxModule,
-                                           v4::singleBoxModule};
-const Modules<DoubleBoxModule> doubleBoxes{baseline::doubleBoxModule, v3::doubleBoxModule,
-                                           v4::doubleBoxModule};
+constexpr std::size_t copies = std::size(lanes::instructionSets);
 #else
-const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule};
-const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule};
-const Modules<SingleBoxModule> singleBoxes{baseline::singleBoxModule};
-const Modules<DoubleBoxModule> doubleBoxes{baseline::doubleBoxModule};
+constexpr std::size_t copies = 1;
 #endif
+
+/// The modules of one precision; null for the sets that the processor lacks.
+template <class Module>
+using Modules = lanes::PerInstructionSet<std::unique_ptr<const Registered<Module>>, copies>;
+
+template <class Module>
+std::unique_ptr<const Registered<Module>> registered(lanes::InstructionSet set, Module (*make)()) {
+    if (set > lanes::bestInstructionSet()) return nullptr;
+    return std::make_unique<const Registered<Module>>(make());
+}
+
+const Modules<SinglePistonModule> singlePrecision([]<lanes::InstructionSet set>() {
+    return registered(set, &singlePistonModuleOf<set>);
+});
+const Modules<DoublePistonModule> doublePrecision([]<lanes::InstructionSet set>() {
+    return registered(set, &doublePistonModuleOf<set>);
+});
+const Modules<SingleBoxModule> singleBoxes([]<lanes::InstructionSet set>() {
+    return registered(set, &singleBoxModuleOf<set>);
+});
+const Modules<DoubleBoxModule> doubleBoxes([]<lanes::InstructionSet set>() {
+    return registered(set, &doubleBoxModuleOf<set>);
+});
 
 }  // namespace
 
-const SinglePistonModule& singlePistonModule() { return singlePrecision.current(); }
-const DoublePistonModule& doublePistonModule() { return doublePrecision.current(); }
+const SinglePistonModule& singlePistonModule() { return singlePrecision.inUse()->module; }
+const DoublePistonModule& doublePistonModule() { return doublePrecision.inUse()->module; }
 
-const SingleBoxModule& boxModule(float /*precision*/) { return singleBoxes.current(); }
-const DoubleBoxModule& boxModule(double /*precision*/) { return doubleBoxes.current(); }
+const SingleBoxModule& boxModule(float /*precision*/) { return singleBoxes.inUse()->module; }
+const DoubleBoxModule& boxModule(double /*precision*/) { return doubleBoxes.inUse()->module; }
 
 std::string singleConstantName(const char* stem, char variable) {
     return std::string("global_") + stem + "_float_" + variable;

@@ -8,6 +8,7 @@
 #include "FastNearfield/Complex.h"
 #include "cuda_runtime/ConstantSymbol.h"
 #include "cuda_runtime/KernelEntry.h"
+#include "lanes/InstructionSet.h"
 
 /// The kernels that both precisions have, and the module's constants: abscissas, weights and order
 /// of the rule. One thread computes the pressure at one grid point; a and b are the piston's half
@@ -61,6 +62,12 @@ using DoublePistonModule = PistonModule<double, Complexd>;
 /// is loaded.
 const SinglePistonModule& singlePistonModule();
 const DoublePistonModule& doublePistonModule();
+
+/// The modules as they are compiled for an instruction set of the host; a GPU's for the baseline.
+template <lanes::InstructionSet set>
+SinglePistonModule singlePistonModuleOf();
+template <lanes::InstructionSet set>
+DoublePistonModule doublePistonModuleOf();
 
 /// The name under which a module registers a constant of the rule (x, w or N):
 /// "global_<stem>_float_x" in single precision, "global_dp<stem>_double_x" in double.

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "lanes/InstructionSet.h"
+#include "lanes/PerInstructionSet.h"
 #include "parallel/threads.h"
 
 namespace pointsums {
@@ -13,15 +13,10 @@ namespace {
 
 /// The functions of the instruction set in use.
 const Functions& functions() noexcept {
-    switch (lanes::instructionSet()) {
-        case lanes::InstructionSet::v4:
-            return v4::functions;
-        case lanes::InstructionSet::v3:
-            return v3::functions;
-        case lanes::InstructionSet::baseline:
-            break;
-    }
-    return baseline::functions;
+    // Functions, which need nothing to be initialised and run on processors that have their set.
+    static constexpr lanes::PerInstructionSet<const Functions& (*)()> copies(
+        []<lanes::InstructionSet set>() { return &functionsOf<set>; });
+    return copies.inUse()();
 }
 
 /// Has threads fill a lattice, each a piece at a time.

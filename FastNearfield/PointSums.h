@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lanes/InstructionSet.h"
+
 /// The arithmetic of the CPU evaluation, compiled for several instruction sets: the edge sums of
 /// the fast near-field method at many points at a time, one point in each SIMD lane. A point's
 /// value does not depend on the points beside it.
@@ -99,14 +101,8 @@ struct Functions {
                                const Field<double>&, const Range&);
 };
 
-namespace baseline {
-extern const Functions functions;
-}
-namespace v3 {
-extern const Functions functions;
-}
-namespace v4 {
-extern const Functions functions;
-}
+/// Those that are compiled for an instruction set, in that set's copy of PointSums.lanes.cpp.
+template <lanes::InstructionSet set>
+const Functions& functionsOf();
 
 }  // namespace pointsums

@@ -1,15 +1,15 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 
+#include "FastNearfield/EdgeIntegrand.h"
 #include "FastNearfield/PointSums.h"
+#include "FastNearfield/fillLattice.h"
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
 #include "lanes/staggered.h"
 
-namespace pointsums::PISTONFIELD_INSTRUCTION_SET {
+namespace pointsums {
 
 namespace {
 
@@ -17,7 +17,23 @@ using lanes::Element;
 using lanes::Mask;
 using lanes::Pack;
 using lanes::select;
-using lanes::widthOf;
+
+template <class V>
+using Complex = pistonfield::LaneComplex<V>;
+
+/// The lanes' own mathematics, for the integrand.
+template <class V>
+struct Mathematics {
+    using Scalar = Element<V>;
+    using Reals = V;
+    using Angle = lanes::Reduced<V>;
+
+    [[gnu::always_inline]] static V squareRoot(V v) { return lanes::squareRoot(v); }
+    [[gnu::always_inline]] static Angle reduce(V angle) { return lanes::reduce(angle); }
+    [[gnu::always_inline]] static lanes::SinCos<V> sinCos(const Angle& angle) {
+        return lanes::sinCos(angle);
+    }
+};
 
 /// Packs whose integrals are computed in one go. More than one, because the processor is idle where
 /// a go begins and ends.
@@ -25,11 +41,6 @@ constexpr int packsAtATime = 8;
 
 /// The most tasks that the points of a pack have: each of four edges in two pieces.
 constexpr int tasksOfAPack = 8;
-
-template <class V>
-struct Complex {
-    V re, im;
-};
 
 /// A rule mapped onto an interval: abscissas half*x[i] + mid, weights half*w[i].
 template <class V>
@@ -98,19 +109,14 @@ class EdgeIntegrals {
         return lanes::any((a.half != b.half) | (a.mid != b.mid));
     }
 
-    /// At an abscissa: -k*R, and the weight divided by D. To divide the weight rounds as often as
-    /// to divide both parts of the difference would, and takes one division instead of two.
-    struct Node {
-        V angle;
-        V weightPerD;
-    };
-    struct ReducedNode {
-        lanes::Reduced<V> angle;
-        V weightPerD;
-    };
+    using Integrand = pistonfield::EdgeIntegrand<Mathematics<V>>;
+    using Node = typename Integrand::Node;
+    using ReducedNode = typename Integrand::ReducedNode;
 
+    /// To divide the weight by D rounds as often as to divide both parts of the difference would,
+    /// and takes one division instead of two.
     [[gnu::always_inline]] Node nodeAt(V zz, V d, V weight) const {
-        return {lanes::squareRoot(zz + d) * minusK, weight / d};
+        return {Integrand::angleAt(zz, d, minusK), weight / d};
     }
 
     [[gnu::always_inline]] Pair<Node> nodesOf(const Task<V>& task, int i) const {
@@ -121,15 +127,11 @@ class EdgeIntegrals {
                 nodeAt(task.at.zz, tt + task.s2.second, weight)};
     }
 
-    [[gnu::always_inline]] static ReducedNode reduced(const Node& node) {
-        return {lanes::reduce(node.angle), node.weightPerD};
-    }
-
     [[gnu::always_inline]] static void add(Complex<V>& sum, const Complex<V>& phase,
                                            const ReducedNode& node) {
-        const auto [sine, cosine] = lanes::sinCos(node.angle);
-        sum.re += (cosine - phase.re) * node.weightPerD;
-        sum.im += (sine - phase.im) * node.weightPerD;
+        const Complex<V> value = Integrand::valueAt(node, phase);
+        sum.re += value.re;
+        sum.im += value.im;
     }
 
     const Rule<T>& rule;
@@ -158,7 +160,8 @@ void EdgeIntegrals<V>::compute() {
             return nodes;
         },
         [](const Pair<Node>& nodes) __attribute__((always_inline)) {
-            return Pair<ReducedNode>{reduced(nodes.first), reduced(nodes.second)};
+            return Pair<ReducedNode>{Integrand::reduced(nodes.first),
+                                     Integrand::reduced(nodes.second)};
         },
         [&](const Pair<ReducedNode>& nodes) __attribute__((always_inline)) {
             add(sums.first, ended->at.phase, nodes.first);
@@ -314,130 +317,58 @@ Value<T> atPoint(const Rule<T>& rule, const Point<T>& p) {
     return {value.re[0], value.im[0]};
 }
 
-/// Lattice coordinates that count up in grid point order, a pack at a time. Past the last point
-/// they stay with it.
-template <int W>
-class Counter {
+/// A rectangular piston's evaluator for `fillLattice`.
+template <class V>
+class RectangularPiston {
   public:
-    using Ints = Pack<std::int32_t, W>;
+    using Reals = V;
+    using T = Element<V>;
+    static constexpr int packsAtATime = pointsums::packsAtATime;
 
-    struct Indices {
-        Ints x, y, z;
-    };
+    RectangularPiston(const Rule<T>& rule, const Piston<T>& piston)
+        : mappings(rule), integrals(rule, piston.k), piston(piston) {}
 
-    template <class G>
-    Counter(const Lattice<G>& lattice, const Range& range)
-        : sx(lattice.sx),
-          sy(lattice.sy),
-          left(range.last - range.first),
-          ix(static_cast<int>(range.first % sx)),
-          iy(static_cast<int>(range.first / sx % sy)),
-          iz(static_cast<int>(range.first / sx / sy)) {}
+    void add(V x, V y, V z) {
+        const auto [sine, cosine] = lanes::sinCos(-(z * piston.k));
+        sums[count++] = EdgeSum<V>(integrals, mappings, x - piston.hx, x + piston.hx, y - piston.hy,
+                                   y + piston.hy, {z * z, {cosine, sine}});
+    }
 
-    /// Points that remain.
-    std::int64_t remaining() const { return left; }
+    void compute() {
+        integrals.compute();
+        count = 0;
+    }
 
-    Indices next() {
-        if (W < left && W < sx - ix) return withinRow();
-        Indices indices{};
-        for (int lane = 0; lane < W; ++lane) {
-            indices.x[lane] = ix;
-            indices.y[lane] = iy;
-            indices.z[lane] = iz;
-            if (left > 1) step();
-            --left;
-        }
-        return indices;
+    Complex<V> pressure(int i) const {
+        constexpr auto scale = static_cast<T>(-0.15915494309189535);  // -1/(2pi)
+        const Complex<V> sum = sums[i].value(integrals);
+        // The complex product (0, scale) * sum.
+        return {T(0) * sum.re - scale * sum.im, T(0) * sum.im + scale * sum.re};
     }
 
   private:
-    Indices withinRow() {
-        Ints x{};
-        for (int lane = 0; lane < W; ++lane) x[lane] = lane;
-        const Indices indices{x + ix, lanes::broadcast<Ints>(iy), lanes::broadcast<Ints>(iz)};
-        ix += W;
-        left -= W;
-        return indices;
-    }
-
-    void step() {
-        if (++ix < sx) return;
-        ix = 0;
-        if (++iy < sy) return;
-        iy = 0;
-        ++iz;
-    }
-
-    int sx, sy;
-    std::int64_t left;
-    int ix, iy, iz;
+    const Mappings<V> mappings;  ///< as every pack begins with them
+    EdgeIntegrals<V> integrals;
+    EdgeSum<V> sums[packsAtATime];
+    const Piston<T>& piston;
+    int count = 0;
 };
-
-/// One coordinate of the lattice points, with the arithmetic of the grid's own positions.
-template <class T, int W, class G>
-[[gnu::always_inline]] inline Pack<T, W> coordinate(const Lattice<G>& lattice, int row,
-                                                    const typename Counter<W>::Indices& indices) {
-    using Wide = Pack<G, W>;
-    const G* m = lattice.rows + std::ptrdiff_t{4} * row;
-    const Wide v0 = lattice.first[0] + __builtin_convertvector(indices.x, Wide);
-    const Wide v1 = lattice.first[1] + __builtin_convertvector(indices.y, Wide);
-    const Wide v2 = lattice.first[2] + __builtin_convertvector(indices.z, Wide);
-    const Wide p = (((m[3] + m[0] * v0) + m[1] * v1) + m[2] * v2) / lattice.divisor;
-    return __builtin_convertvector(p, Pack<T, W>);
-}
-
-template <class V>
-[[gnu::always_inline]] inline void store(Element<V>* to, std::ptrdiff_t stride, V values,
-                                         int count) {
-    if (stride == 1 && count >= widthOf<V>) {
-        std::memcpy(to, &values, sizeof values);
-        return;
-    }
-    for (int i = 0; i < widthOf<V> && i < count; ++i) to[i * stride] = values[i];
-}
 
 template <class T, class G>
 void fill(const Rule<T>& rule, const Piston<T>& piston, const Lattice<G>& lattice,
           const Field<T>& field, const Range& range) {
-    constexpr int W = lanes::width<T>;
-    using V = Pack<T, W>;
-    static_assert(pointsAtATime % (std::int64_t{W} * packsAtATime) == 0);
-    constexpr auto scale = static_cast<T>(-0.15915494309189535);  // -1/(2pi)
-    EdgeIntegrals<V> integrals(rule, piston.k);
-    EdgeSum<V> sums[packsAtATime];
-    Counter<W> counter(lattice, range);
-    std::ptrdiff_t next = range.first;
-    std::int64_t left = counter.remaining();
-    while (left > 0) {
-        int packs = 0;
-        for (; packs < packsAtATime && counter.remaining() > 0; ++packs) {
-            const auto indices = counter.next();
-            const V x = coordinate<T, W>(lattice, 0, indices);
-            const V y = coordinate<T, W>(lattice, 1, indices);
-            const V z = coordinate<T, W>(lattice, 2, indices);
-            const auto [sine, cosine] = lanes::sinCos(-(z * piston.k));
-            sums[packs] = EdgeSum<V>(integrals, Mappings<V>(rule), x - piston.hx, x + piston.hx,
-                                     y - piston.hy, y + piston.hy, {z * z, {cosine, sine}});
-        }
-        integrals.compute();
-        for (int i = 0; i < packs; ++i) {
-            const Complex<V> sum = sums[i].value(integrals);
-            const int count = static_cast<int>(left < W ? left : W);
-            // The complex product (0, scale) * sum.
-            store(field.re + next * field.stride, field.stride, T(0) * sum.re - scale * sum.im,
-                  count);
-            store(field.im + next * field.stride, field.stride, T(0) * sum.im + scale * sum.re,
-                  count);
-            next += W;
-            left -= W;
-        }
-    }
+    RectangularPiston<Pack<T, lanes::width<T>>> evaluator(rule, piston);
+    fillLattice(evaluator, lattice, field, range);
 }
 
 }  // namespace
 
-const Functions functions{&phaseAt<float>,      &phaseAt<double>,    &atPoint<float>,
-                          &atPoint<double>,     &fill<float, float>, &fill<float, double>,
-                          &fill<double, double>};
+template <>
+const Functions& functionsOf<lanes::compiledSet>() {
+    static constexpr Functions functions{
+        &phaseAt<float>,     &phaseAt<double>,     &atPoint<float>,      &atPoint<double>,
+        &fill<float, float>, &fill<float, double>, &fill<double, double>};
+    return functions;
+}
 
-}  // namespace pointsums::PISTONFIELD_INSTRUCTION_SET
+}  // namespace pointsums

@@ -22,9 +22,8 @@ struct Single {
 
 }  // namespace
 
-namespace PISTONFIELD_INSTRUCTION_SET {
-
-SinglePistonModule singlePistonModule() {
+template <>
+SinglePistonModule singlePistonModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
     return {
         commonModule<Single>(
             {{{"global_RectangularPiston_float_x", &global_RectangularPiston_float_x,
@@ -36,5 +35,3 @@ SinglePistonModule singlePistonModule() {
         entryTo<SinglePistonModule::Structured, Single, &calculate_grid_structured<Single>>(),
         entryTo<SinglePistonModule::Unstructured, Single, &calculate_grid_unstructured<Single>>()};
 }
-
-}  // namespace PISTONFIELD_INSTRUCTION_SET

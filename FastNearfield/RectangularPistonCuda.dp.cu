@@ -23,9 +23,8 @@ struct Double {
 
 }  // namespace
 
-namespace PISTONFIELD_INSTRUCTION_SET {
-
-DoublePistonModule doublePistonModule() {
+template <>
+DoublePistonModule doublePistonModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
     return commonModule<Double>(
         {{{"global_dpRectangularPiston_double_x", &global_dpRectangularPiston_double_x,
            sizeof global_dpRectangularPiston_double_x},
@@ -34,5 +33,3 @@ DoublePistonModule doublePistonModule() {
           {"global_dpRectangularPiston_double_N", &global_dpRectangularPiston_double_N,
            sizeof global_dpRectangularPiston_double_N}}});
 }
-
-}  // namespace PISTONFIELD_INSTRUCTION_SET

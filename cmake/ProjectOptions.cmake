@@ -25,11 +25,14 @@ target_compile_options(pistonfield_options INTERFACE
   $<$<COMPILE_LANGUAGE:CXX>:${PISTONFIELD_ROUNDING_OPTIONS} -Wall -Wextra -Wconversion>
   $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<BOOL:${PISTONFIELD_WARNINGS_AS_ERRORS}>>:-Werror>)
 
-# How sources that work on packs of SIMD lanes are compiled: for plain x86-64, whatever a user asks
-# for, because each copy is of one instruction set. Packs are passed within one source only, so the
-# convention for passing them is of no consequence.
+# How sources that work on packs of SIMD lanes are compiled. Packs are passed within one source only,
+# so the convention for passing them is of no consequence.
 set(PISTONFIELD_LANES_OPTIONS ${PISTONFIELD_ROUNDING_OPTIONS} -fno-math-errno -fno-trapping-math
-    -Wno-psabi -march=x86-64)
+    -Wno-psabi)
+# For plain x86-64, whatever a user asks for, because each copy is of one instruction set.
+if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
+  list(APPEND PISTONFIELD_LANES_OPTIONS -march=x86-64)
+endif()
 
 if(PISTONFIELD_SANITIZE)
   add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>

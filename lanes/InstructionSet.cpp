@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "lanes/InstructionSet.h"
 
+#include <array>
 #include <atomic>
+#include <cstddef>
 
 namespace lanes {
 
@@ -13,13 +15,15 @@ std::atomic<InstructionSet> chosen{bestInstructionSet()};
 }  // namespace
 
 InstructionSet bestInstructionSet() noexcept {
-    const bool hasV3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-                       __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2");
-    const bool hasV4 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                       __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
-                       __builtin_cpu_supports("avx512vl");
-    if (hasV3 && hasV4) return InstructionSet::v4;
-    return hasV3 ? InstructionSet::v3 : InstructionSet::baseline;
+#define PISTONFIELD_HAS(feature) __builtin_cpu_supports(#feature)
+#define PISTONFIELD_HAS_SET(name, title, has) has,
+    const std::array hasWhatSetsAdd{
+        PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_HAS_SET, PISTONFIELD_HAS)};
+#undef PISTONFIELD_HAS_SET
+#undef PISTONFIELD_HAS
+    std::size_t best = 0;
+    while (best + 1 < hasWhatSetsAdd.size() && hasWhatSetsAdd[best + 1]) ++best;
+    return instructionSets[best];
 }
 
 InstructionSet instructionSet() noexcept { return chosen; }
@@ -27,15 +31,11 @@ InstructionSet instructionSet() noexcept { return chosen; }
 void useInstructionSet(InstructionSet set) noexcept { chosen = set; }
 
 const char* nameOf(InstructionSet set) noexcept {
-    switch (set) {
-        case InstructionSet::baseline:
-            return "x86-64";
-        case InstructionSet::v3:
-            return "x86-64-v3";
-        case InstructionSet::v4:
-            return "x86-64-v4";
-    }
-    return "unknown";
+#define PISTONFIELD_TITLE(name, title, has) title,
+    constexpr std::array titles{PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_TITLE, )};
+#undef PISTONFIELD_TITLE
+    const auto number = static_cast<std::size_t>(set);
+    return number < titles.size() ? titles[number] : "unknown";
 }
 
 }  // namespace lanes

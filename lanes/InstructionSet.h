@@ -2,11 +2,20 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "lanes/instructionSets.h"
+
 namespace lanes {
 
-/// The instruction sets that hot sources are compiled for: plain x86-64, and of its levels v3 (AVX2
-/// and FMA) and v4 (AVX-512) what the sources use.
-enum class InstructionSet { baseline, v3, v4 };
+#define PISTONFIELD_NAME(name, title, has) name,
+/// The instruction sets that hot sources are compiled for. Of x86-64: the plain one, and of its
+/// levels v3 (AVX2 and FMA) and v4 (AVX-512) what the sources use; of aarch64: the plain one.
+enum class InstructionSet { PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_NAME, ) };
+#undef PISTONFIELD_NAME
+
+#define PISTONFIELD_SET(name, title, has) InstructionSet::name,
+/// All of them, the plainest first.
+inline constexpr InstructionSet instructionSets[]{PISTONFIELD_INSTRUCTION_SETS(PISTONFIELD_SET, )};
+#undef PISTONFIELD_SET
 
 /// The best set that the processor has.
 InstructionSet bestInstructionSet() noexcept;

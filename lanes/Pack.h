@@ -2,10 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#ifdef __x86_64__
 #include <immintrin.h>
+#endif
 
 #include <cstdint>
 #include <type_traits>
+
+#include "lanes/InstructionSet.h"
 
 // The sources of hot loops are compiled once for each instruction set. Everything in this folder
 // lives in an inline namespace named after the set, so that the copies stay apart in the linker.
@@ -20,19 +24,26 @@
 /// Packs of SIMD lanes: one shape of arithmetic at several independent points at a time. The types
 /// are the compiler's vector types, whose operators work lane by lane; comparisons yield a mask,
 /// integers of the lanes' width that are 0 or -1.
+///
+/// V stands for a pack of a power of two of lanes that fits a register, T for float or double, M
+/// for a mask. Unless a function says otherwise it takes every value, NaN and infinities too, and
+/// is exact.
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
 
+/// The instruction set that this copy of the source is compiled for.
+inline constexpr InstructionSet compiledSet = InstructionSet::PISTONFIELD_INSTRUCTION_SET;
+
 template <class T, int W>
 struct PackOf {
-    typedef T type __attribute__((vector_size(W * sizeof(T))));
+    using type [[gnu::vector_size(W * sizeof(T))]] = T;
 };
 
-/// W lanes of T.
+/// W lanes of T, a number or an integer; W is a power of two.
 template <class T, int W>
 using Pack = typename PackOf<T, W>::type;
 
-/// The bytes of the set's widest registers.
+/// The bytes of the set's widest registers; 16 are those of NEON, too.
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
 inline constexpr int registerBytes = 64;
 #elif defined(__AVX2__) && defined(__FMA__)
@@ -45,9 +56,11 @@ inline constexpr int registerBytes = 16;
 template <class T>
 inline constexpr int width = registerBytes / static_cast<int>(sizeof(T));
 
+/// The type of a lane.
 template <class V>
 using Element = std::remove_cvref_t<decltype(V{}[0])>;
 
+/// The number of lanes.
 template <class V>
 inline constexpr int widthOf = sizeof(V) / sizeof(Element<V>);
 
@@ -55,25 +68,26 @@ inline constexpr int widthOf = sizeof(V) / sizeof(Element<V>);
 template <class V>
 using Mask = decltype(V{} < V{});
 
-/// The same value in every lane.
+/// The same value in every lane: the value as the lanes' type has it, but -0 becomes +0.
 template <class V, class T>
 [[gnu::always_inline]] inline V broadcast(T value) {
     return V{} + static_cast<Element<V>>(value);
 }
 
-/// The lanes' bits read as another pack of the same size.
+/// The lanes' bits read as another pack, of lanes of any type and of the same size in all.
 template <class To, class From>
 [[gnu::always_inline]] inline To bitsAs(From from) {
     static_assert(sizeof(To) == sizeof(From));
     return (To)from;
 }
 
-/// Lane by lane: where the mask is set a, elsewhere b.
+/// Lane by lane: where the mask is set a, elsewhere b. Of packs of numbers or integers.
 template <class V>
 [[gnu::always_inline]] inline V select(Mask<V> mask, V a, V b) {
     return mask ? a : b;
 }
 
+/// Whether the mask is set in a lane.
 template <class M>
 [[gnu::always_inline]] inline bool any(M mask) {
 #if defined(__AVX512F__) && defined(__AVX512DQ__)
@@ -82,21 +96,29 @@ template <class M>
 #if defined(__AVX2__) && defined(__FMA__)
     if constexpr (sizeof(M) == 32) return _mm256_testz_si256((__m256i)mask, (__m256i)mask) == 0;
 #endif
+#ifdef __SSE2__
     if constexpr (sizeof(M) == 16) return _mm_movemask_epi8((__m128i)mask) != 0;
+#else
+    if constexpr (sizeof(M) == 16) {
+        const auto halves = bitsAs<Pack<std::int64_t, 2>>(mask);
+        return (halves[0] | halves[1]) != 0;
+    }
+#endif
     for (int i = 0; i < widthOf<M>; ++i)
         if (mask[i] != 0) return true;
     return false;
 }
 
+/// Without the sign, a NaN's and a zero's too. Of packs of T.
 template <class V>
 [[gnu::always_inline]] inline V absolute(V v) {
     using Bits = Mask<V>;
-    constexpr Element<Bits> allButSign =
+    constexpr auto allButSign =
         static_cast<Element<Bits>>(~(Element<Bits>{1} << (sizeof(Element<Bits>) * 8 - 1)));
     return bitsAs<V>(bitsAs<Bits>(v) & allButSign);
 }
 
-/// Whether a lane's magnitude is above the limit. A NaN's is not.
+/// Whether a lane's magnitude is above the limit. A NaN's is not. Of packs of T.
 template <class V>
 [[gnu::always_inline]] inline bool anyBeyond(V v, Element<V> limit) {
     const V magnitude = absolute(v);
@@ -110,8 +132,8 @@ template <class V>
     return any(magnitude > limit);
 }
 
-/// Correctly rounded. (The form with a full mask is the one that this compiler does not warn
-/// about.)
+/// The square root, correctly rounded: within half an ulp. NaN of numbers below 0. Of packs of T.
+/// (The form with a full mask is the one that this compiler does not warn about.)
 template <class V>
 [[gnu::always_inline]] inline V squareRoot(V v) {
     constexpr bool isDouble = sizeof(Element<V>) == 8;
@@ -123,16 +145,22 @@ template <class V>
     if constexpr (sizeof(V) == 32 && isDouble) return (V)_mm256_sqrt_pd((__m256d)v);
     if constexpr (sizeof(V) == 32 && !isDouble) return (V)_mm256_sqrt_ps((__m256)v);
 #endif
+#ifdef __SSE2__
     if constexpr (sizeof(V) == 16 && isDouble) return (V)_mm_sqrt_pd((__m128d)v);
     if constexpr (sizeof(V) == 16 && !isDouble) return (V)_mm_sqrt_ps((__m128)v);
+#endif
     V root{};
     for (int i = 0; i < widthOf<V>; ++i)
-        root[i] = static_cast<Element<V>>(__builtin_sqrt(static_cast<double>(v[i])));
+        if constexpr (isDouble)
+            root[i] = __builtin_sqrt(v[i]);
+        else
+            root[i] = __builtin_sqrtf(v[i]);
     return root;
 }
 
-/// a*b + c, rounded once where the instruction set has that, else twice: for the elementary
-/// functions only, whose rounding may differ between instruction sets.
+/// a*b + c of packs of T. Rounded once, within half an ulp, where `fuses`; else the product and the
+/// sum are rounded, each within half an ulp of its own. For the elementary functions only, whose
+/// rounding may differ between instruction sets.
 template <class V>
 [[gnu::always_inline]] inline V multiplyAdd(V a, V b, V c) {
     [[maybe_unused]] constexpr bool isDouble = sizeof(Element<V>) == 8;

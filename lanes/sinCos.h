@@ -10,6 +10,7 @@
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
 
+/// Sines and cosines, lane by lane.
 template <class V>
 struct SinCos {
     V sine;
@@ -36,6 +37,8 @@ inline constexpr Element<V> reducible = sizeof(Element<V>) == 4
                                             ? (fuses<V> ? Element<V>(0x1p20F) : Element<V>(0x1p17F))
                                             : (fuses<V> ? Element<V>(0x1p30) : Element<V>(0x1p20));
 
+/// For packs of float or double with magnitudes up to `reducible`.
+///
 /// Subtracts the multiple of pi/2 in parts (W. J. Cody and W. Waite, Software Manual for the
 /// Elementary Functions, Prentice-Hall 1980). Fused, the two parts are full precision; where
 /// products round, doubles take three parts of 33 bits and floats the detour over double.
@@ -45,7 +48,7 @@ template <class V>
     constexpr auto twoOverPi = static_cast<T>(0x1.45f306dc9c883p-1);
     const V shifted = multiplyAdd(x, broadcast<V>(twoOverPi), broadcast<V>(roundingShift<T>));
     const V multiple = shifted - roundingShift<T>;
-    const Mask<V> quadrant = bitsAs<Mask<V>>(shifted);
+    const auto quadrant = bitsAs<Mask<V>>(shifted);
     if constexpr (fuses<V>) {
         constexpr bool isDouble = sizeof(T) == 8;
         constexpr T part1 = isDouble ? T(0x1.921fb54442d18p+0) : T(0x1.921fb6p+0F);
@@ -116,6 +119,10 @@ template <class V>
 
 }  // namespace detail
 
+/// Reduces the angles of a pack of float or double: any, and NaN and infinities to a rest of NaN.
+/// By the standard library, and so much slower, where a lane's magnitude is above
+/// `detail::reducible`: 2^20 in floats and 2^30 in doubles where multiplications fuse, else 2^17
+/// and 2^20. The rest is what `sinCos` needs for its bound.
 template <class V>
 [[gnu::always_inline]] inline Reduced<V> reduce(V angle) {
     // An infinity or a NaN has the rest NaN by either way.
@@ -124,8 +131,10 @@ template <class V>
     return detail::fastReduction(angle);
 }
 
-/// Sine and cosine of every lane, to about one rounding of 1. (Beside a multiple of pi/2 the small
-/// one of the two is no better than that.)
+/// Sine and cosine of every lane of an angle that `reduce` has reduced, each within 2 u of the
+/// exact one, u = 2^-24 in floats and 2^-53 in doubles: 2 ulp from 1/2 on. Beside a multiple of
+/// pi/2 the small one of the two is no better than that, but a tiny angle (u/8 and less) is its own
+/// sine. The sine is odd and the cosine even in every bit; of a rest of NaN both are NaN.
 template <class V>
 [[gnu::always_inline]] inline SinCos<V> sinCos(const Reduced<V>& angle) {
     using Bits = Mask<V>;
@@ -146,6 +155,7 @@ template <class V>
             signedBy(select(swapped, sine, cosine), quadrant + 1)};
 }
 
+/// Sine and cosine of any angles, as of reduced ones.
 template <class V>
 [[gnu::always_inline]] inline SinCos<V> sinCos(V angle) {
     return sinCos(reduce(angle));

@@ -11,7 +11,8 @@ struct ReducedAngle {
     int quadrant;
 };
 
-/// Reduces any angle with the help of the standard library. Infinities and NaN have the rest NaN.
+/// Reduces any angle, with the help of the standard library and in long double, so that the rest is
+/// rounded to double once. Infinities and NaN have the rest NaN.
 ReducedAngle slowReduction(double angle) noexcept;
 
 }  // namespace lanes

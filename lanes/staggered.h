@@ -10,6 +10,9 @@ inline namespace PISTONFIELD_INSTRUCTION_SET {
 /// Takes count items, one after the other, through third(second(first(i))), with the first stage of
 /// one item beside the second of the item before it and the third of the one before that.
 ///
+/// Count is a signed integer; of a count below 1 nothing is called. The items pass from stage to
+/// stage as copies of what the stages return, of any type, and each stage takes them in order.
+///
 /// The stages of an item wait for each other, those of different items do not: side by side they
 /// keep the processor's units busy where one long chain after the other would not, because the
 /// processor looks ahead by less than such a chain.

@@ -10,14 +10,10 @@
 
 #include "cuda_runtime/arguments.h"
 #include "cuda_runtime/emulated/KernelImage.h"
+#include "cuda_runtime/words.h"
 #include "lanes/Pack.h"
 #include "lanes/sinCos.h"
 #include "lanes/staggered.h"
-
-// The words of the CUDA language that mean nothing to the host compiler.
-#define __global__
-#define __device__
-#define __constant__
 
 namespace cuda_runtime {
 inline namespace PISTONFIELD_INSTRUCTION_SET {

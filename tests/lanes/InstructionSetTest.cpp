@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <set>
 #include <sstream>
 #include <string>
@@ -14,6 +15,16 @@
 namespace {
 
 using lanes::InstructionSet;
+
+TEST(InstructionSetTest, IsTheOneThatWasChosen) {
+    const InstructionSet before = lanes::instructionSet();
+    lanes::useInstructionSet(InstructionSet::baseline);
+    EXPECT_EQ(lanes::instructionSet(), InstructionSet::baseline);
+    lanes::useInstructionSet(before);
+    EXPECT_EQ(lanes::instructionSet(), before);
+}
+
+#ifdef __x86_64__
 
 /// What the system says that the processor has.
 std::set<std::string> processorFlags() {
@@ -44,18 +55,27 @@ TEST(InstructionSetTest, IsTheBestThatTheProcessorHas) {
                                                 : InstructionSet::baseline);
 }
 
-TEST(InstructionSetTest, IsTheOneThatWasChosen) {
-    const InstructionSet before = lanes::instructionSet();
-    lanes::useInstructionSet(InstructionSet::baseline);
-    EXPECT_EQ(lanes::instructionSet(), InstructionSet::baseline);
-    lanes::useInstructionSet(before);
-    EXPECT_EQ(lanes::instructionSet(), before);
-}
-
 TEST(InstructionSetTest, HasAName) {
     EXPECT_STREQ(lanes::nameOf(InstructionSet::baseline), "x86-64");
     EXPECT_STREQ(lanes::nameOf(InstructionSet::v3), "x86-64-v3");
     EXPECT_STREQ(lanes::nameOf(InstructionSet::v4), "x86-64-v4");
+}
+
+#else
+
+TEST(InstructionSetTest, HasAName) {
+    EXPECT_STREQ(lanes::nameOf(InstructionSet::baseline), "aarch64");
+}
+
+#endif
+
+TEST(InstructionSetTest, HasANameOfItsOwn) {
+    std::set<std::string> names;
+    for (const InstructionSet set : lanes::instructionSets) names.insert(lanes::nameOf(set));
+    EXPECT_EQ(names.size(), std::size(lanes::instructionSets));
+    EXPECT_FALSE(names.contains("unknown"));
+    EXPECT_STREQ(lanes::nameOf(static_cast<InstructionSet>(std::size(lanes::instructionSets))),
+                 "unknown");
 }
 
 }  // namespace

@@ -2,7 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // A call leaves the host's process as it found it, however it ends and however that process is set.
+#ifdef __x86_64__
 #include <immintrin.h>
+#else
+#include <fpu_control.h>
+#endif
 
 #include <algorithm>
 #include <cfenv>
@@ -31,6 +35,20 @@ class DecimalComma : public std::numpunct<char> {
     std::string do_grouping() const override { return "\3"; }
 };
 
+/// Has denormal numbers taken and left as zeros.
+void flushDenormals() {
+#ifdef __x86_64__
+    constexpr unsigned denormalsAreZero = 0x40;
+    _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON | denormalsAreZero);
+#else
+    constexpr fpu_control_t flushToZero = 1U << 24U;
+    fpu_control_t control = 0;
+    _FPU_GETCW(control);
+    control |= flushToZero;
+    _FPU_SETCW(control);
+#endif
+}
+
 /// Sets the floating-point units for the length of a scope: the rounding, and whether denormal
 /// numbers are taken and left as zeros.
 class FloatingPoint {
@@ -38,8 +56,7 @@ class FloatingPoint {
     FloatingPoint(int rounding, bool flushes) {
         std::fegetenv(&before);
         std::fesetround(rounding);
-        constexpr unsigned denormalsAreZero = 0x40;
-        if (flushes) _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON | denormalsAreZero);
+        if (flushes) flushDenormals();
     }
     FloatingPoint(const FloatingPoint&) = delete;
     FloatingPoint& operator=(const FloatingPoint&) = delete;

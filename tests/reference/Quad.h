@@ -2,8 +2,25 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <cfloat>
+
+#if LDBL_MANT_DIG == 113
+
+#include <cmath>
+
 /// IEEE 754 binary128, 113 significant bits: the arithmetic of the references. The library's
 /// doubles and floats widen to it exactly.
+using Quad = long double;
+
+inline Quad sqrtq(Quad x) noexcept { return std::sqrt(x); }
+inline Quad fabsq(Quad x) noexcept { return std::fabs(x); }
+inline void sincosq(Quad x, Quad* sine, Quad* cosine) noexcept {
+    *sine = std::sin(x);
+    *cosine = std::cos(x);
+}
+
+#else
+
 using Quad = __float128;
 
 // The few functions of GCC's libquadmath that the references call; <quadmath.h> is known to GCC
@@ -13,6 +30,8 @@ __float128 sqrtq(__float128 x) noexcept;
 __float128 fabsq(__float128 x) noexcept;
 void sincosq(__float128 x, __float128* sine, __float128* cosine) noexcept;
 }
+
+#endif
 
 namespace reference {
 

@@ -36,9 +36,8 @@ FieldValues fieldOf(Mode mode, const FieldCall& call) {
 }
 
 std::vector<lanes::InstructionSet> availableSets() {
-    using lanes::InstructionSet;
-    std::vector<InstructionSet> sets;
-    for (const auto set : {InstructionSet::baseline, InstructionSet::v3, InstructionSet::v4})
+    std::vector<lanes::InstructionSet> sets;
+    for (const auto set : lanes::instructionSets)
         if (set <= lanes::bestInstructionSet()) sets.push_back(set);
     return sets;
 }

@@ -3,7 +3,7 @@
 #include "tests/support/ProcessState.h"
 
 #include <fcntl.h>
-#include <immintrin.h>
+#include <fpu_control.h>
 #include <sched.h>
 #include <stdio_ext.h>
 #include <sys/resource.h>
@@ -28,6 +28,10 @@
 #include <sstream>
 #include <vector>
 
+#ifdef __x86_64__
+#include <immintrin.h>
+#endif
+
 namespace {
 
 using State = std::map<std::string, std::string>;
@@ -49,11 +53,14 @@ std::string textOf(const sigset_t& signals) {
 
 // The sticky flags of exceptions are no modes: every inexact sum sets one.
 void addFloatingPoint(State& state) {
-    std::uint16_t x87 = 0;
-    asm volatile("fnstcw %0" : "=m"(x87));
+    // The x87's, or the one there is.
+    fpu_control_t control = 0;
+    _FPU_GETCW(control);
     state["rounding mode"] = joined(std::fegetround());
+    state["control word"] = joined(control);
+#ifdef __x86_64__
     state["MXCSR"] = joined(_mm_getcsr() & ~unsigned{_MM_EXCEPT_MASK});
-    state["x87 control word"] = joined(x87);
+#endif
 }
 
 void addSignals(State& state) {

@@ -68,8 +68,7 @@ class WithoutDoubleModule {
     template <class Work>
     static void forEachInstructionSet(Work work) {
         const lanes::InstructionSet inUse = lanes::instructionSet();
-        for (const auto set : {lanes::InstructionSet::baseline, lanes::InstructionSet::v3,
-                               lanes::InstructionSet::v4})
+        for (const auto set : lanes::instructionSets)
             if (set <= lanes::bestInstructionSet()) {
                 lanes::useInstructionSet(set);
                 work(doublePistonModule().constants);
