@@ -23,7 +23,7 @@ InstructionSet bestInstructionSet() noexcept {
 #undef PISTONFIELD_HAS
     std::size_t best = 0;
     while (best + 1 < hasWhatSetsAdd.size() && hasWhatSetsAdd[best + 1]) ++best;
-    return instructionSets[best];
+    return static_cast<InstructionSet>(best);
 }
 
 InstructionSet instructionSet() noexcept { return chosen; }
