@@ -119,18 +119,18 @@ Setting siSettingOf(const siForm::Key& key, const std::string& origin, const tom
 }
 
 /// What is in a table, and first of all that it is there.
-std::vector<Setting> siTable(const std::string& name, const std::string& file,
+std::vector<Setting> siTable(const std::string& table, const std::string& file,
                              const std::string& origin, const toml::node& value) {
-    const toml::table* table = value.as_table();
-    if (table == nullptr) throw std::runtime_error(origin + ": is a table, as [" + name + "]");
-    std::vector<Setting> settings{{name, {}, origin}};
-    for (const auto& [key, inside] : *table) {
+    const toml::table* contents = value.as_table();
+    if (contents == nullptr) throw std::runtime_error(origin + ": is a table, as [" + table + "]");
+    std::vector<Setting> settings{{table, {}, origin}};
+    for (const auto& [key, inside] : *contents) {
         const std::string word(key.str());
-        const std::string where = place(file, key.source()).append(name).append(".") + word;
-        const siForm::Key* known = siForm::find(name, word);
+        const std::string where = place(file, key.source()).append(table).append(".") + word;
+        const siForm::Key* known = siForm::find(table, word);
         if (known == nullptr)
             throw std::runtime_error(where + " is no option" +
-                                     suggestion(word, siForm::namesIn(name)));
+                                     suggestion(word, siForm::namesIn(table)));
         settings.push_back(siSettingOf(*known, where, inside));
     }
     return settings;

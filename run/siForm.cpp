@@ -10,6 +10,7 @@
 #include <map>
 #include <numbers>
 #include <stdexcept>
+#include <utility>
 
 #include "run/numbers.h"
 
@@ -88,7 +89,7 @@ std::array<double, count> arrayOf(const Setting& setting) {
 /// What a file has in this form.
 class Given {
   public:
-    Given(const std::vector<Setting>& settings, const std::string& name) : file(name) {
+    Given(const std::vector<Setting>& settings, std::string name) : file(std::move(name)) {
         for (const Setting& setting : settings) all.emplace(setting.name, setting);
     }
 
