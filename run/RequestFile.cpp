@@ -102,6 +102,26 @@ toml::table parse(const std::string& name, const std::string& text) {
     }
 }
 
+/// Whether a key says what the field is, in no unit of its own.
+bool isRaw(const std::string& key) {
+    constexpr std::array names{"transform", "sizes", "l", "s", "k"};
+    return std::find(names.begin(), names.end(), key) != names.end();
+}
+
+/// What was meant by a key that a table, or what is in none, does not have.
+std::string hint(const std::string& table, const std::string& key) {
+    std::vector<std::string> known = siForm::namesIn("");
+    const std::vector<std::string> others = keys();
+    known.insert(known.end(), others.begin(), others.end());
+    if (!table.empty() && !isRaw(key) && std::ranges::find(known, key) != known.end())
+        return "; " + key + " stands before the first table";
+    const std::string elsewhere = siForm::elsewhere(key);
+    if (!elsewhere.empty()) return ", did you mean " + elsewhere + "?";
+    if (!table.empty()) return suggestion(key, siForm::namesIn(table));
+    known.insert(known.end(), siForm::tables().begin(), siForm::tables().end());
+    return suggestion(key, known);
+}
+
 /// A key of the form in SI units. A square matrix may be a list of its rows.
 Setting siSettingOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
     const toml::array* rows = value.as_array();
@@ -128,35 +148,17 @@ std::vector<Setting> siTable(const std::string& table, const std::string& file,
         const std::string word(key.str());
         const std::string where = place(file, key.source()).append(table).append(".") + word;
         const siForm::Key* known = siForm::find(table, word);
-        if (known == nullptr)
-            throw std::runtime_error(where + " is no option" +
-                                     suggestion(word, siForm::namesIn(table)));
+        if (known == nullptr) throw std::runtime_error(where + " is no option" + hint(table, word));
         settings.push_back(siSettingOf(*known, where, inside));
     }
     return settings;
-}
-
-/// What was meant by a key that is none.
-std::string hint(const std::string& key) {
-    const std::string inTable = siForm::elsewhere(key);
-    if (!inTable.empty()) return ", did you mean " + inTable + "?";
-    std::vector<std::string> known = keys();
-    for (const std::vector<std::string>& more : {siForm::namesIn(""), siForm::tables()})
-        known.insert(known.end(), more.begin(), more.end());
-    return suggestion(key, known);
-}
-
-/// What a field is in its raw form.
-bool isRaw(const Setting& setting) {
-    constexpr std::array names{"transform", "sizes", "l", "s", "k"};
-    return std::find(names.begin(), names.end(), setting.name) != names.end();
 }
 
 /// Puts what is said in SI units among the other settings.
 void addTranslated(const std::vector<Setting>& si, const std::string& file,
                    std::vector<Setting>& settings) {
     if (si.empty()) return;
-    const auto raw = std::find_if(settings.begin(), settings.end(), isRaw);
+    const auto raw = std::ranges::find_if(settings, isRaw, &Setting::name);
     if (raw != settings.end())
         throw std::runtime_error(si.front().origin + ", in SI units, excludes " + raw->origin);
     const std::vector<Setting> translated = siForm::translated(si, file);
@@ -180,7 +182,7 @@ std::vector<Setting> readRequestFile(const std::string& name, const std::string&
         } else if (std::ranges::find(known, option) != known.end()) {
             settings.push_back(settingOf(option, origin, takesList(option), value));
         } else {
-            throw std::runtime_error(origin + " is no option" + hint(option));
+            throw std::runtime_error(origin + " is no option" + hint("", option));
         }
     }
     addTranslated(si, name, settings);

@@ -31,7 +31,7 @@ const Key* find(const std::string& table, const std::string& name);
 /// The names of all keys of a table, or of none.
 std::vector<std::string> namesIn(const std::string& table);
 
-/// What `find` has of a name that stands in no table, in another one: "piston.width"; or nothing.
+/// The path of the key with a name in any of the tables, as "piston.width"; "" where none has it.
 std::string elsewhere(const std::string& name);
 
 /// What a request has of a field in this form: transform, sizes, l, s and k.
