@@ -2,14 +2,14 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   % pistonfield_read: the field in a file of pistonfield-run, all of it or a box, and its grid.
   %
   % DESCRIPTION
-  %   Reads the complex pressure that the program pistonfield-run has computed into an HDF5 file, the
-  %   request that it was computed from, and the grid that the values lie on, as pistonfield_plot
-  %   takes it.
+  %   Reads the complex pressure that the program pistonfield-run has computed into an HDF5 file,
+  %   the request that it was computed from, and the grid that the values lie on, as
+  %   pistonfield_plot takes it.
   %
   %   The file has the values that the module pistonfield would return, without unit, and the grid
-  %   as the piston sees it, around which it is centred. With the piston and the frequency, as
-  %   pistonfield_request was given them, the grid is the one before that piston, and the pressure
-  %   is in Pa. What is given has to fit the file.
+  %   as the piston sees it, which lies in z = 0 around the origin. With the piston and the
+  %   frequency, as pistonfield_request was given them, the grid lies where it was made, before that
+  %   piston, and the pressure is in Pa. What is given has to fit the file.
   %
   %   MATLAB reads the file itself. Octave cannot: it has no h5read, and its load reads the complex
   %   numbers of such a file as zeros, without a word. There the program pistonfield-run extracts
@@ -40,9 +40,9 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %   'program'  - pistonfield-run, with its folder; MATLAB does without
   %
   % OUTPUTS
-  %   p          - the pressure, complex, single in the modes of single precision, of the size count:
-  %                [Pa] with a frequency; else without unit, as the module gives it, and times
-  %                1i*rho*c*u0 it is in Pa
+  %   p          - the pressure, complex, single in the modes of single precision, of the size
+  %                count: [Pa] with a frequency; else without unit, as the module gives it, and
+  %                times 1i*rho*c*u0 it is in Pa
   %   request    - struct with the fields
   %                  transform    4 by 4: the point (ix, iy, iz), counted from 0, of the whole
   %                               lattice lies at transform * [ix; iy; iz; 1]. The module takes
@@ -123,8 +123,8 @@ function unit = unit_of(caller, request, options)
   end
   k = 2 * pi * options.frequency / options.speed;
   require(is_near(k, request.k), caller, 'frequency', ...
-          ['the wavenumber is %.9g in the file; the frequency %g Hz and the speed %g m/s make it ', ...
-           '%.9g rad/m'], request.k, options.frequency, options.speed, k);
+          ['the wavenumber is %.9g in the file; the frequency %g Hz and the speed %g m/s make ', ...
+           'it %.9g rad/m'], request.k, options.frequency, options.speed, k);
   sides = struct('width', request.s, 'height', request.l);
   unit = 1i * options.density * options.speed * velocity_and_power(sides, k, options);
 end
@@ -137,8 +137,8 @@ function piston = piston_of(caller, request, options)
   end
   piston = read_piston(caller, options.piston);
   require(is_near(piston.width, request.s) && is_near(piston.height, request.l), ...
-          caller, 'piston', ['the piston in the file measures %.9g by %.9g (x by y), and the one ', ...
-          'that is given %.9g by %.9g m'], request.s, request.l, piston.width, piston.height);
+          caller, 'piston', ['the piston in the file measures %.9g by %.9g (x by y), and the ', ...
+          'one that is given %.9g by %.9g m'], request.s, request.l, piston.width, piston.height);
 end
 
 % Requests that are written by hand have rounded numbers.

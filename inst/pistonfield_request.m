@@ -217,7 +217,7 @@ end
 %!   cd(before);
 %! end_unwind_protect
 
-%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the program's field is that of pistonfield_pressure
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the field is that of pistonfield_pressure
 %! % The grid is aligned with the piston, so that nothing rounds on the way.
 %! drive = {'frequency', 0.8e6, 'speed', 1510.3, 'density', 900, 'velocity', 0.3, 'order', 17};
 %! [p, request, back] = there_and_back(folder, piston, grid, drive);
@@ -281,7 +281,8 @@ end
 %!error <the grid reaches 0.004 m behind>
 %! pistonfield_request('nowhere/r', piston, pistonfield_grid(0, 0, (-4:3) * 1e-3), wave{:});
 %!error <frequency is missing> pistonfield_request('nowhere/r', piston, grid)
-%!error <has no mode cudadp> pistonfield_request('nowhere/r', piston, grid, wave{:}, 'mode', 'cudadp')
+%!error <has no mode cudadp>
+%! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'mode', 'cudadp');
 %!error <overwrite must be true or false>
 %! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'overwrite', 'yes');
 %!error <'colour' is no option> pistonfield_request('nowhere/r', piston, grid, wave{:}, 'colour', 1)

@@ -55,7 +55,8 @@ function expect_parts(piston, wave, p)
     in_shell(sprintf('--request request.toml --part %d/3 parts.h5', part));
   end
   in_shell('join parts.h5 parts.part-*.h5');
-  [box, ~, grid] = pistonfield_read('parts.h5', [3, 5, 70], [90, 55, 30], 'piston', piston, wave{:});
+  [box, ~, grid] = pistonfield_read('parts.h5', [3, 5, 70], [90, 55, 30], ...
+                                    'piston', piston, wave{:});
   expect_pressure(box, p(3:92, 5:59, 70:99));
   expect_picture_of(box, grid);
   [part, ~, grid] = pistonfield_read('parts.part-2-of-3.h5', 'piston', piston, wave{:});

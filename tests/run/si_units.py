@@ -43,12 +43,10 @@ def blocks_of(page):
     """The indented blocks of a page, without what indents them."""
     blocks = [[]]
     for line in page.read_text().splitlines():
-        if line.startswith("    "):
+        if line.startswith("    ") or not line:
             blocks[-1].append(line[4:])
-        elif line and blocks[-1]:
-            blocks.append([])
         else:
-            blocks[-1].append("") if blocks[-1] else None
+            blocks.append([])
     return ["\n".join(block) for block in blocks]
 
 
@@ -77,6 +75,8 @@ class ValuesTest(SiTest):
         raw = options(found["transform"].ravel().tolist(), (7, 1, 5), k=found["k"], order=40)
         self.run_program(*raw, "raw.h5")
         self.assert_same_field(self.at("field.h5"), arrays(self.at("raw.h5")))
+        self.run_program("--request", "request.toml", "together.h5", ranks=3)
+        self.assert_same_field(self.at("together.h5"), arrays(self.at("raw.h5")))
 
     def test_are_of_the_medium_that_is_said(self):
         found = self.compute(request(medium="[medium]\nspeed = 343\ndensity = 1.2\n"))
@@ -91,8 +91,9 @@ class ValuesTest(SiTest):
 
     def test_are_those_of_the_integral_over_a_piston_elsewhere(self):
         a, b = 0.3, -0.2
-        turn = numpy.array([[math.cos(a), 0, math.sin(a)], [0, 1, 0], [-math.sin(a), 0, math.cos(a)]])
-        turn = turn @ [[1, 0, 0], [0, math.cos(b), -math.sin(b)], [0, math.sin(b), math.cos(b)]]
+        about_y = [[math.cos(a), 0, math.sin(a)], [0, 1, 0], [-math.sin(a), 0, math.cos(a)]]
+        about_x = [[1, 0, 0], [0, math.cos(b), -math.sin(b)], [0, math.sin(b), math.cos(b)]]
+        turn = numpy.array(about_y) @ about_x
         center = numpy.array([1e-3, -2e-3, 0.5e-3])
         piston = f"center = {center.tolist()}\norientation = {listed(turn)}\n"
         found = self.compute(request(piston=piston))
@@ -165,7 +166,10 @@ class MistakesTest(SiTest):
             (request(piston="center = [0, 0]\n"), "7: piston.center: takes 3 numbers, not 2"),
             (request(piston="orientation = [[1, 0], [0, 1]]\n"), "7: piston.orientation: takes 9"),
             (request(piston="orientation = [2, 0, 0, 0, 1, 0, 0, 0, 1]\n"), "must be a 3 by 3"),
-            (request(AXES + "sizes = [1, 1, 1]\n"), "12: grid.sizes excludes request.toml:9: grid.x"),
+            (
+                request(AXES + "sizes = [1, 1, 1]\n"),
+                "12: grid.sizes excludes request.toml:9: grid.x",
+            ),
             (request(AXES.replace("7]", "7.0]")), "9: grid.x: '7.0' is no whole number"),
             (request(AXES.replace("7]", "]")), "9: grid.x: takes the first coordinate, the step"),
             (request(AXES.replace("0.7e-3", "inf")), "10: grid.y: every number must be finite"),

@@ -114,7 +114,7 @@ BAD = {
         "frequency = 1e6\npiston = 3", "frequency = 1e6\nspeed = 1500",
     ),
     **in_si("[medium]", "[[medium]]", "[medium", "[medium.water]", "[Medium]", "[piston]"),
-    **in_si("speed", "speed = 0", "speed = -0.0", "speed = 1e-320", "density = nan", "Speed = 1500"),
+    **in_si("speed", "speed = 0", "speed = -0.0", "speed = 1e-320", "density = nan", "Speed = 1"),
     **in_si(
         "height", "", "height = 0", "height = [5e-3, 5e-3]", "height = 5e-3\nheight = 5e-3",
         *(f"height = 5e-3\ncenter = {value}" for value in (
