@@ -114,12 +114,12 @@ function text = request_text(piston, grid, options)
     ['height = ', number(piston.height), '  # along its y']
     ['center = ', list(piston.center)]
     '# The columns are its x, its y and its normal.'
-    ['orientation = ', rows(piston.orientation)]
+    ['orientation = ', list_of_rows(piston.orientation)]
     ''
     '[grid]'
     '# The rows are the steps along its three directions and the first point, as pistonfield_grid'
     '# has them.'
-    ['transform = ', rows(grid.transform)]
+    ['transform = ', list_of_rows(grid.transform)]
     ['sizes = ', list(grid.sizes)]};
   text = sprintf('%s\n', lines{:});
 end
@@ -129,7 +129,7 @@ function text = list(values)
   text = ['[', strjoin(numbers, ', '), ']'];
 end
 
-function text = rows(matrix)
+function text = list_of_rows(matrix)
   lists = cellfun(@list, num2cell(matrix, 2), 'UniformOutput', false);
   text = sprintf('[\n    %s]', strjoin(lists.', sprintf(',\n    ')));
 end
