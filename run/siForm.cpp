@@ -34,10 +34,7 @@ constexpr std::array<Key, 13> keys{{
     {"grid", "z", true},
 }};
 
-// Water at 20 degrees Celsius, and the velocity, as pistonfield_pressure has them.
-constexpr double usualSpeed = 1482;   // m/s
-constexpr double usualDensity = 998;  // kg/m^3
-constexpr double usualVelocity = 1;   // m/s
+constexpr double usualSpeed = 1482;  ///< m/s, water at 20 degrees Celsius, as in the functions
 
 using Vector = std::array<double, 3>;
 using Matrix = std::array<Vector, 3>;  ///< rows
@@ -109,10 +106,6 @@ class Given {
         const double value = arrayOf<1>(setting).front();
         if (value <= 0) refuse(setting, "must be a number above 0");
         return value;
-    }
-
-    double positive(const char* path, double otherwise) const {
-        return find(path) == nullptr ? otherwise : positive(path);
     }
 
   private:
@@ -279,10 +272,11 @@ std::string elsewhere(const std::string& name) {
 std::vector<Setting> translated(const std::vector<Setting>& settings, const std::string& file) {
     const Given given(settings, file);
     const double frequency = given.positive("frequency");
-    const double speed = given.positive("medium.speed", usualSpeed);
-    // The values have no unit: these two give them one, wherever they are read.
-    static_cast<void>(given.positive("medium.density", usualDensity));
-    static_cast<void>(given.positive("velocity", usualVelocity));
+    const double speed =
+        given.find("medium.speed") == nullptr ? usualSpeed : given.positive("medium.speed");
+    // The values have no unit: these make Pa of them, wherever they are read.
+    for (const char* path : {"medium.density", "velocity"})
+        if (given.find(path) != nullptr) static_cast<void>(given.positive(path));
     const Grid grid = gridOf(given);
     const std::string width = numbers::textOf(given.positive("piston.width"));
     const std::string height = numbers::textOf(given.positive("piston.height"));
