@@ -122,17 +122,26 @@ std::string hint(const std::string& table, const std::string& key) {
     return suggestion(key, known);
 }
 
-/// A key of the form in SI units. A square matrix may be a list of its rows.
+/// A key of the form in SI units, all of which have numbers.
+Setting siNumbersOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
+    const toml::array* list = value.as_array();
+    const auto isText = [](const toml::node& each) { return each.is_string(); };
+    if (isText(value) || (list != nullptr && std::any_of(list->begin(), list->end(), isText)))
+        throw std::runtime_error(origin + ": takes numbers, not a text");
+    return settingOf(key.path(), origin, key.list, value);
+}
+
+/// The same; a square matrix may be a list of its rows.
 Setting siSettingOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
     const toml::array* rows = value.as_array();
     if (!key.list || rows == nullptr || rows->empty() || !rows->front().is_array())
-        return settingOf(key.path(), origin, key.list, value);
+        return siNumbersOf(key, origin, value);
     Setting setting{key.path(), {}, origin};
     for (const toml::node& row : *rows) {
         const toml::array* list = row.as_array();
         if (list == nullptr || list->size() != rows->size())
             throw std::runtime_error(origin + ": its rows make no square matrix");
-        const Setting part = settingOf(key.path(), origin, key.list, row);
+        const Setting part = siNumbersOf(key, origin, row);
         setting.words.insert(setting.words.end(), part.words.begin(), part.words.end());
     }
     return setting;

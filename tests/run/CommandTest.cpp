@@ -438,7 +438,9 @@ TEST_F(CommandFiles, SiRequestIsRefusedWithTheLine) {
     const std::vector<Case> cases{
         {"frequency = 1e6", "frequency = 0", ":1: frequency: must be a number above 0"},
         {"frequency = 1e6", "frequency = nan", ":1: frequency: every number must be finite"},
-        {"frequency = 1e6", "frequency = 'high'", ":1: frequency: 'high' is no number"},
+        {"frequency = 1e6", "frequency = 'high'", ":1: frequency: takes numbers, not a text"},
+        {"frequency = 1e6", "frequency = true", ":1: frequency: 'true' is no number"},
+        {"y = -0.25", "y = [0, '1', 2]", ":13: grid.y: takes numbers, not a text"},
         {"frequency = 1e6", "frequency = [1, 2]", ":1: frequency: takes one value, not a list"},
         {"frequency = 1e6", "frequenzy = 1", ":1: frequenzy is no option, did you mean frequency?"},
         {"frequency = 1e6", "", ": frequency is missing"},
