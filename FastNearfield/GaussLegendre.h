@@ -8,12 +8,6 @@
 #include <utility>
 #include <vector>
 
-/// Up to this order the rules that `legendre_compute` makes are accurate to rounding: nodes to
-/// 1.4e-16, weights to 2.5e-16. From 16384 on a 32-bit product in the guess of the roots wraps
-/// around, and the guess of those nearest to 1 and -1 gets worse: at 20000 nodes are off by 7e-16,
-/// at 22000 by 6e-14, and around 23000 whole nodes are missed.
-inline constexpr int largestAccurateOrder = 18000;
-
 /// Computes the Gauss-Legendre rule of `order` points on [-1, 1], in double precision: the nodes in
 /// increasing order, exactly symmetric, and their weights.
 ///
@@ -21,7 +15,8 @@ inline constexpr int largestAccurateOrder = 18000;
 /// Rabinowitz, Methods of Numerical Integration, 2nd ed., Academic Press 1984). O(order^2).
 ///
 /// An order below 1 prints "LEGENDRE_COMPUTE - Fatal error!" on standard output and ends the
-/// process with exit status 1. Orders above `largestAccurateOrder` lose accuracy.
+/// process with exit status 1. Orders above `pistonfield::largestAccurateOrder` of core/limits.h lose
+/// accuracy.
 /// @param x receives `order` nodes
 /// @param w receives `order` weights
 void legendre_compute(int order, double* x, double* w);

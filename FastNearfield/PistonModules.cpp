@@ -8,6 +8,7 @@
 #include <memory>
 #include <vector>
 
+#include "FastNearfield/BoxModules.h"
 #include "cuda_runtime/DeviceModule.h"
 #include "lanes/InstructionSet.h"
 
@@ -15,15 +16,21 @@
 namespace baseline {
 SinglePistonModule singlePistonModule();
 DoublePistonModule doublePistonModule();
+SingleBoxModule singleBoxModule();
+DoubleBoxModule doubleBoxModule();
 }  // namespace baseline
 #ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
 namespace v3 {
 SinglePistonModule singlePistonModule();
 DoublePistonModule doublePistonModule();
+SingleBoxModule singleBoxModule();
+DoubleBoxModule doubleBoxModule();
 }  // namespace v3
 namespace v4 {
 SinglePistonModule singlePistonModule();
 DoublePistonModule doublePistonModule();
+SingleBoxModule singleBoxModule();
+DoubleBoxModule doubleBoxModule();
 }  // namespace v4
 #endif
 
@@ -43,6 +50,11 @@ std::vector<const void*> entries(const SinglePistonModule& module) {
 }
 
 std::vector<const void*> entries(const DoublePistonModule& module) { return commonEntries(module); }
+
+template <class Real, class Complex>
+std::vector<const void*> entries(const BoxModule<Real, Complex>& module) {
+    return {module.box.address()};
+}
 
 /// A module and its registration.
 template <class Module>
@@ -80,15 +92,24 @@ const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule,
                                                   v3::singlePistonModule, v4::singlePistonModule};
 const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule,
                                                   v3::doublePistonModule, v4::doublePistonModule};
+const Modules<SingleBoxModule> singleBoxes{baseline::singleBoxModule, v3::singleBoxModule,
+                                           v4::singleBoxModule};
+const Modules<DoubleBoxModule> doubleBoxes{baseline::doubleBoxModule, v3::doubleBoxModule,
+                                           v4::doubleBoxModule};
 #else
 const Modules<SinglePistonModule> singlePrecision{baseline::singlePistonModule};
 const Modules<DoublePistonModule> doublePrecision{baseline::doublePistonModule};
+const Modules<SingleBoxModule> singleBoxes{baseline::singleBoxModule};
+const Modules<DoubleBoxModule> doubleBoxes{baseline::doubleBoxModule};
 #endif
 
 }  // namespace
 
 const SinglePistonModule& singlePistonModule() { return singlePrecision.current(); }
 const DoublePistonModule& doublePistonModule() { return doublePrecision.current(); }
+
+const SingleBoxModule& boxModule(float /*precision*/) { return singleBoxes.current(); }
+const DoubleBoxModule& boxModule(double /*precision*/) { return doubleBoxes.current(); }
 
 std::string singleConstantName(const char* stem, char variable) {
     return std::string("global_") + stem + "_float_" + variable;

@@ -27,7 +27,7 @@ const Functions& functions() noexcept {
 /// Has threads fill a lattice, each a piece at a time.
 template <class Fill, class T, class G>
 void fillInParallel(Fill fill, const Rule<T>& rule, const Piston<T>& piston,
-                    const Lattice<G>& lattice, const Field<T>& field) {
+                    const Lattice<G>& lattice, const Field<T>& field, unsigned most) {
     if (lattice.sx < 1 || lattice.sy < 1 || lattice.sz < 1) return;
     const std::int64_t points = std::int64_t{lattice.sx} * lattice.sy * lattice.sz;
     // A fraction of a millisecond, beside which it takes little to start a thread.
@@ -36,7 +36,10 @@ void fillInParallel(Fill fill, const Rule<T>& rule, const Piston<T>& piston,
     const std::int64_t piece =
         std::max<std::int64_t>(1, evaluations / ofAPoint / pointsAtATime) * pointsAtATime;
     // To ask takes as long as a point.
-    const unsigned threads = points > piece ? pistonfield::threadCount() : 1;
+    const auto allowed = [most] {
+        return most == 0 ? pistonfield::threadCount() : std::min(most, pistonfield::mostThreads);
+    };
+    const unsigned threads = points > piece ? allowed() : 1;
     pistonfield::inParallel(points, piece, threads, [&](std::int64_t first, std::int64_t last) {
         fill(rule, piston, lattice, field, {first, last});
     });
@@ -57,18 +60,18 @@ Value<double> edgeSum(const Rule<double>& rule, const Point<double>& point) {
 }
 
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<float>& lattice,
-          const Field<float>& field) {
-    fillInParallel(functions().fillFloatOnFloat, rule, piston, lattice, field);
+          const Field<float>& field, unsigned threads) {
+    fillInParallel(functions().fillFloatOnFloat, rule, piston, lattice, field, threads);
 }
 
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<double>& lattice,
-          const Field<float>& field) {
-    fillInParallel(functions().fillFloatOnDouble, rule, piston, lattice, field);
+          const Field<float>& field, unsigned threads) {
+    fillInParallel(functions().fillFloatOnDouble, rule, piston, lattice, field, threads);
 }
 
 void fill(const Rule<double>& rule, const Piston<double>& piston, const Lattice<double>& lattice,
-          const Field<double>& field) {
-    fillInParallel(functions().fillDoubleOnDouble, rule, piston, lattice, field);
+          const Field<double>& field, unsigned threads) {
+    fillInParallel(functions().fillDoubleOnDouble, rule, piston, lattice, field, threads);
 }
 
 }  // namespace pointsums

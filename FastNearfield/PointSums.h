@@ -67,13 +67,14 @@ Value<double> edgeSum(const Rule<double>& rule, const Point<double>& point);
 
 /// Fills a field over a lattice with the pressure, in grid point order, in as many threads as are
 /// worth their while. A lattice with a size below 1 has no points.
+/// @param threads the most; 0 is `pistonfield::threadCount`
 /// @throws std::runtime_error as `pistonfield::threadCount`, where several are worth their while
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<float>& lattice,
-          const Field<float>& field);
+          const Field<float>& field, unsigned threads = 0);
 void fill(const Rule<float>& rule, const Piston<float>& piston, const Lattice<double>& lattice,
-          const Field<float>& field);
+          const Field<float>& field, unsigned threads = 0);
 void fill(const Rule<double>& rule, const Piston<double>& piston, const Lattice<double>& lattice,
-          const Field<double>& field);
+          const Field<double>& field, unsigned threads = 0);
 
 /// The points of a lattice from the one with the linear index `first` to the one before `last`.
 struct Range {

@@ -45,43 +45,52 @@ int bestArchitecture(int count) {
     return best;
 }
 
+/// The table's value; -1 of an unknown capability.
+int knownCores(int major, int minor) noexcept {
+    if (major == 9999 && minor == 9999) return 1;
+    const int key = major * 16 + minor;
+    const auto* row = coresTable.begin();
+    while (row->capability != -1 && row->capability != key) ++row;
+    return row->cores;
+}
+
 /// Wraps around in 32 bits.
-std::int32_t estimatedRate(const cudaDeviceProp& device) {
-    const auto cores =
-        static_cast<std::uint32_t>(coresPerMultiprocessor(device.major, device.minor));
+std::int32_t estimatedRate(const cudaDeviceProp& device, int (*coresOf)(int, int)) {
+    const auto cores = static_cast<std::uint32_t>(coresOf(device.major, device.minor));
     return static_cast<std::int32_t>(cores *
                                      static_cast<std::uint32_t>(device.multiProcessorCount) *
                                      static_cast<std::uint32_t>(device.clockRate));
 }
 
-}  // namespace
-
-int coresPerMultiprocessor(int major, int minor) {
-    if (major == 9999 && minor == 9999) return 1;
-    const int key = major * 16 + minor;
-    const auto* row = coresTable.begin();
-    while (row->capability != -1 && row->capability != key) ++row;
-    if (row->capability == -1) {
-        static_cast<void>(std::printf("MapSMtoCores undefined SMversion %d.%d!\n", major, minor));
-        static_cast<void>(std::fflush(stdout));
-    }
-    return row->cores;
-}
-
-int chooseDevice() {
+int chooseBy(int (*coresOf)(int, int)) {
     const int count = deviceCount();
     const int best = bestArchitecture(count);
     int maxRate = 0;
     int chosen = 0;
     for (int device = 0; device < count; ++device) {
         const cudaDeviceProp properties = propertiesOf(device);
-        const int rate = estimatedRate(properties);
+        const int rate = estimatedRate(properties, coresOf);
         if (rate <= maxRate || (best > 2 && properties.major != best)) continue;
         maxRate = rate;
         chosen = device;
     }
     return chosen;
 }
+
+}  // namespace
+
+int coresPerMultiprocessor(int major, int minor) {
+    const int cores = knownCores(major, minor);
+    if (cores == -1) {
+        static_cast<void>(std::printf("MapSMtoCores undefined SMversion %d.%d!\n", major, minor));
+        static_cast<void>(std::fflush(stdout));
+    }
+    return cores;
+}
+
+int chooseDevice() { return chooseBy(coresPerMultiprocessor); }
+
+int chooseDeviceSilently() { return chooseBy(knownCores); }
 
 CudaDeviceThread::CudaDeviceThread() {
     static_cast<void>(cudaSetDevice(chooseDevice()));

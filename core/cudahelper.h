@@ -40,3 +40,6 @@ int coresPerMultiprocessor(int major, int minor);
 /// The device with the highest estimated compute rate (cores * multiprocessors * clock rate); ties
 /// keep the earlier one, and with no or no known devices it is device 0.
 int chooseDevice();
+
+/// The same device, without a line about unknown capabilities.
+int chooseDeviceSilently();

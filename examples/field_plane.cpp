@@ -4,10 +4,8 @@
 // The pressure of a small ultrasound piston in water, in the plane through its long middle line,
 // computed on all cores of the processor.
 
-#include <FastNearfield/RectangularPiston2.h>
-#include <core/LatticeBox.h>
+#include <field/Plan.h>
 
-#include <array>
 #include <complex>
 #include <cstdint>
 #include <cstdio>
@@ -16,28 +14,28 @@
 
 namespace {
 
-constexpr double soundSpeed = 1500;                            // m/s
-constexpr double density = 1000;                               // kg/m^3
-constexpr double velocity = 0.1;                               // m/s, the piston's amplitude
-constexpr double k = 2 * std::numbers::pi * 1e6 / soundSpeed;  // rad/m, at 1 MHz
-constexpr double l = 5e-3;                                     // m, the side along y
-constexpr double s = 7.5e-3;                                   // m, the side along x
-constexpr int order = 32;                                      // abscissas of each edge integral
+constexpr double soundSpeed = 1500;  // m/s
+constexpr double density = 1000;     // kg/m^3
+constexpr double velocity = 0.1;     // m/s, the piston's amplitude
+constexpr double frequency = 1e6;    // Hz
 
 // The lattice point (ix, iy, iz) lies at x = -15 mm + ix * step, y = 0, z = (iz + 1) * step.
 constexpr double step = 0.5e-3;
 constexpr std::int64_t sx = 61;
 constexpr std::int64_t sz = 160;
-constexpr std::array<double, 16> transform{step, 0, 0,    -15e-3, 0, step, 0, 0,
-                                           0,    0, step, step,   0, 0,    0, 1};
 
 using Field = std::vector<std::complex<double>>;
 
 Field fieldInPlane() {
-    RectangularPistonCuda2 piston(l, s, k);
-    piston.doubleRule.compute(order);
+    pistonfield::Request request;
+    request.piston = {.width = 7.5e-3, .height = 5e-3};
+    request.wave = {.wavenumber = 2 * std::numbers::pi * frequency / soundSpeed};
+    request.lattice.transform = {step, 0, 0, -15e-3, 0, step, 0, 0, 0, 0, step, step, 0, 0, 0, 1};
+    request.lattice.sizes = {sx, 1, sz};
+    request.rule.order = 32;  // abscissas of each edge integral
+    const pistonfield::Plan plan(request);
     Field field(sx * sz);
-    piston.computeBox(field.data(), transform.data(), {{0, 0, 0}, {sx, 1, sz}});
+    plan.compute(request.lattice.box(), field.data());
     return field;
 }
 

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <charconv>
-#include <csignal>
 #include <cstdlib>
 #include <exception>
 #include <stdexcept>
@@ -15,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "parallel/SignalsBlocked.h"
 #include "parallel/usableCores.h"
 
 namespace pistonfield {
@@ -40,25 +40,6 @@ unsigned countIn(std::string_view text) {
                                  "' is no whole number from 1 to " + std::to_string(mostThreads));
     return count;
 }
-
-/// A scope in which new threads have signals blocked: those that are sent to the process are for
-/// the threads of the program, which know what to do with them. Faults of a thread are its own.
-class SignalsBlocked {
-  public:
-    SignalsBlocked() noexcept {
-        sigset_t sent{};
-        sigfillset(&sent);
-        for (const int fault : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT, SIGTRAP, SIGSYS})
-            sigdelset(&sent, fault);
-        pthread_sigmask(SIG_SETMASK, &sent, &before);
-    }
-    SignalsBlocked(const SignalsBlocked&) = delete;
-    SignalsBlocked& operator=(const SignalsBlocked&) = delete;
-    ~SignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before, nullptr); }
-
-  private:
-    sigset_t before{};
-};
 
 /// The pieces of a work that are left, and its first failure.
 class Pieces {

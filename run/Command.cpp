@@ -12,10 +12,14 @@
 #include "run/RequestFile.h"
 #include "run/numbers.h"
 #include "run/options.h"
+#include "run/requestNames.h"
 
 namespace run {
 
 namespace {
+
+using pistonfield::InvalidRequest;
+using pistonfield::Request;
 
 /// An option that says what field is asked for.
 struct RequestOption {
@@ -24,21 +28,28 @@ struct RequestOption {
     bool (*same)(const Request&, const Request&);
 };
 
-template <auto member>
+template <auto part, auto member>
 bool same(const Request& a, const Request& b) {
-    return a.*member == b.*member;
+    return a.*part.*member == b.*part.*member;
 }
 
+bool sameMode(const Request& a, const Request& b) { return a.mode == b.mode; }
+
+bool sameRule(const Request& a, const Request& b) { return a.rule == b.rule; }
+
+using pistonfield::Lattice;
+using pistonfield::RectangularPiston;
+using pistonfield::Wave;
+
 constexpr std::array<RequestOption, 8> requestOptions{{
-    {"transform", true, &same<&Request::transform>},
-    {"sizes", true, &same<&Request::sizes>},
-    {"l", true, &same<&Request::l>},
-    {"s", true, &same<&Request::s>},
-    {"k", true, &same<&Request::k>},
-    {"mode", false, &same<&Request::mode>},
-    {"order", false,
-     [](const Request& a, const Request& b) { return a.order == b.order && a.table == b.table; }},
-    {"table", false, &same<&Request::table>},
+    {"transform", true, &same<&Request::lattice, &Lattice::transform>},
+    {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
+    {"l", true, &same<&Request::piston, &RectangularPiston::height>},
+    {"s", true, &same<&Request::piston, &RectangularPiston::width>},
+    {"k", true, &same<&Request::wave, &Wave::wavenumber>},
+    {"mode", false, &sameMode},
+    {"order", false, &sameRule},
+    {"table", false, &same<&Request::rule, &pistonfield::Rule::table>},
 }};
 
 using Words = std::vector<std::string>;
@@ -111,8 +122,8 @@ bool isNumber(const std::string& word) {
 
 pistonfield::Mode modeOf(const Words& words) {
     try {
-        return modeCalled(onlyWord(words));
-    } catch (const NoField& error) {
+        return pistonfield::modeCalled(onlyWord(words));
+    } catch (const InvalidRequest& error) {
         throw std::runtime_error(error.reason());
     }
 }
@@ -174,17 +185,17 @@ std::filesystem::path partPath(const std::filesystem::path& output, const Part& 
 
 void setRequest(Request& request, const Setting& setting, const TextReader& readText) {
     const std::string& name = setting.name;
-    if (name == "transform") request.transform = arrayOf<16>(setting.words, numbers::real);
-    if (name == "sizes") request.sizes = threeOf(setting.words);
-    if (name == "l") request.l = realOf(setting.words);
-    if (name == "s") request.s = realOf(setting.words);
-    if (name == "k") request.k = realOf(setting.words);
+    if (name == "transform") request.lattice.transform = arrayOf<16>(setting.words, numbers::real);
+    if (name == "sizes") request.lattice.sizes = threeOf(setting.words);
+    if (name == "l") request.piston.height = realOf(setting.words);
+    if (name == "s") request.piston.width = realOf(setting.words);
+    if (name == "k") request.wave.wavenumber = realOf(setting.words);
     if (name == "mode") request.mode = modeOf(setting.words);
     if (name == "order")
-        request.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
+        request.rule.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
     if (name != "table") return;
-    request.table = tableOf(setting.words, readText);
-    request.order = static_cast<int>(request.table.size() / 2);
+    request.rule.table = tableOf(setting.words, readText);
+    request.rule.order = static_cast<int>(request.rule.table.size() / 2);
 }
 
 void setWork(ComputeCommand& command, const Setting& setting) {
@@ -318,10 +329,10 @@ void checkComplete(const ComputeCommand& command) {
         throw std::runtime_error(missing + " is missing, and there is no " +
                                  command.output.string() + " to go on with");
     try {
-        check(command.request);
-    } catch (const NoField& error) {
-        const auto given = command.given.find(error.of());
-        const std::string origin = given == command.given.end() ? error.of() : given->second;
+        checkRequest(command.request);
+    } catch (const InvalidRequest& error) {
+        const auto given = command.given.find(error.field());
+        const std::string origin = given == command.given.end() ? error.field() : given->second;
         throw std::runtime_error(origin + ": " + error.reason());
     }
 }

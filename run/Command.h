@@ -12,8 +12,8 @@
 #include <variant>
 #include <vector>
 
+#include "field/Request.h"
 #include "run/CommandLine.h"
-#include "run/Request.h"
 #include "run/slabs.h"
 
 namespace run {
@@ -21,7 +21,7 @@ namespace run {
 /// Computes a field, or what is missing of it.
 struct ComputeCommand {
     std::filesystem::path output;
-    Request request;
+    pistonfield::Request request;
     /// Of the options of the request that were there: where, as "--sizes" or "request.toml:3:
     /// sizes".
     std::map<std::string, std::string> given;
@@ -76,7 +76,8 @@ Command readCommand(const std::vector<std::string>& words, const TextReader& rea
 
 /// Where the first option of the request was given that has another value than in `request`, or
 /// nothing.
-std::optional<std::string> contradiction(const ComputeCommand& command, const Request& request);
+std::optional<std::string> contradiction(const ComputeCommand& command,
+                                         const pistonfield::Request& request);
 
 /// @throws std::runtime_error naming what of the request is missing, or where it has no field
 void checkComplete(const ComputeCommand& command);

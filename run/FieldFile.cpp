@@ -15,6 +15,7 @@
 #include "run/ReadingGuard.h"
 #include "run/description.h"
 #include "run/headCopy.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -285,12 +286,12 @@ void readSoundly(const std::string& name, Read read) {
 
 /// Other code relies on these being what they are in every file that is written.
 void requireSound(const Layout& layout) {
-    const Request& request = layout.request;
-    check(request);
+    const pistonfield::Request& request = layout.request;
+    checkRequest(request);
     const auto& [first, size] = layout.box;
     for (std::size_t i = 0; i < size.size(); ++i) {
-        if (size[i] < 1 || size[i] > request.sizes[i] || first[i] < 0 ||
-            first[i] > request.sizes[i] - size[i])
+        if (size[i] < 1 || size[i] > request.lattice.sizes[i] || first[i] < 0 ||
+            first[i] > request.lattice.sizes[i] - size[i])
             throw std::runtime_error("its points are not all of its lattice");
         if (layout.slabSizes[i] < 1 || layout.slabSizes[i] > size[i])
             throw std::runtime_error("slab_sizes are not sizes of its slabs");
@@ -387,7 +388,7 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
                                boundName(name, identity).c_str(), H5P_DEFAULT, H5P_DEFAULT),
                 name);
     };
-    create(pressureName, complexType(layout.request.singlePrecision()));
+    create(pressureName, complexType(layout.request.inSingle()));
     if (layout.magnitude) create(magnitudeName, H5T_IEEE_F32LE);
 
     const auto count = static_cast<hsize_t>(layout.slabs().count());
@@ -414,7 +415,7 @@ void FieldFile::createJoined(const std::filesystem::path& path, const Layout& la
     constexpr float floatNan = std::numeric_limits<float>::quiet_NaN();
     constexpr std::array missing{nan, nan};
     constexpr std::array floatMissing{floatNan, floatNan};
-    const bool single = layout.request.singlePrecision();
+    const bool single = layout.request.inSingle();
     const Type type = complexType(single);
     if (single)
         create(pressureName, type, floatMissing.data());
@@ -443,7 +444,7 @@ void FieldFile::openContents() {
     readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
         description::read(file, contents);
-        valueType = complexType(contents.request.singlePrecision());
+        valueType = complexType(contents.request.inSingle());
         contents.box.size = sizesOf(pressure, valueType, pressureName);
         contents.magnitude = exists(file, magnitudeName);
         requireSound(contents);

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <vector>
 
+#include "field/Request.h"
 #include "run/Digest.h"
 #include "run/Hdf5.h"
-#include "run/Request.h"
 #include "run/WriteBehind.h"
 #include "run/joinedParts.h"
 #include "run/slabs.h"
@@ -28,7 +28,7 @@ class DamagedHead : public std::runtime_error {
 
 /// What is in a file, from its beginning to its end.
 struct Layout {
-    Request request;
+    pistonfield::Request request;
     LatticeBox box;                           ///< the points of the lattice that are in the file
     std::array<std::int64_t, 3> slabSizes{};  ///< also the sizes of a chunk
     bool magnitude = true;                    ///< whether |p| is there too, for viewers

@@ -37,13 +37,13 @@ std::uint32_t countUndefined(const std::byte* values, std::size_t points) {
 }  // namespace
 
 SlabValues::SlabValues(const Layout& layout)
-    : singlePrecision(layout.request.singlePrecision()),
+    : singlePrecision(layout.request.inSingle()),
       valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
     const auto& [x, y, z] = layout.slabSizes;
     const auto points = static_cast<std::size_t>(x * y * z);
     try {
-        values.resize(points * valueBytes);
-        if (layout.magnitude) magnitudes.resize(points);
+        values = std::make_unique_for_overwrite<std::byte[]>(points * valueBytes);
+        if (layout.magnitude) magnitudes = std::make_unique_for_overwrite<float[]>(points);
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("there is not enough memory for a slab of " +
                                  std::to_string(points) + " points, which takes " +
@@ -52,38 +52,38 @@ SlabValues::SlabValues(const Layout& layout)
     }
 }
 
-void SlabValues::compute(Evaluation& evaluation, const LatticeBox& box) {
-    evaluation.fill(box, values.data());
-    if (magnitudes.empty()) return;
+void SlabValues::compute(const Computation& computation, const LatticeBox& box) {
+    computation(box, values.get());
+    if (!magnitudes) return;
     const auto points = static_cast<std::size_t>(box.points());
     if (singlePrecision)
-        fillMagnitudes<float>(values.data(), points, magnitudes.data());
+        fillMagnitudes<float>(values.get(), points, magnitudes.get());
     else
-        fillMagnitudes<double>(values.data(), points, magnitudes.data());
+        fillMagnitudes<double>(values.get(), points, magnitudes.get());
 }
 
 void SlabValues::write(FieldFile& file, const LatticeBox& box) const {
-    file.write(box, values.data(), magnitudes.empty() ? nullptr : magnitudes.data());
+    file.write(box, values.get(), magnitudes.get());
 }
 
 void SlabValues::read(const FieldFile& file, const LatticeBox& box) {
-    file.read(box, values.data(), magnitudes.empty() ? nullptr : magnitudes.data());
+    file.read(box, values.get(), magnitudes.get());
 }
 
 std::uint64_t SlabValues::checksum(const LatticeBox& box) const {
     const auto points = static_cast<std::size_t>(box.points());
     XXH3_state_t state;
     XXH3_64bits_reset(&state);
-    XXH3_64bits_update(&state, values.data(), points * valueBytes);
-    if (!magnitudes.empty()) XXH3_64bits_update(&state, magnitudes.data(), points * sizeof(float));
+    XXH3_64bits_update(&state, values.get(), points * valueBytes);
+    if (magnitudes) XXH3_64bits_update(&state, magnitudes.get(), points * sizeof(float));
     return XXH3_64bits_digest(&state);
 }
 
 SlabRecord SlabValues::record(const LatticeBox& box) const {
     const auto points = static_cast<std::size_t>(box.points());
     return {checksum(box), true,
-            singlePrecision ? countUndefined<float>(values.data(), points)
-                            : countUndefined<double>(values.data(), points)};
+            singlePrecision ? countUndefined<float>(values.get(), points)
+                            : countUndefined<double>(values.get(), points)};
 }
 
 bool SlabValues::match(const SlabRecord& record, const LatticeBox& box) const {

@@ -4,19 +4,23 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <functional>
+#include <memory>
 
-#include "run/Evaluation.h"
 #include "run/FieldFile.h"
 
 namespace run {
+
+/// Computes the values of a box, in the precision of the request, into memory that has room for
+/// them.
+using Computation = std::function<void(const LatticeBox& box, void* values)>;
 
 /// The values of one slab at a time, with their magnitudes where the file has them.
 class SlabValues {
   public:
     explicit SlabValues(const Layout& layout);
 
-    void compute(Evaluation& evaluation, const LatticeBox& box);
+    void compute(const Computation& computation, const LatticeBox& box);
     void write(FieldFile& file, const LatticeBox& box) const;
     void read(const FieldFile& file, const LatticeBox& box);
 
@@ -32,8 +36,9 @@ class SlabValues {
   private:
     bool singlePrecision;
     std::size_t valueBytes;
-    std::vector<std::byte> values;
-    std::vector<float> magnitudes;
+    // Not set to anything: the threads that compute the values are the first to touch the memory.
+    std::unique_ptr<std::byte[]> values;
+    std::unique_ptr<float[]> magnitudes;
 };
 
 }  // namespace run

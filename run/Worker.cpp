@@ -9,7 +9,7 @@
 #include <string>
 #include <utility>
 
-#include "run/Evaluation.h"
+#include "field/Plan.h"
 #include "run/Interruption.h"
 #include "run/Progress.h"
 #include "run/texts.h"
@@ -39,9 +39,12 @@ SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
 }
 
 void Worker::compute(const SlabNumbers& numbers) {
-    std::unique_ptr<Evaluation> evaluation;
+    std::optional<pistonfield::Plan> plan;
     std::optional<std::int64_t> numberOfReady;
-    team.together([&] { evaluation = evaluationOf(file.layout().request); });
+    team.together([&] { plan.emplace(file.layout().request); });
+    const Computation computation = [&](const LatticeBox& box, void* to) {
+        plan->computeNative(box, to);
+    };
     const auto writeReady = [&] {
         if (!numberOfReady) return;
         const LatticeBox box = slabs.slab(*numberOfReady);
@@ -55,7 +58,7 @@ void Worker::compute(const SlabNumbers& numbers) {
         [&](std::int64_t number) {
             // Over before this thread calls HDF5 or MPI again, which may take only one at a time.
             std::future<void> writing = std::async(launch, writeReady);
-            values.compute(*evaluation, slabs.slab(number));
+            values.compute(computation, slabs.slab(number));
             writing.get();
             std::swap(values, ready);
             numberOfReady = number;

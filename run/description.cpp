@@ -114,18 +114,19 @@ std::array<std::int64_t, 3> readThree(hid_t file, const char* name) {
     return arrayOf<std::int64_t, 3>(attributes::readIntegers(file, name, {3}));
 }
 
-Request readRequest(hid_t file) {
-    Request request;
-    request.transform = arrayOf<double, 16>(attributes::readReals(file, "transform", {4, 4}));
-    request.sizes = readThree(file, "sizes");
-    request.l = attributes::readReal(file, "l");
-    request.s = attributes::readReal(file, "s");
-    request.k = attributes::readReal(file, "k");
-    request.mode = modeCalled(attributes::readText(file, "mode"));
+pistonfield::Request readRequest(hid_t file) {
+    pistonfield::Request request;
+    request.lattice.transform =
+        arrayOf<double, 16>(attributes::readReals(file, "transform", {4, 4}));
+    request.lattice.sizes = readThree(file, "sizes");
+    request.piston.height = attributes::readReal(file, "l");
+    request.piston.width = attributes::readReal(file, "s");
+    request.wave.wavenumber = attributes::readReal(file, "k");
+    request.mode = pistonfield::modeCalled(attributes::readText(file, "mode"));
     const std::int64_t order = attributes::readInteger(file, "order");
     // What does not fit is refused as what is too large.
-    request.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
-    request.table = readTable(file, request.order);
+    request.rule.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
+    request.rule.table = readTable(file, request.rule.order);
     return request;
 }
 
@@ -161,34 +162,34 @@ void requireOurs(hid_t file, const std::string& name) {
 }
 
 Digest::Value identityOf(const Layout& layout) {
-    const Request& request = layout.request;
-    const std::int64_t order = request.order;
+    const pistonfield::Request& request = layout.request;
+    const std::int64_t order = request.rule.order;
     Digest digest;
-    digest.add(request.transform);
-    digest.add(std::array{request.l, request.s, request.k});
-    digest.add(request.sizes);
+    digest.add(request.lattice.transform);
+    digest.add(std::array{request.piston.height, request.piston.width, request.wave.wavenumber});
+    digest.add(request.lattice.sizes);
     digest.add(layout.box.first);
     digest.add(layout.box.size);
     digest.add(nameOf(request.mode));
     digest.add(std::span(&order, 1));
-    digest.add(request.table);
+    digest.add(request.rule.table);
     return digest.value();
 }
 
 void write(hid_t file, const Layout& layout) {
-    const Request& request = layout.request;
+    const pistonfield::Request& request = layout.request;
     attributes::write(file, "creator", std::string(creator));
     attributes::write(file, "version", revision());
     attributes::write(file, "format", format);
     attributes::write(file, "identity", text(identityOf(layout)));
-    attributes::write(file, "transform", request.transform, {4, 4});
-    attributes::write(file, "sizes", request.sizes, {3});
-    attributes::write(file, "l", request.l);
-    attributes::write(file, "s", request.s);
-    attributes::write(file, "k", request.k);
+    attributes::write(file, "transform", request.lattice.transform, {4, 4});
+    attributes::write(file, "sizes", request.lattice.sizes, {3});
+    attributes::write(file, "l", request.piston.height);
+    attributes::write(file, "s", request.piston.width);
+    attributes::write(file, "k", request.wave.wavenumber);
     attributes::write(file, "mode", std::string(nameOf(request.mode)));
-    attributes::write(file, "order", std::int64_t{request.order});
-    writeTable(file, request.table);
+    attributes::write(file, "order", std::int64_t{request.rule.order});
+    writeTable(file, request.rule.table);
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
     attributes::write(
@@ -248,12 +249,12 @@ Account readAccount(hid_t file) {
 }
 
 void seal(hid_t file) {
-    attributes::write(file, digestName, digestOf(file, readRequest(file).table), {2});
+    attributes::write(file, digestName, digestOf(file, readRequest(file).rule.table), {2});
 }
 
 void requireSealed(hid_t file, const Layout& layout) {
     const std::vector<std::uint64_t> stored = attributes::readUnsigned(file, digestName, {2});
-    const Digest::Value found = digestOf(file, layout.request.table);
+    const Digest::Value found = digestOf(file, layout.request.rule.table);
     if (!std::equal(stored.begin(), stored.end(), found.begin()) ||
         attributes::readText(file, "identity") != text(identityOf(layout)))
         throw std::runtime_error(

@@ -10,9 +10,9 @@
 #include <iostream>
 #include <vector>
 
+#include "field/Plan.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
-#include "run/Evaluation.h"
 #include "run/texts.h"
 
 namespace run {
@@ -20,10 +20,10 @@ namespace run {
 namespace {
 
 /// Seconds that a point takes, from points all over the field.
-double measuredSecondsPerPoint(const Layout& layout) {
+double measuredSecondsPerPoint(const Layout& layout, const pistonfield::Plan& plan,
+                               const pistonfield::Conduct& conduct) {
     constexpr std::int64_t places = 8;
     constexpr std::int64_t mostRows = 4;
-    const std::unique_ptr<Evaluation> evaluation = evaluationOf(layout.request);
     const Slabs slabs = layout.slabs();
     std::vector<std::byte> values(
         static_cast<std::size_t>(mostRows * layout.slabSizes[0] * layout.request.valueBytes()));
@@ -37,7 +37,7 @@ double measuredSecondsPerPoint(const Layout& layout) {
         box.size[1] = std::min(box.size[1], mostRows);
         box.size[2] = 1;
         const auto begin = std::chrono::steady_clock::now();
-        evaluation->fill(box, values.data());
+        plan.computeNative(box, values.data(), conduct);
         // The first one also wakes the processor.
         if (i == 0 && slabs.count() > 1) continue;
         time += std::chrono::steady_clock::now() - begin;
@@ -47,19 +47,16 @@ double measuredSecondsPerPoint(const Layout& layout) {
 }
 
 /// Seconds that a point takes in one process.
-double secondsPerPoint(const Layout& layout) {
-    if (isOnGpu(layout.request.mode)) return measuredSecondsPerPoint(layout);
+double secondsPerPoint(const Layout& layout, const pistonfield::Plan& plan) {
+    if (isOnGpu(layout.request.mode)) return measuredSecondsPerPoint(layout, plan, {});
     // Some of the places are large enough for several threads and some are not.
-    const unsigned threads = pistonfield::threadCount();
-    pistonfield::useThreads(1);
-    const double seconds = measuredSecondsPerPoint(layout);
-    pistonfield::useThreads(threads);
-    return seconds / std::min(threads, pistonfield::usableCores());
+    const double seconds = measuredSecondsPerPoint(layout, plan, {.threads = 1});
+    return seconds / std::min(pistonfield::threadCount(), pistonfield::usableCores());
 }
 
 /// Whether any point of a lattice lies behind the piston's plane.
 bool reachesBehind(const Layout& layout) {
-    const auto& transform = layout.request.transform;
+    const auto& transform = layout.request.lattice.transform;
     double lowest = transform[11] / transform[15];
     for (std::size_t i = 0; i < layout.box.size.size(); ++i) {
         const double step = transform[8 + i] / transform[15];
@@ -70,12 +67,10 @@ bool reachesBehind(const Layout& layout) {
     return lowest < 0;
 }
 
-/// What a process takes: two slabs, and on a device the positions and another copy.
-std::int64_t memoryOf(const Layout& layout) {
-    const auto& [x, y, z] = layout.slabSizes;
-    constexpr std::int64_t onDevice = 2 * 12 + 8;
-    return peakMemory() + 2 * layout.slabBytes() +
-           (layout.request.mode == pistonfield::Mode::cuda ? onDevice * x * y * z : 0);
+/// What a process takes: two slabs, and what the plan takes, whose device may be the process's too.
+std::int64_t memoryOf(const Layout& layout, const pistonfield::Plan& plan) {
+    const pistonfield::Cost cost = plan.cost({layout.box.first, layout.slabSizes});
+    return peakMemory() + 2 * layout.slabBytes() + cost.memory + cost.deviceMemory;
 }
 
 }  // namespace
@@ -90,16 +85,17 @@ std::int64_t peakMemory() {
 void printEstimate(const std::filesystem::path& output, const Layout& layout, std::int64_t missing,
                    int processes) {
     const auto& [x, y, z] = layout.box.size;
-    const double each = secondsPerPoint(layout);
+    const pistonfield::Plan plan(layout.request);
+    const double each = secondsPerPoint(layout, plan);
     const auto bytes = [](std::int64_t count) { return texts::bytes(static_cast<double>(count)); };
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
-              << nameOf(layout.request.mode) << ", order " << layout.request.order << "\n"
+              << nameOf(layout.request.mode) << ", order " << layout.request.rule.order << "\n"
               << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
               << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
-              << "memory  about " << bytes(memoryOf(layout)) << " in each process\n"
+              << "memory  about " << bytes(memoryOf(layout, plan)) << " in each process\n"
               << "time    about "
               << texts::duration(each * static_cast<double>(missing) / processes) << " in "
               << processes << (processes == 1 ? " process" : " processes") << ", at "

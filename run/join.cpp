@@ -83,7 +83,7 @@ class Gathering {
   private:
     void begin(const FieldFile& part, const Account& account) {
         whole = part.layout();
-        whole->box = whole->request.lattice();
+        whole->box = whole->request.lattice.box();
         total = account;
         total.seconds = 0;
         total.undefined = 0;

@@ -30,7 +30,8 @@ inline constexpr std::array<Option, 16> computeOptions{{
     {"s", 1, "LENGTH", fieldGroup, "the piston's side along x"},
     {"k", 1, "NUMBER", fieldGroup, "the wavenumber, in radians per unit of length"},
     {"mode", 1, "MODE", fieldGroup,
-     "cpu (double precision; the default), cpusp (single), or cuda (single, on a GPU)"},
+     "cpu (double precision; the default), cpusp (single), cuda (single, on a GPU), or cudadp "
+     "(double, but for roots, sines and cosines, on a GPU)"},
     {"order", 1, "NUMBER", fieldGroup, "abscissas of each edge integral; 10 by default"},
     {"table", 1, "RULE", fieldGroup,
      "in place of an order, a rule: abscissa, weight, abscissa ...; a text file of them, or in "

@@ -26,9 +26,9 @@ namespace {
 
 Layout layoutOf(const ComputeCommand& command) {
     checkComplete(command);
-    const Request& request = command.request;
-    Layout layout{request, request.lattice(), {}, command.magnitude};
-    if (command.part) layout.box = boxOf(*command.part, request.sizes);
+    const pistonfield::Request& request = command.request;
+    Layout layout{request, request.lattice.box(), {}, command.magnitude};
+    if (command.part) layout.box = boxOf(*command.part, request.lattice.sizes);
     layout.slabSizes = slabSizes(layout.box.size, command.slabPoints);
     return layout;
 }

@@ -46,16 +46,16 @@ void comment(const char* key, const auto& value) {
     line(key, value);
 }
 
-void showRequest(const Request& request) {
-    line("transform", rows(request.transform, 4));
-    line("sizes", list(request.sizes));
-    line("l", request.l);
-    line("s", request.s);
-    line("k", request.k);
+void showRequest(const pistonfield::Request& request) {
+    line("transform", rows(request.lattice.transform, 4));
+    line("sizes", list(request.lattice.sizes));
+    line("l", request.piston.height);
+    line("s", request.piston.width);
+    line("k", request.wave.wavenumber);
     line("mode", std::quoted(nameOf(request.mode)));
-    if (request.table.empty()) return line("order", request.order);
-    comment("order", request.order);
-    line("table", rows(request.table, 2));
+    if (request.rule.table.empty()) return line("order", request.rule.order);
+    comment("order", request.rule.order);
+    line("table", rows(request.rule.table, 2));
 }
 
 void showContents(const Layout& layout, const Account& account) {

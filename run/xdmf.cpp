@@ -40,7 +40,8 @@ struct Placing {
 
 Placing placingOf(const Layout& layout) {
     const auto element = [&](std::size_t row, std::size_t column) {
-        return layout.request.transform[4 * row + column] / layout.request.transform.back();
+        return layout.request.lattice.transform[4 * row + column] /
+               layout.request.lattice.transform.back();
     };
     Placing placing{{element(0, 3), element(1, 3), element(2, 3)}, {}, true};
     for (std::size_t i = 0; i < 3; ++i)

@@ -71,8 +71,7 @@ Emulator& emulator() {
 Emulator::Emulator() : devices(defaultDevices()), memoryLimit(defaultMemoryLimit()) {}
 
 Emulator::~Emulator() {
-    interceptor = nullptr;
-    static_cast<void>(threadExit());
+    while (!contexts.empty()) endContext(contexts.back());
 }
 
 std::vector<cudaDeviceProp> Emulator::defaultDevices() {
@@ -96,7 +95,7 @@ void Emulator::setDevices(std::vector<cudaDeviceProp> list) {
 void Emulator::registerModule(std::span<const void* const> entries,
                               std::span<const ConstantSymbol> symbols) {
     kernels.insert(kernels.end(), entries.begin(), entries.end());
-    for (const ConstantSymbol& symbol : symbols) constants.emplace(symbol.name, symbol);
+    for (const ConstantSymbol& symbol : symbols) constants.emplace(symbol.name, Constant{symbol});
 }
 
 void Emulator::unregisterModule(std::span<const void* const> entries,
@@ -107,7 +106,7 @@ void Emulator::unregisterModule(std::span<const void* const> entries,
     }
     for (const ConstantSymbol& symbol : symbols)
         std::erase_if(constants, [&symbol](const auto& named) {
-            return named.second.symbol == symbol.symbol;
+            return named.second.symbol.symbol == symbol.symbol;
         });
 }
 
@@ -124,10 +123,28 @@ cudaError_t Emulator::remember(cudaError_t status) noexcept {
     return status;
 }
 
-cudaError_t Emulator::enterContext() noexcept {
+cudaError_t Emulator::enterContext() {
     if (devices.empty()) return cudaErrorNoDevice;
-    contextExists = true;
+    const std::thread::id own = std::this_thread::get_id();
+    if (std::find(contexts.begin(), contexts.end(), own) == contexts.end()) contexts.push_back(own);
     return cudaSuccess;
+}
+
+void Emulator::endContext(std::thread::id owner) noexcept {
+    std::erase_if(allocations, [&](const auto& allocation) {
+        const auto& [address, block] = allocation;
+        if (block.owner != owner) return false;
+        allocatedBytes -= block.bytes;
+        ::operator delete(address, addressAlignment);
+        return true;
+    });
+    for (auto& [name, constant] : constants)
+        if (constant.writer == owner) {
+            std::memset(constant.symbol.symbol, 0, constant.symbol.bytes);
+            constant.writer = {};
+        }
+    std::erase(contexts, owner);
+    if (contexts.empty()) std::vector<std::thread::id>().swap(contexts);
 }
 
 cudaError_t Emulator::getDeviceCount(int* count) {
@@ -171,7 +188,8 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     std::unique_ptr<void, decltype(release)> memory(
         ::operator new(bytes, addressAlignment, std::nothrow), release);
     if (!memory) return remember(cudaErrorMemoryAllocation);
-    allocations.emplace(static_cast<std::byte*>(memory.get()), bytes);
+    allocations.emplace(static_cast<std::byte*>(memory.get()),
+                        Block{bytes, std::this_thread::get_id()});
     allocatedBytes += bytes;
     *address = memory.release();
     return cudaSuccess;
@@ -185,7 +203,7 @@ cudaError_t Emulator::free(void* address) {
     if (address == nullptr) return cudaSuccess;
     const auto found = allocations.find(static_cast<std::byte*>(address));
     if (found == allocations.end()) return remember(cudaErrorInvalidValue);
-    allocatedBytes -= found->second;
+    allocatedBytes -= found->second.bytes;
     allocations.erase(found);
     ::operator delete(address, addressAlignment);
     return cudaSuccess;
@@ -195,9 +213,9 @@ bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
     const auto* first = static_cast<const std::byte*>(address);
     auto after = allocations.upper_bound(first);
     if (after == allocations.begin()) return false;
-    const auto& [base, size] = *std::prev(after);
+    const auto& [base, block] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
-    return offset <= size && bytes <= size - offset;
+    return offset <= block.bytes && bytes <= block.bytes - offset;
 }
 
 cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
@@ -227,10 +245,12 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
     const auto [first, last] = constants.equal_range(name);
     if (first == last) return remember(cudaErrorInvalidSymbol);
     if (kind != cudaMemcpyHostToDevice) return remember(cudaErrorInvalidMemcpyDirection);
-    const std::size_t capacity = first->second.bytes;
+    const std::size_t capacity = first->second.symbol.bytes;
     if (offset > capacity || bytes > capacity - offset) return remember(cudaErrorInvalidValue);
-    for (auto named = first; named != last; ++named)
-        std::memcpy(static_cast<std::byte*>(named->second.symbol) + offset, from, bytes);
+    for (auto named = first; named != last; ++named) {
+        std::memcpy(static_cast<std::byte*>(named->second.symbol.symbol) + offset, from, bytes);
+        named->second.writer = std::this_thread::get_id();
+    }
     return cudaSuccess;
 }
 
@@ -296,12 +316,8 @@ cudaError_t Emulator::threadSynchronize() {
 cudaError_t Emulator::threadExit() {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::ThreadExit, "cudaThreadExit")) return remember(status);
-    for (const auto& [address, bytes] : allocations) ::operator delete(address, addressAlignment);
-    allocations.clear();
-    allocatedBytes = 0;
-    for (const auto& [name, constant] : constants) std::memset(constant.symbol, 0, constant.bytes);
+    endContext(std::this_thread::get_id());
     pending.reset();
-    contextExists = false;
     return remember(devices.empty() ? cudaErrorNoDevice : cudaSuccess);
 }
 

@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cuda_runtime/DeviceModule.h"
@@ -43,7 +44,9 @@ struct RuntimeCall {
 
 /// The emulation device: a device that is the CPU, with memory accounted to the byte.
 ///
-/// One host thread uses it at a time, as with the runtime's context that belongs to a thread.
+/// A context belongs to the host thread that made it, with the memory and the constants in it. One
+/// thread uses the device at a time; constants that two contexts have at once are those of the
+/// last one that wrote them.
 /// Host programs and tests configure it; without configuration it is one device of compute
 /// capability 9999.9999 whose memory is the machine's.
 class Emulator {
@@ -70,7 +73,8 @@ class Emulator {
 
     /// Bytes allocated on the device now.
     std::size_t liveBytes() const noexcept { return allocatedBytes; }
-    bool hasContext() const noexcept { return contextExists; }
+    /// Whether any thread has a context.
+    bool hasContext() const noexcept { return !contexts.empty(); }
     /// The device that `cudaSetDevice` chose last.
     int currentDevice() const noexcept { return chosenDevice; }
 
@@ -101,7 +105,18 @@ class Emulator {
     bool intercepted(cudaError_t& status, Operation operation, const char* name,
                      const Arguments&... arguments);
     cudaError_t remember(cudaError_t status) noexcept;
-    cudaError_t enterContext() noexcept;
+    /// A block of device memory.
+    struct Block {
+        std::size_t bytes;
+        std::thread::id owner;
+    };
+    struct Constant {
+        ConstantSymbol symbol;
+        std::thread::id writer{};
+    };
+
+    cudaError_t enterContext();
+    void endContext(std::thread::id owner) noexcept;
     bool isDeviceRange(const void* address, std::size_t bytes) const;
     cudaError_t runPending(const KernelImage& image) const;
     void runThreads(const KernelImage& image, std::int64_t threads) const;
@@ -109,12 +124,12 @@ class Emulator {
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;
     Interceptor interceptor;
-    std::multimap<std::string, ConstantSymbol, std::less<>> constants;
+    std::multimap<std::string, Constant, std::less<>> constants;
     std::vector<const void*> kernels;
 
     int chosenDevice = 0;
-    bool contextExists = false;
-    std::map<std::byte*, std::size_t, std::less<>> allocations;
+    std::vector<std::thread::id> contexts;
+    std::map<std::byte*, Block, std::less<>> allocations;
     std::size_t allocatedBytes = 0;
     std::optional<PendingCall> pending;
     cudaError_t lastError = cudaSuccess;

@@ -15,6 +15,7 @@
 #include <set>
 #include <vector>
 
+#include "core/limits.h"
 #include "reference/Legendre.h"
 
 namespace {
@@ -55,7 +56,7 @@ TEST(LegendreCompute, EqualsTheRuleInHigherPrecision) {
 
 // Of the nodes, those nearest to 1 suffer first from a guess that is off.
 TEST(LegendreCompute, IsAccurateUpToTheLargestAccurateOrder) {
-    for (const int order : {16383, 16384, 17001, largestAccurateOrder}) {
+    for (const int order : {16383, 16384, 17001, pistonfield::largestAccurateOrder}) {
         const Rule rule(order);
         for (const int i : {1, 2, 3, 4, 10, 100, order / 4, order / 2}) {
             const auto [node, weight] = reference::legendreNode(order, i);

@@ -303,4 +303,24 @@ TEST_F(EmulatorTest, WordsItsErrorsAsTheRuntimeDoes) {
     EXPECT_STREQ(cudaGetErrorString(static_cast<cudaError_t>(12345)), "unrecognized error code");
 }
 
+TEST_F(EmulatorTest, EndsTheContextOfTheCallingThreadAlone) {
+    const std::array<float, 1> one{1};
+    void* memory = nullptr;
+    ASSERT_EQ(cudaMalloc(&memory, 64), cudaSuccess);
+    ASSERT_EQ(cudaMemcpyToSymbol("global_array", one.data(), sizeof one), cudaSuccess);
+    std::jthread([] {
+        void* own = nullptr;
+        EXPECT_EQ(cudaMalloc(&own, 32), cudaSuccess);
+        EXPECT_EQ(emulator().liveBytes(), 96U);
+        EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    }).join();
+    EXPECT_TRUE(emulator().hasContext());
+    EXPECT_EQ(emulator().liveBytes(), 64U);
+    EXPECT_EQ(constantArray[0], 1);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_FALSE(emulator().hasContext());
+    EXPECT_EQ(emulator().liveBytes(), 0U);
+    EXPECT_EQ(constantArray[0], 0);
+}
+
 }  // namespace

@@ -44,13 +44,14 @@ foreach(architecture 75 80 90 120)
 endforeach()
 
 # The positions are rounded as the CPU's: additions that name their rounding are not fused with the
-# products before them. Four kernels have three coordinates of three additions each.
+# products before them. PLACING kernels have three coordinates of three additions each.
+math(EXPR placing_additions "9 * ${PLACING}")
 execute_process(
   COMMAND ${NVCC} -std=c++17 -arch=sm_90 -ptx -I${INCLUDE} -o - ${SOURCE}
   OUTPUT_VARIABLE code COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "add\\.rn\\.f(32|64)" additions "${code}")
 list(LENGTH additions addition_count)
-if(addition_count LESS 36)
-  message(SEND_ERROR "${addition_count} of at least 36 additions are kept from being fused")
+if(addition_count LESS placing_additions)
+  message(SEND_ERROR "${addition_count} of at least ${placing_additions} additions are kept from being fused")
 endif()
 message("${addition_count} additions are kept from being fused")

@@ -10,7 +10,7 @@
 
 #include "run/readText.h"
 #include "run/revision.h"
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {
@@ -51,12 +51,12 @@ Words complete(const Words& more = {}) {
     return words;
 }
 
-void expectTheField(const run::Request& request) {
-    EXPECT_EQ(request.transform, transform);
-    EXPECT_THAT(request.sizes, ElementsAre(100, 90, 70));
-    EXPECT_EQ(request.l, 5e-3);
-    EXPECT_EQ(request.s, 7.5e-3);
-    EXPECT_EQ(request.k, 4188.79);
+void expectTheField(const pistonfield::Request& request) {
+    EXPECT_EQ(request.lattice.transform, transform);
+    EXPECT_THAT(request.lattice.sizes, ElementsAre(100, 90, 70));
+    EXPECT_EQ(request.piston.height, 5e-3);
+    EXPECT_EQ(request.piston.width, 7.5e-3);
+    EXPECT_EQ(request.wave.wavenumber, 4188.79);
 }
 
 // --- a field to compute
@@ -65,8 +65,8 @@ TEST(CommandLine, HasAFieldAndTheUsualWork) {
     const ComputeCommand command = computing(complete());
     expectTheField(command.request);
     EXPECT_EQ(command.request.mode, Mode::cpu);
-    EXPECT_EQ(command.request.order, 10);
-    EXPECT_THAT(command.request.table, testing::IsEmpty());
+    EXPECT_EQ(command.request.rule.order, 10);
+    EXPECT_THAT(command.request.rule.table, testing::IsEmpty());
     EXPECT_EQ(command.output, "field.h5");
     EXPECT_THAT(command.given,
                 ElementsAre(Pair("k", "-k"), Pair("l", "-l"), Pair("s", "-s"),
@@ -85,7 +85,7 @@ TEST(CommandLine, ChangesTheUsualWork) {
         computing(complete({"--mode", "cpusp", "--order", "32", "--slab", "1000", "--threads", "3",
                             "--compress", "4", "--resume", "--estimate", "--no-magnitude"}));
     EXPECT_EQ(command.request.mode, Mode::cpusp);
-    EXPECT_EQ(command.request.order, 32);
+    EXPECT_EQ(command.request.rule.order, 32);
     EXPECT_EQ(command.slabPoints, 1000);
     EXPECT_EQ(command.threads, 3U);
     EXPECT_EQ(command.deflate, 4);
@@ -173,14 +173,14 @@ struct CommandFiles : testing::Test {
 
 TEST_F(CommandFiles, TableIsTheRule) {
     const ComputeCommand command = computing(complete({"--table", file("-0.5 1e0\n 0.5\t1\n")}));
-    EXPECT_THAT(command.request.table, ElementsAre(-0.5, 1, 0.5, 1));
-    EXPECT_EQ(command.request.order, 2);
+    EXPECT_THAT(command.request.rule.table, ElementsAre(-0.5, 1, 0.5, 1));
+    EXPECT_EQ(command.request.rule.order, 2);
     EXPECT_TRUE(command.given.contains("table"));
     EXPECT_FALSE(command.given.contains("order"));
 }
 
 TEST_F(CommandFiles, TableMayStandInTheOptionItself) {
-    EXPECT_THAT(computing(complete({"--table", " -0.5 1e0  .5 1 "})).request.table,
+    EXPECT_THAT(computing(complete({"--table", " -0.5 1e0  .5 1 "})).request.rule.table,
                 ElementsAre(-0.5, 1, 0.5, 1));
 }
 
@@ -233,7 +233,7 @@ TEST_F(CommandFiles, RequestHasWhatTheCommandLineHas) {
     const ComputeCommand command = computing({"--request", file(toml)});
     expectTheField(command.request);
     EXPECT_EQ(command.request.mode, Mode::cpusp);
-    EXPECT_EQ(command.request.order, 12);
+    EXPECT_EQ(command.request.rule.order, 12);
     EXPECT_EQ(command.part, (Part{2, 3}));
     EXPECT_EQ(command.output, "field.part-2-of-3.h5");
     EXPECT_EQ(command.slabPoints, 1000);
@@ -247,33 +247,34 @@ TEST_F(CommandFiles, RequestNamesATable) {
     setContents(folder / "rule.txt", "0 2");
     const ComputeCommand command = computing(
         {"--request", file("table = \"" + (folder / "rule.txt").string() + "\"\n"), "f.h5"});
-    EXPECT_THAT(command.request.table, ElementsAre(0, 2));
+    EXPECT_THAT(command.request.rule.table, ElementsAre(0, 2));
     EXPECT_TRUE(command.given.contains("table"));
 }
 
 TEST_F(CommandFiles, CommandLineCountsBeforeTheRequest) {
     const ComputeCommand command =
         computing({"--request", file(toml), "--order", "7", "--part", "1/2", "other.h5"});
-    EXPECT_EQ(command.request.order, 7);
+    EXPECT_EQ(command.request.rule.order, 7);
     EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_EQ(command.output, "other.part-1-of-2.h5");
 }
 
 TEST_F(CommandFiles, RequestMayHaveATableInPlace) {
     for (const char* text : {"table = [0, 2]\n", "table = \"0 2\"\n"})
-        EXPECT_THAT(computing({"--request", file(text), "f.h5"}).request.table, ElementsAre(0, 2));
+        EXPECT_THAT(computing({"--request", file(text), "f.h5"}).request.rule.table,
+                    ElementsAre(0, 2));
 }
 
 TEST_F(CommandFiles, RuleOfTheCommandLineCountsBeforeAnyOfTheRequest) {
     const ComputeCommand table =
         computing({"--request", file("order = 12\n"), "--table", "0 2", "f.h5"});
-    EXPECT_THAT(table.request.table, ElementsAre(0, 2));
-    EXPECT_EQ(table.request.order, 1);
+    EXPECT_THAT(table.request.rule.table, ElementsAre(0, 2));
+    EXPECT_EQ(table.request.rule.order, 1);
     EXPECT_THAT(table.given, ElementsAre(Pair("table", "--table")));
     const ComputeCommand order =
         computing({"--request", file("table = \"0 2\"\n"), "--order", "12", "f.h5"});
-    EXPECT_THAT(order.request.table, testing::IsEmpty());
-    EXPECT_EQ(order.request.order, 12);
+    EXPECT_THAT(order.request.rule.table, testing::IsEmpty());
+    EXPECT_EQ(order.request.rule.order, 12);
 }
 
 TEST_F(CommandFiles, RequestIsRefusedWithTheLine) {
@@ -319,7 +320,7 @@ TEST_F(CommandFiles, RequestThatIsNoTomlIsRefusedWithTheLine) {
 TEST_F(CommandFiles, RequestMayHaveAByteOrderMarkAndOtherLineEnds) {
     const ComputeCommand command =
         computing({"--request", file("\xef\xbb\xbfk = 0.1\r\nmode = \"cpusp\"\r\n"), "f.h5"});
-    EXPECT_EQ(command.request.k, 0.1);
+    EXPECT_EQ(command.request.wave.wavenumber, 0.1);
     EXPECT_EQ(command.request.mode, Mode::cpusp);
     EXPECT_THAT(command.given.at("mode"), testing::EndsWith(":2: mode"));
 }
@@ -329,8 +330,8 @@ TEST_F(CommandFiles, RequestMayHaveLinesOfAnyLength) {
     for (int i = 0; i < 16000; ++i) rule += "0.12345678901234567, 0.12345678901234567, ";
     const ComputeCommand command = computing(
         {"--request", file(rule + "]" + std::string(1'000'000, ' ') + "\nk = 1\n"), "f.h5"});
-    EXPECT_EQ(command.request.order, 16000);
-    EXPECT_EQ(command.request.k, 1);
+    EXPECT_EQ(command.request.rule.order, 16000);
+    EXPECT_EQ(command.request.wave.wavenumber, 1);
 }
 
 TEST_F(CommandFiles, RequestIsCheckedWithTheLine) {
@@ -340,7 +341,7 @@ TEST_F(CommandFiles, RequestIsCheckedWithTheLine) {
     const ComputeCommand command = computing({"--request", name, "f.h5"});
     EXPECT_EQ(refused([&] { checkComplete(command); }),
               name + ":5: k: must be a wavenumber above 0");
-    run::Request other;
+    pistonfield::Request other;
     EXPECT_EQ(contradiction(command, other), name + ":1: transform");
 }
 
@@ -534,33 +535,33 @@ TEST(Contradiction, IsTheFirstOptionOfAnotherValue) {
     const ComputeCommand command = computing(complete({"--mode", "cpusp", "--order", "32"}));
     EXPECT_EQ(contradiction(command, command.request), std::nullopt);
     const auto after = [&](auto change) {
-        run::Request other = command.request;
+        pistonfield::Request other = command.request;
         change(other);
         return contradiction(command, other);
     };
-    EXPECT_EQ(after([](auto& r) { r.transform[12] = 1; }), "--transform");
-    EXPECT_EQ(after([](auto& r) { r.sizes[2] = 1; }), "--sizes");
-    EXPECT_EQ(after([](auto& r) { r.l = 1; }), "-l");
-    EXPECT_EQ(after([](auto& r) { r.s = 1; }), "-s");
-    EXPECT_EQ(after([](auto& r) { r.k = 1; }), "-k");
+    EXPECT_EQ(after([](auto& r) { r.lattice.transform[12] = 1; }), "--transform");
+    EXPECT_EQ(after([](auto& r) { r.lattice.sizes[2] = 1; }), "--sizes");
+    EXPECT_EQ(after([](auto& r) { r.piston.height = 1; }), "-l");
+    EXPECT_EQ(after([](auto& r) { r.piston.width = 1; }), "-s");
+    EXPECT_EQ(after([](auto& r) { r.wave.wavenumber = 1; }), "-k");
     EXPECT_EQ(after([](auto& r) { r.mode = Mode::cpu; }), "--mode");
-    EXPECT_EQ(after([](auto& r) { r.order = 31; }), "--order");
-    EXPECT_EQ(after([](auto& r) { r.table.assign(64, 0); }), "--order");
+    EXPECT_EQ(after([](auto& r) { r.rule.order = 31; }), "--order");
+    EXPECT_EQ(after([](auto& r) { r.rule.table.assign(64, 0); }), "--order");
 }
 
 TEST(Contradiction, IsNoneWithAnOptionThatWasNotGiven) {
-    run::Request other;
+    pistonfield::Request other;
     other.mode = Mode::cuda;
-    other.order = 99;
+    other.rule.order = 99;
     EXPECT_EQ(contradiction(computing({"f.h5"}), other), std::nullopt);
 }
 
 TEST_F(CommandFiles, TableContradictsAnother) {
     const ComputeCommand command = computing({"--table", file("0 2"), "f.h5"});
-    run::Request other;
-    other.table = {0, 1.5};
+    pistonfield::Request other;
+    other.rule.table = {0, 1.5};
     EXPECT_EQ(contradiction(command, other), "--table");
-    other.table = {0, 2};
+    other.rule.table = {0, 2};
     EXPECT_EQ(contradiction(command, other), std::nullopt);
 }
 
@@ -648,11 +649,11 @@ TEST(CommandLine, RepeatsNumbersAsTheyWereGiven) {
 
 TEST(CommandLine, TakesNumbersInEveryFormThatPeopleWrite) {
     for (const char* k : {"-k=3000", "-k3000", "-k=3e3", "-k=+3000"})
-        EXPECT_EQ(computing({k, "f.h5"}).request.k, 3000) << k;
-    EXPECT_EQ(computing({"-k", "-.5", "f.h5"}).request.k, -.5);
-    EXPECT_EQ(computing({"-k", "-inf", "f.h5"}).request.k,
+        EXPECT_EQ(computing({k, "f.h5"}).request.wave.wavenumber, 3000) << k;
+    EXPECT_EQ(computing({"-k", "-.5", "f.h5"}).request.wave.wavenumber, -.5);
+    EXPECT_EQ(computing({"-k", "-inf", "f.h5"}).request.wave.wavenumber,
               -std::numeric_limits<double>::infinity());
-    EXPECT_THAT(computing({"--sizes", "010", "08", "+7", "f.h5"}).request.sizes,
+    EXPECT_THAT(computing({"--sizes", "010", "08", "+7", "f.h5"}).request.lattice.sizes,
                 ElementsAre(10, 8, 7));
 }
 

@@ -11,7 +11,7 @@
 #include "run/FieldFile.h"
 #include "run/attributes.h"
 #include "tests/run/FieldFiles.h"
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 
 namespace {
 
@@ -170,8 +170,8 @@ TEST_F(DamagedFiles, InWhichAnythingElseIsSaidAreRefused) {
 
 TEST_F(DamagedFiles, WithAnotherTableAreRefused) {
     run::Layout layout = smallLayout();
-    layout.request.order = 2;
-    layout.request.table = {-0.5, 1, 0.5, 1};
+    layout.request.rule.order = 2;
+    layout.request.rule.table = {-0.5, 1, 0.5, 1};
     FieldFile::create(path, layout);
     {
         const File file(H5Fopen(path.c_str(), H5F_ACC_RDWR, H5P_DEFAULT), "file");
@@ -185,7 +185,7 @@ TEST_F(DamagedFiles, WithAnotherTableAreRefused) {
 TEST_F(DamagedFiles, WithFiguresOfNoFieldAreRefused) {
     EXPECT_EQ(refusalWith("l", -1.0), " is damaged: l: must be a length above 0");
     EXPECT_EQ(refusalWith("mode", std::string("fast")),
-              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda");
+              " is damaged: mode: 'fast' is none of cpu, cpudp, cpusp, cuda, cudadp");
     EXPECT_EQ(refusalWith("sizes", Integers{7, 5, 0}),
               " is damaged: sizes: each must be 1 or more");
     for (const std::int64_t order :

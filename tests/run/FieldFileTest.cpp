@@ -80,8 +80,8 @@ TEST_F(FieldFiles, KeepsItsLayout) {
 
 TEST_F(FieldFiles, KeepsTheTableOfTheLargestOrder) {
     Layout layout = smallLayout();
-    layout.request.order = 16383;
-    for (int i = 0; i < 2 * 16383; ++i) layout.request.table.push_back(1 / (1.5 + i));
+    layout.request.rule.order = 16383;
+    for (int i = 0; i < 2 * 16383; ++i) layout.request.rule.table.push_back(1 / (1.5 + i));
     FieldFile::create(path, layout);
     expectSame(FieldFile(path, Access::read).layout(), layout);
 }
@@ -102,11 +102,11 @@ TEST_F(FieldFiles, CountsTheBytesOfItsSlabs) {
 
 TEST_F(FieldFiles, CountsMoreBytesThan63Bits) {
     Layout layout = smallLayout();
-    layout.request.sizes = {1 << 29, 1 << 29, 1};
-    layout.box = layout.request.lattice();
+    layout.request.lattice.sizes = {1 << 29, 1 << 29, 1};
+    layout.box = layout.request.lattice.box();
     layout.slabSizes = {1 << 12, 1 << 6, 1};
     EXPECT_EQ(layout.bytes(), std::ldexp(20, 58));
-    layout.request.sizes[2] = layout.box.size[2] = 2;
+    layout.request.lattice.sizes[2] = layout.box.size[2] = 2;
     EXPECT_EQ(layout.bytes(), std::ldexp(20, 59));
 }
 
@@ -389,8 +389,8 @@ H5O_hdr_info_t header(const std::filesystem::path& path, haddr_t& address) {
 
 TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
     Layout layout = smallLayout("cuda");
-    layout.request.order = 3;
-    layout.request.table = {1, 2, 3, 4, 5, 6};
+    layout.request.rule.order = 3;
+    layout.request.rule.table = {1, 2, 3, 4, 5, 6};
     FieldFile::create(path, layout);
     for (int i = 0; i < 100; ++i) {
         FieldFile file(path, Access::write);
@@ -469,7 +469,7 @@ struct JoinedFiles : FieldFiles {
         Layout part = layout;
         std::vector<run::JoinedPart> parts;
         for (const std::int64_t number : {1, 2}) {
-            part.box = run::boxOf({number, 2}, layout.request.sizes);
+            part.box = run::boxOf({number, 2}, layout.request.lattice.sizes);
             const std::string name = "part-" + std::to_string(number) + ".h5";
             FieldFile::create(folder / name, part);
             FieldFile file(folder / name, Access::write);

@@ -9,24 +9,13 @@
 #include <vector>
 
 #include "run/FieldFile.h"
+#include "tests/field/smallRequest.h"
 #include "tests/support/TemporaryFolder.h"
 
-/// A request and a layout with slabs of several sizes.
-inline run::Request smallRequest(const std::string& mode = "cpu") {
-    run::Request request;
-    request.transform = {0.05, 0, 0, -0.3, 0, 0.07, 0, -0.4, 0, 0, 0.3, 0.1, 0, 0, 0, 2};
-    request.sizes = {7, 5, 4};
-    request.l = 1.3;
-    request.s = 0.9;
-    request.k = 7.1;
-    request.mode = run::modeCalled(mode);
-    request.order = 6;
-    return request;
-}
-
+/// A layout with slabs of several sizes.
 inline run::Layout smallLayout(const std::string& mode = "cpu", bool magnitude = true) {
-    const run::Request request = smallRequest(mode);
-    return {request, request.lattice(), {4, 3, 2}, magnitude};
+    const pistonfield::Request request = smallRequest(mode);
+    return {request, request.lattice.box(), {4, 3, 2}, magnitude};
 }
 
 /// Values that say where they belong.

@@ -10,7 +10,7 @@
 #include <array>
 #include <csignal>
 
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include "field/Plan.h"
 #include "run/SlabValues.h"
 #include "tests/run/FieldFiles.h"
 
@@ -10,11 +11,12 @@ inline void createFilled(const std::filesystem::path& path, const run::Layout& l
     using run::FieldFile;
     FieldFile::create(path, layout);
     FieldFile file(path, FieldFile::Access::write);
-    const auto evaluation = evaluationOf(layout.request);
+    const pistonfield::Plan plan(layout.request);
     const run::Slabs slabs = layout.slabs();
     run::SlabValues values(layout);
     for (std::int64_t i = 0; i < slabs.count(); ++i) {
-        values.compute(*evaluation, slabs.slab(i));
+        values.compute([&](const LatticeBox& box, void* to) { plan.computeNative(box, to); },
+                       slabs.slab(i));
         values.write(file, slabs.slab(i));
         file.record(i, values.record(slabs.slab(i)));
     }

@@ -27,9 +27,9 @@ std::vector<char> bytesOf(const std::vector<std::complex<T>>& values) {
 }
 
 /// Gives out bytes that were set, whatever the box.
-struct Bytes : run::Evaluation {
+struct Bytes {
     explicit Bytes(std::vector<char> bytes) : bytes(std::move(bytes)) {}
-    void fill(const LatticeBox& /*box*/, void* values) override {
+    void operator()(const LatticeBox& /*box*/, void* values) const {
         std::memcpy(values, bytes.data(), bytes.size());
     }
     std::vector<char> bytes;

@@ -11,7 +11,7 @@
 #include <chrono>
 #include <set>
 
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace {

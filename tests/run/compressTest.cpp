@@ -11,7 +11,7 @@
 
 #include "run/headCopy.h"
 #include "tests/run/FilledFile.h"
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 
 namespace {
 
@@ -63,8 +63,8 @@ TEST_F(CompressedFiles, HaveTheSameFieldBitForBit) {
 TEST_F(CompressedFiles, AreSmaller) {
     run::Layout layout = smallLayout();
     // On the axis: all points of a layer have one value.
-    layout.request.transform = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6, 1, 0, 0, 0, 1};
-    layout.request.sizes = layout.box.size = {32, 32, 32};
+    layout.request.lattice.transform = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1e-6, 1, 0, 0, 0, 1};
+    layout.request.lattice.sizes = layout.box.size = {32, 32, 32};
     layout.slabSizes = {32, 32, 8};
     createFilled(path, layout);
     const auto before = std::filesystem::file_size(path);

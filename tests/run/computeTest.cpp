@@ -11,8 +11,8 @@
 #include "run/commands.h"
 #include "run/options.h"
 #include "tests/run/FilledFile.h"
-#include "tests/run/Refused.h"
 #include "tests/support/Captured.h"
+#include "tests/support/Refused.h"
 
 namespace {
 
@@ -47,9 +47,9 @@ struct Commands : FieldFiles {
 
     /// The field, evaluated at once.
     static Values field() {
-        const run::Request request = smallRequest();
+        const pistonfield::Request request = smallRequest();
         Values values(140);
-        evaluationOf(request)->fill(request.lattice(), values.data());
+        pistonfield::Plan(request).compute(request.lattice.box(), values.data());
         return values;
     }
 
@@ -140,7 +140,7 @@ TEST_F(Commands, ComputeDoesNotGoOnWithAnotherField) {
     compute(command);
     const std::string before = contents(path);
     command.resume = true;
-    command.request.k = 7;
+    command.request.wave.wavenumber = 7;
     EXPECT_EQ(compute(command),
               "-k differs from the request that " + path.string() + " was begun with");
     EXPECT_TRUE(contents(path) == before);
@@ -155,7 +155,7 @@ TEST_F(Commands, ComputeCompressesACompleteField) {
 }
 
 TEST_F(Commands, ComputeRefusesWhatHasNoField) {
-    command.request.l = 0;
+    command.request.piston.height = 0;
     EXPECT_EQ(compute(command), "-l: must be a length above 0");
     command.given.erase("l");
     EXPECT_EQ(compute(command),
@@ -197,7 +197,7 @@ TEST_F(PartFiles, ThatDoNotMakeAFieldAreRefused) {
     EXPECT_EQ(join({parts[0], parts[2]}), "parts are missing: 35 points are in none");
     EXPECT_EQ(join({parts[0], parts[1], parts[0]}), parts[0].string() + " overlaps with part-1.h5");
     run::Layout other = smallLayout();
-    other.request.k = 1;
+    other.request.wave.wavenumber = 1;
     createFilled(folder / "other.h5", other);
     EXPECT_EQ(join({parts[0], folder / "other.h5"}),
               (folder / "other.h5").string() + " belongs to another field");
@@ -246,7 +246,7 @@ TEST_F(Extraction, IsABox) {
     extraction.size = {3, 2, 2};
     EXPECT_EQ(extract(), "");
     Values expected(12);
-    evaluationOf(smallRequest())->fill({{2, 1, 1}, {3, 2, 2}}, expected.data());
+    pistonfield::Plan(smallRequest()).compute({{2, 1, 1}, {3, 2, 2}}, expected.data());
     EXPECT_EQ(extracted(), expected);
 }
 

@@ -7,7 +7,7 @@
 #include <map>
 #include <string>
 
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 
 namespace {
 

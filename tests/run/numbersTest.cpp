@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 
 namespace {
 

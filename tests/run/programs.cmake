@@ -34,7 +34,7 @@ target_link_libraries(print_rule PRIVATE pistonfield pistonfield_options)
 
 set(modes cpu cpusp)
 if(PISTONFIELD_BACKEND STREQUAL "emulated")
-  list(APPEND modes cuda)
+  list(APPEND modes cuda cudadp)
 endif()
 list(JOIN modes " " modes)
 set(environment

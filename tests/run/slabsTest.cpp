@@ -8,8 +8,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "tests/run/Refused.h"
 #include "tests/support/RandomPoints.h"
+#include "tests/support/Refused.h"
 
 namespace {
 

@@ -6,13 +6,11 @@ pistonfield_test(run_test
   CommandTest.cpp
   DamagedFilesTest.cpp
   DigestTest.cpp
-  EvaluationTest.cpp
   FieldFileTest.cpp
   FileLockTest.cpp
   InterruptionTest.cpp
   ProgressTest.cpp
   ReadingGuardTest.cpp
-  RequestTest.cpp
   SilenceTest.cpp
   SlabValuesTest.cpp
   TemporaryFileTest.cpp
@@ -24,6 +22,3 @@ pistonfield_test(run_test
   textsTest.cpp
   xdmfTest.cpp)
 target_link_libraries(run_test PRIVATE pistonfield_run_parts PkgConfig::XXHASH)
-if(PISTONFIELD_BACKEND STREQUAL "emulated")
-  target_sources(run_test PRIVATE DeviceEvaluationTest.cpp)
-endif()

@@ -9,8 +9,8 @@
 #include <sstream>
 
 #include "tests/run/FieldFiles.h"
-#include "tests/run/Refused.h"
 #include "tests/support/Captured.h"
+#include "tests/support/Refused.h"
 
 namespace {
 
@@ -89,7 +89,7 @@ TEST_F(ViewerFiles, PlaceAPartWhereItIsInTheLattice) {
 
 TEST_F(ViewerFiles, PlaceATurnedLatticeInItsOwnFrame) {
     run::Layout layout = smallLayout();
-    layout.request.transform = {3, 0, 0, 7, 4, 0, 0, 7, 0, 12, -5, 7, 0, 0, 0, 1};
+    layout.request.lattice.transform = {3, 0, 0, 7, 4, 0, 0, 7, 0, 12, -5, 7, 0, 0, 0, 1};
     layout.box = {{0, 2, 0}, {7, 3, 4}};
     const std::string xml = written(layout);
     EXPECT_TRUE(isWellFormed(xml));
@@ -100,7 +100,7 @@ TEST_F(ViewerFiles, PlaceATurnedLatticeInItsOwnFrame) {
 
 TEST_F(ViewerFiles, TakeDirectionsAgainstTheAxesForTurned) {
     run::Layout layout = smallLayout();
-    layout.request.transform[0] = -0.05;
+    layout.request.lattice.transform[0] = -0.05;
     EXPECT_THAT(written(layout), HasSubstr("frame"));
 }
 
@@ -122,7 +122,7 @@ TEST_F(ViewerFiles, AreNotWrittenForNamesThatViewersCut) {
 TEST_F(ViewerFiles, AreReplacedByLaterOnes) {
     const std::string before = written(smallLayout());
     run::Layout layout = smallLayout();
-    layout.request.transform[0] = 1;
+    layout.request.lattice.transform[0] = 1;
     EXPECT_NE(written(layout), before);
     setContents(path.string() + ".xdmf", "");
     EXPECT_EQ(written(smallLayout()), before);

@@ -20,10 +20,14 @@
 #include <core/Grid3DR.h>
 #include <core/LatticeBox.h>
 #include <core/MMatrix.h>
+#include <core/Mode.h>
 #include <core/Vector.h>
 #include <core/cuda_init.h>
 #include <core/cudahelper.h>
+#include <core/limits.h>
 #include <cuda_runtime/runtime.h>
+#include <field/Plan.h>
+#include <field/Request.h>
 #include <parallel/threads.h>
 
 #include <array>
@@ -63,6 +67,17 @@ std::complex<double> onCpu() {
     return {re, im};
 }
 
+std::complex<double> byPlan() {
+    pistonfield::Request request;
+    request.piston = {.width = s, .height = l};
+    request.wave = {.wavenumber = k};
+    request.lattice = {transform, {1, 1, 1}};
+    request.rule.order = 32;
+    std::complex<double> value;
+    pistonfield::Plan(request).compute(request.lattice.box(), &value);
+    return value;
+}
+
 std::complex<double> onDevice() {
     const CudaDeviceThread device;
     setCudaIntegratorParameters("RectangularPiston", 32);
@@ -82,6 +97,7 @@ bool agrees(const char* where, std::complex<double> p) {
 int main() {
     pistonfield::useThreads(2);
     const bool cpu = agrees("cpu", onCpu());
+    const bool plan = agrees("plan", byPlan());
     const bool device = agrees("device", onDevice());
-    return cpu && device ? 0 : 1;
+    return cpu && plan && device ? 0 : 1;
 }

@@ -1,20 +1,20 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/Request.h"
+#include "field/Request.h"
 
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
 
-#include "tests/run/FieldFiles.h"
-#include "tests/run/Refused.h"
+#include "tests/field/smallRequest.h"
+#include "tests/support/Refused.h"
 
 namespace {
 
 using pistonfield::Mode;
 
-using run::Request;
+using pistonfield::Request;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double infinity = std::numeric_limits<double>::infinity();
@@ -27,7 +27,7 @@ std::string refusal(const std::function<void(Request&)>& change) {
 }
 
 TEST(Request, WithAFieldIsAccepted) {
-    for (const char* mode : {"cpu", "cpudp", "cpusp", "cuda"})
+    for (const char* mode : {"cpu", "cpudp", "cpusp", "cuda", "cudadp"})
         EXPECT_NO_THROW(check(smallRequest(mode)));
 }
 
@@ -36,36 +36,38 @@ TEST(Request, KnowsThePrecisionOfItsMode) {
     EXPECT_EQ(smallRequest("cpudp").valueBytes(), 16);
     EXPECT_EQ(smallRequest("cpusp").valueBytes(), 8);
     EXPECT_EQ(smallRequest("cuda").valueBytes(), 8);
+    EXPECT_EQ(smallRequest("cudadp").valueBytes(), 16);
 }
 
 TEST(Request, OfAModeThatIsNoneIsRefused) {
-    EXPECT_EQ(refused([] { run::modeCalled("gpu"); }),
-              "mode: 'gpu' is none of cpu, cpudp, cpusp, cuda");
-    EXPECT_EQ(refusal([](Request& r) { r.mode = Mode::cudadp; }),
-              "mode: cudadp fields cannot be cut without a difference in rounding; take cpu");
+    EXPECT_EQ(refused([] { pistonfield::modeCalled("gpu"); }),
+              "mode: 'gpu' is none of cpu, cpudp, cpusp, cuda, cudadp");
 }
 
 TEST(Request, OfATransformWithoutPositionsIsRefused) {
     for (const double odd : {nan, infinity, -infinity})
-        EXPECT_EQ(refusal([=](Request& r) { r.transform[5] = odd; }),
+        EXPECT_EQ(refusal([=](Request& r) { r.lattice.transform[5] = odd; }),
                   "transform: every number must be finite");
-    EXPECT_EQ(refusal([](Request& r) { r.transform[15] = 0; }),
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.transform[15] = 0; }),
               "transform: the last number must not be 0");
-    EXPECT_EQ(refusal([](Request& r) { r.transform[15] = -1; }), "no failure");
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.transform[15] = -1; }), "no failure");
 }
 
 TEST(Request, OfAPistonWithoutAreaOrWavesIsRefused) {
     for (const double odd : {0.0, -1.0, nan, infinity}) {
-        EXPECT_EQ(refusal([=](Request& r) { r.l = odd; }), "l: must be a length above 0");
-        EXPECT_EQ(refusal([=](Request& r) { r.s = odd; }), "s: must be a length above 0");
-        EXPECT_EQ(refusal([=](Request& r) { r.k = odd; }), "k: must be a wavenumber above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.piston.height = odd; }),
+                  "height: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.piston.width = odd; }),
+                  "width: must be a length above 0");
+        EXPECT_EQ(refusal([=](Request& r) { r.wave.wavenumber = odd; }),
+                  "wavenumber: must be a wavenumber above 0");
     }
 }
 
 TEST(Request, WithoutPointsIsRefused) {
     for (std::size_t i = 0; i < 3; ++i)
         for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN})
-            EXPECT_EQ(refusal([=](Request& r) { r.sizes.at(i) = size; }),
+            EXPECT_EQ(refusal([=](Request& r) { r.lattice.sizes.at(i) = size; }),
                       "sizes: each must be 1 or more");
 }
 
@@ -73,7 +75,7 @@ TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
     const auto ofSize = [](Mode mode, std::int64_t size) {
         return refusal([=](Request& r) {
             r.mode = mode;
-            r.sizes = {1, size, 1};
+            r.lattice.sizes = {1, size, 1};
         });
     };
     EXPECT_EQ(ofSize(Mode::cpusp, 1 << 24), "no failure");
@@ -90,16 +92,16 @@ TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
 TEST(Request, OfMoreBytesThan63BitsCountIsRefused) {
     const char* refusalOfBytes = "sizes: the field has more than 2^63 bytes";
     constexpr std::int64_t many = std::int64_t{1} << 53;
-    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 64, 1}; }), refusalOfBytes);
-    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, 63, 1}; }), "no failure");
-    EXPECT_EQ(refusal([](Request& r) { r.sizes = {many, many, many}; }), refusalOfBytes);
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.sizes = {many, 64, 1}; }), refusalOfBytes);
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.sizes = {many, 63, 1}; }), "no failure");
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.sizes = {many, many, many}; }), refusalOfBytes);
 }
 
 TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
     const auto ofOrder = [](Mode mode, int order) {
         return refusal([=](Request& r) {
             r.mode = mode;
-            r.order = order;
+            r.rule.order = order;
         });
     };
     EXPECT_EQ(ofOrder(Mode::cpu, 0), "order: 0 is not within 1 to 18000 of the mode cpu");
@@ -113,14 +115,19 @@ TEST(Request, OfAnOrderThatTheModeDoesNotHaveIsRefused) {
 
 TEST(Request, OfATableThatIsNoRuleIsRefused) {
     EXPECT_EQ(refusal([](Request& r) {
-                  r.table = {0, nan};
-                  r.order = 1;
+                  r.rule.table = {0, nan};
+                  r.rule.order = 1;
               }),
               "table: every number must be finite");
     EXPECT_EQ(refusal([](Request& r) {
+                  r.rule.order = 2;
+                  r.rule.table = {0, 1, 2};
+              }),
+              "table: 3 numbers are no pairs of a rule of order 2");
+    EXPECT_EQ(refusal([](Request& r) {
                   r.mode = Mode::cuda;
-                  r.order = 513;
-                  r.table.assign(1026, 0.5);
+                  r.rule.order = 513;
+                  r.rule.table.assign(1026, 0.5);
               }),
               "table: an order of 513 is not within 1 to 512 of the mode cuda");
 }

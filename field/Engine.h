@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "field/Plan.h"
+
+namespace pistonfield {
+
+/// Computes boxes of a request's lattice with arithmetic in T, from any threads at the same time.
+template <class T>
+class Engine {
+  public:
+    Engine() = default;
+    Engine(const Engine&) = delete;
+    Engine& operator=(const Engine&) = delete;
+    virtual ~Engine() = default;
+
+    /// Fills a box, whose sizes fit 31 bits and whose points do as well.
+    /// @param threads the most on the CPU; 0 is `threadCount`
+    virtual void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const = 0;
+
+    /// The most points of a box that fills worth watching take: about a twentieth of a second.
+    virtual std::int64_t pieceToWatch(unsigned threads) const = 0;
+
+    /// The most points of a box at all.
+    virtual std::int64_t largestPiece() const noexcept = 0;
+
+    /// Bytes for each point of a box, of the process and of the device.
+    virtual std::int64_t memoryOfAPoint() const noexcept = 0;
+    virtual std::int64_t deviceMemoryOfAPoint() const noexcept = 0;
+};
+
+/// @throws std::bad_alloc
+template <class T>
+std::unique_ptr<const Engine<T>> makeCpuEngine(const Request& request);
+
+/// @throws DeviceFailure, std::bad_alloc
+template <class T>
+std::unique_ptr<const Engine<T>> makeDeviceEngine(const Request& request);
+
+}  // namespace pistonfield

@@ -1,0 +1,134 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "field/Plan.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "field/Engine.h"
+#include "field/pieces.h"
+
+namespace pistonfield {
+
+namespace {
+
+template <class T>
+using EnginePointer = std::unique_ptr<const Engine<T>>;
+
+using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
+
+template <class T>
+EnginePointer<T> engineIn(const Request& request) {
+    return isOnGpu(request.mode) ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
+}
+
+AnyEngine engineOf(const Request& request) {
+    check(request);
+    if (isInSingle(request.mode)) return engineIn<float>(request);
+    return engineIn<double>(request);
+}
+
+void requireWithin(const LatticeBox& box, const Lattice& lattice) {
+    for (std::size_t i = 0; i < box.size.size(); ++i)
+        if (box.first[i] < 0 || box.size[i] < 1 ||
+            box.size[i] > lattice.sizes[i] - std::min(lattice.sizes[i], box.first[i]))
+            throw std::out_of_range(
+                std::to_string(box.size[i]) + " points from " + std::to_string(box.first[i]) +
+                " on do not lie within the lattice's " + std::to_string(lattice.sizes[i]) +
+                " along its direction " + "xyz"[i]);
+}
+
+bool isWatched(const Conduct& conduct) { return conduct.stop.stop_possible() || conduct.progress; }
+
+/// The most points at a time where values are converted.
+constexpr std::int64_t mostConverted = 1 << 20;
+
+template <class T, class U>
+std::int64_t largestPiece(const Engine<U>& engine) {
+    return std::is_same_v<T, U> ? engine.largestPiece()
+                                : std::min(engine.largestPiece(), mostConverted);
+}
+
+/// Fills a piece by an engine of another precision.
+template <class T, class U>
+void fillConverted(const Engine<U>& engine, const LatticeBox& piece, const Destination<T>& to,
+                   unsigned threads) {
+    std::vector<std::complex<U>> values(static_cast<std::size_t>(piece.points()));
+    engine.fill(piece, interleaved(values.data()), threads);
+    std::ptrdiff_t at = 0;
+    for (const std::complex<U>& value : values) {
+        to.re[at] = static_cast<T>(value.real());
+        to.im[at] = static_cast<T>(value.imag());
+        at += to.stride;
+    }
+}
+
+template <class T, class U>
+void compute(const Engine<U>& engine, const LatticeBox& box, const Destination<T>& to,
+             const Conduct& conduct) {
+    std::int64_t most = largestPiece<T>(engine);
+    if (isWatched(conduct)) most = std::min(most, engine.pieceToWatch(conduct.threads));
+    std::int64_t done = 0;
+    inPieces(box, most, [&](const LatticeBox& piece) {
+        if (conduct.stop.stop_requested()) throw Stopped();
+        if constexpr (std::is_same_v<T, U>)
+            engine.fill(piece, to.from(done), conduct.threads);
+        else
+            fillConverted(engine, piece, to.from(done), conduct.threads);
+        done += piece.points();
+        if (conduct.progress) conduct.progress(done);
+    });
+}
+
+}  // namespace
+
+struct Plan::Parts {
+    explicit Parts(Request asked) : request(std::move(asked)), engine(engineOf(request)) {}
+
+    Request request;
+    AnyEngine engine;
+};
+
+Plan::Plan(Request request) : parts(std::make_unique<const Parts>(std::move(request))) {}
+
+Plan::Plan(Plan&&) noexcept = default;
+Plan& Plan::operator=(Plan&&) noexcept = default;
+Plan::~Plan() = default;
+
+const Request& Plan::request() const noexcept { return parts->request; }
+
+Cost Plan::cost(const LatticeBox& box) const {
+    requireWithin(box, parts->request.lattice);
+    return std::visit(
+        [&](const auto& engine) {
+            constexpr double edges = 4;
+            const std::int64_t piece = std::min(box.points(), engine->largestPiece());
+            return Cost{edges * parts->request.rule.order * static_cast<double>(box.points()),
+                        piece * engine->memoryOfAPoint(), piece * engine->deviceMemoryOfAPoint()};
+        },
+        parts->engine);
+}
+
+template <class T>
+void Plan::compute(const LatticeBox& box, const Destination<T>& destination,
+                   const Conduct& conduct) const {
+    requireWithin(box, parts->request.lattice);
+    std::visit(
+        [&](const auto& engine) { pistonfield::compute(*engine, box, destination, conduct); },
+        parts->engine);
+}
+
+template void Plan::compute(const LatticeBox&, const Destination<float>&, const Conduct&) const;
+template void Plan::compute(const LatticeBox&, const Destination<double>&, const Conduct&) const;
+
+void Plan::computeNative(const LatticeBox& box, void* values, const Conduct& conduct) const {
+    if (parts->request.inSingle())
+        compute(box, static_cast<std::complex<float>*>(values), conduct);
+    else
+        compute(box, static_cast<std::complex<double>*>(values), conduct);
+}
+
+}  // namespace pistonfield

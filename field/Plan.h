@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <complex>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <stop_token>
+
+#include "field/Request.h"
+
+namespace pistonfield {
+
+/// Where the values of a box go: value i to re[i * stride] and im[i * stride].
+template <class T>
+struct Destination {
+    T* re;
+    T* im;
+    std::ptrdiff_t stride;
+
+    /// Where the values from number i on go.
+    Destination from(std::int64_t i) const noexcept {
+        return {re + i * stride, im + i * stride, stride};
+    }
+};
+
+/// Complex values one after the other.
+template <class T>
+Destination<T> interleaved(std::complex<T>* values) noexcept {
+    T* const parts = reinterpret_cast<T*>(values);
+    return {parts, parts + 1, 2};
+}
+
+/// How a computation is watched and stopped, and what it may use.
+struct Conduct {
+    /// Asked between pieces of about a twentieth of a second.
+    std::stop_token stop{};
+    /// Told between pieces how many points of the box are done, in the calling thread.
+    std::function<void(std::int64_t points)> progress{};
+    /// The most threads on the CPU; 0 leaves that to `threadCount` of parallel/threads.h.
+    unsigned threads = 0;
+};
+
+/// A computation ended early because its stop token asked for that.
+class Stopped : public std::runtime_error {
+  public:
+    Stopped() : std::runtime_error("the computation was stopped") {}
+};
+
+/// A device failed, or there is none. The text has the operation and the runtime's own report.
+class DeviceFailure : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+/// What a box takes.
+struct Cost {
+    double evaluations;         ///< of the integrand, at least; up to twice as many before the face
+    std::int64_t memory;        ///< bytes of this process's memory, beside the caller's
+    std::int64_t deviceMemory;  ///< bytes on the device
+};
+
+/// Computes the field of a request, box by box.
+///
+/// A point's bits depend neither on the box that it is in nor on the threads nor on the caller. A
+/// plan prints nothing, and neither reads nor leaves anything in the process but itself; any
+/// threads may use it at the same time. On a GPU it brings up the device, with a context and a
+/// rule of its own, for as long as it exists.
+class Plan {
+  public:
+    /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
+    explicit Plan(Request request);
+    Plan(Plan&&) noexcept;
+    Plan& operator=(Plan&&) noexcept;
+    ~Plan();
+
+    const Request& request() const noexcept;
+
+    /// What `compute` takes for a box in the precision of the mode. In the other one it takes up to
+    /// 16 MB more of the process's memory.
+    /// @throws std::out_of_range
+    Cost cost(const LatticeBox& box) const;
+
+    /// Computes the field at the points of a box, in grid point order. The values are those of the
+    /// mode's precision, converted where T is the other one.
+    /// @param box         lies within the lattice
+    /// @param destination has room for box.points() values
+    /// @throws std::out_of_range where the box does not lie within the lattice; Stopped;
+    ///     DeviceFailure; std::bad_alloc; std::runtime_error where the environment has a number of
+    ///     threads that is none. Some values may then be there and others not.
+    template <class T>
+    void compute(const LatticeBox& box, const Destination<T>& destination,
+                 const Conduct& conduct = {}) const;
+
+    /// The same, into complex values one after the other.
+    template <class T>
+    void compute(const LatticeBox& box, std::complex<T>* values,
+                 const Conduct& conduct = {}) const {
+        compute(box, interleaved(values), conduct);
+    }
+
+    /// The same, in the precision of the mode.
+    /// @param values room for box.points() values of request().valueBytes() bytes
+    void computeNative(const LatticeBox& box, void* values, const Conduct& conduct = {}) const;
+
+  private:
+    struct Parts;
+    std::unique_ptr<const Parts> parts;
+};
+
+}  // namespace pistonfield

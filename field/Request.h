@@ -1,0 +1,94 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "core/LatticeBox.h"
+#include "core/Mode.h"
+
+namespace pistonfield {
+
+/// A flat rectangular piston in the plane z = 0 of its own frame, centred on the origin, in an
+/// infinite rigid baffle.
+struct RectangularPiston {
+    double width = 0;   ///< side along x
+    double height = 0;  ///< side along y
+
+    bool operator==(const RectangularPiston&) const = default;
+};
+
+/// A harmonic wave in the medium, for the time dependence exp(+j*omega*t).
+struct Wave {
+    double wavenumber = 0;  ///< radians per unit of length
+
+    bool operator==(const Wave&) const = default;
+};
+
+/// A regular lattice of points in the piston's frame; see `Grid3DR`.
+struct Lattice {
+    std::array<double, 16> transform{};   ///< row by row, from lattice coordinates to positions
+    std::array<std::int64_t, 3> sizes{};  ///< points along x, y and z
+
+    /// All of its points.
+    LatticeBox box() const noexcept { return {{}, sizes}; }
+
+    bool operator==(const Lattice&) const = default;
+};
+
+/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own.
+struct Rule {
+    int order = 10;             ///< abscissas
+    std::vector<double> table;  ///< `order` (abscissa, weight) pairs on [-1, 1], or none
+
+    bool operator==(const Rule&) const = default;
+};
+
+/// The field that is asked for: plain values, in any one unit of length.
+///
+/// Its value at a point is p = k/(2pi) * integral over the piston of exp(-j*k*R)/R dS, without
+/// unit; times j*rho*c*u0 it is the pressure.
+struct Request {
+    RectangularPiston piston;
+    Wave wave;
+    Lattice lattice;
+    Rule rule;
+    Mode mode = Mode::cpu;
+
+    /// Whether arithmetic and values are in single precision.
+    bool inSingle() const noexcept { return isInSingle(mode); }
+
+    /// Bytes of one complex value in the precision of the mode.
+    std::int64_t valueBytes() const noexcept { return inSingle() ? 8 : 16; }
+
+    bool operator==(const Request&) const = default;
+};
+
+/// What of a request there is no field for: its text is "<field>: <reason>".
+class InvalidRequest : public std::runtime_error {
+  public:
+    /// @param field  transform, sizes, width, height, wavenumber, mode, order or table
+    /// @param reason what is wrong with it
+    InvalidRequest(const std::string& field, const std::string& reason)
+        : std::runtime_error(field + ": " + reason), name(field), why(reason) {}
+
+    const std::string& field() const noexcept { return name; }
+    const std::string& reason() const noexcept { return why; }
+
+  private:
+    std::string name;
+    std::string why;
+};
+
+/// The mode with a name.
+/// @throws InvalidRequest where there is none
+Mode modeCalled(const std::string& name);
+
+/// @throws InvalidRequest where there is no field
+void check(const Request& request);
+
+}  // namespace pistonfield

@@ -1,0 +1,205 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+// Plans of the modes of a GPU, on the emulation device.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <complex>
+#include <vector>
+
+#include "FastNearfield/GaussLegendre.h"
+#include "FastNearfield/IntegratorCuda.h"
+#include "FastNearfield/RectangularPistonCuda.h"
+#include "core/ErrorHandler.h"
+#include "core/SilentOutput.h"
+#include "core/cudahelper.h"
+#include "field/Plan.h"
+#include "tests/field/smallRequest.h"
+#include "tests/support/Captured.h"
+#include "tests/support/EmulatedDevices.h"
+#include "tests/support/Refused.h"
+
+namespace {
+
+using pistonfield::Plan;
+using pistonfield::Request;
+
+/// A turned lattice.
+Request deviceRequest(const char* mode) {
+    Request request = smallRequest(mode);
+    request.lattice.transform = {0.06,  -0.03, 0.02, -0.2,  0.04, 0.05, -0.03, -0.1,
+                                 -0.01, 0.02,  0.09, 0.125, 0,    0,    0,     1};
+    return request;
+}
+
+/// The mode of the kernels in the precision T, and their launcher.
+template <class T>
+struct Family;
+
+template <>
+struct Family<float> {
+    static constexpr const char* mode = "cuda";
+    static void launch(std::complex<float>* values, const float* transform, float l, float s,
+                       float k) {
+        RectangularPiston_func(reinterpret_cast<Complex*>(values), 7, 5, 4, transform, l, s, k);
+    }
+};
+
+template <>
+struct Family<double> {
+    static constexpr const char* mode = "cudadp";
+    static void launch(std::complex<double>* values, const double* transform, double l, double s,
+                       double k) {
+        RectangularPiston_func_d(reinterpret_cast<Complexd*>(values), 7, 5, 4, transform, l, s, k);
+    }
+};
+
+template <class T>
+class DevicePlan : public testing::Test {
+  protected:
+    using Values = std::vector<std::complex<T>>;
+
+    static Request request() { return deviceRequest(Family<T>::mode); }
+
+    static Values computed(const Plan& plan, const LatticeBox& box) {
+        Values values(static_cast<std::size_t>(box.points()));
+        plan.compute(box, values.data());
+        return values;
+    }
+
+    static Values computed(const Request& request) {
+        return computed(Plan(request), request.lattice.box());
+    }
+
+    /// The field of the whole lattice, by the launcher for lattices.
+    static Values launched(const Request& request) {
+        const SilentOutput silent;
+        const CudaDeviceThread device;
+        setCudaIntegratorParameters("RectangularPiston", request.rule.order);
+        std::array<T, 16> transform{};
+        for (std::size_t i = 0; i < transform.size(); ++i)
+            transform[i] = static_cast<T>(request.lattice.transform[i]);
+        Values values(140);
+        Family<T>::launch(values.data(), transform.data(), static_cast<T>(request.piston.height),
+                          static_cast<T>(request.piston.width),
+                          static_cast<T>(request.wave.wavenumber));
+        return values;
+    }
+};
+
+using Precisions = testing::Types<float, double>;
+TYPED_TEST_SUITE(DevicePlan, Precisions, );
+
+TYPED_TEST(DevicePlan, HasTheFieldOfTheLauncherForLattices) {
+    for (const int order : {1, 6, 7, 512}) {
+        Request request = this->request();
+        request.rule.order = order;
+        EXPECT_EQ(this->computed(request), this->launched(request));
+    }
+}
+
+TYPED_TEST(DevicePlan, HasTheSameBitsInEveryBox) {
+    const Plan plan(this->request());
+    const auto whole = this->computed(plan, plan.request().lattice.box());
+    for (std::int64_t i = 0; i < 140; ++i)
+        EXPECT_EQ(this->computed(plan, {{i % 7, i / 7 % 5, i / 35}, {1, 1, 1}})[0],
+                  whole[static_cast<std::size_t>(i)]);
+    const auto layers = this->computed(plan, {{0, 0, 1}, {7, 5, 2}});
+    EXPECT_TRUE(std::equal(layers.begin(), layers.end(), whole.begin() + 35));
+}
+
+/// Halves are exact: the positions are those of the transform divided before.
+TYPED_TEST(DevicePlan, DividesByTheTransformsLastElement) {
+    Request request = this->request();
+    request.lattice.transform[15] = 2;
+    Request halved = this->request();
+    for (std::size_t i = 0; i < 12; ++i) halved.lattice.transform.at(i) /= 2;
+    EXPECT_EQ(this->computed(request), this->launched(halved));
+}
+
+TYPED_TEST(DevicePlan, TakesTheRuleOfATable) {
+    for (const int order : {6, 7}) {
+        Request request = this->request();
+        request.rule.order = order;
+        const auto expected = this->launched(request);
+        GaussLegendre<double> rule;
+        rule.compute(order);
+        for (int i = 0; i < order; ++i) {
+            request.rule.table.push_back(rule.abscissas[i]);
+            request.rule.table.push_back(rule.weights[i]);
+        }
+        EXPECT_EQ(this->computed(request), expected);
+        for (double& number : request.rule.table) number *= 0.5;
+        EXPECT_NE(this->computed(request), expected);
+    }
+}
+
+TYPED_TEST(DevicePlan, LeavesTheRuleOfTheLaunchersAlone) {
+    const SilentOutput silent;
+    const CudaDeviceThread device;
+    setCudaIntegratorParameters("RectangularPiston", 9);
+    const Request request = this->request();
+    const auto launch = [&] {
+        std::array<TypeParam, 16> transform{};
+        transform[0] = transform[5] = transform[10] = transform[15] = TypeParam(0.1);
+        typename TestFixture::Values values(140);
+        Family<TypeParam>::launch(values.data(), transform.data(), 1, 1, 5);
+        return values;
+    };
+    const auto before = launch();
+    static_cast<void>(this->computed(request));
+    EXPECT_EQ(launch(), before);
+}
+
+TYPED_TEST(DevicePlan, HasNoWrongFieldWhateverFailsOnTheDevice) {
+    const Request request = this->request();
+    const auto whole = this->computed(request);
+    int count = 0;
+    {
+        const RuntimeLog undisturbed;
+        static_cast<void>(this->computed(request));
+        count = static_cast<int>(undisturbed.calls.size());
+    }
+    int thrown = 0;
+    const Printed printed = captured([&] {
+        for (int nth = 1; nth <= count; ++nth) {
+            const RuntimeLog log({{nth, cuda_runtime::cudaErrorMemoryAllocation}});
+            const std::string text = refused([&] { EXPECT_EQ(this->computed(request), whole); });
+            thrown += text == "no failure" ? 0 : 1;
+        }
+    });
+    EXPECT_EQ(printed.out + printed.err, "");
+    // The device is chosen without those that do not answer; what is released may fail.
+    EXPECT_GT(thrown, count / 2);
+    EXPECT_EQ(cuda_runtime::emulated::emulator().liveBytes(), 0U);
+    EXPECT_EQ(this->computed(request), whole);
+}
+
+TYPED_TEST(DevicePlan, WithoutADeviceIsRefused) {
+    const EmulatedDevices none({});
+    EXPECT_EQ(refused([&] { Plan{this->request()}; }),
+              "cudaSetDevice: no CUDA-capable device is detected");
+}
+
+TYPED_TEST(DevicePlan, SaysWhatFailed) {
+    const Plan plan(this->request());
+    const RuntimeLog log(
+        {{1, cuda_runtime::cudaErrorMemoryAllocation, cuda_runtime::emulated::Operation::Malloc}});
+    EXPECT_EQ(refused([&] { this->computed(plan, plan.request().lattice.box()); }),
+              "cudaMalloc: out of memory");
+}
+
+TYPED_TEST(DevicePlan, OnAnUnknownDevicePrintsNothing) {
+    const EmulatedDevices unknown({EmulatedDevices::device(9, 0, 132, 1980000)});
+    const Printed printed = captured([&] { static_cast<void>(this->computed(this->request())); });
+    EXPECT_EQ(printed.out + printed.err, "");
+}
+
+TYPED_TEST(DevicePlan, LeavesNoContext) {
+    { const Plan plan(this->request()); }
+    EXPECT_FALSE(cuda_runtime::emulated::emulator().hasContext());
+}
+
+}  // namespace
