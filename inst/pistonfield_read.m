@@ -49,7 +49,7 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                               the transpose.
   %                  sizes        1 by 3, the points of the whole lattice
   %                  l, s, k      the piston's sides along y and x, and the wavenumber
-  %                  mode         'cpu', 'cpusp' or 'cuda'
+  %                  mode         'cpu', 'cpusp', 'cuda' or 'cudadp'
   %                  order        the order of the quadrature rule
   %                  table        its abscissas and weights, order by 2, or empty where the rule is
   %                               that of Gauss and Legendre

@@ -378,14 +378,14 @@ std::string replaced(std::string text, const std::string& what, const std::strin
 TEST_F(CommandFiles, SiRequestIsTheRawOne) {
     const std::string name = file(si);
     const ComputeCommand command = computing({"--request", name, "f.h5"});
-    const run::Request& request = command.request;
-    EXPECT_THAT(request.transform,
+    const pistonfield::Request& request = command.request;
+    EXPECT_THAT(request.lattice.transform,
                 ElementsAre(1e-4, 0, 0, -5e-3, 0, 1, 0, -.25, 0, 0, 2e-4, 1e-3, 0, 0, 0, 1));
-    EXPECT_THAT(request.sizes, ElementsAre(100, 1, 70));
-    EXPECT_EQ(request.l, 5e-3);
-    EXPECT_EQ(request.s, 7.5e-3);
-    EXPECT_EQ(request.k, 2 * 3.141592653589793 * 1e6 / 1500);
-    EXPECT_EQ(request.order, 12);
+    EXPECT_THAT(request.lattice.sizes, ElementsAre(100, 1, 70));
+    EXPECT_EQ(request.piston.height, 5e-3);
+    EXPECT_EQ(request.piston.width, 7.5e-3);
+    EXPECT_EQ(request.wave.wavenumber, 2 * 3.141592653589793 * 1e6 / 1500);
+    EXPECT_EQ(request.rule.order, 12);
     EXPECT_THAT(
         command.given,
         ElementsAre(Pair("k", name + ":1: frequency"), Pair("l", name + ":9: piston.height"),
@@ -396,7 +396,8 @@ TEST_F(CommandFiles, SiRequestIsTheRawOne) {
 
 TEST_F(CommandFiles, SiRequestIsOfWaterWhereItSaysNothingElse) {
     const std::string name = file(replaced(si, "[medium]\nspeed = 1500\n", ""));
-    EXPECT_EQ(computing({"--request", name, "f.h5"}).request.k, 2 * 3.141592653589793 * 1e6 / 1482);
+    EXPECT_EQ(computing({"--request", name, "f.h5"}).request.wave.wavenumber,
+              2 * 3.141592653589793 * 1e6 / 1482);
 }
 
 TEST_F(CommandFiles, SiRequestHasTheGridOfTheFunctions) {
@@ -407,9 +408,9 @@ TEST_F(CommandFiles, SiRequestHasTheGridOfTheFunctions) {
         std::string text(si);
         text = text.substr(0, text.find("x =")) + transform + "sizes = [4, 5, 6]\n";
         const ComputeCommand command = computing({"--request", file(text), "f.h5"});
-        EXPECT_THAT(command.request.transform,
+        EXPECT_THAT(command.request.lattice.transform,
                     ElementsAre(1, 0, 0, 1, 1, 0, -1, 2, 0, 2, 0, 3, 0, 0, 0, 1));
-        EXPECT_THAT(command.request.sizes, ElementsAre(4, 5, 6));
+        EXPECT_THAT(command.request.lattice.sizes, ElementsAre(4, 5, 6));
     }
 }
 
@@ -419,16 +420,16 @@ TEST_F(CommandFiles, SiRequestSeesTheGridFromItsPiston) {
                                            "height = 5e-3\ncenter = [-6e-3, -0.5, 1e-3]\n"
                                            "orientation = [[0, 0, 1], [1, 0, 0], [0, 1, 0]]\n"));
     const ComputeCommand command = computing({"--request", name, "f.h5"});
-    EXPECT_THAT(command.request.transform,
+    EXPECT_THAT(command.request.lattice.transform,
                 ElementsAre(0, 1, 0, .25, 0, 0, 2e-4, 0, 1e-4, 0, 0, -5e-3 - -6e-3, 0, 0, 0, 1));
 }
 
 TEST_F(CommandFiles, OptionsCountBeforeTheSiRequest) {
     const ComputeCommand command =
         computing({"--request", file(si), "--order", "7", "--mode", "cpusp", "-k", "4000", "f.h5"});
-    EXPECT_EQ(command.request.order, 7);
+    EXPECT_EQ(command.request.rule.order, 7);
     EXPECT_EQ(command.request.mode, Mode::cpusp);
-    EXPECT_EQ(command.request.k, 4000);
+    EXPECT_EQ(command.request.wave.wavenumber, 4000);
     EXPECT_EQ(command.given.at("k"), "-k");
 }
 
@@ -525,7 +526,7 @@ TEST_F(CommandFiles, SiRequestIsCheckedWithTheLine) {
                     checkComplete(computing({"--request", file(sizes), "f.h5"}));
                 }),
                 HasSubstr(":11: grid: "));
-    EXPECT_EQ(contradiction(computing({"--request", file(si), "f.h5"}), run::Request{}),
+    EXPECT_EQ(contradiction(computing({"--request", file(si), "f.h5"}), pistonfield::Request{}),
               name + ":11: grid");
 }
 
