@@ -99,25 +99,17 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
-  options = read_pressure_options(caller, varargin);
+  options = read_pressure_options(caller, varargin, struct());
   place = place_before(caller, piston, grid);
   require_memory(caller, grid.sizes, options.memory, options.mode);
   require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  warn_of_units(piston, k, options.order);
   if ~isempty(options.threads)
     restore = use_threads(options.threads); %#ok<NASGU>
   end
-  [velocity, power] = drive(piston, k, options);
-  samples = sampled_field(place, grid.sizes, piston, k);
-  if isempty(options.order)
-    [order, estimate] = order_for(caller, samples, options);
-  else
-    order = options.order;
-    estimate = NaN;
-    warn_of_rounding(samples, order, options.mode);
-  end
+  [velocity, power] = velocity_and_power(piston, k, options);
+  [order, estimate] = choose_order(caller, place, grid.sizes, piston, k, options);
 
   unit = 1i * options.density * options.speed * velocity;
   field = @(place, sizes) unit * module_field(place, sizes, piston, k, options.mode, order);
@@ -129,93 +121,6 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
                 'power', power, 'slabs', size(slabs.first, 1), 'moved', moved, ...
                 'seconds', toc(start));
-end
-
-function options = read_pressure_options(caller, given)
-  defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
-                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'threads', [], ...
-                    'progress', 'auto');
-  options = read_options(caller, defaults, given);
-  require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
-  options = require_one_of(caller, options, 'velocity', 'power', 1);
-  options.demanded = ~isempty(options.tolerance);
-  options = require_one_of(caller, options, 'tolerance', 'order', usual_tolerance());
-  choices = {'velocity', 'power', 'tolerance', 'order'};
-  chosen = choices(~cellfun(@(name) isempty(options.(name)), choices));
-  options = require_positive_options(caller, options, [{'frequency', 'speed', 'density'}, chosen]);
-  require(isempty(options.tolerance) || options.tolerance < 1, caller, 'tolerance', ...
-          'tolerance must be below 1');
-  require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
-          'memory must be a number of bytes, or Inf');
-  require_mode(caller, options.mode);
-  require(isempty(options.threads) || (is_positive(options.threads) && ...
-          options.threads == fix(options.threads) && options.threads <= 1024), ...
-          caller, 'threads', 'threads must be a whole number from 1 to 1024');
-  require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
-  if ~isempty(options.order)
-    require_order(caller, options.order, options.mode);
-  end
-end
-
-function tolerance = usual_tolerance()
-  tolerance = 1e-4;
-end
-
-% MHz are soon taken for Hz, and mm for m: nobody needs this method for a thousandth of a
-% wavelength, and no order that is tried would do for thousands of them.
-function warn_of_units(piston, k, order)
-  wavelengths = max(piston.width, piston.height) * k / (2 * pi);
-  if wavelengths < 1e-3
-    warning('pistonfield:units', ...
-            ['the piston measures %g wavelengths: lengths are in m, the speed in m/s, ', ...
-             'the frequency in Hz'], wavelengths);
-  elseif ~isempty(order) && isempty(orders_to_compare(piston, k))
-    warning('pistonfield:units', '%s', too_many_wavelengths(piston, k));
-  end
-end
-
-% Of two options that say the same thing in two ways at most one may be given.
-function options = require_one_of(caller, options, first, second, default)
-  require(isempty(options.(first)) || isempty(options.(second)), caller, second, ...
-          'give %s or %s, not both', first, second);
-  if isempty(options.(first)) && isempty(options.(second))
-    options.(first) = default;
-  end
-end
-
-% What a mode cannot keep is an error where it was asked for; the usual tolerance was not.
-function [order, estimate] = order_for(caller, samples, options)
-  [order, estimate] = find_order(caller, samples, options.tolerance, options.mode);
-  if estimate > options.tolerance
-    text = lost_to_rounding(options.mode, estimate, options.tolerance);
-    require(~options.demanded, caller, 'tolerance', '%s', text);
-    warning('pistonfield:rounding', '%s', text);
-  end
-end
-
-% The sums of higher orders round no worse.
-function warn_of_rounding(samples, order, mode)
-  if is_double_mode(mode)
-    return
-  end
-  order = min(order, largest_gpu_order());
-  exact = samples.values('cpu', order);
-  off = samples.safety * max(abs(samples.values(mode, order) - exact)) / max(abs(exact));
-  if off > usual_tolerance()
-    warning('pistonfield:rounding', ...
-            ['rounding in the mode %s leaves an error of about %.2g on this grid; the mode cpu ', ...
-             'is the most accurate'], mode, off);
-  end
-end
-
-function [velocity, power] = drive(piston, k, options)
-  resistance = options.density * options.speed * ...
-               radiation_resistance(piston.width, piston.height, k);
-  velocity = options.velocity;
-  if isempty(velocity)
-    velocity = sqrt(2 * options.power / resistance);
-  end
-  power = resistance * velocity ^ 2 / 2;
 end
 
 % Bytes for the whole field, and for each point of a slab: the module's two results, Octave's copy,

@@ -1,9 +1,15 @@
-function [p, request] = pistonfield_read(file, varargin)
-  % pistonfield_read: the field in a file of pistonfield-run, all of it or a box.
+function [p, request, grid] = pistonfield_read(file, varargin)
+  % pistonfield_read: the field in a file of pistonfield-run, all of it or a box, and its grid.
   %
   % DESCRIPTION
-  %   Reads the complex pressure that the program pistonfield-run has computed into an HDF5 file, as
-  %   the module pistonfield would return it, and the request that it was computed from.
+  %   Reads the complex pressure that the program pistonfield-run has computed into an HDF5 file,
+  %   the request that it was computed from, and the grid that the values lie on, as
+  %   pistonfield_plot takes it.
+  %
+  %   The file has the values that the module pistonfield would return, without unit, and the grid
+  %   as the piston sees it, which lies in z = 0 around the origin. With the piston and the
+  %   frequency, as pistonfield_request was given them, the grid lies where it was made, before that
+  %   piston, and the pressure is in Pa. What is given has to fit the file.
   %
   %   MATLAB reads the file itself. Octave cannot: it has no h5read, and its load reads the complex
   %   numbers of such a file as zeros, without a word. There the program pistonfield-run extracts
@@ -16,8 +22,8 @@ function [p, request] = pistonfield_read(file, varargin)
   % USAGE
   %   p = pistonfield_read(file)
   %   p = pistonfield_read(file, first, count)
-  %   [p, request] = pistonfield_read(...)
-  %   [p, request] = pistonfield_read(..., 'program', program)
+  %   [p, request, grid] = pistonfield_read(...)
+  %   [p, request, grid] = pistonfield_read(..., 'piston', piston, 'frequency', f, name, value, ...)
   %
   % INPUTS
   %   file       - the file's name
@@ -25,18 +31,25 @@ function [p, request] = pistonfield_read(file, varargin)
   %   count      - how many points to read along each direction; default all. Inf reads to the end.
   %
   % OPTIONAL INPUTS (names and values)
+  %   'piston'   - the piston that radiates, as pistonfield_pressure takes it. The file has its
+  %                sides, and neither its center nor its orientation.
+  %   'frequency', 'speed', 'density', 'velocity', 'power'
+  %              - as for pistonfield_pressure, with the same values when left out. They scale the
+  %                field to Pa, once there is a frequency; lengths in the file are then in m. The
+  %                other options of pistonfield_pressure are taken and ignored.
   %   'program'  - pistonfield-run, with its folder; MATLAB does without
   %
   % OUTPUTS
-  %   p          - the pressure, without unit, as the module gives it; times 1i*rho*c*u0 it is in Pa.
-  %                Complex, single in the modes of single precision, of the size count.
+  %   p          - the pressure, complex, single in the modes of single precision, of the size
+  %                count: [Pa] with a frequency; else without unit, as the module gives it, and
+  %                times 1i*rho*c*u0 it is in Pa
   %   request    - struct with the fields
   %                  transform    4 by 4: the point (ix, iy, iz), counted from 0, of the whole
   %                               lattice lies at transform * [ix; iy; iz; 1]. The module takes
   %                               the transpose.
   %                  sizes        1 by 3, the points of the whole lattice
   %                  l, s, k      the piston's sides along y and x, and the wavenumber
-  %                  mode         'cpu', 'cpusp' or 'cuda'
+  %                  mode         'cpu', 'cpusp', 'cuda' or 'cudadp'
   %                  order        the order of the quadrature rule
   %                  table        its abscissas and weights, order by 2, or empty where the rule is
   %                               that of Gauss and Legendre
@@ -48,13 +61,20 @@ function [p, request] = pistonfield_read(file, varargin)
   %                  seconds      the time that all runs took [s]
   %                  processes    how many there were in the last run
   %                  peak_memory  of the process that took most [bytes]
+  %   grid       - the points of p, as pistonfield_grid makes them, in the file's unit of length: m
+  %                where the request was in SI units
   %
   % EXAMPLES
-  %   [p, request] = pistonfield_read('field.h5');
-  %   plane = pistonfield_read('field.h5', [1 50 1], [Inf 1 Inf]);
-  %   imagesc(abs(squeeze(plane)));
+  %   [p, request, grid] = pistonfield_read('field.h5', [1 50 1], [Inf 1 Inf]);
+  %   pistonfield_plot(p, grid, 'unit', '');
   %
-  % See also: pistonfield, pistonfield_pressure
+  %   % In Pa, where pistonfield_request was given the same piston and wave.
+  %   piston = struct('width', 7.5e-3, 'height', 5e-3, 'center', [-10e-3, 0, 0]);
+  %   wave = {'frequency', 1e6, 'velocity', 0.01};
+  %   [p, request, grid] = pistonfield_read('field.h5', 'piston', piston, wave{:});
+  %   pistonfield_plot(p, grid, 'piston', piston);
+  %
+  % See also: pistonfield_request, pistonfield_plot, pistonfield_pressure
 
   % SPDX-FileCopyrightText: the pistonfield developers
   % SPDX-License-Identifier: BSD-3-Clause
@@ -64,7 +84,7 @@ function [p, request] = pistonfield_read(file, varargin)
   require(ischar(file) && isrow(file), caller, 'file', 'file must be the name of a file');
   require(exist(file, 'file') == 2, caller, 'file', 'there is no file %s', file);
   [first, count, given] = split_box(caller, varargin);
-  options = read_options(caller, struct('program', ''), given);
+  options = read_field_options(caller, given);
 
   if is_octave()
     source = field_by_program(caller, file, options.program);
@@ -75,7 +95,67 @@ function [p, request] = pistonfield_read(file, varargin)
   require(request.complete, caller, 'incomplete', ...
           '%s is not complete: pistonfield-run --resume completes it', file);
   count = check_box(caller, first, count, source.points);
+  unit = unit_of(caller, request, options);
+  grid = grid_of(request, piston_of(caller, request, options), double(first(:)'), count);
   p = source.read(first, count);
+  if ~isempty(unit)
+    p = unit * p;
+  end
+end
+
+% Where no option of pistonfield_pressure is there, none has to be.
+function options = read_field_options(caller, given)
+  own = struct('program', '', 'piston', []);
+  isOwn = @(name) ischar(name) && isfield(own, name);
+  if all(cellfun(isOwn, given(1:2:end)))
+    options = read_options(caller, own, given);
+    options.frequency = [];
+  else
+    options = read_pressure_options(caller, given, own);
+  end
+end
+
+% What makes Pa of the values in the file, or nothing where that is not asked for.
+function unit = unit_of(caller, request, options)
+  unit = [];
+  if isempty(options.frequency)
+    return
+  end
+  k = 2 * pi * options.frequency / options.speed;
+  require(is_near(k, request.k), caller, 'frequency', ...
+          ['the wavenumber is %.9g in the file; the frequency %g Hz and the speed %g m/s make ', ...
+           'it %.9g rad/m'], request.k, options.frequency, options.speed, k);
+  sides = struct('width', request.s, 'height', request.l);
+  unit = 1i * options.density * options.speed * velocity_and_power(sides, k, options);
+end
+
+% The piston of the file, where it lies.
+function piston = piston_of(caller, request, options)
+  if isempty(options.piston)
+    piston = struct('center', zeros(3, 1), 'orientation', eye(3));
+    return
+  end
+  piston = read_piston(caller, options.piston);
+  require(is_near(piston.width, request.s) && is_near(piston.height, request.l), ...
+          caller, 'piston', ['the piston in the file measures %.9g by %.9g (x by y), and the ', ...
+          'one that is given %.9g by %.9g m'], request.s, request.l, piston.width, piston.height);
+end
+
+% Requests that are written by hand have rounded numbers.
+function yes = is_near(a, b)
+  yes = abs(a - b) <= 1e-6 * abs(b);
+end
+
+% The points from the first of the file on, in the frame in which the piston lies.
+function grid = grid_of(request, piston, first, count)
+  place = request.transform.' / request.transform(4, 4);
+  place(:, 1:3) = place(:, 1:3) * piston.orientation.';
+  place(4, 1:3) = place(4, 1:3) + piston.center.';
+  at = request.first_point + first - 1;
+  % The order of additions is the module's.
+  place(4, 1:3) = ((place(4, 1:3) + at(1) * place(1, 1:3)) + at(2) * place(2, 1:3)) + ...
+                  at(3) * place(3, 1:3);
+  grid = struct('transform', place, 'sizes', count);
 end
 
 % Box and options among the arguments after the file.
@@ -125,6 +205,15 @@ end
 
 %!function p = module_values(place, varargin)
 %!  [~, p] = evalc('pistonfield(place.'', [6 5 4], 5e-3, 7.7e-3, 4188.79, varargin{:})');
+%!endfunction
+
+%!function id = refusal(varargin)
+%!  try
+%!    pistonfield_read(varargin{:});
+%!    id = 'none';
+%!  catch reason
+%!    id = strrep(reason.identifier, 'pistonfield:pistonfield_read:', '');
+%!  end
 %!endfunction
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the values are the module's, each in its place
@@ -182,6 +271,68 @@ end
 %! assert(pistonfield_read(fullfile(folder, 'cut.part-2-of-2.h5'), [2 1 2], [1 2 1]), ...
 %!        whole(2, 1:2, 4));
 
+%!function [x, y, z] = positions_of(place, first, count)
+%!  % In the lattice that is computed, from a point on that is counted from 0.
+%!  [ix, iy, iz] = ndgrid(first(1) + (0:count(1) - 1), first(2) + (0:count(2) - 1), ...
+%!                        first(3) + (0:count(3) - 1));
+%!  at = place * [ix(:), iy(:), iz(:), ones(numel(ix), 1)].' / place(4, 4);
+%!  [x, y, z] = deal(reshape(at(1, :), count), reshape(at(2, :), count), reshape(at(3, :), count));
+%!endfunction
+
+%!function expect_points(grid, place, first, count)
+%!  assert(grid.sizes, count);
+%!  found = cell(1, 3);  wanted = cell(1, 3);
+%!  [found{:}] = pistonfield_grid(grid, 'positions');
+%!  [wanted{:}] = positions_of(place, first, count);
+%!  assert(found, wanted, 4 * eps(1));
+%!endfunction
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the grid is that of what is read
+%! [~, ~, grid] = pistonfield_read(file);
+%! assert(grid, struct('transform', place.', 'sizes', [6 5 4]));
+%! [~, ~, grid] = pistonfield_read(file, [2 3 1], [4 2 Inf]);
+%! expect_points(grid, place, [1 2 0], [4 2 4]);
+%! [p, ~, grid] = pistonfield_read(fullfile(folder, 'cut.part-2-of-2.h5'), [3; 1; 2], [2; 5; 1]);
+%! expect_points(grid, place, [2 0 3], [2 5 1]);
+%! assert(size(p), [2 5]);
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % what positions are divided by is in the grid
+%! halved = place;  halved(4, 4) = 2;
+%! halved_file = fullfile(folder, 'halved.h5');
+%! compute(halved_file, halved, '');
+%! [~, ~, grid] = pistonfield_read(halved_file, [1 2 3], [6 4 2]);
+%! expect_points(grid, halved, [0 1 2], [6 4 2]);
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % in Pa, before a piston elsewhere
+%! piston = struct('width', 7.7e-3, 'height', 5e-3, 'center', [1 2 3], ...
+%!                 'orientation', [0 0 1; 1 0 0; 0 1 0]);
+%! % The wavenumber of the request has seven digits; other options have no part in it.
+%! wave = {'frequency', 4188.79 * 1500 / (2 * pi) * (1 + 4e-7), 'speed', 1500, ...
+%!         'density', 900, 'velocity', 0.1, 'order', 7, 'threads', 1};
+%! [p, ~, grid] = pistonfield_read(file, 'piston', piston, wave{:});
+%! [raw, ~, seen] = pistonfield_read(file);
+%! assert(p, 1i * 900 * 1500 * 0.1 * raw);
+%! [x, y, z] = pistonfield_grid(seen, 'positions');
+%! [x1, y1, z1] = pistonfield_grid(grid, 'positions');
+%! assert({x1, y1, z1}, {z + 1, x + 2, y + 3}, 4 * eps(4));
+%! [same, ~, before] = pistonfield_read(file, wave{:});
+%! assert({same, before}, {p, seen});
+%! [same, ~, before] = pistonfield_read(file, 'piston', piston);
+%! assert({same, before}, {raw, grid});
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % another piston or wave than the file's is refused
+%! piston = struct('width', 7.7e-3, 'height', 5e-3);
+%! turned = struct('width', 5e-3, 'height', 7.7e-3);
+%! frequency = 4188.79 * 1500 / (2 * pi);
+%! wave = {'frequency', frequency, 'speed', 1500};
+%! assert(refusal(file, 'piston', piston, wave{:}), 'none');
+%! assert(refusal(file, 'piston', turned, wave{:}), 'piston');
+%! assert(refusal(file, 'piston', 7, wave{:}), 'piston');
+%! assert(refusal(file, 'frequency', frequency), 'frequency');
+%! assert(refusal(file, 'frequency', 1.00001 * frequency, 'speed', 1500), 'frequency');
+%! assert(refusal(file, 'velocity', 0.1), 'frequency');
+%! assert(refusal(file, wave{:}, 'velocity', 0.1, 'power', 1), 'power');
+
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % nothing stays in the temporary folder
 %! temporary = fullfile(folder, 'temporary');
 %! mkdir(temporary);
@@ -190,15 +341,6 @@ end
 %! pistonfield_read(file);
 %! setenv('TMPDIR', before);
 %! assert(numel(dir(temporary)), 2);  % . and ..
-
-%!function id = refusal(varargin)
-%!  try
-%!    pistonfield_read(varargin{:});
-%!    id = 'none';
-%!  catch reason
-%!    id = strrep(reason.identifier, 'pistonfield:pistonfield_read:', '');
-%!  end
-%!endfunction
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a file that is not complete is refused
 %! work = ' --sizes 100 100 100 --order 16383 --slab 100 --part 1/1 "';  % minutes

@@ -10,9 +10,10 @@
 namespace run {
 
 /// The settings in the text of a request file, which is TOML: one key for each option of a field to
-/// compute, and "output".
+/// compute, and "output". What the field is may be there in SI units; see `siForm`.
 /// @param name of the file, for messages
-/// @throws std::runtime_error naming the file and the line of what is no TOML or no option
+/// @throws std::runtime_error naming the file and the line of what is no TOML or no option, or of
+/// what is wrong in SI units
 std::vector<Setting> readRequestFile(const std::string& name, const std::string& text);
 
 }  // namespace run

@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/numbers.h"
 
+#include <array>
 #include <charconv>
 #include <stdexcept>
-#include <string>
 #include <system_error>
 
 namespace run::numbers {
@@ -36,6 +36,12 @@ double real(std::string_view text) {
 
 std::int64_t whole(std::string_view text) {
     return read<std::int64_t>(text, "no whole number", "beyond the range of 64 bits");
+}
+
+std::string textOf(double number) {
+    std::array<char, 32> digits{};
+    const char* end = std::to_chars(digits.begin(), digits.end(), number).ptr;
+    return {static_cast<const char*>(digits.begin()), end};
 }
 
 }  // namespace run::numbers

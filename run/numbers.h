@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 /// Numbers in texts, whether these are options or come from files. A whole text has to be one
@@ -15,5 +16,8 @@ double real(std::string_view text);
 
 /// A whole number. "010" is 10.
 std::int64_t whole(std::string_view text);
+
+/// The shortest text that `real` reads as this number.
+std::string textOf(double number);
 
 }  // namespace run::numbers

@@ -350,6 +350,186 @@ TEST_F(CommandFiles, RequestThatIsNotThereIsRefused) {
                 HasSubstr((folder / "none").string()));
 }
 
+// --- requests in SI units
+
+constexpr const char* si = R"(frequency = 1e6          # Hz
+order = 12
+
+[medium]
+speed = 1500
+
+[piston]
+width = 7.5e-3
+height = 5e-3
+
+[grid]
+x = [-5e-3, 1e-4, 100]
+y = -0.25
+z = [1e-3, 2e-4, 70]
+)";
+
+/// The text with something in the place of something that is in it once.
+std::string replaced(std::string text, const std::string& what, const std::string& by) {
+    const std::size_t at = text.find(what);
+    EXPECT_NE(at, std::string::npos) << what;
+    return text.replace(at, what.size(), by);
+}
+
+TEST_F(CommandFiles, SiRequestIsTheRawOne) {
+    const std::string name = file(si);
+    const ComputeCommand command = computing({"--request", name, "f.h5"});
+    const pistonfield::Request& request = command.request;
+    EXPECT_THAT(request.lattice.transform,
+                ElementsAre(1e-4, 0, 0, -5e-3, 0, 1, 0, -.25, 0, 0, 2e-4, 1e-3, 0, 0, 0, 1));
+    EXPECT_THAT(request.lattice.sizes, ElementsAre(100, 1, 70));
+    EXPECT_EQ(request.piston.height, 5e-3);
+    EXPECT_EQ(request.piston.width, 7.5e-3);
+    EXPECT_EQ(request.wave.wavenumber, 2 * 3.141592653589793 * 1e6 / 1500);
+    EXPECT_EQ(request.rule.order, 12);
+    EXPECT_THAT(
+        command.given,
+        ElementsAre(Pair("k", name + ":1: frequency"), Pair("l", name + ":9: piston.height"),
+                    Pair("order", name + ":2: order"), Pair("s", name + ":8: piston.width"),
+                    Pair("sizes", name + ":11: grid"), Pair("transform", name + ":11: grid")));
+    EXPECT_NO_THROW(checkComplete(command));
+}
+
+TEST_F(CommandFiles, SiRequestIsOfWaterWhereItSaysNothingElse) {
+    const std::string name = file(replaced(si, "[medium]\nspeed = 1500\n", ""));
+    EXPECT_EQ(computing({"--request", name, "f.h5"}).request.wave.wavenumber,
+              2 * 3.141592653589793 * 1e6 / 1482);
+}
+
+TEST_F(CommandFiles, SiRequestHasTheGridOfTheFunctions) {
+    // Steps along x + y, 2 z and -y, from (1, 2, 3) on; rows and one list say the same.
+    for (const char* transform :
+         {"transform = [[1, 1, 0, 0], [0, 0, 2, 0], [0, -1, 0, 0], [1, 2, 3, 1]]\n",
+          "transform = [1, 1, 0, 0,  0, 0, 2, 0,  0, -1, 0, 0,  1, 2, 3, 1]\n"}) {
+        std::string text(si);
+        text = text.substr(0, text.find("x =")) + transform + "sizes = [4, 5, 6]\n";
+        const ComputeCommand command = computing({"--request", file(text), "f.h5"});
+        EXPECT_THAT(command.request.lattice.transform,
+                    ElementsAre(1, 0, 0, 1, 1, 0, -1, 2, 0, 2, 0, 3, 0, 0, 0, 1));
+        EXPECT_THAT(command.request.lattice.sizes, ElementsAre(4, 5, 6));
+    }
+}
+
+TEST_F(CommandFiles, SiRequestSeesTheGridFromItsPiston) {
+    // The piston's x is y, its y is z and its normal is x; the columns are these.
+    const std::string name = file(replaced(si, "height = 5e-3\n",
+                                           "height = 5e-3\ncenter = [-6e-3, -0.5, 1e-3]\n"
+                                           "orientation = [[0, 0, 1], [1, 0, 0], [0, 1, 0]]\n"));
+    const ComputeCommand command = computing({"--request", name, "f.h5"});
+    EXPECT_THAT(command.request.lattice.transform,
+                ElementsAre(0, 1, 0, .25, 0, 0, 2e-4, 0, 1e-4, 0, 0, -5e-3 - -6e-3, 0, 0, 0, 1));
+}
+
+TEST_F(CommandFiles, OptionsCountBeforeTheSiRequest) {
+    const ComputeCommand command =
+        computing({"--request", file(si), "--order", "7", "--mode", "cpusp", "-k", "4000", "f.h5"});
+    EXPECT_EQ(command.request.rule.order, 7);
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
+    EXPECT_EQ(command.request.wave.wavenumber, 4000);
+    EXPECT_EQ(command.given.at("k"), "-k");
+}
+
+TEST_F(CommandFiles, SiRequestIsRefusedWithTheLine) {
+    struct Case {
+        std::string what, by, complaint;
+    };
+    const std::vector<Case> cases{
+        {"frequency = 1e6", "frequency = 0", ":1: frequency: must be a number above 0"},
+        {"frequency = 1e6", "frequency = nan", ":1: frequency: every number must be finite"},
+        {"frequency = 1e6", "frequency = 'high'", ":1: frequency: takes numbers, not a text"},
+        {"frequency = 1e6", "frequency = true", ":1: frequency: 'true' is no number"},
+        {"y = -0.25", "y = [0, '1', 2]", ":13: grid.y: takes numbers, not a text"},
+        {"frequency = 1e6", "frequency = [1, 2]", ":1: frequency: takes one value, not a list"},
+        {"frequency = 1e6", "frequenzy = 1", ":1: frequenzy is no option, did you mean frequency?"},
+        {"frequency = 1e6", "", ": frequency is missing"},
+        {"order = 12", "velocity = -1", ":2: velocity: must be a number above 0"},
+        {"order = 12", "width = 1", ":2: width is no option, did you mean piston.width?"},
+        {"order = 12", "k = 4000", ":1: frequency, in SI units, excludes FILE:2: k"},
+        {"order = 12", "sizes = [1, 1, 1]", ":1: frequency, in SI units, excludes FILE:2: sizes"},
+        {"[medium]", "[medum]", ":4: medum is no option, did you mean medium?"},
+        {"[medium]", "[[medium]]", ":4: medium: is a table, as [medium]"},
+        {"speed = 1500", "density = 0", ":5: medium.density: must be a number above 0"},
+        {"speed = 1500", "sped = 0", ":5: medium.sped is no option, did you mean speed?"},
+        {"speed = 1500", "width = 1", ":5: medium.width is no option, did you mean piston.width?"},
+        {"speed = 1500", "k = 1", ":5: medium.k is no option"},
+        {"speed = 1500", "velocity = 1",
+         ":5: medium.velocity is no option; velocity stands before the first table"},
+        {"y = -0.25", "mode = 'cpu'",
+         ":13: grid.mode is no option; mode stands before the first table"},
+        {"speed = 1500", "colour = 0", ":5: medium.colour is no option"},
+        {"speed = 1500", "speed = {a = 1}",
+         ":5: medium.speed is neither number nor text, nor a list of these"},
+        {"width = 7.5e-3", "", ": piston.width is missing"},
+        {"height = 5e-3", "height = -5e-3", ":9: piston.height: must be a number above 0"},
+        {"height = 5e-3", "height = 5e-3\ncenter = [1, 2]",
+         ":10: piston.center: takes 3 numbers, not 2"},
+        {"height = 5e-3", "height = 5e-3\norientation = [[1, 0], [0, 1]]",
+         ":10: piston.orientation: takes 9 numbers, not 4"},
+        {"height = 5e-3", "height = 5e-3\norientation = [[1, 0, 0], [0, 1]]",
+         ":10: piston.orientation: its rows make no square matrix"},
+        {"height = 5e-3", "height = 5e-3\norientation = [[1, 0, 0], [0, 1, 0], [0, 0, -1]]",
+         ":10: piston.orientation: must be a 3 by 3 rotation: columns of length 1, at right "
+         "angles, the third the cross product of the others"},
+        {"x = [-5e-3, 1e-4, 100]", "x.first = 0",
+         ":12: grid.x is neither number nor text, nor a list of these"},
+        {"y = -0.25", "", ": grid.y is missing"},
+        {"y = -0.25", "y = []",
+         ":13: grid.y: takes the first coordinate, the step and the number "
+         "of points, or one coordinate"},
+        {"y = -0.25", "y = [0, 1, 2.0]", ":13: grid.y: '2.0' is no whole number"},
+        {"y = -0.25", "y = [0, 1, 0]", ":13: grid.y: the number of points must be 1 or more"},
+        {"y = -0.25", "y = [0, 0, 2]", ":13: grid.y: the step must not be 0"},
+        {"y = -0.25", "sizes = [1, 2, 3]", ":13: grid.sizes excludes FILE:12: grid.x"},
+        {"y = -0.25", "yy = 0", ":13: grid.yy is no option, did you mean y?"}};
+    for (const auto& [what, by, reason] : cases) {
+        const std::string name = file(replaced(si, what, by));
+        std::string expected = name + reason;
+        if (const auto at = expected.find("FILE"); at != std::string::npos)
+            expected.replace(at, 4, name);
+        EXPECT_EQ(complaint({"--request", name, "f.h5"}), expected) << what << " -> " << by;
+    }
+}
+
+TEST_F(CommandFiles, SiRequestWithAGridThatIsNoneOfTheFunctionsIsRefused) {
+    const std::string head = std::string(si).substr(0, std::string(si).find("x ="));
+    const std::vector<std::pair<std::string, std::string>> grids{
+        {"sizes = [1, 1, 1]\n", ": grid.transform is missing"},
+        {"transform = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1]\n",
+         ": grid.sizes is missing"},
+        {"transform = [1, 0, 0]\nsizes = [1, 1, 1]\n",
+         ":12: grid.transform: takes 16 numbers, not 3"},
+        {"transform = [1, 0, 0, 4, 0, 1, 0, 5, 0, 0, 1, 6, 0, 0, 0, 1]\nsizes = [1, 1, 1]\n",
+         ":12: grid.transform: the last column must be 0, 0, 0, 1, as pistonfield_grid makes it; "
+         "is it the transpose?"},
+        {"transform = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1]\nsizes = [1, 1]\n",
+         ":13: grid.sizes: takes 3 numbers, not 2"}};
+    for (const auto& [grid, reason] : grids) {
+        const std::string name = file(head + grid);
+        EXPECT_EQ(complaint({"--request", name, "f.h5"}), name + reason);
+    }
+    const std::string none = file(std::string(si).substr(0, std::string(si).find("[grid]")));
+    EXPECT_EQ(complaint({"--request", none, "f.h5"}), none + ": grid is missing");
+}
+
+TEST_F(CommandFiles, SiRequestIsCheckedWithTheLine) {
+    const std::string name = file(replaced(si, "order = 12", "order = 0"));
+    EXPECT_EQ(refused([&] {
+                  checkComplete(computing({"--request", name, "f.h5"}));
+              }),
+              name + ":2: order: 0 is not within 1 to 18000 of the mode cpu");
+    const std::string sizes = replaced(si, "70]", "9007199254740993]");
+    EXPECT_THAT(refused([&] {
+                    checkComplete(computing({"--request", file(sizes), "f.h5"}));
+                }),
+                HasSubstr(":11: grid: "));
+    EXPECT_EQ(contradiction(computing({"--request", file(si), "f.h5"}), pistonfield::Request{}),
+              name + ":11: grid");
+}
+
 // --- contradictions
 
 TEST(Contradiction, IsTheFirstOptionOfAnotherValue) {

@@ -39,6 +39,13 @@ TEST(RealNumber, BeyondTheRangeIsRefused) {
                   quoted(text) + " is beyond the range of double precision");
 }
 
+TEST(RealNumber, ComesBackFromItsText) {
+    EXPECT_EQ(run::numbers::textOf(5e-3), "0.005");
+    EXPECT_EQ(run::numbers::textOf(-2), "-2");
+    for (const double number : {0.1, 1.0 / 3, 5e-324, 0x1.fffffffffffffp1023, -4188.790204786391})
+        EXPECT_EQ(real(run::numbers::textOf(number)), number);
+}
+
 TEST(WholeNumber, IsDecimalWhateverItsZeros) {
     EXPECT_EQ(whole("010"), 10);
     EXPECT_EQ(whole("-08"), -8);

@@ -31,6 +31,28 @@ def replaced(key, line):
     return "\n".join(line if name == key else text for name, text in LINES.items()) + "\n"
 
 
+SI_LINES = {
+    "frequency": "frequency = 1e6",
+    "[medium]": "[medium]",
+    "speed": "speed = 1500",
+    "[piston]": "[piston]",
+    "width": "width = 7.5e-3",
+    "height": "height = 5e-3",
+    "[grid]": "[grid]",
+    "x": "x = [0, 1e-4, 3]",
+    "y": "y = [0, 1e-4, 4]",
+    "z": "z = [1e-3, 2e-4, 5]",
+}
+
+
+def in_si(key, *lines):
+    """The request in SI units with other lines for a key."""
+    return {
+        f"SI, {key}: {line[:60]!r}": "\n".join({**SI_LINES, key: line}.values()).encode() + b"\n"
+        for line in lines
+    }
+
+
 def one(key, *values):
     return {f"{key} = {value}"[:60]: replaced(key, f"{key} = {value}").encode() for value in values}
 
@@ -119,6 +141,42 @@ BAD = {
     "a long number": replaced("k", "k = " + "9" * 10**6).encode(),
     "a million sizes": replaced("sizes", "sizes = [" + "1, " * 10**6 + "1]").encode(),
     "a long line of words": replaced("mode", "mode = " + "cpu " * 10**5).encode(),
+}
+
+# And what is no request in SI units.
+BAD_IN_SI = {
+    **in_si(
+        "frequency", "", "frequency =", "frequency = 0", "frequency = -1e6", "frequency = nan",
+        "frequency = inf", "frequency = 1e400", "frequency = [1e6]", "frequency = { Hz = 1e6 }",
+        "frequency = true", "frequency = '1e6'",
+        "frequency = '" + "x" * 10**6 + "'", "frequency = 1e6\nfrequency = 1e6", "[frequency]\nHz = 1e6",
+        "frequency.Hz = 1e6", "frequency = 1e6\nvelocity = 0", "frequency = 1e6\nvelocity = 'fast'",
+        "frequency = 1e6\nk = 4188", "frequency = 1e6\nsizes = [3, 4, 5]", "frequency = 1e308",
+        "frequency = 1e6\npiston = 3", "frequency = 1e6\nspeed = 1500",
+    ),
+    **in_si("[medium]", "[[medium]]", "[medium", "[medium.water]", "[Medium]", "[piston]"),
+    **in_si("speed", "speed = 0", "speed = -0.0", "speed = 1e-320", "density = nan", "Speed = 1"),
+    **in_si(
+        "height", "", "height = 0", "height = [5e-3, 5e-3]", "height = 5e-3\nheight = 5e-3",
+        *(f"height = 5e-3\ncenter = {value}" for value in (
+            "0", "[]", "[0, 0]", "[0, 0, 0, 0]", "[0, 0, nan]", "[[0, 0, 0]]", "{ x = 0 }",
+            "[0, 0, [0]]", "[" + "0, " * 10**5 + "0]",
+        )),
+        *(f"height = 5e-3\norientation = {value}" for value in (
+            "[]", "[[]]", "[[], [], []]", "[[1, 0, 0], [0, 1, 0], [0, 0, 0]]",
+            "[[1, 0, 0], [0, 1, 0], [0, 0, -1]]", "[[1, 0, 0], [0, 1, 0], 1]",
+            "[[[1, 0, 0]], [[0, 1, 0]], [[0, 0, 1]]]", "[1e200, 0, 0, 0, 1, 0, 0, 0, 1]",
+            "[nan, 0, 0, 0, 1, 0, 0, 0, 1]", "[" + "[1], " * 10**5 + "[1]]",
+        )),
+    ),
+    **in_si(
+        "x", "", "x = []", "x = [0, 1e-4]", "x = [0, 1e-4, 0]", "x = [0, 1e-4, -3]",
+        "x = [0, 1e-4, 3.5]", "x = [0, 0, 3]", "x = [0, 1e-4, 9223372036854775808]",
+        "x = [0, 1e-4, 9223372036854775807]", "x = [nan, 1e-4, 3]", "x = [[0, 1e-4, 3]]",
+        "x = { first = 0 }", "x.first = 0", "x = 'all'", "x = 0\nx = 0", "x = [0, 1e999, 3]",
+        "x = 0\nsizes = [3, 4, 5]",
+        "transform = [" + "1, " * 15 + "1]", "sizes = [3, 4, 5]", "x = 0\na = 0",
+    ),
 }
 # fmt: on
 
@@ -234,6 +292,11 @@ class MalformedTest(Attack):
     def test_requests(self):
         for what in BAD if FULL else self.random.sample(list(BAD), 40):
             self.at("request.toml").write_bytes(BAD[what])
+            self.attempt(what, "--request", "request.toml", "field.h5")
+
+    def test_requests_in_si_units(self):
+        for what, text in BAD_IN_SI.items():
+            self.at("request.toml").write_bytes(text)
             self.attempt(what, "--request", "request.toml", "field.h5")
 
     def test_requests_before_several_processes(self):

@@ -1,0 +1,295 @@
+function info = pistonfield_request(file, piston, grid, varargin)
+  % pistonfield_request: writes the request file with which pistonfield-run computes a field.
+  %
+  % DESCRIPTION
+  %   Takes what pistonfield_pressure takes, and in place of computing the field writes down what
+  %   it is, for the program pistonfield-run: on a cluster, or where the field is too large for
+  %   this machine. Then, in a shell,
+  %
+  %     pistonfield-run --request request.toml field.h5
+  %
+  %   computes it, and pistonfield_read reads it back. The file is a text in SI units that may be
+  %   changed by hand. It has the order that pistonfield_pressure would take, and the velocity
+  %   where a power is given.
+  %
+  %   A point exactly over a corner of the piston, where the edge integrals have no value, is NaN
+  %   in the program's field.
+  %
+  % USAGE
+  %   pistonfield_request(file, piston, grid, 'frequency', f)
+  %   info = pistonfield_request(file, piston, grid, 'frequency', f, name, value, ...)
+  %
+  % INPUTS
+  %   file         - the name of the file to write, such as 'request.toml'
+  %   piston       - struct with width and height [m], and optionally center [m] and orientation;
+  %                  see pistonfield_pressure
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston
+  %   'frequency'  - frequency [Hz]
+  %
+  % OPTIONAL INPUTS (names and values)
+  %   'speed', 'density', 'velocity', 'power', 'mode', 'tolerance', 'order'
+  %                - as for pistonfield_pressure, with the same values when left out
+  %   'overwrite'  - true: replace a file that exists, which is refused otherwise
+  %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
+  %   serves both functions.
+  %
+  % OUTPUTS
+  %   info         - struct with the fields
+  %                    order       the order that was written
+  %                    estimate    estimate of the error, from a finite order and from rounding,
+  %                                relative to the largest |p|; NaN where the order was given
+  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    velocity    the amplitude of the piston's normal velocity [m/s]
+  %                    power       the radiated power [W]
+  %
+  % EXAMPLES
+  %   piston = struct('width', 7.5e-3, 'height', 5e-3);
+  %   grid = pistonfield_grid((-20:0.1:20) * 1e-3, (-20:0.1:20) * 1e-3, (1:0.2:120) * 1e-3);
+  %   wave = {'frequency', 1e6, 'velocity', 0.01};
+  %   pistonfield_request('request.toml', piston, grid, wave{:});
+  %
+  %   % In a shell: mpirun -n 16 pistonfield-run --request request.toml field.h5
+  %   [p, ~, grid] = pistonfield_read('field.h5', 'piston', piston, wave{:});
+  %   pistonfield_plot(p, grid);
+  %
+  % See also: pistonfield_read, pistonfield_pressure, pistonfield_grid
+
+  % SPDX-FileCopyrightText: the pistonfield developers
+  % SPDX-License-Identifier: BSD-3-Clause
+
+  caller = 'pistonfield_request';
+  require(nargin >= 3, caller, 'arguments', 'give a file, a piston, a grid and the frequency');
+  require(ischar(file) && isrow(file), caller, 'file', 'file must be the name of a file');
+  piston = read_piston(caller, piston);
+  require_grid(caller, grid);
+  options = read_pressure_options(caller, varargin, struct('overwrite', false));
+  require_flag(caller, 'overwrite', options.overwrite);
+  place = place_before(caller, piston, grid);
+  require(options.overwrite || ~is_there(file), caller, 'file', ...
+          '%s exists; the option ''overwrite'', true replaces it', file);
+  require_module(caller);
+
+  k = 2 * pi * options.frequency / options.speed;
+  [velocity, power] = velocity_and_power(piston, k, options);
+  [order, estimate] = choose_order(caller, place, grid.sizes, piston, k, options);
+  options.velocity = velocity;
+  options.order = order;
+  write_text(caller, file, request_text(piston, grid, options));
+  if nargout > 0
+    info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
+                  'power', power);
+  end
+end
+
+function require_flag(caller, name, value)
+  require(isscalar(value) && (islogical(value) || isnumeric(value)), caller, name, ...
+          '%s must be true or false', name);
+end
+
+% A name without a folder is looked for along the path otherwise.
+function yes = is_there(file)
+  if ~any(file(1) == '/~')
+    file = fullfile(pwd(), file);
+  end
+  yes = exist(file, 'file') ~= 0;
+end
+
+function text = request_text(piston, grid, options)
+  lines = {
+    '# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
+    ['frequency = ', number(options.frequency)]
+    ['velocity = ', number(options.velocity), '  # amplitude of the piston''s normal velocity']
+    ['mode = "', options.mode, '"']
+    ['order = ', number(options.order)]
+    ''
+    '[medium]'
+    ['speed = ', number(options.speed)]
+    ['density = ', number(options.density)]
+    ''
+    '[piston]'
+    ['width = ', number(piston.width), '  # along its x']
+    ['height = ', number(piston.height), '  # along its y']
+    ['center = ', list(piston.center)]
+    '# The columns are its x, its y and its normal.'
+    ['orientation = ', list_of_rows(piston.orientation)]
+    ''
+    '[grid]'
+    '# The rows are the steps along its three directions and the first point, as pistonfield_grid'
+    '# has them.'
+    ['transform = ', list_of_rows(grid.transform)]
+    ['sizes = ', list(grid.sizes)]};
+  text = sprintf('%s\n', lines{:});
+end
+
+function text = list(values)
+  numbers = arrayfun(@number, values(:).', 'UniformOutput', false);
+  text = ['[', strjoin(numbers, ', '), ']'];
+end
+
+function text = list_of_rows(matrix)
+  lists = cellfun(@list, num2cell(matrix, 2), 'UniformOutput', false);
+  text = sprintf('[\n    %s]', strjoin(lists.', sprintf(',\n    ')));
+end
+
+% As few digits as read back as this number.
+function text = number(value)
+  for digits = 15:17
+    text = sprintf('%.*g', digits, value);
+    if str2double(text) == value
+      return
+    end
+  end
+end
+
+function write_text(caller, file, text)
+  [id, reason] = fopen(file, 'w');
+  require(id >= 0, caller, 'file', '%s cannot be written: %s', file, reason);
+  written = fwrite(id, text);
+  closed = fclose(id);
+  require(written == numel(text) && closed == 0, caller, 'file', ...
+          '%s could not be written to its end', file);
+end
+
+%!shared folder, file, piston, grid, wave
+%! folder = tempname();
+%! mkdir(folder);
+%! file = fullfile(folder, 'it''s a request.toml');
+%! piston = struct('width', 3e-3, 'height', 2e-3);
+%! grid = pistonfield_grid((-3:3) * 0.7e-3, (-2:3) * 0.9e-3, (1:5) * 1.1e-3);
+%! wave = {'frequency', 1e6, 'order', 16};
+
+%!function report = run(varargin)
+%!  % What the program prints.
+%!  words = cellfun(@(word) ['"', word, '" '], varargin, 'UniformOutput', false);
+%!  [status, report] = system(['"', getenv('PISTONFIELD_RUN'), '" ', words{:}, '2>&1']);
+%!  if status ~= 0
+%!    error("%s", report);
+%!  end
+%!endfunction
+
+%!function [p, request, back] = there_and_back(folder, piston, grid, wave, varargin)
+%!  % The field by the program, in Pa, and its grid.
+%!  file = fullfile(folder, 'there.toml');
+%!  pistonfield_request(file, piston, grid, wave{:}, 'overwrite', true);
+%!  field = fullfile(folder, 'there.h5');
+%!  run('--request', file, '--overwrite', varargin{:}, field);
+%!  [p, request, back] = pistonfield_read(field, 'piston', piston, wave{:});
+%!endfunction
+
+%!test % the order is that of pistonfield_pressure, and so is all that is told
+%! drive = {'frequency', 0.8e6, 'speed', 1500, 'density', 900, 'power', 0.2, 'tolerance', 1e-6};
+%! info = pistonfield_request(file, piston, grid, drive{:});
+%! [~, wanted] = pistonfield_pressure(piston, grid, drive{:});
+%! for name = fieldnames(info).'
+%!   assert(info.(name{1}), wanted.(name{1}));
+%! end
+%! text = fileread(file);
+%! assert(~isempty(strfind(text, sprintf('order = %d\n', wanted.order))));
+%! assert(~isempty(strfind(text, sprintf('\nspeed = 1500\ndensity = 900\n'))));
+
+%!test % a file that exists stays as it is, unless it may be replaced
+%! before = fileread(file);
+%! try
+%!   pistonfield_request(file, piston, grid, wave{:});
+%!   identifier = 'none';
+%! catch reason
+%!   identifier = reason.identifier;
+%! end
+%! assert(identifier, 'pistonfield:pistonfield_request:file');
+%! assert(fileread(file), before);
+%! pistonfield_request(file, piston, grid, wave{:}, 'overwrite', true);
+%! assert(~strcmp(fileread(file), before));
+%! pistonfield_request(file, piston, grid, wave{:}, 'overwrite', true, 'memory', 1e6, ...
+%!                     'threads', 1, 'progress', 'none');
+
+%!test % a file of the path is no file of the folder
+%! before = pwd();
+%! unwind_protect
+%!   cd(folder);
+%!   pistonfield_request('pistonfield_request.m', piston, grid, wave{:});
+%!   assert(exist(fullfile(folder, 'pistonfield_request.m'), 'file'), 2);
+%!   fail('pistonfield_request("pistonfield_request.m", piston, grid, wave{:})', 'exists');
+%!   delete('pistonfield_request.m');
+%! unwind_protect_cleanup
+%!   cd(before);
+%! end_unwind_protect
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the field is that of pistonfield_pressure
+%! % The grid is aligned with the piston, so that nothing rounds on the way.
+%! drive = {'frequency', 0.8e6, 'speed', 1510.3, 'density', 900, 'velocity', 0.3, 'order', 17};
+%! [p, request, back] = there_and_back(folder, piston, grid, drive);
+%! assert(p, pistonfield_pressure(piston, grid, drive{:}));
+%! assert(back, grid);
+%! assert({request.mode, request.order}, {'cpu', 17});
+%! assert([request.s, request.l, request.k], [3e-3, 2e-3, 2 * pi * 0.8e6 / 1510.3]);
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % with a power, and a part of the grid
+%! drive = {'frequency', 1e6, 'power', 2, 'tolerance', 1e-3};
+%! p = pistonfield_pressure(piston, grid, drive{:});
+%! assert(there_and_back(folder, piston, grid, drive), p);
+%! field = fullfile(folder, 'there.h5');
+%! [box, ~, back] = pistonfield_read(field, [2 3 4], [5 Inf 2], 'piston', piston, drive{:});
+%! assert(box, p(2:6, 3:6, 4:5));
+%! [x, y, z] = pistonfield_grid(grid, 'axes');
+%! [x1, y1, z1] = pistonfield_grid(back, 'axes');
+%! assert({x1, y1, z1}, {x(2:6), y(3:6), z(4:5)}, 4 * eps(z(5)));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % before a piston that is moved and turned
+%! turned = piston;
+%! turned.center = [4e-3; -5e-3; 6e-3];
+%! turned.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)] * ...
+%!                      [1 0 0; 0 cosd(10) -sind(10); 0 sind(10) cosd(10)];
+%! steps = [0.7 0.1 0.2; -0.1 0.9 0; 0.3 -0.2 1.1] * 1e-3;
+%! points = pistonfield_grid([1 -4 20] * 1e-3, steps, [7 6 5]);
+%! [p, ~, back] = there_and_back(folder, turned, points, wave);
+%! [wanted, info] = pistonfield_pressure(turned, points, wave{:});
+%! % Positions are off by the rounding of three products and their sum, twice: 8 roundings of the
+%! % 35 mm that they reach. The field changes with them as its phase does, and near the piston a
+%! % few times as fast.
+%! off = 8 * eps(35e-3);
+%! assert(p, wanted, 4 * info.wavenumber * off * max(abs(wanted(:))));
+%! assert(back.sizes, points.sizes);
+%! assert(back.transform, points.transform, off);
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % in single precision values are single
+%! drive = {'frequency', 1e6, 'order', 16, 'mode', 'cpusp'};
+%! p = there_and_back(folder, piston, grid, drive);
+%! assert(class(p), 'single');
+%! wanted = pistonfield_pressure(piston, grid, drive{:});
+%! % The values are the same; in Pa they are rounded once more, which takes a product of three.
+%! assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % in every mode
+%! for mode = {'cpudp', 'cuda', 'cudadp'}
+%!   drive = {'frequency', 1e6, 'order', 16, 'mode', mode{1}};
+%!   p = there_and_back(folder, piston, grid, drive);
+%!   wanted = pistonfield_pressure(piston, grid, drive{:});
+%!   assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+%! end
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % options of the program count before the file
+%! [~, request] = there_and_back(folder, piston, grid, wave, '--order', '9', '--mode', 'cpusp');
+%! assert({request.order, request.mode}, {9, 'cpusp'});
+
+%!test
+%! confirm_recursive_rmdir(false, 'local');
+%! rmdir(folder, 's');
+
+%!error id=pistonfield:pistonfield_request:arguments pistonfield_request('nowhere/r', struct())
+%!error id=pistonfield:pistonfield_request:file pistonfield_request(7, piston, grid, wave{:})
+%!error id=pistonfield:pistonfield_request:file pistonfield_request('', piston, grid, wave{:})
+%!error <nowhere/r cannot be written> pistonfield_request('nowhere/r', piston, grid, wave{:})
+%!error id=pistonfield:pistonfield_request:piston
+%! pistonfield_request('nowhere/r', struct('width', 1), grid, wave{:});
+%!error id=pistonfield:pistonfield_request:grid
+%! pistonfield_request('nowhere/r', piston, 3, wave{:});
+%!error <the grid reaches 0.004 m behind>
+%! pistonfield_request('nowhere/r', piston, pistonfield_grid(0, 0, (-4:3) * 1e-3), wave{:});
+%!error <frequency is missing> pistonfield_request('nowhere/r', piston, grid)
+%!error id=pistonfield:pistonfield_request:mode
+%! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'mode', 'gpu');
+%!error <overwrite must be true or false>
+%! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'overwrite', 'yes');
+%!error <'colour' is no option> pistonfield_request('nowhere/r', piston, grid, wave{:}, 'colour', 1)
+%!error <give tolerance or order, not both>
+%! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'tolerance', 1e-3);

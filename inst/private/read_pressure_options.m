@@ -1,0 +1,44 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+function options = read_pressure_options(caller, given, others)
+  % options = read_pressure_options(caller, given, others): the options of pistonfield_pressure in
+  % the cell array of names and values, checked, with what was left out filled in; and those of the
+  % struct others, which has their defaults, as they are. options.demanded is whether there was a
+  % tolerance.
+  defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
+                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'threads', [], ...
+                    'progress', 'auto');
+  for name = fieldnames(others).'
+    defaults.(name{1}) = others.(name{1});
+  end
+  options = read_options(caller, defaults, given);
+  require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
+  options = require_one_of(caller, options, 'velocity', 'power', 1);
+  options.demanded = ~isempty(options.tolerance);
+  options = require_one_of(caller, options, 'tolerance', 'order', usual_tolerance());
+  choices = {'velocity', 'power', 'tolerance', 'order'};
+  chosen = choices(~cellfun(@(name) isempty(options.(name)), choices));
+  options = require_positive_options(caller, options, [{'frequency', 'speed', 'density'}, chosen]);
+  require(isempty(options.tolerance) || options.tolerance < 1, caller, 'tolerance', ...
+          'tolerance must be below 1');
+  require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
+          'memory must be a number of bytes, or Inf');
+  require_mode(caller, options.mode);
+  require(isempty(options.threads) || (is_positive(options.threads) && ...
+          options.threads == fix(options.threads) && options.threads <= 1024), ...
+          caller, 'threads', 'threads must be a whole number from 1 to 1024');
+  require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
+  if ~isempty(options.order)
+    require_order(caller, options.order, options.mode);
+  end
+end
+
+% Of two options that say the same thing in two ways at most one may be given.
+function options = require_one_of(caller, options, first, second, default)
+  require(isempty(options.(first)) || isempty(options.(second)), caller, second, ...
+          'give %s or %s, not both', first, second);
+  if isempty(options.(first)) && isempty(options.(second))
+    options.(first) = default;
+  end
+end
