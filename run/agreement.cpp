@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "run/Descriptor.h"
+#include "run/outputs.h"
 
 namespace run {
 
@@ -93,10 +94,10 @@ std::vector<std::string> split(const std::string& text) {
     return words;
 }
 
-bool isOnNfs(const std::filesystem::path& file) {
+bool isOnNfs(const std::filesystem::path& folder) {
     constexpr decltype(statfs::f_type) nfs = 0x6969;
     struct statfs system {};
-    return statfs(file.c_str(), &system) == 0 && system.f_type == nfs;
+    return statfs(folder.c_str(), &system) == 0 && system.f_type == nfs;
 }
 
 }  // namespace
@@ -133,7 +134,7 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team) {
 }
 
 void shareLocks(const std::filesystem::path& output) {
-    if (!isOnNfs(output)) return;
+    if (!isOnNfs(std::filesystem::absolute(outputs::target(output)).parent_path())) return;
     // Open MPI reads that when it opens its first file.
     constexpr const char* rangesAlone = "3";
     static_cast<void>(setenv("OMPI_MCA_fs_ufs_lock_algorithm", rangesAlone, /*replace=*/0));

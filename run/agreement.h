@@ -23,6 +23,7 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team);
 
 /// Before processes open an output together: has Open MPI lock on NFS the bytes that it writes, and
 /// not the whole file. For that it would wait for ever, as the run itself has a lock on the file.
+/// Sets the environment, and so has to come before any thread that may read it.
 void shareLocks(const std::filesystem::path& output);
 
 }  // namespace run

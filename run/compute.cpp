@@ -51,7 +51,6 @@ bool computeMissing(const ComputeCommand& command, Team& team, std::optional<Fie
     std::optional<Worker> worker;
     SlabNumbers todo;
     requireSameOutput(command.output, team);
-    if (team.size() > 1) shareLocks(command.output);
     team.together([&] {
         file.emplace(command.output, FieldFile::Access::write, team.communicator());
         records = file->records();
