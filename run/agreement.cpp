@@ -26,10 +26,16 @@ namespace run {
 
 namespace {
 
-/// Gives a file a time of its last change that no other has, and in the end the time it is then.
+struct stat statusOf(const std::filesystem::path& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) failWith(path.string() + " cannot be opened", errno);
+    return status;
+}
+
+/// Gives a file a time of its last change that no other has, and in the end the one it had.
 class Mark {
   public:
-    explicit Mark(std::filesystem::path path) : path(std::move(path)) {
+    explicit Mark(const std::filesystem::path& path) : path(path), changed(statusOf(path).st_mtim) {
         // In whole seconds, as some file systems have no others.
         constexpr std::time_t most = 10'000'000;
         const std::time_t before = std::uniform_int_distribution<std::time_t>(1, most)(source);
@@ -37,7 +43,7 @@ class Mark {
     }
     Mark(const Mark&) = delete;
     Mark& operator=(const Mark&) = delete;
-    ~Mark() { set({0, UTIME_NOW}); }
+    ~Mark() { set(changed); }
 
   private:
     /// Only the owner of a file may do that: those of others are known by their size alone.
@@ -48,6 +54,7 @@ class Mark {
 
     std::filesystem::path path;
     std::random_device source;
+    timespec changed;
 };
 
 /// By what a file is known on every machine: numbers of devices differ there, and so may those of
