@@ -20,6 +20,7 @@
 #include <utility>
 
 #include "run/Descriptor.h"
+#include "run/limits.h"
 #include "run/outputs.h"
 
 namespace run {
@@ -53,8 +54,8 @@ class Mark {
     }
 
     std::filesystem::path path;
-    std::random_device source;
     timespec changed;
+    std::random_device source;
 };
 
 /// By what a file is known on every machine: numbers of devices differ there, and so may those of
@@ -86,6 +87,12 @@ void requireSeen(const std::filesystem::path& output, const std::string& expecte
         throw std::runtime_error(output.string() +
                                  " is another file there than the first process has: all machines "
                                  "have to share its folder");
+}
+
+/// MPI opens files of its own beside an output. Where it cannot, all others wait for ever.
+void requireRoomForFiles(const std::filesystem::path& output) {
+    constexpr std::size_t files = 8;
+    if (!mayOpen(files)) failWith(output.string() + " cannot be opened", EMFILE);
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -134,6 +141,7 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team) {
     team.together([&] {
         try {
             requireSeen(output, expected);
+            requireRoomForFiles(output);
         } catch (const std::runtime_error& error) {
             throw std::runtime_error(team.nameOf(team.rank()) + ": " + error.what());
         }
