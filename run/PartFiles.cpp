@@ -75,7 +75,7 @@ const FieldFile& PartFiles::open(std::size_t part) {
     const auto found = opened.find(part);
     if (found != opened.end()) return found->second;
     constexpr std::size_t most = 100;
-    // This one, and what others open meanwhile.
+    // This one, and what else is opened while parts are.
     constexpr std::size_t more = 3;
     if (opened.size() == most || !mayOpen(more)) opened.clear();
     return opened.try_emplace(part, pathOf(joined.parts()[part]), FieldFile::Access::read)

@@ -73,6 +73,7 @@ Todo findTodo(const ComputeCommand& command, Team& team) {
 bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
     requireSameOutput(command.output, team);
     Todo todo = findTodo(command, team);
+    // Changed slabs become missing ones however that ended.
     if (todo.stopped) todo.missing.clear();
     if (team.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
         return !todo.stopped;
