@@ -8,6 +8,7 @@
 
 #include "run/SlabNumbers.h"
 #include "run/description.h"
+#include "run/limits.h"
 #include "run/outputs.h"
 
 namespace run {
@@ -73,9 +74,10 @@ std::filesystem::path PartFiles::pathOf(const JoinedPart& part) const { return f
 const FieldFile& PartFiles::open(std::size_t part) {
     const auto found = opened.find(part);
     if (found != opened.end()) return found->second;
-    // Fewer than any system lets a process have open.
     constexpr std::size_t most = 100;
-    if (opened.size() == most) opened.clear();
+    // This one, and what else is opened while parts are.
+    constexpr std::size_t more = 3;
+    if (opened.size() == most || !mayOpen(more)) opened.clear();
     return opened.try_emplace(part, pathOf(joined.parts()[part]), FieldFile::Access::read)
         .first->second;
 }

@@ -20,15 +20,23 @@
 #include <utility>
 
 #include "run/Descriptor.h"
+#include "run/limits.h"
+#include "run/outputs.h"
 
 namespace run {
 
 namespace {
 
-/// Gives a file a time of its last change that no other has, and in the end the time it is then.
+struct stat statusOf(const std::filesystem::path& path) {
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) failWith(path.string() + " cannot be opened", errno);
+    return status;
+}
+
+/// Gives a file a time of its last change that no other has, and in the end the one it had.
 class Mark {
   public:
-    explicit Mark(std::filesystem::path path) : path(std::move(path)) {
+    explicit Mark(const std::filesystem::path& path) : path(path), changed(statusOf(path).st_mtim) {
         // In whole seconds, as some file systems have no others.
         constexpr std::time_t most = 10'000'000;
         const std::time_t before = std::uniform_int_distribution<std::time_t>(1, most)(source);
@@ -36,7 +44,7 @@ class Mark {
     }
     Mark(const Mark&) = delete;
     Mark& operator=(const Mark&) = delete;
-    ~Mark() { set({0, UTIME_NOW}); }
+    ~Mark() { set(changed); }
 
   private:
     /// Only the owner of a file may do that: those of others are known by their size alone.
@@ -46,6 +54,7 @@ class Mark {
     }
 
     std::filesystem::path path;
+    timespec changed;
     std::random_device source;
 };
 
@@ -80,6 +89,12 @@ void requireSeen(const std::filesystem::path& output, const std::string& expecte
                                  "have to share its folder");
 }
 
+/// MPI opens files of its own beside an output. Where it cannot, all others wait for ever.
+void requireRoomForFiles(const std::filesystem::path& output) {
+    constexpr std::size_t files = 8;
+    if (!mayOpen(files)) failWith(output.string() + " cannot be opened", EMFILE);
+}
+
 std::string joined(const std::vector<std::string>& words) {
     std::string text;
     for (const std::string& word : words) text += word + '\0';
@@ -93,10 +108,10 @@ std::vector<std::string> split(const std::string& text) {
     return words;
 }
 
-bool isOnNfs(const std::filesystem::path& file) {
+bool isOnNfs(const std::filesystem::path& folder) {
     constexpr decltype(statfs::f_type) nfs = 0x6969;
     struct statfs system {};
-    return statfs(file.c_str(), &system) == 0 && system.f_type == nfs;
+    return statfs(folder.c_str(), &system) == 0 && system.f_type == nfs;
 }
 
 }  // namespace
@@ -126,6 +141,7 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team) {
     team.together([&] {
         try {
             requireSeen(output, expected);
+            requireRoomForFiles(output);
         } catch (const std::runtime_error& error) {
             throw std::runtime_error(team.nameOf(team.rank()) + ": " + error.what());
         }
@@ -133,7 +149,7 @@ void requireSameOutput(const std::filesystem::path& output, const Team& team) {
 }
 
 void shareLocks(const std::filesystem::path& output) {
-    if (!isOnNfs(output)) return;
+    if (!isOnNfs(std::filesystem::absolute(outputs::target(output)).parent_path())) return;
     // Open MPI reads that when it opens its first file.
     constexpr const char* rangesAlone = "3";
     static_cast<void>(setenv("OMPI_MCA_fs_ufs_lock_algorithm", rangesAlone, /*replace=*/0));

@@ -17,12 +17,13 @@ namespace run {
 void requireSameWords(const std::vector<std::string>& words, const Team& team);
 
 /// Requires that every process can open the output, and that this is the first one's: in a folder
-/// that machines do not share, each has another file of that name, or none. Sets the time of the
-/// output's last change.
+/// that machines do not share, each has another file of that name, or none. For that the output has
+/// another time of its last change meanwhile.
 void requireSameOutput(const std::filesystem::path& output, const Team& team);
 
 /// Before processes open an output together: has Open MPI lock on NFS the bytes that it writes, and
 /// not the whole file. For that it would wait for ever, as the run itself has a lock on the file.
+/// Sets the environment, and so has to come before any thread that may read it.
 void shareLocks(const std::filesystem::path& output);
 
 }  // namespace run

@@ -44,26 +44,48 @@ void giveUp(const ComputeCommand& command, const Team& team, FieldFile& file, Wo
                   << file.layout().slabs().count() << " slabs" << std::endl;
 }
 
-/// Opens the output and does one process's part in it.
-/// @return whether it was not stopped
-bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
+/// One process's share of what is to be done.
+struct Todo {
+    SlabNumbers missing;
+    SlabNumbers changed;   ///< those that are not what was written
+    bool stopped = false;  ///< whether not all were compared with that
+};
+
+/// Looks for what is to be done. Only reads: to open a file for writing is to change it.
+Todo findTodo(const ComputeCommand& command, Team& team) {
+    std::optional<FieldFile> file;
     std::vector<SlabRecord> records;
     std::optional<Worker> worker;
-    SlabNumbers todo;
-    requireSameOutput(command.output, team);
-    if (team.size() > 1) shareLocks(command.output);
+    Todo todo;
     team.together([&] {
-        file.emplace(command.output, FieldFile::Access::write, team.communicator());
+        file.emplace(command.output, FieldFile::Access::read);
         records = file->records();
         worker.emplace(team, *file);
-        todo = worker->shareOf(numbersOf(records, /*finished=*/false));
+        todo.missing = worker->shareOf(numbersOf(records, /*finished=*/false));
     });
-    const SlabNumbers changed = worker->findChanged(records);
+    todo.changed = worker->findChanged(records);
+    todo.stopped = worker->stopped();
+    return todo;
+}
+
+/// Opens the output where something is to be done, and does one process's part in it.
+/// @return whether it was not stopped
+bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
+    requireSameOutput(command.output, team);
+    Todo todo = findTodo(command, team);
+    // Changed slabs become missing ones however that ended.
+    if (todo.stopped) todo.missing.clear();
+    if (team.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
+        return !todo.stopped;
+    std::optional<Worker> worker;
     team.together([&] {
-        giveUp(command, team, *file, *worker, changed);
-        todo.insert(todo.end(), changed.begin(), changed.end());
+        file.emplace(command.output, FieldFile::Access::write, team.communicator());
+        worker.emplace(team, *file);
     });
-    worker->compute(todo);
+    team.together([&] { giveUp(command, team, *file, *worker, todo.changed); });
+    if (todo.stopped) return false;
+    todo.missing.insert(todo.missing.end(), todo.changed.begin(), todo.changed.end());
+    worker->compute(todo.missing);
     return !worker->stopped();
 }
 
@@ -76,10 +98,10 @@ std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
 /// Writes down whether all slabs are finished, and what that took.
 void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
                  double seconds, std::int64_t memory) {
-    FieldFile file(command.output, FieldFile::Access::write);
-    Account account = file.account();
+    Account account = FieldFile(command.output, FieldFile::Access::read).account();
     // Nothing was to be done.
     if (account.complete) return;
+    FieldFile file(command.output, FieldFile::Access::write);
     const std::vector<SlabRecord> records = file.records();
     std::array<char, 256> host{};
     static_cast<void>(gethostname(host.data(), host.size() - 1));
@@ -150,7 +172,9 @@ int compute(const ComputeCommand& command, Team& team) {
         if (file) file->abandon();
         throw;
     }
-    team.together([&] { file->close(); });
+    team.together([&] {
+        if (file) file->close();
+    });
 
     const std::chrono::duration<double> time = Clock::now() - begin;
     const std::int64_t memory = team.largest(peakMemory());

@@ -5,6 +5,10 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <stdexcept>
+#include <vector>
+
+#include "run/Descriptor.h"
 
 namespace run {
 
@@ -15,6 +19,16 @@ void prepareForFiles() noexcept {
         static_cast<void>(setrlimit(RLIMIT_NOFILE, &files));
     }
     static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+}
+
+bool mayOpen(std::size_t files) {
+    std::vector<Descriptor> opened;
+    try {
+        while (opened.size() < files) opened.emplace_back("/dev/null", O_RDONLY);
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+    return true;
 }
 
 }  // namespace run

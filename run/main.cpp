@@ -85,6 +85,15 @@ void chooseThreads(const Command& command, const Launch& launch) {
     static_cast<void>(pistonfield::threadCount());
 }
 
+/// Has the processes that compute a field watched, where there is more than one.
+std::unique_ptr<Watch> watched(const Command& command, const Team& team) {
+    const auto* computing = std::get_if<ComputeCommand>(&command);
+    if (computing == nullptr) return nullptr;
+    // Here, as the watch has a thread.
+    if (team.size() > 1) team.together([&] { shareLocks(computing->output); });
+    return watchOf(team);
+}
+
 void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
 
 /// Does what the words say, with all processes.
@@ -93,10 +102,10 @@ int execute(const Words& words, const Launch& launch, Team& team) {
     // Ends with all others', and so not where there is a failure.
     std::unique_ptr<Watch> watch;
     try {
-        watch = watchOf(team);
         const Command command = commandOf(words, team);
         requireTeam(command, launch, team);
         team.together([&] { chooseThreads(command, launch); });
+        watch = watched(command, team);
         const int status = std::visit(Executor{team}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
         return status;

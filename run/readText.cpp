@@ -9,17 +9,17 @@
 #include <cerrno>
 #include <cstddef>
 #include <stdexcept>
-#include <system_error>
+
+#include "run/Descriptor.h"
 
 namespace run {
 
 std::string readText(const std::filesystem::path& path) {
     constexpr std::size_t most = 64'000'000;
-    const auto refuse = [&](const std::string& reason) {
-        throw std::runtime_error(path.string() + ": " + reason);
-    };
-    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) refuse(std::generic_category().message(errno));
+    const std::string name = path.string();
+    const int number = open(name.c_str(), O_RDONLY | O_CLOEXEC);
+    if (number < 0) failWith(name, errno);
+    const Descriptor file(number, name);
     std::string text;
     std::array<char, 65536> piece{};
     ssize_t size = 0;
@@ -27,10 +27,9 @@ std::string readText(const std::filesystem::path& path) {
         size = read(file, piece.data(), piece.size());
         if (size > 0) text.append(piece.data(), static_cast<std::size_t>(size));
     } while ((size > 0 && text.size() <= most) || (size < 0 && errno == EINTR));
-    const int error = size < 0 ? errno : 0;
-    static_cast<void>(close(file));
-    if (error != 0) refuse(std::generic_category().message(error));
-    if (text.size() > most) refuse("more than 64 MB are no text of this program");
+    if (size < 0) failWith(name, errno);
+    if (text.size() > most)
+        throw std::runtime_error(name + ": more than 64 MB are no text of this program");
     return text;
 }
 

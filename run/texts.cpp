@@ -29,6 +29,30 @@ std::string inUnits(double number, const std::array<const char*, 5>& units) {
     return format(unit == 0 ? "%.0f%s" : "%.1f%s", number, units[unit]);
 }
 
+/// Whether a character begins at this byte of UTF-8.
+bool begins(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; }
+
+/// A word, or its beginning where it is longer than the path of any file: nobody reads that.
+std::string readable(const std::string& word) {
+    constexpr std::size_t longest = 4200;
+    if (word.size() <= longest) return word;
+    std::size_t kept = 60;
+    while (!begins(word[kept])) --kept;
+    return word.substr(0, kept) + "...";
+}
+
+/// The words of a line, between blanks, as they can be read.
+std::string readableWords(const std::string& line) {
+    std::string result;
+    for (std::size_t at = 0; at < line.size();) {
+        const std::size_t end = std::min(line.find(' ', at), line.size());
+        result += readable(line.substr(at, end - at));
+        if (end < line.size()) result += ' ';
+        at = end + 1;
+    }
+    return result;
+}
+
 }  // namespace
 
 std::string duration(double seconds) {
@@ -64,7 +88,7 @@ std::string complaint(const std::exception& failure) {
     // Names may have line ends in them, and other control characters.
     std::ranges::replace_if(
         line, [](unsigned char letter) { return std::iscntrl(letter) != 0; }, ' ');
-    return "pistonfield-run: " + line;
+    return "pistonfield-run: " + readableWords(line);
 }
 
 std::string timeNow() {

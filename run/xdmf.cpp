@@ -6,7 +6,6 @@
 #include <array>
 #include <cctype>
 #include <cmath>
-#include <fstream>
 #include <iostream>
 #include <limits>
 #include <sstream>
@@ -14,6 +13,7 @@
 #include <string>
 #include <system_error>
 
+#include "run/Descriptor.h"
 #include "run/TemporaryFile.h"
 #include "run/outputs.h"
 
@@ -114,10 +114,9 @@ bool mayReplaceXdmf(const fs::path& path) {
     const fs::file_status status = fs::status(path, none);
     if (!fs::exists(status)) return true;
     if (!fs::is_regular_file(status)) return false;
-    std::ifstream in(path);
+    if (fs::file_size(path) == 0) return true;
     std::string begin(words.size(), ' ');
-    in.read(begin.data(), static_cast<std::streamsize>(begin.size()));
-    return in.gcount() == 0 || (in && begin == words);
+    return Descriptor(path, O_RDONLY).read(begin.data(), begin.size(), 0) && begin == words;
 }
 
 void writeXdmf(const fs::path& file, const Layout& layout, bool overwrite) {

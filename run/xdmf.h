@@ -13,6 +13,7 @@ std::filesystem::path xdmfPath(const std::filesystem::path& file);
 
 /// Whether a path is free, or a file for viewers of this program is there, or one without a byte,
 /// as a full disk leaves it.
+/// @throws std::runtime_error naming a file that cannot be read
 bool mayReplaceXdmf(const std::filesystem::path& path);
 
 /// Writes "<file>.xdmf" beside a file, all at once, with which viewers open its magnitude in place:

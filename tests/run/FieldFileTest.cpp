@@ -12,6 +12,8 @@
 #include "run/description.h"
 #include "run/headCopy.h"
 #include "tests/run/FieldFiles.h"
+#include "tests/run/NoMoreFiles.h"
+#include "tests/run/Refused.h"
 #include "tests/support/RandomPoints.h"
 
 namespace {
@@ -20,6 +22,8 @@ using run::Account;
 using run::FieldFile;
 using run::Layout;
 using run::SlabRecord;
+using run::hdf5::Dataset;
+using run::hdf5::Space;
 using Access = FieldFile::Access;
 
 void expectSame(const Layout& a, const Layout& b) {
@@ -165,8 +169,8 @@ TEST_F(FieldFiles, HasPairsOfRealAndImaginaryPartZSlowest) {
     std::array<std::array<std::array<Pair, 7>, 5>, 4> field{};
     std::array<std::array<std::array<float, 7>, 5>, 4> magnitude{};
     const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
-    const run::hdf5::Dataset pressure(H5Dopen2(file, "pressure", H5P_DEFAULT), "pressure");
-    const run::hdf5::Dataset magnitudes(H5Dopen2(file, "magnitude", H5P_DEFAULT), "magnitude");
+    const Dataset pressure(H5Dopen2(file, "pressure", H5P_DEFAULT), "pressure");
+    const Dataset magnitudes(H5Dopen2(file, "magnitude", H5P_DEFAULT), "magnitude");
     ASSERT_GE(H5Dread(pressure, type, H5S_ALL, H5S_ALL, H5P_DEFAULT, field.data()), 0);
     ASSERT_GE(
         H5Dread(magnitudes, H5T_NATIVE_FLOAT, H5S_ALL, H5S_ALL, H5P_DEFAULT, magnitude.data()), 0);
@@ -209,7 +213,7 @@ TEST_F(FieldFiles, KnowAnEntryThatIsNotWhatWasWritten) {
         for (std::int64_t i = 0; i < 7; ++i) file.record(i, {7, true, 3});
         file.close();
         const run::hdf5::File other(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
-        const run::hdf5::Dataset entries(H5Dopen2(other, "slabs", H5P_DEFAULT), "slabs");
+        const Dataset entries(H5Dopen2(other, "slabs", H5P_DEFAULT), "slabs");
         place = H5Dget_offset(entries);
     }
     const std::string before = contents(path);
@@ -231,41 +235,66 @@ TEST_F(FieldFiles, KnowAnEntryThatIsNotWhatWasWritten) {
 
 // --- what changes when
 
-/// Where in a file the values and the entries are.
-std::vector<bool> placesOfSlabs(const std::filesystem::path& path) {
-    std::vector<bool> places(std::filesystem::file_size(path));
-    const auto mark = [&](haddr_t offset, hsize_t size) {
-        ASSERT_LE(offset + size, places.size());
-        std::fill_n(places.begin() + static_cast<std::ptrdiff_t>(offset), size, true);
+struct Range {
+    std::size_t begin;
+    std::size_t size;
+};
+
+/// Where in a file the chunks of a dataset are, whose values have to be written. Some versions of
+/// HDF5 count from the file's first byte, and some from where its own bytes begin: the chunks'
+/// bytes tell.
+std::vector<Range> placesOfChunks(const Dataset& dataset, const std::string& bytes) {
+    const Space space(H5Dget_space(dataset), "space");
+    hsize_t count = 0;
+    EXPECT_GE(H5Dget_num_chunks(dataset, space, &count), 0);
+    for (const std::size_t start : {std::size_t{0}, std::size_t{run::headCopy::room}}) {
+        std::vector<Range> places;
+        bool same = true;
+        for (hsize_t i = 0; i < count; ++i) {
+            std::array<hsize_t, 3> first{};
+            haddr_t offset = 0;
+            hsize_t size = 0;
+            H5Dget_chunk_info(dataset, space, i, first.data(), nullptr, &offset, &size);
+            std::string chunk(size, '\0');
+            std::uint32_t filters = 0;
+            EXPECT_GE(H5Dread_chunk(dataset, H5P_DEFAULT, first.data(), &filters, chunk.data()), 0);
+            same = same && bytes.compare(start + offset, size, chunk) == 0;
+            places.push_back({start + offset, size});
+        }
+        if (same) return places;
+    }
+    ADD_FAILURE() << "the chunks are elsewhere";
+    return {};
+}
+
+/// Which bytes of a file are of its values and entries.
+std::vector<bool> bytesOfSlabs(const std::filesystem::path& path) {
+    const std::string bytes = contents(path);
+    std::vector<bool> places(bytes.size());
+    const auto mark = [&](const Range& place) {
+        ASSERT_LE(place.begin + place.size, places.size());
+        std::fill_n(places.begin() + static_cast<std::ptrdiff_t>(place.begin), place.size, true);
     };
     const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
     for (const char* name : {"pressure", "magnitude"}) {
-        const run::hdf5::Dataset dataset(H5Dopen2(file, name, H5P_DEFAULT), name);
-        const run::hdf5::Space space(H5Dget_space(dataset), name);
-        hsize_t chunks = 0;
-        EXPECT_GE(H5Dget_num_chunks(dataset, space, &chunks), 0);
-        EXPECT_EQ(chunks, 8U);
-        for (hsize_t i = 0; i < chunks; ++i) {
-            haddr_t offset = 0;
-            hsize_t size = 0;
-            H5Dget_chunk_info(dataset, space, i, nullptr, nullptr, &offset, &size);
-            // HDF5 counts it from where its own bytes begin.
-            mark(offset + run::headCopy::room, size);
-        }
+        const Dataset dataset(H5Dopen2(file, name, H5P_DEFAULT), name);
+        const std::vector<Range> chunks = placesOfChunks(dataset, bytes);
+        EXPECT_EQ(chunks.size(), 8U);
+        for (const Range& chunk : chunks) mark(chunk);
     }
-    const run::hdf5::Dataset entries(H5Dopen2(file, "slabs", H5P_DEFAULT), "slabs");
-    mark(H5Dget_offset(entries), H5Dget_storage_size(entries));
+    const Dataset entries(H5Dopen2(file, "slabs", H5P_DEFAULT), "slabs");
+    mark({H5Dget_offset(entries), H5Dget_storage_size(entries)});
     return places;
 }
 
 TEST_F(FieldFiles, ChangesNothingButTheSlabsPlacesOnceItIsCreated) {
     FieldFile::create(path, smallLayout());
-    const std::vector<bool> places = placesOfSlabs(path);
     const std::string before = contents(path);
     FieldFile file(path, Access::write);
     writeAll<double>(file);
     file.close();
     const std::string after = contents(path);
+    const std::vector<bool> places = bytesOfSlabs(path);
 
     ASSERT_EQ(after.size(), before.size());
     std::size_t changed = 0;
@@ -459,6 +488,29 @@ TEST_F(FieldFiles, AreNotMendedByACopyThatIsDamagedItself) {
     setContents(path, bytes);
     EXPECT_FALSE(run::headCopy::restore(path));
     EXPECT_TRUE(contents(path) == bytes);
+}
+
+// --- no more files
+
+/// HDF5 keeps nothing of a failure that is in the way later, nor in files that are open.
+TEST_F(FieldFiles, ThatCannotBeOpenedForNowAreNotTakenForDamaged) {
+    FieldFile::create(path, smallLayout());
+    FieldFile::create(folder / "other.h5", smallLayout());
+    FieldFile other(folder / "other.h5", Access::write);
+    for (const Access access : {Access::read, Access::write}) {
+        {
+            const NoMoreFiles limit;
+            EXPECT_EQ(refused([&] { FieldFile(path, access); }),
+                      path.string() + " cannot be opened as HDF5: Too many open files");
+            writeAll<double>(other);
+        }
+        FieldFile file(path, access);
+        expectSame(file.layout(), smallLayout());
+        file.close();
+    }
+    other.close();
+    EXPECT_EQ(readPattern<double>(FieldFile(folder / "other.h5", Access::read), smallLayout().box),
+              Pattern<double>(smallLayout().box));
 }
 
 // --- joined files

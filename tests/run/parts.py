@@ -3,6 +3,7 @@
 """Parts that were computed alone are one field when they are joined."""
 
 import os
+import resource
 import shutil
 import signal
 import unittest
@@ -16,7 +17,8 @@ class PartsTest(ProgramTest):
     def compute_parts(self, of=3, name="field", folder=".", **request):
         """The names of the parts' files."""
         self.at(folder).mkdir(exist_ok=True)
-        names = [f"{folder}/{name}.part-{i}-of-{of}.h5" for i in range(1, of + 1)]
+        width = len(str(of))
+        names = [f"{folder}/{name}.part-{i:0{width}}-of-{of}.h5" for i in range(1, of + 1)]
         for i, path in enumerate(names, start=1):
             words = options(**request) + ["--slab", 500, "--part", f"{i}/{of}"]
             self.run_program(*words, f"{folder}/{name}.h5")
@@ -68,6 +70,25 @@ class PartsTest(ProgramTest):
             pressure = arrays(self.at(f"{mode}.h5"))["pressure"]
             extracted = numpy.fromfile(self.at(f"{mode}.bin"), dtype=pressure.dtype)
             self.assert_same_bits(extracted.reshape(pressure.shape), pressure)
+
+    def test_are_read_by_a_process_that_may_open_few_files(self):
+        parts = self.compute_parts(of=19)
+        self.run_program("join", "field.h5", *parts)
+
+        def limited_to(files):
+            return lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (files, files))
+
+        few = limited_to(12)
+        for words in (["show", "field.h5"], ["verify", "field.h5"], ["extract", "field.h5", "values"],
+                      ["join", "again.h5", *parts]):  # fmt: skip
+            self.run_program(*words, preexec_fn=few)
+        pressure = arrays(self.at("field.h5"))["pressure"]
+        self.assertEqual(self.at("values").read_bytes(), pressure.tobytes())
+        before = self.files()
+        for words in (["show", "field.h5"], ["extract", "field.h5", "others"]):
+            message = self.refused(*words, preexec_fn=limited_to(4))
+            self.assertIn("field.h5 cannot be opened as HDF5: Too many open files", message)
+        self.assertEqual(self.files(), before)
 
     def test_that_disappear_leave_nan_and_nothing_else_changes(self):
         expected = self.values_of_whole()

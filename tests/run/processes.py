@@ -4,8 +4,10 @@
 
 import os
 import subprocess
+import time
 import unittest
 
+import h5py
 from programs import MODES, MPIRUN, PROGRAM, ProgramTest, arrays, command, options
 
 
@@ -55,6 +57,32 @@ class ProcessesTest(ProgramTest):
                     name = f"{mode}{threads}.h5"
                     self.run_program(*request, "--threads", threads, name, ranks=ranks)
                     self.assert_same_field(self.at(name), one)
+
+    def test_that_have_nothing_to_do_leave_the_file_as_it_is(self):
+        for words in ([], ["--compress", 1]):
+            self.run_program(*options(), *words, "field.h5", "--overwrite")
+            os.utime(self.at("field.h5"), ns=(10**18, 10**18 + 123_456_789))
+            before = self.at("field.h5").stat()
+            content = self.at("field.h5").read_bytes()
+            for ranks in (1, 2, 3):
+                with self.subTest(words=words, ranks=ranks):
+                    self.run_program("field.h5", "--resume", *words, ranks=ranks)
+                    after = self.at("field.h5").stat()
+                    self.assertEqual(self.at("field.h5").read_bytes(), content)
+                    self.assertEqual(after.st_ino, before.st_ino)
+                    self.assertEqual(after.st_mtime_ns, before.st_mtime_ns)
+
+    def test_that_have_something_to_do_change_the_files_time(self):
+        for ranks in (1, 3):
+            with self.subTest(ranks=ranks):
+                self.run_program(*options(), "field.h5", "--overwrite")
+                with h5py.File(self.at("field.h5"), "r+") as file:
+                    file["pressure"][0, 0, 0] += 1
+                os.utime(self.at("field.h5"), ns=(10**18, 10**18))
+                before = time.time()
+                self.run_program("field.h5", "--resume", ranks=ranks)
+                # The clock of a file system ticks more seldom.
+                self.assertGreater(self.at("field.h5").stat().st_mtime, before - 1)
 
     def test_take_the_number_of_threads_from_the_environment_too(self):
         environment = {**os.environ, "PISTONFIELD_THREADS": "2.5"}

@@ -142,6 +142,40 @@ class TogetherTest(ProgramTest):
         self.assertEqual(run.returncode, 0, run.stderr)
         self.assert_same_field(self.at("field.h5"), arrays(self.at("alone.h5")))
 
+    def test_set_the_environment_before_the_program_has_other_threads(self):
+        threads = {}
+        # With fewer than all threads MPI takes no calls of a watch.
+        for level in (SERIALIZED, MULTIPLE):
+            words = command(*options(), f"{level}.h5", ranks=2)
+            shims = f"LD_PRELOAD={ON_NFS}:{THREAD_LEVELS}"
+            words[1:1] = ["--mca", "io", "ompio", "-x", shims, "-x", f"THREAD_LEVEL={level}"]
+            run = subprocess.run(words, cwd=self.folder, capture_output=True, text=True, timeout=60)
+            self.assertEqual(run.returncode, 0, run.stderr)
+            threads[level] = re.findall("threads: ([0-9]+)", run.stderr)
+        self.assertEqual(len(threads[MULTIPLE]), 2, threads)
+        self.assertEqual(threads[MULTIPLE], threads[SERIALIZED])
+
+    def test_of_which_one_may_open_too_few_files_end_in_one_line(self):
+        script = 'if [ "$OMPI_COMM_WORLD_RANK" = 1 ]; then ulimit -n "$LIMIT"; fi; exec "$@"'
+        # Down to what MPI itself leaves.
+        for limit in range(60, 0, -4):
+            words = command(*options(), "--resume", "field.h5", ranks=3)
+            at = words.index(PROGRAM)
+            words[at:at] = ["sh", "-c", script, "sh"]
+            environment = {**os.environ, "LIMIT": str(limit)}
+            run = subprocess.run(
+                words, cwd=self.folder, env=environment, capture_output=True, text=True, timeout=60
+            )
+            if run.returncode != 0:
+                break
+            self.at("field.h5").unlink()
+        lines = [x for x in run.stderr.splitlines() if x.startswith("pistonfield-run: ")]
+        self.assertEqual(len(lines), 1, run.stderr)
+        reason = "process 1 on [^ ]+: field.h5 cannot be opened: Too many open files"
+        self.assertRegex(lines[0], reason)
+        self.run_program("--resume", "field.h5", ranks=3)
+        self.run_program("verify", "field.h5")
+
     def test_without_the_same_folder_are_refused(self):
         if os.geteuid() != 0 or subprocess.run(["unshare", "--mount", "true"]).returncode != 0:
             self.skipTest("a folder of its own for one process takes rights that are not here")

@@ -7,9 +7,12 @@
 
 #include <array>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -46,6 +49,28 @@ TEST(Texts, SayFailuresInOneLine) {
     EXPECT_EQ(texts::complaint(std::runtime_error("a\nb\x01.h5 exists")),
               "pistonfield-run: a b .h5 exists");
     EXPECT_THAT(texts::complaint(std::bad_alloc()), testing::HasSubstr("not enough memory"));
+}
+
+TEST(Texts, CutWordsThatNobodyReads) {
+    const auto complaint = [](const std::string& text) {
+        return texts::complaint(std::runtime_error(text)).substr(std::strlen("pistonfield-run: "));
+    };
+    const std::string nines(100'000, '9');
+    EXPECT_EQ(complaint("-k: " + nines + " is no number"),
+              "-k: " + nines.substr(0, 60) + "... is no number");
+    EXPECT_EQ(complaint(nines), nines.substr(0, 60) + "...");
+    std::string letters;
+    for (int i = 0; i < 5000; ++i) letters += "ö";
+    EXPECT_EQ(complaint(letters + " x " + letters),
+              letters.substr(0, 60) + "... x " + letters.substr(0, 60) + "...");
+    EXPECT_EQ(complaint(letters.substr(1)), letters.substr(1, 59) + "...");
+    // Names of files are whole, and a line may have many words.
+    const std::string name(4096, 'n');
+    for (const std::string& text : std::vector<std::string>{name + ": x", "", " ", "a  b "})
+        EXPECT_EQ(complaint(text), text);
+    std::string list;
+    for (int i = 0; i < 1000; ++i) list += "part-" + std::to_string(i) + ".h5 ";
+    EXPECT_EQ(complaint(list), list);
 }
 
 TEST(Texts, SayTheTimeInUtc) {

@@ -9,6 +9,7 @@
 #include <sstream>
 
 #include "tests/run/FieldFiles.h"
+#include "tests/run/NoMoreFiles.h"
 #include "tests/support/Captured.h"
 #include "tests/support/Refused.h"
 
@@ -139,6 +140,17 @@ TEST_F(ViewerFiles, OfOthersAreLeftAlone) {
     }
     run::writeXdmf(path, smallLayout(), /*overwrite=*/true);
     EXPECT_TRUE(isWellFormed(contents(other)));
+}
+
+TEST_F(ViewerFiles, ThatCannotBeReadAreLeftAlone) {
+    const std::filesystem::path other = path.string() + ".xdmf";
+    setContents(other, "precious");
+    {
+        const NoMoreFiles limit;
+        EXPECT_EQ(refused([&] { run::mayReplaceXdmf(other); }),
+                  other.string() + " cannot be opened: Too many open files");
+    }
+    EXPECT_EQ(contents(other), "precious");
 }
 
 TEST_F(ViewerFiles, ThatCannotBeWrittenSaySo) {

@@ -9,7 +9,8 @@ function(pistonfield_attack part processes)
     set(properties TIMEOUT 300)
     if(share STREQUAL "full")
       set(configurations CONFIGURATIONS soak)
-      set(properties TIMEOUT 3600 LABELS soak)
+      # The longest, metadata, reads some 90,000 damaged files.
+      set(properties TIMEOUT 28800 LABELS soak)
     endif()
     add_test(NAME run.attack.${part}.${share}
       COMMAND ${PISTONFIELD_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/attack/${part}.py ${share}

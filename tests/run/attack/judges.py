@@ -20,6 +20,10 @@ import numpy
 from attacks import INSIDES, complaints, died, limited, run_limited, unrefused
 from programs import PROGRAM
 
+# Seconds after which a reader hangs: far more than the processor's time that the program gives HDF5,
+# on a busy machine too.
+PATIENCE = 120
+
 # What says how a field came about, and may be another in each run of the same request.
 ACCOUNT = {
     "host",
@@ -86,15 +90,15 @@ def view(path):
     return json.loads(json.dumps(found))
 
 
-def view_in_child(path, patience=10):
+def view_in_child(path):
     """The same, in a process of its own: the library that reads may crash. A text if that fails."""
     reading, writing = os.pipe()
     child = os.fork()
     if child == 0:
         try:
             limited()
-            # Also where nobody is left to end it.
-            resource.setrlimit(resource.RLIMIT_CPU, (2 * patience, 2 * patience))
+            # Of the processor's time, as others may keep the processors busy.
+            resource.setrlimit(resource.RLIMIT_CPU, (10, 10))
             os.dup2(os.open(os.devnull, os.O_WRONLY), 2)
             answer = json.dumps(view(path))
         except BaseException as error:  # pylint: disable=broad-except
@@ -105,14 +109,14 @@ def view_in_child(path, patience=10):
             os._exit(0)
     os.close(writing)
     with os.fdopen(reading) as pipe:
-        if not select.select([pipe], [], [], patience)[0]:
+        if not select.select([pipe], [], [], PATIENCE)[0]:
             os.kill(child, signal.SIGKILL)
         answer = pipe.read()
     os.waitpid(child, 0)
     return json.loads(answer) if answer else "h5py crashes or hangs"
 
 
-def views(paths, patience=10):
+def views(paths, patience=PATIENCE):
     """What `view_in_child` says of each file, many by one child for as long as it lives."""
     found = []
     while len(found) < len(paths):
@@ -227,7 +231,7 @@ class Judges:
             (folder / "values").unlink()
 
     @staticmethod
-    def run(folder, *arguments, patience=10):
+    def run(folder, *arguments, patience=PATIENCE):
         return run_limited([PROGRAM, *arguments], patience=patience, cwd=folder)
 
     def difference(self, seen):
@@ -260,7 +264,7 @@ class Judges:
         names = [f"{number:03}.{self.name}" for number in range(len(damages))]
         for name, damaged in zip(names, damages):
             (folder / name).write_bytes(damaged)
-        run = self.run(folder, "verify", *names, patience=10 * len(names))
+        run = self.run(folder, "verify", *names, patience=PATIENCE * len(names))
         if died(run):
             return [self.judge(damaged, folder) for damaged in damages]
         seen = views([folder / name for name in names])

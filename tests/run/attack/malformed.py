@@ -71,7 +71,7 @@ def twice(text):
 BAD = {
     **one(
         "k", "", "nan", "inf", "-inf", "+inf", "1e999", "-1e999", "0", "-1", "0.0", "-0.0",
-        "1e-999", "one", '"one"', '"4188.79"', "4188,79", "4188.79.1", "4188.79 1", "4188.79e",
+        "1e-999", "one", '"one"', '"4188.79 "', "4188,79", "4188.79.1", "4188.79 1", "4188.79e",
         "e5", ".", "+", "-", "--1", "0x", "true", "[4188.79]", "[[1]]", "{ a = 1 }", "1979-05-27",
         "1_", "_1", "1__0", "'4188.79", '"4188.79', "[4188.79", "4188.79]", "4188.79\\", "\x00",
         "4188.79\x00",
@@ -194,6 +194,7 @@ FINE = {
     "many lines of comments": b"# x\n" * 10**5 + GOOD.encode(),
     "lists over lines": GOOD.replace(", ", ",\n  ").encode(),
     "a comma at the end of a list": replaced("sizes", "sizes = [3, 4, 5,]").encode(),
+    "a number in quotes": replaced("k", 'k = "4188.79"').encode(),
 }
 
 # fmt: off
@@ -413,13 +414,17 @@ class MalformedTest(Attack):
         for number in range(300 if FULL else 12):
             text = self.decimal(number)
             value = float(text)
-            for where in ("option", "file"):
+            for where in ("option", "file", "file in quotes"):
                 self.tried += 1
-                if where == "file":
-                    self.at("request.toml").write_text(replaced("k", f"k = {text}"))
-                    words = ["--request", "request.toml"]
-                else:
+                if where == "option":
                     words = [*self.without("-k"), "-k", text]
+                else:
+                    word = text if where == "file" else f'"{text}"'
+                    self.at("request.toml").write_text(replaced("k", f"k = {word}"))
+                    words = ["--request", "request.toml"]
+                if where == "file" and len(text) > 128:
+                    self.attempt("a number of more than 128 characters", *words, "field.h5")
+                    continue
                 run = self.run_limited(*words, "--no-magnitude", "field.h5")
                 if run.status != 0:
                     self.found(f"a number is refused in a {where}", f"{text}: {run.err[-200:]!r}")
