@@ -32,9 +32,9 @@ set(PISTONFIELD_LANES_OPTIONS ${PISTONFIELD_ROUNDING_OPTIONS} -fno-math-errno -f
     -Wno-psabi -march=x86-64)
 
 if(PISTONFIELD_SANITIZE)
-  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
-                      $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize-recover=all>
-                      $<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>)
+  add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
+                      $<$<COMPILE_LANGUAGE:C,CXX>:-fno-sanitize-recover=all>
+                      $<$<COMPILE_LANGUAGE:C,CXX>:-fno-omit-frame-pointer>)
   add_link_options(-fsanitize=${PISTONFIELD_SANITIZE})
 endif()
 
