@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // A program of a user of the installed library: includes every header, computes the pressure at one
-// point on the CPU and on a device, and compares both with a sum over the piston's surface.
+// point on the CPU, on a device and through a plan, and compares them with a sum over the piston's
+// surface.
 
 #include <FastNearfield/Complex.h>
 #include <FastNearfield/CudaStorage.h>
@@ -20,11 +21,16 @@
 #include <core/Grid3DR.h>
 #include <core/LatticeBox.h>
 #include <core/MMatrix.h>
+#include <core/Mode.h>
 #include <core/Vector.h>
 #include <core/cuda_init.h>
 #include <core/cudahelper.h>
+#include <core/limits.h>
 #include <cuda_runtime/runtime.h>
+#include <field/Plan.h>
+#include <field/Request.h>
 #include <parallel/threads.h>
+#include <pistonfield.h>
 
 #include <array>
 #include <cmath>
@@ -71,6 +77,28 @@ std::complex<double> onDevice() {
     return {p[1].re, p[1].im};
 }
 
+/// In single precision on the device, through a plan.
+std::complex<double> planned() {
+    pistonfield::Request request;
+    request.piston = {.width = s, .height = l};
+    request.wave.wavenumber = k;
+    request.lattice = {.transform = transform, .sizes = {1, 1, 1}};
+    request.rule.order = 32;
+    request.mode = pistonfield::modeCalled("cuda");
+    std::complex<double> p;
+    pistonfield::Plan(request).compute(request.lattice.box(), &p);
+    return p;
+}
+
+bool refuses() {
+    try {
+        const pistonfield::Plan plan{pistonfield::Request{}};
+    } catch (const pistonfield::InvalidRequest& refusal) {
+        return refusal.field() == "transform";
+    }
+    return false;
+}
+
 bool agrees(const char* where, std::complex<double> p) {
     const double difference = std::abs(p - surfaceSum());
     std::printf("%s: |p| = %.6f, off by %.1e\n", where, std::abs(p), difference);
@@ -83,5 +111,6 @@ int main() {
     pistonfield::useThreads(2);
     const bool cpu = agrees("cpu", onCpu());
     const bool device = agrees("device", onDevice());
-    return cpu && device ? 0 : 1;
+    const bool plan = agrees("plan", planned());
+    return cpu && device && plan && refuses() && pistonfield_interface() > 0 ? 0 : 1;
 }
