@@ -35,9 +35,9 @@ if(CMAKE_SYSTEM_PROCESSOR STREQUAL "x86_64")
 endif()
 
 if(PISTONFIELD_SANITIZE)
-  add_compile_options($<$<COMPILE_LANGUAGE:CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
-                      $<$<COMPILE_LANGUAGE:CXX>:-fno-sanitize-recover=all>
-                      $<$<COMPILE_LANGUAGE:CXX>:-fno-omit-frame-pointer>)
+  add_compile_options($<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=${PISTONFIELD_SANITIZE}>
+                      $<$<COMPILE_LANGUAGE:C,CXX>:-fno-sanitize-recover=all>
+                      $<$<COMPILE_LANGUAGE:C,CXX>:-fno-omit-frame-pointer>)
   add_link_options(-fsanitize=${PISTONFIELD_SANITIZE})
 endif()
 

@@ -37,6 +37,10 @@ cmake -S "$program" -B "$work/program" -G Ninja -D CMAKE_PREFIX_PATH="$prefix" >
 cmake --build "$work/program"
 "$work/program/consumer"
 
+echo "and the shared library, which has all that the headers need"
+"$work/program/shared_consumer"
+readelf --dynamic --wide "$work/program/shared_consumer" | grep -F '[libpistonfield.so.'
+
 echo "a program finds it through pkg-config"
 PKG_CONFIG_PATH=$(dirname -- "$(find "$prefix" -name pistonfield.pc)")
 export PKG_CONFIG_PATH

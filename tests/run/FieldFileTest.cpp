@@ -13,7 +13,7 @@
 #include "run/headCopy.h"
 #include "tests/run/FieldFiles.h"
 #include "tests/run/NoMoreFiles.h"
-#include "tests/run/Refused.h"
+#include "tests/support/Refused.h"
 #include "tests/support/RandomPoints.h"
 
 namespace {

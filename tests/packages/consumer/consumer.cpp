@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // A program of a user of the installed library: includes every header, computes the pressure at one
-// point on the CPU and on a device, and compares both with a sum over the piston's surface.
+// point on the CPU, on a device and through a plan, and compares them with a sum over the piston's
+// surface.
 
 #include <FastNearfield/Complex.h>
 #include <FastNearfield/CudaStorage.h>
@@ -29,6 +30,7 @@
 #include <field/Plan.h>
 #include <field/Request.h>
 #include <parallel/threads.h>
+#include <pistonfield.h>
 
 #include <array>
 #include <cmath>
@@ -67,23 +69,34 @@ std::complex<double> onCpu() {
     return {re, im};
 }
 
-std::complex<double> byPlan() {
-    pistonfield::Request request;
-    request.piston = {.width = s, .height = l};
-    request.wave = {.wavenumber = k};
-    request.lattice = {transform, {1, 1, 1}};
-    request.rule.order = 32;
-    std::complex<double> value;
-    pistonfield::Plan(request).compute(request.lattice.box(), &value);
-    return value;
-}
-
 std::complex<double> onDevice() {
     const CudaDeviceThread device;
     setCudaIntegratorParameters("RectangularPiston", 32);
     std::array<Complex, 2> p{};  // in the piston's face, and at z
     do_calculate(p.data(), 1, 1, 2, 0, 0, z, l, s, k);
     return {p[1].re, p[1].im};
+}
+
+/// In single precision on the device, through a plan.
+std::complex<double> planned() {
+    pistonfield::Request request;
+    request.piston = {.width = s, .height = l};
+    request.wave.wavenumber = k;
+    request.lattice = {.transform = transform, .sizes = {1, 1, 1}};
+    request.rule.order = 32;
+    request.mode = pistonfield::modeCalled("cuda");
+    std::complex<double> p;
+    pistonfield::Plan(request).compute(request.lattice.box(), &p);
+    return p;
+}
+
+bool refuses() {
+    try {
+        const pistonfield::Plan plan{pistonfield::Request{}};
+    } catch (const pistonfield::InvalidRequest& refusal) {
+        return refusal.field() == "transform";
+    }
+    return false;
 }
 
 bool agrees(const char* where, std::complex<double> p) {
@@ -97,7 +110,7 @@ bool agrees(const char* where, std::complex<double> p) {
 int main() {
     pistonfield::useThreads(2);
     const bool cpu = agrees("cpu", onCpu());
-    const bool plan = agrees("plan", byPlan());
+    const bool plan = agrees("plan", planned());
     const bool device = agrees("device", onDevice());
-    return cpu && plan && device ? 0 : 1;
+    return cpu && device && plan && refuses() && pistonfield_interface() > 0 ? 0 : 1;
 }

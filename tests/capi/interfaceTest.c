@@ -1,0 +1,471 @@
+/* SPDX-FileCopyrightText: the pistonfield developers */
+/* SPDX-License-Identifier: BSD-3-Clause */
+
+// The interface for C, as a program in C99 calls it. Prints what is not as it has to be.
+
+#include <limits.h>
+#include <math.h>
+#include <stdio.h>
+#include <string.h>
+
+#include "pistonfield.h"
+#include "tests/capi/sampleField.h"
+
+static int failures = 0;
+
+static void expect(int holds, const char* what, int line) {
+    if (holds) return;
+    ++failures;
+    printf("line %d: not so: %s\n", line, what);
+}
+
+/// A macro because only a macro has the text and the line.
+#define EXPECT(condition) expect((condition) != 0, #condition, __LINE__)
+
+/// Looks at the outcome of a call whose message was `message`.
+static void expectOutcome(pistonfield_status status, pistonfield_status expected, const char* text,
+                          const char* expectedText, int line) {
+    if (status == expected && strcmp(text, expectedText) == 0) return;
+    ++failures;
+    printf("line %d: status %d, \"%s\" in place of %d, \"%s\"\n", line, (int)status, text,
+           (int)expected, expectedText);
+}
+
+#define EXPECT_OUTCOME(call, status, expectedText) \
+    expectOutcome((call), (status), message.text, (expectedText), __LINE__)
+
+static pistonfield_message message;
+
+static const pistonfield_box whole = {{0, 0, 0}, {7, 5, 4}};
+
+static pistonfield_plan* planFor(const pistonfield_request* request) {
+    pistonfield_plan* plan = NULL;
+    EXPECT_OUTCOME(pistonfield_plan_create(request, &plan, &message), PISTONFIELD_SUCCESS, "");
+    EXPECT(plan != NULL);
+    return plan;
+}
+
+static pistonfield_plan* samplePlan(int32_t mode) {
+    const pistonfield_request request = sampleRequest(mode);
+    return planFor(&request);
+}
+
+static void tellsWhatItIs(void) {
+    EXPECT(strcmp(pistonfield_version(), PISTONFIELD_TESTED_VERSION) == 0);
+    EXPECT(pistonfield_interface() == PISTONFIELD_INTERFACE);
+}
+
+static void tellsTheModes(void) {
+    static const char* const names[] = {"cpu", "cpusp", "cuda", "cudadp"};
+    EXPECT(pistonfield_mode_count() == 4);
+    for (int32_t mode = 0; mode < 4; ++mode) {
+        EXPECT(strcmp(pistonfield_mode_name(mode), names[mode]) == 0);
+        EXPECT(pistonfield_mode_called(names[mode]) == mode);
+    }
+    EXPECT(pistonfield_mode_called("cpudp") == PISTONFIELD_CPU);
+    EXPECT(pistonfield_mode_called("CPU") == -1);
+    EXPECT(pistonfield_mode_called("") == -1);
+    EXPECT(pistonfield_mode_called(NULL) == -1);
+}
+
+static void tellsTheLimits(void) {
+    const int64_t single = (int64_t)1 << 24;
+    const int64_t twice = (int64_t)1 << 53;
+    EXPECT(pistonfield_mode_value_bytes(PISTONFIELD_CPU) == 16);
+    EXPECT(pistonfield_mode_value_bytes(PISTONFIELD_CPUSP) == 8);
+    EXPECT(pistonfield_mode_value_bytes(PISTONFIELD_CUDA) == 8);
+    EXPECT(pistonfield_mode_value_bytes(PISTONFIELD_CUDADP) == 16);
+    EXPECT(pistonfield_mode_largest_order(PISTONFIELD_CPU) == 18000);
+    EXPECT(pistonfield_mode_largest_order(PISTONFIELD_CPUSP) == 18000);
+    EXPECT(pistonfield_mode_largest_order(PISTONFIELD_CUDA) == 512);
+    EXPECT(pistonfield_mode_largest_order(PISTONFIELD_CUDADP) == 512);
+    EXPECT(pistonfield_mode_most_points_in_a_row(PISTONFIELD_CPU) == twice);
+    EXPECT(pistonfield_mode_most_points_in_a_row(PISTONFIELD_CPUSP) == single);
+    EXPECT(pistonfield_mode_most_points_in_a_row(PISTONFIELD_CUDA) == single);
+    EXPECT(pistonfield_mode_most_points_in_a_row(PISTONFIELD_CUDADP) == twice);
+    EXPECT(pistonfield_most_threads() == 1024);
+    static const int32_t none[] = {-1, 4, INT32_MAX, INT32_MIN};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT(pistonfield_mode_name(none[i]) == NULL);
+        EXPECT(pistonfield_mode_value_bytes(none[i]) == 0);
+        EXPECT(pistonfield_mode_largest_order(none[i]) == 0);
+        EXPECT(pistonfield_mode_most_points_in_a_row(none[i]) == 0);
+    }
+}
+
+static void fillsTheDefaults(void) {
+    pistonfield_request request;
+    memset(&request, 0xff, sizeof request);
+    EXPECT_OUTCOME(pistonfield_request_init(&request, sizeof request, &message),
+                   PISTONFIELD_SUCCESS, "");
+    EXPECT(request.size == sizeof request);
+    EXPECT(request.mode == PISTONFIELD_CPU);
+    EXPECT(request.order == 10);
+    EXPECT(request.table == NULL);
+    EXPECT(request.width == 0 && request.height == 0 && request.wavenumber == 0);
+    for (int i = 0; i < 16; ++i) EXPECT(request.transform[i] == 0);
+    for (int i = 0; i < 3; ++i) EXPECT(request.sizes[i] == 0);
+
+    pistonfield_conduct conduct;
+    memset(&conduct, 0xff, sizeof conduct);
+    EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, sizeof conduct, &message),
+                   PISTONFIELD_SUCCESS, "");
+    EXPECT(conduct.size == sizeof conduct);
+    EXPECT(conduct.progress == NULL && conduct.user == NULL && conduct.threads == 0);
+}
+
+static void refusesStructsOfAnotherSize(void) {
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    pistonfield_request untouched = request;
+    static const size_t sizes[] = {0, 8, sizeof(pistonfield_request) - 1,
+                                   sizeof(pistonfield_request) + 1, SIZE_MAX};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT(pistonfield_request_init(&request, sizes[i], NULL) == PISTONFIELD_INVALID_ARGUMENT);
+        EXPECT(memcmp(&request, &untouched, sizeof request) == 0);
+        pistonfield_request other = request;
+        other.size = sizes[i];
+        pistonfield_plan* plan = (pistonfield_plan*)&other;
+        EXPECT(pistonfield_plan_create(&other, &plan, NULL) == PISTONFIELD_INVALID_ARGUMENT);
+        EXPECT(plan == NULL);
+    }
+    EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "request: a size of 8 bytes is not that of interface 1 to 1");
+
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    pistonfield_conduct conduct;
+    pistonfield_conduct_init(&conduct, sizeof conduct, NULL);
+    conduct.size = sizeof conduct + 8;
+    double values[2 * samplePoints];
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
+        PISTONFIELD_INVALID_ARGUMENT,
+        "conduct: a size of 40 bytes is not that of interface 1 to 1");
+    EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "conduct: a size of 0 bytes is not that of interface 1 to 1");
+    pistonfield_plan_destroy(plan);
+}
+
+static void refusesWhatThereIsNoFieldFor(void) {
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    pistonfield_plan* plan = NULL;
+
+    request.mode = 4;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "mode: 4 is none of 0 to 3");
+    request.mode = -1;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "mode: -1 is none of 0 to 3");
+    request = sampleRequest(PISTONFIELD_CPU);
+    request.width = NAN;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "width: must be a length above 0");
+    request = sampleRequest(PISTONFIELD_CPU);
+    request.sizes[2] = 0;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "sizes: each must be 1 or more");
+    request = sampleRequest(PISTONFIELD_CUDA);
+    request.order = 513;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "order: 513 is not within 1 to 512 of the mode cuda");
+    EXPECT(plan == NULL);
+
+    // An order that is none is no reason to read that much of a table.
+    double table[2] = {0, 2};
+    request = sampleRequest(PISTONFIELD_CPU);
+    request.table = table;
+    request.order = INT32_MAX;
+    EXPECT(pistonfield_plan_create(&request, &plan, NULL) == PISTONFIELD_INVALID_REQUEST);
+    request.order = -1;
+    EXPECT(pistonfield_plan_create(&request, &plan, NULL) == PISTONFIELD_INVALID_REQUEST);
+    request.order = 1;
+    table[1] = INFINITY;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "table: every number must be finite");
+
+    pistonfield_request_init(&request, sizeof request, NULL);
+    EXPECT(pistonfield_plan_create(&request, &plan, NULL) == PISTONFIELD_INVALID_REQUEST);
+}
+
+static void refusesNullPointers(void) {
+    const pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    pistonfield_plan* plan = NULL;
+    EXPECT_OUTCOME(pistonfield_request_init(NULL, sizeof request, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "request: is null");
+    EXPECT_OUTCOME(pistonfield_conduct_init(NULL, sizeof(pistonfield_conduct), &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "conduct: is null");
+    EXPECT_OUTCOME(pistonfield_plan_create(NULL, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "request: is null");
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, NULL, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "plan: is null");
+    pistonfield_plan_destroy(NULL);
+
+    plan = planFor(&request);
+    pistonfield_cost cost;
+    EXPECT_OUTCOME(pistonfield_plan_cost(NULL, &whole, &cost, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "plan: is null");
+    EXPECT_OUTCOME(pistonfield_plan_cost(plan, NULL, &cost, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "box: is null");
+    EXPECT_OUTCOME(pistonfield_plan_cost(plan, &whole, NULL, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "cost: is null");
+    float values[2 * samplePoints];
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_float(NULL, &whole, values, values + 1, 2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "plan: is null");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_float(plan, NULL, values, values + 1, 2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "box: is null");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_float(plan, &whole, NULL, values + 1, 2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "re: is null");
+    EXPECT_OUTCOME(pistonfield_plan_compute_float(plan, &whole, values, NULL, 2, NULL, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "im: is null");
+    pistonfield_plan_destroy(plan);
+}
+
+static void hasTheBitsOfTheClasses(void) {
+    for (int32_t mode = 0; mode < pistonfield_mode_count(); ++mode) {
+        pistonfield_plan* plan = samplePlan(mode);
+        double expectedDouble[2 * samplePoints];
+        double values[2 * samplePoints];
+        sampleFieldDouble(mode, expectedDouble);
+        EXPECT_OUTCOME(
+            pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(values, expectedDouble, sizeof values) == 0);
+
+        float expectedFloat[2 * samplePoints];
+        float singles[2 * samplePoints];
+        sampleFieldFloat(mode, expectedFloat);
+        EXPECT_OUTCOME(
+            pistonfield_plan_compute_float(plan, &whole, singles, singles + 1, 2, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(singles, expectedFloat, sizeof singles) == 0);
+        pistonfield_plan_destroy(plan);
+    }
+}
+
+static void fillsPartsOfABoxAndNothingBetween(void) {
+    enum { stride = 3, points = 2 * 3 * 1 };
+    static const pistonfield_box part = {{5, 1, 2}, {2, 3, 1}};
+    double expected[2 * samplePoints];
+    sampleFieldDouble(PISTONFIELD_CPU, expected);
+    double re[stride * points];
+    double im[stride * points];
+    for (int i = 0; i < stride * points; ++i) re[i] = im[i] = -7;
+
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    EXPECT_OUTCOME(pistonfield_plan_compute_double(plan, &part, re, im, stride, NULL, &message),
+                   PISTONFIELD_SUCCESS, "");
+    for (int i = 0; i < points; ++i) {
+        const int at = ((2 * 5) + (1 + i / 2)) * 7 + 5 + i % 2;
+        EXPECT(re[stride * i] == expected[2 * at]);
+        EXPECT(im[stride * i] == expected[2 * at + 1]);
+        for (int between = 1; between < stride; ++between)
+            EXPECT(re[stride * i + between] == -7 && im[stride * i + between] == -7);
+    }
+    pistonfield_plan_destroy(plan);
+}
+
+static void takesATable(void) {
+    double expected[2 * samplePoints];
+    double values[2 * samplePoints];
+    double table[12];
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    EXPECT(request.order == 6);
+    sampleTable(table);
+    request.table = table;
+    pistonfield_plan* plan = planFor(&request);
+    // The plan has its own by now.
+    memset(table, 0, sizeof table);
+    pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, NULL);
+    pistonfield_plan_destroy(plan);
+    sampleFieldDouble(PISTONFIELD_CPU, expected);
+    EXPECT(memcmp(values, expected, sizeof values) == 0);
+
+    plan = planFor(&request);
+    pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, NULL);
+    pistonfield_plan_destroy(plan);
+    for (int i = 0; i < 2 * samplePoints; ++i) EXPECT(values[i] == 0);
+}
+
+static void tellsTheCost(void) {
+    pistonfield_cost cost;
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    EXPECT_OUTCOME(pistonfield_plan_cost(plan, &whole, &cost, &message), PISTONFIELD_SUCCESS, "");
+    EXPECT(cost.evaluations == 4.0 * 6 * samplePoints);
+    EXPECT(cost.memory == 0 && cost.device_memory == 0);
+    pistonfield_plan_destroy(plan);
+    plan = samplePlan(PISTONFIELD_CUDADP);
+    pistonfield_plan_cost(plan, &whole, &cost, NULL);
+    EXPECT(cost.memory == 16 * samplePoints && cost.device_memory == 16 * samplePoints);
+    pistonfield_plan_destroy(plan);
+}
+
+static void refusesBoxesBeyondTheLattice(void) {
+    static const pistonfield_box beyond[] = {
+        {{-1, 0, 0}, {1, 1, 1}},
+        {{0, 0, 0}, {8, 5, 4}},
+        {{0, 0, 0}, {0, 5, 4}},
+        {{0, 5, 0}, {1, 1, 1}},
+        {{0, 0, INT64_MAX}, {1, 1, INT64_MAX}},
+        {{0, 0, 0}, {INT64_MAX, INT64_MAX, INT64_MAX}},
+        {{INT64_MIN, INT64_MIN, INT64_MIN}, {INT64_MIN, INT64_MIN, INT64_MIN}},
+    };
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    for (size_t i = 0; i < sizeof beyond / sizeof *beyond; ++i) {
+        pistonfield_cost cost;
+        double re = -7;
+        double im = -7;
+        EXPECT(pistonfield_plan_cost(plan, &beyond[i], &cost, NULL) == PISTONFIELD_OUT_OF_RANGE);
+        EXPECT(pistonfield_plan_compute_double(plan, &beyond[i], &re, &im, 1, NULL, NULL) ==
+               PISTONFIELD_OUT_OF_RANGE);
+        EXPECT(re == -7 && im == -7);
+    }
+    double value[2];
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &beyond[1], value, value + 1, 2, NULL, &message),
+        PISTONFIELD_OUT_OF_RANGE,
+        "8 points from 0 on do not lie within the lattice's 7 along its direction x");
+    pistonfield_plan_destroy(plan);
+}
+
+static void refusesStridesThatCannotBe(void) {
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    double values[2 * samplePoints];
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 0, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "stride: 0 is not 1 or more");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, -2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "stride: -2 is not 1 or more");
+    EXPECT_OUTCOME(pistonfield_plan_compute_double(plan, &whole, values, values + 1, INT64_MAX / 8,
+                                                   NULL, &message),
+                   PISTONFIELD_INVALID_ARGUMENT,
+                   "stride: 140 values that are 1152921504606846975 elements apart have no place "
+                   "in memory");
+
+    static const char shared[] = "im: has elements that are those of re";
+    EXPECT_OUTCOME(pistonfield_plan_compute_double(plan, &whole, values, values, 2, NULL, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, shared);
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 1, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, shared);
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values + 139, values, 1, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, shared);
+    // One after the other, either way, they have nothing in common.
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values + 140, values, 1, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 140, 1, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values + 1, values, 2, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+
+    double* const crooked = (double*)(void*)((char*)values + 4);
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, crooked, values + 1, 2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "re: is not aligned for its elements");
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, crooked, 2, NULL, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "im: is not aligned for its elements");
+    pistonfield_plan_destroy(plan);
+}
+
+/// What a progress function has been told, and after which call it asks to stop.
+typedef struct Watch {
+    int calls;
+    int lastCall;
+    int64_t points;
+} Watch;
+
+static int watch(int64_t points, void* user) {
+    Watch* const watched = user;
+    watched->points = points;
+    return ++watched->calls == watched->lastCall ? INT_MIN : 0;
+}
+
+static float longValues[2 * 64 * 64 * 17];
+
+static void isWatchedAndStopped(void) {
+    // 8 layers are a piece.
+    static const pistonfield_box layers = {{0, 0, 0}, {64, 64, 17}};
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    request.sizes[0] = request.sizes[1] = request.sizes[2] = 64;
+    request.order = 500;
+    pistonfield_plan* plan = planFor(&request);
+
+    Watch watched = {0, 0, 0};
+    pistonfield_conduct conduct;
+    pistonfield_conduct_init(&conduct, sizeof conduct, NULL);
+    conduct.progress = watch;
+    conduct.user = &watched;
+    conduct.threads = 1;
+    EXPECT_OUTCOME(pistonfield_plan_compute_float(plan, &layers, longValues, longValues + 1, 2,
+                                                  &conduct, &message),
+                   PISTONFIELD_SUCCESS, "");
+    EXPECT(watched.calls == 3);
+    EXPECT(watched.points == 64 * 64 * 17);
+
+    const Watch second = {0, 2, 0};
+    watched = second;
+    EXPECT_OUTCOME(pistonfield_plan_compute_float(plan, &layers, longValues, longValues + 1, 2,
+                                                  &conduct, &message),
+                   PISTONFIELD_STOPPED, "the computation was stopped");
+    EXPECT(watched.calls == 2);
+    EXPECT(watched.points == 64 * 64 * 16);
+
+    const Watch last = {0, 3, 0};
+    watched = last;
+    EXPECT(pistonfield_plan_compute_float(plan, &layers, longValues, longValues + 1, 2, &conduct,
+                                          NULL) == PISTONFIELD_SUCCESS);
+    pistonfield_plan_destroy(plan);
+}
+
+static void takesANumberOfThreads(void) {
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    double expected[2 * samplePoints];
+    double values[2 * samplePoints];
+    sampleFieldDouble(PISTONFIELD_CPU, expected);
+    pistonfield_conduct conduct;
+    pistonfield_conduct_init(&conduct, sizeof conduct, NULL);
+    static const int64_t some[] = {1, 3, 1024};
+    for (int i = 0; i < 3; ++i) {
+        conduct.threads = some[i];
+        memset(values, 0, sizeof values);
+        EXPECT_OUTCOME(pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2,
+                                                       &conduct, &message),
+                       PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(values, expected, sizeof values) == 0);
+    }
+    conduct.threads = -1;
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "threads: -1 is not within 0 to 1024");
+    conduct.threads = 1025;
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
+        PISTONFIELD_INVALID_ARGUMENT, "threads: 1025 is not within 0 to 1024");
+    pistonfield_plan_destroy(plan);
+}
+
+int main(void) {
+    tellsWhatItIs();
+    tellsTheModes();
+    tellsTheLimits();
+    fillsTheDefaults();
+    refusesStructsOfAnotherSize();
+    refusesWhatThereIsNoFieldFor();
+    refusesNullPointers();
+    hasTheBitsOfTheClasses();
+    fillsPartsOfABoxAndNothingBetween();
+    takesATable();
+    tellsTheCost();
+    refusesBoxesBeyondTheLattice();
+    refusesStridesThatCannotBe();
+    isWatchedAndStopped();
+    takesANumberOfThreads();
+    return failures == 0 ? 0 : 1;
+}

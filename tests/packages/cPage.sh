@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+
+# cPage.sh BUILD SOURCE CC: does what docs/c.md says, with the text of its blocks: builds its program with
+# the installed library in every way that it shows, and runs it.
+set -euo pipefail
+
+build=$1
+source=$2
+export CC=$3
+work=$(mktemp -d)
+trap 'rm -rf -- "$work"' EXIT
+cd -- "$work"
+
+# block LANGUAGE NUMBER: the page's block of that number in the language.
+block() {
+  awk -v opening="\`\`\`$1" -v number="$2" '
+    /^```/ { shown = $0 == opening && ++count == number; next }
+    shown' "$source/docs/c.md"
+}
+
+# expect_field PROGRAM...
+expect_field() {
+  "$@" >field.txt
+  grep -q '^ *10\.0 *233\.337$' field.txt
+}
+
+block c 1 >program.c
+echo "the page shows the example"
+diff program.c <(sed '1,/^$/d' "$source/examples/axis_profile.c")
+
+cmake --install "$build" --component development --prefix "$work/place" >/dev/null
+
+echo "a project in C alone with the installed library"
+block cmake 1 >CMakeLists.txt
+cmake -S . -B build -G Ninja -D CMAKE_PREFIX_PATH="$work/place" >/dev/null
+cmake --build build
+expect_field build/program
+
+echo "through pkg-config, in C as strict as can be"
+PKG_CONFIG_PATH=$(dirname -- "$(find "$work/place" -name pistonfield-c.pc)")
+export PKG_CONFIG_PATH
+block sh 1 | sed "s|^cc|$CC -Wall -Wextra -pedantic -Werror|" >compile.sh
+bash -eu compile.sh
+expect_field env LD_LIBRARY_PATH="$(pkg-config --variable=libdir pistonfield-c)" ./a.out
+readelf --dynamic --wide a.out | grep -F '[libpistonfield.so.'
+
+echo "static"
+block sh 2 | sed "s|^cc|$CC|" >compile.sh
+bash -eu compile.sh
+expect_field ./a.out
+if readelf --dynamic --wide a.out | grep -F libpistonfield; then
+  exit 1
+fi
