@@ -17,9 +17,15 @@ class InvalidArgument : public std::runtime_error {
 };
 
 /// @throws InvalidArgument where a pointer is null
+inline void requireGiven(const void* pointer, const char* argument) {
+    if (pointer == nullptr) throw InvalidArgument(argument, "is null");
+}
+
+/// What a pointer points to.
+/// @throws InvalidArgument where it is null
 template <class T>
 T& required(T* pointer, const char* argument) {
-    if (pointer == nullptr) throw InvalidArgument(argument, "is null");
+    requireGiven(pointer, argument);
     return *pointer;
 }
 

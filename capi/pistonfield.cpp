@@ -57,7 +57,7 @@ T completed(const T* given, std::size_t firstSize, const char* argument) {
 template <class T>
 void initialise(T* given, std::size_t size, T defaults, std::size_t firstSize,
                 const char* argument) {
-    required(given, argument);
+    requireGiven(given, argument);
     requireKnown<T>(size, firstSize, argument);
     defaults.size = size;
     std::memcpy(given, &defaults, size);
@@ -143,7 +143,8 @@ class Watched {
 
 template <class T>
 std::uintptr_t addressOf(const T* pointer, const char* argument) {
-    const auto address = reinterpret_cast<std::uintptr_t>(&required(pointer, argument));
+    requireGiven(pointer, argument);
+    const auto address = reinterpret_cast<std::uintptr_t>(pointer);
     if (address % alignof(T) != 0)
         throw InvalidArgument(argument, "is not aligned for its elements");
     return address;
