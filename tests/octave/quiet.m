@@ -91,7 +91,7 @@ function obeys_the_environment()
   before = getenv('PISTONFIELD_THREADS');
   restore = onCleanup(@() setenv('PISTONFIELD_THREADS', before));
   setenv('PISTONFIELD_THREADS', 'none');
-  for mode = {'cpu', 'cuda'}
+  for mode = {'cpu', 'cpusp'}
     request = {'field', eye(4), [100 100 10], 1, 1, 1, mode{1}, 100, [0 0 0], [100 100 10], 0};
     expect_error('environment', ...
                  'PISTONFIELD_THREADS: ''none'' is no whole number from 1 to 1024', request);
