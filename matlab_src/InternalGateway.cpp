@@ -32,7 +32,8 @@ std::array<double, count> numbersOf(const host::Array* array, const char* name) 
                           !host::isComplex(array) &&
                           host::rows(array) * host::columns(array) == count;
     if (!areThere)
-        throw InvalidRequest(name, "must be " + std::to_string(count) + " real numbers, double");
+        throw InvalidRequest(name, "must be full, real and of class double, with " +
+                                       std::to_string(count) + " elements");
     std::array<double, count> numbers;
     std::copy_n(host::realData(array), count, numbers.begin());
     return numbers;
@@ -49,12 +50,12 @@ std::int64_t whole(double number, const char* name) {
     return static_cast<std::int64_t>(number);
 }
 
-/// A whole number from 0 to a largest one.
-int countOf(const host::Array* array, const char* name, int most) {
-    const std::int64_t count = whole(numberOf(array, name), name);
-    if (count < 0 || count > most)
-        throw InvalidRequest(name, "must be from 0 to " + std::to_string(most));
-    return static_cast<int>(count);
+int wholeWithin(int least, int most, const host::Array* array, const char* name) {
+    const std::int64_t number = whole(numberOf(array, name), name);
+    if (number < least || number > most)
+        throw InvalidRequest(
+            name, "must be from " + std::to_string(least) + " to " + std::to_string(most));
+    return static_cast<int>(number);
 }
 
 std::array<std::int64_t, 3> indicesOf(const host::Array* array, const char* name) {
@@ -87,10 +88,10 @@ host::Array* fieldFor(Arguments arguments) {
     request.piston.height = numberOf(arguments[4], "height");
     request.wave.wavenumber = numberOf(arguments[5], "wavenumber");
     request.mode = modeOf(arguments[6]);
-    request.rule.order = countOf(arguments[7], "order", largestOrder(request.mode));
+    request.rule.order = wholeWithin(1, largestOrder(request.mode), arguments[7], "order");
     const LatticeBox box{indicesOf(arguments[8], "first"), indicesOf(arguments[9], "count")};
     const ThreadLimit limit(
-        static_cast<unsigned>(countOf(arguments[10], "threads", static_cast<int>(mostThreads))));
+        static_cast<unsigned>(wholeWithin(0, mostThreads, arguments[10], "threads")));
 
     const Plan plan(request);
     static_cast<void>(plan.cost(box));  // refuses the box before there is a result of its size

@@ -27,8 +27,8 @@ bool isAddressable(const std::array<std::size_t, 3>& dimensions) {
 
 Array* createDoubles(std::span<const mwSize> dimensions, mxComplexity complexity) {
     mxArray* const array = guarded([&] {
-        return mxCreateNumericArray(dimensions.size(), dimensions.data(), mxDOUBLE_CLASS,
-                                    complexity);
+        return mxCreateNumericArray(static_cast<mwSize>(dimensions.size()), dimensions.data(),
+                                    mxDOUBLE_CLASS, complexity);
     });
     if (array == nullptr) throw std::bad_alloc();
     return reinterpret_cast<Array*>(array);

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <complex>
+#include <cstdlib>
 #include <new>
 #include <optional>
 #include <string>
@@ -113,7 +114,8 @@ TEST_F(InternalGatewayTest, AnswersWithLimits) {
 
 TEST_F(InternalGatewayTest, NamesTheArgumentThatIsWrong) {
     const auto numbers = [](const std::string& name, int count) {
-        return refusal(name, name + ": must be " + std::to_string(count) + " real numbers, double");
+        return refusal(name, name + ": must be full, real and of class double, with " +
+                                 std::to_string(count) + " elements");
     };
     const std::vector<std::pair<std::size_t, std::string>> kinds{
         {1, numbers("transform", 16)}, {2, numbers("sizes", 3)},      {3, numbers("width", 1)},
@@ -133,8 +135,8 @@ TEST_F(InternalGatewayTest, NamesTheArgumentThatIsWrong) {
     EXPECT_EQ(refusalOf({text("field")}), refusal("arguments", "arguments: 1 in the place of 11"));
     EXPECT_EQ(refusalOf(6, number(1)), refusal("mode", "mode: must be a text"));
     EXPECT_EQ(refusalOf(3, number(-1)), refusal("width", "width: must be a length above 0"));
-    for (const double order : {-1.0, 18001.0, 1e10})
-        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be from 0 to 18000"));
+    for (const double order : {0.0, 18001.0, 1e10})
+        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be from 1 to 18000"));
     for (const double order : {1.5, double{NAN}, 1e16, double{INFINITY}})
         EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be whole"));
     EXPECT_EQ(refusalOf(10, number(1025)), refusal("threads", "threads: must be from 0 to 1024"));
@@ -157,6 +159,20 @@ TEST_F(InternalGatewayTest, SaysThatThereIsNoDevice) {
     EXPECT_EQ(refusalOf(question("cuda")),
               refusal("device", "cudaSetDevice: no CUDA-capable device is detected"));
     EXPECT_EQ(refusalOf(question("cpu")), "none");
+}
+
+TEST_F(InternalGatewayTest, SaysWhatIsWrongWithTheEnvironment) {
+    std::vector<const host::Array*> arguments = question("cpu");
+    arguments[2] = arguments[9] = triple({100, 100, 10});
+    arguments[8] = triple({0, 0, 0});
+    arguments[7] = number(100);
+    ASSERT_EQ(setenv("PISTONFIELD_THREADS", "none", 1), 0);
+    EXPECT_EQ(refusalOf(arguments), "none");
+    arguments[10] = number(0);
+    EXPECT_EQ(
+        refusalOf(arguments),
+        refusal("environment", "PISTONFIELD_THREADS: 'none' is no whole number from 1 to 1024"));
+    ASSERT_EQ(unsetenv("PISTONFIELD_THREADS"), 0);
 }
 
 TEST_F(InternalGatewayTest, LeavesMissingMemoryToTheHost) {

@@ -53,7 +53,7 @@ function expect_refused(position, value, identifier, message)
 end
 
 function refuses_what_is_wrong()
-  numbers = @(count) sprintf('must be %d real numbers, double', count);
+  numbers = @(count) sprintf('must be full, real and of class double, with %d elements', count);
   expect_refused(1, 'fields', 'question', 'question: ''fields'' is none');
   expect_refused(1, 3, 'question', 'question: must be a text');
   expect_refused(2, eye(3), 'transform', ['transform: ', numbers(16)]);
@@ -71,8 +71,8 @@ function refuses_what_is_wrong()
   expect_refused(6, [], 'wavenumber', ['wavenumber: ', numbers(1)]);
   expect_refused(7, 'gpu', 'mode', 'mode: ''gpu'' is none of cpu, cpudp, cpusp, cuda, cudadp');
   expect_refused(7, 5, 'mode', 'mode: must be a text');
-  expect_refused(8, 513, 'order', 'order: must be from 0 to 512');
-  expect_refused(8, 0, 'order', 'order: 0 is not within 1 to 512 of the mode cuda');
+  expect_refused(8, 513, 'order', 'order: must be from 1 to 512');
+  expect_refused(8, 0, 'order', 'order: must be from 1 to 512');
   expect_refused(9, [0 0 1], 'box', ['11 points from 1 on do not lie within the lattice''s 11 ', ...
                                      'along its direction z']);
   expect_refused(10, [7 0 11], 'box', ['0 points from 0 on do not lie within the lattice''s 9 ', ...
