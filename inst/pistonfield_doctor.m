@@ -3,13 +3,14 @@ function report = pistonfield_doctor()
   %
   % DESCRIPTION
   %   Looks for the module, asks it for its build, has it compute a pressure that is known, in every
-  %   mode, and takes the time of a small field. Each failure comes with what to do about it. An
-  %   installation that is broken makes checks fail, never this function.
+  %   mode, does the same with the module that the functions use, pistonfield_internal, and takes the
+  %   time of a small field. Each failure comes with what to do about it. An installation that is
+  %   broken makes checks fail, never this function.
   %
   %   The module has no call that tells its backend or its instruction set. The backend is what the
   %   build has written into the module's help, pistonfield.m, which lies beside the module. The
-  %   instruction set is the one that the module chooses on a processor such as this one. It prints
-  %   marks on standard output as it computes, which come before the report.
+  %   instruction set is the one that the module chooses on a processor such as this one. The module
+  %   pistonfield prints marks on standard output as it computes, which come before the report.
   %
   %   The known value is that of a piston of 7.5 mm by 5 mm at a wavelength of 1.5 mm, on its axis
   %   at 10 mm. In polar coordinates about the axis the integral over R has a closed form, and a
@@ -76,6 +77,7 @@ function report = pistonfield_doctor()
       checks(end + 1) = check(['the value in mode ''', modes{i}, ''''], ...
                               @() compare_value(modes{i})); %#ok<AGROW>
     end
+    checks(end + 1) = check('the functions have their module', @() try_internal(modes));
     found.timePerPoint.cpu = or_else(@() time_per_point('cpu'), NaN);
     found.timePerPoint.cuda = or_else(@() time_per_point('cuda'), NaN);
   end
@@ -117,6 +119,7 @@ end
 function advice = advice_for(failure)
   table = {
     'doctor:missing', how_to_get_the_module()
+    'doctor:internal', ['It comes with the module. ', how_to_get_the_module()]
     'doctor:shadowed', 'Take the folder of that file off the path with rmpath, or rename the file.'
     'doctor:several', 'Keep one: take the folders of the others off the path with rmpath.'
     'doctor:build', ['Something else answers to the name pistonfield. Look at which ', ...
@@ -259,11 +262,41 @@ function lines = read_build_lines()
 end
 
 function finding = compare_value(mode)
-  known = 1.0713258273120091 + 1.1278700539190497i;
+  [place, k] = known_case();
+  p = [];
+  evalc('p = pistonfield(place, [1 1 1], 5e-3, 7.5e-3, k, mode, 32);');
+  finding = require_known(p, mode, '');
+end
+
+function finding = try_internal(modes)
+  isMexFile = 3;
+  file = which('pistonfield_internal');
+  if isempty(file)
+    fail('internal', 'there is no pistonfield_internal.%s on the path', mexext());
+  elseif exist('pistonfield_internal') ~= isMexFile %#ok<EXIST>
+    fail('shadowed', 'pistonfield_internal is not the module, but %s', file);
+  end
+  [place, k] = known_case();
+  for i = 1:numel(modes)
+    p = internal_field(place, [1 1 1], k, modes{i});
+    require_known(p, modes{i}, ['mode ', modes{i}, ': ']);
+  end
+  finding = 'its values are right in every mode';
+end
+
+function [place, k] = known_case()
   place = eye(4);
   place(4, 3) = 10e-3;
-  p = [];
-  evalc('p = pistonfield(place, [1 1 1], 5e-3, 7.5e-3, 2 * pi / 1.5e-3, mode, 32);');
+  k = 2 * pi / 1.5e-3;
+end
+
+function p = internal_field(place, sizes, k, mode)
+  p = pistonfield_internal('field', place, sizes, 7.5e-3, 5e-3, k, mode, 32, [0 0 0], sizes, 0);
+end
+
+% How far a computed value is from the known one; an error where that is too far begins with a text.
+function finding = require_known(p, mode, where)
+  known = 1.0713258273120091 + 1.1278700539190497i;
   allowed = 1e-13;  % a few hundred roundings
   if ~any(strcmp(mode, {'cpu', 'cpudp'}))
     % Phases in single precision, up to k * R = 46 here, which each of eight edge integrals has.
@@ -272,7 +305,7 @@ function finding = compare_value(mode)
   off = abs(p - known);
   finding = sprintf('off by %.1e, allowed %.1e', off, allowed);
   if ~(off <= allowed)
-    fail('value', '%.10g %+.10gi, %s', real(p), imag(p), finding);
+    fail('value', '%s%.10g %+.10gi, %s', where, real(p), imag(p), finding);
   end
 end
 
@@ -283,7 +316,7 @@ function seconds = time_per_point(mode)
   seconds = Inf;
   for i = 1:3
     start = tic();
-    evalc('p = pistonfield(place, sizes, 5e-3, 7.5e-3, 2 * pi / 1.5e-3, mode, 32);');
+    internal_field(place, sizes, 2 * pi / 1.5e-3, mode);
     seconds = min(seconds, toc(start) / prod(sizes));
   end
 end
@@ -357,7 +390,7 @@ end
 %! report = pistonfield_doctor();
 %! assert(isempty(failed(report)));
 %! assert(report.healthy);
-%! assert(numel(report.checks), 8);
+%! assert(numel(report.checks), 9);
 %! assert(report.module, which('pistonfield'));
 %! assert(~isempty(strfind(report.host, version())));
 %! assert(report.timePerPoint.cpu > 0 && report.timePerPoint.cpu < 1e-3);
@@ -461,6 +494,34 @@ end
 %! assert(names([1, 2]), {'the module is found', 'the value in mode ''cpu'''});
 %! assert(~isempty(strfind(report.checks(4).advice, 'Do not use this mode')));
 %! assert(report.revision, 'none');
+
+%!test % without the module of the functions, the report tells where to get it
+%! folder = fileparts(which('pistonfield'));
+%! if strcmp(folder, fileparts(which('pistonfield_doctor')))
+%!   return % an installed package has both in one folder: neither goes without the other
+%! end
+%! visit = leave_for(tempdir());
+%! alone = tempname();
+%! mkdir(alone);
+%! copyfile(fullfile(folder, 'pistonfield.m*'), alone);
+%! addpath(alone);
+%! takeAway = onCleanup(@() take_away(alone));
+%! rmpath(folder);
+%! restore = onCleanup(@() addpath(folder));
+%! report = pistonfield_doctor();
+%! assert(failed(report), {'the functions have their module'});
+%! assert(~isempty(strfind(report.checks(end).finding, 'there is no pistonfield_internal.mex')));
+%! assert(~isempty(strfind(report.checks(end).advice, 'addpath')));
+%! assert(isnan(report.timePerPoint.cpu));
+
+%!test % a function that shadows the module of the functions is found
+%! visit = leave_for(tempdir());
+%! folder = put_first('pistonfield_internal.m', "function p = pistonfield_internal(varargin)\nend\n");
+%! restore = onCleanup(@() take_away(folder));
+%! report = pistonfield_doctor();
+%! assert(failed(report), {'the functions have their module'});
+%! assert(~isempty(strfind(report.checks(end).finding, folder)));
+%! assert(~isempty(strfind(report.checks(end).advice, 'rmpath')));
 
 %!test % what does not tell its build is not the module
 %! visit = leave_for(tempdir());

@@ -50,14 +50,15 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
 
   caller = 'pistonfield_order';
   require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
+  require_module(caller);
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_order_options(caller, varargin);
+  require_rows(caller, grid.sizes, options.mode);
   place = place_before(caller, piston, grid);
-  require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
-  field = sampled_field(place, grid.sizes, piston, k);
+  field = sampled_field(place, grid.sizes, piston, k, 0);
   [order, estimate] = find_order(caller, field, options.tolerance, options.mode);
   require(estimate <= options.tolerance, caller, 'tolerance', '%s', ...
           lost_to_rounding(options.mode, estimate, options.tolerance));

@@ -59,15 +59,16 @@ function info = pistonfield_request(file, piston, grid, varargin)
 
   caller = 'pistonfield_request';
   require(nargin >= 3, caller, 'arguments', 'give a file, a piston, a grid and the frequency');
+  require_module(caller);
   require(ischar(file) && isrow(file), caller, 'file', 'file must be the name of a file');
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin, struct('overwrite', false));
   require_flag(caller, 'overwrite', options.overwrite);
+  require_rows(caller, grid.sizes, options.mode);
   place = place_before(caller, piston, grid);
   require(options.overwrite || ~is_there(file), caller, 'file', ...
           '%s exists; the option ''overwrite'', true replaces it', file);
-  require_module(caller);
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);

@@ -5,14 +5,9 @@
 #include <array>
 #include <cstdint>
 #include <optional>
-#include <span>
 
 #include "core/Mode.h"
-#include "matlab_src/Host.h"
-
-/// The arguments of one call, by position: transform, sizes, l, s, k, mode, abscissas. The last two
-/// may be absent.
-using Arguments = std::span<const host::Array* const>;
+#include "matlab_src/Arguments.h"
 
 /// A checked request for a field.
 struct FieldRequest {
@@ -29,7 +24,8 @@ struct FieldRequest {
     std::int32_t pointCount() const noexcept;
 };
 
-/// Checks all arguments but the mode, in a fixed order, and reads them; prints the lines
+/// Checks all arguments but the mode, in a fixed order, and reads them: transform, sizes, l, s, k,
+/// mode, abscissas, of which the last two may be absent. Prints the lines
 /// "using <M> abscissas." and "l=..., s=..., k=...".
 /// @return none after a refusal, where the host's error operation returns
 std::optional<FieldRequest> readRequest(int outputCount, Arguments arguments);

@@ -15,6 +15,7 @@
 #include "core/Grid3DR.h"
 #include "core/cudahelper.h"
 #include "matlab_src/BuildInformation.h"
+#include "matlab_src/FieldRequest.h"
 #include "matlab_src/MatlabErrorHandler.h"
 #include "matlab_src/sizes.h"
 

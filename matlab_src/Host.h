@@ -34,10 +34,17 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz);
 double* resultReal(Array* result);
 double* resultImaginary(Array* result);
 
+/// A new real double array with one element.
+/// @throws as `createResult`
+Array* createNumber(double value);
+
 /// Prints on the host's console.
 void print(const std::string& text);
 
 /// Raises an error of the host with this text. Does not return in a real host; a substitute may.
 void raise(const char* message);
+
+/// The same, with an identifier by which programs know the error: words between colons.
+void raise(const char* identifier, const char* message);
 
 }  // namespace host

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <span>
 
 namespace host {
 
@@ -22,6 +23,15 @@ bool isAddressable(const std::array<std::size_t, 3>& dimensions) {
         bytes *= dimension;
     }
     return true;
+}
+
+Array* createDoubles(std::span<const mwSize> dimensions, mxComplexity complexity) {
+    mxArray* const array = guarded([&] {
+        return mxCreateNumericArray(static_cast<mwSize>(dimensions.size()), dimensions.data(),
+                                    mxDOUBLE_CLASS, complexity);
+    });
+    if (array == nullptr) throw std::bad_alloc();
+    return reinterpret_cast<Array*>(array);
 }
 
 }  // namespace
@@ -56,12 +66,7 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz) {
     if (!isAddressable({sx, sy, sz})) throw std::bad_array_new_length();
     const std::array dimensions{static_cast<mwSize>(sx), static_cast<mwSize>(sy),
                                 static_cast<mwSize>(sz)};
-    mxArray* const result = guarded([&dimensions] {
-        return mxCreateNumericArray(dimensions.size(), dimensions.data(), mxDOUBLE_CLASS,
-                                    mxCOMPLEX);
-    });
-    if (result == nullptr) throw std::bad_alloc();
-    return reinterpret_cast<Array*>(result);
+    return createDoubles(dimensions, mxCOMPLEX);
 }
 
 double* resultReal(Array* result) { return static_cast<double*>(mxGetData(toMex(result))); }
@@ -70,10 +75,18 @@ double* resultImaginary(Array* result) {
     return static_cast<double*>(mxGetImagData(toMex(result)));
 }
 
+Array* createNumber(double value) {
+    Array* const number = createDoubles(std::array<mwSize, 2>{1, 1}, mxREAL);
+    *resultReal(number) = value;
+    return number;
+}
+
 void print(const std::string& text) {
     guarded([&text] { return mexPrintf("%s", text.c_str()); });
 }
 
-void raise(const char* message) { throw RaisedError{message}; }
+void raise(const char* message) { throw RaisedError{{}, message}; }
+
+void raise(const char* identifier, const char* message) { throw RaisedError{identifier, message}; }
 
 }  // namespace host

@@ -11,9 +11,10 @@
 
 namespace host {
 
-/// The error operation in a real host: carries the text to `mexFunction`, which raises the host's
+/// The error operation in a real host: carries the error to `mexFunction`, which raises the host's
 /// error only after every scope of the call has closed.
 struct RaisedError {
+    std::string identifier;  ///< empty for an error without
     std::string message;
 };
 

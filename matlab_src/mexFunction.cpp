@@ -15,15 +15,23 @@ namespace {
 
 enum class Ending { answered, refused, outOfMemory };
 
-/// Holds the error's text where no destructor is needed: the host's error operation may leave
-/// without running any.
-using Message = std::array<char, 4096>;
+/// Holds a text where no destructor is needed: the host's error operation may leave without running
+/// any.
+template <std::size_t size>
+using Text = std::array<char, size>;
 
-void keep(Message& message, const std::string& text) {
-    message[text.copy(message.data(), message.size() - 1)] = '\0';
+template <std::size_t size>
+void keep(Text<size>& kept, const std::string& text) {
+    kept[text.copy(kept.data(), size - 1)] = '\0';
 }
 
-Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Message& message) {
+/// The error that ends a call.
+struct Refusal {
+    Text<256> identifier;  ///< empty for an error without
+    Text<4096> message;
+};
+
+Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Refusal& refusal) {
     try {
         std::vector<const host::Array*> arguments(static_cast<std::size_t>(nrhs));
         std::transform(prhs, prhs + nrhs, arguments.begin(), [](const mxArray* array) {
@@ -36,13 +44,22 @@ Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Message&
     } catch (const host::HostException& exception) {
         std::rethrow_exception(exception.original);
     } catch (const host::RaisedError& error) {
-        keep(message, error.message);
+        keep(refusal.identifier, error.identifier);
+        keep(refusal.message, error.message);
     } catch (const std::bad_alloc&) {
         return Ending::outOfMemory;
     } catch (const std::exception& exception) {
-        keep(message, exception.what());
+        keep(refusal.identifier, "");
+        keep(refusal.message, exception.what());
     }
     return Ending::refused;
+}
+
+void raise(const Refusal& refusal) {
+    if (refusal.identifier.front() == '\0')
+        mexErrMsgTxt(refusal.message.data());
+    else
+        mexErrMsgIdAndTxt(refusal.identifier.data(), "%s", refusal.message.data());
 }
 
 }  // namespace
@@ -50,12 +67,12 @@ Ending answer(int nlhs, mxArray** plhs, int nrhs, const mxArray** prhs, Message&
 /// The module's entry, called by the host once per call.
 extern "C" [[gnu::visibility("default")]] void mexFunction(int nlhs, mxArray* plhs[], int nrhs,
                                                            const mxArray* prhs[]) {
-    Message message;
-    switch (answer(nlhs, plhs, nrhs, prhs, message)) {
+    Refusal refusal;
+    switch (answer(nlhs, plhs, nrhs, prhs, refusal)) {
         case Ending::answered:
             break;
         case Ending::refused:
-            mexErrMsgTxt(message.data());
+            raise(refusal);
             break;
         case Ending::outOfMemory:
             host::raiseMemoryError();

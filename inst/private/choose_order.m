@@ -7,7 +7,7 @@ function [order, estimate] = choose_order(caller, place, sizes, piston, k, optio
   % frame; and the estimate of its error, NaN where the order was named. Warns of what may be wrong
   % with units and of rounding that nobody has allowed.
   warn_of_units(piston, k, options.order);
-  samples = sampled_field(place, sizes, piston, k);
+  samples = sampled_field(place, sizes, piston, k, options.threads);
   if isempty(options.order)
     [order, estimate] = order_for(caller, samples, options);
   else
@@ -45,7 +45,7 @@ function warn_of_rounding(samples, order, mode)
   if is_double_mode(mode)
     return
   end
-  order = min(order, largest_gpu_order());
+  order = min(order, module_limit('largest_order', mode));
   exact = samples.values('cpu', order);
   off = samples.safety * max(abs(samples.values(mode, order) - exact)) / max(abs(exact));
   if off > usual_tolerance()

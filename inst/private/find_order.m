@@ -20,9 +20,7 @@ function [order, estimate] = find_order(caller, field, tolerance, mode)
     return
   end
 
-  if is_gpu_mode(mode)
-    upper = min(upper, largest_gpu_order());
-  end
+  upper = min(upper, module_limit('largest_order', mode));
   in_mode = @(order) error_of(mode, order);
   estimate = in_mode(upper);
   if estimate <= tolerance

@@ -25,13 +25,23 @@ function options = read_pressure_options(caller, given, others)
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
   require_mode(caller, options.mode);
-  require(isempty(options.threads) || (is_positive(options.threads) && ...
-          options.threads == fix(options.threads) && options.threads <= 1024), ...
-          caller, 'threads', 'threads must be a whole number from 1 to 1024');
+  options.threads = read_threads(caller, options.threads);
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
   end
+end
+
+% As module_field takes them.
+function threads = read_threads(caller, threads)
+  if isempty(threads)
+    threads = 0;
+    return
+  end
+  most = module_limit('most_threads');
+  require(is_positive(threads) && threads == fix(threads) && threads <= most, ...
+          caller, 'threads', 'threads must be a whole number from 1 to %d', most);
+  threads = double(threads);
 end
 
 % Of two options that say the same thing in two ways at most one may be given.

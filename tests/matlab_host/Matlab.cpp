@@ -53,12 +53,15 @@ Matlab::Answer Matlab::call(const LoadedModule& module, int outputs,
     try {
         answer.raised = !enter(module.entry(), outputs, &answer.output,
                                static_cast<int>(list.size()), list.data());
-        if (answer.raised) answer.error = raised;
     } catch (const MatlabError& error) {
         answer.raised = true;
-        answer.error = error.message;
+        raised = error;
     }
-    if (answer.raised) answer.output = nullptr;
+    if (answer.raised) {
+        answer.identifier = raised.identifier;
+        answer.error = raised.message;
+        answer.output = nullptr;
+    }
     textsKept = texts.size();
     texts.clear();
     arrays.erase(std::partition(arrays.begin() + before, arrays.end(),
@@ -93,9 +96,9 @@ char* Matlab::keepText(const std::string& text) {
 
 void Matlab::print(const char* text) { console.emplace_back(text); }
 
-void Matlab::raise(const char* message) {
-    if (leaveBy == LeaveBy::exception) throw MatlabError{message};
-    raised = message;
+void Matlab::raise(const char* identifier, const char* message) {
+    raised = {identifier, message};
+    if (leaveBy == LeaveBy::exception) throw MatlabError(raised);
     // NOLINTNEXTLINE(cert-err52-cpp): what a host may do
     std::longjmp(callSite, 1);
 }

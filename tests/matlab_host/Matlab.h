@@ -12,6 +12,7 @@
 
 /// An exception of the host's own.
 struct MatlabError {
+    std::string identifier;
     std::string message;
 };
 
@@ -43,6 +44,7 @@ class Matlab : public MatlabEngine {
   public:
     struct Answer {
         bool raised = false;
+        std::string identifier;  ///< of the error
         std::string error;
         mxArray* output = nullptr;
     };
@@ -58,7 +60,7 @@ class Matlab : public MatlabEngine {
                     mxComplexity complexity) override;
     char* keepText(const std::string& text) override;
     void print(const char* text) override;
-    [[noreturn]] void raise(const char* message) override;
+    [[noreturn]] void raise(const char* identifier, const char* message) override;
 
     mxArray* doubles(const std::vector<double>& values, std::vector<std::size_t> dimensions);
     mxArray* text(const std::string& characters);
@@ -77,7 +79,7 @@ class Matlab : public MatlabEngine {
 
     std::vector<std::unique_ptr<mxArray>> arrays;
     std::vector<std::string> texts;
-    std::string raised;
+    MatlabError raised;
     std::jmp_buf callSite{};
 };
 

@@ -36,7 +36,7 @@ class MatlabEngine {
     virtual char* keepText(const std::string& text) = 0;
     virtual void print(const char* text) = 0;
     /// Leaves the module without returning into it.
-    [[noreturn]] virtual void raise(const char* message) = 0;
+    [[noreturn]] virtual void raise(const char* identifier, const char* message) = 0;
 };
 
 /// The program's engine, found by the libraries when they are loaded.

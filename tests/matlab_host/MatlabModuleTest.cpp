@@ -194,7 +194,7 @@ TEST(MatlabModuleFailures, areReportedByTheirOwnTextsWhateverTheyAre) {
 
 TEST_P(MatlabModuleTest, letsTheHostsOwnExceptionsThrough) {
     matlab().failingCreation = []() -> mxArray* {
-        throw MatlabError{"Requested array is too large."};
+        throw MatlabError{"", "Requested array is too large."};
     };
     const Matlab::Answer answer = call(request({1, 1, 1}));
     EXPECT_TRUE(answer.raised);

@@ -21,6 +21,18 @@ int mexPrintf(const char* format, ...) {  // NOLINT(cert-dcl50-cpp): the interfa
     return length;
 }
 
-void mexErrMsgTxt(const char* message) { matlabEngine().raise(message); }
+void mexErrMsgTxt(const char* message) { matlabEngine().raise("", message); }
+
+void mexErrMsgIdAndTxt(const char* identifier,
+                       const char* format,  // NOLINT(cert-dcl50-cpp): the interface's own form
+                       ...) {
+    std::array<char, 4096> text{};
+    std::va_list arguments;
+    va_start(arguments, format);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start has filled it
+    static_cast<void>(std::vsnprintf(text.data(), text.size(), format, arguments));
+    va_end(arguments);
+    matlabEngine().raise(identifier, text.data());
+}
 
 #pragma GCC visibility pop

@@ -286,6 +286,12 @@ double* resultImaginary(Array* result) {
     return substitute::dataOf(result, result->imaginary);
 }
 
+Array* createNumber(double value) {
+    theHost().enter("createNumber");
+    theHost().log(EventKind::creation, "1x1");
+    return substitute::number(value);
+}
+
 void print(const std::string& text) {
     theHost().enter("print");
     theHost().log(EventKind::print, text);
@@ -295,6 +301,13 @@ void raise(const char* message) {
     theHost().enter("raise");
     theHost().log(EventKind::raise, message);
     if (theHost().raiseMode == substitute::RaiseMode::throws) throw substitute::HostError{message};
+}
+
+void raise(const char* identifier, const char* message) {
+    theHost().enter("raise");
+    theHost().log(EventKind::raise, message);
+    if (theHost().raiseMode == substitute::RaiseMode::throws)
+        throw substitute::HostError{message, identifier};
 }
 
 }  // namespace host

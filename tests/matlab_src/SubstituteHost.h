@@ -31,6 +31,7 @@ namespace substitute {
 /// What the error operation throws. As in a real host, no kind of std::exception.
 struct HostError {
     std::string text;
+    std::string identifier{};
 };
 
 enum class RaiseMode { throws, returns };

@@ -52,6 +52,7 @@ LANES = {"baseline": ["lanes/lanes_test"], "v3": ["lanes/lanes_v3_test", "lanes/
 TESTS = {
     "matlab_src/FieldRequest.cpp": GATEWAY,
     "matlab_src/Gateway.cpp": GATEWAY,
+    "matlab_src/InternalGateway.cpp": ["matlab_src/internal_gateway_test"],
     "matlab_src/MatlabErrorHandler.cpp": GATEWAY,
     "matlab_src/mexFunction.cpp": MODULE,
     "matlab_src/sizes.cpp": GATEWAY,

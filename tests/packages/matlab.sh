@@ -24,7 +24,9 @@ echo '<version>9.3.0</version>' >"$root/VersionInfo.xml"
 cmake --preset matlab -S "$source" -B "$work/build" -D Matlab_ROOT_DIR="$root"
 cmake --build "$work/build" --target pistonfield_matlab
 grep -q 'built with the backend emulated' "$work/build/matlab/pistonfield.m"
-cmake -D NM=nm -D MODULE="$work/build/matlab/pistonfield.mexa64" \
-  -D MX="$libraries/libmx.so" -D MEX="$libraries/libmex.so" \
-  -D OPERATIONS="$source/tests/matlab_host/operations.txt" \
-  -P "$source/tests/matlab_host/CheckSymbols.cmake"
+for module in pistonfield pistonfield_internal; do
+  cmake -D NM=nm -D MODULE="$work/build/matlab/$module.mexa64" \
+    -D MX="$libraries/libmx.so" -D MEX="$libraries/libmex.so" \
+    -D OPERATIONS="$source/tests/matlab_host/operations.txt" \
+    -P "$source/tests/matlab_host/CheckSymbols.cmake"
+done

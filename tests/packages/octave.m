@@ -30,6 +30,15 @@ function expect_field()
   expect_close(p, surface_integral(1e-3, 2e-3, 5e-3, l, s, k), 1e-9);
 end
 
+% By the functions, which have a module of their own.
+function expect_pressure()
+  p = pistonfield_pressure(struct('width', 7.5e-3, 'height', 5e-3), ...
+                           pistonfield_grid(1e-3, 2e-3, 5e-3), 'frequency', 1e6, ...
+                           'tolerance', 1e-9);
+  wanted = surface_integral(1e-3, 2e-3, 5e-3, 5e-3, 7.5e-3, 2 * pi * 1e6 / 1482);
+  expect_close(p, 1i * 998 * 1482 * wanted, 1e-8 * abs(p));
+end
+
 function expect_backend()
   expect_same(pistonfield_doctor().backend, 'emulated');
 end
@@ -94,6 +103,7 @@ end
 
 it('pkg loads it', @expect_loaded);
 it('a field is computed', @expect_field);
+it('a pressure is computed', @expect_pressure);
 it('the backend is known', @expect_backend);
 if strcmp(getenv('SOURCE_DATE_EPOCH'), '1699146123')
   it('info tells the time that the compilation was given', @expect_build_time);

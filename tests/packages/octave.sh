@@ -2,9 +2,9 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 
-# octave.sh TARBALL SOURCE OCTAVE [MODULE]: installs the package for GNU Octave in a folder of its own
-# and uses it. With a MODULE the package has that module in place of the sources to compile; that
-# these are complete is then only looked at.
+# octave.sh TARBALL SOURCE OCTAVE [MODULE...]: installs the package for GNU Octave in a folder of its own
+# and uses it. With MODULEs the package has these in place of the sources to compile; that these are
+# complete is then only looked at.
 set -euo pipefail
 
 tarball=$1
@@ -18,7 +18,7 @@ if (($# > 3)); then
   package=$(basename -- "$tarball" .tar.gz)
   make --dry-run --directory "$work/$package/src" >"$work/commands.txt"
   rm -r -- "$work/$package/src"
-  cp -- "$4" "$work/$package/inst/"
+  cp -- "${@:4}" "$work/$package/inst/"
   tarball=$work/$package.tar.gz
   tar -czf "$tarball" -C "$work" "$package"
 fi

@@ -60,6 +60,7 @@ mxArray* mxCreateNumericArray(mwSize dimensionCount, const mwSize* dimensions, m
 
 int mexPrintf(const char* format, ...);
 void mexErrMsgTxt(const char* message);
+void mexErrMsgIdAndTxt(const char* identifier, const char* format, ...);
 
 // The module
 

@@ -11,7 +11,7 @@ function peak_of_field(mode, sizes, limit)
   field = @(n, limit) pistonfield_pressure(piston, ...
     pistonfield_grid(range(n(1)), range(n(2)), range(n(3))), 'frequency', 1e6, 'mode', mode, ...
     'memory', limit, 'tolerance', 1e-3, 'progress', 'none');
-  field([2 2 2], 16 * 8 + 96);
+  field([2 2 2], 16 * 8 + 56);
   before = peak();
   [p, info] = field(sizes, limit);
   fprintf(stderr(), '%d slabs, %g bytes', info.slabs, peak() - before);

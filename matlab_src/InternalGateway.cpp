@@ -1,0 +1,145 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "core/limits.h"
+#include "field/Plan.h"
+#include "matlab_src/Gateway.h"
+#include "parallel/threads.h"
+
+namespace {
+
+using namespace pistonfield;
+
+/// Limits the threads of the CPU for a scope, those of the emulation device included.
+class ThreadLimit {
+  public:
+    explicit ThreadLimit(unsigned most) noexcept { useThreads(most); }
+    ThreadLimit(const ThreadLimit&) = delete;
+    ThreadLimit& operator=(const ThreadLimit&) = delete;
+    ~ThreadLimit() { useThreads(0); }
+};
+
+template <std::size_t count>
+std::array<double, count> numbersOf(const host::Array* array, const char* name) {
+    const bool areThere = host::isClass(array, "double") && !host::isClass(array, "sparse") &&
+                          !host::isComplex(array) &&
+                          host::rows(array) * host::columns(array) == count;
+    if (!areThere)
+        throw InvalidRequest(name, "must be full, real and of class double, with " +
+                                       std::to_string(count) + " elements");
+    std::array<double, count> numbers;
+    std::copy_n(host::realData(array), count, numbers.begin());
+    return numbers;
+}
+
+double numberOf(const host::Array* array, const char* name) {
+    return numbersOf<1>(array, name).front();
+}
+
+std::int64_t whole(double number, const char* name) {
+    constexpr double mostExact = 1LL << 53;
+    if (std::trunc(number) != number || std::abs(number) > mostExact)
+        throw InvalidRequest(name, "must be whole");
+    return static_cast<std::int64_t>(number);
+}
+
+int wholeWithin(int least, int most, const host::Array* array, const char* name) {
+    const std::int64_t number = whole(numberOf(array, name), name);
+    if (number < least || number > most)
+        throw InvalidRequest(
+            name, "must be from " + std::to_string(least) + " to " + std::to_string(most));
+    return static_cast<int>(number);
+}
+
+std::array<std::int64_t, 3> indicesOf(const host::Array* array, const char* name) {
+    const std::array<double, 3> numbers = numbersOf<3>(array, name);
+    std::array<std::int64_t, 3> indices{};
+    std::transform(numbers.begin(), numbers.end(), indices.begin(),
+                   [name](double number) { return whole(number, name); });
+    return indices;
+}
+
+std::string textOf(const host::Array* array, const char* name) {
+    if (!host::isChar(array)) throw InvalidRequest(name, "must be a text");
+    return host::text(array);
+}
+
+Mode modeOf(const host::Array* array) { return modeCalled(textOf(array, "mode")); }
+
+void expectArguments(Arguments arguments, std::size_t count) {
+    if (arguments.size() != count)
+        throw InvalidRequest("arguments", std::to_string(arguments.size()) + " in the place of " +
+                                              std::to_string(count));
+}
+
+host::Array* fieldFor(Arguments arguments) {
+    expectArguments(arguments, 11);
+    Request request;
+    request.lattice.transform = numbersOf<16>(arguments[1], "transform");
+    request.lattice.sizes = indicesOf(arguments[2], "sizes");
+    request.piston.width = numberOf(arguments[3], "width");
+    request.piston.height = numberOf(arguments[4], "height");
+    request.wave.wavenumber = numberOf(arguments[5], "wavenumber");
+    request.mode = modeOf(arguments[6]);
+    request.rule.order = wholeWithin(1, largestOrder(request.mode), arguments[7], "order");
+    const LatticeBox box{indicesOf(arguments[8], "first"), indicesOf(arguments[9], "count")};
+    const ThreadLimit limit(
+        static_cast<unsigned>(wholeWithin(0, mostThreads, arguments[10], "threads")));
+
+    const Plan plan(request);
+    static_cast<void>(plan.cost(box));  // refuses the box before there is a result of its size
+    const auto size = [&box](std::size_t i) { return static_cast<std::size_t>(box.size[i]); };
+    host::Array* const result = host::createResult(size(0), size(1), size(2));
+    plan.compute(box,
+                 Destination<double>{host::resultReal(result), host::resultImaginary(result), 1});
+    return result;
+}
+
+double modeLimit(Arguments arguments, std::int64_t (*limit)(Mode)) {
+    expectArguments(arguments, 2);
+    return static_cast<double>(limit(modeOf(arguments[1])));
+}
+
+host::Array* answerTo(Arguments arguments) {
+    if (arguments.empty()) throw InvalidRequest("question", "there is none");
+    const std::string question = textOf(arguments[0], "question");
+    if (question == "field") return fieldFor(arguments);
+    if (question == "largest_order")
+        return host::createNumber(
+            modeLimit(arguments, [](Mode mode) -> std::int64_t { return largestOrder(mode); }));
+    if (question == "most_points_in_a_row")
+        return host::createNumber(modeLimit(arguments, mostPointsInARow));
+    if (question == "most_threads") {
+        expectArguments(arguments, 1);
+        return host::createNumber(mostThreads);
+    }
+    throw InvalidRequest("question", "'" + question + "' is none");
+}
+
+void raise(const std::string& reason, const std::exception& error) {
+    host::raise(("pistonfield:pistonfield_internal:" + reason).c_str(), error.what());
+}
+
+}  // namespace
+
+void answerCall(int /*outputCount*/, host::Array*& output, Arguments arguments) {
+    try {
+        output = answerTo(arguments);
+    } catch (const InvalidRequest& error) {
+        raise(error.field(), error);
+    } catch (const std::out_of_range& error) {
+        raise("box", error);
+    } catch (const DeviceFailure& error) {
+        raise("device", error);
+    } catch (const std::runtime_error& error) {
+        // Of the library, what is left is the number of threads.
+        raise("environment", error);
+    }
+}

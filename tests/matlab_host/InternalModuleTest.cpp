@@ -1,0 +1,112 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The module of the functions in inst/ for MATLAB, loaded and called as MATLAB does it.
+#include <gmock/gmock.h>
+
+#include <complex>
+#include <optional>
+
+#include "tests/matlab_host/Matlab.h"
+#include "tests/matlab_src/SurfaceIntegral.h"
+
+namespace {
+
+constexpr const char* modulePath = PISTONFIELD_MATLAB_INTERNAL_MODULE;
+
+class InternalModuleTest : public testing::TestWithParam<LeaveBy> {
+  protected:
+    void SetUp() override {
+        matlab().leaveBy = GetParam();
+        matlab().failingCreation = nullptr;
+        matlab().hasTexts = true;
+        module.emplace(modulePath);
+    }
+
+    /// Asks for the pressures of a box of the points (0.25*ix, 0.5*iy, 1 + iz).
+    static std::vector<const mxArray*> request(const std::vector<double>& first,
+                                               const std::vector<double>& count,
+                                               const char* mode = "cpu") {
+        return {matlab().text("field"),
+                matlab().doubles({0.25, 0, 0, 0, 0, 0.5, 0, 0, 0, 0, 1, 1, 0, 0, 0, 1}, {4, 4}),
+                matlab().doubles({4, 3, 2}, {1, 3}),
+                matlab().doubles({2}, {1, 1}),
+                matlab().doubles({3}, {1, 1}),
+                matlab().doubles({2.5}, {1, 1}),
+                matlab().text(mode),
+                matlab().doubles({40}, {1, 1}),
+                matlab().doubles(first, {1, first.size()}),
+                matlab().doubles(count, {1, count.size()}),
+                matlab().doubles({2}, {1, 1})};
+    }
+
+    Matlab::Answer call(const std::vector<const mxArray*>& arguments) {
+        return matlab().call(*module, 1, arguments);
+    }
+
+    std::optional<LoadedModule> module;
+};
+
+INSTANTIATE_TEST_SUITE_P(Leaving, InternalModuleTest,
+                         testing::Values(LeaveBy::longjmp, LeaveBy::exception),
+                         [](const auto& info) {
+                             return info.param == LeaveBy::longjmp ? "byLongjmp" : "byException";
+                         });
+
+TEST_P(InternalModuleTest, answersWithTheFieldInABoxAndPrintsNothing) {
+    for (const char* mode : {"cpu", "cpudp", "cpusp", "cuda", "cudadp"}) {
+        const double accuracy =
+            std::string(mode).starts_with("cpu") && mode[3] != 's' ? 1e-11 : 3e-6;
+        const Matlab::Answer answer = call(request({1, 1, 0}, {3, 2, 1}, mode));
+        ASSERT_FALSE(answer.raised) << answer.error;
+        EXPECT_EQ(answer.output->dimensions, (std::vector<std::size_t>{3, 2}));
+        EXPECT_TRUE(answer.output->isComplex);
+        std::size_t i = 0;
+        for (int iy = 1; iy < 3; ++iy)
+            for (int ix = 1; ix < 4; ++ix, ++i) {
+                const std::complex<double> value(answer.output->real.at(i),
+                                                 answer.output->imaginary.at(i));
+                EXPECT_LT(std::abs(value - surfaceIntegral({3, 2}, 2.5, 0.25 * ix, 0.5 * iy, 1)),
+                          accuracy)
+                    << mode;
+            }
+        EXPECT_TRUE(matlab().console.empty());
+    }
+}
+
+TEST_P(InternalModuleTest, answersWithLimits) {
+    const Matlab::Answer answer = call({matlab().text("largest_order"), matlab().text("cuda")});
+    ASSERT_FALSE(answer.raised) << answer.error;
+    EXPECT_FALSE(answer.output->isComplex);
+    EXPECT_EQ(answer.output->real, std::vector<double>{512});
+    EXPECT_THAT(matlab().creations, testing::ElementsAre("1x1 class 6 complexity 0"));
+}
+
+TEST_P(InternalModuleTest, raisesErrorsWithAnIdentifier) {
+    const Matlab::Answer answer = call(request({1, 1, 0}, {3, 2, 1}, "gpu"));
+    EXPECT_TRUE(answer.raised);
+    EXPECT_EQ(answer.identifier, "pistonfield:pistonfield_internal:mode");
+    EXPECT_EQ(answer.error, "mode: 'gpu' is none of cpu, cpudp, cpusp, cuda, cudadp");
+    EXPECT_FALSE(call(request({1, 1, 0}, {3, 2, 1})).raised);
+}
+
+TEST_P(InternalModuleTest, reportsExhaustedMemory) {
+    matlab().failingCreation = [] { return nullptr; };
+    const Matlab::Answer answer = call(request({1, 1, 0}, {3, 2, 1}));
+    matlab().failingCreation = nullptr;
+    EXPECT_TRUE(answer.raised);
+    EXPECT_EQ(answer.error, "Out of memory.");
+    EXPECT_EQ(answer.identifier, "");
+}
+
+TEST(InternalModuleLoading, unloadsAfterAnswersAndRefusals) {
+    matlab().leaveBy = LeaveBy::longjmp;
+    for (int i = 0; i < 3; ++i) {
+        const LoadedModule module(modulePath);
+        EXPECT_FALSE(matlab().call(module, 1, {matlab().text("most_threads")}).raised);
+        EXPECT_TRUE(matlab().call(module, 1, {}).raised);
+    }
+    EXPECT_FALSE(LoadedModule::isLoaded(modulePath));
+}
+
+}  // namespace

@@ -1,0 +1,210 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <gmock/gmock.h>
+
+#include <cmath>
+#include <complex>
+#include <cstdlib>
+#include <new>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cuda_runtime/emulated/Emulator.h"
+#include "field/Plan.h"
+#include "matlab_src/Gateway.h"
+#include "parallel/threads.h"
+#include "tests/field/smallRequest.h"
+#include "tests/matlab_src/SubstituteHost.h"
+#include "tests/support/Captured.h"
+#include "tests/support/EmulatedDevices.h"
+
+namespace {
+
+using substitute::doubles;
+using substitute::EventKind;
+using substitute::number;
+using substitute::text;
+using substitute::theHost;
+
+using Field = std::vector<std::complex<double>>;
+
+constexpr LatticeBox box{{1, 0, 2}, {5, 4, 2}};
+
+host::Array* triple(const std::array<std::int64_t, 3>& values) {
+    return doubles({static_cast<double>(values[0]), static_cast<double>(values[1]),
+                    static_cast<double>(values[2])},
+                   {1, 3});
+}
+
+/// What asks for the small request's field in the box.
+std::vector<const host::Array*> question(const std::string& mode) {
+    const pistonfield::Request request = smallRequest(mode);
+    return {text("field"),
+            doubles({request.lattice.transform.begin(), request.lattice.transform.end()}, {4, 4}),
+            triple(request.lattice.sizes),
+            number(request.piston.width),
+            number(request.piston.height),
+            number(request.wave.wavenumber),
+            text(mode),
+            number(request.rule.order),
+            triple(box.first),
+            triple(box.size),
+            number(3)};
+}
+
+class InternalGatewayTest : public testing::Test {
+  protected:
+    void SetUp() override { theHost().reset(); }
+
+    static host::Array* answerTo(const std::vector<const host::Array*>& arguments) {
+        host::Array* output = nullptr;
+        answerCall(1, output, arguments);
+        return output;
+    }
+
+    /// The error that a call ends with: "identifier | text".
+    static std::string refusalOf(const std::vector<const host::Array*>& arguments) {
+        try {
+            answerTo(arguments);
+        } catch (const substitute::HostError& error) {
+            return error.identifier + " | " + error.text;
+        }
+        return "none";
+    }
+
+    /// That of a good question with another value at a position.
+    static std::string refusalOf(std::size_t position, const host::Array* value) {
+        std::vector<const host::Array*> arguments = question("cpu");
+        arguments[position] = value;
+        return refusalOf(arguments);
+    }
+
+    static std::string refusal(const std::string& reason, const std::string& text) {
+        return "pistonfield:pistonfield_internal:" + reason + " | " + text;
+    }
+};
+
+TEST_F(InternalGatewayTest, AnswersWithThePlansFieldAndPrintsNothing) {
+    for (const std::string mode : {"cpu", "cpudp", "cpusp", "cuda", "cudadp"}) {
+        Field wanted(static_cast<std::size_t>(box.points()));
+        pistonfield::Plan(smallRequest(mode)).compute(box, wanted.data());
+        const std::vector<const host::Array*> arguments = question(mode);
+        host::Array* output = nullptr;
+        const Printed printed = captured([&] { output = answerTo(arguments); });
+        EXPECT_EQ(substitute::valuesOf(output), wanted) << mode;
+        EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 4, 2}));
+        EXPECT_EQ(printed.out + printed.err + theHost().console(), "");
+    }
+}
+
+TEST_F(InternalGatewayTest, AnswersWithLimits) {
+    const auto limit = [](const std::vector<const host::Array*>& arguments) {
+        host::Array* const answer = answerTo(arguments);
+        EXPECT_FALSE(answer->complex);
+        return host::scalar(answer);
+    };
+    EXPECT_EQ(limit({text("largest_order"), text("cpu")}), 18000);
+    EXPECT_EQ(limit({text("largest_order"), text("cudadp")}), 512);
+    EXPECT_EQ(limit({text("most_points_in_a_row"), text("cpusp")}), 16777216);
+    EXPECT_EQ(limit({text("most_points_in_a_row"), text("cudadp")}), 9007199254740992);
+    EXPECT_EQ(limit({text("most_threads")}), 1024);
+}
+
+TEST_F(InternalGatewayTest, NamesTheArgumentThatIsWrong) {
+    const auto numbers = [](const std::string& name, int count) {
+        return refusal(name, name + ": must be full, real and of class double, with " +
+                                 std::to_string(count) + " elements");
+    };
+    const std::vector<std::pair<std::size_t, std::string>> kinds{
+        {1, numbers("transform", 16)}, {2, numbers("sizes", 3)},      {3, numbers("width", 1)},
+        {4, numbers("height", 1)},     {5, numbers("wavenumber", 1)}, {7, numbers("order", 1)},
+        {8, numbers("first", 3)},      {9, numbers("count", 3)},      {10, numbers("threads", 1)}};
+    for (const auto& [position, wanted] : kinds) {
+        const std::size_t count = question("cpu")[position]->count();
+        for (const host::Array* wrong :
+             {substitute::arrayOf("single", {1, count}), substitute::sparseOf("double", {1, count}),
+              substitute::complexOf(std::vector<double>(count, 1), {1, count}),
+              substitute::arrayOf("double", {1, count + 1}), text("text")})
+            EXPECT_EQ(refusalOf(position, wrong), wanted);
+    }
+    EXPECT_EQ(refusalOf(0, number(1)), refusal("question", "question: must be a text"));
+    EXPECT_EQ(refusalOf(0, text("else")), refusal("question", "question: 'else' is none"));
+    EXPECT_EQ(refusalOf({}), refusal("question", "question: there is none"));
+    EXPECT_EQ(refusalOf({text("field")}), refusal("arguments", "arguments: 1 in the place of 11"));
+    EXPECT_EQ(refusalOf(6, number(1)), refusal("mode", "mode: must be a text"));
+    EXPECT_EQ(refusalOf(3, number(-1)), refusal("width", "width: must be a length above 0"));
+    for (const double order : {0.0, 18001.0, 1e10})
+        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be from 1 to 18000"));
+    for (const double order : {1.5, double{NAN}, 1e16, double{INFINITY}})
+        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be whole"));
+    EXPECT_EQ(refusalOf(10, number(1025)), refusal("threads", "threads: must be from 0 to 1024"));
+}
+
+TEST_F(InternalGatewayTest, RefusesABoxBeyondTheLatticeBeforeThereIsAResult) {
+    EXPECT_EQ(refusalOf(9, triple({5, 4, 3})),
+              refusal("box",
+                      "3 points from 2 on do not lie within the lattice's 4 along its "
+                      "direction z"));
+    EXPECT_EQ(refusalOf(9, triple({5, -4, 2})),
+              refusal("box",
+                      "-4 points from 0 on do not lie within the lattice's 5 along its "
+                      "direction y"));
+    EXPECT_THAT(theHost().textsOf(EventKind::creation), testing::IsEmpty());
+}
+
+TEST_F(InternalGatewayTest, SaysThatThereIsNoDevice) {
+    const EmulatedDevices none({});
+    EXPECT_EQ(refusalOf(question("cuda")),
+              refusal("device", "cudaSetDevice: no CUDA-capable device is detected"));
+    EXPECT_EQ(refusalOf(question("cpu")), "none");
+}
+
+TEST_F(InternalGatewayTest, SaysWhatIsWrongWithTheEnvironment) {
+    std::vector<const host::Array*> arguments = question("cpu");
+    arguments[2] = arguments[9] = triple({100, 100, 10});
+    arguments[8] = triple({0, 0, 0});
+    arguments[7] = number(100);
+    ASSERT_EQ(setenv("PISTONFIELD_THREADS", "none", 1), 0);
+    EXPECT_EQ(refusalOf(arguments), "none");
+    arguments[10] = number(0);
+    EXPECT_EQ(
+        refusalOf(arguments),
+        refusal("environment", "PISTONFIELD_THREADS: 'none' is no whole number from 1 to 1024"));
+    ASSERT_EQ(unsetenv("PISTONFIELD_THREADS"), 0);
+}
+
+TEST_F(InternalGatewayTest, LeavesMissingMemoryToTheHost) {
+    theHost().resultLimit = 39;
+    EXPECT_THROW(answerTo(question("cpu")), std::bad_alloc);
+}
+
+TEST_F(InternalGatewayTest, LimitsTheThreadsForTheCallAlone) {
+    std::optional<bool> during;
+    theHost().interceptor = [&during](const char* operation, int) {
+        if (std::string(operation) == "createResult") during = pistonfield::threadsAreChosen();
+    };
+    EXPECT_EQ(refusalOf(question("cpu")), "none");
+    EXPECT_EQ(during, true);
+    EXPECT_FALSE(pistonfield::threadsAreChosen());
+}
+
+TEST_F(InternalGatewayTest, LeavesNothingWhereverTheHostEndsTheCall) {
+    for (const std::string mode : {"cpu", "cuda"}) {
+        theHost().reset();
+        answerTo(question(mode));
+        const int operations = theHost().operations;
+        for (int nth = 1; nth <= operations; ++nth) {
+            theHost().reset();
+            theHost().interceptor = [nth](const char*, int number) {
+                if (number == nth) throw nth;
+            };
+            EXPECT_THROW(answerTo(question(mode)), int);
+            EXPECT_FALSE(pistonfield::threadsAreChosen());
+            EXPECT_FALSE(cuda_runtime::emulated::emulator().hasContext());
+        }
+    }
+}
+
+}  // namespace
