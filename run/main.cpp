@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "parallel/threads.h"
-#include "run/Hdf5.h"
-#include "run/Watch.h"
-#include "run/agreement.h"
-#include "run/commands.h"
-#include "run/limits.h"
-#include "run/readText.h"
-#include "run/streams.h"
+#include "run/commands/commands.h"
+#include "run/commands/readText.h"
+#include "run/file/Hdf5.h"
+#include "run/file/limits.h"
+#include "run/processes/Watch.h"
+#include "run/processes/agreement.h"
+#include "run/processes/streams.h"
 #include "run/texts.h"
 
 namespace {

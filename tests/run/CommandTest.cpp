@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/Command.h"
+#include "run/commands/Command.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,8 +8,8 @@
 #include <limits>
 #include <sstream>
 
-#include "run/readText.h"
-#include "run/revision.h"
+#include "run/commands/readText.h"
+#include "run/file/revision.h"
 #include "tests/support/Refused.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -8,8 +8,8 @@
 
 #include <functional>
 
-#include "run/FieldFile.h"
-#include "run/attributes.h"
+#include "run/file/FieldFile.h"
+#include "run/file/attributes.h"
 #include "tests/run/FieldFiles.h"
 #include "tests/support/Refused.h"
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/Digest.h"
+#include "run/file/Digest.h"
 
 #include <gtest/gtest.h>
 

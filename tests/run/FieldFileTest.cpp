@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/FieldFile.h"
+#include "run/file/FieldFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,12 +9,12 @@
 #include <cmath>
 #include <cstring>
 
-#include "run/description.h"
-#include "run/headCopy.h"
+#include "run/file/description.h"
+#include "run/file/headCopy.h"
 #include "tests/run/FieldFiles.h"
 #include "tests/run/NoMoreFiles.h"
-#include "tests/support/Refused.h"
 #include "tests/support/RandomPoints.h"
+#include "tests/support/Refused.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "run/FieldFile.h"
+#include "run/file/FieldFile.h"
 #include "tests/field/smallRequest.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/FileLock.h"
+#include "run/file/FileLock.h"
 
 #include <gtest/gtest.h>
 #include <sys/file.h>

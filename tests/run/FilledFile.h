@@ -3,7 +3,7 @@
 #pragma once
 
 #include "field/Plan.h"
-#include "run/SlabValues.h"
+#include "run/file/SlabValues.h"
 #include "tests/run/FieldFiles.h"
 
 /// Creates a complete file with the field of its request.

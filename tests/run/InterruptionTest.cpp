@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/Interruption.h"
+#include "run/processes/Interruption.h"
 
 #include <gtest/gtest.h>
 

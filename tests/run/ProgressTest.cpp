@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/Progress.h"
+#include "run/processes/Progress.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>

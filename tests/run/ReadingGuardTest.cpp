@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/ReadingGuard.h"
+#include "run/file/ReadingGuard.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include <gtest/gtest.h>
 
-#include "run/Watch.h"
+#include "run/processes/Watch.h"
 
 namespace {
 

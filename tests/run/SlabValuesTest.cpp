@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/SlabValues.h"
+#include "run/file/SlabValues.h"
 
 #include <gtest/gtest.h>
 #include <xxhash.h>

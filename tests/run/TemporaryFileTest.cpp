@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/TemporaryFile.h"
+#include "run/file/TemporaryFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/compress.h"
+#include "run/commands/compress.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,7 +9,7 @@
 
 #include <iterator>
 
-#include "run/headCopy.h"
+#include "run/file/headCopy.h"
 #include "tests/run/FilledFile.h"
 #include "tests/support/Refused.h"
 

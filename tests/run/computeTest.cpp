@@ -8,8 +8,8 @@
 
 #include <cstring>
 
-#include "run/commands.h"
-#include "run/options.h"
+#include "run/commands/commands.h"
+#include "run/commands/options.h"
 #include "tests/run/FilledFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/Refused.h"

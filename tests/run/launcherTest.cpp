@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/launcher.h"
+#include "run/processes/launcher.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/slabs.h"
+#include "run/file/slabs.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,201 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/commands/RequestFile.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+#include <string_view>
+
+#include "run/commands/siForm.h"
+#include "run/numbers.h"
+
+namespace run {
+
+namespace {
+
+std::string place(const std::string& name, const toml::source_region& source) {
+    return name + ":" + std::to_string(source.begin.line) + ": ";
+}
+
+/// The keys that are in no table.
+std::vector<std::string> keys() {
+    std::vector<std::string> names{"output"};
+    for (const Option& option : computeOptions) names.emplace_back(option.name);
+    return names;
+}
+
+/// The shortest text that reads as this number, and as no whole one.
+std::string textOf(double number) {
+    std::string text = numbers::textOf(number);
+    if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+    return text;
+}
+
+/// A value as a word of a command line.
+/// @throws std::runtime_error where it is neither number nor text nor true or false
+std::string wordOf(const toml::node& value) {
+    if (const auto text = value.value_exact<std::string>()) return *text;
+    if (const auto number = value.value_exact<std::int64_t>()) return std::to_string(*number);
+    if (const auto number = value.value_exact<double>()) return textOf(*number);
+    if (const auto flag = value.value_exact<bool>()) return *flag ? "true" : "false";
+    throw std::runtime_error("neither number nor text, nor a list of these");
+}
+
+std::vector<std::string> wordsOf(const toml::node& value) {
+    std::vector<std::string> words;
+    if (const toml::array* list = value.as_array())
+        for (const toml::node& each : *list) words.push_back(wordOf(each));
+    else
+        words.push_back(wordOf(value));
+    return words;
+}
+
+/// Whether a key of the text has more parts than the parser's recursion can take. A request needs
+/// none; numbers that follow each other are no key.
+bool nestsDeeply(const std::string& text) {
+    constexpr int most = 100;
+    int dots = 0;
+    char before = '\0';
+    bool spaced = false;
+    for (const char c : text) {
+        if (c == ' ' || c == '\t') {
+            spaced = true;
+            continue;
+        }
+        const bool ends = c == ',' || c == '=' || c == '\n' || c == '#';
+        if (ends || (spaced && before != '.' && c != '.')) dots = 0;
+        if (c == '.' && ++dots > most) return true;
+        before = c;
+        spaced = false;
+    }
+    return false;
+}
+
+/// Whether an option's value may be a list.
+bool takesList(const std::string& name) {
+    for (const Option& option : computeOptions)
+        if (name == option.name) return option.words > 1 || name == "table";
+    return false;
+}
+
+/// @throws std::runtime_error naming the key, where its value is none that it may have
+Setting settingOf(const std::string& name, const std::string& origin, bool mayBeList,
+                  const toml::node& value) {
+    if (value.is_array() && !mayBeList)
+        throw std::runtime_error(origin + ": takes one value, not a list");
+    try {
+        return {name, wordsOf(value), origin};
+    } catch (const std::runtime_error& error) {
+        throw std::runtime_error(origin + " is " + error.what());
+    }
+}
+
+toml::table parse(const std::string& name, const std::string& text) {
+    if (nestsDeeply(text)) throw std::runtime_error(name + ": a key has too many parts");
+    try {
+        return toml::parse(text, std::string_view(name));
+    } catch (const toml::parse_error& error) {
+        throw std::runtime_error(place(name, error.source()) + std::string(error.description()));
+    }
+}
+
+/// Whether a key says what the field is, in no unit of its own.
+bool isRaw(const std::string& key) {
+    constexpr std::array names{"transform", "sizes", "l", "s", "k"};
+    return std::find(names.begin(), names.end(), key) != names.end();
+}
+
+/// What was meant by a key that a table, or what is in none, does not have.
+std::string hint(const std::string& table, const std::string& key) {
+    std::vector<std::string> known = siForm::namesIn("");
+    const std::vector<std::string> others = keys();
+    known.insert(known.end(), others.begin(), others.end());
+    if (!table.empty() && !isRaw(key) && std::ranges::find(known, key) != known.end())
+        return "; " + key + " stands before the first table";
+    const std::string elsewhere = siForm::elsewhere(key);
+    if (!elsewhere.empty()) return ", did you mean " + elsewhere + "?";
+    if (!table.empty()) return suggestion(key, siForm::namesIn(table));
+    known.insert(known.end(), siForm::tables().begin(), siForm::tables().end());
+    return suggestion(key, known);
+}
+
+/// A key of the form in SI units, all of which have numbers.
+Setting siNumbersOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
+    const toml::array* list = value.as_array();
+    const auto isText = [](const toml::node& each) { return each.is_string(); };
+    if (isText(value) || (list != nullptr && std::any_of(list->begin(), list->end(), isText)))
+        throw std::runtime_error(origin + ": takes numbers, not a text");
+    return settingOf(key.path(), origin, key.list, value);
+}
+
+/// The same; a square matrix may be a list of its rows.
+Setting siSettingOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
+    const toml::array* rows = value.as_array();
+    if (!key.list || rows == nullptr || rows->empty() || !rows->front().is_array())
+        return siNumbersOf(key, origin, value);
+    Setting setting{key.path(), {}, origin};
+    for (const toml::node& row : *rows) {
+        const toml::array* list = row.as_array();
+        if (list == nullptr || list->size() != rows->size())
+            throw std::runtime_error(origin + ": its rows make no square matrix");
+        const Setting part = siNumbersOf(key, origin, row);
+        setting.words.insert(setting.words.end(), part.words.begin(), part.words.end());
+    }
+    return setting;
+}
+
+/// What is in a table, and first of all that it is there.
+std::vector<Setting> siTable(const std::string& table, const std::string& file,
+                             const std::string& origin, const toml::node& value) {
+    const toml::table* contents = value.as_table();
+    if (contents == nullptr) throw std::runtime_error(origin + ": is a table, as [" + table + "]");
+    std::vector<Setting> settings{{table, {}, origin}};
+    for (const auto& [key, inside] : *contents) {
+        const std::string word(key.str());
+        const std::string where = place(file, key.source()).append(table).append(".") + word;
+        const siForm::Key* known = siForm::find(table, word);
+        if (known == nullptr) throw std::runtime_error(where + " is no option" + hint(table, word));
+        settings.push_back(siSettingOf(*known, where, inside));
+    }
+    return settings;
+}
+
+/// Puts what is said in SI units among the other settings.
+void addTranslated(const std::vector<Setting>& si, const std::string& file,
+                   std::vector<Setting>& settings) {
+    if (si.empty()) return;
+    const auto raw = std::ranges::find_if(settings, isRaw, &Setting::name);
+    if (raw != settings.end())
+        throw std::runtime_error(si.front().origin + ", in SI units, excludes " + raw->origin);
+    const std::vector<Setting> translated = siForm::translated(si, file);
+    settings.insert(settings.end(), translated.begin(), translated.end());
+}
+
+}  // namespace
+
+std::vector<Setting> readRequestFile(const std::string& name, const std::string& text) {
+    const std::vector<std::string> known = keys();
+    std::vector<Setting> settings;
+    std::vector<Setting> si;
+    for (const auto& [key, value] : parse(name, text)) {
+        const std::string option(key.str());
+        const std::string origin = place(name, key.source()) + option;
+        if (std::ranges::find(siForm::tables(), option) != siForm::tables().end()) {
+            const std::vector<Setting> table = siTable(option, name, origin, value);
+            si.insert(si.end(), table.begin(), table.end());
+        } else if (const siForm::Key* inSi = siForm::find("", option)) {
+            si.push_back(siSettingOf(*inSi, origin, value));
+        } else if (std::ranges::find(known, option) != known.end()) {
+            settings.push_back(settingOf(option, origin, takesList(option), value));
+        } else {
+            throw std::runtime_error(origin + " is no option" + hint("", option));
+        }
+    }
+    addTranslated(si, name, settings);
+    return settings;
+}
+
+}  // namespace run

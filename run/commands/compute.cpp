@@ -1,0 +1,191 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <vector>
+
+#include "run/commands/commands.h"
+#include "run/commands/compress.h"
+#include "run/commands/estimate.h"
+#include "run/commands/preparation.h"
+#include "run/file/FieldFile.h"
+#include "run/file/FileLock.h"
+#include "run/file/xdmf.h"
+#include "run/processes/Interruption.h"
+#include "run/processes/Worker.h"
+#include "run/processes/agreement.h"
+#include "run/texts.h"
+
+namespace run {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Has slabs that are not what was written count as missing. In a compressed file they cannot be
+/// replaced.
+void giveUp(const ComputeCommand& command, const Team& team, FieldFile& file, Worker& worker,
+            const SlabNumbers& changed) {
+    const auto count = static_cast<std::int64_t>(team.sum(static_cast<double>(changed.size())));
+    if (count == 0) return;
+    if (file.compressed())
+        throw std::runtime_error(command.output.string() +
+                                 " has changed since it was compressed: compute it anew");
+    file.setIncomplete();
+    worker.forget(changed);
+    if (team.isFirst())
+        std::cout << "computing again what has changed since it was written: " << count << " of "
+                  << file.layout().slabs().count() << " slabs" << std::endl;
+}
+
+/// One process's share of what is to be done.
+struct Todo {
+    SlabNumbers missing;
+    SlabNumbers changed;   ///< those that are not what was written
+    bool stopped = false;  ///< whether not all were compared with that
+};
+
+/// Looks for what is to be done. Only reads: to open a file for writing is to change it.
+Todo findTodo(const ComputeCommand& command, Team& team) {
+    std::optional<FieldFile> file;
+    std::vector<SlabRecord> records;
+    std::optional<Worker> worker;
+    Todo todo;
+    team.together([&] {
+        file.emplace(command.output, FieldFile::Access::read);
+        records = file->records();
+        worker.emplace(team, *file);
+        todo.missing = worker->shareOf(numbersOf(records, /*finished=*/false));
+    });
+    todo.changed = worker->findChanged(records);
+    todo.stopped = worker->stopped();
+    return todo;
+}
+
+/// Opens the output where something is to be done, and does one process's part in it.
+/// @return whether it was not stopped
+bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
+    requireSameOutput(command.output, team);
+    Todo todo = findTodo(command, team);
+    // Changed slabs become missing ones however that ended.
+    if (todo.stopped) todo.missing.clear();
+    if (team.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
+        return !todo.stopped;
+    std::optional<Worker> worker;
+    team.together([&] {
+        file.emplace(command.output, FieldFile::Access::write, team.communicator());
+        worker.emplace(team, *file);
+    });
+    team.together([&] { giveUp(command, team, *file, *worker, todo.changed); });
+    if (todo.stopped) return false;
+    todo.missing.insert(todo.missing.end(), todo.changed.begin(), todo.changed.end());
+    worker->compute(todo.missing);
+    return !worker->stopped();
+}
+
+std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
+    std::int64_t count = 0;
+    for (const SlabRecord& record : records) count += record.undefined;
+    return count;
+}
+
+/// Writes down whether all slabs are finished, and what that took.
+void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
+                 double seconds, std::int64_t memory) {
+    Account account = FieldFile(command.output, FieldFile::Access::read).account();
+    // Nothing was to be done.
+    if (account.complete) return;
+    FieldFile file(command.output, FieldFile::Access::write);
+    const std::vector<SlabRecord> records = file.records();
+    std::array<char, 256> host{};
+    static_cast<void>(gethostname(host.data(), host.size() - 1));
+    account.host = host.data();
+    if (account.started.empty()) account.started = started;
+    account.finished = texts::timeNow();
+    account.seconds += seconds;
+    account.processes = team.size();
+    account.peakMemory = std::max(account.peakMemory, memory);
+    account.complete = numbersOf(records, /*finished=*/false).empty();
+    account.undefined = undefinedIn(records);
+    file.setAccount(account);
+    file.close();
+}
+
+/// Says what there is now, and makes of a complete field what else was asked for.
+/// @param whole whether all finished slabs were compared with their checksums
+/// @return whether nothing is left to do
+bool conclude(const ComputeCommand& command, bool whole) {
+    const FieldFile file(command.output, FieldFile::Access::read);
+    const Layout& layout = file.layout();
+    const std::vector<SlabRecord> records = file.records();
+    const SlabNumbers missing = numbersOf(records, /*finished=*/false);
+    const std::string name = command.output.string();
+    if (!missing.empty()) {
+        std::cout << name << " has " << records.size() - missing.size() << " of " << records.size()
+                  << " slabs; --resume computes the others\n";
+        return false;
+    }
+    if (!whole) {
+        std::cout << name
+                  << " was not compared with its checksums to the end; --resume does that\n";
+        return false;
+    }
+    if (layout.magnitude) writeXdmf(command.output, layout, command.overwrite);
+    const bool done = command.deflate == 0 || compress(command.output, command.deflate);
+    std::cout << name << " is complete, " << layout.box.points() << " points"
+              << (done ? "" : ", and not compressed; --resume --compress does that") << "\n";
+    if (const std::int64_t undefined = undefinedIn(records); undefined > 0)
+        std::cout << "note    " << undefined
+                  << " of them have no value (NaN): they lie straight over a corner of the piston, "
+                     "or the request overflows there\n";
+    return done;
+}
+
+/// What others have done to the output's name is not this run's to undo.
+void requireStillThere(const ComputeCommand& command, const FileLock& lock) {
+    if (!lock.file().isAt(command.output))
+        throw std::runtime_error(command.output.string() +
+                                 " was removed or replaced while it was computed");
+}
+
+}  // namespace
+
+int compute(const ComputeCommand& command, Team& team) {
+    std::optional<FileLock> lock;
+    team.first([&] { lock = prepare(command, team.size()); });
+    if (command.onlyEstimate) return 0;
+    listenForSignals();
+
+    const std::string started = texts::timeNow();
+    const Clock::time_point begin = Clock::now();
+    std::optional<FieldFile> file;
+    bool whole = false;
+    try {
+        whole = computeMissing(command, team, file);
+    } catch (...) {
+        if (file) file->abandon();
+        throw;
+    }
+    team.together([&] {
+        if (file) file->close();
+    });
+
+    const std::chrono::duration<double> time = Clock::now() - begin;
+    const std::int64_t memory = team.largest(peakMemory());
+    bool done = true;
+    team.first([&] {
+        requireStillThere(command, *lock);
+        keepAccount(command, team, started, time.count(), memory);
+        done = conclude(command, whole);
+    });
+    const bool stopped = team.largest(done ? 0 : 1) != 0;
+    return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;
+}
+
+}  // namespace run

@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "run/commands/commands.h"
+#include "run/commands/preparation.h"
+#include "run/file/FieldFile.h"
+#include "run/file/SlabNumbers.h"
+#include "run/file/TemporaryFile.h"
+#include "run/file/description.h"
+#include "run/file/outputs.h"
+#include "run/file/xdmf.h"
+
+namespace run {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+bool overlap(const LatticeBox& a, const LatticeBox& b) {
+    for (std::size_t i = 0; i < a.first.size(); ++i)
+        if (a.first[i] + a.size[i] <= b.first[i] || b.first[i] + b.size[i] <= a.first[i])
+            return false;
+    return true;
+}
+
+/// What the parts have in common, gathered from one after the other.
+class Gathering {
+  public:
+    /// @throws std::runtime_error where a file is no part of this field
+    void add(const fs::path& path, const std::string& relative) {
+        const std::string name = path.string();
+        const FieldFile part(path, FieldFile::Access::read);
+        const Account account = part.account();
+        if (part.joined()) throw std::runtime_error(name + " is joined itself: name its parts");
+        const std::vector<SlabRecord> records = part.records();
+        if (!account.complete || !numbersOf(records, /*finished=*/false).empty())
+            throw std::runtime_error(name + " is not complete");
+        if (!whole) begin(part, account);
+        if (part.layout().request != whole->request || part.layout().magnitude != whole->magnitude)
+            throw std::runtime_error(name + " belongs to another field");
+        for (const JoinedPart& other : parts)
+            if (overlap(other.box, part.layout().box))
+                throw std::runtime_error(name + " overlaps with " + other.file);
+        parts.push_back({relative, part.layout().box, description::identityOf(part.layout()),
+                         digestOf(records)});
+        points += part.layout().box.points();
+        total.started = std::min(total.started, account.started);
+        total.finished = std::max(total.finished, account.finished);
+        total.seconds += account.seconds;
+        total.processes = std::max(total.processes, account.processes);
+        total.peakMemory = std::max(total.peakMemory, account.peakMemory);
+        total.undefined += account.undefined;
+    }
+
+    void create(const JoinCommand& command) const {
+        const std::int64_t missing = whole->box.points() - points;
+        if (missing != 0)
+            throw std::runtime_error("parts are missing: " + std::to_string(missing) +
+                                     " points are in none");
+        const fs::path file = outputs::target(command.output);
+        TemporaryFile::removeLeftovers(file);
+        TemporaryFile temporary(file);
+        temporary.fill([&](const fs::path& path) {
+            FieldFile::createJoined(path, *whole, parts, temporary.head());
+            FieldFile joined(path, FieldFile::Access::write);
+            joined.setAccount(total);
+            joined.close();
+        });
+        static_cast<void>(temporary.takePlace(command.overwrite, firstBytes()));
+        if (whole->magnitude) writeXdmf(command.output, *whole, command.overwrite);
+        std::cout << command.output.string() << " has " << points << " points in " << parts.size()
+                  << " files, which it needs beside it\n";
+    }
+
+    bool hasMagnitude() const { return whole->magnitude; }
+
+  private:
+    void begin(const FieldFile& part, const Account& account) {
+        whole = part.layout();
+        whole->box = whole->request.lattice.box();
+        total = account;
+        total.seconds = 0;
+        total.undefined = 0;
+    }
+
+    std::optional<Layout> whole;
+    std::vector<JoinedPart> parts;
+    std::int64_t points = 0;
+    Account total;
+};
+
+/// @throws std::runtime_error naming all files that are no parts of one field
+Gathering gather(const JoinCommand& command) {
+    const fs::path folder = fs::absolute(outputs::target(command.output)).parent_path();
+    Gathering gathering;
+    std::string complaints;
+    for (const fs::path& part : command.parts) try {
+            gathering.add(part, fs::relative(part, folder).string());
+        } catch (const std::runtime_error& error) {
+            complaints += (complaints.empty() ? "" : "; ") + std::string(error.what());
+        }
+    if (!complaints.empty()) throw std::runtime_error(complaints);
+    return gathering;
+}
+
+}  // namespace
+
+int join(const JoinCommand& command) {
+    outputs::require(command.output, command.overwrite, command.parts);
+    const Gathering gathering = gather(command);
+    outputs::requireFolder(command.output);
+    if (gathering.hasMagnitude()) requireViewersFile(command.output, command.overwrite);
+    gathering.create(command);
+    return 0;
+}
+
+}  // namespace run

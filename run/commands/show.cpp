@@ -1,0 +1,87 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <iomanip>
+#include <iostream>
+#include <span>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "run/commands/commands.h"
+#include "run/file/FieldFile.h"
+#include "run/file/PartFiles.h"
+
+namespace run {
+
+namespace {
+
+// With these a number reads back as it was, even where it is read in extended precision first.
+constexpr int digits = 17;
+
+std::string separated(const auto& numbers, const char* separator) {
+    std::ostringstream all;
+    all << std::setprecision(digits);
+    const char* before = "";
+    for (const auto number : numbers) all << std::exchange(before, separator) << number;
+    return all.str();
+}
+
+std::string list(const auto& numbers) {
+    return std::string("[").append(separated(numbers, ", ")).append("]");
+}
+
+/// Numbers in rows, so that lines stay short.
+std::string rows(std::span<const double> numbers, std::size_t each) {
+    std::string all = "[";
+    for (std::size_t i = 0; i < numbers.size(); i += each)
+        all.append(i == 0 ? "" : ",\n    ").append(separated(numbers.subspan(i, each), ", "));
+    return all.append("]");
+}
+
+void line(const char* key, const auto& value) { std::cout << key << " = " << value << '\n'; }
+
+/// What a request file has no option for.
+void comment(const char* key, const auto& value) {
+    std::cout << "# ";
+    line(key, value);
+}
+
+void showRequest(const pistonfield::Request& request) {
+    line("transform", rows(request.lattice.transform, 4));
+    line("sizes", list(request.lattice.sizes));
+    line("l", request.piston.height);
+    line("s", request.piston.width);
+    line("k", request.wave.wavenumber);
+    line("mode", std::quoted(nameOf(request.mode)));
+    if (request.rule.table.empty()) return line("order", request.rule.order);
+    comment("order", request.rule.order);
+    line("table", rows(request.rule.table, 2));
+}
+
+void showContents(const Layout& layout, const Account& account) {
+    comment("first_point", list(layout.box.first));
+    comment("points", list(layout.box.size));
+    comment("slab_sizes", list(layout.slabSizes));
+    comment("undefined", account.undefined);
+    comment("complete", account.complete ? "true" : "false");
+    comment("host", std::quoted(account.host));
+    comment("started", std::quoted(account.started));
+    comment("finished", std::quoted(account.finished));
+    comment("seconds", account.seconds);
+    comment("processes", account.processes);
+    comment("peak_memory", account.peakMemory);
+}
+
+}  // namespace
+
+int show(const ShowCommand& command) {
+    const FieldFile file(command.file, FieldFile::Access::read);
+    // Of a joined field, as everything else does, only where its parts are those that were joined.
+    if (file.joined()) static_cast<void>(PartFiles(command.file));
+    std::cout << std::setprecision(digits);
+    showRequest(file.layout().request);
+    showContents(file.layout(), file.account());
+    return 0;
+}
+
+}  // namespace run

@@ -1,0 +1,264 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "run/file/description.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+#include "run/file/attributes.h"
+#include "run/file/joinedParts.h"
+#include "run/file/revision.h"
+
+namespace run::description {
+
+using hdf5::checked;
+using hdf5::Dataset;
+using hdf5::Properties;
+using hdf5::Space;
+
+namespace {
+
+constexpr const char* creator = "pistonfield-run";
+constexpr std::int64_t format = 2;
+constexpr const char* tableName = "table";
+constexpr const char* digestName = "digest";
+
+/// An attribute of numbers, and its sizes.
+struct Numbers {
+    const char* name;
+    attributes::Dimensions dimensions;
+};
+
+// All that a file says, in the order in which the digest takes it.
+const std::vector<Numbers>& reals() {
+    static const std::vector<Numbers> all{
+        {"transform", {4, 4}}, {"l", {}}, {"s", {}}, {"k", {}}, {"seconds", {}}};
+    return all;
+}
+
+const std::vector<Numbers>& integers() {
+    static const std::vector<Numbers> all{
+        {"format", {}},       {"sizes", {3}},      {"order", {}},
+        {"first_point", {3}}, {"slab_sizes", {3}}, {"complete", {}},
+        {"processes", {}},    {"peak_memory", {}}, {"undefined", {}}};
+    return all;
+}
+
+constexpr std::array texts{"creator", "version", "identity", "mode",    "conventions",
+                           "units",   "axes",    "host",     "started", "finished"};
+
+/// A dataset, because attributes have at most 64 kB.
+void writeTable(hid_t file, const std::vector<double>& table) {
+    if (table.empty()) return;
+    const std::array<hsize_t, 2> sizes{table.size() / 2, 2};
+    const Space space(H5Screate_simple(2, sizes.data(), nullptr), tableName);
+    const Properties properties(H5Pcreate(H5P_DATASET_CREATE), tableName);
+    checked(H5Pset_obj_track_times(properties, false), "times");
+    const Dataset dataset(
+        H5Dcreate2(file, tableName, H5T_IEEE_F64LE, space, H5P_DEFAULT, properties, H5P_DEFAULT),
+        tableName);
+    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+}
+
+std::vector<double> readTable(hid_t file, std::int64_t order) {
+    if (checked(H5Lexists(file, tableName, H5P_DEFAULT), tableName) == 0) return {};
+    const Dataset dataset(H5Dopen2(file, tableName, H5P_DEFAULT), tableName);
+    const std::vector<hsize_t> sizes{static_cast<hsize_t>(order), 2};
+    if (hdf5::dimensionsOf(dataset, H5T_IEEE_F64LE, tableName) != sizes)
+        throw std::runtime_error("table has another size");
+    std::vector<double> table(static_cast<std::size_t>(2 * order));
+    checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
+            tableName);
+    return table;
+}
+
+/// Whether a file was written before texts had any length.
+bool isOfFirstFormat(hid_t file) {
+    const hdf5::Attribute attribute(H5Aopen(file, "creator", H5P_DEFAULT), "creator");
+    hdf5::Type type(H5Tcopy(H5T_C_S1), "the type of texts");
+    std::array<char, 16> text{};
+    checked(H5Tset_size(type, text.size()), "the size of texts");
+    const hdf5::Type stored(H5Aget_type(attribute), "creator");
+    const Space space(H5Aget_space(attribute), "creator");
+    return checked(H5Tequal(stored, type), "creator") > 0 && hdf5::dimensionsOf(space).empty() &&
+           H5Aread(attribute, type, text.data()) >= 0 && std::string(text.data()) == creator;
+}
+
+/// The format of a file that this program wrote, none of another.
+std::optional<std::int64_t> formatOf(hid_t file) {
+    try {
+        if (!isOfFirstFormat(file) && attributes::readText(file, "creator") != creator)
+            return std::nullopt;
+        return attributes::readInteger(file, "format");
+    } catch (const std::runtime_error&) {
+        return std::nullopt;
+    }
+}
+
+template <class T, std::size_t n>
+std::array<T, n> arrayOf(const std::vector<T>& values) {
+    std::array<T, n> array{};
+    std::copy(values.begin(), values.end(), array.begin());
+    return array;
+}
+
+std::array<std::int64_t, 3> readThree(hid_t file, const char* name) {
+    return arrayOf<std::int64_t, 3>(attributes::readIntegers(file, name, {3}));
+}
+
+pistonfield::Request readRequest(hid_t file) {
+    pistonfield::Request request;
+    request.lattice.transform =
+        arrayOf<double, 16>(attributes::readReals(file, "transform", {4, 4}));
+    request.lattice.sizes = readThree(file, "sizes");
+    request.piston.height = attributes::readReal(file, "l");
+    request.piston.width = attributes::readReal(file, "s");
+    request.wave.wavenumber = attributes::readReal(file, "k");
+    request.mode = pistonfield::modeCalled(attributes::readText(file, "mode"));
+    const std::int64_t order = attributes::readInteger(file, "order");
+    // What does not fit is refused as what is too large.
+    request.rule.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
+    request.rule.table = readTable(file, request.rule.order);
+    return request;
+}
+
+Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
+    Digest digest;
+    for (const Numbers& each : reals())
+        digest.add(attributes::readReals(file, each.name, each.dimensions));
+    for (const Numbers& each : integers())
+        digest.add(attributes::readIntegers(file, each.name, each.dimensions));
+    for (const char* name : texts) digest.add(attributes::readText(file, name));
+    const std::int64_t magnitude =
+        checked(H5Lexists(file, "magnitude", H5P_DEFAULT), "the magnitude");
+    digest.add(std::span(&magnitude, 1));
+    digest.add(table);
+    for (const JoinedPart& part : joinedParts::read(file)) {
+        digest.add(part.file);
+        digest.add(part.box.first);
+        digest.add(part.box.size);
+        digest.add(part.identity);
+        digest.add(part.values);
+    }
+    return digest.value();
+}
+
+}  // namespace
+
+void requireOurs(hid_t file, const std::string& name) {
+    const auto found = formatOf(file);
+    if (!found) throw std::runtime_error(name + " is not a file of " + creator);
+    if (*found != format)
+        throw std::runtime_error(name + " has the format " + std::to_string(*found) +
+                                 ", and this version reads " + std::to_string(format) + " alone");
+}
+
+Digest::Value identityOf(const Layout& layout) {
+    const pistonfield::Request& request = layout.request;
+    const std::int64_t order = request.rule.order;
+    Digest digest;
+    digest.add(request.lattice.transform);
+    digest.add(std::array{request.piston.height, request.piston.width, request.wave.wavenumber});
+    digest.add(request.lattice.sizes);
+    digest.add(layout.box.first);
+    digest.add(layout.box.size);
+    digest.add(nameOf(request.mode));
+    digest.add(std::span(&order, 1));
+    digest.add(request.rule.table);
+    return digest.value();
+}
+
+void write(hid_t file, const Layout& layout) {
+    const pistonfield::Request& request = layout.request;
+    attributes::write(file, "creator", std::string(creator));
+    attributes::write(file, "version", revision());
+    attributes::write(file, "format", format);
+    attributes::write(file, "identity", text(identityOf(layout)));
+    attributes::write(file, "transform", request.lattice.transform, {4, 4});
+    attributes::write(file, "sizes", request.lattice.sizes, {3});
+    attributes::write(file, "l", request.piston.height);
+    attributes::write(file, "s", request.piston.width);
+    attributes::write(file, "k", request.wave.wavenumber);
+    attributes::write(file, "mode", std::string(nameOf(request.mode)));
+    attributes::write(file, "order", std::int64_t{request.rule.order});
+    writeTable(file, request.rule.table);
+    attributes::write(file, "first_point", layout.box.first, {3});
+    attributes::write(file, "slab_sizes", layout.slabSizes, {3});
+    attributes::write(
+        file, "conventions",
+        std::string("p = k/(2 pi) * integral over the piston of exp(-j*k*R)/R dS, for the time "
+                    "dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa"));
+    attributes::write(
+        file, "units",
+        std::string("transform, l and s in one unit of length, k in radians per that unit, "
+                    "pressure and magnitude without unit, seconds in s, peak_memory in bytes"));
+    attributes::write(
+        file, "axes",
+        std::string("pressure[iz][iy][ix] is at transform * (ix, iy, iz, 1), divided by the "
+                    "transform's last element; indices count from first_point"));
+    for (const char* name : {"host", "started", "finished"})
+        attributes::write(file, name, std::string());
+    attributes::write(file, "seconds", 0.0);
+    attributes::write(file, "processes", std::int64_t{1});
+    attributes::write(file, "peak_memory", std::int64_t{0});
+    attributes::write(file, "undefined", std::int64_t{0});
+    attributes::write(file, "complete", std::int64_t{0});
+}
+
+void read(hid_t file, Layout& layout) {
+    layout.request = readRequest(file);
+    layout.box.first = readThree(file, "first_point");
+    layout.slabSizes = readThree(file, "slab_sizes");
+}
+
+void writeAccount(hid_t file, const Account& account) {
+    std::vector<std::pair<const char*, std::string>> changed;
+    const auto change = [&](const char* name, const std::string& text) {
+        if (attributes::readText(file, name) != text) changed.emplace_back(name, text);
+    };
+    change("host", account.host);
+    change("started", account.started);
+    change("finished", account.finished);
+    attributes::replace(file, changed);
+    attributes::write(file, "seconds", account.seconds);
+    attributes::write(file, "processes", account.processes);
+    attributes::write(file, "peak_memory", account.peakMemory);
+    attributes::write(file, "undefined", account.undefined);
+    attributes::write(file, "complete", std::int64_t{account.complete ? 1 : 0});
+}
+
+void writeIncomplete(hid_t file) { attributes::write(file, "complete", std::int64_t{0}); }
+
+Account readAccount(hid_t file) {
+    return {attributes::readText(file, "host"),
+            attributes::readText(file, "started"),
+            attributes::readText(file, "finished"),
+            attributes::readReal(file, "seconds"),
+            attributes::readInteger(file, "processes"),
+            attributes::readInteger(file, "peak_memory"),
+            attributes::readInteger(file, "complete") != 0,
+            attributes::readInteger(file, "undefined")};
+}
+
+void seal(hid_t file) {
+    attributes::write(file, digestName, digestOf(file, readRequest(file).rule.table), {2});
+}
+
+void requireSealed(hid_t file, const Layout& layout) {
+    const std::vector<std::uint64_t> stored = attributes::readUnsigned(file, digestName, {2});
+    const Digest::Value found = digestOf(file, layout.request.rule.table);
+    if (!std::equal(stored.begin(), stored.end(), found.begin()) ||
+        attributes::readText(file, "identity") != text(identityOf(layout)))
+        throw std::runtime_error(
+            "what it says of its field is not what this program has written there");
+}
+
+}  // namespace run::description
