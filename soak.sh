@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Runs the long checks whole and prints their figures. Takes about half an hour on two cores, and on top
-# a quarter of an hour for aarch64 and whatever the attacks on pistonfield-run take, which were not run
+# some 20 minutes for aarch64 and whatever the attacks on pistonfield-run take, which were not run
 # whole yet.
 set -euo pipefail
 
