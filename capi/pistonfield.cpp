@@ -6,6 +6,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -238,7 +239,8 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
     return outcomeOf(message, [&] {
         required(plan, "plan") = nullptr;
         const auto asked = completed(request, firstRequestSize, "request");
-        *plan = new pistonfield_plan{Plan(requestOf(asked))};
+        pistonfield_plan made{Plan(requestOf(asked))};
+        *plan = std::make_unique<pistonfield_plan>(std::move(made)).release();
     });
 }
 

@@ -19,15 +19,18 @@ target_compile_features(pistonfield_shared PRIVATE cxx_std_20)
 target_compile_options(pistonfield_shared PRIVATE -fno-semantic-interposition)
 target_include_directories(pistonfield_shared
   PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
-  INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/capi>
-            $<INSTALL_INTERFACE:include/pistonfield>)
+  INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/capi>)
 
 # The first two numbers of the version stand for the interface of the classes.
 set(interface ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 set(map ${PROJECT_BINARY_DIR}/generated/SharedLibrary.map)
 configure_file(${PROJECT_SOURCE_DIR}/cmake/SharedLibrary.map.in ${map} @ONLY)
 target_link_options(pistonfield_shared PRIVATE
-  -Wl,--version-script=${map} -Wl,--exclude-libs,ALL -Wl,--no-undefined)
+  -Wl,--version-script=${map} -Wl,--exclude-libs,ALL)
+if(NOT PISTONFIELD_SANITIZE)
+  # The sanitizers' runtime may be the program's.
+  target_link_options(pistonfield_shared PRIVATE -Wl,--no-undefined)
+endif()
 set_target_properties(pistonfield_shared PROPERTIES
   OUTPUT_NAME pistonfield EXPORT_NAME shared VERSION ${PROJECT_VERSION} SOVERSION ${interface}
   CXX_VISIBILITY_PRESET default LINK_DEPENDS ${map})

@@ -41,23 +41,24 @@ class PlanHandle {
     std::array<float, std::size_t{2} * samplePoints> values{};
 };
 
+/// A progress function that throws an exception of a text, or where there is none a number.
 int fail(std::int64_t /*points*/, void* user) {
-    const char* const text = static_cast<const char*>(user);
-    if (text == nullptr) throw 42;
-    throw std::logic_error(text);
+    if (user == nullptr) throw 42;
+    throw std::logic_error(*static_cast<std::string*>(user));
 }
 
-pistonfield_conduct failingWith(const char* text) {
+pistonfield_conduct failingWith(std::string* text) {
     pistonfield_conduct conduct;
     pistonfield_conduct_init(&conduct, sizeof conduct, nullptr);
     conduct.progress = fail;
-    conduct.user = const_cast<char*>(text);
+    conduct.user = text;
     return conduct;
 }
 
 TEST(CInterface, TurnsExceptionsOfTheProgressFunctionIntoStatuses) {
     PlanHandle sample(PISTONFIELD_CPU);
-    pistonfield_conduct conduct = failingWith("made up");
+    std::string text = "made up";
+    pistonfield_conduct conduct = failingWith(&text);
     EXPECT_EQ(sample.compute(&conduct), PISTONFIELD_FAILURE);
     EXPECT_STREQ(sample.message.text, "made up");
     conduct = failingWith(nullptr);
@@ -67,12 +68,12 @@ TEST(CInterface, TurnsExceptionsOfTheProgressFunctionIntoStatuses) {
 
 TEST(CInterface, CutsTextsThatAreTooLongBetweenCharacters) {
     PlanHandle sample(PISTONFIELD_CPU);
-    const std::string fitting(255, 'x');
-    pistonfield_conduct conduct = failingWith(fitting.c_str());
+    std::string fitting(255, 'x');
+    pistonfield_conduct conduct = failingWith(&fitting);
     EXPECT_EQ(sample.compute(&conduct), PISTONFIELD_FAILURE);
     EXPECT_EQ(sample.message.text, fitting);
-    const std::string longer = fitting.substr(1) + "\u20ac";
-    conduct = failingWith(longer.c_str());
+    std::string longer = fitting.substr(1) + "\u20ac";
+    conduct = failingWith(&longer);
     EXPECT_EQ(sample.compute(&conduct), PISTONFIELD_FAILURE);
     EXPECT_EQ(sample.message.text, fitting.substr(1));
 }

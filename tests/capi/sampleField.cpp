@@ -45,7 +45,7 @@ void sampleTable(double* table) {
     GaussLegendre<double> rule;
     rule.compute(requestIn(PISTONFIELD_CPU).rule.order);
     for (int i = 0; i < rule.order; ++i) {
-        table[2 * i] = rule.abscissas[i];
-        table[2 * i + 1] = rule.weights[i];
+        *table++ = rule.abscissas[i];
+        *table++ = rule.weights[i];
     }
 }
