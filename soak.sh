@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Runs the long checks whole and prints their figures. Takes about half an hour on two cores, and on top
-# what the attacks on pistonfield-run take: some minutes each, and metadata, which has not been run whole
-# yet, more than an hour by the time of its samples.
+# what the attacks on pistonfield-run take: up to 24 minutes each for those that were run whole, and
+# more than an hour for metadata, which was not, by the time of its samples.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh
