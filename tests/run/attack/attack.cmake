@@ -6,7 +6,8 @@
 function(pistonfield_attack part processes)
   foreach(share quick full)
     set(configurations "")
-    set(properties TIMEOUT 300)
+    # Damages that HDF5 reads without end take seconds each of a processor that others may keep busy.
+    set(properties TIMEOUT 900)
     if(share STREQUAL "full")
       set(configurations CONFIGURATIONS soak)
       # The longest, metadata, reads some 90,000 damaged files.

@@ -98,7 +98,7 @@ def view_in_child(path):
         try:
             limited()
             # Of the processor's time, as others may keep the processors busy.
-            resource.setrlimit(resource.RLIMIT_CPU, (10, 10))
+            resource.setrlimit(resource.RLIMIT_CPU, (3, 3))
             os.dup2(os.open(os.devnull, os.O_WRONLY), 2)
             answer = json.dumps(view(path))
         except BaseException as error:  # pylint: disable=broad-except
