@@ -14,6 +14,7 @@ import resource
 import select
 import shutil
 import signal
+import time
 
 import h5py
 import numpy
@@ -133,12 +134,12 @@ def views_by_one_child(paths, patience):
     if child == 0:
         try:
             limited()
-            resource.setrlimit(
-                resource.RLIMIT_CPU, (2 * patience * len(paths), 2 * patience * len(paths))
-            )
             os.dup2(os.open(os.devnull, os.O_WRONLY), 2)
             with os.fdopen(writing, "w", buffering=1) as pipe:
                 for path in paths:
+                    # For each file anew.
+                    used = int(time.process_time())
+                    resource.setrlimit(resource.RLIMIT_CPU, (used + 4, resource.RLIM_INFINITY))
                     try:
                         answer = view(path)
                     except BaseException as error:  # pylint: disable=broad-except
