@@ -15,8 +15,8 @@
 /// Rabinowitz, Methods of Numerical Integration, 2nd ed., Academic Press 1984). O(order^2).
 ///
 /// An order below 1 prints "LEGENDRE_COMPUTE - Fatal error!" on standard output and ends the
-/// process with exit status 1. Orders above `pistonfield::largestAccurateOrder` of core/limits.h lose
-/// accuracy.
+/// process with exit status 1. Orders above `pistonfield::largestAccurateOrder` of core/limits.h
+/// lose accuracy.
 /// @param x receives `order` nodes
 /// @param w receives `order` weights
 void legendre_compute(int order, double* x, double* w);
