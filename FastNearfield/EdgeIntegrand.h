@@ -15,7 +15,7 @@ struct LaneComplex {
 /// The integrand of the integrals along a piston's edges, for the CPU and the kernels: the
 /// difference exp(-j*k*sqrt(z^2 + D)) - E times a factor, which is 1/D or a weight over D. D is the
 /// squared distance of the abscissa from the point's foot, E is exp(-j*k*z). In three stages, which
-/// `staggered` runs beside each other.
+/// `pipelined` runs beside each other.
 ///
 /// @tparam Mathematics what the stages compute with: the types Scalar, Reals (a Scalar in every
 ///     lane) and Angle (a reduced angle in every lane), and the functions squareRoot(Reals),

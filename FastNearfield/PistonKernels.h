@@ -105,7 +105,7 @@ __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
     const int order = Family::order();
     const int pairs = order / 2;
     LaneComplex<Family> sum{};
-    cuda_runtime::staggered(
+    cuda_runtime::pipelined(
         pairs,
         [&](int i) __attribute__((always_inline)) {
             const Reals<Family> offset = h * Family::x(i);

@@ -6,8 +6,8 @@
 #include "FastNearfield/PointSums.h"
 #include "FastNearfield/fillLattice.h"
 #include "lanes/Pack.h"
+#include "lanes/pipelined.h"
 #include "lanes/sinCos.h"
-#include "lanes/staggered.h"
 
 namespace pointsums {
 
@@ -149,7 +149,7 @@ void EdgeIntegrals<V>::compute() {
     Task<V>* ended = tasks;
     int left = rule.order;
     Pair<Complex<V>> sums{};
-    lanes::staggered(
+    lanes::pipelined(
         std::int64_t{count} * rule.order,
         [&](std::int64_t) __attribute__((always_inline)) {
             const Pair<Node> nodes = nodesOf(*begun, node);

@@ -5,8 +5,8 @@
 // one, compiled for a set that the processor lacks, could be the copy that the linker keeps.
 #include "bench/Limit.h"
 #include "lanes/Pack.h"
+#include "lanes/pipelined.h"
 #include "lanes/sinCos.h"
-#include "lanes/staggered.h"
 
 namespace bench::PISTONFIELD_INSTRUCTION_SET {
 
@@ -101,7 +101,7 @@ class Integrand {
         if constexpr (same<Without, Staggering> || same<Without, Overlap>)
             for (long n = 0; n < rounds; ++n) third(second(first(0)));
         else
-            lanes::staggered(rounds, first, second, third);
+            lanes::pipelined(rounds, first, second, third);
         double sum = 0;
         for (int lane = 0; lane < lanes::widthOf<V>; ++lane)
             sum += static_cast<double>(re[lane] + im[lane]);

@@ -12,16 +12,16 @@
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "cuda_runtime/words.h"
 #include "lanes/Pack.h"
+#include "lanes/pipelined.h"
 #include "lanes/sinCos.h"
-#include "lanes/staggered.h"
 
 namespace cuda_runtime {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
 
 using lanes::absolute;
 using lanes::any;
+using lanes::pipelined;
 using lanes::select;
-using lanes::staggered;
 
 /// A pack of lanes is a run of neighbouring threads.
 template <class T>

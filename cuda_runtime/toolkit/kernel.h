@@ -124,7 +124,7 @@ __device__ inline SineAndCosine<double> sinCos(ReducedAngle<double> angle) {
 
 /// One item after the other: the threads beside this one keep the processor busy.
 template <class First, class Second, class Third>
-__device__ inline void staggered(int count, First first, Second second, Third third) {
+__device__ inline void pipelined(int count, First first, Second second, Third third) {
     for (int i = 0; i < count; ++i) third(second(first(i)));
 }
 

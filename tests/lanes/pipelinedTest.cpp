@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "lanes/staggered.h"
+#include "lanes/pipelined.h"
 
 #include <gmock/gmock.h>
 
@@ -21,7 +21,7 @@ std::vector<std::string> callsFor(int count) {
             return i;
         };
     };
-    lanes::staggered(count, stage("a"), stage("b"), stage("c"));
+    lanes::pipelined(count, stage("a"), stage("b"), stage("c"));
     return calls;
 }
 

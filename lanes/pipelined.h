@@ -17,7 +17,7 @@ inline namespace PISTONFIELD_INSTRUCTION_SET {
 /// keep the processor's units busy where one long chain after the other would not, because the
 /// processor looks ahead by less than such a chain.
 template <class Count, class First, class Second, class Third>
-[[gnu::always_inline]] inline void staggered(Count count, First first, Second second, Third third) {
+[[gnu::always_inline]] inline void pipelined(Count count, First first, Second second, Third third) {
     if (count < 1) return;
     auto begun = first(Count{0});
     if (count > 1) {
