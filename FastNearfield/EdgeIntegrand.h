@@ -19,7 +19,7 @@ struct LaneComplex {
 ///
 /// @tparam Mathematics what the stages compute with: the types Scalar, Reals (a Scalar in every
 ///     lane) and Angle (a reduced angle in every lane), and the functions squareRoot(Reals),
-///     reduce(Reals) and sinCos(Angle), whose result has the members sine and cosine
+///     reduceAngle(Reals) and sinCos(Angle), whose result has the members sine and cosine
 template <class Mathematics>
 struct EdgeIntegrand {
     using Scalar = typename Mathematics::Scalar;
@@ -42,7 +42,7 @@ struct EdgeIntegrand {
 
     /// The second stage.
     [[gnu::always_inline]] __device__ static ReducedNode reduced(const Node& node) {
-        return {Mathematics::reduce(node.angle), node.factor};
+        return {Mathematics::reduceAngle(node.angle), node.factor};
     }
 
     /// The third one: the integrand's value.

@@ -46,7 +46,7 @@ struct TransformRows {
 /// exp(j*angle)
 template <class Family>
 __device__ inline LaneComplex<Family> unitPhase(Reals<Family> angle) {
-    const auto phase = cuda_runtime::sinCos(cuda_runtime::reduce(angle));
+    const auto phase = cuda_runtime::sinCos(cuda_runtime::reduceAngle(angle));
     return {phase.cosine, phase.sine};
 }
 
@@ -58,7 +58,7 @@ struct DeviceMathematics {
     using Angle = cuda_runtime::ReducedAngle<Reals>;
 
     __device__ static Reals squareRoot(Reals v) { return cuda_runtime::squareRoot(v); }
-    __device__ static Angle reduce(Reals angle) { return cuda_runtime::reduce(angle); }
+    __device__ static Angle reduceAngle(Reals angle) { return cuda_runtime::reduceAngle(angle); }
     __device__ static auto sinCos(const Angle& angle) { return cuda_runtime::sinCos(angle); }
 };
 

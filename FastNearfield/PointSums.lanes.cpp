@@ -26,10 +26,10 @@ template <class V>
 struct Mathematics {
     using Scalar = Element<V>;
     using Reals = V;
-    using Angle = lanes::Reduced<V>;
+    using Angle = lanes::ReducedAngle<V>;
 
     [[gnu::always_inline]] static V squareRoot(V v) { return lanes::squareRoot(v); }
-    [[gnu::always_inline]] static Angle reduce(V angle) { return lanes::reduce(angle); }
+    [[gnu::always_inline]] static Angle reduceAngle(V angle) { return lanes::reduceAngle(angle); }
     [[gnu::always_inline]] static lanes::SinCos<V> sinCos(const Angle& angle) {
         return lanes::sinCos(angle);
     }

@@ -156,12 +156,12 @@ template <class V>
 /// An angle as the single-precision functions take it.
 template <class V>
 struct ReducedAngle {
-    lanes::Reduced<decltype(toFloats(V{}))> value;
+    lanes::ReducedAngle<decltype(toFloats(V{}))> value;
 };
 
 template <class V>
-[[gnu::always_inline]] inline ReducedAngle<V> reduce(V angle) {
-    return {lanes::reduce(toFloats(angle))};
+[[gnu::always_inline]] inline ReducedAngle<V> reduceAngle(V angle) {
+    return {lanes::reduceAngle(toFloats(angle))};
 }
 
 template <class V>

@@ -96,7 +96,7 @@ struct ReducedAngle {
 };
 
 template <class T>
-__device__ inline ReducedAngle<T> reduce(T angle) {
+__device__ inline ReducedAngle<T> reduceAngle(T angle) {
     return {angle};
 }
 
@@ -118,7 +118,7 @@ __device__ inline double squareRoot(double v) {
 __device__ inline double reciprocal(double v) { return __drcp_rn(v); }
 
 __device__ inline SineAndCosine<double> sinCos(ReducedAngle<double> angle) {
-    const SineAndCosine<float> result = sinCos(reduce(static_cast<float>(angle.value)));
+    const SineAndCosine<float> result = sinCos(reduceAngle(static_cast<float>(angle.value)));
     return {result.sine, result.cosine};
 }
 
