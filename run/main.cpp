@@ -28,13 +28,13 @@ using Words = std::vector<std::string>;
 
 /// One operation for each command.
 struct Executor {
-    Team& team;
+    Ranks& ranks;
 
     int operator()(const Answer& answer) const {
-        if (team.isFirst()) std::cout << answer.text;
+        if (ranks.isFirst()) std::cout << answer.text;
         return 0;
     }
-    int operator()(const ComputeCommand& command) const { return compute(command, team); }
+    int operator()(const ComputeCommand& command) const { return compute(command, ranks); }
     int operator()(const JoinCommand& command) const { return join(command); }
     int operator()(const VerifyCommand& command) const { return verify(command); }
     int operator()(const ExtractCommand& command) const { return extract(command); }
@@ -43,12 +43,12 @@ struct Executor {
 
 /// The command that all processes were started with. Files are read by the first, because what is
 /// in a pipe can be read once.
-Command commandOf(const Words& words, const Team& team) {
+Command commandOf(const Words& words, const Ranks& ranks) {
     Command command;
-    requireSameWords(words, team);
-    team.together([&] {
+    requireSameWords(words, ranks);
+    ranks.together([&] {
         command = readCommand(words, [&](const std::filesystem::path& path) {
-            return team.shared([&] { return readText(path); });
+            return ranks.shared([&] { return readText(path); });
         });
     });
     return command;
@@ -61,11 +61,11 @@ bool isForOne(const Command& command) {
 }
 
 /// @throws std::runtime_error where there are other processes than the command is for
-void requireTeam(const Command& command, const Launch& launch, const Team& team) {
+void requireTeam(const Command& command, const Launch& launch, const Ranks& ranks) {
     if (std::holds_alternative<Answer>(command)) return;
-    if (!isForOne(command)) return requireAll(launch, team.size());
-    team.together([&] {
-        if (team.size() > 1)
+    if (!isForOne(command)) return requireAll(launch, ranks.size());
+    ranks.together([&] {
+        if (ranks.size() > 1)
             throw std::runtime_error(
                 "--part, join, verify, extract and show are for one process: start it without "
                 "mpirun");
@@ -86,37 +86,37 @@ void chooseThreads(const Command& command, const Launch& launch) {
 }
 
 /// Has the processes that compute a field watched, where there is more than one.
-std::unique_ptr<Watch> watched(const Command& command, const Team& team) {
+std::unique_ptr<Watch> watched(const Command& command, const Ranks& ranks) {
     const auto* computing = std::get_if<ComputeCommand>(&command);
     if (computing == nullptr) return nullptr;
     // Here, as the watch has a thread.
-    if (team.size() > 1) team.together([&] { shareLocks(computing->output); });
-    return watchOf(team);
+    if (ranks.size() > 1) ranks.together([&] { shareLocks(computing->output); });
+    return watchOf(ranks);
 }
 
 void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
 
 /// Does what the words say, with all processes.
 /// @return the exit status
-int execute(const Words& words, const Launch& launch, Team& team) {
+int execute(const Words& words, const Launch& launch, Ranks& ranks) {
     // Ends with all others', and so not where there is a failure.
     std::unique_ptr<Watch> watch;
     try {
-        const Command command = commandOf(words, team);
-        requireTeam(command, launch, team);
-        team.together([&] { chooseThreads(command, launch); });
-        watch = watched(command, team);
-        const int status = std::visit(Executor{team}, command);
+        const Command command = commandOf(words, ranks);
+        requireTeam(command, launch, ranks);
+        ranks.together([&] { chooseThreads(command, launch); });
+        watch = watched(command, ranks);
+        const int status = std::visit(Executor{ranks}, command);
         if (!std::cout.flush()) throw std::runtime_error("the standard output cannot be written");
         return status;
     } catch (const Unconnected&) {
         throw;
-    } catch (const AgreedFailure& failure) {
-        if (team.isFirst()) complain(failure);
-        team.abandon(1);
+    } catch (const CollectiveFailure& failure) {
+        if (ranks.isFirst()) complain(failure);
+        ranks.abandon(1);
     } catch (const std::exception& failure) {
         complain(failure);
-        team.abort(1);
+        ranks.abort(1);
     }
 }
 
@@ -127,9 +127,9 @@ int main(int argc, char** argv) {
     try {
         openStandardStreams();
         prepareForFiles();
-        Team team(launch);
+        Ranks ranks(launch);
         hdf5::beSilent();
-        return execute({argv + 1, argv + argc}, launch, team);
+        return execute({argv + 1, argv + argc}, launch, ranks);
     } catch (const Unconnected& failure) {
         if (isFirstOfStep(&std::getenv)) complain(failure);
         return 1;

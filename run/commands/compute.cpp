@@ -30,16 +30,16 @@ using Clock = std::chrono::steady_clock;
 
 /// Has slabs that are not what was written count as missing. In a compressed file they cannot be
 /// replaced.
-void giveUp(const ComputeCommand& command, const Team& team, FieldFile& file, Worker& worker,
+void giveUp(const ComputeCommand& command, const Ranks& ranks, FieldFile& file, Worker& worker,
             const SlabNumbers& changed) {
-    const auto count = static_cast<std::int64_t>(team.sum(static_cast<double>(changed.size())));
+    const auto count = static_cast<std::int64_t>(ranks.sum(static_cast<double>(changed.size())));
     if (count == 0) return;
     if (file.compressed())
         throw std::runtime_error(command.output.string() +
                                  " has changed since it was compressed: compute it anew");
     file.setIncomplete();
     worker.forget(changed);
-    if (team.isFirst())
+    if (ranks.isFirst())
         std::cout << "computing again what has changed since it was written: " << count << " of "
                   << file.layout().slabs().count() << " slabs" << std::endl;
 }
@@ -52,15 +52,15 @@ struct Todo {
 };
 
 /// Looks for what is to be done. Only reads: to open a file for writing is to change it.
-Todo findTodo(const ComputeCommand& command, Team& team) {
+Todo findTodo(const ComputeCommand& command, Ranks& ranks) {
     std::optional<FieldFile> file;
     std::vector<SlabRecord> records;
     std::optional<Worker> worker;
     Todo todo;
-    team.together([&] {
+    ranks.together([&] {
         file.emplace(command.output, FieldFile::Access::read);
         records = file->records();
-        worker.emplace(team, *file);
+        worker.emplace(ranks, *file);
         todo.missing = worker->shareOf(numbersOf(records, /*finished=*/false));
     });
     todo.changed = worker->findChanged(records);
@@ -70,19 +70,19 @@ Todo findTodo(const ComputeCommand& command, Team& team) {
 
 /// Opens the output where something is to be done, and does one process's part in it.
 /// @return whether it was not stopped
-bool computeMissing(const ComputeCommand& command, Team& team, std::optional<FieldFile>& file) {
-    requireSameOutput(command.output, team);
-    Todo todo = findTodo(command, team);
+bool computeMissing(const ComputeCommand& command, Ranks& ranks, std::optional<FieldFile>& file) {
+    requireSameOutput(command.output, ranks);
+    Todo todo = findTodo(command, ranks);
     // Changed slabs become missing ones however that ended.
     if (todo.stopped) todo.missing.clear();
-    if (team.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
+    if (ranks.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
         return !todo.stopped;
     std::optional<Worker> worker;
-    team.together([&] {
-        file.emplace(command.output, FieldFile::Access::write, team.communicator());
-        worker.emplace(team, *file);
+    ranks.together([&] {
+        file.emplace(command.output, FieldFile::Access::write, ranks.communicator());
+        worker.emplace(ranks, *file);
     });
-    team.together([&] { giveUp(command, team, *file, *worker, todo.changed); });
+    ranks.together([&] { giveUp(command, ranks, *file, *worker, todo.changed); });
     if (todo.stopped) return false;
     todo.missing.insert(todo.missing.end(), todo.changed.begin(), todo.changed.end());
     worker->compute(todo.missing);
@@ -96,7 +96,7 @@ std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
 }
 
 /// Writes down whether all slabs are finished, and what that took.
-void keepAccount(const ComputeCommand& command, const Team& team, const std::string& started,
+void keepAccount(const ComputeCommand& command, const Ranks& ranks, const std::string& started,
                  double seconds, std::int64_t memory) {
     Account account = FieldFile(command.output, FieldFile::Access::read).account();
     // Nothing was to be done.
@@ -109,7 +109,7 @@ void keepAccount(const ComputeCommand& command, const Team& team, const std::str
     if (account.started.empty()) account.started = started;
     account.finished = texts::timeNow();
     account.seconds += seconds;
-    account.processes = team.size();
+    account.processes = ranks.size();
     account.peakMemory = std::max(account.peakMemory, memory);
     account.complete = numbersOf(records, /*finished=*/false).empty();
     account.undefined = undefinedIn(records);
@@ -156,9 +156,9 @@ void requireStillThere(const ComputeCommand& command, const FileLock& lock) {
 
 }  // namespace
 
-int compute(const ComputeCommand& command, Team& team) {
+int compute(const ComputeCommand& command, Ranks& ranks) {
     std::optional<FileLock> lock;
-    team.first([&] { lock = prepare(command, team.size()); });
+    ranks.first([&] { lock = prepare(command, ranks.size()); });
     if (command.onlyEstimate) return 0;
     listenForSignals();
 
@@ -167,25 +167,25 @@ int compute(const ComputeCommand& command, Team& team) {
     std::optional<FieldFile> file;
     bool whole = false;
     try {
-        whole = computeMissing(command, team, file);
+        whole = computeMissing(command, ranks, file);
     } catch (...) {
         if (file) file->abandon();
         throw;
     }
-    team.together([&] {
+    ranks.together([&] {
         if (file) file->close();
     });
 
     const std::chrono::duration<double> time = Clock::now() - begin;
-    const std::int64_t memory = team.largest(peakMemory());
+    const std::int64_t memory = ranks.largest(peakMemory());
     bool done = true;
-    team.first([&] {
+    ranks.first([&] {
         requireStillThere(command, *lock);
-        keepAccount(command, team, started, time.count(), memory);
+        keepAccount(command, ranks, started, time.count(), memory);
         done = conclude(command, whole);
     });
-    const bool stopped = team.largest(done ? 0 : 1) != 0;
-    return stopped ? 128 + static_cast<int>(team.largest(signalled())) : 0;
+    const bool stopped = ranks.largest(done ? 0 : 1) != 0;
+    return stopped ? 128 + static_cast<int>(ranks.largest(signalled())) : 0;
 }
 
 }  // namespace run

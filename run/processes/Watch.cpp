@@ -76,9 +76,9 @@ std::string Silence::news(Clock::time_point now) {
            list(silent) + "; the run waits for " + (silent.size() == 1 ? "it" : "them");
 }
 
-Watch::Watch(const Team& team, Seconds longest) : team(team), longest(longest) {
+Watch::Watch(const Ranks& ranks, Seconds longest) : ranks(ranks), longest(longest) {
     MPI_Comm_dup(MPI_COMM_WORLD, &channel);
-    thread = std::thread([this] { this->team.isFirst() ? listen() : tell(); });
+    thread = std::thread([this] { this->ranks.isFirst() ? listen() : tell(); });
 }
 
 Watch::~Watch() {
@@ -105,9 +105,9 @@ void Watch::tell() {
 }
 
 void Watch::listen() {
-    Silence silence(team.allNames(), std::chrono::duration_cast<Silence::Clock::duration>(longest),
+    Silence silence(ranks.allNames(), std::chrono::duration_cast<Silence::Clock::duration>(longest),
                     Silence::Clock::now());
-    int others = team.size() - 1;
+    int others = ranks.size() - 1;
     const auto hear = [&] {
         MPI_Status status;
         int arrived = 0;
@@ -132,11 +132,11 @@ void Watch::listen() {
     }
 }
 
-std::unique_ptr<Watch> watchOf(const Team& team) {
-    if (team.size() == 1) return nullptr;
+std::unique_ptr<Watch> watchOf(const Ranks& ranks) {
+    if (ranks.size() == 1) return nullptr;
     Seconds longest{};
-    team.together([&] { longest = longestSilence(); });
-    return team.takesAll() ? std::make_unique<Watch>(team, longest) : nullptr;
+    ranks.together([&] { longest = longestSilence(); });
+    return ranks.takesAll() ? std::make_unique<Watch>(ranks, longest) : nullptr;
 }
 
 }  // namespace run

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "run/processes/Team.h"
+#include "run/processes/Ranks.h"
 
 namespace run {
 
@@ -51,7 +51,7 @@ class Silence {
 class Watch {
   public:
     /// @param longest silence that is not worth a word
-    Watch(const Team& team, std::chrono::duration<double> longest);
+    Watch(const Ranks& ranks, std::chrono::duration<double> longest);
     Watch(const Watch&) = delete;
     Watch& operator=(const Watch&) = delete;
     ~Watch();
@@ -62,7 +62,7 @@ class Watch {
     /// Whether to go on; waits for some time.
     bool rest(std::chrono::duration<double> time);
 
-    const Team& team;
+    const Ranks& ranks;
     std::chrono::duration<double> longest;
     MPI_Comm channel = MPI_COMM_NULL;
     std::mutex mutex;
@@ -73,7 +73,7 @@ class Watch {
 
 /// A watch where there is more than one process and MPI can do it, or nothing. The environment
 /// variable PISTONFIELD_SILENCE says how many seconds are too long; 30 are, where it does not.
-/// @throws AgreedFailure where it is no time
-std::unique_ptr<Watch> watchOf(const Team& team);
+/// @throws CollectiveFailure where it is no time
+std::unique_ptr<Watch> watchOf(const Ranks& ranks);
 
 }  // namespace run

@@ -16,8 +16,8 @@
 
 namespace run {
 
-Worker::Worker(Team& team, FieldFile& file)
-    : team(team),
+Worker::Worker(Ranks& ranks, FieldFile& file)
+    : ranks(ranks),
       file(file),
       slabs(file.layout().slabs()),
       values(file.layout()),
@@ -41,7 +41,7 @@ SlabNumbers Worker::findChanged(const std::vector<SlabRecord>& records) {
 void Worker::compute(const SlabNumbers& numbers) {
     std::optional<pistonfield::Plan> plan;
     std::optional<std::int64_t> numberOfReady;
-    team.together([&] { plan.emplace(file.layout().request); });
+    ranks.together([&] { plan.emplace(file.layout().request); });
     const Computation computation = [&](const LatticeBox& box, void* to) {
         plan->computeNative(box, to);
     };
@@ -52,7 +52,7 @@ void Worker::compute(const SlabNumbers& numbers) {
         file.record(*numberOfReady, ready.record(box));
         numberOfReady.reset();
     };
-    const std::launch launch = team.takesTurns() ? std::launch::async : std::launch::deferred;
+    const std::launch launch = ranks.takesTurns() ? std::launch::async : std::launch::deferred;
     workOn(
         "computing", numbers,
         [&](std::int64_t number) {
@@ -72,8 +72,8 @@ void Worker::forget(const SlabNumbers& numbers) {
 
 SlabNumbers Worker::shareOf(const SlabNumbers& numbers) const {
     SlabNumbers share;
-    for (auto i = static_cast<std::size_t>(team.rank()); i < numbers.size();
-         i += static_cast<std::size_t>(team.size()))
+    for (auto i = static_cast<std::size_t>(ranks.rank()); i < numbers.size();
+         i += static_cast<std::size_t>(ranks.size()))
         share.push_back(numbers[i]);
     return share;
 }
@@ -85,28 +85,28 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
     bool early = false;
     const std::int64_t all = file.layout().box.points();
     const auto todo =
-        static_cast<std::int64_t>(team.sum(static_cast<double>(pointsOf(slabs, numbers))));
+        static_cast<std::int64_t>(ranks.sum(static_cast<double>(pointsOf(slabs, numbers))));
     std::optional<Progress> progress;
-    if (team.isFirst()) progress.emplace(what, all, all - todo);
-    Conversation conversation(team, [&](std::int64_t points) { progress->add(points); });
+    if (ranks.isFirst()) progress.emplace(what, all, all - todo);
+    ProgressMessages messages(ranks, [&](std::int64_t points) { progress->add(points); });
     try {
         for (const std::int64_t number : numbers) {
-            if (signalled() != 0) conversation.tellStop();
-            early = signalled() != 0 || conversation.stopped();
+            if (signalled() != 0) messages.tellStop();
+            early = signalled() != 0 || messages.stopped();
             if (early) break;
             work(number);
-            conversation.tellPoints(slabs.slab(number).points());
+            messages.tellPoints(slabs.slab(number).points());
         }
         last();
     } catch (const std::exception& error) {
-        conversation.tellFailure(texts::reason(error));
+        messages.tellFailure(texts::reason(error));
     }
-    const std::optional<std::string> failure = conversation.finish();
+    const std::optional<std::string> failure = messages.finish();
     progress.reset();
-    team.first([&] {
+    ranks.first([&] {
         if (failure) throw std::runtime_error(*failure);
     });
-    wasStopped = team.largest(early ? 1 : 0) != 0;
+    wasStopped = ranks.largest(early ? 1 : 0) != 0;
 }
 
 }  // namespace run

@@ -7,15 +7,15 @@
 
 #include "run/file/SlabNumbers.h"
 #include "run/file/SlabValues.h"
-#include "run/processes/Team.h"
+#include "run/processes/Ranks.h"
 
 namespace run {
 
 /// One process's part in a file that all processes work on. All call the same operations, which
-/// throw `AgreedFailure` in all where one failed, and stop early where one has had a signal.
+/// throw `CollectiveFailure` in all where one failed, and stop early where one has had a signal.
 class Worker {
   public:
-    Worker(Team& team, FieldFile& file);
+    Worker(Ranks& ranks, FieldFile& file);
 
     /// Compares the finished slabs with their checksums.
     /// @return those of this process's share that are not what they were
@@ -38,7 +38,7 @@ class Worker {
     void workOn(const char* what, const SlabNumbers& numbers,
                 const std::function<void(std::int64_t)>& work, const std::function<void()>& last);
 
-    Team& team;
+    Ranks& ranks;
     FieldFile& file;
     Slabs slabs;
     SlabValues values;

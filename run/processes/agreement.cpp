@@ -116,34 +116,34 @@ bool isOnNfs(const std::filesystem::path& folder) {
 
 }  // namespace
 
-void requireSameWords(const std::vector<std::string>& words, const Team& team) {
-    const std::vector<std::string> first = split(team.shared([&] { return joined(words); }));
+void requireSameWords(const std::vector<std::string>& words, const Ranks& ranks) {
+    const std::vector<std::string> first = split(ranks.shared([&] { return joined(words); }));
     const auto [here, there] =
         std::mismatch(words.begin(), words.end(), first.begin(), first.end());
     const auto text = [](auto word, auto end) {
         return word == end ? "no more words" : "'" + *word + "'";
     };
-    team.together([&, here = here, there = there] {
+    ranks.together([&, here = here, there = there] {
         if (words != first)
-            throw std::runtime_error(team.nameOf(team.rank()) + " was started with " +
+            throw std::runtime_error(ranks.nameOf(ranks.rank()) + " was started with " +
                                      text(here, words.end()) + " where the first has " +
                                      text(there, first.end()));
     });
 }
 
-void requireSameOutput(const std::filesystem::path& output, const Team& team) {
-    if (team.size() == 1) return;
+void requireSameOutput(const std::filesystem::path& output, const Ranks& ranks) {
+    if (ranks.size() == 1) return;
     std::optional<Mark> mark;
-    const std::string expected = team.shared([&] {
+    const std::string expected = ranks.shared([&] {
         mark.emplace(output);
         return seen(output);
     });
-    team.together([&] {
+    ranks.together([&] {
         try {
             requireSeen(output, expected);
             requireRoomForFiles(output);
         } catch (const std::runtime_error& error) {
-            throw std::runtime_error(team.nameOf(team.rank()) + ": " + error.what());
+            throw std::runtime_error(ranks.nameOf(ranks.rank()) + ": " + error.what());
         }
     });
 }

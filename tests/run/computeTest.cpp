@@ -40,8 +40,8 @@ struct Commands : FieldFiles {
 
     static std::string compute(const ComputeCommand& command) {
         return said([&] {
-            run::Team team({});
-            EXPECT_EQ(run::compute(command, team), 0);
+            run::Ranks ranks({});
+            EXPECT_EQ(run::compute(command, ranks), 0);
         });
     }
 

@@ -16,21 +16,21 @@
 
 namespace run {
 
-/// What `Team::together` throws: all processes know of it.
-class AgreedFailure : public std::runtime_error {
+/// What `Ranks::together` throws: all processes know of it.
+class CollectiveFailure : public std::runtime_error {
   public:
     using std::runtime_error::runtime_error;
 };
 
 /// The processes of a run: those of MPI, or this one alone.
-class Team {
+class Ranks {
   public:
     /// Starts MPI where a launcher has started this process with others.
     /// @throws std::runtime_error where MPI knows of fewer processes than were started
-    explicit Team(const Launch& launch);
-    Team(const Team&) = delete;
-    Team& operator=(const Team&) = delete;
-    ~Team();
+    explicit Ranks(const Launch& launch);
+    Ranks(const Ranks&) = delete;
+    Ranks& operator=(const Ranks&) = delete;
+    ~Ranks();
 
     int rank() const noexcept { return number; }
     int size() const noexcept { return count; }
@@ -49,14 +49,14 @@ class Team {
     std::optional<MPI_Comm> communicator() const;
 
     /// Lets everyone do this and go on when all have.
-    /// @throws AgreedFailure in every process, with one failure's text, where any failed
+    /// @throws CollectiveFailure in every process, with one failure's text, where any failed
     void together(const std::function<void()>& work) const;
 
     /// Lets the first do this, as `together`.
     void first(const std::function<void()>& work) const;
 
     /// A text that the first makes, for everyone.
-    /// @throws AgreedFailure as `together`
+    /// @throws CollectiveFailure as `together`
     std::string shared(const std::function<std::string()>& text) const;
 
     /// Ends every process where it is, when all have come here: after a failure, in which HDF5 may
@@ -83,10 +83,10 @@ class Team {
 
 /// What the processes tell each other while each works on its slabs, without waiting: the first
 /// hears of progress and failures, and stops the others.
-class Conversation {
+class ProgressMessages {
   public:
     /// @param onPoints called in the first process with points that were computed
-    Conversation(const Team& team, std::function<void(std::int64_t)> onPoints);
+    ProgressMessages(const Ranks& ranks, std::function<void(std::int64_t)> onPoints);
 
     /// Points that this process has computed.
     void tellPoints(std::int64_t points);
@@ -118,7 +118,7 @@ class Conversation {
     void heard(const News& news, int from);
     void stopOthers();
 
-    const Team& team;
+    const Ranks& ranks;
     std::function<void(std::int64_t)> onPoints;
     std::optional<std::string> failure;
     std::int64_t untold = 0;

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/processes/Team.h"
+#include "run/processes/Ranks.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -23,7 +23,7 @@ double now() {
 
 }  // namespace
 
-Team::Team(const Launch& launch) : alone(launch.alone()), names(1) {
+Ranks::Ranks(const Launch& launch) : alone(launch.alone()), names(1) {
     if (alone) return;
     MPI_Init_thread(nullptr, nullptr, MPI_THREAD_MULTIPLE, &level);
     MPI_Comm_rank(MPI_COMM_WORLD, &number);
@@ -37,11 +37,11 @@ Team::Team(const Launch& launch) : alone(launch.alone()), names(1) {
     gatherNames();
 }
 
-Team::~Team() {
+Ranks::~Ranks() {
     if (!alone) MPI_Finalize();
 }
 
-void Team::gatherNames() {
+void Ranks::gatherNames() {
     using Host = std::array<char, MPI_MAX_PROCESSOR_NAME>;
     Host here{};
     int length = 0;
@@ -55,21 +55,21 @@ void Team::gatherNames() {
         names[rank] = "process " + std::to_string(rank) + " on " + hosts[rank].data();
 }
 
-std::optional<MPI_Comm> Team::communicator() const {
+std::optional<MPI_Comm> Ranks::communicator() const {
     if (count == 1) return std::nullopt;
     return MPI_COMM_WORLD;
 }
 
-void Team::agree(const std::optional<std::string>& failure) const {
+void Ranks::agree(const std::optional<std::string>& failure) const {
     int failed = failure ? number : count;
     if (count > 1) MPI_Allreduce(MPI_IN_PLACE, &failed, 1, MPI_INT, MPI_MIN, MPI_COMM_WORLD);
     if (failed == count) return;
     std::string text = failure.value_or("");
     broadcast(text, failed);
-    throw AgreedFailure(text);
+    throw CollectiveFailure(text);
 }
 
-void Team::broadcast(std::string& text, int from) const {
+void Ranks::broadcast(std::string& text, int from) const {
     if (count == 1) return;
     auto length = static_cast<int>(text.size());
     MPI_Bcast(&length, 1, MPI_INT, from, MPI_COMM_WORLD);
@@ -77,14 +77,14 @@ void Team::broadcast(std::string& text, int from) const {
     MPI_Bcast(text.data(), length, MPI_CHAR, from, MPI_COMM_WORLD);
 }
 
-std::string Team::shared(const std::function<std::string()>& text) const {
+std::string Ranks::shared(const std::function<std::string()>& text) const {
     std::string result;
     first([&] { result = text(); });
     broadcast(result, 0);
     return result;
 }
 
-void Team::together(const std::function<void()>& work) const {
+void Ranks::together(const std::function<void()>& work) const {
     std::optional<std::string> failure;
     try {
         work();
@@ -94,60 +94,60 @@ void Team::together(const std::function<void()>& work) const {
     agree(failure);
 }
 
-void Team::first(const std::function<void()>& work) const {
+void Ranks::first(const std::function<void()>& work) const {
     together([&] {
         if (isFirst()) work();
     });
 }
 
-void Team::abandon(int status) const {
+void Ranks::abandon(int status) const {
     std::cout.flush();
     if (count > 1) MPI_Barrier(MPI_COMM_WORLD);
     std::_Exit(status);
 }
 
-void Team::abort(int status) const {
+void Ranks::abort(int status) const {
     std::cout.flush();
     if (count > 1) MPI_Abort(MPI_COMM_WORLD, status);
     std::_Exit(status);
 }
 
-double Team::sum(double value) const {
+double Ranks::sum(double value) const {
     if (count > 1) MPI_Allreduce(MPI_IN_PLACE, &value, 1, MPI_DOUBLE, MPI_SUM, MPI_COMM_WORLD);
     return value;
 }
 
-std::int64_t Team::largest(std::int64_t value) const {
+std::int64_t Ranks::largest(std::int64_t value) const {
     if (count > 1) MPI_Allreduce(MPI_IN_PLACE, &value, 1, MPI_INT64_T, MPI_MAX, MPI_COMM_WORLD);
     return value;
 }
 
-Conversation::Conversation(const Team& team, std::function<void(std::int64_t)> onPoints)
-    : team(team), onPoints(std::move(onPoints)), lastTold(now()), working(team.size()) {}
+ProgressMessages::ProgressMessages(const Ranks& ranks, std::function<void(std::int64_t)> onPoints)
+    : ranks(ranks), onPoints(std::move(onPoints)), lastTold(now()), working(ranks.size()) {}
 
-void Conversation::tellPoints(std::int64_t points) {
+void ProgressMessages::tellPoints(std::int64_t points) {
     // Often enough for people, seldom enough for a first process with thousands of others.
     constexpr double interval = 0.5;
     untold += points;
-    if (!team.isFirst() && now() - lastTold < interval) return;
+    if (!ranks.isFirst() && now() - lastTold < interval) return;
     lastTold = now();
     tell({Kind::points, std::exchange(untold, 0)});
 }
 
-void Conversation::tellStop() { tell({Kind::stop}); }
+void ProgressMessages::tellStop() { tell({Kind::stop}); }
 
-void Conversation::tellFailure(const std::string& text) {
+void ProgressMessages::tellFailure(const std::string& text) {
     News news{Kind::failure};
     text.copy(news.text.data(), news.text.size() - 1);
     tell(news);
 }
 
-bool Conversation::stopped() {
+bool ProgressMessages::stopped() {
     hear();
     return stopping;
 }
 
-std::optional<std::string> Conversation::finish() {
+std::optional<std::string> ProgressMessages::finish() {
     tell({Kind::done, std::exchange(untold, 0)});
     while (!ended) {
         hear();
@@ -157,19 +157,19 @@ std::optional<std::string> Conversation::finish() {
     return failure;
 }
 
-void Conversation::tell(const News& news) {
-    if (team.isFirst())
+void ProgressMessages::tell(const News& news) {
+    if (ranks.isFirst())
         heard(news, 0);
     else
         send(0, news);
 }
 
-void Conversation::send(int to, const News& news) {
+void ProgressMessages::send(int to, const News& news) {
     MPI_Send(&news, sizeof news, MPI_BYTE, to, 0, MPI_COMM_WORLD);
 }
 
-void Conversation::hear() {
-    if (team.size() == 1) return;
+void ProgressMessages::hear() {
+    if (ranks.size() == 1) return;
     for (int arrived = 1; arrived != 0;) {
         MPI_Status status;
         MPI_Iprobe(MPI_ANY_SOURCE, 0, MPI_COMM_WORLD, &arrived, &status);
@@ -181,15 +181,15 @@ void Conversation::hear() {
     }
 }
 
-void Conversation::heard(const News& news, int from) {
-    if (team.isFirst() && news.points > 0) onPoints(news.points);
+void ProgressMessages::heard(const News& news, int from) {
+    if (ranks.isFirst() && news.points > 0) onPoints(news.points);
     switch (news.kind) {
         case Kind::points:
             break;
         case Kind::failure:
             if (!failure)
-                failure = team.size() == 1 ? std::string(news.text.data())
-                                           : team.nameOf(from) + ": " + news.text.data();
+                failure = ranks.size() == 1 ? std::string(news.text.data())
+                                            : ranks.nameOf(from) + ": " + news.text.data();
             stopOthers();
             break;
         case Kind::stop:
@@ -197,7 +197,7 @@ void Conversation::heard(const News& news, int from) {
             break;
         case Kind::done:
             if (--working > 0) break;
-            for (int rank = 1; rank < team.size(); ++rank) send(rank, {Kind::end});
+            for (int rank = 1; rank < ranks.size(); ++rank) send(rank, {Kind::end});
             ended = true;
             break;
         case Kind::end:
@@ -206,11 +206,11 @@ void Conversation::heard(const News& news, int from) {
     }
 }
 
-void Conversation::stopOthers() {
+void ProgressMessages::stopOthers() {
     if (stopping) return;
     stopping = true;
-    if (!team.isFirst()) return;
-    for (int rank = 1; rank < team.size(); ++rank) send(rank, {Kind::stop});
+    if (!ranks.isFirst()) return;
+    for (int rank = 1; rank < ranks.size(); ++rank) send(rank, {Kind::stop});
 }
 
 }  // namespace run
