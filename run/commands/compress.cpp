@@ -72,7 +72,7 @@ bool compress(const std::filesystem::path& path, int level) {
         FieldFile to(compressed, FieldFile::Access::write);
         done = copyValues(from, to, path.string());
         if (!done) return;
-        to.setAccount(from.account());
+        to.setProvenance(from.provenance());
         to.close();
         // Now that the page leads to the values.
         headCopy::make(compressed, /*canBeFilled=*/false);

@@ -96,24 +96,24 @@ std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
 }
 
 /// Writes down whether all slabs are finished, and what that took.
-void keepAccount(const ComputeCommand& command, const Ranks& ranks, const std::string& started,
-                 double seconds, std::int64_t memory) {
-    Account account = FieldFile(command.output, FieldFile::Access::read).account();
+void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std::string& started,
+                    double seconds, std::int64_t memory) {
+    Provenance provenance = FieldFile(command.output, FieldFile::Access::read).provenance();
     // Nothing was to be done.
-    if (account.complete) return;
+    if (provenance.complete) return;
     FieldFile file(command.output, FieldFile::Access::write);
     const std::vector<SlabRecord> records = file.records();
     std::array<char, 256> host{};
     static_cast<void>(gethostname(host.data(), host.size() - 1));
-    account.host = host.data();
-    if (account.started.empty()) account.started = started;
-    account.finished = texts::timeNow();
-    account.seconds += seconds;
-    account.processes = ranks.size();
-    account.peakMemory = std::max(account.peakMemory, memory);
-    account.complete = numbersOf(records, /*finished=*/false).empty();
-    account.undefined = undefinedIn(records);
-    file.setAccount(account);
+    provenance.host = host.data();
+    if (provenance.started.empty()) provenance.started = started;
+    provenance.finished = texts::timeNow();
+    provenance.seconds += seconds;
+    provenance.processes = ranks.size();
+    provenance.peakMemory = std::max(provenance.peakMemory, memory);
+    provenance.complete = numbersOf(records, /*finished=*/false).empty();
+    provenance.undefined = undefinedIn(records);
+    file.setProvenance(provenance);
     file.close();
 }
 
@@ -181,7 +181,7 @@ int compute(const ComputeCommand& command, Ranks& ranks) {
     bool done = true;
     ranks.first([&] {
         requireStillThere(command, *lock);
-        keepAccount(command, ranks, started, time.count(), memory);
+        keepProvenance(command, ranks, started, time.count(), memory);
         done = conclude(command, whole);
     });
     const bool stopped = ranks.largest(done ? 0 : 1) != 0;

@@ -44,7 +44,8 @@ LatticeBox boxOf(const ExtractCommand& command, const LatticeBox& whole) {
 class Source {
   public:
     explicit Source(const std::filesystem::path& path) : file(path, FieldFile::Access::read) {
-        if (!file.account().complete) throw std::runtime_error(path.string() + " is not complete");
+        if (!file.provenance().complete)
+            throw std::runtime_error(path.string() + " is not complete");
         if (file.joined()) parts.emplace(path);
     }
 

@@ -36,12 +36,12 @@ class Gathering {
     void add(const fs::path& path, const std::string& relative) {
         const std::string name = path.string();
         const FieldFile part(path, FieldFile::Access::read);
-        const Account account = part.account();
+        const Provenance provenance = part.provenance();
         if (part.joined()) throw std::runtime_error(name + " is joined itself: name its parts");
         const std::vector<SlabRecord> records = part.records();
-        if (!account.complete || !numbersOf(records, /*finished=*/false).empty())
+        if (!provenance.complete || !numbersOf(records, /*finished=*/false).empty())
             throw std::runtime_error(name + " is not complete");
-        if (!whole) begin(part, account);
+        if (!whole) begin(part, provenance);
         if (part.layout().request != whole->request || part.layout().magnitude != whole->magnitude)
             throw std::runtime_error(name + " belongs to another field");
         for (const JoinedPart& other : parts)
@@ -50,12 +50,12 @@ class Gathering {
         parts.push_back({relative, part.layout().box, description::identityOf(part.layout()),
                          digestOf(records)});
         points += part.layout().box.points();
-        total.started = std::min(total.started, account.started);
-        total.finished = std::max(total.finished, account.finished);
-        total.seconds += account.seconds;
-        total.processes = std::max(total.processes, account.processes);
-        total.peakMemory = std::max(total.peakMemory, account.peakMemory);
-        total.undefined += account.undefined;
+        total.started = std::min(total.started, provenance.started);
+        total.finished = std::max(total.finished, provenance.finished);
+        total.seconds += provenance.seconds;
+        total.processes = std::max(total.processes, provenance.processes);
+        total.peakMemory = std::max(total.peakMemory, provenance.peakMemory);
+        total.undefined += provenance.undefined;
     }
 
     void create(const JoinCommand& command) const {
@@ -69,7 +69,7 @@ class Gathering {
         temporary.fill([&](const fs::path& path) {
             FieldFile::createJoined(path, *whole, parts, temporary.head());
             FieldFile joined(path, FieldFile::Access::write);
-            joined.setAccount(total);
+            joined.setProvenance(total);
             joined.close();
         });
         static_cast<void>(temporary.takePlace(command.overwrite, firstBytes()));
@@ -81,10 +81,10 @@ class Gathering {
     bool hasMagnitude() const { return whole->magnitude; }
 
   private:
-    void begin(const FieldFile& part, const Account& account) {
+    void begin(const FieldFile& part, const Provenance& provenance) {
         whole = part.layout();
         whole->box = whole->request.lattice.box();
-        total = account;
+        total = provenance;
         total.seconds = 0;
         total.undefined = 0;
     }
@@ -92,7 +92,7 @@ class Gathering {
     std::optional<Layout> whole;
     std::vector<JoinedPart> parts;
     std::int64_t points = 0;
-    Account total;
+    Provenance total;
 };
 
 /// @throws std::runtime_error naming all files that are no parts of one field

@@ -58,18 +58,18 @@ void showRequest(const pistonfield::Request& request) {
     line("table", rows(request.rule.table, 2));
 }
 
-void showContents(const Layout& layout, const Account& account) {
+void showContents(const Layout& layout, const Provenance& provenance) {
     comment("first_point", list(layout.box.first));
     comment("points", list(layout.box.size));
     comment("slab_sizes", list(layout.slabSizes));
-    comment("undefined", account.undefined);
-    comment("complete", account.complete ? "true" : "false");
-    comment("host", std::quoted(account.host));
-    comment("started", std::quoted(account.started));
-    comment("finished", std::quoted(account.finished));
-    comment("seconds", account.seconds);
-    comment("processes", account.processes);
-    comment("peak_memory", account.peakMemory);
+    comment("undefined", provenance.undefined);
+    comment("complete", provenance.complete ? "true" : "false");
+    comment("host", std::quoted(provenance.host));
+    comment("started", std::quoted(provenance.started));
+    comment("finished", std::quoted(provenance.finished));
+    comment("seconds", provenance.seconds);
+    comment("processes", provenance.processes);
+    comment("peak_memory", provenance.peakMemory);
 }
 
 }  // namespace
@@ -80,7 +80,7 @@ int show(const ShowCommand& command) {
     if (file.joined()) static_cast<void>(PartFiles(command.file));
     std::cout << std::setprecision(digits);
     showRequest(file.layout().request);
-    showContents(file.layout(), file.account());
+    showContents(file.layout(), file.provenance());
     return 0;
 }
 

@@ -53,10 +53,10 @@ bool areWhole(const FieldFile& file, const std::string& name) {
         else if (!isAsWritten(file, record, box, values))
             ++changed;
     }
-    const bool complete = file.account().complete;
+    const bool complete = file.provenance().complete;
     std::cout << name << ": " << slabs.count() << " slabs, " << missing << " missing, " << changed
               << " changed since they were written"
-              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account"
+              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its provenance"
                                                             : "")
               << "\n";
     return missing == 0 && changed == 0 && complete;
@@ -82,7 +82,7 @@ bool arePartsWhole(const FieldFile& joined, const fs::path& path) {
         std::cout << place.string() << " " << complaint << "\n";
         whole = false;
     }
-    if (!joined.account().complete) {
+    if (!joined.provenance().complete) {
         std::cout << path.string() << " is not complete: join its parts again\n";
         whole = false;
     }

@@ -536,16 +536,16 @@ void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void*
             name + " cannot be read");
 }
 
-Account FieldFile::account() const {
-    Account account;
+Provenance FieldFile::provenance() const {
+    Provenance provenance;
     const ReadingGuard guard(name, 0);
-    readSoundly(name, [&] { account = description::readAccount(file); });
-    return account;
+    readSoundly(name, [&] { provenance = description::readProvenance(file); });
+    return provenance;
 }
 
-void FieldFile::setAccount(const Account& account) {
+void FieldFile::setProvenance(const Provenance& provenance) {
     try {
-        description::writeAccount(file, account);
+        description::writeProvenance(file, provenance);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " cannot be written: " + error.what());
     }

@@ -55,7 +55,7 @@ struct SlabRecord {
 Digest::Value digestOf(const std::vector<SlabRecord>& records);
 
 /// How a field came about.
-struct Account {
+struct Provenance {
     std::string host;
     std::string started;   ///< of the first run that worked on it; UTC, as 2026-11-21T09:30:00Z
     std::string finished;  ///< of the last one
@@ -71,9 +71,9 @@ struct Account {
 /// dataset "table".
 ///
 /// Everything but values gets its place when the file is created; from then on slabs and their
-/// entries are written where they belong, and nothing else changes but, in one page, the account.
-/// So a process may be killed at any moment: the file stays readable, and every slab with an entry
-/// is whole.
+/// entries are written where they belong, and nothing else changes but, in one page, the
+/// provenance. So a process may be killed at any moment: the file stays readable, and every slab
+/// with an entry is whole.
 ///
 /// Everything that gives the values a meaning is compared with checksums when a file is opened:
 /// HDF5's own of its structure, and a digest of what is said of the field.
@@ -119,10 +119,10 @@ class FieldFile {
     /// Copies the values of a piece to where they belong among those of a whole box.
     void readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const;
 
-    Account account() const;
-    /// Collective where the file was opened so, with the same account from all.
-    void setAccount(const Account& account);
-    /// Has the account say that not all values are there; collective likewise.
+    Provenance provenance() const;
+    /// Collective where the file was opened so, with the same provenance from all.
+    void setProvenance(const Provenance& provenance);
+    /// Has the provenance say that not all values are there; collective likewise.
     void setIncomplete();
 
     /// Closes it when everything is on the disk, so that failures are seen; collective where it was

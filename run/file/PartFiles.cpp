@@ -31,7 +31,7 @@ std::string complaintAbout(const JoinedPart& part, const FieldFile& file) {
     if (file.joined() || description::identityOf(file.layout()) != part.identity)
         return "has another request or other points than the part that was joined";
     const std::vector<SlabRecord> records = file.records();
-    if (!file.account().complete || !numbersOf(records, /*finished=*/false).empty())
+    if (!file.provenance().complete || !numbersOf(records, /*finished=*/false).empty())
         return "is not complete";
     if (digestOf(records) != part.values)
         return "has other values than the part that was joined: join the parts again";

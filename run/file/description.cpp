@@ -219,25 +219,25 @@ void read(hid_t file, Layout& layout) {
     layout.slabSizes = readThree(file, "slab_sizes");
 }
 
-void writeAccount(hid_t file, const Account& account) {
+void writeProvenance(hid_t file, const Provenance& provenance) {
     std::vector<std::pair<const char*, std::string>> changed;
     const auto change = [&](const char* name, const std::string& text) {
         if (attributes::readText(file, name) != text) changed.emplace_back(name, text);
     };
-    change("host", account.host);
-    change("started", account.started);
-    change("finished", account.finished);
+    change("host", provenance.host);
+    change("started", provenance.started);
+    change("finished", provenance.finished);
     attributes::replace(file, changed);
-    attributes::write(file, "seconds", account.seconds);
-    attributes::write(file, "processes", account.processes);
-    attributes::write(file, "peak_memory", account.peakMemory);
-    attributes::write(file, "undefined", account.undefined);
-    attributes::write(file, "complete", std::int64_t{account.complete ? 1 : 0});
+    attributes::write(file, "seconds", provenance.seconds);
+    attributes::write(file, "processes", provenance.processes);
+    attributes::write(file, "peak_memory", provenance.peakMemory);
+    attributes::write(file, "undefined", provenance.undefined);
+    attributes::write(file, "complete", std::int64_t{provenance.complete ? 1 : 0});
 }
 
 void writeIncomplete(hid_t file) { attributes::write(file, "complete", std::int64_t{0}); }
 
-Account readAccount(hid_t file) {
+Provenance readProvenance(hid_t file) {
     return {attributes::readText(file, "host"),
             attributes::readText(file, "started"),
             attributes::readText(file, "finished"),

@@ -15,7 +15,7 @@ namespace run::description {
 /// format
 void requireOurs(hid_t file, const std::string& name);
 
-/// Writes what stays as it is, and an empty account.
+/// Writes what stays as it is, and an empty provenance.
 void write(hid_t file, const Layout& layout);
 
 /// Reads all of a layout that `write` has written but what the datasets say: the sizes of the box
@@ -26,8 +26,8 @@ void read(hid_t file, Layout& layout);
 Digest::Value identityOf(const Layout& layout);
 
 /// Written again, everything stays in its place but texts, whose attributes are changed at once.
-void writeAccount(hid_t file, const Account& account);
-Account readAccount(hid_t file);
+void writeProvenance(hid_t file, const Provenance& provenance);
+Provenance readProvenance(hid_t file);
 
 /// Writes that not all values are there, in its place.
 void writeIncomplete(hid_t file);

@@ -18,9 +18,9 @@
 
 namespace {
 
-using run::Account;
 using run::FieldFile;
 using run::Layout;
+using run::Provenance;
 using run::SlabRecord;
 using run::hdf5::Dataset;
 using run::hdf5::Space;
@@ -344,9 +344,9 @@ TEST_F(FieldFiles, TakesThePlaceOfAnother) {
     expectSame(FieldFile(path, Access::read).layout(), smallLayout());
 }
 
-// --- the account
+// --- the provenance
 
-Account accountOf(char of, double seconds) {
+Provenance accountOf(char of, double seconds) {
     return {std::string(255, of),
             std::string(20, of),
             std::string(20, of),
@@ -357,7 +357,7 @@ Account accountOf(char of, double seconds) {
             0x1122334455779900 + of};
 }
 
-void expectSame(const Account& a, const Account& b) {
+void expectSame(const Provenance& a, const Provenance& b) {
     EXPECT_EQ(a.host, b.host);
     EXPECT_EQ(a.started, b.started);
     EXPECT_EQ(a.finished, b.finished);
@@ -370,19 +370,19 @@ void expectSame(const Account& a, const Account& b) {
 
 TEST_F(FieldFiles, HasNoAccountAtFirst) {
     FieldFile::create(path, smallLayout());
-    expectSame(FieldFile(path, Access::read).account(), {});
+    expectSame(FieldFile(path, Access::read).provenance(), {});
 }
 
 TEST_F(FieldFiles, KeepsItsAccount) {
-    const Account account{
+    const Provenance provenance{
         "a host", "2026-11-21T09:30:00Z", "2026-11-22T10:31:01Z", 12.5, 64, std::int64_t{1} << 40,
         true,     std::int64_t{1} << 41};
     FieldFile::create(path, smallLayout());
-    for (const Account& next : {accountOf('a', 1e300), account, Account{}}) {
+    for (const Provenance& next : {accountOf('a', 1e300), provenance, Provenance{}}) {
         FieldFile file(path, Access::write);
-        file.setAccount(next);
+        file.setProvenance(next);
         file.close();
-        expectSame(FieldFile(path, Access::read).account(), next);
+        expectSame(FieldFile(path, Access::read).provenance(), next);
     }
 }
 
@@ -394,12 +394,12 @@ TEST_F(FieldFiles, ChangeTheirFirstPageAloneWhereNoTextsChange) {
     FieldFile::create(path, smallLayout());
     const std::string before = contents(path);
     FieldFile file(path, Access::write);
-    Account account;
-    account.complete = true;
-    account.seconds = 7;
-    file.setAccount(account);
+    Provenance provenance;
+    provenance.complete = true;
+    provenance.seconds = 7;
+    file.setProvenance(provenance);
     file.setIncomplete();
-    EXPECT_FALSE(file.account().complete);
+    EXPECT_FALSE(file.provenance().complete);
     file.close();
     const std::string after = contents(path);
     ASSERT_EQ(after.size(), before.size());
@@ -423,7 +423,7 @@ TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
     FieldFile::create(path, layout);
     for (int i = 0; i < 100; ++i) {
         FieldFile file(path, Access::write);
-        file.setAccount(accountOf(static_cast<char>('a' + i % 26), i));
+        file.setProvenance(accountOf(static_cast<char>('a' + i % 26), i));
         file.close();
         haddr_t address = 0;
         const H5O_hdr_info_t info = header(path, address);
@@ -435,19 +435,19 @@ TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
 TEST_F(FieldFiles, KeepTheirValuesWhereTheirAccountIsCutShort) {
     FieldFile::create(path, smallLayout());
     FieldFile file(path, Access::write);
-    file.setAccount(accountOf('a', 1));
+    file.setProvenance(accountOf('a', 1));
     file.close();
     const std::string before = contents(path);
     {
         FieldFile again(path, Access::write);
-        again.setAccount(accountOf('b', 2));
+        again.setProvenance(accountOf('b', 2));
         again.close();
     }
     // All that was written but the page, which comes last.
     std::string bytes = contents(path);
     bytes.replace(firstPage, pageBytes, before, firstPage, pageBytes);
     setContents(path, bytes);
-    expectSame(FieldFile(path, Access::read).account(), accountOf('a', 1));
+    expectSame(FieldFile(path, Access::read).provenance(), accountOf('a', 1));
 }
 
 // --- a damaged beginning
@@ -456,7 +456,7 @@ TEST_F(FieldFiles, AreMendedByTheCopyOfTheirFirstPage) {
     FieldFile::create(path, smallLayout());
     FieldFile file(path, Access::write);
     writeAll<double>(file);
-    file.setAccount(accountOf('a', 1));
+    file.setProvenance(accountOf('a', 1));
     file.close();
     for (const std::size_t at : {std::size_t{0}, std::size_t{30}, std::size_t{600}}) {
         std::string bytes = contents(path);
@@ -465,7 +465,7 @@ TEST_F(FieldFiles, AreMendedByTheCopyOfTheirFirstPage) {
         EXPECT_THROW(FieldFile(path, Access::read), run::DamagedHead);
         EXPECT_TRUE(run::headCopy::restore(path));
         const FieldFile mended(path, Access::read);
-        EXPECT_FALSE(mended.account().complete);
+        EXPECT_FALSE(mended.provenance().complete);
         EXPECT_EQ(readPattern<double>(mended, smallLayout().box),
                   Pattern<double>(smallLayout().box));
     }

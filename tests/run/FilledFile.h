@@ -20,7 +20,7 @@ inline void createFilled(const std::filesystem::path& path, const run::Layout& l
         values.write(file, slabs.slab(i));
         file.record(i, values.record(slabs.slab(i)));
     }
-    file.setAccount({"host", "2026-11-21T09:30:00Z", "2026-11-21T09:31:00Z", 60, 3, 1000, true});
+    file.setProvenance({"host", "2026-11-21T09:30:00Z", "2026-11-21T09:31:00Z", 60, 3, 1000, true});
     file.close();
 }
 

@@ -36,8 +36,8 @@ void expectTheSameField(const std::filesystem::path& path, const run::Layout& la
     EXPECT_TRUE(file.compressed());
     EXPECT_EQ(file.layout().request, layout.request);
     EXPECT_EQ(file.layout().magnitude, layout.magnitude);
-    EXPECT_EQ(file.account().host, "host");
-    EXPECT_TRUE(file.account().complete);
+    EXPECT_EQ(file.provenance().host, "host");
+    EXPECT_TRUE(file.provenance().complete);
     EXPECT_EQ(valuesIn<T>(path), before);
     const std::vector<SlabRecord> after = file.records();
     ASSERT_EQ(after.size(), records.size());

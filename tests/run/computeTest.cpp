@@ -76,12 +76,12 @@ TEST_F(Commands, ComputeTheSameFieldWhateverTheSlabs) {
 
 TEST_F(Commands, ComputeLeavesAnAccountAndAFileForViewers) {
     compute(command);
-    const run::Account account = FieldFile(path, FieldFile::Access::read).account();
-    EXPECT_TRUE(account.complete);
-    EXPECT_EQ(account.processes, 1);
-    EXPECT_GT(account.seconds, 0);
-    EXPECT_GT(account.peakMemory, 1 << 20);
-    EXPECT_LE(account.started, account.finished);
+    const run::Provenance provenance = FieldFile(path, FieldFile::Access::read).provenance();
+    EXPECT_TRUE(provenance.complete);
+    EXPECT_EQ(provenance.processes, 1);
+    EXPECT_GT(provenance.seconds, 0);
+    EXPECT_GT(provenance.peakMemory, 1 << 20);
+    EXPECT_LE(provenance.started, provenance.finished);
     EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder.path), {}), 2);
 }
@@ -186,8 +186,8 @@ TEST_F(PartFiles, JoinIntoTheWholeField) {
     EXPECT_EQ(join({parts[2], parts[0], parts[1]}),
               path.string() + " has 140 points in 3 files, which it needs beside it\n");
     EXPECT_EQ(valuesIn<double>(path), field());
-    const run::Account account = FieldFile(path, FieldFile::Access::read).account();
-    EXPECT_TRUE(account.complete);
+    const run::Provenance provenance = FieldFile(path, FieldFile::Access::read).provenance();
+    EXPECT_TRUE(provenance.complete);
     EXPECT_TRUE(std::filesystem::exists(path.string() + ".xdmf"));
     const std::string verified = said([&] { EXPECT_EQ(run::verify({{path}}), 0); });
     for (const auto& part : parts) EXPECT_THAT(verified, testing::HasSubstr(part.string() + ": "));

@@ -26,7 +26,7 @@ from programs import PROGRAM
 PATIENCE = 120
 
 # What says how a field came about, and may be another in each run of the same request.
-ACCOUNT = {
+PROVENANCE = {
     "host",
     "started",
     "finished",
@@ -205,7 +205,7 @@ def of_the_field(seen):
     return {
         key: about[-1] if key.startswith("dataset") else about
         for key, about in seen.items()
-        if key.partition(" ")[2] not in ACCOUNT
+        if key.partition(" ")[2] not in PROVENANCE
     }
 
 
