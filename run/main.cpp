@@ -15,11 +15,11 @@
 #include "run/commands/commands.h"
 #include "run/commands/readText.h"
 #include "run/file/Hdf5.h"
-#include "run/file/limits.h"
+#include "run/file/openFiles.h"
+#include "run/formatting.h"
 #include "run/processes/Watch.h"
 #include "run/processes/agreement.h"
 #include "run/processes/streams.h"
-#include "run/texts.h"
 
 namespace {
 
@@ -94,7 +94,9 @@ std::unique_ptr<Watch> watched(const Command& command, const Ranks& ranks) {
     return watchOf(ranks);
 }
 
-void complain(const std::exception& error) { std::cerr << texts::complaint(error) << std::endl; }
+void complain(const std::exception& error) {
+    std::cerr << formatting::complaint(error) << std::endl;
+}
 
 /// Does what the words say, with all processes.
 /// @return the exit status

@@ -17,10 +17,10 @@
 #include "run/file/FieldFile.h"
 #include "run/file/FileLock.h"
 #include "run/file/xdmf.h"
+#include "run/formatting.h"
 #include "run/processes/Interruption.h"
 #include "run/processes/Worker.h"
 #include "run/processes/agreement.h"
-#include "run/texts.h"
 
 namespace run {
 
@@ -107,7 +107,7 @@ void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std
     static_cast<void>(gethostname(host.data(), host.size() - 1));
     provenance.host = host.data();
     if (provenance.started.empty()) provenance.started = started;
-    provenance.finished = texts::timeNow();
+    provenance.finished = formatting::timeNow();
     provenance.seconds += seconds;
     provenance.processes = ranks.size();
     provenance.peakMemory = std::max(provenance.peakMemory, memory);
@@ -162,7 +162,7 @@ int compute(const ComputeCommand& command, Ranks& ranks) {
     if (command.onlyEstimate) return 0;
     listenForSignals();
 
-    const std::string started = texts::timeNow();
+    const std::string started = formatting::timeNow();
     const Clock::time_point begin = Clock::now();
     std::optional<FieldFile> file;
     bool whole = false;

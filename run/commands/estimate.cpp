@@ -13,7 +13,7 @@
 #include "field/Plan.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -87,19 +87,23 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
     const auto& [x, y, z] = layout.box.size;
     const pistonfield::Plan plan(layout.request);
     const double each = secondsPerPoint(layout, plan);
-    const auto bytes = [](std::int64_t count) { return texts::bytes(static_cast<double>(count)); };
+    const auto bytes = [](std::int64_t count) {
+        return formatting::bytes(static_cast<double>(count));
+    };
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
               << nameOf(layout.request.mode) << ", order " << layout.request.rule.order << "\n"
-              << "disk    " << texts::bytes(layout.bytes()) << " in " << output.string() << ", "
-              << texts::bytes(static_cast<double>(std::filesystem::space(folder).available))
+              << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
+              << ", "
+              << formatting::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
               << "memory  about " << bytes(memoryOf(layout, plan)) << " in each process\n"
               << "time    about "
-              << texts::duration(each * static_cast<double>(missing) / processes) << " in "
+              << formatting::duration(each * static_cast<double>(missing) / processes) << " in "
               << processes << (processes == 1 ? " process" : " processes") << ", at "
-              << texts::figure(each / nano) << " ns a point, and the time that the disk takes\n";
+              << formatting::figure(each / nano)
+              << " ns a point, and the time that the disk takes\n";
     if (reachesBehind(layout))
         std::cout << "note    some points lie behind the piston, where values mean nothing\n";
     std::cout << std::flush;

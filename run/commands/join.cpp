@@ -12,7 +12,7 @@
 #include "run/file/FieldFile.h"
 #include "run/file/SlabNumbers.h"
 #include "run/file/TemporaryFile.h"
-#include "run/file/description.h"
+#include "run/file/metadata.h"
 #include "run/file/outputs.h"
 #include "run/file/xdmf.h"
 
@@ -47,8 +47,8 @@ class Gathering {
         for (const JoinedPart& other : parts)
             if (overlap(other.box, part.layout().box))
                 throw std::runtime_error(name + " overlaps with " + other.file);
-        parts.push_back({relative, part.layout().box, description::identityOf(part.layout()),
-                         digestOf(records)});
+        parts.push_back(
+            {relative, part.layout().box, metadata::identityOf(part.layout()), digestOf(records)});
         points += part.layout().box.points();
         total.started = std::min(total.started, provenance.started);
         total.finished = std::max(total.finished, provenance.finished);

@@ -18,7 +18,7 @@
 #include "run/file/headCopy.h"
 #include "run/file/outputs.h"
 #include "run/file/xdmf.h"
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -42,8 +42,9 @@ void reserve(const std::filesystem::path& path) {
     if (error == EOPNOTSUPP || error == EINTR) error = 0;
     if (error == 0 && fdatasync(file) != 0) error = errno;
     if (error != 0)
-        failWith(path.string() + " has no room for its " + texts::bytes(static_cast<double>(size)),
-                 error);
+        failWith(
+            path.string() + " has no room for its " + formatting::bytes(static_cast<double>(size)),
+            error);
 }
 
 /// Creates the output, all at once: whatever happens, it is there as a whole or not at all.
@@ -69,8 +70,9 @@ void requireRoom(const ComputeCommand& command, const Layout& layout) {
     const auto free = static_cast<double>(std::filesystem::space(folder).available);
     if (layout.bytes() > free)
         throw std::runtime_error(command.output.string() + " has no room for its " +
-                                 texts::bytes(layout.bytes()) + ": " + texts::bytes(free) +
-                                 " are free, " + texts::bytes(layout.bytes() - free) + " too few");
+                                 formatting::bytes(layout.bytes()) + ": " +
+                                 formatting::bytes(free) + " are free, " +
+                                 formatting::bytes(layout.bytes() - free) + " too few");
 }
 
 std::optional<FileLock> begin(const ComputeCommand& command, int processes) {

@@ -16,8 +16,8 @@
 #include "run/file/PartFiles.h"
 #include "run/file/SlabValues.h"
 #include "run/file/outputs.h"
+#include "run/formatting.h"
 #include "run/processes/Progress.h"
-#include "run/texts.h"
 
 namespace run {
 
@@ -95,7 +95,7 @@ bool isWhole(const fs::path& path) {
         const FieldFile file(path, FieldFile::Access::read);
         return file.joined() ? arePartsWhole(file, path) : areWhole(file, path.string());
     } catch (const std::exception& error) {
-        std::cerr << texts::complaint(error) << std::endl;
+        std::cerr << formatting::complaint(error) << std::endl;
         return false;
     }
 }
@@ -118,7 +118,7 @@ bool isWholeToAnother(const fs::path& path) {
     if (!WIFSIGNALED(status)) return WEXITSTATUS(status) == 0;
     const std::runtime_error death(path.string() + " is damaged: reading it ended by " +
                                    strsignal(WTERMSIG(status)));
-    std::cerr << texts::complaint(death) << std::endl;
+    std::cerr << formatting::complaint(death) << std::endl;
     return false;
 }
 

@@ -13,8 +13,8 @@
 
 #include "run/file/Descriptor.h"
 #include "run/file/ReadingGuard.h"
-#include "run/file/description.h"
 #include "run/file/headCopy.h"
+#include "run/file/metadata.h"
 #include "run/requestNames.h"
 
 namespace run {
@@ -196,7 +196,7 @@ File createFile(const std::filesystem::path& path, std::string_view head) {
 
 /// Ends the creation of a file.
 void finish(File& file, const std::filesystem::path& path) {
-    description::seal(file);
+    metadata::seal(file);
     file.reset(path.string() + " cannot be written");
 }
 
@@ -378,10 +378,10 @@ Digest::Value digestOf(const std::vector<SlabRecord>& records) {
 void FieldFile::create(const std::filesystem::path& path, const Layout& layout, int deflate,
                        std::string_view head) {
     File file = createFile(path, head);
-    description::write(file, layout);
+    metadata::write(file, layout);
     const Space points = spaceOf(layout.box.size);
     const Properties chunks = chunkProperties(layout, deflate);
-    const Digest::Value identity = description::identityOf(layout);
+    const Digest::Value identity = metadata::identityOf(layout);
     const auto create = [&](const char* name, hid_t type) {
         createDataset(file, name, type, points, chunks);
         checked(H5Lcreate_soft((std::string("/") + name).c_str(), file,
@@ -403,7 +403,7 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
 void FieldFile::createJoined(const std::filesystem::path& path, const Layout& layout,
                              const std::vector<JoinedPart>& parts, std::string_view head) {
     File file = createFile(path, head);
-    description::write(file, layout);
+    metadata::write(file, layout);
     joinedParts::write(file, parts);
     const Space points = spaceOf(layout.box.size);
     const auto create = [&](const char* name, hid_t type, const void* missing) {
@@ -440,15 +440,15 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
 }
 
 void FieldFile::openContents() {
-    description::requireOurs(file, name);
+    metadata::requireOurs(file, name);
     readSoundly(name, [this] {
         pressure = openDataset(file, pressureName);
-        description::read(file, contents);
+        metadata::read(file, contents);
         valueType = complexType(contents.request.inSingle());
         contents.box.size = sizesOf(pressure, valueType, pressureName);
         contents.magnitude = exists(file, magnitudeName);
         requireSound(contents);
-        description::requireSealed(file, contents);
+        metadata::requireSealed(file, contents);
         if (contents.magnitude) {
             magnitude = openDataset(file, magnitudeName);
             if (sizesOf(magnitude, H5T_IEEE_F32LE, magnitudeName) != contents.box.size)
@@ -476,7 +476,7 @@ std::vector<SlabRecord> FieldFile::records() const {
     const ReadingGuard guard(name, static_cast<std::int64_t>(stored.size() * sizeof(Entry)));
     checked(H5Dread(entries, entryType(), H5S_ALL, H5S_ALL, H5P_DEFAULT, stored.data()),
             name + ": the slabs' entries cannot be read");
-    const Digest::Value identity = description::identityOf(contents);
+    const Digest::Value identity = metadata::identityOf(contents);
     std::vector<SlabRecord> records;
     records.reserve(stored.size());
     for (const Entry& entry : stored) {
@@ -495,7 +495,7 @@ void FieldFile::record(std::int64_t slab, const SlabRecord& record) {
     Entry entry;
     if (record.finished) {
         entry = {record.checksum, 0, record.undefined, 1};
-        entry.seal = sealOf(entry, slab, description::identityOf(contents));
+        entry.seal = sealOf(entry, slab, metadata::identityOf(contents));
     }
     const auto at = static_cast<hsize_t>(slab);
     const hsize_t one = 1;
@@ -539,23 +539,23 @@ void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void*
 Provenance FieldFile::provenance() const {
     Provenance provenance;
     const ReadingGuard guard(name, 0);
-    readSoundly(name, [&] { provenance = description::readProvenance(file); });
+    readSoundly(name, [&] { provenance = metadata::readProvenance(file); });
     return provenance;
 }
 
 void FieldFile::setProvenance(const Provenance& provenance) {
     try {
-        description::writeProvenance(file, provenance);
+        metadata::writeProvenance(file, provenance);
     } catch (const std::runtime_error& error) {
         throw std::runtime_error(name + " cannot be written: " + error.what());
     }
-    description::seal(file);
+    metadata::seal(file);
     checked(H5Fflush(file, H5F_SCOPE_GLOBAL), name + " cannot be written");
 }
 
 void FieldFile::setIncomplete() {
-    description::writeIncomplete(file);
-    description::seal(file);
+    metadata::writeIncomplete(file);
+    metadata::seal(file);
     checked(H5Fflush(file, H5F_SCOPE_GLOBAL), name + " cannot be written");
 }
 

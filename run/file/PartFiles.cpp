@@ -7,8 +7,8 @@
 #include <string>
 
 #include "run/file/SlabNumbers.h"
-#include "run/file/description.h"
-#include "run/file/limits.h"
+#include "run/file/metadata.h"
+#include "run/file/openFiles.h"
 #include "run/file/outputs.h"
 
 namespace run {
@@ -28,7 +28,7 @@ LatticeBox common(const LatticeBox& a, const LatticeBox& b) {
 }  // namespace
 
 std::string complaintAbout(const JoinedPart& part, const FieldFile& file) {
-    if (file.joined() || description::identityOf(file.layout()) != part.identity)
+    if (file.joined() || metadata::identityOf(file.layout()) != part.identity)
         return "has another request or other points than the part that was joined";
     const std::vector<SlabRecord> records = file.records();
     if (!file.provenance().complete || !numbersOf(records, /*finished=*/false).empty())

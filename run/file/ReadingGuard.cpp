@@ -8,7 +8,7 @@
 #include <string_view>
 #include <utility>
 
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -64,7 +64,7 @@ itimerval timeFor(std::int64_t bytes) {
 }  // namespace
 
 ReadingGuard::ReadingGuard(const std::string& file, std::optional<std::int64_t> bytes)
-    : line(texts::complaint(std::runtime_error(file + " is damaged: reading it "))),
+    : line(formatting::complaint(std::runtime_error(file + " is damaged: reading it "))),
       outerLine(std::exchange(theLine, &line)) {
     stack_t stack{};
     stack.ss_sp = handlersStack.data();

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -47,7 +47,7 @@ SlabValues::SlabValues(const Layout& layout)
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("there is not enough memory for a slab of " +
                                  std::to_string(points) + " points, which takes " +
-                                 texts::bytes(static_cast<double>(layout.slabBytes())) +
+                                 formatting::bytes(static_cast<double>(layout.slabBytes())) +
                                  ": begin the field with a smaller --slab");
     }
 }

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <utility>
 
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -42,9 +42,9 @@ void Progress::show(Clock::time_point now) {
     // Rounded down: 100 % is the whole field.
     std::string line = "pistonfield-run: " + work + " " +
                        std::to_string(static_cast<int>(std::floor(100 * share))) + " %, " +
-                       texts::count(rate) + " points/s, ";
-    line += done < total ? texts::duration(static_cast<double>(total - done) / rate) + " left"
-                         : texts::duration(seconds);
+                       formatting::count(rate) + " points/s, ";
+    line += done < total ? formatting::duration(static_cast<double>(total - done) / rate) + " left"
+                         : formatting::duration(seconds);
     // Over what a longer line left.
     if (terminal)
         static_cast<void>(std::fprintf(stderr, "\r%-79s", line.c_str()));

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "run/texts.h"
+#include "run/formatting.h"
 
 namespace run {
 
@@ -89,7 +89,7 @@ void Ranks::together(const std::function<void()>& work) const {
     try {
         work();
     } catch (const std::exception& error) {
-        failure = texts::reason(error);
+        failure = formatting::reason(error);
     }
     agree(failure);
 }

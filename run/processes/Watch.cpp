@@ -8,8 +8,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include "run/formatting.h"
 #include "run/numbers.h"
-#include "run/texts.h"
 
 namespace run {
 
@@ -72,7 +72,7 @@ std::string Silence::news(Clock::time_point now) {
         silent.push_back(other.name);
     }
     if (silent.empty()) return "";
-    return "nothing was heard for " + texts::duration(Seconds(longest).count()) + " of " +
+    return "nothing was heard for " + formatting::duration(Seconds(longest).count()) + " of " +
            list(silent) + "; the run waits for " + (silent.size() == 1 ? "it" : "them");
 }
 

@@ -10,9 +10,9 @@
 #include <utility>
 
 #include "field/Plan.h"
+#include "run/formatting.h"
 #include "run/processes/Interruption.h"
 #include "run/processes/Progress.h"
-#include "run/texts.h"
 
 namespace run {
 
@@ -99,7 +99,7 @@ void Worker::workOn(const char* what, const SlabNumbers& numbers,
         }
         last();
     } catch (const std::exception& error) {
-        messages.tellFailure(texts::reason(error));
+        messages.tellFailure(formatting::reason(error));
     }
     const std::optional<std::string> failure = messages.finish();
     progress.reset();

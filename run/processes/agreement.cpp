@@ -20,7 +20,7 @@
 #include <utility>
 
 #include "run/file/Descriptor.h"
-#include "run/file/limits.h"
+#include "run/file/openFiles.h"
 #include "run/file/outputs.h"
 
 namespace run {

@@ -9,8 +9,8 @@
 #include <cmath>
 #include <cstring>
 
-#include "run/file/description.h"
 #include "run/file/headCopy.h"
+#include "run/file/metadata.h"
 #include "tests/run/FieldFiles.h"
 #include "tests/run/NoMoreFiles.h"
 #include "tests/support/RandomPoints.h"
@@ -527,7 +527,7 @@ struct JoinedFiles : FieldFiles {
             FieldFile file(folder / name, Access::write);
             writeAll<double>(file);
             file.close();
-            parts.push_back({name, part.box, run::description::identityOf(part), {}});
+            parts.push_back({name, part.box, run::metadata::identityOf(part), {}});
         }
         FieldFile::createJoined(path, layout, parts);
     }

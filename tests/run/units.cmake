@@ -19,6 +19,6 @@ pistonfield_test(run_test
   launcherTest.cpp
   numbersTest.cpp
   slabsTest.cpp
-  textsTest.cpp
+  formattingTest.cpp
   xdmfTest.cpp)
 target_link_libraries(run_test PRIVATE pistonfield_run_parts PkgConfig::XXHASH)

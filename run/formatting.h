@@ -7,7 +7,7 @@
 #include <string>
 
 /// Figures as people read them.
-namespace run::texts {
+namespace run::formatting {
 
 /// "12 s", "3 min 20 s", "2 h 05 min", "4 d 07 h"
 std::string duration(double seconds);
@@ -30,4 +30,4 @@ std::string complaint(const std::exception& failure);
 /// The time now in UTC, as 2026-11-21T09:30:00Z.
 std::string timeNow();
 
-}  // namespace run::texts
+}  // namespace run::formatting

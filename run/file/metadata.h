@@ -9,7 +9,7 @@
 /// What a file says of its field: the request, conventions, and how it came about, as attributes of
 /// the root; a table is the dataset "table". All throw std::runtime_error naming what is not there
 /// or not as it is written.
-namespace run::description {
+namespace run::metadata {
 
 /// @throws std::runtime_error naming the file where it is none of this program, or of another
 /// format
@@ -39,4 +39,4 @@ void seal(hid_t file);
 /// identity is not that of the layout
 void requireSealed(hid_t file, const Layout& layout);
 
-}  // namespace run::description
+}  // namespace run::metadata

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/file/description.h"
+#include "run/file/metadata.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +16,7 @@
 #include "run/file/joinedParts.h"
 #include "run/file/revision.h"
 
-namespace run::description {
+namespace run::metadata {
 
 using hdf5::checked;
 using hdf5::Dataset;
@@ -261,4 +261,4 @@ void requireSealed(hid_t file, const Layout& layout) {
             "what it says of its field is not what this program has written there");
 }
 
-}  // namespace run::description
+}  // namespace run::metadata

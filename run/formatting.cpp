@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/texts.h"
+#include "run/formatting.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 #include <ctime>
 #include <new>
 
-namespace run::texts {
+namespace run::formatting {
 
 namespace {
 
@@ -100,4 +100,4 @@ std::string timeNow() {
     return text.data();
 }
 
-}  // namespace run::texts
+}  // namespace run::formatting

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "run/file/limits.h"
+#include "run/file/openFiles.h"
 
 #include <sys/resource.h>
 
