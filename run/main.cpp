@@ -61,7 +61,7 @@ bool isForOne(const Command& command) {
 }
 
 /// @throws std::runtime_error where there are other processes than the command is for
-void requireTeam(const Command& command, const Launch& launch, const Ranks& ranks) {
+void requireRanks(const Command& command, const Launch& launch, const Ranks& ranks) {
     if (std::holds_alternative<Answer>(command)) return;
     if (!isForOne(command)) return requireAll(launch, ranks.size());
     ranks.together([&] {
@@ -105,7 +105,7 @@ int execute(const Words& words, const Launch& launch, Ranks& ranks) {
     std::unique_ptr<Watch> watch;
     try {
         const Command command = commandOf(words, ranks);
-        requireTeam(command, launch, ranks);
+        requireRanks(command, launch, ranks);
         ranks.together([&] { chooseThreads(command, launch); });
         watch = watched(command, ranks);
         const int status = std::visit(Executor{ranks}, command);

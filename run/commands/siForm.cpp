@@ -144,7 +144,7 @@ Grid gridOfTransform(const Given& given) {
 }
 
 /// From [first, step, count] along x, y and z, or one number where there is one coordinate. Its
-/// step is of no provenance, and 1 as pistonfield_grid has it.
+/// step is of no account, and 1 as pistonfield_grid has it.
 Grid gridOfAxes(const Given& given) {
     Grid grid;
     std::size_t i = 0;

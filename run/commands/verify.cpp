@@ -56,7 +56,7 @@ bool areWhole(const FieldFile& file, const std::string& name) {
     const bool complete = file.provenance().complete;
     std::cout << name << ": " << slabs.count() << " slabs, " << missing << " missing, " << changed
               << " changed since they were written"
-              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its provenance"
+              << (missing == 0 && changed == 0 && !complete ? "; --resume completes its account"
                                                             : "")
               << "\n";
     return missing == 0 && changed == 0 && complete;

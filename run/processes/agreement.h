@@ -9,7 +9,7 @@
 #include "run/processes/Ranks.h"
 
 /// What the processes of a run need to have in common, so that none waits for another one for ever.
-/// What is required and is not so is an `CollectiveFailure`, which names a process that differs and
+/// What is required and is not so is a `CollectiveFailure`, which names a process that differs and
 /// its machine.
 namespace run {
 

@@ -74,7 +74,7 @@ TESTS = {
     "lanes/pipelined.h": LANES,
 }
 # What runs as a program of its own is tried by scripts, which take too long for every mutant.
-TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").glob("*.cpp"))
+TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").rglob("*.cpp"))
           if file.name != "main.cpp"}
 
 
