@@ -26,7 +26,7 @@ template <class V>
 struct Mathematics {
     using Scalar = Element<V>;
     using Reals = V;
-    using Angle = lanes::ReducedAngle<V>;
+    using Angle = lanes::ReducedAngles<V>;
 
     [[gnu::always_inline]] static V squareRoot(V v) { return lanes::squareRoot(v); }
     [[gnu::always_inline]] static Angle reduceAngle(V angle) { return lanes::reduceAngle(angle); }

@@ -116,7 +116,7 @@ class Integrand {
         Packs<V, count> perD;
     };
     struct Reduced {
-        Packs<lanes::ReducedAngle<Function>, count> angle;
+        Packs<lanes::ReducedAngles<Function>, count> angle;
         Packs<V, count> perD;
     };
 
@@ -139,12 +139,12 @@ class Integrand {
     /// Without the check of the range.
     [[gnu::always_inline]] static Reduced reduced(const Angles& at) {
         if constexpr (same<Without, SinCos>)
-            return {each<lanes::ReducedAngle<Function>, count>([&](int i) {
-                        return lanes::ReducedAngle<Function>{at.angle.pack[i], {}};
+            return {each<lanes::ReducedAngles<Function>, count>([&](int i) {
+                        return lanes::ReducedAngles<Function>{at.angle.pack[i], {}};
                     }),
                     at.perD};
         else
-            return {each<lanes::ReducedAngle<Function>, count>(
+            return {each<lanes::ReducedAngles<Function>, count>(
                         [&](int i) { return lanes::detail::fastReduction(at.angle.pack[i]); }),
                     at.perD};
     }

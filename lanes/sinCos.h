@@ -19,7 +19,7 @@ struct SinCos {
 
 /// An angle less the nearest multiple of pi/2, and that multiple (its low bits at least).
 template <class V>
-struct ReducedAngle {
+struct ReducedAngles {
     V rest;
     Mask<V> quadrant;
 };
@@ -43,7 +43,7 @@ inline constexpr Element<V> reducible = sizeof(Element<V>) == 4
 /// Elementary Functions, Prentice-Hall 1980). Fused, the two parts are full precision; where
 /// products round, doubles take three parts of 33 bits and floats the detour over double.
 template <class V>
-[[gnu::always_inline]] inline ReducedAngle<V> fastReduction(V x) {
+[[gnu::always_inline]] inline ReducedAngles<V> fastReduction(V x) {
     using T = Element<V>;
     constexpr auto twoOverPi = static_cast<T>(0x1.45f306dc9c883p-1);
     const V shifted = multiplyAdd(x, broadcast<V>(twoOverPi), broadcast<V>(roundingShift<T>));
@@ -71,8 +71,8 @@ template <class V>
 /// For packs with angles beyond `reducible`. The other lanes have the same result as ever: a lane's
 /// value must not depend on its neighbours.
 template <class V>
-[[gnu::noinline, gnu::cold]] ReducedAngle<V> mixedReduction(V x) {
-    ReducedAngle<V> result = fastReduction(x);
+[[gnu::noinline, gnu::cold]] ReducedAngles<V> mixedReduction(V x) {
+    ReducedAngles<V> result = fastReduction(x);
     const Mask<V> beyond = absolute(x) > reducible<V>;
     for (int i = 0; i < widthOf<V>; ++i) {
         if (beyond[i] == 0) continue;
@@ -124,7 +124,7 @@ template <class V>
 /// `detail::reducible`: 2^20 in floats and 2^30 in doubles where multiplications fuse, else 2^17
 /// and 2^20. The rest is what `sinCos` needs for its bound.
 template <class V>
-[[gnu::always_inline]] inline ReducedAngle<V> reduceAngle(V angle) {
+[[gnu::always_inline]] inline ReducedAngles<V> reduceAngle(V angle) {
     // An infinity or a NaN has the rest NaN by either way.
     if (anyBeyond(angle, detail::reducible<V>)) [[unlikely]]
         return detail::mixedReduction(angle);
@@ -136,7 +136,7 @@ template <class V>
 /// pi/2 the small one of the two is no better than that, but a tiny angle (u/8 and less) is its own
 /// sine. The sine is odd and the cosine even in every bit; of a rest of NaN both are NaN.
 template <class V>
-[[gnu::always_inline]] inline SinCos<V> sinCos(const ReducedAngle<V>& angle) {
+[[gnu::always_inline]] inline SinCos<V> sinCos(const ReducedAngles<V>& angle) {
     using Bits = Mask<V>;
     constexpr int signBit = sizeof(Element<V>) * 8 - 1;
     const auto& [r, quadrant] = angle;

@@ -156,7 +156,7 @@ template <class V>
 /// An angle as the single-precision functions take it.
 template <class V>
 struct ReducedAngle {
-    lanes::ReducedAngle<decltype(toFloats(V{}))> value;
+    lanes::ReducedAngles<decltype(toFloats(V{}))> value;
 };
 
 template <class V>
