@@ -26,11 +26,12 @@
 /// with as many as `pistonfield::threadCount` of parallel/threads.h says, and the bits do not
 /// depend on that.
 ///
-/// A program that wants the field calls `computeBox`, which needs neither a device nor a rule on
-/// it, and prints nothing. With `useCuda` set, as it is at first, `compute` works on the GPU, as
-/// `computeCuda` always does: in the context that is there, by the rule that was uploaded to it,
-/// and not by the piston's own rules. Neither function uploads one. Without a rule **every value is
-/// 0**, and nothing tells that from success. So the lines for a field on the GPU are
+/// A program that wants a field makes a `pistonfield::Plan` (field/Plan.h). `computeBox` needs
+/// neither a device nor a rule on it either, and prints nothing. With `useCuda` set, as it is at
+/// first, `compute` works on the GPU, as `computeCuda` always does: in the context that is there,
+/// by the rule that was uploaded to it, and not by the piston's own rules. Neither function uploads
+/// one. Without a rule **every value is 0**, and nothing tells that from success. So the lines for
+/// a field on the GPU are
 ///
 ///     const CudaDeviceThread device;                             // core/cudahelper.h
 ///     setCudaIntegratorParameters("RectangularPiston", order);   // FastNearfield/IntegratorCuda.h

@@ -24,10 +24,10 @@
 #include "bench/Fields.h"
 #include "bench/Limit.h"
 #include "bench/Reference.h"
-#include "core/SilentOutput.h"
 #include "core/cudahelper.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
+#include "tests/support/SilentOutput.h"
 
 namespace {
 

@@ -3,8 +3,9 @@
 #include "capi/pistonfield.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
-#include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -93,7 +94,7 @@ Request requestOf(const pistonfield_request& given) {
     std::copy(std::begin(given.sizes), std::end(given.sizes), request.lattice.sizes.begin());
     request.mode = requiredMode(given.mode);
     request.rule.order = given.order;
-    // A table has as many numbers as the order says, which is then one that can be.
+    // The order says how many numbers the table has, and so is checked before they are read.
     check(request);
     if (given.table != nullptr)
         request.rule.table.assign(given.table, given.table + 2 * std::ptrdiff_t{given.order});
@@ -179,7 +180,7 @@ pistonfield_status compute(const pistonfield_plan* given, const pistonfield_box*
         const Plan& plan = required(given, "plan").plan;
         const LatticeBox box = boxOf(givenBox);
         // Refuses a box beyond the lattice, whose points may have no number.
-        static_cast<void>(plan.cost(box));
+        plan.require(box);
         const Destination<T> destination = destinationOf(re, im, stride, box.points());
         plan.compute(box, destination, Watched(conduct).get());
     });

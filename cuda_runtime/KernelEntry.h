@@ -22,19 +22,22 @@ class KernelEntry {
     const void* address() const noexcept { return entry; }
 
     /// Configures the call and, when that succeeds, passes the arguments in declaration order and
-    /// launches. A failure is left to the runtime's last error; a failing argument ends the entry
-    /// without a launch.
-    void launch(dim3 grid, dim3 block, Parameters... arguments) const {
-        if (cudaConfigureCall(grid, block, 0, 0) != cudaSuccess) return;
+    /// launches. A failing argument ends the entry without a launch.
+    /// @return the first failure, which is also the runtime's last error
+    cudaError_t launch(dim3 grid, dim3 block, Parameters... arguments) const {
+        cudaError_t status = cudaConfigureCall(grid, block, 0, 0);
+        if (status != cudaSuccess) return status;
         ArgumentLayout layout(sizeof(void*));
-        if ((pass(layout, arguments) && ...)) static_cast<void>(cudaLaunch(entry));
+        if (((status = pass(layout, arguments), status == cudaSuccess) && ...))
+            status = cudaLaunch(entry);
+        return status;
     }
 
   private:
     template <class T>
-    static bool pass(ArgumentLayout& layout, const T& argument) {
+    static cudaError_t pass(ArgumentLayout& layout, const T& argument) {
         constexpr ParameterKind kind = ParameterKind::of<T>();
-        return cudaSetupArgument(&argument, kind.valueBytes, layout.place(kind)) == cudaSuccess;
+        return cudaSetupArgument(&argument, kind.valueBytes, layout.place(kind));
     }
 
     const void* entry;

@@ -3,6 +3,7 @@
 #include "field/DeviceThread.h"
 
 #include <string>
+#include <system_error>
 #include <utility>
 
 #include "core/cudahelper.h"
@@ -19,8 +20,6 @@ std::mutex& deviceInUse() {
 }
 
 void bringUp() {
-    // A failure that was left behind by somebody else is not this thread's.
-    static_cast<void>(cuda_runtime::cudaGetLastError());
     requireSuccess(cuda_runtime::cudaSetDevice(chooseDeviceSilently()), "cudaSetDevice");
     requireSuccess(cuda_runtime::cudaFree(nullptr), "creating a context");
     requireSuccess(cuda_runtime::cudaThreadSynchronize(), "cudaThreadSynchronize");
@@ -35,9 +34,11 @@ void requireSuccess(cuda_runtime::cudaError_t status, const char* operation) {
 }
 
 DeviceThread::DeviceThread() {
-    {
+    try {
         const SignalsBlocked blocked;
         thread = std::thread([this] { serve(); });
+    } catch (const std::system_error& error) {
+        throw DeviceFailure(std::string("starting the device's thread: ") + error.what());
     }
     try {
         run(bringUp);

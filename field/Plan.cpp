@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -100,8 +101,10 @@ Plan::~Plan() = default;
 
 const Request& Plan::request() const noexcept { return parts->request; }
 
+void Plan::require(const LatticeBox& box) const { requireWithin(box, parts->request.lattice); }
+
 Cost Plan::cost(const LatticeBox& box) const {
-    requireWithin(box, parts->request.lattice);
+    require(box);
     return std::visit(
         [&](const auto& engine) {
             constexpr double edges = 4;
@@ -115,7 +118,7 @@ Cost Plan::cost(const LatticeBox& box) const {
 template <class T>
 void Plan::compute(const LatticeBox& box, const Destination<T>& destination,
                    const Conduct& conduct) const {
-    requireWithin(box, parts->request.lattice);
+    require(box);
     std::visit(
         [&](const auto& engine) { pistonfield::compute(*engine, box, destination, conduct); },
         parts->engine);

@@ -66,9 +66,10 @@ struct Cost {
 /// Computes the field of a request, box by box.
 ///
 /// A point's bits depend neither on the box that it is in nor on the threads nor on the caller. A
-/// plan prints nothing, and neither reads nor leaves anything in the process but itself; any
-/// threads may use it at the same time. On a GPU it brings up the device, with a context and a
-/// rule of its own, for as long as it exists.
+/// plan prints nothing and, but for the number of threads that it asks `threadCount` for, neither
+/// reads nor leaves anything in the process but itself; any threads may use it at the same time. On
+/// the emulation device the launchers are not used beside a plan of a GPU mode. On a GPU it brings
+/// up the device, with a context and a rule of its own, for as long as it exists.
 class Plan {
   public:
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
@@ -78,6 +79,9 @@ class Plan {
     ~Plan();
 
     const Request& request() const noexcept;
+
+    /// @throws std::out_of_range unless the box lies within the lattice
+    void require(const LatticeBox& box) const;
 
     /// What `compute` takes for a box in the precision of the mode. In the other one it takes up to
     /// 16 MB more of the process's memory.

@@ -60,7 +60,7 @@ function info = pistonfield_request(file, piston, grid, varargin)
   caller = 'pistonfield_request';
   require(nargin >= 3, caller, 'arguments', 'give a file, a piston, a grid and the frequency');
   require_module(caller);
-  require(ischar(file) && isrow(file), caller, 'file', 'file must be the name of a file');
+  require(ischar(file) && isrow(file) && ~isempty(file), caller, 'file', 'file must be the name of a file');
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin, struct('overwrite', false));
@@ -142,13 +142,24 @@ function text = number(value)
   end
 end
 
+% Beside the file first, so that what exists is replaced by a whole one alone.
 function write_text(caller, file, text)
-  [id, reason] = fopen(file, 'w');
+  new = [file, '.new'];
+  require(~is_there(new), caller, 'file', '%s exists: remove it first', new);
+  [id, reason] = fopen(new, 'w');
   require(id >= 0, caller, 'file', '%s cannot be written: %s', file, reason);
   written = fwrite(id, text);
   closed = fclose(id);
-  require(written == numel(text) && closed == 0, caller, 'file', ...
-          '%s could not be written to its end', file);
+  whole = written == numel(text) && closed == 0;
+  if whole
+    [whole, reason] = movefile(new, file, 'f');
+  else
+    reason = 'it could not be written to its end';
+  end
+  if ~whole
+    delete(new);
+  end
+  require(whole, caller, 'file', '%s cannot be written: %s', file, reason);
 end
 
 %!shared folder, file, piston, grid, wave

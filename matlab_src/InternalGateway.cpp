@@ -94,7 +94,7 @@ host::Array* fieldFor(Arguments arguments) {
         static_cast<unsigned>(wholeWithin(0, mostThreads, arguments[10], "threads")));
 
     const Plan plan(request);
-    static_cast<void>(plan.cost(box));  // refuses the box before there is a result of its size
+    plan.require(box);  // before there is a result of its size
     const auto size = [&box](std::size_t i) { return static_cast<std::size_t>(box.size[i]); };
     host::Array* const result = host::createResult(size(0), size(1), size(2));
     plan.compute(box,

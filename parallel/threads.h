@@ -19,9 +19,8 @@ bool threadsAreChosen() noexcept;
 
 /// The most threads of a computation on the CPU: as `useThreads` says; else as the environment
 /// variable PISTONFIELD_THREADS says; else one for each processor core that the process may use.
-/// @throws std::runtime_error where the variable is no whole number from 1 to `mostThreads`; empty
-/// it
-///     counts as not there
+/// @throws std::runtime_error where the variable is no whole number from 1 to `mostThreads`; an
+///     empty one counts as not there
 unsigned threadCount();
 
 /// Does a work on all numbers from 0 to less than `count`, in several threads.
@@ -32,9 +31,8 @@ unsigned threadCount();
 /// @param piece   how many numbers are worth a turn, 1 or more
 /// @param threads the most, 1 or more; the caller's is one of them
 /// @param work    does it for the numbers from `first` to less than `last`
-/// @throws what `work` has thrown first, or std::bad_alloc where a helper finds no memory; then
-/// some
-///     pieces may be left undone
+/// @throws what `work` has thrown first, or std::bad_alloc where a helper finds no memory; some
+///     pieces may then be left undone
 void inParallel(std::int64_t count, std::int64_t piece, unsigned threads,
                 const std::function<void(std::int64_t first, std::int64_t last)>& work);
 

@@ -101,10 +101,6 @@ class Emulator {
     cudaError_t getLastError();
 
   private:
-    template <class... Arguments>
-    bool intercepted(cudaError_t& status, Operation operation, const char* name,
-                     const Arguments&... arguments);
-    cudaError_t remember(cudaError_t status) noexcept;
     /// A block of device memory.
     struct Block {
         std::size_t bytes;
@@ -115,6 +111,10 @@ class Emulator {
         std::thread::id writer{};
     };
 
+    template <class... Arguments>
+    bool intercepted(cudaError_t& status, Operation operation, const char* name,
+                     const Arguments&... arguments);
+    cudaError_t remember(cudaError_t status) noexcept;
     cudaError_t enterContext();
     void endContext(std::thread::id owner) noexcept;
     bool isDeviceRange(const void* address, std::size_t bytes) const;

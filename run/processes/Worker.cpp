@@ -3,7 +3,6 @@
 #include "run/processes/Worker.h"
 
 #include <future>
-#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>

@@ -13,13 +13,13 @@
 #include "FastNearfield/IntegratorCuda.h"
 #include "FastNearfield/RectangularPistonCuda.h"
 #include "core/ErrorHandler.h"
-#include "core/SilentOutput.h"
 #include "core/cudahelper.h"
 #include "field/Plan.h"
 #include "tests/field/smallRequest.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EmulatedDevices.h"
 #include "tests/support/Refused.h"
+#include "tests/support/SilentOutput.h"
 
 namespace {
 

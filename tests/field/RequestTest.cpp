@@ -13,7 +13,6 @@
 namespace {
 
 using pistonfield::Mode;
-
 using pistonfield::Request;
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();

@@ -4,11 +4,11 @@
 // Each allocation of a call in turn finds no memory, alone and with all that follow it.
 #include <cstdio>
 
-#include "core/SilentOutput.h"
 #include "cuda_runtime/emulated/Emulator.h"
 #include "parallel/threads.h"
 #include "tests/matlab_src/GatewayTest.h"
 #include "tests/matlab_src/HeapAccount.h"
+#include "tests/support/SilentOutput.h"
 
 using cuda_runtime::emulated::emulator;
 using heap::FailingAllocation;

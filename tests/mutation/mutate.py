@@ -76,6 +76,8 @@ TESTS = {
 # What runs as a program of its own is tried by scripts, which take too long for every mutant.
 TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").rglob("*.cpp"))
           if file.name != "main.cpp"}
+TESTS |= {str(file.relative_to(ROOT)): ["field/field_test"]
+          for file in sorted((ROOT / "field").glob("*.cpp"))}
 
 
 def limit_resources():

@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "ModeField.h"
 
-#include "core/SilentOutput.h"
 #include "matlab_src/Gateway.h"
 #include "support/RoundingBounds.h"
 #include "tests/matlab_src/SubstituteHost.h"
+#include "tests/support/SilentOutput.h"
 
 double roundingBound(Mode mode) {
     const double units = mode == Mode::cuda     ? roundingbounds::singleKernels
