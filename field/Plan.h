@@ -74,8 +74,10 @@ class Plan {
   public:
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
     explicit Plan(Request request);
-    Plan(Plan&&) noexcept;
-    Plan& operator=(Plan&&) noexcept;
+    Plan(const Plan&) = delete;
+    Plan& operator=(const Plan&) = delete;
+    Plan(Plan&& other) noexcept;
+    Plan& operator=(Plan&& other) noexcept;
     ~Plan();
 
     const Request& request() const noexcept;
