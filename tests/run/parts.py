@@ -79,9 +79,10 @@ class PartsTest(ProgramTest):
             return lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (files, files))
 
         few = limited_to(12)
-        for words in (["show", "field.h5"], ["verify", "field.h5"], ["extract", "field.h5", "values"],
-                      ["join", "again.h5", *parts]):  # fmt: skip
-            self.run_program(*words, preexec_fn=few)
+        self.run_program("show", "field.h5", preexec_fn=few)
+        self.run_program("verify", "field.h5", preexec_fn=few)
+        self.run_program("extract", "field.h5", "values", preexec_fn=few)
+        self.run_program("join", "again.h5", *parts, preexec_fn=few)
         pressure = arrays(self.at("field.h5"))["pressure"]
         self.assertEqual(self.at("values").read_bytes(), pressure.tobytes())
         before = self.files()

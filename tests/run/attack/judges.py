@@ -21,8 +21,8 @@ import numpy
 from attacks import INSIDES, complaints, died, limited, run_limited, unrefused
 from programs import PROGRAM
 
-# Seconds after which a reader hangs: far more than the processor's time that the program gives HDF5,
-# on a busy machine too.
+# Seconds after which a reader hangs: far more than the processor's time that the program gives
+# HDF5, on a busy machine too.
 PATIENCE = 120
 
 # What says how a field came about, and may be another in each run of the same request.

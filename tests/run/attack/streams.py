@@ -110,8 +110,8 @@ class StreamsTest(Attack):
             run = run_limited(
                 ["sh", "-c", f"{words} field.h5 {redirections}"], patience=60, cwd=self.folder
             )
-            # What mpirun makes of it is its own affair: without two of its streams it hangs or ends by
-            # a signal, whatever the program. That has done its work before.
+            # What mpirun makes of it is its own affair: without two of its streams it hangs or ends
+            # by a signal, whatever the program. Where it hangs, that has done its work before.
             if run.status is None:
                 verified = self.shell("", "verify", "field.h5")
                 self.expect_success("mpirun hangs and verify", verified, redirections)
