@@ -44,6 +44,13 @@ void giveUp(const ComputeCommand& command, const Ranks& ranks, FieldFile& file, 
                   << file.layout().slabs().count() << " slabs" << std::endl;
 }
 
+/// What others have done to the output's name is not this run's to undo.
+void requireStillThere(const ComputeCommand& command, const FileLock& lock) {
+    if (!lock.file().isAt(command.output))
+        throw std::runtime_error(command.output.string() +
+                                 " was removed or replaced while it was computed");
+}
+
 /// One process's share of what is to be done.
 struct Todo {
     SlabNumbers missing;
@@ -70,7 +77,8 @@ Todo findTodo(const ComputeCommand& command, Ranks& ranks) {
 
 /// Opens the output where something is to be done, and does one process's part in it.
 /// @return whether it was not stopped
-bool computeMissing(const ComputeCommand& command, Ranks& ranks, std::optional<FieldFile>& file) {
+bool computeMissing(const ComputeCommand& command, const std::optional<FileLock>& lock,
+                    Ranks& ranks, std::optional<FieldFile>& file) {
     requireSameOutput(command.output, ranks);
     Todo todo = findTodo(command, ranks);
     // Changed slabs become missing ones however that ended.
@@ -78,10 +86,13 @@ bool computeMissing(const ComputeCommand& command, Ranks& ranks, std::optional<F
     if (ranks.sum(static_cast<double>(todo.missing.size() + todo.changed.size())) == 0)
         return !todo.stopped;
     std::optional<Worker> worker;
+    ranks.first([&] { requireStillThere(command, *lock); });
     ranks.together([&] {
         file.emplace(command.output, FieldFile::Access::write, ranks.communicator());
         worker.emplace(ranks, *file);
     });
+    // Another file has other slabs.
+    ranks.first([&] { requireStillThere(command, *lock); });
     ranks.together([&] { giveUp(command, ranks, *file, *worker, todo.changed); });
     if (todo.stopped) return false;
     todo.missing.insert(todo.missing.end(), todo.changed.begin(), todo.changed.end());
@@ -147,13 +158,6 @@ bool conclude(const ComputeCommand& command, bool whole) {
     return done;
 }
 
-/// What others have done to the output's name is not this run's to undo.
-void requireStillThere(const ComputeCommand& command, const FileLock& lock) {
-    if (!lock.file().isAt(command.output))
-        throw std::runtime_error(command.output.string() +
-                                 " was removed or replaced while it was computed");
-}
-
 }  // namespace
 
 int compute(const ComputeCommand& command, Ranks& ranks) {
@@ -167,7 +171,7 @@ int compute(const ComputeCommand& command, Ranks& ranks) {
     std::optional<FieldFile> file;
     bool whole = false;
     try {
-        whole = computeMissing(command, ranks, file);
+        whole = computeMissing(command, lock, ranks, file);
     } catch (...) {
         if (file) file->abandon();
         throw;

@@ -177,9 +177,15 @@ class NamesTest(Attack):
         example = f"{kind.__name__} {name}"
         if run.status != 0 and (wrong := unrefused(run)):
             self.found(f"{command_name} {wrong}", f"{example}: {run.err[-200:]!r}")
-        # The file for viewers goes with its field, where the user has none of that name.
         made = {output} if command_name not in ("verify", "show", "--estimate") else set()
-        made |= {f"{output}.xdmf"} - before.keys() if run.status == 0 and made else set()
+        if run.status == 0 and made:
+            # The file for viewers goes with its field, where the user has none of that name: one
+            # without a byte is none, and a link that leads to nothing is written where it leads.
+            viewers = f"{output}.xdmf"
+            if viewers not in before or kind is empty:
+                made.add(viewers)
+            elif kind is link_to_nothing and name == viewers:
+                made.add("nowhere")
         self.check_survival(command_name, folder, before, made, example)
         shutil.rmtree(folder)
 
