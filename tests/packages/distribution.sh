@@ -18,7 +18,8 @@ export CXXFLAGS="$flags -Werror=date-time" SOURCE_DATE_EPOCH=1699146123 TZ=Asia/
 LDFLAGS=$(dpkg-buildflags --get LDFLAGS)
 export LDFLAGS
 for build in first second; do
-  cmake -S "$source" -B $build -G Ninja -D CMAKE_BUILD_TYPE=None -D PISTONFIELD_TESTS=OFF
+  cmake -S "$source" -B $build -G Ninja -D CMAKE_BUILD_TYPE=None -D PISTONFIELD_TESTS=OFF \
+    -D PISTONFIELD_SHARED=OFF
   cmake --build $build --target pistonfield_octave
   "$octave" --no-history --no-init-file --no-window-system --path "$work/$build/octave" \
     --eval 'pistonfield info' >$build.txt
