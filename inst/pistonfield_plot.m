@@ -138,6 +138,10 @@ function options = read_plot_options(caller, given)
           caller, 'limits', 'limits must be two rising numbers');
   options.limits = double(limits(:).');
   require(ischar(options.unit) || isempty(options.unit), caller, 'unit', 'unit must be a text');
+  % Another text would be the unit of p itself, and the axis wrong by a power of ten.
+  known = {'Pa', 'kPa', 'MPa'};
+  meant = known(strcmpi(options.unit, known) & ~strcmp(options.unit, known));
+  require(isempty(meant), caller, 'unit', '%s is written %s', options.unit, [meant{:}]);
   options.piston = read_pistons(caller, options.piston);
   options.colormap = colours_of(caller, options.colormap, options.show);
   require(isempty(options.title) || ischar(options.title), caller, 'title', ...
@@ -889,6 +893,8 @@ end
 
 %!error id=pistonfield:pistonfield_plot:arguments pistonfield_plot(1)
 %!error id=pistonfield:pistonfield_plot:grid pistonfield_plot(1, 7)
+%!error <kpa is written kPa>
+%! pistonfield_plot([1 2 3], pistonfield_grid(0, 0, 1:3), 'unit', 'kpa')
 %!error <a grid of one point> pistonfield_plot(1, pistonfield_grid(0, 0, 0))
 %!error <as many values as the grid has points, 3> pistonfield_plot(1, pistonfield_grid(0, 0, 1:3))
 %!error id=pistonfield:pistonfield_plot:p pistonfield_plot('abc', pistonfield_grid(0, 0, 1:3))
