@@ -77,7 +77,8 @@ int64_t pistonfield_mode_most_points_in_a_row(int32_t mode) PISTONFIELD_NOEXCEPT
 /// The most threads that a computation can be given.
 int32_t pistonfield_most_threads(void) PISTONFIELD_NOEXCEPT;
 
-/// The field that is asked for, in any one unit of length. `pistonfield_request_init` comes first.
+/// The field that is asked for, in any one unit of length in which no side is below 1e-7, at z >=
+/// 0: values behind the piston mean nothing. `pistonfield_request_init` comes first.
 ///
 /// The piston lies in the plane z = 0, centred on the origin, in an infinite rigid baffle. Its
 /// field at a point is p = k/(2pi) * integral over the piston of exp(-j*k*R)/R dS, without unit,
@@ -90,10 +91,12 @@ typedef struct pistonfield_request {
     /// Row by row, the 4x4 matrix from lattice indices (ix, iy, iz, 1), counted from 0, to
     /// positions, which its last number divides.
     double transform[16];
-    int64_t sizes[3];     ///< points of the lattice along x, y and z
-    int32_t mode;         ///< a `pistonfield_mode`
-    int32_t order;        ///< abscissas of the rule of each edge integral
-    const double* table;  ///< `order` pairs of abscissa and weight on [-1, 1]; null: Gauss-Legendre
+    int64_t sizes[3];  ///< points of the lattice along x, y and z
+    int32_t mode;      ///< a `pistonfield_mode`
+    int32_t order;     ///< abscissas of the rule of each edge integral
+    /// `order` pairs of abscissa and weight on [-1, 1], symmetric about 0 in the modes of a GPU,
+    /// which take the first half; null: Gauss-Legendre
+    const double* table;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -140,7 +143,8 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, size_t
                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// Computes the field of a request, box by box. A point's bits depend neither on the box that it is
-/// in nor on the threads nor on the caller.
+/// in nor on the threads nor on the caller. A plan of a mode of a GPU belongs to the process that
+/// made it: a forked child neither uses nor destroys it. No thread is cancelled while it computes.
 typedef struct pistonfield_plan pistonfield_plan;
 
 /// Makes a plan, which takes all that it needs from the request. On a GPU it brings up the device.

@@ -7,6 +7,7 @@
 #include "field/Engine.h"
 #include "field/engineRule.h"
 #include "parallel/threads.h"
+#include "parallel/usableCores.h"
 
 namespace pistonfield {
 
@@ -32,7 +33,8 @@ class CpuEngine : public Engine<T> {
         // At about a nanosecond each.
         constexpr std::int64_t evaluations = 1 << 26;
         const unsigned count = threads == 0 ? threadCount() : threads;
-        return std::max<std::int64_t>(1, evaluations / (4 * rule.order)) * count;
+        return std::max<std::int64_t>(1, evaluations / (4 * rule.order)) *
+               std::min(count, usableCores());
     }
 
     std::int64_t largestPiece() const noexcept override { return 1 << 30; }

@@ -69,7 +69,8 @@ struct Cost {
 /// plan prints nothing and, but for the number of threads that it asks `threadCount` for, neither
 /// reads nor leaves anything in the process but itself; any threads may use it at the same time. On
 /// the emulation device the launchers are not used beside a plan of a GPU mode. On a GPU it brings
-/// up the device, with a context and a rule of its own, for as long as it exists.
+/// up the device, with a context and a rule of its own, for as long as it exists; a forked
+/// child neither uses nor destroys that plan.
 class Plan {
   public:
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
@@ -96,7 +97,8 @@ class Plan {
     /// @param destination has room for box.points() values
     /// @throws std::out_of_range where the box does not lie within the lattice; Stopped;
     ///     DeviceFailure; std::bad_alloc; std::runtime_error where the environment has a number of
-    ///     threads that is none. Some values may then be there and others not.
+    ///     threads that is none and the box is large enough for several. Some values may then be
+    ///     there and others not.
     template <class T>
     void compute(const LatticeBox& box, const Destination<T>& destination,
                  const Conduct& conduct = {}) const;

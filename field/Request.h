@@ -40,7 +40,8 @@ struct Lattice {
     bool operator==(const Lattice&) const = default;
 };
 
-/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own.
+/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, of which
+/// the modes of a GPU take the first half for a rule that is symmetric about 0.
 struct Rule {
     int order = 10;             ///< abscissas
     std::vector<double> table;  ///< `order` (abscissa, weight) pairs on [-1, 1], or none
@@ -48,7 +49,8 @@ struct Rule {
     bool operator==(const Rule&) const = default;
 };
 
-/// The field that is asked for: plain values, in any one unit of length.
+/// The field that is asked for: plain values, in any one unit of length in which no side of the
+/// piston is below 1e-7, and points at z >= 0; what lies behind the piston means nothing.
 ///
 /// Its value at a point is p = k/(2pi) * integral over the piston of exp(-j*k*R)/R dS, without
 /// unit; times j*rho*c*u0 it is the pressure.

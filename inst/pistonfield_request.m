@@ -152,12 +152,10 @@ function write_text(caller, file, text)
   closed = fclose(id);
   whole = written == numel(text) && closed == 0;
   if whole
-    [whole, reason] = movefile(new, file, 'f');
+    [whole, reason] = replace_file(new, file);
   else
     reason = 'it could not be written to its end';
-  end
-  if ~whole
-    delete(new);
+    remove_file(new);
   end
   require(whole, caller, 'file', '%s cannot be written: %s', file, reason);
 end
@@ -300,6 +298,38 @@ end
 %!error <frequency is missing> pistonfield_request('nowhere/r', piston, grid)
 %!error id=pistonfield:pistonfield_request:mode
 %! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'mode', 'gpu');
+%!test % names are names: no pattern, and nothing for a shell
+%! place = tempname();
+%! mkdir(place);
+%! bystander = fullfile(place, 'a1.toml.new');
+%! fclose(fopen(bystander, 'w'));
+%! odd = {'a*.toml', 'b[1].toml', 'c?.toml', 'd$(touch e).toml', '-f', 'g";touch h;".toml'};
+%! before = pwd();
+%! unwind_protect
+%!   cd(place);
+%!   for name = odd
+%!     pistonfield_request(name{1}, piston, grid, wave{:});
+%!     assert(~isempty(stat(name{1})) && isempty(stat([name{1}, '.new'])));
+%!   end
+%!   assert(isempty(stat('e')) && isempty(stat('h')) && ~isempty(stat(bystander)));
+%! unwind_protect_cleanup
+%!   cd(before);
+%!   confirm_recursive_rmdir(false, 'local');
+%!   rmdir(place, 's');
+%! end_unwind_protect
+%!test % a folder is not replaced, and nothing is left in it
+%! inner = tempname();
+%! mkdir(inner);
+%! reason = '';
+%! try
+%!   pistonfield_request(inner, piston, grid, wave{:}, 'overwrite', true);
+%! catch error
+%!   reason = error.message;
+%! end_try_catch
+%! assert(~isempty(strfind(reason, 'cannot be written')));
+%! assert(numel(readdir(inner)), 2);
+%! assert(isempty(stat([inner, '.new'])));
+%! rmdir(inner);
 %!error <overwrite must be true or false>
 %! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'overwrite', 'yes');
 %!error <'colour' is no option> pistonfield_request('nowhere/r', piston, grid, wave{:}, 'colour', 1)

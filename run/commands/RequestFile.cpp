@@ -53,14 +53,33 @@ std::vector<std::string> wordsOf(const toml::node& value) {
     return words;
 }
 
+/// Where a quoted text that begins here ends: behind its closing quotes, or at the text's end.
+std::size_t endOfQuoted(const std::string& text, std::size_t begin) {
+    const char quote = text[begin];
+    const bool escapes = quote == '"';
+    const std::string three(3, quote);
+    const bool overLines = text.compare(begin, 3, three) == 0;
+    std::size_t at = begin + (overLines ? 3 : 1);
+    for (; at < text.size(); ++at) {
+        if (escapes && text[at] == '\\')
+            ++at;
+        else if (overLines ? text.compare(at, 3, three) == 0 : text[at] == quote)
+            return at + (overLines ? 3 : 1);
+        else if (!overLines && text[at] == '\n')
+            return at;
+    }
+    return text.size();
+}
+
 /// Whether a key of the text has more parts than the parser's recursion can take. A request needs
-/// none; numbers that follow each other are no key.
+/// none; numbers that follow each other are no key, and quoted texts are one part each.
 bool nestsDeeply(const std::string& text) {
     constexpr int most = 100;
     int dots = 0;
     char before = '\0';
     bool spaced = false;
-    for (const char c : text) {
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const char c = text[at];
         if (c == ' ' || c == '\t') {
             spaced = true;
             continue;
@@ -68,6 +87,8 @@ bool nestsDeeply(const std::string& text) {
         const bool ends = c == ',' || c == '=' || c == '\n' || c == '#';
         if (ends || (spaced && before != '.' && c != '.')) dots = 0;
         if (c == '.' && ++dots > most) return true;
+        if (c == '#') at = std::min(text.find('\n', at), text.size()) - 1;
+        if (c == '"' || c == '\'') at = endOfQuoted(text, at) - 1;
         before = c;
         spaced = false;
     }

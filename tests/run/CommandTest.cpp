@@ -277,6 +277,30 @@ TEST_F(CommandFiles, RuleOfTheCommandLineCountsBeforeAnyOfTheRequest) {
     EXPECT_EQ(order.request.rule.order, 12);
 }
 
+std::string repeated(const std::string& text, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}
+
+TEST_F(CommandFiles, RequestWithAKeyOfVeryManyPartsIsRefused) {
+    for (const char* part : {"a.", "a .\t", "\"=\".", "'#' . ", "\"\\\"\\\\=\"."}) {
+        const std::string name = file("k = 1\n" + repeated(part, 50000) + "b = 1\n");
+        EXPECT_EQ(complaint({"--request", name, "f.h5"}), name + ": a key has too many parts")
+            << part;
+    }
+}
+
+TEST_F(CommandFiles, RequestMayHaveDotsThatAreOfNoKey) {
+    const std::string dots(200, '.');
+    for (const std::string& text : {"# " + dots + "\nk = 7.5 # w" + repeated(" .", 200) + "\n",
+                                    "k = 7.5\noutput = \"" + repeated("../", 150) + "f.h5\"\n",
+                                    "k = 7.5\ntable = \"\"\"\n" + repeated(".5 ", 200) + "\"\"\"\n",
+                                    "k = 7.5\ntable = '''\n" + repeated(".5 ", 200) + "'''\n"}) {
+        EXPECT_EQ(computing({"--request", file(text), "f.h5"}).request.wave.wavenumber, 7.5);
+    }
+}
+
 TEST_F(CommandFiles, RequestIsRefusedWithTheLine) {
     const std::vector<std::pair<std::string, std::string>> requests{
         {"k = 1\nordre = 3\n", ":2: ordre is no option, did you mean order?"},
