@@ -451,7 +451,21 @@ static void takesANumberOfThreads(void) {
     pistonfield_plan_destroy(plan);
 }
 
+#ifdef PISTONFIELD_TEST_NEEDS_A_GPU
+static int hasDevice(void) {
+    const pistonfield_request request = sampleRequest(PISTONFIELD_CUDA);
+    pistonfield_plan* plan = NULL;
+    const pistonfield_status status = pistonfield_plan_create(&request, &plan, NULL);
+    pistonfield_plan_destroy(plan);
+    return status != PISTONFIELD_DEVICE_FAILURE;
+}
+#endif
+
 int main(void) {
+#ifdef PISTONFIELD_TEST_NEEDS_A_GPU
+    enum { skipped = 77 };
+    if (!hasDevice()) return skipped;
+#endif
     tellsWhatItIs();
     tellsTheModes();
     tellsTheLimits();

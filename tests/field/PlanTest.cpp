@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "FastNearfield/RectangularPiston2.h"
+#include "cuda_runtime/runtime.h"
 #include "tests/field/smallRequest.h"
 #include "tests/support/Captured.h"
 
@@ -18,6 +19,18 @@ using pistonfield::Conduct;
 using pistonfield::Plan;
 using pistonfield::Request;
 using testing::ElementsAre;
+
+/// Plans of all modes; on a machine without a device they are skipped.
+class PlanOfEveryMode : public testing::Test {
+  protected:
+    void SetUp() override {
+        int count = 0;
+        if (cuda_runtime::cudaGetDeviceCount(&count) != cuda_runtime::cudaSuccess) {
+            static_cast<void>(cuda_runtime::cudaGetLastError());
+            GTEST_SKIP() << "no device";
+        }
+    }
+};
 
 template <class T>
 using Values = std::vector<std::complex<T>>;
@@ -97,7 +110,7 @@ TEST(Plan, TakesTheRuleOfATable) {
     }
 }
 
-TEST(Plan, ConvertsToTheCallersPrecision) {
+TEST_F(PlanOfEveryMode, ConvertsToTheCallersPrecision) {
     for (const char* mode : {"cpusp", "cuda"}) {
         const Plan plan(smallRequest(mode));
         const LatticeBox box = plan.request().lattice.box();
@@ -113,7 +126,7 @@ TEST(Plan, ConvertsToTheCallersPrecision) {
     }
 }
 
-TEST(Plan, FillsHalvesAndLeavesWhatIsBetween) {
+TEST_F(PlanOfEveryMode, FillsHalvesAndLeavesWhatIsBetween) {
     for (const char* mode : {"cpu", "cpusp", "cuda", "cudadp"}) {
         const Plan plan(smallRequest(mode));
         const LatticeBox box = plan.request().lattice.box();
@@ -145,7 +158,7 @@ TEST(Plan, HasTheSameBitsInAnyNumberOfThreadsAndPieces) {
     EXPECT_EQ(computed<double>(plan, box, {.progress = [](std::int64_t) {}, .threads = 1}), values);
 }
 
-TEST(Plan, IsUsedByAnyThreadsAtTheSameTime) {
+TEST_F(PlanOfEveryMode, IsUsedByAnyThreadsAtTheSameTime) {
     for (const char* mode : {"cpu", "cuda", "cudadp"}) {
         const Plan plan(smallRequest(mode));
         Request otherRequest = smallRequest(mode);
@@ -214,7 +227,7 @@ TEST(Plan, OfNoFieldIsRefused) {
     EXPECT_THROW(Plan{request}, pistonfield::InvalidRequest);
 }
 
-TEST(Plan, SaysWhatABoxTakes) {
+TEST_F(PlanOfEveryMode, SaysWhatABoxTakes) {
     const Plan cpu(smallRequest());
     EXPECT_EQ(cpu.cost(cpu.request().lattice.box()).evaluations, 140 * 4 * 6);
     EXPECT_EQ(cpu.cost(cpu.request().lattice.box()).memory, 0);
@@ -224,7 +237,7 @@ TEST(Plan, SaysWhatABoxTakes) {
     EXPECT_EQ(gpu.cost({{}, {7, 1, 1}}).deviceMemory, 7 * 8);
 }
 
-TEST(Plan, PrintsNothing) {
+TEST_F(PlanOfEveryMode, PrintsNothing) {
     const Printed printed = captured([] {
         for (const char* mode : {"cpu", "cpusp", "cuda", "cudadp"})
             computed<double>(smallRequest(mode), smallRequest().lattice.box());
@@ -232,7 +245,7 @@ TEST(Plan, PrintsNothing) {
     EXPECT_EQ(printed.out + printed.err, "");
 }
 
-TEST(Plan, MayBeMoved) {
+TEST_F(PlanOfEveryMode, MayBeMoved) {
     Plan plan(smallRequest("cuda"));
     const auto values = computed<double>(plan, plan.request().lattice.box());
     const Plan moved = std::move(plan);
