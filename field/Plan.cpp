@@ -115,6 +115,8 @@ Cost Plan::cost(const LatticeBox& box) const {
         parts->engine);
 }
 
+std::optional<Accuracy> Plan::accuracy() const { return std::nullopt; }
+
 template <class T>
 void Plan::compute(const LatticeBox& box, const Destination<T>& destination,
                    const Conduct& conduct) const {

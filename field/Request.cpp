@@ -58,6 +58,15 @@ void checkRule(const Rule& rule, Mode mode) {
     if (!finite(rule.table)) throw InvalidRequest("table", "every number must be finite");
 }
 
+void checkTolerance(const Request& request) {
+    const double value = request.tolerance->value;
+    if (!(value > 0 && value < 1)) throw InvalidRequest("tolerance", "must be above 0 and below 1");
+    if (isOnGpu(request.mode))
+        throw InvalidRequest(
+            "tolerance",
+            std::string("the modes that keep one are cpu and cpusp, not ") + nameOf(request.mode));
+}
+
 }  // namespace
 
 Mode modeCalled(const std::string& name) {
@@ -75,7 +84,10 @@ void check(const Request& request) {
     if (!positive(request.wave.wavenumber))
         throw InvalidRequest("wavenumber", "must be a wavenumber above 0");
     checkSizes(request);
-    checkRule(request.rule, request.mode);
+    if (request.tolerance)
+        checkTolerance(request);
+    else
+        checkRule(request.rule, request.mode);
 }
 
 }  // namespace pistonfield

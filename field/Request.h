@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -49,6 +50,22 @@ struct Rule {
     bool operator==(const Rule&) const = default;
 };
 
+/// How exact the values are to be. The number of nodes then follows from a bound, edge by edge and
+/// point by point, and the request's rule means nothing.
+struct Tolerance {
+    /// What the error of a value is relative to.
+    enum class Of {
+        largest,  ///< the largest |p| at the request's points
+        local     ///< k*A/(2*pi*R) at the point, of the face's area A and the distance R of its
+                  ///< centre: what |p| is far away, and more than that nearby
+    };
+
+    double value = 1e-4;  ///< the largest error, above 0 and below 1
+    Of of = Of::largest;
+
+    bool operator==(const Tolerance&) const = default;
+};
+
 /// The field that is asked for: plain values, in any one unit of length in which no side of the
 /// piston is below 1e-7, and points at z >= 0; what lies behind the piston means nothing.
 ///
@@ -60,6 +77,11 @@ struct Request {
     Lattice lattice;
     Rule rule;
     Mode mode = Mode::cpu;
+    /// Instead of the rule: the mode then says the precision, and is one of the CPU.
+    std::optional<Tolerance> tolerance;
+    /// Whether points behind the piston are asked for, with a tolerance: their value is the
+    /// integral's, which is that of the point mirrored in the piston's plane.
+    bool behind = false;
 
     /// Whether arithmetic and values are in single precision.
     bool inSingle() const noexcept { return isInSingle(mode); }
@@ -73,7 +95,7 @@ struct Request {
 /// What of a request there is no field for: its text is "<field>: <reason>".
 class InvalidRequest : public std::runtime_error {
   public:
-    /// @param field  transform, sizes, width, height, wavenumber, mode, order or table
+    /// @param field  transform, sizes, width, height, wavenumber, mode, order, table or tolerance
     /// @param reason what is wrong with it
     InvalidRequest(const std::string& field, const std::string& reason)
         : std::runtime_error(field + ": " + reason), name(field), why(reason) {}
