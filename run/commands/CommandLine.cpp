@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
+#include "run/commands/notes.h"
 #include "run/commands/options.h"
 #include "run/file/revision.h"
 
@@ -49,10 +51,23 @@ CLI::Option* add(CLI::App& app, const std::string& names, int least, int most,
     return option->expected(least, most)->allow_extra_args(most > least);
 }
 
+/// What help says of an option.
+std::string textOf(const Option& option) {
+    const std::string device = emulationNote();
+    const bool told = std::string_view(option.name) == "mode" && !device.empty();
+    return told ? std::string(option.text) + "; " + device : option.text;
+}
+
+/// What the program is, and where it computes where that is not what its modes say.
+std::string versionText() {
+    const std::string device = emulationNote();
+    return "pistonfield-run " + revision() + (device.empty() ? "" : "\n" + device);
+}
+
 void addCompute(CLI::App& app) {
     add(app, "output", 1, 1, "the file to write, as field.h5")->type_name("");
     for (const Option& option : computeOptions)
-        add(app, dashed(option.name), option.words, option.words, option.text)
+        add(app, dashed(option.name), option.words, option.words, textOf(option))
             ->type_name(option.word)
             ->group(option.group);
     add(app, "--request", 1, 1, "a text file with these options, as: sizes = [100, 100, 200]")
@@ -184,7 +199,7 @@ std::variant<Answer, CommandLine> readCommandLine(std::vector<std::string> words
         "goes on with --resume.",
         "pistonfield-run"};
     app.get_formatter()->column_width(nameWidth);
-    app.set_version_flag("--version", "pistonfield-run " + revision());
+    app.set_version_flag("--version", versionText());
     app.allow_extras();
     addCompute(app);
     addCommands(app);

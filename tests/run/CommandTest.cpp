@@ -5,9 +5,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <limits>
 #include <sstream>
 
+#include "run/commands/notes.h"
 #include "run/commands/readText.h"
 #include "run/file/revision.h"
 #include "tests/support/Refused.h"
@@ -623,7 +626,15 @@ TEST(CommandLine, AnswersForHelpAndVersion) {
     for (const char* option : {"-h", "--help"})
         EXPECT_THAT(answer({option}), HasSubstr("--transform"));
     EXPECT_THAT(answer({"join", "--help"}), HasSubstr("parts"));
-    EXPECT_EQ(answer({"--version"}), "pistonfield-run " + run::revision() + "\n");
+    const std::string device = run::emulationNote();
+    EXPECT_EQ(answer({"--version"}),
+              "pistonfield-run " + run::revision() + "\n" + (device.empty() ? "" : device + "\n"));
+    std::string help = answer({"--help"});
+    help.erase(std::unique(help.begin(), help.end(),
+                           [](char a, char b) { return std::isspace(a) && std::isspace(b); }),
+               help.end());
+    std::replace(help.begin(), help.end(), '\n', ' ');
+    EXPECT_THAT(help, HasSubstr(device));
 }
 
 TEST(CommandLine, HelpFitsIntoEightyColumns) {
