@@ -10,6 +10,7 @@
 
 #include "run/commands/notes.h"
 #include "run/commands/options.h"
+#include "run/commands/siForm.h"
 #include "run/file/revision.h"
 
 namespace run {
@@ -129,6 +130,17 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
     return names;
 }
 
+/// What somebody may have meant by a word that begins with a dash and is no option.
+std::string hint(const CLI::App& app, const std::string& word) {
+    const std::string option = word.substr(0, word.find('='));
+    const std::string name = option.substr(std::min(option.find_first_not_of('-'), option.size()));
+    if (std::string instead = siForm::instead(name); !instead.empty()) return instead;
+    const siForm::Key* key = siForm::find("", name);
+    const std::string path = key != nullptr ? key->path() : siForm::elsewhere(name);
+    if (!path.empty()) return "; " + path + " is a key of a request file";
+    return suggestion(word, namesOf(app));
+}
+
 /// @throws std::runtime_error naming a word that has no meaning
 void requireNoMore(const CLI::App& app) {
     std::vector<std::string> rest = app.remaining();
@@ -136,8 +148,7 @@ void requireNoMore(const CLI::App& app) {
     if (rest.empty()) return;
     for (const std::string& word : rest)
         if (word.starts_with("-"))
-            throw std::runtime_error(word + " is no option" + suggestion(word, namesOf(app)) +
-                                     "; see --help");
+            throw std::runtime_error(word + " is no option" + hint(app, word) + "; see --help");
     // The command itself may be misspelt.
     const CLI::Option* output = app.get_option_no_throw("output");
     if (app.get_parent() == nullptr && output->count() > 0) {
