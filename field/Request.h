@@ -40,8 +40,8 @@ struct Lattice {
     bool operator==(const Lattice&) const = default;
 };
 
-/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, of which
-/// the modes of a GPU take the first half for a rule that is symmetric about 0.
+/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, which is
+/// symmetric about 0 in the modes of a GPU: these take its first half.
 struct Rule {
     int order = 10;             ///< abscissas
     std::vector<double> table;  ///< `order` (abscissa, weight) pairs on [-1, 1], or none
