@@ -144,7 +144,7 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, size_t
 
 /// Computes the field of a request, box by box. A point's bits depend neither on the box that it is
 /// in nor on the threads nor on the caller. A plan of a mode of a GPU belongs to the process that
-/// made it: a forked child neither uses nor destroys it. No thread is cancelled while it computes.
+/// made it: to a forked child it is a device that failed. No thread is cancelled while it computes.
 typedef struct pistonfield_plan pistonfield_plan;
 
 /// Makes a plan, which takes all that it needs from the request. On a GPU it brings up the device.

@@ -6,7 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <complex>
+#include <functional>
+#include <memory>
 #include <vector>
 
 #include "FastNearfield/GaussLegendre.h"
@@ -195,6 +200,38 @@ TYPED_TEST(DevicePlan, OnAnUnknownDevicePrintsNothing) {
     const EmulatedDevices unknown({EmulatedDevices::device(9, 0, 132, 1980000)});
     const Printed printed = captured([&] { static_cast<void>(this->computed(this->request())); });
     EXPECT_EQ(printed.out + printed.err, "");
+}
+
+/// What a work says in a forked child, which has some seconds for it.
+int statusInChild(const std::function<void()>& work) {
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(20);
+        try {
+            work();
+        } catch (...) {
+            _exit(2);
+        }
+        _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    return status;
+}
+
+TYPED_TEST(DevicePlan, IsRefusedInAForkedChildAndEndsThere) {
+    auto plan = std::make_unique<Plan>(this->request());
+    const LatticeBox box = plan->request().lattice.box();
+    const auto expected = this->computed(*plan, box);
+    const auto use = [&] { static_cast<void>(this->computed(*plan, box)); };
+    EXPECT_EQ(statusInChild([&] {
+                  const bool told =
+                      refused(use) == "a plan of a GPU's mode belongs to the process that made it";
+                  _exit(told ? 3 : 4);
+              }),
+              3 << 8);
+    EXPECT_EQ(statusInChild([&] { plan.reset(); }), 0);
+    EXPECT_EQ(this->computed(*plan, box), expected);
 }
 
 TYPED_TEST(DevicePlan, LeavesNoContext) {
