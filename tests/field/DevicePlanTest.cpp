@@ -6,11 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <complex>
-#include <functional>
 #include <memory>
 #include <vector>
 
@@ -23,6 +19,7 @@
 #include "tests/field/smallRequest.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EmulatedDevices.h"
+#include "tests/support/InChild.h"
 #include "tests/support/Refused.h"
 #include "tests/support/SilentOutput.h"
 
@@ -202,35 +199,22 @@ TYPED_TEST(DevicePlan, OnAnUnknownDevicePrintsNothing) {
     EXPECT_EQ(printed.out + printed.err, "");
 }
 
-/// What a work says in a forked child, which has some seconds for it.
-int statusInChild(const std::function<void()>& work) {
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(20);
-        try {
-            work();
-        } catch (...) {
-            _exit(2);
-        }
-        _exit(0);
-    }
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    return status;
-}
-
 TYPED_TEST(DevicePlan, IsRefusedInAForkedChildAndEndsThere) {
     auto plan = std::make_unique<Plan>(this->request());
     const LatticeBox box = plan->request().lattice.box();
     const auto expected = this->computed(*plan, box);
-    const auto use = [&] { static_cast<void>(this->computed(*plan, box)); };
-    EXPECT_EQ(statusInChild([&] {
-                  const bool told =
-                      refused(use) == "a plan of a GPU's mode belongs to the process that made it";
-                  _exit(told ? 3 : 4);
+    EXPECT_EQ(inChild([&] {
+                  const std::string text =
+                      refused([&] { static_cast<void>(this->computed(*plan, box)); });
+                  return text == "a plan of a GPU's mode belongs to the process that made it" ? 1
+                                                                                              : 2;
               }),
-              3 << 8);
-    EXPECT_EQ(statusInChild([&] { plan.reset(); }), 0);
+              1);
+    EXPECT_EQ(inChild([&] {
+                  plan.reset();
+                  return 1;
+              }),
+              1);
     EXPECT_EQ(this->computed(*plan, box), expected);
 }
 

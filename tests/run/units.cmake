@@ -19,7 +19,10 @@ pistonfield_test(run_test
   launcherTest.cpp
   notesTest.cpp
   numbersTest.cpp
+  openFilesTest.cpp
+  readTextTest.cpp
   slabsTest.cpp
+  streamsTest.cpp
   formattingTest.cpp
   xdmfTest.cpp)
 target_link_libraries(run_test PRIVATE pistonfield_run_parts PkgConfig::XXHASH)
