@@ -94,8 +94,8 @@ typedef struct pistonfield_request {
     int64_t sizes[3];  ///< points of the lattice along x, y and z
     int32_t mode;      ///< a `pistonfield_mode`
     int32_t order;     ///< abscissas of the rule of each edge integral
-    /// `order` pairs of abscissa and weight on [-1, 1], symmetric about 0 in the modes of a GPU,
-    /// which take the first half; null: Gauss-Legendre
+    /// `order` pairs of abscissa and weight on [-1, 1], which have to be symmetric about 0 in the
+    /// modes of a GPU: these take the first half; null: Gauss-Legendre
     const double* table;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
