@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include "run/commands/notes.h"
+#include "run/commands/options.h"
 #include "run/commands/partNames.h"
 #include "run/commands/readText.h"
 #include "run/file/revision.h"
@@ -687,6 +688,19 @@ TEST(CommandLine, SuggestsWhatAMisspeltWordMayMean) {
     EXPECT_EQ(complaint({"verfy", "f.h5"}), "verfy is no command, did you mean verify?");
     EXPECT_EQ(complaint({"extract", "a", "b", "--sise", "1", "2", "3"}),
               "--sise is no option, did you mean --size?; see --help");
+}
+
+TEST(Suggestion, IsTheNearestWordThatIsNotFar) {
+    using run::suggestion;
+    // One letter replaced, left out or added.
+    for (const char* word : {"modus", "mods", "mod", "amode", "modde"})
+        EXPECT_EQ(suggestion(word, {"sizes", "mode"}), ", did you mean mode?") << word;
+    EXPECT_EQ(suggestion("ab", {"ac"}), ", did you mean ac?");
+    EXPECT_EQ(suggestion("ab", {"b"}), ", did you mean b?");
+    EXPECT_EQ(suggestion("ab", {"abc"}), ", did you mean abc?");
+    EXPECT_EQ(suggestion("ab", {"cd", "abcd"}), "");
+    EXPECT_EQ(suggestion("order", {"order1", "orde12"}), ", did you mean order1?");
+    EXPECT_EQ(suggestion("order", {}), "");
 }
 
 TEST(CommandLine, SaysHowManyWordsAnOptionTakes) {
