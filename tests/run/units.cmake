@@ -17,6 +17,7 @@ pistonfield_test(run_test
   compressTest.cpp
   computeTest.cpp
   launcherTest.cpp
+  leftoversTest.cpp
   notesTest.cpp
   numbersTest.cpp
   openFilesTest.cpp
