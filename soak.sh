@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: BSD-3-Clause
 
 # Runs the long checks whole and prints their figures. Takes about half an hour on two cores, and on top
-# some 20 minutes for aarch64 and what the attacks on pistonfield-run take: up to 24 minutes each for those
-# that were run whole, and more than that for metadata, which was not yet.
+# some 20 minutes for aarch64, and two hours and a half for the attacks on pistonfield-run, more than one of
+# them for metadata.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh

@@ -36,20 +36,23 @@ static_assert(PISTONFIELD_CPUSP == static_cast<int>(Mode::cpusp));
 static_assert(PISTONFIELD_CUDA == static_cast<int>(Mode::cuda));
 static_assert(PISTONFIELD_CUDADP == static_cast<int>(Mode::cudadp));
 
+/// @param hint what to do about it
 /// @throws InvalidArgument unless a struct of that size is one that this library knows
 template <class T>
-void requireKnown(std::size_t size, std::size_t firstSize, const char* argument) {
+void requireKnown(std::size_t size, std::size_t firstSize, const char* argument,
+                  const std::string& hint = {}) {
     if (size < firstSize || size > sizeof(T))
         throw InvalidArgument(argument, "a size of " + std::to_string(size) +
                                             " bytes is not that of interface 1 to " +
-                                            std::to_string(PISTONFIELD_INTERFACE));
+                                            std::to_string(PISTONFIELD_INTERFACE) + hint);
 }
 
 /// A caller's struct with all members that this library knows.
 template <class T>
 T completed(const T* given, std::size_t firstSize, const char* argument) {
     const std::size_t size = required(given, argument).size;
-    requireKnown<T>(size, firstSize, argument);
+    requireKnown<T>(size, firstSize, argument,
+                    std::string("; call pistonfield_") + argument + "_init first");
     T all{};
     std::memcpy(&all, given, size);
     return all;

@@ -94,8 +94,8 @@ typedef struct pistonfield_request {
     int64_t sizes[3];  ///< points of the lattice along x, y and z
     int32_t mode;      ///< a `pistonfield_mode`
     int32_t order;     ///< abscissas of the rule of each edge integral
-    /// `order` pairs of abscissa and weight on [-1, 1], symmetric about 0 in the modes of a GPU,
-    /// which take the first half; null: Gauss-Legendre
+    /// `order` pairs of abscissa and weight on [-1, 1], which have to be symmetric about 0 in the
+    /// modes of a GPU: these take the first half; null: Gauss-Legendre
     const double* table;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
@@ -144,7 +144,7 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, size_t
 
 /// Computes the field of a request, box by box. A point's bits depend neither on the box that it is
 /// in nor on the threads nor on the caller. A plan of a mode of a GPU belongs to the process that
-/// made it: a forked child neither uses nor destroys it. No thread is cancelled while it computes.
+/// made it: to a forked child it is a device that failed. No thread is cancelled while it computes.
 typedef struct pistonfield_plan pistonfield_plan;
 
 /// Makes a plan, which takes all that it needs from the request. On a GPU it brings up the device.

@@ -2,8 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "field/DeviceThread.h"
 
+#include <unistd.h>
+
+#include <condition_variable>
+#include <exception>
+#include <mutex>
 #include <string>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "core/cudahelper.h"
@@ -33,61 +39,85 @@ void requireSuccess(cuda_runtime::cudaError_t status, const char* operation) {
     throw DeviceFailure(std::string(operation) + ": " + cuda_runtime::cudaGetErrorString(status));
 }
 
-DeviceThread::DeviceThread() {
-    try {
+/// The thread and what it shares with its callers.
+class DeviceThread::Service {
+  public:
+    Service() {
         const SignalsBlocked blocked;
         thread = std::thread([this] { serve(); });
+    }
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+    ~Service() {
+        {
+            const std::lock_guard lock(exchange);
+            ending = true;
+        }
+        changed.notify_all();
+        thread.join();
+    }
+
+    void run(const std::function<void()>& work) {
+        const std::lock_guard alone(callers);
+        std::unique_lock lock(exchange);
+        task = &work;
+        changed.notify_all();
+        changed.wait(lock, [this] { return task == nullptr; });
+        if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
+    }
+
+  private:
+    void serve() {
+        std::unique_lock lock(exchange);
+        while (true) {
+            changed.wait(lock, [this] { return task != nullptr || ending; });
+            if (task == nullptr) break;
+            perform(*task);
+            task = nullptr;
+            changed.notify_all();
+        }
+        const std::lock_guard alone(deviceInUse());
+        static_cast<void>(cuda_runtime::cudaThreadExit());
+    }
+
+    void perform(const std::function<void()>& work) noexcept {
+        const std::lock_guard alone(deviceInUse());
+        try {
+            work();
+        } catch (...) {
+            failure = std::current_exception();
+        }
+    }
+
+    std::mutex callers;  ///< held by the one whose work is done
+    std::mutex exchange;
+    std::condition_variable changed;
+    const std::function<void()>* task = nullptr;
+    bool ending = false;
+    std::exception_ptr failure;
+    std::thread thread;
+};
+
+DeviceThread::DeviceThread() : process(getpid()) {
+    try {
+        service = std::make_unique<Service>();
     } catch (const std::system_error& error) {
         throw DeviceFailure(std::string("starting the device's thread: ") + error.what());
     }
-    try {
-        run(bringUp);
-    } catch (...) {
-        end();
-        throw;
-    }
+    run(bringUp);
 }
 
-DeviceThread::~DeviceThread() { end(); }
-
-void DeviceThread::end() noexcept {
-    {
-        const std::lock_guard lock(exchange);
-        ending = true;
-    }
-    changed.notify_all();
-    thread.join();
+DeviceThread::~DeviceThread() {
+    // What is waited for there would never come.
+    if (isForked()) static_cast<void>(service.release());
 }
+
+bool DeviceThread::isForked() const noexcept { return getpid() != process; }
 
 void DeviceThread::run(const std::function<void()>& work) {
-    const std::lock_guard alone(callers);
-    std::unique_lock lock(exchange);
-    task = &work;
-    changed.notify_all();
-    changed.wait(lock, [this] { return task == nullptr; });
-    if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
-}
-
-void DeviceThread::serve() {
-    std::unique_lock lock(exchange);
-    while (true) {
-        changed.wait(lock, [this] { return task != nullptr || ending; });
-        if (task == nullptr) break;
-        perform(*task);
-        task = nullptr;
-        changed.notify_all();
-    }
-    const std::lock_guard alone(deviceInUse());
-    static_cast<void>(cuda_runtime::cudaThreadExit());
-}
-
-void DeviceThread::perform(const std::function<void()>& work) noexcept {
-    const std::lock_guard alone(deviceInUse());
-    try {
-        work();
-    } catch (...) {
-        failure = std::current_exception();
-    }
+    if (isForked())
+        throw DeviceFailure("a plan of a GPU's mode belongs to the process that made it");
+    service->run(work);
 }
 
 }  // namespace pistonfield

@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <condition_variable>
-#include <exception>
+#include <sys/types.h>
+
 #include <functional>
-#include <mutex>
-#include <thread>
+#include <memory>
 
 #include "cuda_runtime/runtime.h"
 
@@ -16,7 +15,7 @@ namespace pistonfield {
 void requireSuccess(cuda_runtime::cudaError_t status, const char* operation);
 
 /// A thread that has a device, because a context belongs to the thread that made it. Of several in
-/// a process one works at a time.
+/// a process one works at a time. A forked child has no such thread.
 class DeviceThread {
   public:
     /// Chooses the device as `chooseDevice` does and waits for it.
@@ -24,25 +23,20 @@ class DeviceThread {
     DeviceThread();
     DeviceThread(const DeviceThread&) = delete;
     DeviceThread& operator=(const DeviceThread&) = delete;
-    /// Ends the context, with all that is in it.
+    /// Ends the context, with all that is in it. In a forked child it leaves everything as it is.
     ~DeviceThread();
 
     /// Has the thread do a work, and waits for it. May be called from any threads.
-    /// @throws what the work throws
+    /// @throws what the work throws; DeviceFailure in a forked child
     void run(const std::function<void()>& work);
 
   private:
-    void end() noexcept;
-    void serve();
-    void perform(const std::function<void()>& work) noexcept;
+    class Service;
 
-    std::mutex callers;  ///< held by the one whose work is done
-    std::mutex exchange;
-    std::condition_variable changed;
-    const std::function<void()>* task = nullptr;
-    bool ending = false;
-    std::exception_ptr failure;
-    std::thread thread;
+    bool isForked() const noexcept;
+
+    pid_t process;
+    std::unique_ptr<Service> service;
 };
 
 }  // namespace pistonfield

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
+#include <string>
 
 #include "core/limits.h"
 
@@ -18,13 +20,49 @@ bool finite(const auto& values) {
 
 bool positive(double value) { return std::isfinite(value) && value > 0; }
 
-void checkTransform(const std::array<double, 16>& transform) {
+constexpr double mostInSingle = std::numeric_limits<float>::max();
+
+/// The largest number that a mode reads.
+double largestNumber(Mode mode) {
+    return isInSingle(mode) ? mostInSingle : std::numeric_limits<double>::max();
+}
+
+/// The largest side of a piston: half of it still has a square where the mode takes roots.
+double largestSide(Mode mode) {
+    return 2 * std::sqrt(isOnGpu(mode) ? mostInSingle : largestNumber(mode));
+}
+
+bool areWithin(const auto& values, double most) {
+    return std::all_of(values.begin(), values.end(),
+                       [most](double v) { return std::abs(v) <= most; });
+}
+
+std::string rangeOf(Mode mode) {
+    return std::string("must be within the range of the mode ") + nameOf(mode);
+}
+
+void checkTransform(const std::array<double, 16>& transform, Mode mode) {
     if (!finite(transform)) throw InvalidRequest("transform", "every number must be finite");
     if (std::any_of(&transform[12], &transform[15], [](double v) { return v != 0; }))
         throw InvalidRequest("transform",
-                             "the last row must be 0 0 0 and a number; is it the transpose, as the "
-                             "module takes it?");
+                             "the last row must be 0 0 0 and a number; is it the transpose?");
     if (transform.back() == 0) throw InvalidRequest("transform", "the last number must not be 0");
+    if (!areWithin(transform, largestNumber(mode)))
+        throw InvalidRequest("transform", "every number " + rangeOf(mode));
+    if (isInSingle(mode) && static_cast<float>(transform.back()) == 0)
+        throw InvalidRequest("transform", std::string("the last number is 0 in the precision of "
+                                                      "the mode ") +
+                                              nameOf(mode));
+}
+
+void checkSide(const char* name, double side, Mode mode) {
+    if (!positive(side)) throw InvalidRequest(name, "must be a length above 0");
+    if (side > largestSide(mode)) throw InvalidRequest(name, rangeOf(mode));
+}
+
+void checkWavenumber(double wavenumber, Mode mode) {
+    if (!positive(wavenumber)) throw InvalidRequest("wavenumber", "must be a wavenumber above 0");
+    if (wavenumber > largestNumber(mode)) throw InvalidRequest("wavenumber", rangeOf(mode));
 }
 
 void checkSizes(const Request& request) {
@@ -39,6 +77,38 @@ void checkSizes(const Request& request) {
         if (__builtin_mul_overflow(bytes, size, &bytes))
             throw InvalidRequest("sizes", "the field has more than 2^63 bytes");
     }
+}
+
+using Pair = std::array<double, 2>;
+
+/// So many pairs of a table, from a number on, on this side of 0 or mirrored, in rising order.
+std::vector<Pair> pairsOf(const std::vector<double>& table, std::size_t first, std::size_t count,
+                          double side) {
+    std::vector<Pair> pairs;
+    for (std::size_t i = first; i < first + count; ++i)
+        pairs.push_back({side * table[2 * i], table[2 * i + 1]});
+    std::sort(pairs.begin(), pairs.end());
+    return pairs;
+}
+
+/// Whether two numbers of a rule are one for the modes of a GPU, which have sines in single
+/// precision.
+bool alike(double a, double b) {
+    return std::abs(a - b) <=
+           std::numeric_limits<float>::epsilon() * std::max({1.0, std::abs(a), std::abs(b)});
+}
+
+/// Whether the second half of a rule is the first one on the other side of 0, which lies between
+/// them where the order is odd.
+bool isSymmetric(const Rule& rule) {
+    const auto order = static_cast<std::size_t>(rule.order);
+    const std::size_t half = order / 2;
+    if (order % 2 != 0 && !alike(rule.table[2 * half], 0)) return false;
+    const std::vector<Pair> left = pairsOf(rule.table, 0, half, -1);
+    const std::vector<Pair> right = pairsOf(rule.table, order - half, half, 1);
+    return std::equal(left.begin(), left.end(), right.begin(), [](const Pair& a, const Pair& b) {
+        return alike(a[0], b[0]) && alike(a[1], b[1]);
+    });
 }
 
 void checkRule(const Rule& rule, Mode mode) {
@@ -56,6 +126,11 @@ void checkRule(const Rule& rule, Mode mode) {
         throw InvalidRequest("table", std::to_string(rule.table.size()) +
                                           " numbers are no pairs of a rule of order " + order);
     if (!finite(rule.table)) throw InvalidRequest("table", "every number must be finite");
+    if (!areWithin(rule.table, largestNumber(mode)))
+        throw InvalidRequest("table", "every number " + rangeOf(mode));
+    if (isOnGpu(mode) && !isSymmetric(rule))
+        throw InvalidRequest("table",
+                             std::string("must be symmetric about 0 in the mode ") + nameOf(mode));
 }
 
 void checkTolerance(const Request& request) {
@@ -92,12 +167,10 @@ void check(const Request& request) {
     if (request.points)
         checkPoints(request);
     else
-        checkTransform(request.lattice.transform);
-    if (!positive(request.piston.height))
-        throw InvalidRequest("height", "must be a length above 0");
-    if (!positive(request.piston.width)) throw InvalidRequest("width", "must be a length above 0");
-    if (!positive(request.wave.wavenumber))
-        throw InvalidRequest("wavenumber", "must be a wavenumber above 0");
+        checkTransform(request.lattice.transform, request.mode);
+    checkSide("height", request.piston.height, request.mode);
+    checkSide("width", request.piston.width, request.mode);
+    checkWavenumber(request.wave.wavenumber, request.mode);
     checkSizes(request);
     if (request.tolerance)
         checkTolerance(request);

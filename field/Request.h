@@ -48,8 +48,8 @@ struct PointList {
     bool operator==(const PointList&) const = default;
 };
 
-/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, of which
-/// the modes of a GPU take the first half for a rule that is symmetric about 0.
+/// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, which is
+/// symmetric about 0 in the modes of a GPU: these take its first half.
 struct Rule {
     int order = 10;             ///< abscissas
     std::vector<double> table;  ///< `order` (abscissa, weight) pairs on [-1, 1], or none

@@ -28,7 +28,8 @@ function h = pistonfield_plot(p, grid, varargin)
   %   'along'     - 'x', 'y' or 'z': a profile along the grid's first, second or third direction
   %   'across'    - 'x', 'y' or 'z': a slice across that direction
   %   'at'        - the point [m] that slices and profiles go through, or the grid point nearest to
-  %                 it; the place of the largest |p| by default
+  %                 it, with a warning where it lies outside of the grid; the place of the largest
+  %                 |p| by default
   %   'reference' - the magnitude of 0 dB [unit of p]; the largest |p| by default
   %   'range'     - the levels shown, down from the largest [dB]; 40 by default
   %   'limits'    - [lowest, highest] of what is shown [unit of p; dB; degrees]; by default chosen
@@ -201,6 +202,25 @@ function index = index_of(place, p, grid)
   index = index - 1;
 end
 
+% A slice or profile through the nearest point is another one than was asked for where that lies
+% more than half a step beyond the grid, along a direction in which there is a choice.
+function warn_of_outside(place, grid, directions)
+  long = find(grid.sizes > 1);
+  if isempty(place) || isempty(long)
+    return
+  end
+  indices = zeros(1, 3);
+  indices(long) = (double(place(:).') - grid.transform(4, 1:3)) / grid.transform(long, 1:3);
+  beyond = indices < -0.5 | indices > grid.sizes - 0.5;
+  missed = directions(beyond(directions));
+  if ~isempty(missed)
+    letters = 'xyz';
+    warning('pistonfield:outside', ...
+            'at lies outside of the grid along its %s: what is drawn goes through the nearest point', ...
+            strjoin(num2cell(letters(sort(missed))), ', '));
+  end
+end
+
 % What is drawn: values, their label and limits.
 function quantity = quantity_of(p, options)
   largest = max([abs(finite(p)); 0]);
@@ -275,6 +295,7 @@ end
 function drawing = draw_profile(quantity, grid, at, direction, options)
   require(grid.sizes(direction) > 1, 'pistonfield_plot', 'along', ...
           'a profile needs more than one point along its direction');
+  warn_of_outside(options.at, grid, setdiff(1:3, direction));
   ruler = ruler_of(grid, at, direction, direction);
   values = pick(quantity.values, at, direction);
   limits = quantity.limits;
@@ -295,6 +316,7 @@ function drawing = draw_profile(quantity, grid, at, direction, options)
 end
 
 function drawing = draw_slices(quantity, grid, at, normals, options)
+  warn_of_outside(options.at, grid, normals);
   count = numel(normals);
   slices = cell(1, count);
   for i = 1:count
@@ -683,6 +705,29 @@ end
 %! assert(get(h.graphics, 'xdata')(:)', 0:3, 1e-12);
 %! assert(label_of(h.axes, 'title'), 'line x = -1 mm, z = 9 mm');
 %! assert(isempty(h.colorbar));
+
+%!test % a place outside of the grid is told, where slices or profiles depend on it
+%! [p, grid] = volume();
+%! outside = @(missed) ['at lies outside of the grid along its ', missed, ...
+%!                      ': what is drawn goes through the nearest point'];
+%! cases = {{'across', 'z', 'at', [9 9 9.6] * 1e-3}, outside('z')
+%!          {'across', 'z', 'at', [9 9 9.4] * 1e-3}, ''
+%!          {'across', 'z', 'at', [9 9 0.4] * 1e-3}, outside('z')
+%!          {'along', 'z', 'at', [0 -9 99] * 1e-3}, outside('y')
+%!          {'at', [-3 4 1] * 1e-3}, outside('x, y')
+%!          {'at', [-2 3 1] * 1e-3}, ''};
+%! for i = 1:rows(cases)
+%!   lastwarn('');
+%!   h = pistonfield_plot(p, grid, cases{i, 1}{:});
+%!   close(h.figure);
+%!   assert(lastwarn(), cases{i, 2});
+%! end
+%! % A plane is drawn whole, wherever that is.
+%! [p, grid] = plane();
+%! lastwarn('');
+%! h = pistonfield_plot(p, grid, 'at', [9 9 9]);
+%! close(h.figure);
+%! assert(lastwarn(), '');
 
 %!test % levels are relative to the largest |p|, or to what is given, and the label says so
 %! [p, grid] = plane();

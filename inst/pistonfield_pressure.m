@@ -397,7 +397,7 @@ end
 %!endfunction
 
 %!test % the power of pistons of any size is the integral over distances on the piston
-%! sides = [3 2; 30 20; 1 40; 0.001 40; 60 0.1; 22.2 22.2; 14.1 10] * 1e-3;
+%! sides = [3 2; 30 20; 1 40; 0.001 40; 0.02 40; 40 0.03; 60 0.1; 22.2 22.2; 14.1 10] * 1e-3;
 %! for i = 1:rows(sides)
 %!   plate = struct('width', sides(i, 1), 'height', sides(i, 2));
 %!   [~, info] = pistonfield_pressure(plate, pistonfield_grid(0, 0, 1), 'frequency', 1e6, ...
@@ -412,6 +412,14 @@ end
 %!                                  pistonfield_grid(0, 0, 1), 'frequency', 5e6, 'order', 4);
 %! assert(toc(start) < 2);
 %! assert(info.power, 998 * 1482 * 0.25 / 2, 1e-3 * info.power);
+
+%!test % nor does that of one of a million wavelengths; it is that of a plane wave
+%! start = tic();
+%! warning('off', 'pistonfield:units', 'local');
+%! [~, info] = pistonfield_pressure(struct('width', 15e-3, 'height', 12e-3), ...
+%!                                  pistonfield_grid(0, 0, 1), 'frequency', 1e11, 'order', 4);
+%! assert(toc(start) < 2);
+%! assert(info.power, 998 * 1482 * 180e-6 / 2, 1e-8 * info.power);
 
 %!test % the tolerance decides on the order
 %! [~, rough] = call('tolerance', 1e-2);

@@ -83,8 +83,8 @@ function info = pistonfield_request(file, piston, grid, varargin)
 end
 
 function require_flag(caller, name, value)
-  require(isscalar(value) && (islogical(value) || isnumeric(value)), caller, name, ...
-          '%s must be true or false', name);
+  require(isscalar(value) && (islogical(value) || isnumeric(value)) && ~isnan(value), ...
+          caller, name, '%s must be true or false', name);
 end
 
 % A name without a folder is looked for along the path otherwise.
@@ -332,6 +332,8 @@ end
 %! rmdir(inner);
 %!error <overwrite must be true or false>
 %! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'overwrite', 'yes');
+%!error <overwrite must be true or false>
+%! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'overwrite', NaN);
 %!error <'colour' is no option> pistonfield_request('nowhere/r', piston, grid, wave{:}, 'colour', 1)
 %!error <give tolerance or order, not both>
 %! pistonfield_request('nowhere/r', piston, grid, wave{:}, 'tolerance', 1e-3);

@@ -68,7 +68,11 @@ std::array<std::int64_t, 3> indicesOf(const host::Array* array, const char* name
 
 std::string textOf(const host::Array* array, const char* name) {
     if (!host::isChar(array)) throw InvalidRequest(name, "must be a text");
-    return host::text(array);
+    std::string text = host::text(array);
+    // The host's texts end at the first zero.
+    if (text.size() < host::rows(array) * host::columns(array))
+        throw InvalidRequest(name, "must be a text without zeros");
+    return text;
 }
 
 Mode modeOf(const host::Array* array) { return modeCalled(textOf(array, "mode")); }

@@ -17,26 +17,37 @@ function resistance = radiation_resistance(width, height, k)
   %   R = width * height - 2 / (pi k^2) + 2 / pi * integral over 0 < t < pi / 2 of
   %       g(t) sin(k r) / k + sin(2 t) cos(k r) / k^2
   % where r is the distance to the rim, g = width sin t - height cos t on the side at u = width and
-  % the opposite on the other. In a small piston the terms would cancel.
-  if k * max(width, height) < 60
-    resistance = over_distances(width, height, k);
+  % the opposite on the other. In a small or a thin piston the terms would cancel.
+  sides = sort([width, height]);
+  if k * sides(2) < 60 || k * sides(1) < 0.1
+    resistance = over_distances(sides(1), sides(2), k);
   else
     resistance = width * height - 2 / (pi * k ^ 2) + ...
                  2 / pi * (along_side(width, height, k) + along_side(height, width, k));
   end
 end
 
-% The integral over the angles of the side at the distance near, in intervals of one period.
+% The integral over the angles of the side at the distance near, which takes as long for any number
+% of wavelengths: in place of the way from near to far, r goes from both ends into the complex plane,
+% r = end + i s^2 / k, where the waves are exp(-s^2).
 function value = along_side(near, side, k)
-  far = hypot(near, side);
-  periods = ceil(k * (far - near) / (2 * pi));
-  bounds = acos(near ./ linspace(near, far, periods + 1));
-  phase = @(t) k * near ./ cos(t);
-  rim = @(t) (near * sin(t) - side * cos(t)) .* sin(phase(t)) / k + ...
-             sin(2 * t) .* cos(phase(t)) / k ^ 2;
-  value = quadgk(rim, 0, bounds(end), 'Waypoints', bounds(2:end - 1), ...
-                 'AbsTol', 1e-13 * near * side, 'RelTol', 1e-12, ...
-                 'MaxIntervalCount', 650 + 10 * periods);
+  beyond = side ^ 2 / (hypot(near, side) + near);  % far - near
+  last = 6.5;  % exp(-s^2) is below rounding there
+  bends = sort(sqrt(k * [near, beyond]));
+  value = quadgk(@(s) from_end(near, side, 0, k, s) - from_end(near, side, beyond, k, s), ...
+                 0, last, 'Waypoints', bends(bends < last), ...
+                 'AbsTol', 1e-13 * near * side, 'RelTol', 1e-12);
+end
+
+% The integrand on the way from the end at near + beyond.
+function value = from_end(near, side, beyond, k, s)
+  away = beyond + 1i * s .^ 2 / k;
+  r = near + away;
+  across = sqrt(away .* (r + near));  % sqrt(r^2 - near^2)
+  by_sine = near ^ 2 ./ (k * r .^ 2) .* (1 - side ./ across);  % with dt / dr
+  by_cosine = 2 * near ^ 2 ./ (k ^ 2 * r .^ 3);
+  wave = exp(1i * k * (near + beyond) - s .^ 2) * 2i / k .* s;
+  value = imag(by_sine .* wave) + real(by_cosine .* wave);
 end
 
 function resistance = over_distances(width, height, k)

@@ -11,6 +11,7 @@
 #include "parallel/threads.h"
 #include "run/commands/RequestFile.h"
 #include "run/commands/options.h"
+#include "run/commands/partNames.h"
 #include "run/numbers.h"
 #include "run/requestNames.h"
 
@@ -173,16 +174,6 @@ Part partOf(const Words& words) {
     return part;
 }
 
-/// "field.h5" to "field.part-03-of-10.h5"
-std::filesystem::path partPath(const std::filesystem::path& output, const Part& part) {
-    const std::string of = std::to_string(part.of);
-    std::string number = std::to_string(part.number);
-    number.insert(0, of.size() - number.size(), '0');
-    std::filesystem::path path = output;
-    return path.replace_filename(output.stem().string() + ".part-" + number + "-of-" + of +
-                                 output.extension().string());
-}
-
 void setRequest(Request& request, const Setting& setting, const TextReader& readText) {
     const std::string& name = setting.name;
     if (name == "transform") request.lattice.transform = arrayOf<16>(setting.words, numbers::real);
@@ -271,7 +262,10 @@ ComputeCommand computeCommand(const CommandLine& line, const TextReader& readTex
         if (found != settings.end()) command.given.emplace(option.name, found->second.origin);
     }
     if (command.output.empty()) throw std::runtime_error("output is required; see --help");
-    if (const Words* request = line.find("request")) command.inputs.emplace_back(request->front());
+    if (const Words* request = line.find("request")) {
+        command.requestFile = request->front();
+        command.inputs.push_back(command.requestFile);
+    }
     // Numbers in the table's place name no file, and so none that is an output.
     if (const auto table = settings.find("table"); table != settings.end())
         command.inputs.emplace_back(table->second.words.front());
@@ -321,13 +315,16 @@ std::optional<std::string> contradiction(const ComputeCommand& command, const Re
 }
 
 void checkComplete(const ComputeCommand& command) {
+    const bool inFile = !command.requestFile.empty();
     std::string missing;
     for (const RequestOption& option : requestOptions)
         if (option.needed && !command.given.contains(option.name))
-            missing.append(missing.empty() ? "" : ", ").append(dashed(option.name));
+            missing.append(missing.empty() ? "" : ", ")
+                .append(inFile ? option.name : dashed(option.name));
     if (!missing.empty())
-        throw std::runtime_error(missing + " is missing, and there is no " +
-                                 command.output.string() + " to go on with");
+        throw std::runtime_error((inFile ? command.requestFile.string() + ": " : "") + missing +
+                                 " is missing, and there is no " + command.output.string() +
+                                 " to go on with");
     try {
         checkRequest(command.request);
     } catch (const InvalidRequest& error) {

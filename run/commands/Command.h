@@ -25,6 +25,7 @@ struct ComputeCommand {
     /// Of the options of the request that were there: where, as "--sizes" or "request.toml:3:
     /// sizes".
     std::map<std::string, std::string> given;
+    std::filesystem::path requestFile;          ///< or none
     std::vector<std::filesystem::path> inputs;  ///< the request file and the table's, where given
     std::optional<Part> part;
     std::int64_t slabPoints = 1 << 18;

@@ -6,8 +6,11 @@
 #include <algorithm>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 
+#include "run/commands/notes.h"
 #include "run/commands/options.h"
+#include "run/commands/siForm.h"
 #include "run/file/revision.h"
 
 namespace run {
@@ -49,10 +52,23 @@ CLI::Option* add(CLI::App& app, const std::string& names, int least, int most,
     return option->expected(least, most)->allow_extra_args(most > least);
 }
 
+/// What help says of an option.
+std::string textOf(const Option& option) {
+    const std::string device = emulationNote();
+    const bool told = std::string_view(option.name) == "mode" && !device.empty();
+    return told ? std::string(option.text) + "; " + device : option.text;
+}
+
+/// What the program is, and where it computes where that is not what its modes say.
+std::string versionText() {
+    const std::string device = emulationNote();
+    return "pistonfield-run " + revision() + (device.empty() ? "" : "\n" + device);
+}
+
 void addCompute(CLI::App& app) {
     add(app, "output", 1, 1, "the file to write, as field.h5")->type_name("");
     for (const Option& option : computeOptions)
-        add(app, dashed(option.name), option.words, option.words, option.text)
+        add(app, dashed(option.name), option.words, option.words, textOf(option))
             ->type_name(option.word)
             ->group(option.group);
     add(app, "--request", 1, 1, "a text file with these options, as: sizes = [100, 100, 200]")
@@ -114,6 +130,17 @@ std::vector<std::string> commandsOf(const CLI::App& app) {
     return names;
 }
 
+/// What somebody may have meant by a word that begins with a dash and is no option.
+std::string hint(const CLI::App& app, const std::string& word) {
+    const std::string option = word.substr(0, word.find('='));
+    const std::string name = option.substr(std::min(option.find_first_not_of('-'), option.size()));
+    if (std::string instead = siForm::instead(name); !instead.empty()) return instead;
+    const siForm::Key* key = siForm::find("", name);
+    const std::string path = key != nullptr ? key->path() : siForm::elsewhere(name);
+    if (!path.empty()) return "; " + path + " is a key of a request file";
+    return suggestion(word, namesOf(app));
+}
+
 /// @throws std::runtime_error naming a word that has no meaning
 void requireNoMore(const CLI::App& app) {
     std::vector<std::string> rest = app.remaining();
@@ -121,8 +148,7 @@ void requireNoMore(const CLI::App& app) {
     if (rest.empty()) return;
     for (const std::string& word : rest)
         if (word.starts_with("-"))
-            throw std::runtime_error(word + " is no option" + suggestion(word, namesOf(app)) +
-                                     "; see --help");
+            throw std::runtime_error(word + " is no option" + hint(app, word) + "; see --help");
     // The command itself may be misspelt.
     const CLI::Option* output = app.get_option_no_throw("output");
     if (app.get_parent() == nullptr && output->count() > 0) {
@@ -184,7 +210,7 @@ std::variant<Answer, CommandLine> readCommandLine(std::vector<std::string> words
         "goes on with --resume.",
         "pistonfield-run"};
     app.get_formatter()->column_width(nameWidth);
-    app.set_version_flag("--version", "pistonfield-run " + revision());
+    app.set_version_flag("--version", versionText());
     app.allow_extras();
     addCompute(app);
     addCommands(app);

@@ -138,6 +138,7 @@ std::string hint(const std::string& table, const std::string& key) {
         return "; " + key + " stands before the first table";
     const std::string elsewhere = siForm::elsewhere(key);
     if (!elsewhere.empty()) return ", did you mean " + elsewhere + "?";
+    if (std::string instead = siForm::instead(key); !instead.empty()) return instead;
     if (!table.empty()) return suggestion(key, siForm::namesIn(table));
     known.insert(known.end(), siForm::tables().begin(), siForm::tables().end());
     return suggestion(key, known);

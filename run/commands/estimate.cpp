@@ -8,63 +8,69 @@
 #include <chrono>
 #include <cstddef>
 #include <iostream>
+#include <string>
 #include <vector>
 
 #include "field/Plan.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
+#include "run/commands/notes.h"
 #include "run/formatting.h"
 
 namespace run {
 
 namespace {
 
-/// Seconds that a point takes, from points all over the field.
-double measuredSecondsPerPoint(const Layout& layout, const pistonfield::Plan& plan,
-                               const pistonfield::Conduct& conduct) {
-    constexpr std::int64_t places = 8;
-    constexpr std::int64_t mostRows = 4;
+constexpr std::int64_t mostRows = 4;
+
+/// Some of a slab's first points: whole rows, where there are enough for one.
+LatticeBox beginningOf(LatticeBox slab, std::int64_t points) {
+    slab.size[0] = std::min(slab.size[0], points);
+    slab.size[1] = std::min({slab.size[1], mostRows, points / slab.size[0]});
+    slab.size[2] = 1;
+    return slab;
+}
+
+/// Seconds that a point of a slab takes: of one point at first, which may take long, and of more
+/// until their time can be told.
+double secondsPerPoint(const LatticeBox& slab, const pistonfield::Plan& plan, std::byte* values,
+                       const pistonfield::Conduct& conduct) {
+    constexpr std::chrono::milliseconds enough{5};
+    constexpr std::int64_t more = 8;
+    const std::int64_t most = mostRows * slab.size[0];
+    for (std::int64_t points = 1;; points = std::min(points * more, most)) {
+        const LatticeBox box = beginningOf(slab, points);
+        const auto begin = std::chrono::steady_clock::now();
+        plan.computeNative(box, values, conduct);
+        const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+        if (points == most || time >= enough)
+            return time.count() / static_cast<double>(box.points());
+    }
+}
+
+/// The same of points all over the field.
+double meanSecondsPerPoint(const Layout& layout, const pistonfield::Plan& plan,
+                           const pistonfield::Conduct& conduct) {
+    constexpr int places = 8;
     const Slabs slabs = layout.slabs();
     std::vector<std::byte> values(
         static_cast<std::size_t>(mostRows * layout.slabSizes[0] * layout.request.valueBytes()));
-    std::int64_t points = 0;
-    std::chrono::duration<double> time{};
-    for (std::int64_t i = 0; i < places; ++i) {
+    double sum = 0;
+    for (int i = 0; i < places; ++i) {
         // As doubles, the number of slabs being what it may.
-        const double share = static_cast<double>(i) / static_cast<double>(places);
-        LatticeBox box =
-            slabs.slab(static_cast<std::int64_t>(share * static_cast<double>(slabs.count())));
-        box.size[1] = std::min(box.size[1], mostRows);
-        box.size[2] = 1;
-        const auto begin = std::chrono::steady_clock::now();
-        plan.computeNative(box, values.data(), conduct);
-        // The first one also wakes the processor.
-        if (i == 0 && slabs.count() > 1) continue;
-        time += std::chrono::steady_clock::now() - begin;
-        points += box.points();
+        const double slab = static_cast<double>(slabs.count()) * i / places;
+        sum += secondsPerPoint(slabs.slab(static_cast<std::int64_t>(slab)), plan, values.data(),
+                               conduct);
     }
-    return time.count() / static_cast<double>(points);
+    return sum / places;
 }
 
 /// Seconds that a point takes in one process.
 double secondsPerPoint(const Layout& layout, const pistonfield::Plan& plan) {
-    if (isOnGpu(layout.request.mode)) return measuredSecondsPerPoint(layout, plan, {});
+    if (isOnGpu(layout.request.mode)) return meanSecondsPerPoint(layout, plan, {});
     // Some of the places are large enough for several threads and some are not.
-    const double seconds = measuredSecondsPerPoint(layout, plan, {.threads = 1});
+    const double seconds = meanSecondsPerPoint(layout, plan, {.threads = 1});
     return seconds / std::min(pistonfield::threadCount(), pistonfield::usableCores());
-}
-
-/// Whether any point of a lattice lies behind the piston's plane.
-bool reachesBehind(const Layout& layout) {
-    const auto& transform = layout.request.lattice.transform;
-    double lowest = transform[11] / transform[15];
-    for (std::size_t i = 0; i < layout.box.size.size(); ++i) {
-        const double step = transform[8 + i] / transform[15];
-        const auto first = static_cast<double>(layout.box.first[i]);
-        const auto last = first + static_cast<double>(layout.box.size[i] - 1);
-        lowest += std::min(step * first, step * last);
-    }
-    return lowest < 0;
 }
 
 /// What a process takes: two slabs, and what the plan takes, whose device may be the process's too.
@@ -104,8 +110,7 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << processes << (processes == 1 ? " process" : " processes") << ", at "
               << formatting::figure(each / nano)
               << " ns a point, and the time that the disk takes\n";
-    if (reachesBehind(layout))
-        std::cout << "note    some points lie behind the piston, where values mean nothing\n";
+    for (const std::string& note : notesOn(layout)) std::cout << "note    " << note << "\n";
     std::cout << std::flush;
 }
 

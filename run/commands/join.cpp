@@ -4,10 +4,12 @@
 #include <cmath>
 #include <iostream>
 #include <optional>
+#include <set>
 #include <stdexcept>
 #include <string>
 
 #include "run/commands/commands.h"
+#include "run/commands/partNames.h"
 #include "run/commands/preparation.h"
 #include "run/file/FieldFile.h"
 #include "run/file/SlabNumbers.h"
@@ -62,7 +64,7 @@ class Gathering {
         const std::int64_t missing = whole->box.points() - points;
         if (missing != 0)
             throw std::runtime_error("parts are missing: " + std::to_string(missing) +
-                                     " points are in none");
+                                     " points are in none" + missingParts());
         const fs::path file = outputs::target(command.output);
         TemporaryFile::removeLeftovers(file);
         TemporaryFile temporary(file);
@@ -81,6 +83,34 @@ class Gathering {
     bool hasMagnitude() const { return whole->magnitude; }
 
   private:
+    /// Whether a file is the part that its name says, of so many.
+    bool isAsNamed(const JoinedPart& part, std::int64_t of) const {
+        const auto named = partNamed(part.file);
+        return named && named->of == of && boxOf(*named, whole->box.size) == part.box;
+    }
+
+    /// ", those of 3/10, 7/10": which parts there are none of, where all names say what they are.
+    std::string missingParts() const {
+        const auto first = partNamed(parts.front().file);
+        if (!first || first->of > std::ranges::max(whole->box.size)) return {};
+        std::set<std::int64_t> there;
+        for (const JoinedPart& part : parts) {
+            if (!isAsNamed(part, first->of)) return {};
+            there.insert(partNamed(part.file)->number);
+        }
+        constexpr int most = 10;
+        std::string names;
+        int count = 0;
+        for (std::int64_t number = 1; number <= first->of && count <= most; ++number) {
+            if (there.contains(number)) continue;
+            names += count == 0 ? ", those of " : ", ";
+            names +=
+                count == most ? "..." : std::to_string(number) + "/" + std::to_string(first->of);
+            ++count;
+        }
+        return names;
+    }
+
     void begin(const FieldFile& part, const Provenance& provenance) {
         whole = part.layout();
         whole->box = whole->request.lattice.box();

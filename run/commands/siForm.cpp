@@ -108,6 +108,14 @@ class Given {
         return value;
     }
 
+    /// The length of a side of the piston. For thinner ones the integrals have another form.
+    double side(const char* path) const {
+        constexpr double thinnest = 1e-7;
+        const double value = positive(path);
+        if (value < thinnest) refuse(need(path), "must be a length of at least 1e-7 m");
+        return value;
+    }
+
   private:
     std::string file;
     std::map<std::string, Setting> all;
@@ -269,6 +277,10 @@ std::string elsewhere(const std::string& name) {
     return {};
 }
 
+std::string instead(const std::string& name) {
+    return name == "power" ? "; pistonfield_request makes a velocity of it" : "";
+}
+
 std::vector<Setting> translated(const std::vector<Setting>& settings, const std::string& file) {
     const Given given(settings, file);
     const double frequency = given.positive("frequency");
@@ -278,8 +290,8 @@ std::vector<Setting> translated(const std::vector<Setting>& settings, const std:
     for (const char* path : {"medium.density", "velocity"})
         if (given.find(path) != nullptr) static_cast<void>(given.positive(path));
     const Grid grid = gridOf(given);
-    const std::string width = numbers::textOf(given.positive("piston.width"));
-    const std::string height = numbers::textOf(given.positive("piston.height"));
+    const std::string width = numbers::textOf(given.side("piston.width"));
+    const std::string height = numbers::textOf(given.side("piston.height"));
     // In this order the functions round, too.
     const double wavenumber = 2 * std::numbers::pi * frequency / speed;
     return {

@@ -34,6 +34,10 @@ std::vector<std::string> namesIn(const std::string& table);
 /// The path of the key with a name in any of the tables, as "piston.width"; "" where none has it.
 std::string elsewhere(const std::string& name);
 
+/// What gives a request what the functions have by a name that no key has; "" where there is
+/// nothing.
+std::string instead(const std::string& name);
+
 /// What a request has of a field in this form: transform, sizes, l, s and k.
 /// @param given the keys by their paths, and the tables by their names; lists of lists are flat
 /// @param file  the file's name, for messages

@@ -131,7 +131,12 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
                    "request: a size of 8 bytes is not that of interface 1 to 1");
 
-    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    pistonfield_plan* plan = NULL;
+    request.size = 0;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "request: a size of 0 bytes is not that of interface 1 to 1; call "
+                   "pistonfield_request_init first");
+    plan = samplePlan(PISTONFIELD_CPU);
     pistonfield_conduct conduct;
     pistonfield_conduct_init(&conduct, sizeof conduct, NULL);
     conduct.size = sizeof conduct + 8;
@@ -139,7 +144,8 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
         PISTONFIELD_INVALID_ARGUMENT,
-        "conduct: a size of 40 bytes is not that of interface 1 to 1");
+        "conduct: a size of 40 bytes is not that of interface 1 to 1; call "
+        "pistonfield_conduct_init first");
     EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
                    "conduct: a size of 0 bytes is not that of interface 1 to 1");
     pistonfield_plan_destroy(plan);
@@ -181,6 +187,14 @@ static void refusesWhatThereIsNoFieldFor(void) {
     table[1] = INFINITY;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
                    "table: every number must be finite");
+    request = sampleRequest(PISTONFIELD_CPU);
+    request.transform[12] = 1;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "transform: the last row must be 0 0 0 and a number; is it the transpose?");
+    request = sampleRequest(PISTONFIELD_CUDA);
+    request.wavenumber = 1e39;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "wavenumber: must be within the range of the mode cuda");
 
     pistonfield_request_init(&request, sizeof request, NULL);
     EXPECT(pistonfield_plan_create(&request, &plan, NULL) == PISTONFIELD_INVALID_REQUEST);

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <complex>
+#include <memory>
 #include <vector>
 
 #include "FastNearfield/GaussLegendre.h"
@@ -18,6 +19,7 @@
 #include "tests/field/smallRequest.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EmulatedDevices.h"
+#include "tests/support/InChild.h"
 #include "tests/support/Refused.h"
 #include "tests/support/SilentOutput.h"
 
@@ -195,6 +197,25 @@ TYPED_TEST(DevicePlan, OnAnUnknownDevicePrintsNothing) {
     const EmulatedDevices unknown({EmulatedDevices::device(9, 0, 132, 1980000)});
     const Printed printed = captured([&] { static_cast<void>(this->computed(this->request())); });
     EXPECT_EQ(printed.out + printed.err, "");
+}
+
+TYPED_TEST(DevicePlan, IsRefusedInAForkedChildAndEndsThere) {
+    auto plan = std::make_unique<Plan>(this->request());
+    const LatticeBox box = plan->request().lattice.box();
+    const auto expected = this->computed(*plan, box);
+    EXPECT_EQ(inChild([&] {
+                  const std::string text =
+                      refused([&] { static_cast<void>(this->computed(*plan, box)); });
+                  return text == "a plan of a GPU's mode belongs to the process that made it" ? 1
+                                                                                              : 2;
+              }),
+              1);
+    EXPECT_EQ(inChild([&] {
+                  plan.reset();
+                  return 1;
+              }),
+              1);
+    EXPECT_EQ(this->computed(*plan, box), expected);
 }
 
 TYPED_TEST(DevicePlan, LeavesNoContext) {

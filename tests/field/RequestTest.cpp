@@ -6,6 +6,8 @@
 
 #include <functional>
 #include <limits>
+#include <string>
+#include <vector>
 
 #include "tests/field/smallRequest.h"
 #include "tests/support/Refused.h"
@@ -50,6 +52,8 @@ TEST(Request, OfATransformWithoutPositionsIsRefused) {
     EXPECT_EQ(refusal([](Request& r) { r.lattice.transform[15] = 0; }),
               "transform: the last number must not be 0");
     EXPECT_EQ(refusal([](Request& r) { r.lattice.transform[15] = -1; }), "no failure");
+    EXPECT_EQ(refusal([](Request& r) { r.lattice.transform[12] = 1e-3; }),
+              "transform: the last row must be 0 0 0 and a number; is it the transpose?");
 }
 
 TEST(Request, OfAPistonWithoutAreaOrWavesIsRefused) {
@@ -60,6 +64,64 @@ TEST(Request, OfAPistonWithoutAreaOrWavesIsRefused) {
                   "width: must be a length above 0");
         EXPECT_EQ(refusal([=](Request& r) { r.wave.wavenumber = odd; }),
                   "wavenumber: must be a wavenumber above 0");
+    }
+}
+
+/// Where single precision overflows no point has a value.
+TEST(Request, BeyondTheRangeOfItsModeIsRefused) {
+    const auto with = [](Mode mode, auto change) {
+        return refusal([&](Request& r) {
+            r.mode = mode;
+            change(r);
+        });
+    };
+    constexpr double most = std::numeric_limits<float>::max();
+    for (const Mode mode : pistonfield::modes) {
+        const std::string beyond = std::string(" of the mode ") + nameOf(mode);
+        const auto inSingle = [&](const std::string& refused) {
+            return isInSingle(mode) ? refused + beyond : "no failure";
+        };
+        for (const std::size_t i : {0U, 7U, 15U})
+            for (const double sign : {1, -1}) {
+                EXPECT_EQ(with(mode, [=](Request& r) { r.lattice.transform.at(i) = sign * most; }),
+                          "no failure");
+                EXPECT_EQ(with(mode, [=](Request& r) { r.lattice.transform.at(i) = sign * 1e39; }),
+                          inSingle("transform: every number must be within the range"));
+            }
+        EXPECT_EQ(with(mode, [](Request& r) { r.lattice.transform[15] = 1e-44; }), "no failure");
+        EXPECT_EQ(with(mode, [](Request& r) { r.lattice.transform[15] = -1e-46; }),
+                  inSingle("transform: the last number is 0 in the precision"));
+        EXPECT_EQ(with(mode, [](Request& r) { r.wave.wavenumber = most; }), "no failure");
+        EXPECT_EQ(with(mode, [](Request& r) { r.wave.wavenumber = 1e39; }),
+                  inSingle("wavenumber: must be within the range"));
+        const auto ofTable = [&](double abscissa, double weight) {
+            return with(mode, [=](Request& r) {
+                r.rule = {.order = 3, .table = {-abscissa, weight, 0, 1, abscissa, weight}};
+            });
+        };
+        EXPECT_EQ(ofTable(0.5, most), "no failure");
+        for (const double abscissa : {0.5, 1e39})
+            EXPECT_EQ(ofTable(abscissa, 1e39),
+                      inSingle("table: every number must be within the range"));
+    }
+}
+
+/// The modes of a GPU take roots in single precision.
+TEST(Request, OfSidesWhoseSquaresOverflowIsRefused) {
+    const auto ofSides = [](Mode mode, double width, double height) {
+        return refusal([=](Request& r) {
+            r.mode = mode;
+            r.piston = {.width = width, .height = height};
+        });
+    };
+    EXPECT_EQ(ofSides(Mode::cpu, 2.6e154, 2.6e154), "no failure");
+    EXPECT_EQ(ofSides(Mode::cpu, 2.7e154, 1), "width: must be within the range of the mode cpu");
+    EXPECT_EQ(ofSides(Mode::cpu, 1, 2.7e154), "height: must be within the range of the mode cpu");
+    for (const Mode mode : {Mode::cpusp, Mode::cuda, Mode::cudadp}) {
+        const std::string range = std::string(": must be within the range of the mode ");
+        EXPECT_EQ(ofSides(mode, 3.6e19, 3.6e19), "no failure");
+        EXPECT_EQ(ofSides(mode, 3.7e19, 1), "width" + range + nameOf(mode));
+        EXPECT_EQ(ofSides(mode, 1, 3.7e19), "height" + range + nameOf(mode));
     }
 }
 
@@ -129,6 +191,41 @@ TEST(Request, OfATableThatIsNoRuleIsRefused) {
                   r.rule.table.assign(1026, 0.5);
               }),
               "table: an order of 513 is not within 1 to 512 of the mode cuda");
+}
+
+TEST(Request, OfATableThatIsNotSymmetricIsRefusedInTheModesOfAGpu) {
+    const auto ofTable = [](Mode mode, const std::vector<double>& table) {
+        return refusal([&](Request& r) {
+            r.mode = mode;
+            r.rule = {.order = static_cast<int>(table.size() / 2), .table = table};
+        });
+    };
+    const std::vector<std::vector<double>> symmetric{
+        {0, 2},
+        {-0.5, 1, 0.5, 1},
+        {-0.77, 0.55, 0, 0.9, 0.77, 0.55},
+        // In another order, and as far off as rounding.
+        {-0.8, 0.3, 0.2, 0.7, -0.2, 0.7, 0.8, 0.3},
+        {-0.8, 0.3, 0.2, 0.7, 0.8, 0.3, -0.2, 0.7},
+        {-0.5, 1, 1e-8, 0.3, 0.50000005, 1.00000005},
+        {-0.5, 3e6, 0.5, 3000000.1}};
+    const std::vector<std::vector<double>> others{{0.1, 2},
+                                                  {-0.5, 1, 0.5, 1.1},
+                                                  {-0.5, 1, 0.6, 1},
+                                                  {-0.5, 1, -0.5, 1},
+                                                  {-0.77, 0.55, 0.1, 0.9, 0.77, 0.55},
+                                                  // The first two are not half of the rule.
+                                                  {-0.8, 0.3, 0.8, 0.3, -0.2, 0.7, 0.2, 0.7},
+                                                  {0, 0.9, -0.77, 0.55, 0.77, 0.55}};
+    for (const Mode mode : pistonfield::modes) {
+        for (const std::vector<double>& table : symmetric)
+            EXPECT_EQ(ofTable(mode, table), "no failure");
+        for (const std::vector<double>& table : others)
+            EXPECT_EQ(ofTable(mode, table),
+                      isOnGpu(mode) ? std::string("table: must be symmetric about 0 in the mode ") +
+                                          nameOf(mode)
+                                    : "no failure");
+    }
 }
 
 }  // namespace

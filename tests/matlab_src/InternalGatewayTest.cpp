@@ -134,6 +134,10 @@ TEST_F(InternalGatewayTest, NamesTheArgumentThatIsWrong) {
     EXPECT_EQ(refusalOf({}), refusal("question", "question: there is none"));
     EXPECT_EQ(refusalOf({text("field")}), refusal("arguments", "arguments: 1 in the place of 11"));
     EXPECT_EQ(refusalOf(6, number(1)), refusal("mode", "mode: must be a text"));
+    using namespace std::string_literals;
+    EXPECT_EQ(refusalOf(6, text("cpu\0x"s)), refusal("mode", "mode: must be a text without zeros"));
+    EXPECT_EQ(refusalOf(0, text("field\0"s)),
+              refusal("question", "question: must be a text without zeros"));
     EXPECT_EQ(refusalOf(3, number(-1)), refusal("width", "width: must be a length above 0"));
     for (const double order : {0.0, 18001.0, 1e10})
         EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be from 1 to 18000"));

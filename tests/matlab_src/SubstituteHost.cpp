@@ -235,7 +235,8 @@ std::string text(const Array* array) {
     for (std::size_t i = 0; i < array->count(); ++i)
         characters += static_cast<char>(static_cast<unsigned char>(
             substitute::storageOf<char16_t>().read(array->real.data() + i * sizeof(char16_t))));
-    return characters;
+    // As real hosts hand texts on.
+    return characters.c_str();
 }
 
 double scalar(const Array* array) {

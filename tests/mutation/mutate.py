@@ -165,7 +165,7 @@ class Build:
     def try_mutant(self, file, text):
         """Whether the tests notice the text in place of the file's own."""
         overlay = self.scratch / file
-        overlay.parent.mkdir(exist_ok=True)
+        overlay.parent.mkdir(parents=True, exist_ok=True)
         overlay.write_text(text, encoding="utf-8")
         try:
             compiled = {}

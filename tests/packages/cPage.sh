@@ -53,3 +53,13 @@ expect_field ./a.out
 if readelf --dynamic --wide a.out | grep -F libpistonfield; then
   exit 1
 fi
+
+echo "in the project's folder"
+mkdir tree
+ln -s "$source/capi" tree/capi
+ln -s "$build" tree/build
+cp program.c tree
+cd tree
+block sh 3 | sed "s|^cc|$CC|" >compile.sh
+bash -eu compile.sh
+expect_field ./a.out

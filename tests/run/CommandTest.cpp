@@ -5,9 +5,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cctype>
 #include <limits>
 #include <sstream>
 
+#include "run/commands/notes.h"
+#include "run/commands/options.h"
+#include "run/commands/partNames.h"
 #include "run/commands/readText.h"
 #include "run/file/revision.h"
 #include "tests/support/Refused.h"
@@ -154,6 +159,14 @@ TEST(Part, HasAFileOfItsOwn) {
     EXPECT_EQ(computing({"--part", "12/1000", "f"}).output, "f.part-0012-of-1000");
 }
 
+TEST(Part, IsToldByItsName) {
+    EXPECT_EQ(run::partNamed("a/field.part-03-of-10.h5"), (Part{3, 10}));
+    EXPECT_EQ(run::partNamed("f.part-1-of-2.part-2-of-2"), (Part{1, 2}));
+    for (const char* name : {"field.h5", "field.part-3.h5", "field.part-0-of-3.h5", "part-1-of-2",
+                             "field.part-4-of-3.h5", "field.part-x-of-3.h5", "f.part-1-of-.h5"})
+        EXPECT_EQ(run::partNamed(name), std::nullopt) << name;
+}
+
 TEST(Part, OfAnotherFormIsRefused) {
     for (const std::string text :
          {"3", "3/", "/3", "0/3", "4/3", "-1/3", "1/3x", "1:3", "a/b", "1/99999999999999999999"})
@@ -281,6 +294,18 @@ std::string repeated(const std::string& text, int count) {
     std::string all;
     for (int i = 0; i < count; ++i) all += text;
     return all;
+}
+
+TEST_F(CommandFiles, RequestNamesTheKeyThatIsMissing) {
+    const std::string name = file("l = 1\ntransform = [" + repeated("1, ", 16) + "]\n");
+    EXPECT_EQ(refused([&] {
+                  checkComplete(computing({"--request", name, "f.h5"}));
+              }),
+              name + ": sizes, s, k is missing, and there is no f.h5 to go on with");
+    EXPECT_EQ(refused([&] {
+                  checkComplete(computing({"--request", name, "-k", "7", "-s", "1", "f.h5"}));
+              }),
+              name + ": sizes is missing, and there is no f.h5 to go on with");
 }
 
 TEST_F(CommandFiles, RequestWithAKeyOfVeryManyPartsIsRefused) {
@@ -472,6 +497,8 @@ TEST_F(CommandFiles, SiRequestIsRefusedWithTheLine) {
         {"frequency = 1e6", "", ": frequency is missing"},
         {"order = 12", "velocity = -1", ":2: velocity: must be a number above 0"},
         {"order = 12", "width = 1", ":2: width is no option, did you mean piston.width?"},
+        {"order = 12", "power = 2",
+         ":2: power is no option; pistonfield_request makes a velocity of it"},
         {"order = 12", "k = 4000", ":1: frequency, in SI units, excludes FILE:2: k"},
         {"order = 12", "sizes = [1, 1, 1]", ":1: frequency, in SI units, excludes FILE:2: sizes"},
         {"[medium]", "[medum]", ":4: medum is no option, did you mean medium?"},
@@ -489,6 +516,9 @@ TEST_F(CommandFiles, SiRequestIsRefusedWithTheLine) {
          ":5: medium.speed is neither number nor text, nor a list of these"},
         {"width = 7.5e-3", "", ": piston.width is missing"},
         {"height = 5e-3", "height = -5e-3", ":9: piston.height: must be a number above 0"},
+        {"height = 5e-3", "height = 0.9999e-7",
+         ":9: piston.height: must be a length of at least 1e-7 m"},
+        {"width = 7.5e-3", "width = 1e-8", ":8: piston.width: must be a length of at least 1e-7 m"},
         {"height = 5e-3", "height = 5e-3\ncenter = [1, 2]",
          ":10: piston.center: takes 3 numbers, not 2"},
         {"height = 5e-3", "height = 5e-3\norientation = [[1, 0], [0, 1]]",
@@ -623,7 +653,15 @@ TEST(CommandLine, AnswersForHelpAndVersion) {
     for (const char* option : {"-h", "--help"})
         EXPECT_THAT(answer({option}), HasSubstr("--transform"));
     EXPECT_THAT(answer({"join", "--help"}), HasSubstr("parts"));
-    EXPECT_EQ(answer({"--version"}), "pistonfield-run " + run::revision() + "\n");
+    const std::string device = run::emulationNote();
+    EXPECT_EQ(answer({"--version"}),
+              "pistonfield-run " + run::revision() + "\n" + (device.empty() ? "" : device + "\n"));
+    std::string help = answer({"--help"});
+    help.erase(std::unique(help.begin(), help.end(),
+                           [](char a, char b) { return std::isspace(a) && std::isspace(b); }),
+               help.end());
+    std::replace(help.begin(), help.end(), '\n', ' ');
+    EXPECT_THAT(help, HasSubstr(device));
 }
 
 TEST(CommandLine, HelpFitsIntoEightyColumns) {
@@ -641,9 +679,28 @@ TEST(CommandLine, SuggestsWhatAMisspeltWordMayMean) {
     EXPECT_EQ(complaint(complete({"--modes", "cpu"})),
               "--modes is no option, did you mean --mode?; see --help");
     EXPECT_EQ(complaint(complete({"--colour", "red"})), "--colour is no option; see --help");
+    EXPECT_EQ(complaint({"--frequency", "1e6", "f.h5"}),
+              "--frequency is no option; frequency is a key of a request file; see --help");
+    EXPECT_EQ(complaint({"f.h5", "--speed=1500"}),
+              "--speed=1500 is no option; medium.speed is a key of a request file; see --help");
+    EXPECT_EQ(complaint({"--power", "2", "f.h5"}),
+              "--power is no option; pistonfield_request makes a velocity of it; see --help");
     EXPECT_EQ(complaint({"verfy", "f.h5"}), "verfy is no command, did you mean verify?");
     EXPECT_EQ(complaint({"extract", "a", "b", "--sise", "1", "2", "3"}),
               "--sise is no option, did you mean --size?; see --help");
+}
+
+TEST(Suggestion, IsTheNearestWordThatIsNotFar) {
+    using run::suggestion;
+    // One letter replaced, left out or added.
+    for (const char* word : {"modus", "mods", "mod", "amode", "modde"})
+        EXPECT_EQ(suggestion(word, {"sizes", "mode"}), ", did you mean mode?") << word;
+    EXPECT_EQ(suggestion("ab", {"ac"}), ", did you mean ac?");
+    EXPECT_EQ(suggestion("ab", {"b"}), ", did you mean b?");
+    EXPECT_EQ(suggestion("ab", {"abc"}), ", did you mean abc?");
+    EXPECT_EQ(suggestion("ab", {"cd", "abcd"}), "");
+    EXPECT_EQ(suggestion("order", {"order1", "orde12"}), ", did you mean order1?");
+    EXPECT_EQ(suggestion("order", {}), "");
 }
 
 TEST(CommandLine, SaysHowManyWordsAnOptionTakes) {

@@ -419,7 +419,7 @@ H5O_hdr_info_t header(const std::filesystem::path& path, haddr_t& address) {
 TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
     Layout layout = smallLayout("cuda");
     layout.request.rule.order = 3;
-    layout.request.rule.table = {1, 2, 3, 4, 5, 6};
+    layout.request.rule.table = {-1, 2, 0, 4, 1, 2};
     FieldFile::create(path, layout);
     for (int i = 0; i < 100; ++i) {
         FieldFile file(path, Access::write);

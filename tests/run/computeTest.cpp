@@ -6,10 +6,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstring>
 
 #include "run/commands/commands.h"
 #include "run/commands/options.h"
+#include "run/commands/partNames.h"
 #include "tests/run/FilledFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/Refused.h"
@@ -111,6 +113,17 @@ TEST_F(Commands, ComputeOnlyEstimatesWhereThatIsAsked) {
     EXPECT_TRUE(std::filesystem::is_empty(folder.path));
 }
 
+TEST_F(Commands, ComputeEstimatesFieldsOfAnySizeAndOrderInSeconds) {
+    command.onlyEstimate = true;
+    command.request.rule = {.order = 18000, .table = {}};
+    // Far from the piston, where an angle's reduction is slow: a place of these took a minute.
+    command.request.lattice.sizes = {1'000'000'000'000'000, 1, 1};
+    command.slabPoints = 1 << 18;
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_THAT(compute(command), HasSubstr("field   1000000000000000 x 1 x 1 points"));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(40));
+}
+
 TEST_F(Commands, ComputeAgainWhatIsMissingOrHasChanged) {
     compute(command);
     const LatticeBox point{{3, 2, 1}, {1, 1, 1}};
@@ -205,6 +218,24 @@ TEST_F(PartFiles, ThatDoNotMakeAFieldAreRefused) {
     EXPECT_EQ(join({folder / "new.h5"}), (folder / "new.h5").string() + " is not complete");
     EXPECT_FALSE(std::filesystem::exists(path));
     EXPECT_FALSE(std::filesystem::exists(path.string() + ".new"));
+}
+
+TEST_F(PartFiles, ThatAreMissingAreNamedWhereTheFilesNameThem) {
+    std::vector<std::filesystem::path> named;
+    for (const std::int64_t number : {1, 2, 3}) {
+        named.push_back(run::partPath(path, {number, 3}));
+        std::filesystem::copy_file(parts[static_cast<std::size_t>(number - 1)], named.back());
+    }
+    EXPECT_EQ(join({named[0], named[2]}), "parts are missing: 35 points are in none, those of 2/3");
+    EXPECT_EQ(join({named[1]}), "parts are missing: 105 points are in none, those of 1/3, 3/3");
+    EXPECT_EQ(join({named[0], parts[2]}), "parts are missing: 35 points are in none");
+    // Names that do not say the truth.
+    std::filesystem::rename(named[1], folder / "swap.h5");
+    std::filesystem::rename(named[2], named[1]);
+    EXPECT_EQ(join({named[0], named[1]}), "parts are missing: 35 points are in none");
+    const std::filesystem::path odd = folder / "field.part-1-of-9000.h5";
+    std::filesystem::rename(named[0], odd);
+    EXPECT_EQ(join({odd}), "parts are missing: 70 points are in none");
 }
 
 TEST_F(PartFiles, DoNotJoinOverAFile) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <vector>
 
+#include "run/file/SlabNumbers.h"
 #include "tests/support/RandomPoints.h"
 #include "tests/support/Refused.h"
 
@@ -53,6 +54,12 @@ TEST(Slabs, CoverEveryPointOfABoxOnce) {
         EXPECT_EQ(covered(whole, all(slabs)),
                   std::vector<int>(static_cast<std::size_t>(whole.points()), 1));
     }
+}
+
+TEST(Slabs, AreCountedByTheirPoints) {
+    const Slabs slabs({{}, {5, 1, 3}}, {2, 1, 3});
+    EXPECT_EQ(run::pointsOf(slabs, {}), 0);
+    EXPECT_EQ(run::pointsOf(slabs, {0, 2}), 6 + 3);
 }
 
 TEST(Slabs, AreNumberedXFastestThenYThenZ) {

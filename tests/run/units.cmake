@@ -17,8 +17,14 @@ pistonfield_test(run_test
   compressTest.cpp
   computeTest.cpp
   launcherTest.cpp
+  leftoversTest.cpp
+  notesTest.cpp
   numbersTest.cpp
+  openFilesTest.cpp
+  readTextTest.cpp
   slabsTest.cpp
+  streamsTest.cpp
   formattingTest.cpp
   xdmfTest.cpp)
 target_link_libraries(run_test PRIVATE pistonfield_run_parts PkgConfig::XXHASH)
+target_compile_definitions(run_test PRIVATE PISTONFIELD_BACKEND="${PISTONFIELD_BACKEND}")
