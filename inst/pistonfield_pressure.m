@@ -143,7 +143,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
     evaluations = info.evaluations;
   end
   [p, slabs, moved] = by_slabs(box, grid.sizes, points_of_slab(grid.sizes, options.memory), ...
-                               points_to_begin(evaluations), start_progress(caller, options.progress));
+                               points_to_begin(evaluations), ...
+                               start_progress(caller, options.progress));
   info.wavenumber = k;
   info.velocity = velocity;
   info.power = power;
