@@ -50,9 +50,12 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  sizes        1 by 3, the points of the whole lattice
   %                  l, s, k      the piston's sides along y and x, and the wavenumber
   %                  mode         'cpu', 'cpusp', 'cuda' or 'cudadp'
-  %                  order        the order of the quadrature rule
+  %                  order        the order of the quadrature rule, empty with a tolerance
   %                  table        its abscissas and weights, order by 2, or empty where the rule is
   %                               that of Gauss and Legendre
+  %                  tolerance, relative, precision, behind
+  %                               as for pistonfield_pressure; without a tolerance empty, and behind
+  %                               is false
   %                  first_point  1 by 3, the point of the lattice, counted from 0, that is
   %                               the first of the file: not 0, 0, 0 in a file of a part
   %                  complete     whether all values are there
@@ -61,6 +64,9 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  seconds      the time that all runs took [s]
   %                  processes    how many there were in the last run
   %                  peak_memory  of the process that took most [bytes]
+  %                  error_bound, error, evaluations
+  %                               with a tolerance what no value is further off than, the largest
+  %                               error that was measured, and the evaluations at a point
   %   grid       - the points of p, as pistonfield_grid makes them, in the file's unit of length: m
   %                where the request was in SI units
   %
@@ -260,6 +266,21 @@ end
 %! assert(request.table, rule);
 %! assert(request.order, 3);
 %! assert(p, module_values(place, 'cpu', reshape(rule.', [], 2)));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a tolerance comes back, and what it took
+%! kept_file = fullfile(folder, 'kept.h5');
+%! compute(kept_file, place, '--tolerance 1e-3 --relative local --precision single --behind');
+%! [p, request] = pistonfield_read(kept_file);
+%! assert(class(p), 'single');
+%! assert({request.tolerance, request.relative, request.precision}, {1e-3, 'local', 'single'});
+%! assert({request.behind, request.mode, request.order}, {true, 'cpusp', []});
+%! assert(request.error <= request.error_bound && request.error_bound <= 1e-3);
+%! assert(request.evaluations >= 4);
+%! exact = module_values(place, 'cpu', 400);
+%! assert(double(p), exact, 1e-3 * 2 * max(abs(exact(:))));
+%! [~, request] = pistonfield_read(file);
+%! assert({request.tolerance, request.relative, request.precision}, {[], '', ''});
+%! assert({request.behind, request.error_bound, request.error}, {false, [], []});
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a part counts its points from its first one
 %! compute(fullfile(folder, 'cut.h5'), place, '--order 12 --part 2/2');

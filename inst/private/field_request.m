@@ -4,10 +4,17 @@
 function request = field_request(found)
   % request = field_request(found): what pistonfield_read tells of a file, among what was found.
   request = struct('transform', [], 'sizes', [], 'l', [], 's', [], 'k', [], 'mode', '', ...
-                   'order', [], 'table', [], 'first_point', [], 'complete', false, 'host', '', ...
+                   'order', [], 'table', [], 'tolerance', [], 'relative', '', 'precision', '', ...
+                   'behind', false, 'first_point', [], 'complete', false, 'host', '', ...
                    'started', '', 'finished', '', 'seconds', [], 'processes', [], ...
-                   'peak_memory', []);
+                   'peak_memory', [], 'error_bound', [], 'error', [], 'evaluations', []);
   for name = intersect(fieldnames(request), fieldnames(found)).'
     request.(name{1}) = found.(name{1});
+  end
+  request.behind = request.behind ~= 0;
+  if ~isempty(request.tolerance)
+    precisions = {'double', 'single'};
+    request.precision = precisions{1 + is_single_mode(request.mode)};
+    request.order = [];
   end
 end
