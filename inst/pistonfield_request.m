@@ -65,26 +65,24 @@ function info = pistonfield_request(file, piston, grid, varargin)
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin, struct('overwrite', false));
   require_flag(caller, 'overwrite', options.overwrite);
-  require_rows(caller, grid.sizes, options.mode);
-  place = place_before(caller, piston, grid);
+  require_rows(caller, grid.sizes, options.mode, options.arithmetic);
+  [place, touches] = place_before(caller, piston, grid, options.behind);
   require(options.overwrite || ~is_there(file), caller, 'file', ...
           '%s exists; the option ''overwrite'', true replaces it', file);
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);
-  [order, estimate] = choose_order(caller, place, grid.sizes, piston, k, options);
+  found = field_accuracy(caller, place, grid.sizes, piston, k, options);
   options.velocity = velocity;
-  options.order = order;
+  options.order = found.order;
+  options.behind = touches;
   write_text(caller, file, request_text(piston, grid, options));
   if nargout > 0
-    info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
-                  'power', power);
+    info = found;
+    info.wavenumber = k;
+    info.velocity = velocity;
+    info.power = power;
   end
-end
-
-function require_flag(caller, name, value)
-  require(isscalar(value) && (islogical(value) || isnumeric(value)), caller, name, ...
-          '%s must be true or false', name);
 end
 
 % A name without a folder is looked for along the path otherwise.
@@ -100,8 +98,7 @@ function text = request_text(piston, grid, options)
     '# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
     ['frequency = ', number(options.frequency)]
     ['velocity = ', number(options.velocity), '  # amplitude of the piston''s normal velocity']
-    ['mode = "', options.mode, '"']
-    ['order = ', number(options.order)]
+    exactness_text(options)
     ''
     '[medium]'
     ['speed = ', number(options.speed)]
@@ -120,6 +117,20 @@ function text = request_text(piston, grid, options)
     ['transform = ', list_of_rows(grid.transform)]
     ['sizes = ', list(grid.sizes)]};
   text = sprintf('%s\n', lines{:});
+end
+
+% A mode and its order, or a tolerance. A grid that touches the piston's plane may have points behind
+% it once the program has placed it.
+function text = exactness_text(options)
+  if options.byMode
+    text = sprintf('mode = "%s"\norder = %s', options.mode, number(options.order));
+    return
+  end
+  text = sprintf('tolerance = %s\nrelative = "%s"\nprecision = "%s"', ...
+                 number(options.tolerance), options.relative, options.precision);
+  if options.behind
+    text = sprintf('%s\nbehind = true', text);
+  end
 end
 
 function text = list(values)
