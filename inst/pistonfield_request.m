@@ -9,11 +9,12 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %     pistonfield-run --request request.toml field.h5
   %
   %   computes it, and pistonfield_read reads it back. The file is a text in SI units that may be
-  %   changed by hand. It has the order that pistonfield_pressure would take, and the velocity
-  %   where a power is given.
+  %   changed by hand. It has the tolerance, which the program keeps as pistonfield_pressure does;
+  %   or, with 'mode' or 'order', the mode and the order that pistonfield_pressure would take. It has
+  %   the velocity where a power is given.
   %
-  %   A point exactly over a corner of the piston, where the edge integrals have no value, is NaN
-  %   in the program's field.
+  %   With a mode and an order a point exactly over a corner of the piston, where the edge integrals
+  %   have no value, is NaN in the program's field.
   %
   % USAGE
   %   pistonfield_request(file, piston, grid, 'frequency', f)
@@ -23,21 +24,21 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   file         - the name of the file to write, such as 'request.toml'
   %   piston       - struct with width and height [m], and optionally center [m] and orientation;
   %                  see pistonfield_pressure
-  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
+  %                  with 'behind'
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
-  %   'speed', 'density', 'velocity', 'power', 'mode', 'tolerance', 'order'
-  %                - as for pistonfield_pressure, with the same values when left out
+  %   'speed', 'density', 'velocity', 'power', 'tolerance', 'relative', 'precision', 'behind', 'mode',
+  %   'order'      - as for pistonfield_pressure, with the same values when left out
   %   'overwrite'  - true: replace a file that exists, which is refused otherwise
   %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
   %   serves both functions.
   %
   % OUTPUTS
   %   info         - struct with the fields
-  %                    order       the order that was written
-  %                    estimate    estimate of the error, from a finite order and from rounding,
-  %                                relative to the largest |p|; NaN where the order was given
+  %                    engine, tolerance, bound, error, evaluations, order, estimate
+  %                                as pistonfield_pressure tells them
   %                    wavenumber  2*pi*frequency / speed [rad/m]
   %                    velocity    the amplitude of the piston's normal velocity [m/s]
   %                    power       the radiated power [W]
@@ -254,6 +255,46 @@ end
 %! [x, y, z] = pistonfield_grid(grid, 'axes');
 %! [x1, y1, z1] = pistonfield_grid(back, 'axes');
 %! assert({x1, y1, z1}, {x(2:6), y(3:6), z(4:5)}, 4 * eps(z(5)));
+
+%!test % a tolerance is written, and neither a mode nor an order
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'tolerance', 1e-6, 'relative', ...
+%!                     'local', 'precision', 'double', 'overwrite', true);
+%! text = fileread(file);
+%! for line = {'tolerance = 1e-06', 'relative = "local"', 'precision = "double"'}
+%!   assert(~isempty(strfind(text, ["\n", line{1}, "\n"])));
+%! end
+%! assert(isempty(regexp(text, '^(mode|order|behind) ', 'once', 'lineanchors')));
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'overwrite', true);
+%! assert(~isempty(strfind(fileread(file), "\ntolerance = 0.0001\n")));
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'mode', 'cpu', 'overwrite', true);
+%! assert(isempty(regexp(fileread(file), '^(tolerance|relative|precision) ', 'once', 'lineanchors')));
+%! assert(~isempty(strfind(fileread(file), "\nmode = \"cpu\"\norder = ")));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % within a tolerance, in either precision
+%! for relative = {'largest', 'local'}
+%!   drive = {'frequency', 1e6, 'tolerance', 1e-5, 'relative', relative{1}};
+%!   [p, request] = there_and_back(folder, piston, grid, drive);
+%!   assert(p, pistonfield_pressure(piston, grid, drive{:}));
+%!   assert({request.tolerance, request.relative}, {1e-5, relative{1}});
+%!   assert({request.precision, request.behind, request.order}, {'double', false, []});
+%!   assert(0 <= request.error && request.error <= request.error_bound);
+%!   assert(request.error_bound <= 1e-5);
+%!   assert(request.error_points > 0 && request.evaluations > 0);
+%! end
+%! drive = {'frequency', 1e6, 'tolerance', 1e-3, 'precision', 'single'};
+%! [p, request] = there_and_back(folder, piston, grid, drive);
+%! assert({class(p), request.precision}, {'single', 'single'});
+%! wanted = pistonfield_pressure(piston, grid, drive{:});
+%! % In Pa the values are rounded once more, which takes a product of three.
+%! assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % behind the piston, where that is asked for
+%! around = pistonfield_grid((-1:1) * 0.7e-3, 0, (-2:2) * 1.1e-3);
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'behind', true};
+%! [p, request] = there_and_back(folder, piston, around, drive);
+%! assert(request.behind);
+%! assert(p, pistonfield_pressure(piston, around, drive{:}));
+%! assert(p(:, :, 1:2), p(:, :, 5:-1:4));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % before a piston that is moved and turned
 %! turned = piston;
