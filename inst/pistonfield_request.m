@@ -9,10 +9,11 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %     pistonfield-run --request request.toml field.h5
   %
   %   computes it, and pistonfield_read reads it back. The file is a text in SI units that may be
-  %   changed by hand. It has the tolerance, or with a mode the order that pistonfield_pressure
-  %   would take, and the velocity where a power is given.
+  %   changed by hand. It has the tolerance, which the program keeps as pistonfield_pressure does;
+  %   or, with 'mode' or 'order', the mode and the order that pistonfield_pressure would take. It has
+  %   the velocity where a power is given.
   %
-  %   With a mode or an order a point exactly over a corner of the piston, where the edge integrals
+  %   With a mode and an order a point exactly over a corner of the piston, where the edge integrals
   %   have no value, is NaN in the program's field.
   %
   % USAGE
@@ -38,9 +39,12 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   serves both functions.
   %
   % OUTPUTS
-  %   info         - struct with the fields of that of pistonfield_pressure, but for slabs, moved
-  %                  and seconds: engine, tolerance, bound, error, evaluations, order, estimate,
-  %                  wavenumber [rad/m], velocity [m/s] and power [W]
+  %   info         - struct with the fields
+  %                    engine, tolerance, bound, error, evaluations, order, estimate
+  %                                as pistonfield_pressure tells them
+  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    velocity    the amplitude of the piston's normal velocity [m/s]
+  %                    power       the radiated power [W]
   %
   % EXAMPLES
   %   piston = struct('width', 7.5e-3, 'height', 5e-3);
@@ -284,15 +288,45 @@ end
 %! [x1, y1, z1] = pistonfield_grid(back, 'axes');
 %! assert({x1, y1, z1}, {x(2:6), y(3:6), z(4:5)}, 4 * eps(z(5)));
 
-%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % to a tolerance it is that of pistonfield_pressure
-%! for options = {{'tolerance', 1e-7}, {'relative', 'local'}, {'precision', 'single'}}
-%!   drive = [{'frequency', 1e6}, options{1}];
-%!   [p, request] = there_and_back(folder, piston, grid, drive);
-%!   wanted = pistonfield_pressure(piston, grid, drive{:});
-%!   assert(double(p), wanted, 2 * eps(class(p)) * max(abs(wanted(:))));
-%!   assert(isempty(request.order));
-%!   assert(request.error <= request.error_bound && request.error_bound <= request.tolerance);
+%!test % a tolerance is written, and neither a mode nor an order
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'tolerance', 1e-6, 'relative', ...
+%!                     'local', 'precision', 'double', 'overwrite', true);
+%! text = fileread(file);
+%! for line = {'tolerance = 1e-06', 'relative = "local"', 'precision = "double"'}
+%!   assert(~isempty(strfind(text, ["\n", line{1}, "\n"])));
 %! end
+%! assert(isempty(regexp(text, '^(mode|order|behind) ', 'once', 'lineanchors')));
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'overwrite', true);
+%! assert(~isempty(strfind(fileread(file), "\ntolerance = 0.0001\n")));
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'mode', 'cpu', 'overwrite', true);
+%! assert(isempty(regexp(fileread(file), '^(tolerance|relative|precision) ', 'once', 'lineanchors')));
+%! assert(~isempty(strfind(fileread(file), "\nmode = \"cpu\"\norder = ")));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % within a tolerance, in either precision
+%! for relative = {'largest', 'local'}
+%!   drive = {'frequency', 1e6, 'tolerance', 1e-5, 'relative', relative{1}};
+%!   [p, request] = there_and_back(folder, piston, grid, drive);
+%!   assert(p, pistonfield_pressure(piston, grid, drive{:}));
+%!   assert({request.tolerance, request.relative}, {1e-5, relative{1}});
+%!   assert({request.precision, request.behind, request.order}, {'double', false, []});
+%!   assert(0 <= request.error && request.error <= request.error_bound);
+%!   assert(request.error_bound <= 1e-5);
+%!   assert(request.error_points > 0 && request.evaluations > 0);
+%! end
+%! drive = {'frequency', 1e6, 'tolerance', 1e-3, 'precision', 'single'};
+%! [p, request] = there_and_back(folder, piston, grid, drive);
+%! assert({class(p), request.precision}, {'single', 'single'});
+%! wanted = pistonfield_pressure(piston, grid, drive{:});
+%! % In Pa the values are rounded once more, which takes a product of three.
+%! assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % behind the piston, where that is asked for
+%! around = pistonfield_grid((-1:1) * 0.7e-3, 0, (-2:2) * 1.1e-3);
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'behind', true};
+%! [p, request] = there_and_back(folder, piston, around, drive);
+%! assert(request.behind);
+%! assert(p, pistonfield_pressure(piston, around, drive{:}));
+%! assert(p(:, :, 1:2), p(:, :, 5:-1:4));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % on a grid that touches the piston's plane aslant
 %! turned = piston;

@@ -4,17 +4,22 @@
 function request = field_request(found)
   % request = field_request(found): what pistonfield_read tells of a file, among what was found.
   request = struct('transform', [], 'sizes', [], 'l', [], 's', [], 'k', [], 'mode', '', ...
-                   'order', [], 'table', [], 'tolerance', [], 'relative', '', 'precision', '', ...
-                   'behind', false, 'first_point', [], 'complete', false, 'host', '', ...
+                   'order', [], 'table', [], 'first_point', [], 'complete', false, 'host', '', ...
                    'started', '', 'finished', '', 'seconds', [], 'processes', [], ...
-                   'peak_memory', [], 'error_bound', [], 'error', [], 'evaluations', []);
+                   'peak_memory', [], 'tolerance', [], 'relative', '', 'precision', '', ...
+                   'behind', [], 'error_bound', [], 'error', [], 'error_points', [], ...
+                   'evaluations', []);
   for name = intersect(fieldnames(request), fieldnames(found)).'
     request.(name{1}) = found.(name{1});
   end
+  if isempty(request.tolerance)
+    return
+  end
+  % A rule means nothing there, and the mode is the precision's.
+  request.order = [];
   request.behind = request.behind ~= 0;
-  if ~isempty(request.tolerance)
-    precisions = {'double', 'single'};
-    request.precision = precisions{1 + is_single_mode(request.mode)};
-    request.order = [];
+  request.precision = 'double';
+  if is_single_mode(request.mode)
+    request.precision = 'single';
   end
 end

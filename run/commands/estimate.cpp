@@ -8,12 +8,15 @@
 #include <chrono>
 #include <cstddef>
 #include <iostream>
+#include <string>
 #include <vector>
 
 #include "field/Plan.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
 #include "run/formatting.h"
+#include "run/numbers.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -54,6 +57,22 @@ double secondsPerPoint(const Layout& layout, const pistonfield::Plan& plan) {
     return seconds / std::min(pistonfield::threadCount(), pistonfield::usableCores());
 }
 
+/// By what the values come about.
+std::string wayOf(const pistonfield::Request& request) {
+    if (!request.tolerance)
+        return std::string("mode ") + nameOf(request.mode) + ", order " +
+               std::to_string(request.rule.order);
+    return std::string(precisionOf(request.mode)) + " precision, tolerance " +
+           numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
+           " |p|";
+}
+
+std::string textOf(const pistonfield::Accuracy& accuracy) {
+    return formatting::twoDigits(accuracy.error) + " measured at " +
+           std::to_string(accuracy.points) + " points, " + formatting::twoDigits(accuracy.bound) +
+           " at most; " + formatting::figure(accuracy.evaluations) + " evaluations a point";
+}
+
 /// Whether any point of a lattice lies behind the piston's plane.
 bool reachesBehind(const Layout& layout) {
     const auto& transform = layout.request.lattice.transform;
@@ -82,18 +101,20 @@ std::int64_t peakMemory() {
     return usage.ru_maxrss * kibibyte;
 }
 
-void printEstimate(const std::filesystem::path& output, const Layout& layout, std::int64_t missing,
-                   int processes) {
+std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& output,
+                                                   const Layout& layout, std::int64_t missing,
+                                                   int processes) {
     const auto& [x, y, z] = layout.box.size;
     const pistonfield::Plan plan(layout.request);
+    const std::optional<pistonfield::Accuracy> accuracy = plan.accuracy();
     const double each = secondsPerPoint(layout, plan);
     const auto bytes = [](std::int64_t count) {
         return formatting::bytes(static_cast<double>(count));
     };
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
-    std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
-              << nameOf(layout.request.mode) << ", order " << layout.request.rule.order << "\n"
+    std::cout << "field   " << x << " x " << y << " x " << z << " points, " << wayOf(layout.request)
+              << "\n"
               << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
               << ", "
               << formatting::bytes(static_cast<double>(std::filesystem::space(folder).available))
@@ -104,9 +125,13 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << processes << (processes == 1 ? " process" : " processes") << ", at "
               << formatting::figure(each / nano)
               << " ns a point, and the time that the disk takes\n";
+    if (accuracy) std::cout << "error   " << textOf(*accuracy) << "\n";
     if (reachesBehind(layout))
-        std::cout << "note    some points lie behind the piston, where values mean nothing\n";
+        std::cout << "note    some points lie behind the piston, where values "
+                  << (layout.request.tolerance ? "are those of the points before it\n"
+                                               : "mean nothing\n");
     std::cout << std::flush;
+    return accuracy;
 }
 
 }  // namespace run
