@@ -4,8 +4,7 @@
 % The tolerance that pistonfield_pressure keeps without a mode, in random cases and both precisions:
 % the true error over the whole grid against info.bound. FIELD_TOLERANCE_CASES says how many cases.
 % They are those of random_field, the grid of every third moved up to 1000 wavelengths away from the
-% piston; the tolerance is relative to the largest |p| in half of them, and to the local pressure of a
-% point source in the others.
+% piston; the tolerance is relative to the largest |p| in half of them, and local in the others.
 
 1;
 
@@ -26,8 +25,9 @@ function scale = scale_of(c, exact)
     scale = max(abs(exact(:)));
   else
     [x, y, z] = pistonfield_grid(c.grid, 'positions');
-    scale = c.frequency / c.speed * c.piston.width * c.piston.height ./ ...
-            sqrt(x .^ 2 + y .^ 2 + z .^ 2);
+    area = c.piston.width * c.piston.height;
+    distance = max(sqrt(x .^ 2 + y .^ 2 + z .^ 2), sqrt(area) / 4);
+    scale = min(1, c.frequency / c.speed * area ./ distance);
   end
 end
 
