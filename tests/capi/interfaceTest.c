@@ -459,10 +459,12 @@ static void computesBehindThePistonWhereThatIsAsked(void) {
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
         PISTONFIELD_SUCCESS, "");
     const int layer = 2 * 7 * 5;
+    double apart = 0;
     for (int i = 0; i < layer; ++i) {
-        EXPECT(fabs(values[i] - values[3 * layer + i]) < 1e-5);
-        EXPECT(fabs(values[layer + i] - values[2 * layer + i]) < 1e-5);
+        apart = fmax(apart, fabs(values[i] - values[3 * layer + i]));
+        apart = fmax(apart, fabs(values[layer + i] - values[2 * layer + i]));
     }
+    EXPECT(apart < 1e-5);
     pistonfield_plan_destroy(plan);
 }
 
