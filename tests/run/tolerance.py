@@ -135,18 +135,18 @@ class SameFieldTest(ProgramTest):
         self.run_program(*words, "whole.h5")
         expected = arrays(self.at("whole.h5"))
         for ranks, others in [(1, 3), (2, 1), (3, 2)]:
+            name = f"{ranks}.h5"
             with self.subTest(ranks=ranks):
-                self.kill_while_computing([*words, "field.h5"], ranks)
-                with h5py.File(self.at("field.h5")) as file:
+                self.kill_while_computing([*words, name], ranks)
+                with h5py.File(self.at(name)) as file:
                     finished = sum(file["slabs"]["finished"])
                     self.assertTrue(0 < finished < len(file["slabs"]), finished)
                     self.assertEqual(file.attrs["complete"], 0)
                     self.assertEqual(file.attrs["error_points"], 0)
-                self.assertNotIn("error", self.run_program("show", "field.h5").out)
-                self.run_program("field.h5", "--resume", ranks=others)
-                self.assert_same_field(self.at("field.h5"), expected)
-                self.assertGreater(attributes(self.at("field.h5"))["error_points"], 0)
-                self.at("field.h5").unlink()
+                self.assertNotIn("error", self.run_program("show", name).out)
+                self.run_program(name, "--resume", ranks=others)
+                self.assert_same_field(self.at(name), expected)
+                self.assertGreater(attributes(self.at(name))["error_points"], 0)
 
     def test_is_made_of_parts(self):
         self.run_program(*request(), "whole.h5")
