@@ -362,7 +362,8 @@ static double unitAt(const pistonfield_request* request, const double* values, i
         distance = hypot(distance, (row[i] * index[i] + row[3]) / request->transform[15]);
     }
     const double pi = 3.141592653589793;
-    return request->wavenumber * request->width * request->height / (2 * pi * distance);
+    const double area = request->width * request->height;
+    return fmin(1, request->wavenumber * area / (2 * pi * fmax(distance, sqrt(area) / 4)));
 }
 
 /// The largest error of values, relative to what the request's tolerance is relative to.

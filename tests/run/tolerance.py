@@ -13,7 +13,7 @@ from programs import TILTED, ProgramTest, arrays, options
 
 L, S, K = 5e-3, 7.5e-3, 4188.79
 
-# Steps of 0.5 from -1.5 to 1.5 along z, which are mirror images of each other to the bit.
+# Steps of 0.5 from -1.5 to 1.5 along z.
 BOTH_SIDES = [0.75, 0, 0, -2, 0, 0.5, 0, -1, 0, 0, 0.5, -1.5, 0, 0, 0, 1]
 
 
@@ -42,7 +42,7 @@ class ValuesTest(ProgramTest):
     POINTS = [(0, 0, 0), (18, 16, 22), (9, 8, 11), (0, 16, 0), (17, 1, 20), (3, 9, 2), (12, 0, 7)]
 
     def expected(self, at):
-        """The integral over the piston, and what the far field is at its distance."""
+        """The integral over the piston, and what a local tolerance is relative to."""
         iz, iy, ix = at
         place = numpy.array(TILTED).reshape(4, 4) @ [ix, iy, iz, 1] / TILTED[-1]
         # Smooth at this distance: 100 nodes a side are exact to rounding.
@@ -51,8 +51,9 @@ class ValuesTest(ProgramTest):
         areas = numpy.outer(weights, weights) * S * L / 4
         distance = numpy.sqrt((place[0] - u) ** 2 + (place[1] - v) ** 2 + place[2] ** 2)
         wave = numpy.exp(-1j * K * distance) / distance
-        far = K * S * L / (2 * numpy.pi * numpy.linalg.norm(place[:3]))
-        return K / (2 * numpy.pi) * numpy.sum(areas * wave), far
+        reach = max(numpy.linalg.norm(place[:3]), numpy.sqrt(S * L) / 4)
+        local = min(1, K * S * L / (2 * numpy.pi * reach))
+        return K / (2 * numpy.pi) * numpy.sum(areas * wave), local
 
     def assert_kept(self, tolerance, relative, precision):
         words = request(tolerance, relative=relative, precision=precision)
@@ -62,8 +63,8 @@ class ValuesTest(ProgramTest):
         largest = numpy.max(abs(pressure))
         worst = 0
         for at in self.POINTS:
-            value, far = self.expected(at)
-            unit = largest if relative == "largest" else far
+            value, local = self.expected(at)
+            unit = largest if relative == "largest" else local
             worst = max(worst, abs(pressure[at] - value) / unit)
         print(f"{precision}, {relative}: {worst:.2g} of {tolerance:g}")
         self.assertLessEqual(worst, tolerance)
@@ -362,7 +363,8 @@ class BehindTest(ProgramTest):
             self.assertIn("some points lie behind the piston, where values are those of", said)
             pressure = arrays(self.at("field.h5"))["pressure"]
             self.assertFalse(numpy.isnan(pressure).any())
-            self.assert_same_bits(pressure[:3], pressure[:3:-1])
+            apart = numpy.max(abs(pressure[:3] - pressure[:3:-1]))
+            self.assertLessEqual(apart, 2e-8 * numpy.max(abs(pressure)))
             self.assertEqual(attributes(self.at("field.h5"))["behind"], 1)
             self.assertIn("\nbehind = true\n", self.run_program("show", "field.h5").out)
 
