@@ -17,6 +17,6 @@ function [place, touches] = place_before(caller, piston, grid, behind)
   rounding = 64 * eps * (sum(abs(ways)) + norm(grid.transform(4, 1:3)) + norm(piston.center));
   require((nargin > 3 && behind) || lowest >= -rounding, caller, 'behind', ...
           'the grid reaches %g m behind the plane of the piston, where there is no field', -lowest);
-  startsInPlane = place(4, 3) == 0 && all(ways >= 0);
-  touches = lowest <= rounding && ~startsInPlane;
+  isExact = nnz(piston.orientation(:, 3)) == 1 && place(4, 3) == 0 && all(ways >= 0);
+  touches = lowest <= rounding && ~isExact;
 end
