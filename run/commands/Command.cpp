@@ -256,11 +256,13 @@ void setWork(ComputeCommand& command, const Setting& setting) {
 }
 
 /// Of each pair, one says otherwise what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{{"order", "table"},
-                                                                           {"resume", "overwrite"},
-                                                                           {"tolerance", "order"},
-                                                                           {"tolerance", "table"},
-                                                                           {"precision", "mode"}}};
+constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{
+    {"order", "table"},
+    {"resume", "overwrite"},
+    {"tolerance", "order"},
+    {"tolerance", "table"},
+    {"precision", "mode"},
+}};
 
 void requireNotBoth(const Settings& settings, const char* one, const char* other) {
     const auto first = settings.find(one);
