@@ -58,8 +58,8 @@ typedef enum pistonfield_mode {
 /// What the error of a value is relative to.
 typedef enum pistonfield_tolerance_of {
     PISTONFIELD_LARGEST = 0,  ///< the largest |p| at the request's points
-    PISTONFIELD_LOCAL = 1,  ///< k*A/(2*pi*R) at the point, of the face's area A and the distance R
-                            ///< of its centre: what |p| is far away, and more than that nearby
+    PISTONFIELD_LOCAL = 1,    ///< at each point k*A/(2*pi*R), of the face's area A and the distance
+                              ///< R of its centre, or sqrt(A)/4 where that is more; and at most 1
 } pistonfield_tolerance_of;
 
 /// The number of modes: they are numbered from 0 on.

@@ -288,20 +288,6 @@ end
 %! [x1, y1, z1] = pistonfield_grid(back, 'axes');
 %! assert({x1, y1, z1}, {x(2:6), y(3:6), z(4:5)}, 4 * eps(z(5)));
 
-%!test % a tolerance is written, and neither a mode nor an order
-%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'tolerance', 1e-6, 'relative', ...
-%!                     'local', 'precision', 'double', 'overwrite', true);
-%! text = fileread(file);
-%! for line = {'tolerance = 1e-06', 'relative = "local"', 'precision = "double"'}
-%!   assert(~isempty(strfind(text, ["\n", line{1}, "\n"])));
-%! end
-%! assert(isempty(regexp(text, '^(mode|order|behind) ', 'once', 'lineanchors')));
-%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'overwrite', true);
-%! assert(~isempty(strfind(fileread(file), "\ntolerance = 0.0001\n")));
-%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'mode', 'cpu', 'overwrite', true);
-%! assert(isempty(regexp(fileread(file), '^(tolerance|relative|precision) ', 'once', 'lineanchors')));
-%! assert(~isempty(strfind(fileread(file), "\nmode = \"cpu\"\norder = ")));
-
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % within a tolerance, in either precision
 %! for relative = {'largest', 'local'}
 %!   drive = {'frequency', 1e6, 'tolerance', 1e-5, 'relative', relative{1}};
@@ -326,7 +312,7 @@ end
 %! [p, request] = there_and_back(folder, piston, around, drive);
 %! assert(request.behind);
 %! assert(p, pistonfield_pressure(piston, around, drive{:}));
-%! assert(p(:, :, 1:2), p(:, :, 5:-1:4));
+%! assert(p(:, :, 1:2), p(:, :, 5:-1:4), 2e-5 * max(abs(p(:))));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % on a grid that touches the piston's plane aslant
 %! turned = piston;

@@ -184,6 +184,18 @@ std::vector<double> tableOf(const Words& words, const TextReader& readText) {
     return use({"table", split(text), name}, ruleOf);
 }
 
+/// Sets what belongs to a tolerance, and that the request has one.
+void setTolerance(Request& request, const Setting& setting) {
+    const std::string& name = setting.name;
+    if (std::ranges::find(toleranceOptions, name) == toleranceOptions.end()) return;
+    Tolerance tolerance = request.tolerance.value_or(Tolerance{});
+    if (name == "tolerance") tolerance.value = realOf(setting.words);
+    if (name == "relative") tolerance.of = named(setting.words, relativeCalled);
+    if (name == "precision") request.mode = named(setting.words, modeOfPrecision);
+    if (name == "behind") request.behind = flagOf(setting.words);
+    request.tolerance = tolerance;
+}
+
 Part partOf(const Words& words) {
     const std::string& text = onlyWord(words);
     const std::size_t slash = std::min(text.find('/'), text.size());
@@ -207,18 +219,6 @@ std::filesystem::path partPath(const std::filesystem::path& output, const Part& 
     std::filesystem::path path = output;
     return path.replace_filename(output.stem().string() + ".part-" + number + "-of-" + of +
                                  output.extension().string());
-}
-
-/// Sets what belongs to a tolerance, and that the request has one.
-void setTolerance(Request& request, const Setting& setting) {
-    const std::string& name = setting.name;
-    if (std::ranges::find(toleranceOptions, name) == toleranceOptions.end()) return;
-    Tolerance tolerance = request.tolerance.value_or(Tolerance{});
-    if (name == "tolerance") tolerance.value = realOf(setting.words);
-    if (name == "relative") tolerance.of = named(setting.words, relativeCalled);
-    if (name == "precision") request.mode = named(setting.words, modeOfPrecision);
-    if (name == "behind") request.behind = flagOf(setting.words);
-    request.tolerance = tolerance;
 }
 
 void setRequest(Request& request, const Setting& setting, const TextReader& readText) {
@@ -256,11 +256,13 @@ void setWork(ComputeCommand& command, const Setting& setting) {
 }
 
 /// Of each pair, one says otherwise what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{{"order", "table"},
-                                                                           {"resume", "overwrite"},
-                                                                           {"tolerance", "order"},
-                                                                           {"tolerance", "table"},
-                                                                           {"precision", "mode"}}};
+constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{
+    {"order", "table"},
+    {"resume", "overwrite"},
+    {"tolerance", "order"},
+    {"tolerance", "table"},
+    {"precision", "mode"},
+}};
 
 void requireNotBoth(const Settings& settings, const char* one, const char* other) {
     const auto first = settings.find(one);
@@ -338,6 +340,14 @@ std::filesystem::path pathOf(const CommandLine& line, const char* name) {
     return pathsOf(line, name).front();
 }
 
+/// @throws std::runtime_error where something is said of a tolerance that is not there
+void requireTolerance(const ComputeCommand& command) {
+    for (const char* option : toleranceOptions)
+        if (command.given.contains(option) && !command.given.contains("tolerance"))
+            throw std::runtime_error(command.given.at(option) +
+                                     " goes with a tolerance, and there is none");
+}
+
 std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, const char* name) {
     const Words* words = line.find(name);
     if (words == nullptr) return std::nullopt;
@@ -385,11 +395,8 @@ void checkComplete(const ComputeCommand& command) {
     if (!missing.empty())
         throw std::runtime_error(missing + " is missing, and there is no " +
                                  command.output.string() + " to go on with");
-    for (const char* option : toleranceOptions)
-        if (command.given.contains(option) && !command.given.contains("tolerance"))
-            throw std::runtime_error(command.given.at(option) +
-                                     " goes with a tolerance, and there is none");
     try {
+        requireTolerance(command);
         check(command.request);
     } catch (const InvalidRequest& error) {
         refuse(command, error);

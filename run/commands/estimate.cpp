@@ -57,22 +57,6 @@ double secondsPerPoint(const Layout& layout, const pistonfield::Plan& plan) {
     return seconds / std::min(pistonfield::threadCount(), pistonfield::usableCores());
 }
 
-/// By what the values come about.
-std::string wayOf(const pistonfield::Request& request) {
-    if (!request.tolerance)
-        return std::string("mode ") + nameOf(request.mode) + ", order " +
-               std::to_string(request.rule.order);
-    return std::string(precisionOf(request.mode)) + " precision, tolerance " +
-           numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
-           " |p|";
-}
-
-std::string textOf(const pistonfield::Accuracy& accuracy) {
-    return formatting::twoDigits(accuracy.error) + " measured at " +
-           std::to_string(accuracy.points) + " points, " + formatting::twoDigits(accuracy.bound) +
-           " at most; " + formatting::figure(accuracy.evaluations) + " evaluations a point";
-}
-
 /// Whether any point of a lattice lies behind the piston's plane.
 bool reachesBehind(const Layout& layout) {
     const auto& transform = layout.request.lattice.transform;
@@ -90,6 +74,22 @@ bool reachesBehind(const Layout& layout) {
 std::int64_t memoryOf(const Layout& layout, const pistonfield::Plan& plan) {
     const pistonfield::Cost cost = plan.cost({layout.box.first, layout.slabSizes});
     return peakMemory() + 2 * layout.slabBytes() + cost.memory + cost.deviceMemory;
+}
+
+/// By what the values come about.
+std::string wayOf(const pistonfield::Request& request) {
+    if (!request.tolerance)
+        return std::string("mode ") + nameOf(request.mode) + ", order " +
+               std::to_string(request.rule.order);
+    return std::string(precisionOf(request.mode)) + " precision, tolerance " +
+           numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
+           " |p|";
+}
+
+std::string textOf(const pistonfield::Accuracy& accuracy) {
+    return formatting::twoDigits(accuracy.error) + " measured at " +
+           std::to_string(accuracy.points) + " points, " + formatting::twoDigits(accuracy.bound) +
+           " at most; " + formatting::figure(accuracy.evaluations) + " evaluations a point";
 }
 
 }  // namespace
@@ -114,8 +114,9 @@ std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& 
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, " << wayOf(layout.request)
-              << "\n"
-              << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
+              << "\n";
+    if (accuracy) std::cout << "error   " << textOf(*accuracy) << "\n";
+    std::cout << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
               << ", "
               << formatting::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
@@ -125,7 +126,6 @@ std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& 
               << processes << (processes == 1 ? " process" : " processes") << ", at "
               << formatting::figure(each / nano)
               << " ns a point, and the time that the disk takes\n";
-    if (accuracy) std::cout << "error   " << textOf(*accuracy) << "\n";
     if (reachesBehind(layout))
         std::cout << "note    some points lie behind the piston, where values "
                   << (layout.request.tolerance ? "are those of the points before it\n"

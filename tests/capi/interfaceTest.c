@@ -362,7 +362,8 @@ static double unitAt(const pistonfield_request* request, const double* values, i
         distance = hypot(distance, (row[i] * index[i] + row[3]) / request->transform[15]);
     }
     const double pi = 3.141592653589793;
-    return request->wavenumber * request->width * request->height / (2 * pi * distance);
+    const double area = request->width * request->height;
+    return fmin(1, request->wavenumber * area / (2 * pi * fmax(distance, sqrt(area) / 4)));
 }
 
 /// The largest error of values, relative to what the request's tolerance is relative to.
@@ -459,10 +460,12 @@ static void computesBehindThePistonWhereThatIsAsked(void) {
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
         PISTONFIELD_SUCCESS, "");
     const int layer = 2 * 7 * 5;
+    double apart = 0;
     for (int i = 0; i < layer; ++i) {
-        EXPECT(fabs(values[i] - values[3 * layer + i]) < 1e-5);
-        EXPECT(fabs(values[layer + i] - values[2 * layer + i]) < 1e-5);
+        apart = fmax(apart, fabs(values[i] - values[3 * layer + i]));
+        apart = fmax(apart, fabs(values[layer + i] - values[2 * layer + i]));
     }
+    EXPECT(apart < 1e-5);
     pistonfield_plan_destroy(plan);
 }
 

@@ -3,9 +3,8 @@
 """A field with a tolerance keeps it, is the same however it is computed, and is another field than
 one with another tolerance."""
 
+import os
 import re
-import signal
-import time
 import unittest
 
 import h5py
@@ -14,7 +13,7 @@ from programs import TILTED, ProgramTest, arrays, options
 
 L, S, K = 5e-3, 7.5e-3, 4188.79
 
-# Steps of 0.5 from -1.5 to 1.5 along z, which are mirror images of each other to the bit.
+# Steps of 0.5 from -1.5 to 1.5 along z.
 BOTH_SIDES = [0.75, 0, 0, -2, 0, 0.5, 0, -1, 0, 0, 0.5, -1.5, 0, 0, 0, 1]
 
 
@@ -34,7 +33,7 @@ def attributes(path):
 def values_of(path):
     """Values and magnitudes, without what depends on the slabs."""
     values = arrays(path)
-    del values["slabs"]
+    values.pop("slabs", None)
     return values
 
 
@@ -43,7 +42,7 @@ class ValuesTest(ProgramTest):
     POINTS = [(0, 0, 0), (18, 16, 22), (9, 8, 11), (0, 16, 0), (17, 1, 20), (3, 9, 2), (12, 0, 7)]
 
     def expected(self, at):
-        """The integral over the piston, and what the far field is at its distance."""
+        """The integral over the piston, and what a local tolerance is relative to."""
         iz, iy, ix = at
         place = numpy.array(TILTED).reshape(4, 4) @ [ix, iy, iz, 1] / TILTED[-1]
         # Smooth at this distance: 100 nodes a side are exact to rounding.
@@ -52,8 +51,9 @@ class ValuesTest(ProgramTest):
         areas = numpy.outer(weights, weights) * S * L / 4
         distance = numpy.sqrt((place[0] - u) ** 2 + (place[1] - v) ** 2 + place[2] ** 2)
         wave = numpy.exp(-1j * K * distance) / distance
-        far = K * S * L / (2 * numpy.pi * numpy.linalg.norm(place[:3]))
-        return K / (2 * numpy.pi) * numpy.sum(areas * wave), far
+        reach = max(numpy.linalg.norm(place[:3]), numpy.sqrt(S * L) / 4)
+        local = min(1, K * S * L / (2 * numpy.pi * reach))
+        return K / (2 * numpy.pi) * numpy.sum(areas * wave), local
 
     def assert_kept(self, tolerance, relative, precision):
         words = request(tolerance, relative=relative, precision=precision)
@@ -63,8 +63,8 @@ class ValuesTest(ProgramTest):
         largest = numpy.max(abs(pressure))
         worst = 0
         for at in self.POINTS:
-            value, far = self.expected(at)
-            unit = largest if relative == "largest" else far
+            value, local = self.expected(at)
+            unit = largest if relative == "largest" else local
             worst = max(worst, abs(pressure[at] - value) / unit)
         print(f"{precision}, {relative}: {worst:.2g} of {tolerance:g}")
         self.assertLessEqual(worst, tolerance)
@@ -118,33 +118,36 @@ class SameFieldTest(ProgramTest):
                 for name, values in values_of(self.at("field.h5")).items():
                     self.assert_same_bits(values, whole[name], name)
 
-    def finished(self):
-        if not self.at("field.h5").exists():
-            return 0
-        with h5py.File(self.at("field.h5")) as file:
-            return int(sum(file["slabs"]["finished"]))
+    def kill_while_computing(self, words, ranks):
+        """Has the last process end in the middle of its work."""
+        killing = {
+            "LD_PRELOAD": os.environ["PISTONFIELD_FAILING_WRITES"],
+            # The first process creates the file, too.
+            "WRITES": "60" if ranks == 1 else "12",
+            "WRITES_THEN": "SIGKILL",
+            "WRITES_RANK": str(ranks - 1) if ranks > 1 else "",
+        }
+        process = self.start(*words, ranks=ranks, env={**os.environ, **killing})
+        process.communicate(timeout=120)
+        self.assertNotEqual(process.returncode, 0)
 
     def test_comes_of_a_run_that_was_interrupted(self):
-        # Thousands of slabs.
-        words = request(sizes=(90, 80, 60)) + ["--slab", 200]
+        words = request() + ["--slab", 100]
         self.run_program(*words, "whole.h5")
         expected = arrays(self.at("whole.h5"))
         for ranks, others in [(1, 3), (2, 1), (3, 2)]:
+            name = f"{ranks}.h5"
             with self.subTest(ranks=ranks):
-                process = self.start(*words, "field.h5", ranks=ranks)
-                deadline = time.monotonic() + 60
-                while self.finished() < 5:
-                    self.assertIsNone(process.poll())
-                    self.assertLess(time.monotonic(), deadline)
-                    time.sleep(0.01)
-                process.send_signal(signal.SIGTERM)
-                process.communicate(timeout=60)
-                self.assertLess(self.finished(), len(expected["slabs"]))
-                self.assertEqual(attributes(self.at("field.h5"))["complete"], 0)
-                self.run_program("field.h5", "--resume", ranks=others)
-                self.assert_same_field(self.at("field.h5"), expected)
-                self.assertGreater(attributes(self.at("field.h5"))["error_points"], 0)
-                self.at("field.h5").unlink()
+                self.kill_while_computing([*words, name], ranks)
+                with h5py.File(self.at(name)) as file:
+                    finished = sum(file["slabs"]["finished"])
+                    self.assertTrue(0 < finished < len(file["slabs"]), finished)
+                    self.assertEqual(file.attrs["complete"], 0)
+                    self.assertEqual(file.attrs["error_points"], 0)
+                self.assertNotIn("error", self.run_program("show", name).out)
+                self.run_program(name, "--resume", ranks=others)
+                self.assert_same_field(self.at(name), expected)
+                self.assertGreater(attributes(self.at(name))["error_points"], 0)
 
     def test_is_made_of_parts(self):
         self.run_program(*request(), "whole.h5")
@@ -360,7 +363,8 @@ class BehindTest(ProgramTest):
             self.assertIn("some points lie behind the piston, where values are those of", said)
             pressure = arrays(self.at("field.h5"))["pressure"]
             self.assertFalse(numpy.isnan(pressure).any())
-            self.assert_same_bits(pressure[:3], pressure[:3:-1])
+            apart = numpy.max(abs(pressure[:3] - pressure[:3:-1]))
+            self.assertLessEqual(apart, 2e-8 * numpy.max(abs(pressure)))
             self.assertEqual(attributes(self.at("field.h5"))["behind"], 1)
             self.assertIn("\nbehind = true\n", self.run_program("show", "field.h5").out)
 
