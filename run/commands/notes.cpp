@@ -57,7 +57,9 @@ std::vector<std::string> notesOn(const Layout& layout) {
     std::vector<std::string> notes;
     const pistonfield::Request& request = layout.request;
     if (reachesBehind(layout))
-        notes.emplace_back("some points lie behind the piston, where values mean nothing");
+        notes.emplace_back(std::string("some points lie behind the piston, where values ") +
+                           (request.tolerance ? "are those of the points before it"
+                                              : "mean nothing"));
     if (const std::string units = noteOnUnits(request); !units.empty()) notes.push_back(units);
     if (const std::string device = emulationNote(); isOnGpu(request.mode) && !device.empty())
         notes.push_back(device);
