@@ -25,7 +25,8 @@ struct ConvergedPressure {
 /// more: a few panels of growing length do for points at any distance from an edge. No two nearly
 /// equal numbers are subtracted; far away the edges' sum alone cancels.
 /// @throws std::runtime_error where `error` is not below 1e-18 of k*A/(2*pi*R), A being the face's
-///     area and R the distance of its furthest corner: farther away than some 10^9 wavelengths
+///     area and R the distance of its furthest corner; up to 10^8 wavelengths away it is, for sides
+///     of 0.01 to 200 wavelengths up to a thousand times as long as the other
 ConvergedPressure convergedPressure(const Rectangle& piston, const Point& point, double k);
 
 }  // namespace reference

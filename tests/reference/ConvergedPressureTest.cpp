@@ -71,6 +71,7 @@ TEST(ConvergedPressure, TendsToAPointSourceFarAway) {
 
 TEST(ConvergedPressure, RefusesPointsThatItsDigitsDoNotReach) {
     EXPECT_NO_THROW(convergedPressure({1, 1}, {0, 0, 1e8}, k));
+    EXPECT_NO_THROW(convergedPressure({0.01, 1e-5}, {3e7, 1e8, 1}, k));
     EXPECT_THROW(convergedPressure({1, 1}, {1e15, 0, 1}, k), std::runtime_error);
 }
 

@@ -30,8 +30,11 @@ const Rule& panelRule(std::size_t step) {
 std::size_t panelRuleFor(double rho, double phase) {
     constexpr double digits = 50;  // 21.7 decimal ones, as a natural logarithm
     double order = std::numeric_limits<double>::infinity();
-    for (double r = rho; r > 1.5; r /= 1.3)
+    double r = rho;
+    while (r > 1.5) {
         order = std::min(order, (digits + phase * (r - 1 / r) / 2) / (2 * std::log(r)));
+        r /= 1.3;
+    }
     const auto* const enough =
         std::find_if(orders.begin(), orders.end(), [&](int n) { return n >= order; });
     return std::min<std::size_t>(static_cast<std::size_t>(enough - orders.begin()),
