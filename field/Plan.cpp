@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "field/Engine.h"
+#include "field/ToleranceEngine.h"
 #include "field/pieces.h"
 
 namespace pistonfield {
@@ -23,6 +24,7 @@ using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
 EnginePointer<T> engineIn(const Request& request) {
+    if (request.tolerance) return makeToleranceEngine<T>(request);
     return isOnGpu(request.mode) ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
@@ -115,7 +117,15 @@ Cost Plan::cost(const LatticeBox& box) const {
         parts->engine);
 }
 
-std::optional<Accuracy> Plan::accuracy() const { return std::nullopt; }
+std::optional<Accuracy> Plan::accuracy() const {
+    return std::visit(
+        []<class T>(const EnginePointer<T>& engine) -> std::optional<Accuracy> {
+            const auto* const tolerant = dynamic_cast<const ToleranceEngine<T>*>(engine.get());
+            if (tolerant == nullptr) return std::nullopt;
+            return tolerant->accuracy();
+        },
+        parts->engine);
+}
 
 template <class T>
 void Plan::compute(const LatticeBox& box, const Destination<T>& destination,

@@ -56,8 +56,9 @@ struct Tolerance {
     /// What the error of a value is relative to.
     enum class Of {
         largest,  ///< the largest |p| at the request's points
-        local     ///< k*A/(2*pi*R) at the point, of the face's area A and the distance R of its
-                  ///< centre: what |p| is far away, and more than that nearby
+        local     ///< at each point k*A/(2*pi*R), of the face's area A and the distance R of its
+                  ///< centre, or sqrt(A)/4 where that is more; and at most 1. That is what |p| is
+                  ///< far away on the axis, and about its largest value nearby.
     };
 
     double value = 1e-4;  ///< the largest error, above 0 and below 1

@@ -1,0 +1,38 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "field/Request.h"
+#include "method/GroupField.h"
+
+namespace pistonfield {
+
+/// The positions of a request's points, times the wavenumber, in groups that are the lattice's own:
+/// a point's group does not depend on the box that it is computed in.
+class Positions {
+  public:
+    explicit Positions(const Request& request);
+
+    /// The points of group number `group`: those with the linear indices from groupSize*group on,
+    /// where past the last one it is taken again.
+    void group(std::int64_t group, GroupPoints& points) const;
+
+    /// The position of a point, times the wavenumber.
+    std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
+
+    /// The first point behind the face, in grid point order, if there is one; by more than the
+    /// rounding of the positions.
+    std::optional<std::array<std::int64_t, 3>> firstBehind() const;
+
+  private:
+    std::array<double, 3> at(std::int64_t ix, std::int64_t iy, std::int64_t iz) const;
+
+    std::array<std::int64_t, 3> sizes;
+    std::int64_t points;
+    std::array<double, 12> rows{};  ///< of the transform, times the wavenumber over its last number
+};
+
+}  // namespace pistonfield

@@ -1,0 +1,267 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "field/ToleranceEngine.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numbers>
+#include <sstream>
+
+#include "field/Positions.h"
+#include "method/RectangleField.h"
+#include "parallel/threads.h"
+#include "parallel/usableCores.h"
+
+namespace pistonfield {
+
+namespace {
+
+using Index = std::array<std::int64_t, 3>;
+
+Face faceOf(const Request& request) {
+    const double k = request.wave.wavenumber;
+    return {request.piston.width * k / 2, request.piston.height * k / 2};
+}
+
+/// k*A/(2*pi), what |p| times k*R is far away.
+double farAmplitude(const Face& face) { return 2 * face.halfX * face.halfY / std::numbers::pi; }
+
+/// The distance of the face's centre below which the local amplitude does not grow.
+double nearestReach(const Face& face) { return std::sqrt(face.halfX * face.halfY) / 2; }
+
+/// What errors are relative to with `Tolerance::Of::local`.
+double localAmplitude(const Face& face, double distance) {
+    return std::min(1.0, farAmplitude(face) / std::max(distance, nearestReach(face)));
+}
+
+/// An error within a fraction of the local amplitude.
+ErrorLimit localLimit(const Face& face, double fraction) {
+    return {fraction, fraction * farAmplitude(face), nearestReach(face)};
+}
+
+double distanceOf(const std::array<double, 3>& position) {
+    return std::hypot(position[0], position[1], position[2]);
+}
+
+/// Indices spread over a lattice, its ends among them: at most so many along each direction.
+std::vector<Index> spreadOver(const Index& sizes, std::int64_t most) {
+    const auto count = [&](std::size_t i) { return std::min(sizes[i], most); };
+    // Of the largest lattices the double of a size is near enough.
+    const auto at = [&](std::size_t i, std::int64_t n) -> std::int64_t {
+        const auto last = static_cast<double>(sizes[i] - 1);
+        const double steps = static_cast<double>(std::max<std::int64_t>(1, count(i) - 1));
+        return std::min<std::int64_t>(sizes[i] - 1,
+                                      std::llround(last * static_cast<double>(n) / steps));
+    };
+    std::vector<Index> indices;
+    for (std::int64_t z = 0; z < count(2); ++z)
+        for (std::int64_t y = 0; y < count(1); ++y)
+            for (std::int64_t x = 0; x < count(0); ++x)
+                indices.push_back(Index{at(0, x), at(1, y), at(2, z)});
+    return indices;
+}
+
+/// The pressure at some points in double precision, within a tolerance of the local amplitude.
+std::vector<std::complex<double>> pressureAt(const Face& face, const Positions& positions,
+                                             const std::vector<Index>& indices, double tolerance) {
+    const RectangleField<double> field(face);
+    std::vector<std::complex<double>> values;
+    GroupPoints points;
+    GroupValues<double> group;
+    for (const Index& index : indices) {
+        const auto [x, y, z] = positions.at(index);
+        std::fill_n(points.x, groupSize, std::abs(x));
+        std::fill_n(points.y, groupSize, std::abs(y));
+        std::fill_n(points.z, groupSize, std::abs(z));
+        field.compute(points, localLimit(face, tolerance), group);
+        values.emplace_back(group.re[0], group.im[0]);
+    }
+    return values;
+}
+
+/// What is known of a request's field beforehand.
+struct Preview {
+    double largest;    ///< a lower bound of the largest |p|
+    double amplitude;  ///< the largest local amplitude of the points looked at
+};
+
+Preview previewOf(const Face& face, const Positions& positions, const Index& sizes) {
+    constexpr double tolerance = 1e-3;
+    const std::vector<Index> indices = spreadOver(sizes, 7);
+    const auto values = pressureAt(face, positions, indices, tolerance);
+    Preview preview{};
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const double amplitude = localAmplitude(face, distanceOf(positions.at(indices[i])));
+        preview.amplitude = std::max(preview.amplitude, amplitude);
+        preview.largest = std::max(preview.largest, std::abs(values[i]) - tolerance * amplitude);
+    }
+    return preview;
+}
+
+template <class T>
+constexpr double unitRoundoff = std::numeric_limits<T>::epsilon() / 2.0;
+
+template <class T>
+class RectangleToleranceEngine : public ToleranceEngine<T> {
+  public:
+    explicit RectangleToleranceEngine(const Request& request)
+        : tolerance(*request.tolerance),
+          sizes(request.lattice.sizes),
+          positions(request),
+          face(faceOf(request)),
+          field(face) {
+        if (!request.behind) requireBefore(request);
+        if (!isLocal()) preview = previewOf(face, positions, sizes);
+        const double rounding = roundingOf();
+        bound = tolerance.value;
+        limit = limitOf(tolerance.value - rounding);
+        if (tolerance.value < 2 * rounding) refuse(2 * rounding);
+    }
+
+    void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
+        const bool isWide = box.size[0] == sizes[0];
+        const bool isPlane = isWide && box.size[1] == sizes[1];
+        // Runs of points with successive linear indices, and where they go.
+        const std::int64_t rows = isWide ? 1 : box.size[1];
+        const std::int64_t planes = isPlane ? 1 : box.size[2];
+        const std::int64_t length = box.points() / (rows * planes);
+        const std::int64_t groups = (length + groupSize - 1) / groupSize + 1;
+        const auto fillRuns = [&](std::int64_t first, std::int64_t last) {
+            for (std::int64_t i = first; i < last; ++i) {
+                const std::int64_t run = i / groups;
+                const Index at{box.first[0], box.first[1] + run % rows, box.first[2] + run / rows};
+                const std::int64_t begin = (at[2] * sizes[1] + at[1]) * sizes[0] + at[0];
+                fillGroup(begin / groupSize + i % groups, begin, begin + length,
+                          to.from(run * length));
+            }
+        };
+        constexpr std::int64_t piece = 64;
+        const std::int64_t count = rows * planes * groups;
+        const auto allowed = [threads] {
+            return threads == 0 ? threadCount() : std::min(threads, mostThreads);
+        };
+        inParallel(count, piece, count > piece ? allowed() : 1, fillRuns);
+    }
+
+    std::int64_t pieceToWatch(unsigned threads) const override {
+        constexpr std::int64_t points = 1 << 19;
+        const unsigned count = threads == 0 ? threadCount() : threads;
+        return points * std::min(count, usableCores());
+    }
+
+    std::int64_t largestPiece() const noexcept override { return 1 << 30; }
+    std::int64_t memoryOfAPoint() const noexcept override { return 0; }
+    std::int64_t deviceMemoryOfAPoint() const noexcept override { return 0; }
+
+    Accuracy accuracy() const override {
+        const std::vector<Index> indices = spreadOver(sizes, 8);
+        const auto finer = pressureAt(face, positions, indices, 1e-14);
+        Accuracy measured{bound, 0, 0, static_cast<std::int64_t>(indices.size())};
+        GroupPoints points;
+        GroupValues<T> values;
+        for (std::size_t i = 0; i < indices.size(); ++i) {
+            const std::int64_t number =
+                (indices[i][2] * sizes[1] + indices[i][1]) * sizes[0] + indices[i][0];
+            positions.group(number / groupSize, points);
+            measured.evaluations += field.compute(points, limit, values);
+            const auto lane = static_cast<std::size_t>(number % groupSize);
+            const std::complex<double> value(values.re[lane], values.im[lane]);
+            const double unit = isLocal()
+                                    ? localAmplitude(face, distanceOf(positions.at(indices[i])))
+                                    : preview.largest;
+            measured.error = std::max(measured.error, std::abs(value - finer[i]) / unit);
+        }
+        measured.evaluations /= static_cast<double>(indices.size());
+        return measured;
+    }
+
+  private:
+    bool isLocal() const { return tolerance.of == Tolerance::Of::local; }
+
+    void requireBefore(const Request& request) const {
+        const auto index = positions.firstBehind();
+        if (!index) return;
+        const auto position = positions.at(*index);
+        std::ostringstream text;
+        text.precision(6);
+        text << "the point (";
+        for (std::size_t i = 0; i < position.size(); ++i)
+            text << (i == 0 ? "" : ", ") << position[i] / request.wave.wavenumber;
+        text << ") lies behind the piston";
+        throw InvalidRequest("transform", text.str());
+    }
+
+    [[noreturn]] void refuse(double least) const {
+        std::ostringstream text;
+        text.precision(2);
+        text << tolerance.value << " is below the " << least << " that "
+             << (sizeof(T) == 4 ? "single" : "double") << " precision keeps of this field";
+        throw InvalidRequest("tolerance", text.str());
+    }
+
+    ErrorLimit limitOf(double share) const {
+        return isLocal() ? localLimit(face, share) : ErrorLimit{share * preview.largest};
+    }
+
+    /// The distance of the lattice's farthest point, times the wavenumber.
+    double reach() const {
+        double farthest = 0;
+        for (int corner = 0; corner < 8; ++corner) {
+            Index index{};
+            for (std::size_t i = 0; i < sizes.size(); ++i)
+                index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
+            farthest = std::max(farthest, distanceOf(positions.at(index)));
+        }
+        return farthest;
+    }
+
+    /// What rounding adds to the error, relative to what the tolerance is relative to: in T to the
+    /// integrals, whose phases relative to the reference are up to the sides, and in double to the
+    /// reference phase. The factors are about twice the largest errors seen; see
+    /// docs/reliability.md.
+    double roundingOf() const {
+        const double integrals = unitRoundoff<T> * (24 + 0.15 * (face.halfX + face.halfY));
+        constexpr double phase = 4 * unitRoundoff<double>;
+        if (isLocal()) return integrals + phase * reach();
+        return (integrals * preview.amplitude + phase * std::min(reach(), farAmplitude(face))) /
+               preview.largest;
+    }
+
+    void fillGroup(std::int64_t group, std::int64_t begin, std::int64_t end,
+                   const Destination<T>& to) const {
+        const std::int64_t first = group * groupSize;
+        if (first >= end) return;
+        GroupPoints points;
+        GroupValues<T> values;
+        positions.group(group, points);
+        field.compute(points, limit, values);
+        for (std::int64_t i = std::max(first, begin); i < std::min(first + groupSize, end); ++i) {
+            const Destination<T> at = to.from(i - begin);
+            *at.re = values.re[i - first];
+            *at.im = values.im[i - first];
+        }
+    }
+
+    Tolerance tolerance;
+    Index sizes;
+    Positions positions;
+    Face face;
+    RectangleField<T> field;
+    Preview preview{};
+    double bound = 0;
+    ErrorLimit limit{};
+};
+
+}  // namespace
+
+template <class T>
+std::unique_ptr<const ToleranceEngine<T>> makeToleranceEngine(const Request& request) {
+    return std::make_unique<const RectangleToleranceEngine<T>>(request);
+}
+
+template std::unique_ptr<const ToleranceEngine<float>> makeToleranceEngine(const Request&);
+template std::unique_ptr<const ToleranceEngine<double>> makeToleranceEngine(const Request&);
+
+}  // namespace pistonfield
