@@ -49,12 +49,14 @@ pistonfield::Request requestOf(const PistonSides& sides, double wavelength) {
 
 }  // namespace
 
-double ExpectedPressure::amplitude() const {
-    return std::max(local, static_cast<double>(magnitude(value)));
+double ExpectedPressure::rounding() const {
+    constexpr double unitRoundoff = 0x1p-53;
+    return 8 * unitRoundoff * (8 + phase);
 }
 
 double ExpectedPressure::errorOf(std::complex<double> got) const {
-    return static_cast<double>(magnitude(reference::QuadComplex{got.real(), got.imag()} - value));
+    return static_cast<double>(
+        reference::magnitude(reference::QuadComplex{got.real(), got.imag()} - value));
 }
 
 reference::Point FieldCase::position(std::int64_t point) const {
@@ -76,17 +78,43 @@ ExpectedPressure FieldCase::expected(std::int64_t point) const {
     reference::Point p = position(point);
     p.z = std::fabs(p.z);
     const auto value = reference::convergedPressure(piston, p, k).value;
-    const double far =
+    const auto size = static_cast<double>(magnitude(value));
+    const double area = piston.sideX * piston.sideY;
+    const double source = k * area / (2 * std::numbers::pi);
+    const double distance = std::hypot(p.x, p.y, p.z);
+    const double furthest =
         std::hypot(std::fabs(p.x) + piston.sideX / 2, std::fabs(p.y) + piston.sideY / 2, p.z);
-    const double source = k * piston.sideX * piston.sideY / (2 * std::numbers::pi);
-    return {value, source / std::hypot(p.x, p.y, p.z),
-            std::max(source / far, static_cast<double>(magnitude(value))), k * far};
+    return {value, size, std::min(1.0, source / std::max(distance, std::sqrt(area) / 4)),
+            std::max(size, source / distance), k * furthest};
 }
 
 std::vector<ExpectedPressure> FieldCase::expected() const {
     std::vector<ExpectedPressure> all;
     for (std::int64_t i = 0; i < request.lattice.box().points(); ++i) all.push_back(expected(i));
     return all;
+}
+
+double largestMagnitude(const std::vector<ExpectedPressure>& expected) {
+    double largest = 0;
+    for (const ExpectedPressure& e : expected) largest = std::max(largest, e.magnitude);
+    return largest;
+}
+
+double mostRounding(const std::vector<ExpectedPressure>& expected) {
+    double most = 0;
+    for (const ExpectedPressure& e : expected) most = std::max(most, e.rounding());
+    return most;
+}
+
+pistonfield::Plan tightestInSingle(pistonfield::Request request, pistonfield::Tolerance::Of of) {
+    request.mode = pistonfield::Mode::cpusp;
+    request.tolerance = {1e-7, of};
+    while (true) try {
+            return pistonfield::Plan(request);
+        } catch (const pistonfield::InvalidRequest& refusal) {
+            request.tolerance->value *= 2;
+            if (refusal.field() != "tolerance" || request.tolerance->value >= 1) throw;
+        }
 }
 
 FieldCase drawCase(Random& random, const PistonKind& kind, const FieldRegion& region, int points) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "field/Plan.h"
 #include "field/Request.h"
 #include "reference/Quad.h"
 #include "reference/SurfaceIntegral.h"
@@ -15,15 +16,17 @@
 /// A pressure by the reference, and what errors at that point are relative to.
 struct ExpectedPressure {
     reference::QuadComplex value;
-    /// k*A/(2*pi*R), R being the distance of the piston's centre: infinite there.
+    double magnitude;
+    /// What a tolerance of the local amplitude is relative to.
     double local;
-    /// The same of the furthest corner's distance, which is finite, or |p| where that is more.
-    double strict;
-    /// k times that distance.
+    /// |p|, or k*A/(2*pi*R) where that is more: infinite at the piston's centre.
+    double amplitude;
+    /// k times the distance of the furthest corner.
     double phase;
 
-    /// The larger one of |p| and `local`.
-    [[nodiscard]] double amplitude() const;
+    /// What double precision may add to the error, in parts of the amplitude: the phase alone has
+    /// an error of the unit roundoff times kR.
+    [[nodiscard]] double rounding() const;
     /// How far a value is off.
     [[nodiscard]] double errorOf(std::complex<double> got) const;
 };
@@ -38,6 +41,14 @@ struct FieldCase {
     [[nodiscard]] ExpectedPressure expected(std::int64_t point) const;
     [[nodiscard]] std::vector<ExpectedPressure> expected() const;
 };
+
+/// The largest magnitude, and the most that `rounding` is.
+double largestMagnitude(const std::vector<ExpectedPressure>& expected);
+double mostRounding(const std::vector<ExpectedPressure>& expected);
+
+/// A plan of the tolerance 1e-7 * 2^n that is the tightest one that single precision takes.
+/// @throws pistonfield::InvalidRequest where there is none below 1
+pistonfield::Plan tightestInSingle(pistonfield::Request request, pistonfield::Tolerance::Of of);
 
 /// Points on a line in a region about a piston of a kind; the wavelength is 0.1 to 100.
 FieldCase drawCase(Random& random, const PistonKind& kind, const FieldRegion& region, int points);

@@ -42,8 +42,6 @@ using pistonfield::Tolerance;
 using Of = Tolerance::Of;
 using Values = std::vector<std::complex<double>>;
 
-constexpr double unitRoundoff = 0x1p-53;
-
 /// The largest of ratios; a NaN is more than any number.
 struct Largest {
     double ratio = 0;
@@ -60,21 +58,18 @@ struct Largest {
     [[nodiscard]] bool holds() const { return ratio <= 1; }
 };
 
-/// What is measured, and what the ratios are relative to.
+/// What is measured, and what the errors are relative to.
 enum Measure : std::uint8_t {
-    doubleLocal,      ///< the tolerance and what double precision may add
+    doubleLocal,      ///< a tolerance
     doubleLargest,    ///< the same
-    singleLocal,      ///< the tightest tolerance that is taken
+    roundings,        ///< the tightest tolerance that double precision should take
+    singleLocal,      ///< the tightest tolerance that single precision takes
     singleLargest,    ///< the same
-    singleAmplitude,  ///< 1e-5 of the larger one of |p| and the local amplitude
-    roundings,        ///< 8 unit roundoffs times 8 + kR, at the tolerance 1e-13
-    strictly,         ///< the tolerance in double of the amplitude without a pole at the centre
+    singleAmplitude,  ///< 1e-5 of the larger one of |p| and k*A/(2*pi*R)
     measures
 };
-constexpr std::array<const char*, measures> measureNames{
-    "dp local", "dp largest", "sp local", "sp largest", "sp/1e-5", "roundings", "dp strict"};
-/// Those that have to hold; the last one is only shown.
-constexpr std::size_t bindingMeasures = strictly;
+constexpr std::array<const char*, measures> measureNames{"dp local", "dp largest", "dp tight",
+                                                         "sp local", "sp largest", "sp/1e-5"};
 
 using Row = std::array<Largest, measures>;
 
@@ -100,22 +95,6 @@ Values computed(const Plan& plan) {
     Values values(static_cast<std::size_t>(box.points()));
     plan.compute(box, values.data(), {.threads = 1});
     return values;
-}
-
-double largestMagnitude(const Values& values) {
-    double largest = 0;
-    for (const auto& value : values) largest = std::max(largest, std::abs(value));
-    return largest;
-}
-
-/// The tightest tolerance of 1e-7 or more that single precision takes.
-Plan tightestInSingle(const Request& request, Of of) {
-    for (const double value : {1e-7, 2e-7, 5e-7, 1e-6, 2e-6, 5e-6}) try {
-            return Plan(withTolerance(request, Mode::cpusp, {value, of}));
-        } catch (const InvalidRequest& refusal) {
-            if (refusal.field() != "tolerance") throw;
-        }
-    return Plan(withTolerance(request, Mode::cpusp, {1e-5, of}));
 }
 
 std::string describe(const Request& request, const reference::Point& p, double error) {
@@ -165,36 +144,32 @@ struct Scene {
 
     [[nodiscard]] Row measured() const {
         const Request& request = field.request;
-        double most = 0;
-        for (const ExpectedPressure& e : expected)
-            most = std::max(most, static_cast<double>(magnitude(e.value)));
-        const auto rounding = [](const ExpectedPressure& e) {
-            return 8 * unitRoundoff * (8 + e.phase) * e.amplitude();
-        };
-        const double t = tolerance;
+        const double largest = largestMagnitude(expected);
+        const double rounding = mostRounding(expected);
+        double local = 0;
+        for (const ExpectedPressure& e : expected) local = std::max(local, e.local);
 
         Row row;
-        const Plan local(withTolerance(request, Mode::cpu, {t, Of::local}));
-        measure(local, row[doubleLocal],
-                [&](const ExpectedPressure& e) { return t * e.amplitude() + rounding(e); });
-        measure(local, row[strictly],
-                [&](const ExpectedPressure& e) { return t * e.strict + rounding(e); });
-        measure(Plan(withTolerance(request, Mode::cpu, {t, Of::largest})), row[doubleLargest],
-                [&](const ExpectedPressure& e) {
-                    return t * most + 8 * unitRoundoff * (8 + e.phase) * e.strict;
-                });
-        measure(Plan(withTolerance(request, Mode::cpu, {1e-13, Of::local})), row[roundings],
-                [&](const ExpectedPressure& e) { return 1e-13 * e.amplitude() + rounding(e); });
+        const auto measureLocal = [&](const Plan& plan, Largest& to) {
+            const double value = plan.request().tolerance->value;
+            measure(plan, to, [=](const ExpectedPressure& e) { return value * e.local; });
+        };
+        const auto measureLargest = [&](const Plan& plan, Largest& to) {
+            const double value = plan.request().tolerance->value;
+            measure(plan, to, [=](const ExpectedPressure&) { return value * largest; });
+        };
+        const auto inDouble = [&](double value, Of of) {
+            return Plan(withTolerance(request, Mode::cpu, {value, of}));
+        };
+        measureLocal(inDouble(std::max(tolerance, rounding), Of::local), row[doubleLocal]);
+        measureLocal(inDouble(rounding, Of::local), row[roundings]);
+        measureLargest(inDouble(std::max(tolerance, rounding * local / largest), Of::largest),
+                       row[doubleLargest]);
         const Plan single = tightestInSingle(request, Of::local);
-        measure(single, row[singleLocal], [&](const ExpectedPressure& e) {
-            return single.request().tolerance->value * e.amplitude();
-        });
+        measureLocal(single, row[singleLocal]);
         measure(single, row[singleAmplitude],
-                [&](const ExpectedPressure& e) { return 1e-5 * e.amplitude(); });
-        const Plan ofLargest = tightestInSingle(request, Of::largest);
-        measure(ofLargest, row[singleLargest], [&](const ExpectedPressure&) {
-            return ofLargest.request().tolerance->value * most;
-        });
+                [](const ExpectedPressure& e) { return 1e-5 * e.amplitude; });
+        measureLargest(tightestInSingle(request, Of::largest), row[singleLargest]);
         return row;
     }
 };
@@ -248,7 +223,7 @@ bool report(const Table& table) {
                   << std::right;
         for (const Largest& largest : table[i]) std::cout << std::setw(11) << largest.ratio;
         std::cout << '\n';
-        for (std::size_t m = 0; m < bindingMeasures; ++m) {
+        for (std::size_t m = 0; m < measures; ++m) {
             if (table[i].at(m).holds()) continue;
             std::cout << "    BROKEN, " << measureNames.at(m) << ": " << table[i].at(m).where
                       << '\n';
@@ -308,7 +283,8 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     const Plan plan(withTolerance(field.request, mode, {value, of}));
     const auto accuracy = plan.accuracy();
     const Values values = computed(plan);
-    const double largest = largestMagnitude(values);
+    double largest = 0;
+    for (const auto& v : values) largest = std::max(largest, std::abs(v));
 
     Decade one;
     one.requests = 1;
@@ -322,14 +298,12 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
         const std::size_t point = random.below(values.size());
         const ExpectedPressure expected = field.expected(static_cast<std::int64_t>(point));
         const double error = expected.errorOf(values[point]);
-        const double scale = of == Of::local ? expected.amplitude() : largest;
-        const double rounding =
-            single ? 0 : 8 * unitRoundoff * (8 + expected.phase) * expected.strict;
+        const double scale = of == Of::local ? expected.local : largest;
         const auto where = [&] {
             return describe(plan.request(), field.position(static_cast<std::int64_t>(point)),
                             error);
         };
-        one.error.add(error / (value * scale + rounding), where);
+        one.error.add(error / (value * scale), where);
         one.errorOfBound.add(error / (accuracy ? accuracy->bound * scale : 0), where);
     }
 
