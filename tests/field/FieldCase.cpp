@@ -82,10 +82,8 @@ ExpectedPressure FieldCase::expected(std::int64_t point) const {
     const double area = piston.sideX * piston.sideY;
     const double source = k * area / (2 * std::numbers::pi);
     const double distance = std::hypot(p.x, p.y, p.z);
-    const double furthest =
-        std::hypot(std::fabs(p.x) + piston.sideX / 2, std::fabs(p.y) + piston.sideY / 2, p.z);
     return {value, size, std::min(1.0, source / std::max(distance, std::sqrt(area) / 4)),
-            std::max(size, source / distance), k * furthest};
+            std::max(size, source / distance), k * (distance + (piston.sideX + piston.sideY) / 2)};
 }
 
 std::vector<ExpectedPressure> FieldCase::expected() const {
@@ -100,20 +98,26 @@ double largestMagnitude(const std::vector<ExpectedPressure>& expected) {
     return largest;
 }
 
-double mostRounding(const std::vector<ExpectedPressure>& expected) {
-    double most = 0;
-    for (const ExpectedPressure& e : expected) most = std::max(most, e.rounding());
-    return most;
+double toleranceInDouble(const std::vector<ExpectedPressure>& expected,
+                         pistonfield::Tolerance::Of of, double least) {
+    constexpr double overlooked = 8;
+    double rounding = 0;
+    double local = 0;
+    for (const ExpectedPressure& e : expected) {
+        rounding = std::max(rounding, e.rounding());
+        local = std::max(local, e.local);
+    }
+    if (of == pistonfield::Tolerance::Of::local) return least + rounding;
+    return overlooked * (least + rounding) * local / largestMagnitude(expected);
 }
 
-pistonfield::Plan tightestInSingle(pistonfield::Request request, pistonfield::Tolerance::Of of) {
-    request.mode = pistonfield::Mode::cpusp;
-    request.tolerance = {1e-7, of};
+pistonfield::Plan takenPlan(pistonfield::Request request, int* refusals) {
     while (true) try {
             return pistonfield::Plan(request);
         } catch (const pistonfield::InvalidRequest& refusal) {
             request.tolerance->value *= 2;
             if (refusal.field() != "tolerance" || request.tolerance->value >= 1) throw;
+            if (refusals != nullptr) ++*refusals;
         }
 }
 

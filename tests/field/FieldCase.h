@@ -21,7 +21,7 @@ struct ExpectedPressure {
     double local;
     /// |p|, or k*A/(2*pi*R) where that is more: infinite at the piston's centre.
     double amplitude;
-    /// k times the distance of the furthest corner.
+    /// k times the distance of the piston's centre and half its sides.
     double phase;
 
     /// What double precision may add to the error, in parts of the amplitude: the phase alone has
@@ -42,13 +42,18 @@ struct FieldCase {
     [[nodiscard]] std::vector<ExpectedPressure> expected() const;
 };
 
-/// The largest magnitude, and the most that `rounding` is.
 double largestMagnitude(const std::vector<ExpectedPressure>& expected);
-double mostRounding(const std::vector<ExpectedPressure>& expected);
 
-/// A plan of the tolerance 1e-7 * 2^n that is the tightest one that single precision takes.
-/// @throws pistonfield::InvalidRequest where there is none below 1
-pistonfield::Plan tightestInSingle(pistonfield::Request request, pistonfield::Tolerance::Of of);
+/// The tightest tolerance that may be asked of double precision, where it is kept so closely:
+/// `least` and the most of `rounding`, of the local amplitude. The largest magnitude that a plan
+/// finds, which looks at some of the points alone, is an eighth of the true one at least.
+double toleranceInDouble(const std::vector<ExpectedPressure>& expected,
+                         pistonfield::Tolerance::Of of, double least = 0);
+
+/// A plan of a request, whose tolerance is doubled until it is taken.
+/// @param refusals counts the refusals
+/// @throws pistonfield::InvalidRequest where none below 1 is taken, or it has another reason
+pistonfield::Plan takenPlan(pistonfield::Request request, int* refusals = nullptr);
 
 /// Points on a line in a region about a piston of a kind; the wavelength is 0.1 to 100.
 FieldCase drawCase(Random& random, const PistonKind& kind, const FieldRegion& region, int points);

@@ -61,10 +61,10 @@ struct Largest {
 /// What is measured, and what the errors are relative to.
 enum Measure : std::uint8_t {
     doubleLocal,      ///< a tolerance
-    doubleLargest,    ///< the same
-    roundings,        ///< the tightest tolerance that double precision should take
-    singleLocal,      ///< the tightest tolerance that single precision takes
-    singleLargest,    ///< the same
+    doubleLargest,    ///< a tolerance
+    doubleTightest,   ///< the tightest tolerance of the local amplitude that is taken
+    singleLocal,      ///< the same
+    singleLargest,    ///< the same, of the largest magnitude
     singleAmplitude,  ///< 1e-5 of the larger one of |p| and k*A/(2*pi*R)
     measures
 };
@@ -145,10 +145,6 @@ struct Scene {
     [[nodiscard]] Row measured() const {
         const Request& request = field.request;
         const double largest = largestMagnitude(expected);
-        const double rounding = mostRounding(expected);
-        double local = 0;
-        for (const ExpectedPressure& e : expected) local = std::max(local, e.local);
-
         Row row;
         const auto measureLocal = [&](const Plan& plan, Largest& to) {
             const double value = plan.request().tolerance->value;
@@ -159,17 +155,20 @@ struct Scene {
             measure(plan, to, [=](const ExpectedPressure&) { return value * largest; });
         };
         const auto inDouble = [&](double value, Of of) {
-            return Plan(withTolerance(request, Mode::cpu, {value, of}));
+            return takenPlan(withTolerance(request, Mode::cpu,
+                                           {std::max(value, toleranceInDouble(expected, of)), of}));
         };
-        measureLocal(inDouble(std::max(tolerance, rounding), Of::local), row[doubleLocal]);
-        measureLocal(inDouble(rounding, Of::local), row[roundings]);
-        measureLargest(inDouble(std::max(tolerance, rounding * local / largest), Of::largest),
-                       row[doubleLargest]);
-        const Plan single = tightestInSingle(request, Of::local);
+        const auto inSingle = [&](Of of) {
+            return takenPlan(withTolerance(request, Mode::cpusp, {1e-7, of}));
+        };
+        measureLocal(inDouble(tolerance, Of::local), row[doubleLocal]);
+        measureLargest(inDouble(tolerance, Of::largest), row[doubleLargest]);
+        measureLocal(inDouble(0, Of::local), row[doubleTightest]);
+        const Plan single = inSingle(Of::local);
         measureLocal(single, row[singleLocal]);
         measure(single, row[singleAmplitude],
                 [](const ExpectedPressure& e) { return 1e-5 * e.amplitude; });
-        measureLargest(tightestInSingle(request, Of::largest), row[singleLargest]);
+        measureLargest(inSingle(Of::largest), row[singleLargest]);
         return row;
     }
 };
@@ -261,6 +260,7 @@ bool measureRegions(int points) {
 /// What random requests of a mode have come to, by the decade of their tolerance.
 struct Decade {
     int requests = 0;
+    int refused = 0;         ///< with a tighter tolerance, drawn first
     double evaluations = 0;  ///< at a point, added up
     Largest error;           ///< at the sampled points, relative to the tolerance
     Largest errorOfBound;    ///< the same, relative to the bound that the plan says
@@ -278,9 +278,11 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     const FieldCase field = drawLattice(random);
     const Mode mode = random.below(2) == 0 ? Mode::cpu : Mode::cpusp;
     const bool single = mode == Mode::cpusp;
-    const double value = random.magnitude(single ? -5 : -12, -2);
+    const double drawn = random.magnitude(single ? -5 : -12, -2);
     const Of of = random.below(2) == 0 ? Of::largest : Of::local;
-    const Plan plan(withTolerance(field.request, mode, {value, of}));
+    int refusals = 0;
+    const Plan plan = takenPlan(withTolerance(field.request, mode, {drawn, of}), &refusals);
+    const double value = plan.request().tolerance->value;
     const auto accuracy = plan.accuracy();
     const Values values = computed(plan);
     double largest = 0;
@@ -288,6 +290,7 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
 
     Decade one;
     one.requests = 1;
+    one.refused = refusals > 0 ? 1 : 0;
     const auto words = [&] { return describe(plan.request(), field.position(0), 0); };
     if (accuracy) {
         one.evaluations = accuracy->evaluations;
@@ -310,6 +313,7 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     const std::scoped_lock lock(guard);
     Decade& sum = decades[{mode, static_cast<int>(std::floor(std::log10(value)))}];
     sum.requests += one.requests;
+    sum.refused += one.refused;
     sum.evaluations += one.evaluations;
     sum.error.add(one.error);
     sum.errorOfBound.add(one.errorOfBound);
@@ -329,18 +333,19 @@ bool measureRequests(int requests) {
     });
 
     bool holds = true;
-    std::cout << "random requests: errors at sampled points in parts of the tolerance and of the "
-                 "plan's bound, that\n"
-                 "bound in parts of the tolerance, the error that the plan has measured in parts "
-                 "of its bound\n"
-                 "   mode tolerance requests evaluations   error of bound    bound measured\n"
-              << std::setprecision(3);
+    std::cout
+        << "random requests: errors at sampled points in parts of the tolerance and of the "
+           "plan's bound, that\n"
+           "bound in parts of the tolerance, the error that the plan has measured in parts "
+           "of its bound\n"
+           "   mode tolerance requests  refused evaluations   error of bound    bound measured\n"
+        << std::setprecision(3);
     for (const auto& [key, decade] : decades) {
         std::cout << std::setw(7) << nameOf(key.first) << "  1e" << std::setw(5) << key.second
-                  << std::setw(10) << decade.requests << std::setw(12)
-                  << decade.evaluations / decade.requests << std::setw(9) << decade.error.ratio
-                  << std::setw(9) << decade.errorOfBound.ratio << std::setw(9) << decade.bound.ratio
-                  << std::setw(9) << decade.measured.ratio << '\n';
+                  << std::setw(10) << decade.requests << std::setw(9) << decade.refused
+                  << std::setw(12) << decade.evaluations / decade.requests << std::setw(9)
+                  << decade.error.ratio << std::setw(9) << decade.errorOfBound.ratio << std::setw(9)
+                  << decade.bound.ratio << std::setw(9) << decade.measured.ratio << '\n';
         for (const Largest* largest :
              {&decade.error, &decade.errorOfBound, &decade.bound, &decade.measured}) {
             if (largest->holds()) continue;
