@@ -4,6 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+
+#include "method/RectangleField.h"
 
 namespace pistonfield {
 
@@ -14,39 +17,66 @@ Positions::Positions(const Request& request)
                    rows.begin(), [factor](double number) { return number * factor; });
 }
 
-std::array<double, 3> Positions::at(std::int64_t ix, std::int64_t iy, std::int64_t iz) const {
-    const auto x = static_cast<double>(ix);
-    const auto y = static_cast<double>(iy);
-    const auto z = static_cast<double>(iz);
+std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) const {
+    const auto x = static_cast<double>(index[0]);
+    const auto y = static_cast<double>(index[1]);
+    const auto z = static_cast<double>(index[2]);
     std::array<double, 3> position{};
     for (std::size_t i = 0; i < position.size(); ++i) {
         const double* const row = &rows[4 * i];
-        position[i] = row[3] + row[0] * x + row[1] * y + row[2] * z;
+        position[i] = (row[3] + row[1] * y + row[2] * z) + row[0] * x;
     }
     return position;
 }
 
-std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) const {
-    return at(index[0], index[1], index[2]);
-}
-
 void Positions::group(std::int64_t group, GroupPoints& to) const {
     const std::int64_t first = group * groupSize;
-    std::int64_t ix = first % sizes[0];
-    std::int64_t iy = first / sizes[0] % sizes[1];
-    std::int64_t iz = first / sizes[0] / sizes[1];
-    for (std::size_t i = 0; i < groupSize; ++i) {
-        const auto [x, y, z] = at(ix, iy, iz);
+    const std::array<std::int64_t, 3> index{first % sizes[0], first / sizes[0] % sizes[1],
+                                            first / sizes[0] / sizes[1]};
+    if (index[0] + groupSize <= sizes[0])
+        groupInRow(index, to);
+    else
+        groupInRows(index, points - first, to);
+}
+
+void Positions::groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const {
+    const auto y = static_cast<double>(first[1]);
+    const auto z = static_cast<double>(first[2]);
+    double* const coordinates[]{to.x, to.y, to.z};
+    std::array<double, 3> least{};
+    std::array<double, 3> most{};
+    double squares[2]{};
+    for (std::size_t i = 0; i < std::size(coordinates); ++i) {
+        const double* const row = &rows[4 * i];
+        const double begin = row[3] + row[1] * y + row[2] * z;
+        double* const numbers = coordinates[i];
+        for (int k = 0; k < groupSize; ++k)
+            numbers[k] = begin + row[0] * static_cast<double>(first[0] + k);
+        // A row is straight: its ends bound it, but for where it crosses 0.
+        const double ends[]{numbers[0], numbers[groupSize - 1]};
+        const bool crosses = (ends[0] < 0) != (ends[1] < 0);
+        least[i] = crosses ? 0 : std::min(std::abs(ends[0]), std::abs(ends[1]));
+        most[i] = std::max(std::abs(ends[0]), std::abs(ends[1]));
+        for (int k = 0; k < 2; ++k) squares[k] += ends[k] * ends[k];
+        for (int k = 0; k < groupSize; ++k) numbers[k] = std::abs(numbers[k]);
+    }
+    to.place = Place::within(least, most, std::sqrt(std::max(squares[0], squares[1])));
+}
+
+void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left,
+                            GroupPoints& to) const {
+    for (std::size_t i = 0; i < groupSize; ++i, --left) {
+        const auto [x, y, z] = at(index);
         to.x[i] = std::abs(x);
         to.y[i] = std::abs(y);
         to.z[i] = std::abs(z);
-        if (first + static_cast<std::int64_t>(i) + 1 >= points) continue;
-        if (++ix < sizes[0]) continue;
-        ix = 0;
-        if (++iy < sizes[1]) continue;
-        iy = 0;
-        ++iz;
+        if (left <= 1) continue;
+        for (std::size_t k = 0; k < sizes.size(); ++k) {
+            if (++index[k] < sizes[k]) break;
+            index[k] = 0;
+        }
     }
+    findPlace(to);
 }
 
 std::optional<std::array<std::int64_t, 3>> Positions::firstBehind() const {

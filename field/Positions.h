@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include "field/Request.h"
 #include "method/GroupField.h"
@@ -28,7 +29,9 @@ class Positions {
     std::optional<std::array<std::int64_t, 3>> firstBehind() const;
 
   private:
-    std::array<double, 3> at(std::int64_t ix, std::int64_t iy, std::int64_t iz) const;
+    /// Of a group within a row of the lattice, and of any group, `left` points before the last one.
+    void groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const;
+    void groupInRows(std::array<std::int64_t, 3> first, std::int64_t left, GroupPoints& to) const;
 
     std::array<std::int64_t, 3> sizes;
     std::int64_t points;

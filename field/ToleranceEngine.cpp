@@ -75,6 +75,7 @@ std::vector<std::complex<double>> pressureAt(const Face& face, const Positions& 
         std::fill_n(points.x, groupSize, std::abs(x));
         std::fill_n(points.y, groupSize, std::abs(y));
         std::fill_n(points.z, groupSize, std::abs(z));
+        findPlace(points);
         field.compute(points, localLimit(face, tolerance), group);
         values.emplace_back(group.re[0], group.im[0]);
     }

@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <algorithm>
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <vector>
 
 namespace pistonfield {
@@ -52,7 +55,14 @@ class EllipseBounds {
 
     /// @param from,to the least and the largest m, in units of c
     /// @param height  the least h, in units of c
-    static Range cellsOf(float from, float to, float height);
+    static Range cellsOf(float from, float to, float height) {
+        // A little inside the border, for the cells before the last ones.
+        constexpr float inside = 16 * (1 - 0x1p-20F);
+        const float farther = std::max(from, height);
+        if (farther <= inside) return {mus.of(from), mus.of(to), etas.of(height), 1};
+        const float factor = farther / inside;
+        return {mus.of(from / factor), mus.of(to / factor), etas.of(height / factor), factor};
+    }
 
     const Cell& at(int mu, int eta) const {
         return cells[static_cast<std::size_t>(mu * heights + eta)];
@@ -64,16 +74,34 @@ class EllipseBounds {
     /// log(64/15 / (1 - rho^-2)) of each ellipse.
     const Row& constants() const { return offsets; }
 
-    /// The least eta of the table but 0.
-    static constexpr float leastHeight = 0x1p-4F;
+    static constexpr int widths = 58;   ///< cells of mu: [0, 1/8), eight an octave, [16, infinity)
+    static constexpr int heights = 34;  ///< cells of eta: [0, 1/16), four an octave, [16, infinity)
 
   private:
-    EllipseBounds();
+    /// Cells of numbers from 0 on: of the same number in each octave from `least` to 16, one below
+    /// and one above. The top bits of floats count them.
+    template <int bits>
+    struct Octaves {
+        float least;
 
-    static constexpr int nearWidths = 12;  // of an eighth
-    static constexpr int farWidths = 17;
-    static constexpr int widths = nearWidths + farWidths + 1;  // the last one has no end
-    static constexpr int heights = 34;                         // the first one begins at 0
+        static constexpr int ordinal(float value) {
+            return std::bit_cast<int>(value) >> (23 - bits);
+        }
+
+        constexpr int of(float value) const {
+            return value < least ? 0 : ordinal(std::min(value, 16.0F)) - ordinal(least) + 1;
+        }
+
+        constexpr double begin(int cell) const {
+            if (cell == 0) return 0;
+            return std::bit_cast<float>((ordinal(least) + cell - 1) << (23 - bits));
+        }
+    };
+
+    static constexpr Octaves<3> mus{0x1p-3F};
+    static constexpr Octaves<2> etas{0x1p-4F};
+
+    EllipseBounds();
 
     std::vector<Cell> cells;
     Row slopes{};

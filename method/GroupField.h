@@ -17,6 +17,7 @@ struct GroupPoints {
     alignas(64) double x[groupSize];
     alignas(64) double y[groupSize];
     alignas(64) double z[groupSize];
+    Place place;  ///< where all of them lie
 };
 
 /// Their pressure.

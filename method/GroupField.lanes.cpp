@@ -6,6 +6,7 @@
 #include <numbers>
 
 #include "lanes/Pack.h"
+#include "lanes/estimates.h"
 #include "lanes/sinCos.h"
 #include "lanes/sinCosUpToSign.h"
 
@@ -42,12 +43,12 @@ template <class V>
 /// from -half to half; t = X - x is the distance from the foot.
 template <class V>
 struct Line {
-    V x;       ///< of the foot
-    V end;     ///< half - x, with all its digits
-    V offset;  ///< e, of the line from the foot
-    V square;  ///< e^2
-    V rest;    ///< b*(b - 2y) of the line at b: what R^2 - Q^2 has beside X*(X - 2x)
-    Element<V> half;
+    V x;              ///< of the foot
+    V end;            ///< half - x, with all its digits
+    V offset;         ///< e, of the line from the foot
+    V square;         ///< e^2
+    V rest;           ///< b*(b - 2y) of the line at b: what R^2 - Q^2 has beside X*(X - 2x)
+    Element<V> half;  ///< half its length
 };
 
 /// The lanes' heights.
@@ -62,32 +63,41 @@ struct Heights {
 template <Formula formula>
 constexpr bool isFromFoot = formula == Formula::edges;
 
-/// The integrand at a node, without the reference phase. All formulas take w = R - reference
-/// without cancellation.
+/// A number in every lane, as it is read from memory: unlike with `broadcast` -0 stays.
+template <class V>
+[[gnu::always_inline]] inline V inAllLanes(Element<V> value) {
+    return value - V{};
+}
+
+/// Adds a weight times the integrand at a node, but for the reference phase: of the edges j/2 times
+/// the conjugate, of lines the conjugate.
 ///
-/// exp(-jR) - exp(-jQ) = exp(-jQ) * (-2 sin(w/2)) * (sin(w/2) + j cos(w/2)), w = R - Q.
+/// exp(-jR) - exp(-jQ) = exp(-jQ) * (-2 sin(v)) * (sin(v) + j cos(v)), v = (R - Q)/2. All formulas
+/// form v without cancellation. With lengths in units of 2/k it is the quotient by R + Q alone.
 template <Formula formula, class V>
-[[gnu::always_inline]] inline Complex<V> valueAt(const Line<V>& line, const Heights<V>& at,
-                                                 V node) {
-    using T = Element<V>;
+[[gnu::always_inline]] inline void addNode(Complex<V>& sum, const Line<V>& line,
+                                           const Heights<V>& at, V node, V weight) {
     const V t = isFromFoot<formula> ? node : node - line.x;
     const V D = multiplyAdd(t, t, line.square);
-    const V R = lanes::squareRoot(D + at.zz);
-    const V sum = R + at.reference;
+    const V R = lanes::nearSquareRoot(D + at.zz);
+    const V total = R + at.reference;
     if constexpr (formula == Formula::lines) {
-        const V both = T(1) / (sum * R);
-        const V difference = multiplyAdd(node, node - 2 * line.x, line.rest) * R * both;
-        const auto [s, c] = lanes::sinCosUpToSign(difference * T(0.5));
-        const V factor = sum * both;
-        return {multiplyAdd(T(-2) * s, s, broadcast<V>(T(1))) * factor, T(-2) * s * c * factor};
+        const V both = lanes::nearReciprocal(total * R);
+        const V v = multiplyAdd(node, node - 2 * line.x, line.rest) * R * both;
+        const auto [s, c] = lanes::sinCosUpToSign(v);
+        const V factor = weight * (total * both);
+        const V twice = (s + s) * factor;
+        sum.re = multiplyAdd(-twice, s, sum.re + factor);
+        sum.im = multiplyAdd(twice, c, sum.im);
     } else {
-        const V both = T(1) / (sum * D);
-        const V difference = formula == Formula::edges
-                                 ? D * D * both
-                                 : multiplyAdd(node, node - 2 * line.x, line.rest) * D * both;
-        const auto [s, c] = lanes::sinCosUpToSign(difference * T(0.5));
-        const V factor = s * sum * both;
-        return {c * factor, -s * factor};
+        const V both = lanes::nearReciprocal(total * D);
+        const V v = formula == Formula::edges
+                        ? D * D * both
+                        : multiplyAdd(node, node - 2 * line.x, line.rest) * D * both;
+        const auto [s, c] = lanes::sinCosUpToSign(v);
+        const V factor = s * (weight * (total * both));
+        sum.re = multiplyAdd(c, factor, sum.re);
+        sum.im = multiplyAdd(s, factor, sum.im);
     }
 }
 
@@ -97,12 +107,9 @@ template <Formula formula, class V>
                                                   const Line<V>& line, const Heights<V>& at,
                                                   V middle, V half) {
     Complex<V> sum{};
-    for (int i = 0; i < rule.count; ++i) {
-        const V node = multiplyAdd(half, broadcast<V>(rule.abscissas[i]), middle);
-        const Complex<V> value = valueAt<formula>(line, at, node);
-        sum.re = multiplyAdd(value.re, broadcast<V>(rule.weights[i]), sum.re);
-        sum.im = multiplyAdd(value.im, broadcast<V>(rule.weights[i]), sum.im);
-    }
+    for (int i = 0; i < rule.count; ++i)
+        addNode<formula>(sum, line, at, multiplyAdd(half, inAllLanes<V>(rule.abscissas[i]), middle),
+                         inAllLanes<V>(rule.weights[i]));
     return {sum.re * half, sum.im * half};
 }
 
@@ -145,13 +152,13 @@ template <Formula formula, class V>
                              broadcast<V>(line.half));
 }
 
-/// The points of a pack, in the precision of the arithmetic.
+/// The points of a pack, in the precision of the arithmetic; lengths in units of 2/k.
 template <class V>
 struct Points {
     V x, y;
     V nearX, nearY;  ///< offsets from the edges on the points' own side: halfX - x, halfY - y
     Heights<V> heights;
-    Complex<V> phase;  ///< exp(-j * reference)
+    Complex<V> phase;  ///< exp(jQ), of the reference Q
 };
 
 /// Loads the points of a pack. What cancels is formed in double.
@@ -170,7 +177,14 @@ Points<V> pointsOf(const GroupPoints& group, int first, const Face& face, bool b
         const D reference = besideCentre ? lanes::squareRoot(x * x + y * y + z * z) : z;
         const auto angle = lanes::reduceAngle(-reference);
         const auto [sine, cosine] = lanes::sinCos(angle);
-        const D values[]{x, y, face.halfX - x, face.halfY - y, z * z, reference, cosine, sine};
+        const D values[]{x * 0.5,
+                         y * 0.5,
+                         (face.halfX - x) * 0.5,
+                         (face.halfY - y) * 0.5,
+                         z * z * 0.25,
+                         reference * 0.5,
+                         cosine,
+                         -sine};
         for (int k = 0; k < 8; ++k) {
             const auto narrow = __builtin_convertvector(values[k], Pack<T, wide>);
             std::memcpy(&numbers[k][i], &narrow, sizeof narrow);
@@ -189,13 +203,14 @@ Line<V> lineOf(V x, V end, V y, V e, Element<V> b, Element<V> half) {
             half};
 }
 
-/// The sum over the edges of e times the integral, times 1/pi.
+/// The conjugate of the sum over the edges of e times the integral, times 1/pi, but for the
+/// reference phase.
 template <Formula formula, class V>
 Complex<V> sumOfEdges(const Rules<Element<V>>& rules, const Face& face, const PointOrders& orders,
                       const Points<V>& points) {
     using T = Element<V>;
-    const auto hx = static_cast<T>(face.halfX);
-    const auto hy = static_cast<T>(face.halfY);
+    const auto hx = static_cast<T>(face.halfX / 2);
+    const auto hy = static_cast<T>(face.halfY / 2);
     Complex<V> sum{};
     const auto add = [&](int i, const Line<V>& line) __attribute__((always_inline)) {
         const Complex<V> part = lineIntegral<formula>(
@@ -211,14 +226,15 @@ Complex<V> sumOfEdges(const Rules<Element<V>>& rules, const Face& face, const Po
     return {sum.re * scale, sum.im * scale};
 }
 
-/// The sum over lines along the longer side of their weights times the integrals, times 1/(2pi).
+/// The same by lines along the longer side: the sum of their weights times the integrals, times
+/// 1/(2pi).
 template <class V>
 Complex<V> sumOfLines(const Rules<Element<V>>& rules, const Face& face, const PointOrders& orders,
                       const Points<V>& points) {
     using T = Element<V>;
     const bool alongX = face.halfX > face.halfY;
-    const auto half = static_cast<T>(alongX ? face.halfX : face.halfY);
-    const auto halfAcross = static_cast<T>(alongX ? face.halfY : face.halfX);
+    const auto half = static_cast<T>((alongX ? face.halfX : face.halfY) / 2);
+    const auto halfAcross = static_cast<T>((alongX ? face.halfY : face.halfX) / 2);
     const V along = alongX ? points.x : points.y;
     const V across = alongX ? points.y : points.x;
     const Nodes<T> rule = rules.at(orders.across);
@@ -231,7 +247,7 @@ Complex<V> sumOfLines(const Rules<Element<V>>& rules, const Face& face, const Po
         sum.re = multiplyAdd(part.re, broadcast<V>(rule.weights[i]), sum.re);
         sum.im = multiplyAdd(part.im, broadcast<V>(rule.weights[i]), sum.im);
     }
-    const T scale = halfAcross * (std::numbers::inv_pi_v<T> / 2);
+    const T scale = halfAcross * std::numbers::inv_pi_v<T>;
     return {sum.re * scale, sum.im * scale};
 }
 
@@ -258,8 +274,9 @@ void groupField(const Rules<T>& rules, const Face& face, const PointOrders& orde
     for (int first = 0; first < groupSize; first += W) {
         const Points<V> at = pointsOf<V>(points, first, face, orders.formula != Formula::edges);
         const Complex<V> sum = sumOf<V>(rules, face, orders, at);
+        // The conjugate of the product.
         const V re = sum.re * at.phase.re - sum.im * at.phase.im;
-        const V im = sum.re * at.phase.im + sum.im * at.phase.re;
+        const V im = -(sum.re * at.phase.im + sum.im * at.phase.re);
         std::memcpy(values.re + first, &re, sizeof re);
         std::memcpy(values.im + first, &im, sizeof im);
     }

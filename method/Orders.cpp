@@ -3,6 +3,7 @@
 #include "method/Orders.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <numbers>
 
@@ -25,6 +26,13 @@ float nodesOf(const Row& offset, float half, const Row& imaginary, float needed,
     return least;
 }
 
+/// The same for a cell of the bounds.
+float nodesIn(int mu, int eta, float half, float needed) {
+    const EllipseBounds& bounds = EllipseBounds::instance();
+    const auto& cell = bounds.at(mu, eta);
+    return nodesOf(cell.offset, half, cell.imaginary, needed, bounds.perDigit());
+}
+
 int wholeNodes(float nodes) { return std::max(1, static_cast<int>(std::ceil(nodes))); }
 
 float hypotenuse(float a, float b) { return std::sqrt(a * a + b * b); }
@@ -33,6 +41,7 @@ float hypotenuse(float a, float b) { return std::sqrt(a * a + b * b); }
 
 /// An edge as points see it.
 struct Orders::Edge {
+    const KnownOrders* known;
     float half;   ///< half its length
     Span middle;  ///< the distance of its middle from the foot, along it
     Span offset;  ///< the distance of its line from the foot
@@ -55,13 +64,46 @@ int Orders::orderOf(const Integral& of) const {
                                               of.height / of.half);
     const float needed = std::log(of.amplitude / (of.tolerance * range.factor));
     float nodes = 0;
-    for (int mu = range.first; mu <= range.last; ++mu) {
-        const auto& cell = bounds.at(mu, range.height);
-        nodes = std::max(nodes,
-                         nodesOf(cell.offset, of.half, cell.imaginary, needed, bounds.perDigit()));
-    }
+    for (int mu = range.first; mu <= range.last; ++mu)
+        nodes = std::max(nodes, nodesIn(mu, range.height, of.half, needed));
     return wholeNodes(nodes);
 }
+
+KnownOrders::KnownOrders(float half)
+    : length(half),
+      inverse(1 / half),
+      rungs(std::size_t{EllipseBounds::widths} * EllipseBounds::heights * levels) {}
+
+int KnownOrders::rungOf(const Span& middle, float height, float amplitude, float tolerance) const {
+    // Wider by more than the rounding of the products.
+    constexpr float below = 1 - 0x1p-20F;
+    constexpr float above = 1 + 0x1p-20F;
+    const auto range = EllipseBounds::cellsOf(
+        middle.least * inverse * below, middle.most * inverse * above, height * inverse * below);
+    // The exponent of the next power of 2, from the float's bits.
+    const float ratio = amplitude / (tolerance * range.factor);
+    const int power = (std::bit_cast<int>(ratio) >> 23) - 127 + 1;
+    const int level = std::clamp(power + levelOfOne, 0, levels - 1);
+    int rung = 0;
+    for (int mu = range.first; mu <= range.last; ++mu)
+        rung = std::max(rung, rungOf(mu, range.height, level));
+    return rung;
+}
+
+int KnownOrders::rungOf(int mu, int eta, int level) const {
+    const auto at = static_cast<std::size_t>((mu * EllipseBounds::heights + eta) * levels + level);
+    const int known = rungs[at].load(std::memory_order_relaxed);
+    if (known > 0) return known - 1;
+    const float needed = static_cast<float>(level - levelOfOne) * std::numbers::ln2_v<float>;
+    const int rung = OrderLadder::rungOf(wholeNodes(nodesIn(mu, eta, length, needed)));
+    rungs[at].store(static_cast<std::int16_t>(rung + 1), std::memory_order_relaxed);
+    return rung;
+}
+
+Orders::Orders(const Face& face)
+    : face(face),
+      known{KnownOrders(static_cast<float>(face.halfX)),
+            KnownOrders(static_cast<float>(face.halfY))} {}
 
 /// Of the integral of 2e/D alone, which has its poles at t = +-je.
 int Orders::orderOfAngle(const Edge& edge, float tolerance) const {
@@ -70,6 +112,7 @@ int Orders::orderOfAngle(const Edge& edge, float tolerance) const {
     const float needed =
         std::log(2 * edge.offset.most / (edge.half * tolerance * range.factor * range.factor));
     float nodes = 0;
+    const EllipseBounds& bounds = EllipseBounds::instance();
     for (int mu = range.first; mu <= range.last; ++mu) {
         // |D| is at least the square of the least |R| for the height e.
         Row offset = bounds.at(mu, range.height).offset;
@@ -103,15 +146,14 @@ Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance) cons
     // inner panel is below 10 times their distance, and so is what a rule makes of it.
     const float height = std::max(edge.height(), tolerance / 256);
     Panels whole;
-    const int nodes = orderOf({edge.half, edge.middle, height, amplitude, tolerance});
-    whole.inner = OrderLadder::rungOf(std::min(nodes, 1 << 16));
+    whole.inner = edge.known->rungOf(edge.middle, height, amplitude, tolerance);
     if (height > 0.5F * edge.half || edge.middle.least > 1.5F * edge.half) return whole;
     const Panels graded = gradedPanels(edge, amplitude, tolerance, height);
     const int sides = edge.middle.least < edge.half ? 2 : 1;
     int gradedNodes = OrderLadder::nodesOf(graded.inner);
     for (int i = 0; i < graded.gradings; ++i)
         gradedNodes += sides * OrderLadder::nodesOf(graded.outer[static_cast<std::size_t>(i)]);
-    return gradedNodes < nodes ? graded : whole;
+    return gradedNodes < OrderLadder::nodesOf(whole.inner) ? graded : whole;
 }
 
 PointOrders Orders::choose(Formula formula, const Extent& extent, float tolerance) const {
@@ -122,12 +164,17 @@ PointOrders Orders::choose(Formula formula, const Extent& extent, float toleranc
 PointOrders Orders::ofEdges(Formula formula, const Extent& at, float tolerance) const {
     const auto halfX = static_cast<float>(face.halfX);
     const auto halfY = static_cast<float>(face.halfY);
-    const auto edgeOf = [&](float half, const Span& along, const Span& across, float line) {
-        return Edge{half, along, {across.leastDistance(line), across.largestDistance(line)}, at.z};
+    const auto edgeOf = [&](const KnownOrders& of, const Span& along, const Span& across,
+                            float line) {
+        return Edge{&of,
+                    of.half(),
+                    along,
+                    {across.leastDistance(line), across.largestDistance(line)},
+                    at.z};
     };
     const std::array<Edge, 4> edges{
-        edgeOf(halfX, at.x, at.y, halfY), edgeOf(halfX, at.x, at.y, -halfY),
-        edgeOf(halfY, at.y, at.x, halfX), edgeOf(halfY, at.y, at.x, -halfX)};
+        edgeOf(known[0], at.x, at.y, halfY), edgeOf(known[0], at.x, at.y, -halfY),
+        edgeOf(known[1], at.y, at.x, halfX), edgeOf(known[1], at.y, at.x, -halfX)};
     // The pressure is the sum of the integrals over 2pi.
     float share = 2 * std::numbers::pi_v<float> / 4 * tolerance;
     if (formula == Formula::edgesBeside) share /= 2;
@@ -138,9 +185,9 @@ PointOrders Orders::ofEdges(Formula formula, const Extent& at, float tolerance) 
         if (formula != Formula::edgesBeside) continue;
         Panels& panels = orders.edges[i];
         panels.gradings = 0;
-        panels.inner = OrderLadder::rungOf(
-            std::max(orderOf({edges[i].half, edges[i].middle, edges[i].height(), amplitude, share}),
-                     orderOfAngle(edges[i], share)));
+        panels.inner =
+            std::max(edges[i].known->rungOf(edges[i].middle, edges[i].height(), amplitude, share),
+                     OrderLadder::rungOf(orderOfAngle(edges[i], share)));
     }
     return orders;
 }
@@ -153,7 +200,7 @@ PointOrders Orders::ofLines(const Extent& at, float tolerance) const {
     const Span& across = alongX ? at.y : at.x;
     const float share = std::numbers::pi_v<float> * tolerance;
     const float nearest = std::max(0.0F, across.least - halfAcross);
-    const Edge line{half, along, {nearest, across.most + halfAcross}, at.z};
+    const Edge line{&known[alongX ? 0 : 1], half, along, {nearest, across.most + halfAcross}, at.z};
     PointOrders orders{Formula::lines, {}, 0};
     orders.edges[0] = panelsOf(line, 1, share / (2 * halfAcross));
     const float toLine = std::max(0.0F, along.least - half);

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
+#include <cstdint>
+#include <vector>
 
 #include "method/EllipseBounds.h"
 
@@ -79,6 +82,23 @@ struct Extent {
     float z;
 };
 
+/// Where points lie, and at most how far from the centre of the face.
+struct Place {
+    Extent extent;
+    double reach;
+
+    /// The place within these bounds of |x|, |y| and |z|, a little wider for the sake of rounding.
+    static Place within(const std::array<double, 3>& least, const std::array<double, 3>& most,
+                        double reach) {
+        constexpr double wider = 0x1p-22;
+        const auto below = [](double v) { return static_cast<float>(v * (1 - wider)); };
+        const auto above = [](double v) { return static_cast<float>(v * (1 + wider)); };
+        return {
+            {{below(least[0]), above(most[0])}, {below(least[1]), above(most[1])}, below(least[2])},
+            reach};
+    }
+};
+
 /// How an edge, or a line on the face, is integrated: about the foot of a point in `gradings` pairs
 /// of panels, each a quarter as long as the one outside of it, and between them an inner panel.
 /// Without gradings the inner panel is the whole edge.
@@ -98,10 +118,35 @@ struct PointOrders {
     int across = 0;               ///< the rung across the lines
 };
 
+/// The numbers of nodes for intervals of one length, cell by cell: each is found when it is first
+/// asked for, by any thread.
+class KnownOrders {
+  public:
+    /// @throws std::bad_alloc
+    explicit KnownOrders(float half);
+
+    /// The least rung for an integral of exp(-jR)/R over an interval of this length, times
+    /// `amplitude`, whose middle lies `middle` from t = 0, within a tolerance.
+    int rungOf(const Span& middle, float height, float amplitude, float tolerance) const;
+
+    float half() const noexcept { return length; }
+
+  private:
+    static constexpr int levels = 96;      ///< powers of 2 of the amplitude over the tolerance
+    static constexpr int levelOfOne = 24;  ///< where they are equal
+
+    int rungOf(int mu, int eta, int level) const;
+
+    float length;
+    float inverse;
+    mutable std::vector<std::atomic<std::int16_t>> rungs;  ///< 0: not known; else the rung, plus 1
+};
+
 /// Chooses numbers of nodes from `EllipseBounds`.
 class Orders {
   public:
-    explicit Orders(const Face& face) : bounds(EllipseBounds::instance()), face(face) {}
+    /// @throws std::bad_alloc
+    explicit Orders(const Face& face);
 
     /// The orders that keep the error of |p|, in exact arithmetic, below `tolerance` at all points
     /// that lie so.
@@ -118,8 +163,8 @@ class Orders {
     int orderOf(const Integral& integral) const;
     int orderOfAngle(const Edge& edge, float tolerance) const;
 
-    const EllipseBounds& bounds;
     Face face;
+    std::array<KnownOrders, 2> known;  ///< of the edges along x and along y
 };
 
 }  // namespace pistonfield

@@ -13,33 +13,22 @@ namespace {
 
 using Mask = std::array<bool, groupSize>;
 
-/// Where some of a group's points lie, and how far away the farthest one is.
-struct Place {
-    Extent extent;
-    double reach;
-};
-
-/// The extent is wider than the points by more than its rounding.
+/// Where some of a group's points lie.
 Place placeOf(const GroupPoints& points, const Mask& mask) {
     constexpr double infinity = std::numeric_limits<double>::infinity();
-    double x[2]{infinity, 0};
-    double y[2]{infinity, 0};
-    double z = infinity;
+    std::array<double, 3> least{infinity, infinity, infinity};
+    std::array<double, 3> most{};
     double square = 0;
     for (std::size_t i = 0; i < groupSize; ++i) {
         if (!mask[i]) continue;
-        x[0] = std::min(x[0], points.x[i]);
-        x[1] = std::max(x[1], points.x[i]);
-        y[0] = std::min(y[0], points.y[i]);
-        y[1] = std::max(y[1], points.y[i]);
-        z = std::min(z, points.z[i]);
-        square = std::max(square, points.x[i] * points.x[i] + points.y[i] * points.y[i] +
-                                      points.z[i] * points.z[i]);
+        const std::array<double, 3> at{points.x[i], points.y[i], points.z[i]};
+        for (std::size_t k = 0; k < at.size(); ++k) {
+            least[k] = std::min(least[k], at[k]);
+            most[k] = std::max(most[k], at[k]);
+        }
+        square = std::max(square, at[0] * at[0] + at[1] * at[1] + at[2] * at[2]);
     }
-    constexpr double wider = 0x1p-22;
-    const auto below = [](double v) { return static_cast<float>(v * (1 - wider)); };
-    const auto above = [](double v) { return static_cast<float>(v * (1 + wider)); };
-    return {{{below(x[0]), above(x[1])}, {below(y[0]), above(y[1])}, below(z)}, std::sqrt(square)};
+    return Place::within(least, most, std::sqrt(square));
 }
 
 int nodesOf(const Panels& panels) {
@@ -59,33 +48,37 @@ int evaluationsOf(const PointOrders& orders) {
 
 }  // namespace
 
+void findPlace(GroupPoints& points) {
+    Mask all;
+    all.fill(true);
+    points.place = placeOf(points, all);
+}
+
 template <class T>
 int RectangleField<T>::compute(const GroupPoints& points, const ErrorLimit& limit,
                                GroupValues<T>& values) const {
-    Mask beside{};
-    for (std::size_t i = 0; i < groupSize; ++i)
-        beside[i] = face.hasBeside(points.x[i], points.y[i]);
-    const auto computePart = [&](Formula formula, const Mask& mask, GroupValues<T>& to) {
-        const Place place = placeOf(points, mask);
-        const double tolerance = limit.at(place.reach);
+    const auto computePart = [&](Formula formula, const Place& place, GroupValues<T>& to) {
         const PointOrders chosen =
-            orders.choose(formula, place.extent, static_cast<float>(tolerance));
+            orders.choose(formula, place.extent, static_cast<float>(limit.at(place.reach)));
         groupFields().in<T>()(rules, face, chosen, points, to);
         return evaluationsOf(chosen);
     };
+    const Extent& extent = points.place.extent;
+    if (!face.hasBeside(extent.x.most, extent.y.most))
+        return computePart(Formula::edges, points.place, values);
+
+    Mask beside{};
+    for (std::size_t i = 0; i < groupSize; ++i)
+        beside[i] = face.hasBeside(points.x[i], points.y[i]);
     const auto count = std::count(beside.begin(), beside.end(), true);
-    if (count == 0) {
-        Mask all;
-        all.fill(true);
-        return computePart(Formula::edges, all, values);
-    }
-    if (count == groupSize) return computePart(face.besideFormula(), beside, values);
+    if (count == 0) return computePart(Formula::edges, points.place, values);
+    if (count == groupSize) return computePart(face.besideFormula(), points.place, values);
 
     Mask near;
     std::transform(beside.begin(), beside.end(), near.begin(), [](bool is) { return !is; });
     GroupValues<T> others;
-    const int evaluations = computePart(Formula::edges, near, values) +
-                            computePart(face.besideFormula(), beside, others);
+    const int evaluations = computePart(Formula::edges, placeOf(points, near), values) +
+                            computePart(face.besideFormula(), placeOf(points, beside), others);
     for (std::size_t i = 0; i < groupSize; ++i) {
         if (near[i]) continue;
         values.re[i] = others.re[i];

@@ -11,6 +11,9 @@
 
 namespace pistonfield {
 
+/// Finds where a group's points lie, of any points.
+void findPlace(GroupPoints& points);
+
 /// The largest error of |p| at a point at the distance R from the face's centre: the lesser one of
 /// `fixed` and local/max(R, nearest). Distances are times the wavenumber.
 struct ErrorLimit {
@@ -30,7 +33,7 @@ class RectangleField {
   public:
     explicit RectangleField(const Face& face) : face(face), orders(face) {}
 
-    /// Computes the pressure at a group's points.
+    /// Computes the pressure at a group's points, whose place is known.
     /// @return evaluations of the integrand at each of the points
     /// @throws std::bad_alloc
     int compute(const GroupPoints& points, const ErrorLimit& limit, GroupValues<T>& values) const;
