@@ -11,13 +11,21 @@
 namespace pistonfield {
 
 Positions::Positions(const Request& request)
-    : sizes(request.lattice.sizes), points(request.lattice.box().points()) {
-    const double factor = request.wave.wavenumber / request.lattice.transform.back();
+    : k(request.wave.wavenumber),
+      list(request.points ? &*request.points : nullptr),
+      sizes(request.lattice.sizes),
+      points(request.lattice.box().points()) {
+    if (list != nullptr) return;
+    const double factor = k / request.lattice.transform.back();
     std::transform(request.lattice.transform.begin(), request.lattice.transform.begin() + 12,
                    rows.begin(), [factor](double number) { return number * factor; });
 }
 
 std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) const {
+    if (list != nullptr) {
+        const auto i = static_cast<std::size_t>(index[0]);
+        return {k * list->x[i], k * list->y[i], k * list->z[i]};
+    }
     const auto x = static_cast<double>(index[0]);
     const auto y = static_cast<double>(index[1]);
     const auto z = static_cast<double>(index[2]);
@@ -33,7 +41,7 @@ void Positions::group(std::int64_t group, GroupPoints& to) const {
     const std::int64_t first = group * groupSize;
     const std::array<std::int64_t, 3> index{first % sizes[0], first / sizes[0] % sizes[1],
                                             first / sizes[0] / sizes[1]};
-    if (index[0] + groupSize <= sizes[0])
+    if (list == nullptr && index[0] + groupSize <= sizes[0])
         groupInRow(index, to);
     else
         groupInRows(index, points - first, to);
@@ -79,7 +87,34 @@ void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left
     findPlace(to);
 }
 
+double Positions::reach() const {
+    const auto distanceAt = [this](const std::array<std::int64_t, 3>& index) {
+        const auto [x, y, z] = at(index);
+        return std::hypot(x, y, z);
+    };
+    double farthest = 0;
+    if (list != nullptr) {
+        for (std::int64_t i = 0; i < points; ++i)
+            farthest = std::max(farthest, distanceAt({i, 0, 0}));
+        return farthest;
+    }
+    for (int corner = 0; corner < 8; ++corner) {
+        std::array<std::int64_t, 3> index{};
+        for (std::size_t i = 0; i < sizes.size(); ++i)
+            index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
+        farthest = std::max(farthest, distanceAt(index));
+    }
+    return farthest;
+}
+
 std::optional<std::array<std::int64_t, 3>> Positions::firstBehind() const {
+    if (list == nullptr) return firstBehindInLattice();
+    const auto found = std::find_if(list->z.begin(), list->z.end(), [](double z) { return z < 0; });
+    if (found == list->z.end()) return std::nullopt;
+    return std::array<std::int64_t, 3>{found - list->z.begin(), 0, 0};
+}
+
+std::optional<std::array<std::int64_t, 3>> Positions::firstBehindInLattice() const {
     const double* const row = &rows[8];
     double largest = std::abs(row[3]);
     for (std::size_t i = 0; i < sizes.size(); ++i)

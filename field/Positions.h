@@ -11,10 +11,11 @@
 
 namespace pistonfield {
 
-/// The positions of a request's points, times the wavenumber, in groups that are the lattice's own:
+/// The positions of a request's points, times the wavenumber, in groups that are the request's own:
 /// a point's group does not depend on the box that it is computed in.
 class Positions {
   public:
+    /// @param request outlives this
     explicit Positions(const Request& request);
 
     /// The points of group number `group`: those with the linear indices from groupSize*group on,
@@ -23,6 +24,9 @@ class Positions {
 
     /// The position of a point, times the wavenumber.
     std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
+
+    /// At least the largest distance of a point from the face's centre, and not much more.
+    double reach() const;
 
     /// The first point behind the face, in grid point order, if there is one; by more than the
     /// rounding of the positions.
@@ -33,6 +37,10 @@ class Positions {
     void groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const;
     void groupInRows(std::array<std::int64_t, 3> first, std::int64_t left, GroupPoints& to) const;
 
+    std::optional<std::array<std::int64_t, 3>> firstBehindInLattice() const;
+
+    double k;
+    const PointList* list;  ///< or null
     std::array<std::int64_t, 3> sizes;
     std::int64_t points;
     std::array<double, 12> rows{};  ///< of the transform, times the wavenumber over its last number

@@ -67,6 +67,18 @@ void checkTolerance(const Request& request) {
             std::string("the modes that keep one are cpu and cpusp, not ") + nameOf(request.mode));
 }
 
+void checkPoints(const Request& request) {
+    const auto& [x, y, z] = *request.points;
+    if (!request.tolerance) throw InvalidRequest("points", "a list takes a tolerance");
+    if (x.size() != y.size() || x.size() != z.size())
+        throw InvalidRequest("points", "the three arrays must be of the same length");
+    if (request.lattice.sizes !=
+        std::array{static_cast<std::int64_t>(x.size()), std::int64_t{1}, std::int64_t{1}})
+        throw InvalidRequest("sizes", "those of a list of points are their number, 1 and 1");
+    if (!finite(x) || !finite(y) || !finite(z))
+        throw InvalidRequest("points", "every number must be finite");
+}
+
 }  // namespace
 
 Mode modeCalled(const std::string& name) {
@@ -77,7 +89,10 @@ Mode modeCalled(const std::string& name) {
 }
 
 void check(const Request& request) {
-    checkTransform(request.lattice.transform);
+    if (request.points)
+        checkPoints(request);
+    else
+        checkTransform(request.lattice.transform);
     if (!positive(request.piston.height))
         throw InvalidRequest("height", "must be a length above 0");
     if (!positive(request.piston.width)) throw InvalidRequest("width", "must be a length above 0");

@@ -41,6 +41,13 @@ struct Lattice {
     bool operator==(const Lattice&) const = default;
 };
 
+/// Any points in the piston's frame, as three arrays of the same length.
+struct PointList {
+    std::vector<double> x, y, z;
+
+    bool operator==(const PointList&) const = default;
+};
+
 /// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, of which
 /// the modes of a GPU take the first half for a rule that is symmetric about 0.
 struct Rule {
@@ -80,6 +87,9 @@ struct Request {
     Mode mode = Mode::cpu;
     /// Instead of the rule: the mode then says the precision, and is one of the CPU.
     std::optional<Tolerance> tolerance;
+    /// Instead of the lattice, with a tolerance: its sizes are then the number of points, 1 and 1,
+    /// and its transform means nothing.
+    std::optional<PointList> points;
     /// Whether points behind the piston are asked for, with a tolerance: their value is the
     /// integral's, which is that of the point mirrored in the piston's plane.
     bool behind = false;
@@ -96,7 +106,8 @@ struct Request {
 /// What of a request there is no field for: its text is "<field>: <reason>".
 class InvalidRequest : public std::runtime_error {
   public:
-    /// @param field  transform, sizes, width, height, wavenumber, mode, order, table or tolerance
+    /// @param field  transform, sizes, width, height, wavenumber, mode, order, table, tolerance or
+    ///     points
     /// @param reason what is wrong with it
     InvalidRequest(const std::string& field, const std::string& reason)
         : std::runtime_error(field + ": " + reason), name(field), why(reason) {}

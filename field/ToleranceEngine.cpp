@@ -45,13 +45,18 @@ double distanceOf(const std::array<double, 3>& position) {
     return std::hypot(position[0], position[1], position[2]);
 }
 
-/// Indices spread over a lattice, its ends among them: at most so many along each direction.
-std::vector<Index> spreadOver(const Index& sizes, std::int64_t most) {
-    const auto count = [&](std::size_t i) { return std::min(sizes[i], most); };
+/// Indices spread over a lattice, its ends among them, as many along each direction that has
+/// several: 343 at the most, or 512 where they are `finer`.
+std::vector<Index> spreadOver(const Index& sizes, bool finer) {
+    const auto directions = std::count_if(sizes.begin(), sizes.end(), [](auto n) { return n > 1; });
+    constexpr std::int64_t most[2][4]{{1, 343, 18, 7}, {1, 512, 22, 8}};
+    const auto count = [&](std::size_t i) {
+        return std::min(sizes[i], most[finer ? 1 : 0][directions]);
+    };
     // Of the largest lattices the double of a size is near enough.
     const auto at = [&](std::size_t i, std::int64_t n) -> std::int64_t {
         const auto last = static_cast<double>(sizes[i] - 1);
-        const double steps = static_cast<double>(std::max<std::int64_t>(1, count(i) - 1));
+        const auto steps = static_cast<double>(std::max<std::int64_t>(1, count(i) - 1));
         return std::min<std::int64_t>(sizes[i] - 1,
                                       std::llround(last * static_cast<double>(n) / steps));
     };
@@ -90,7 +95,7 @@ struct Preview {
 
 Preview previewOf(const Face& face, const Positions& positions, const Index& sizes) {
     constexpr double tolerance = 1e-3;
-    const std::vector<Index> indices = spreadOver(sizes, 7);
+    const std::vector<Index> indices = spreadOver(sizes, false);
     const auto values = pressureAt(face, positions, indices, tolerance);
     Preview preview{};
     for (std::size_t i = 0; i < values.size(); ++i) {
@@ -113,6 +118,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
           positions(request),
           face(faceOf(request)),
           field(face) {
+        requireSides(request);
         if (!request.behind) requireBefore(request);
         if (!isLocal()) preview = previewOf(face, positions, sizes);
         const double rounding = roundingOf();
@@ -157,7 +163,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     std::int64_t deviceMemoryOfAPoint() const noexcept override { return 0; }
 
     Accuracy accuracy() const override {
-        const std::vector<Index> indices = spreadOver(sizes, 8);
+        const std::vector<Index> indices = spreadOver(sizes, true);
         const auto finer = pressureAt(face, positions, indices, 1e-14);
         Accuracy measured{bound, 0, 0, static_cast<std::int64_t>(indices.size())};
         GroupPoints points;
@@ -181,6 +187,22 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
   private:
     bool isLocal() const { return tolerance.of == Tolerance::Of::local; }
 
+    /// Beyond these there are no orders, or no digits in single precision.
+    void requireSides(const Request& request) const {
+        constexpr double least = 1e-5;
+        constexpr double most = 2000;
+        const auto requireSide = [&](const char* name, double side) {
+            const double wavelengths = side * request.wave.wavenumber / (2 * std::numbers::pi);
+            if (wavelengths >= least && wavelengths <= most) return;
+            std::ostringstream text;
+            text << wavelengths << " wavelengths are not within the " << least << " to " << most
+                 << " for which a tolerance is kept";
+            throw InvalidRequest(name, text.str());
+        };
+        requireSide("width", request.piston.width);
+        requireSide("height", request.piston.height);
+    }
+
     void requireBefore(const Request& request) const {
         const auto index = positions.firstBehind();
         if (!index) return;
@@ -191,7 +213,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         for (std::size_t i = 0; i < position.size(); ++i)
             text << (i == 0 ? "" : ", ") << position[i] / request.wave.wavenumber;
         text << ") lies behind the piston";
-        throw InvalidRequest("transform", text.str());
+        throw InvalidRequest(request.points ? "points" : "transform", text.str());
     }
 
     [[noreturn]] void refuse(double least) const {
@@ -206,18 +228,6 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         return isLocal() ? localLimit(face, share) : ErrorLimit{share * preview.largest};
     }
 
-    /// The distance of the lattice's farthest point, times the wavenumber.
-    double reach() const {
-        double farthest = 0;
-        for (int corner = 0; corner < 8; ++corner) {
-            Index index{};
-            for (std::size_t i = 0; i < sizes.size(); ++i)
-                index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
-            farthest = std::max(farthest, distanceOf(positions.at(index)));
-        }
-        return farthest;
-    }
-
     /// What rounding adds to the error, relative to what the tolerance is relative to: in T to the
     /// integrals, whose phases relative to the reference are up to the sides, and in double to the
     /// reference phase. The factors are about twice the largest errors seen; see
@@ -225,8 +235,9 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     double roundingOf() const {
         const double integrals = unitRoundoff<T> * (24 + 0.15 * (face.halfX + face.halfY));
         constexpr double phase = 4 * unitRoundoff<double>;
-        if (isLocal()) return integrals + phase * reach();
-        return (integrals * preview.amplitude + phase * std::min(reach(), farAmplitude(face))) /
+        if (isLocal()) return integrals + phase * positions.reach();
+        return (integrals * preview.amplitude +
+                phase * std::min(positions.reach(), farAmplitude(face))) /
                preview.largest;
     }
 
