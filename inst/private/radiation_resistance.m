@@ -28,8 +28,8 @@ function resistance = radiation_resistance(width, height, k)
 end
 
 % The integral over the angles of the side at the distance near, which takes as long for any number
-% of wavelengths: in place of the way from near to far, r goes from both ends into the complex plane,
-% r = end + i s^2 / k, where the waves are exp(-s^2).
+% of wavelengths: in place of the way from near to far, r goes from both ends into the complex
+% plane, r = end + i s^2 / k, where the waves are exp(-s^2).
 function value = along_side(near, side, k)
   beyond = side ^ 2 / (hypot(near, side) + near);  % far - near
   last = 6.5;  % exp(-s^2) is below rounding there

@@ -9,7 +9,6 @@ namespace {
 
 using pistonfield::Mode;
 using testing::ElementsAre;
-using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
