@@ -51,7 +51,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  omega*rho*u0*A / (2*pi*R) with the piston's area A. R is taken for at least
   %                  sqrt(A)/4, and it is at most rho*c*u0.
   %   'precision'  - of the arithmetic: 'double' (default) or 'single', which keeps tolerances down
-  %                  to about 1e-5 and refuses others
+  %                  to about 1e-5 on most grids and refuses others
   %   'device'     - 'cpu' (default), what computes. 'gpu' is refused: no tolerance is kept there
   %   'behind'     - true: points behind the piston are asked for. They have the pressure of the
   %                  points mirrored in its plane, which is that of the integral. Default false: a
@@ -729,7 +729,10 @@ end
 %!error <options come in pairs> call('order')
 %!warning <measures 1.2\d*e-05 wavelengths>
 %! piston = struct('width', 7.5e-3, 'height', 5e-3);
-%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 2.5);
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 2.5, 'order', 4);
+%!warning <measures 2.5\d*e-05 wavelengths>
+%! piston = struct('width', 7.5e-3, 'height', 5e-3);
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 5);
 %!error <piston.width: 8097.17 wavelengths are not within .* a tolerance is kept; lengths are in m,>
 %! pistonfield_pressure(struct('width', 12, 'height', 5e-3), pistonfield_grid(0, 0, 1), ...
 %!                      'frequency', 1e6);
