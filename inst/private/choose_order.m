@@ -19,7 +19,7 @@ end
 
 % No order that is tried would do for thousands of wavelengths.
 function warn_of_units(piston, k, order)
-  warn_of_wavelengths(piston, k, Inf);
+  warn_of_wavelengths(piston, k);
   if ~isempty(order) && isempty(orders_to_compare(piston, k))
     warning('pistonfield:units', '%s', too_many_wavelengths(piston, k));
   end

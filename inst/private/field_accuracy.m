@@ -11,7 +11,7 @@ function info = field_accuracy(caller, place, sizes, piston, k, options)
     [info.order, info.estimate] = choose_order(caller, place, sizes, piston, k, options);
     return
   end
-  warn_of_wavelengths(piston, k, 2600);
+  warn_of_wavelengths(piston, k);
   accuracy = engine_accuracy(caller, place, sizes, piston, k, options);
   info.engine = ['tolerance engine, ', options.arithmetic];
   info.tolerance = options.tolerance;
