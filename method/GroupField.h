@@ -27,11 +27,12 @@ struct GroupValues {
     alignas(64) T im[groupSize];
 };
 
-/// Computes the pressure of a group's points in T, by the orders. Only their reference phases,
+/// Computes the pressure of a group's points in T, by the orders, whose rules stand in the table by
+/// their rungs. Only the reference phases,
 /// exp(-jz) or exp(-jQ), and the offsets from the face are formed in double.
-using GroupFieldInFloat = void (*)(const Rules<float>&, const Face&, const PointOrders&,
+using GroupFieldInFloat = void (*)(const Nodes<float>*, const Face&, const PointOrders&,
                                    const GroupPoints&, GroupValues<float>&);
-using GroupFieldInDouble = void (*)(const Rules<double>&, const Face&, const PointOrders&,
+using GroupFieldInDouble = void (*)(const Nodes<double>*, const Face&, const PointOrders&,
                                     const GroupPoints&, GroupValues<double>&);
 
 /// The two as one instruction set has them.

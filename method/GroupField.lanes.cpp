@@ -115,7 +115,7 @@ template <Formula formula, class V>
 
 /// The integral over the line in panels that are graded about the foot.
 template <Formula formula, class V>
-Complex<V> gradedIntegral(const Rules<Element<V>>& rules, const Panels& panels, const Line<V>& line,
+Complex<V> gradedIntegral(const Nodes<Element<V>>* rules, const Panels& panels, const Line<V>& line,
                           const Heights<V>& at) {
     using T = Element<V>;
     Complex<V> sum{};
@@ -127,7 +127,7 @@ Complex<V> gradedIntegral(const Rules<Element<V>>& rules, const Panels& panels, 
         to = largest(least(to, end), begin);
         if (!lanes::any(from < to)) return;
         const Complex<V> part =
-            integral<formula>(rules.at(rung), line, at, (from + to) * T(0.5), (to - from) * T(0.5));
+            integral<formula>(rules[rung], line, at, (from + to) * T(0.5), (to - from) * T(0.5));
         sum.re += part.re;
         sum.im += part.im;
     };
@@ -144,11 +144,11 @@ Complex<V> gradedIntegral(const Rules<Element<V>>& rules, const Panels& panels, 
 }
 
 template <Formula formula, class V>
-[[gnu::always_inline]] inline Complex<V> lineIntegral(const Rules<Element<V>>& rules,
+[[gnu::always_inline]] inline Complex<V> lineIntegral(const Nodes<Element<V>>* rules,
                                                       const Panels& panels, const Line<V>& line,
                                                       const Heights<V>& at) {
     if (panels.gradings > 0) return gradedIntegral<formula>(rules, panels, line, at);
-    return integral<formula>(rules.at(panels.inner), line, at, isFromFoot<formula> ? -line.x : V{},
+    return integral<formula>(rules[panels.inner], line, at, isFromFoot<formula> ? -line.x : V{},
                              broadcast<V>(line.half));
 }
 
@@ -206,7 +206,7 @@ Line<V> lineOf(V x, V end, V y, V e, Element<V> b, Element<V> half) {
 /// The conjugate of the sum over the edges of e times the integral, times 1/pi, but for the
 /// reference phase.
 template <Formula formula, class V>
-Complex<V> sumOfEdges(const Rules<Element<V>>& rules, const Face& face, const PointOrders& orders,
+Complex<V> sumOfEdges(const Nodes<Element<V>>* rules, const Face& face, const PointOrders& orders,
                       const Points<V>& points) {
     using T = Element<V>;
     const auto hx = static_cast<T>(face.halfX / 2);
@@ -229,7 +229,7 @@ Complex<V> sumOfEdges(const Rules<Element<V>>& rules, const Face& face, const Po
 /// The same by lines along the longer side: the sum of their weights times the integrals, times
 /// 1/(2pi).
 template <class V>
-Complex<V> sumOfLines(const Rules<Element<V>>& rules, const Face& face, const PointOrders& orders,
+Complex<V> sumOfLines(const Nodes<Element<V>>* rules, const Face& face, const PointOrders& orders,
                       const Points<V>& points) {
     using T = Element<V>;
     const bool alongX = face.halfX > face.halfY;
@@ -237,7 +237,7 @@ Complex<V> sumOfLines(const Rules<Element<V>>& rules, const Face& face, const Po
     const auto halfAcross = static_cast<T>((alongX ? face.halfY : face.halfX) / 2);
     const V along = alongX ? points.x : points.y;
     const V across = alongX ? points.y : points.x;
-    const Nodes<T> rule = rules.at(orders.across);
+    const Nodes<T> rule = rules[orders.across];
     Complex<V> sum{};
     for (int i = 0; i < rule.count; ++i) {
         const T b = halfAcross * rule.abscissas[i];
@@ -252,7 +252,7 @@ Complex<V> sumOfLines(const Rules<Element<V>>& rules, const Face& face, const Po
 }
 
 template <class V>
-Complex<V> sumOf(const Rules<Element<V>>& rules, const Face& face, const PointOrders& orders,
+Complex<V> sumOf(const Nodes<Element<V>>* rules, const Face& face, const PointOrders& orders,
                  const Points<V>& points) {
     switch (orders.formula) {
         case Formula::edges:
@@ -266,7 +266,7 @@ Complex<V> sumOf(const Rules<Element<V>>& rules, const Face& face, const PointOr
 }
 
 template <class T>
-void groupField(const Rules<T>& rules, const Face& face, const PointOrders& orders,
+void groupField(const Nodes<T>* rules, const Face& face, const PointOrders& orders,
                 const GroupPoints& points, GroupValues<T>& values) {
     constexpr int W = lanes::width<T>;
     using V = Pack<T, W>;

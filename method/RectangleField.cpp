@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
 
 namespace pistonfield {
 
@@ -38,12 +39,25 @@ int nodesOf(const Panels& panels) {
     return nodes;
 }
 
+/// The lines that are integrated along: the edges, or one for all.
+std::span<const Panels> panelsOf(const PointOrders& orders) {
+    return std::span(orders.edges).first(orders.formula == Formula::lines ? 1 : 4);
+}
+
 int evaluationsOf(const PointOrders& orders) {
-    if (orders.formula == Formula::lines)
-        return OrderLadder::nodesOf(orders.across) * nodesOf(orders.edges[0]);
     int nodes = 0;
-    for (const Panels& panels : orders.edges) nodes += nodesOf(panels);
-    return nodes;
+    for (const Panels& panels : panelsOf(orders)) nodes += nodesOf(panels);
+    return orders.formula == Formula::lines ? OrderLadder::nodesOf(orders.across) * nodes : nodes;
+}
+
+template <class T>
+void requireRules(const Rules<T>& rules, const PointOrders& orders) {
+    if (orders.formula == Formula::lines) rules.require(orders.across);
+    for (const Panels& panels : panelsOf(orders)) {
+        rules.require(panels.inner);
+        for (int i = 0; i < panels.gradings; ++i)
+            rules.require(panels.outer[static_cast<std::size_t>(i)]);
+    }
 }
 
 }  // namespace
@@ -60,7 +74,8 @@ int RectangleField<T>::compute(const GroupPoints& points, const ErrorLimit& limi
     const auto computePart = [&](Formula formula, const Place& place, GroupValues<T>& to) {
         const PointOrders chosen =
             orders.choose(formula, place.extent, static_cast<float>(limit.at(place.reach)));
-        groupFields().in<T>()(rules, face, chosen, points, to);
+        requireRules(rules, chosen);
+        groupFields().in<T>()(rules.table(), face, chosen, points, to);
         return evaluationsOf(chosen);
     };
     const Extent& extent = points.place.extent;

@@ -27,25 +27,26 @@ class Rules {
   public:
     static constexpr int rungs = OrderLadder::rungOf(1 << 16) + 1;
 
+    /// Makes a rung's rule, unless it is made.
     /// @throws std::bad_alloc
-    Nodes<T> at(int rung) const {
-        Rule& rule = rules[static_cast<std::size_t>(rung)];
-        const int count = OrderLadder::nodesOf(rung);
-        const auto size = static_cast<std::size_t>(count);
-        std::call_once(rule.made, [&] {
-            rule.numbers.resize(2 * size);
-            legendre_compute(count, rule.numbers.data(), rule.numbers.data() + size);
+    void require(int rung) const {
+        const auto at = static_cast<std::size_t>(rung);
+        std::call_once(made[at], [&] {
+            const int count = OrderLadder::nodesOf(rung);
+            const auto size = static_cast<std::size_t>(count);
+            numbers[at].resize(2 * size);
+            legendre_compute(count, numbers[at].data(), numbers[at].data() + size);
+            nodes[at] = {numbers[at].data(), numbers[at].data() + size, count};
         });
-        return {rule.numbers.data(), rule.numbers.data() + size, count};
     }
 
-  private:
-    struct Rule {
-        std::once_flag made;
-        std::vector<T> numbers;
-    };
+    /// The rules by their rungs, those that are made.
+    const Nodes<T>* table() const noexcept { return nodes.data(); }
 
-    mutable std::array<Rule, rungs> rules;
+  private:
+    mutable std::array<std::once_flag, rungs> made;
+    mutable std::array<std::vector<T>, rungs> numbers;
+    mutable std::array<Nodes<T>, rungs> nodes{};
 };
 
 }  // namespace pistonfield
