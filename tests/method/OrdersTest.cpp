@@ -32,9 +32,20 @@ using pistonfield::Rules;
 
 constexpr unsigned seed = 20261123;
 
-const Rules<double>& rules() {
+const pistonfield::Nodes<double>& ruleOf(int rung) {
     static const Rules<double> rules;
-    return rules;
+    rules.require(rung);
+    return rules.table()[rung];
+}
+
+/// The table of rules, with those that are needed.
+const pistonfield::Nodes<double>* rulesOf(const PointOrders& orders) {
+    ruleOf(orders.across);
+    for (const Panels& panels : orders.edges) {
+        ruleOf(panels.inner);
+        for (const int rung : panels.outer) ruleOf(rung);
+    }
+    return &ruleOf(0);
 }
 
 /// A coordinate anywhere about an edge at `half`.
@@ -75,7 +86,7 @@ PointOrders expectKept(const Face& face, Formula formula, const GroupPoints& poi
     const PointOrders chosen =
         orders.choose(formula, points.place.extent, static_cast<float>(tolerance));
     GroupValues<double> values;
-    pistonfield::groupFields().inDouble(rules(), face, chosen, points, values);
+    pistonfield::groupFields().inDouble(rulesOf(chosen), face, chosen, points, values);
     // A thousandth is left to the rounding of the arithmetic.
     EXPECT_LE(edge_integrals::largestError(face, points, values), 1.001 * tolerance)
         << "half sides " << face.halfX << ", " << face.halfY << ", first point " << points.x[0]
@@ -178,7 +189,7 @@ int leastNodes(const Face& face, int edge, const GroupPoints& points, double tol
         exact[static_cast<std::size_t>(i)] =
             edge_integrals::exact(face, edge, edge_integrals::positionOf(points, i));
     for (int rung = 0;; ++rung) {
-        const auto rule = rules().at(rung);
+        const auto& rule = ruleOf(rung);
         bool isWithin = true;
         for (int i = 0; i < groupSize && isWithin; ++i) {
             const auto value =
