@@ -97,7 +97,8 @@ EllipseBounds::EllipseBounds() : cells(static_cast<std::size_t>(widths) * height
                 const double near = distance > border / 1.25 ? distance - ellipse.a
                                                              : leastDistance(ellipse, from, to, h);
                 const bool isBound = isClear(ellipse, from, h) && near > 0;
-                Cell& cell = cells[static_cast<std::size_t>(i * heights + l)];
+                const int number = i * heights + l;
+                Cell& cell = cells[static_cast<std::size_t>(number)];
                 cell.imaginary[at] =
                     !isBound ? infinity : up(isLast ? ellipse.b : largestImaginary(ellipse, to, h));
                 cell.offset[at] = !isBound ? infinity : up(offset - std::log(near));

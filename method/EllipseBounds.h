@@ -65,7 +65,8 @@ class EllipseBounds {
     }
 
     const Cell& at(int mu, int eta) const {
-        return cells[static_cast<std::size_t>(mu * heights + eta)];
+        const int cell = mu * heights + eta;
+        return cells[static_cast<std::size_t>(cell)];
     }
 
     /// 1 / (2 log rho) of each ellipse.

@@ -59,7 +59,7 @@ struct Orders::Integral {
     float tolerance;
 };
 
-int Orders::orderOf(const Integral& of) const {
+int Orders::orderOf(const Integral& of) {
     const auto range = EllipseBounds::cellsOf(of.middle.least / of.half, of.middle.most / of.half,
                                               of.height / of.half);
     const float needed = std::log(of.amplitude / (of.tolerance * range.factor));
@@ -91,7 +91,8 @@ int KnownOrders::rungOf(const Span& middle, float height, float amplitude, float
 }
 
 int KnownOrders::rungOf(int mu, int eta, int level) const {
-    const auto at = static_cast<std::size_t>((mu * EllipseBounds::heights + eta) * levels + level);
+    const int number = (mu * EllipseBounds::heights + eta) * levels + level;
+    const auto at = static_cast<std::size_t>(number);
     const int known = rungs[at].load(std::memory_order_relaxed);
     if (known > 0) return known - 1;
     const float needed = static_cast<float>(level - levelOfOne) * std::numbers::ln2_v<float>;
@@ -106,7 +107,7 @@ Orders::Orders(const Face& face)
             KnownOrders(static_cast<float>(face.halfY))} {}
 
 /// Of the integral of 2e/D alone, which has its poles at t = +-je.
-int Orders::orderOfAngle(const Edge& edge, float tolerance) const {
+int Orders::orderOfAngle(const Edge& edge, float tolerance) {
     const auto range = EllipseBounds::cellsOf(
         edge.middle.least / edge.half, edge.middle.most / edge.half, edge.offset.least / edge.half);
     const float needed =
@@ -128,14 +129,17 @@ Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance,
     const float reach = edge.middle.most + edge.half;
     Panels panels;
     float length = reach;
-    for (; length > 2 * height && panels.gradings < Panels::mostGradings; length /= 4)
+    while (length > 2 * height && panels.gradings < Panels::mostGradings) {
+        length /= 4;
         ++panels.gradings;
+    }
     const float share = tolerance / static_cast<float>(2 * panels.gradings + 1);
     length = reach;
-    for (int i = 0; i < panels.gradings; ++i, length /= 4) {
+    for (int i = 0; i < panels.gradings; ++i) {
         const float middle = 0.625F * length;
         panels.outer[static_cast<std::size_t>(i)] = OrderLadder::rungOf(
             orderOf({0.375F * length, {middle, middle}, height, amplitude, share}));
+        length /= 4;
     }
     panels.inner = OrderLadder::rungOf(orderOf({length, {0, 0}, height, amplitude, share}));
     return panels;

@@ -160,8 +160,8 @@ class Orders {
     PointOrders ofLines(const Extent& extent, float tolerance) const;
     Panels panelsOf(const Edge& edge, float amplitude, float tolerance) const;
     Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height) const;
-    int orderOf(const Integral& integral) const;
-    int orderOfAngle(const Edge& edge, float tolerance) const;
+    static int orderOf(const Integral& integral);
+    static int orderOfAngle(const Edge& edge, float tolerance);
 
     Face face;
     std::array<KnownOrders, 2> known;  ///< of the edges along x and along y

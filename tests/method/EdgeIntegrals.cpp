@@ -125,7 +125,7 @@ double leastAmplitude(const Face& face, const GroupPoints& points) {
 }
 
 Face randomFace(Random& random, double ratio) {
-    const double longer = random.magnitude(-1, 1.7);
+    const double longer = random.magnitude(-1, 1.3);
     const double shorter = std::max(longer / std::pow(ratio, random.between(0, 1)), 4e-5);
     Face face{longer, shorter};
     if (random.below(2) == 0) std::swap(face.halfX, face.halfY);

@@ -32,9 +32,20 @@ using pistonfield::Rules;
 
 constexpr unsigned seed = 20261123;
 
-const Rules<double>& rules() {
+const pistonfield::Nodes<double>& ruleOf(int rung) {
     static const Rules<double> rules;
-    return rules;
+    rules.require(rung);
+    return rules.table()[rung];
+}
+
+/// The table of rules, with those that are needed.
+const pistonfield::Nodes<double>* rulesOf(const PointOrders& orders) {
+    ruleOf(orders.across);
+    for (const Panels& panels : orders.edges) {
+        ruleOf(panels.inner);
+        for (const int rung : panels.outer) ruleOf(rung);
+    }
+    return &ruleOf(0);
 }
 
 /// A coordinate anywhere about an edge at `half`.
@@ -75,7 +86,7 @@ PointOrders expectKept(const Face& face, Formula formula, const GroupPoints& poi
     const PointOrders chosen =
         orders.choose(formula, points.place.extent, static_cast<float>(tolerance));
     GroupValues<double> values;
-    pistonfield::groupFields().inDouble(rules(), face, chosen, points, values);
+    pistonfield::groupFields().inDouble(rulesOf(chosen), face, chosen, points, values);
     // A thousandth is left to the rounding of the arithmetic.
     EXPECT_LE(edge_integrals::largestError(face, points, values), 1.001 * tolerance)
         << "half sides " << face.halfX << ", " << face.halfY << ", first point " << points.x[0]
@@ -90,7 +101,7 @@ double randomTolerance(Random& random, const Face& face, const GroupPoints& poin
 
 TEST(Orders, KeepATolerance) {
     Random random(seed);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 50; ++i) {
         const Face face = edge_integrals::randomFace(random, 30);
         const Position from{about(random, face.halfX), about(random, face.halfY),
                             random.magnitude(-2, 3)};
@@ -103,7 +114,7 @@ TEST(Orders, KeepATolerance) {
 TEST(Orders, KeepAToleranceNextToTheFaceByGradedPanels) {
     Random random(seed);
     int graded = 0;
-    constexpr int trials = 300;
+    constexpr int trials = 50;
     for (int i = 0; i < trials; ++i) {
         const Face face = edge_integrals::randomFace(random, 30);
         const double height = i % 3 == 0 ? 0 : random.magnitude(-9, -1);
@@ -135,7 +146,7 @@ GroupPoints groupBeside(Random& random, const Face& face) {
 
 TEST(Orders, KeepAToleranceBesideTheFace) {
     Random random(seed);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 50; ++i) {
         const Face face = edge_integrals::randomFace(random, 24);
         const GroupPoints points = groupBeside(random, face);
         expectKept(face, Formula::edgesBeside, points, randomTolerance(random, face, points));
@@ -145,7 +156,7 @@ TEST(Orders, KeepAToleranceBesideTheFace) {
 
 TEST(Orders, KeepAToleranceBesideAThinFaceByLines) {
     Random random(seed);
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 50; ++i) {
         const Face face = edge_integrals::randomFace(random, 1000);
         const GroupPoints points = groupBeside(random, face);
         expectKept(face, Formula::lines, points, randomTolerance(random, face, points));
@@ -157,7 +168,7 @@ TEST(Orders, KeepAToleranceBesideAThinFaceByLines) {
 TEST(Orders, KeepAToleranceNextToTheLinesOfAThinFace) {
     Random random(seed);
     int graded = 0;
-    for (int i = 0; i < 200; ++i) {
+    for (int i = 0; i < 40; ++i) {
         const Face face{random.magnitude(-2, -1), random.magnitude(0, 1.5)};
         const Position from{20 * face.halfX * random.magnitude(0, 1), about(random, face.halfY),
                             i % 3 == 0 ? 0 : random.magnitude(-4, 0)};
@@ -168,7 +179,7 @@ TEST(Orders, KeepAToleranceNextToTheLinesOfAThinFace) {
         if (HasFailure()) return;
         graded += chosen.edges[0].gradings > 0 ? 1 : 0;
     }
-    EXPECT_GT(graded, 20);
+    EXPECT_GT(graded, 5);
 }
 
 /// The least rule over a whole edge that is within a tolerance at all points of a group.
@@ -178,7 +189,7 @@ int leastNodes(const Face& face, int edge, const GroupPoints& points, double tol
         exact[static_cast<std::size_t>(i)] =
             edge_integrals::exact(face, edge, edge_integrals::positionOf(points, i));
     for (int rung = 0;; ++rung) {
-        const auto rule = rules().at(rung);
+        const auto& rule = ruleOf(rung);
         bool isWithin = true;
         for (int i = 0; i < groupSize && isWithin; ++i) {
             const auto value =
@@ -201,9 +212,9 @@ double excess(const Face& face, double tolerance) {
     const Orders orders(face);
     double chosen = 0;
     double least = 0;
-    for (const double z : {1.0, 4.0, 12.0, 40.0}) {
-        for (const double y : {0.0, 3.0, 9.0, 20.0}) {
-            for (const double x : {0.0, 8.0, 16.0}) {
+    for (const double z : {1.0, 4.0, 16.0}) {
+        for (const double y : {0.0, 6.0, 18.0}) {
+            for (const double x : {0.0, 8.0}) {
                 const GroupPoints points = edge_integrals::groupAlong({x, y, z}, {0.5, 0, 0});
                 const PointOrders of = orders.choose(Formula::edges, points.place.extent,
                                                      static_cast<float>(tolerance));

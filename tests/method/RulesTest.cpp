@@ -52,7 +52,10 @@ TYPED_TEST(RulesTest, IntegratePolynomialsOfTwiceTheirDegreeWhicheverThreadsAskF
         std::vector<std::jthread> workers;
         for (unsigned i = 0; i < threads; ++i)
             workers.emplace_back([&, i] {
-                for (int rung = 0; rung <= last; ++rung) taken[i].push_back(rules.at(rung));
+                for (int rung = 0; rung <= last; ++rung) {
+                    rules.require(rung);
+                    taken[i].push_back(rules.table()[rung]);
+                }
             });
     }
     for (int rung = 0; rung <= last; ++rung) {
