@@ -60,19 +60,19 @@ Complex byPanel(const Edge& edge, long double from, long double to) {
     return (to - from) / 2 * sum;
 }
 
-/// From the foot to t > 0: panels as long as they are far from the foot, in pieces of up to a
-/// third of a wavelength.
-Complex fromFoot(const Edge& edge, long double t) {
+/// From `begin` >= 0 to `end`, measured from the foot: panels no longer than they are far from the
+/// foot, in pieces of up to a third of a wavelength.
+Complex between(const Edge& edge, long double begin, long double end) {
     const long double nearest = std::hypot(edge.offset, edge.z) / 2;
     Complex sum;
-    const auto add = [&](long double from, long double to) {
-        const auto pieces = static_cast<int>(std::ceil((to - from) / 2));
-        const long double length = (to - from) / pieces;
+    while (end > begin) {
+        const long double from = end > nearest ? std::max(begin, end / 2) : begin;
+        const auto pieces = static_cast<int>(std::ceil((end - from) / 2));
+        const long double length = (end - from) / pieces;
         for (int i = 0; i < pieces; ++i)
             sum += byPanel(edge, from + i * length, from + (i + 1) * length);
-    };
-    for (; t > nearest; t /= 2) add(t / 2, t);
-    add(0, t);
+        end = from;
+    }
     return sum;
 }
 
@@ -85,9 +85,11 @@ Position positionOf(const GroupPoints& points, int i) {
 Complex exact(const Face& face, int edge, const Position& at) {
     const Edge of = edgeOf(face, edge, at);
     if (of.offset == 0) return 0;
-    const long double to = of.half - of.along;
-    const Complex nearer = to == 0 ? 0 : std::copysign(1.0L, to) * fromFoot(of, std::fabs(to));
-    return of.offset * std::polar(1.0L, -of.z) * (nearer + fromFoot(of, of.half + of.along));
+    const long double nearer = of.half - of.along;
+    const long double farther = of.half + of.along;
+    const Complex integral = nearer < 0 ? between(of, -nearer, farther)
+                                        : between(of, 0, nearer) + between(of, 0, farther);
+    return of.offset * std::polar(1.0L, -of.z) * integral;
 }
 
 Complex byRule(const Face& face, int edge, const Position& at,
