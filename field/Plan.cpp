@@ -109,9 +109,8 @@ Cost Plan::cost(const LatticeBox& box) const {
     require(box);
     return std::visit(
         [&](const auto& engine) {
-            constexpr double edges = 4;
             const std::int64_t piece = std::min(box.points(), engine->largestPiece());
-            return Cost{edges * parts->request.rule.order * static_cast<double>(box.points()),
+            return Cost{engine->evaluationsOfAPoint() * static_cast<double>(box.points()),
                         piece * engine->memoryOfAPoint(), piece * engine->deviceMemoryOfAPoint()};
         },
         parts->engine);

@@ -16,15 +16,15 @@ Positions::Positions(const Request& request)
       sizes(request.lattice.sizes),
       points(request.lattice.box().points()) {
     if (list != nullptr) return;
-    const double factor = k / request.lattice.transform.back();
+    const double divisor = request.lattice.transform.back();
     std::transform(request.lattice.transform.begin(), request.lattice.transform.begin() + 12,
-                   rows.begin(), [factor](double number) { return number * factor; });
+                   rows.begin(), [divisor](double number) { return number / divisor; });
 }
 
 std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) const {
     if (list != nullptr) {
         const auto i = static_cast<std::size_t>(index[0]);
-        return {k * list->x[i], k * list->y[i], k * list->z[i]};
+        return {list->x[i], list->y[i], list->z[i]};
     }
     const auto x = static_cast<double>(index[0]);
     const auto y = static_cast<double>(index[1]);
@@ -68,7 +68,7 @@ void Positions::groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints
         for (int k = 0; k < 2; ++k) squares[k] += ends[k] * ends[k];
         for (int k = 0; k < groupSize; ++k) numbers[k] = std::abs(numbers[k]);
     }
-    to.place = Place::within(least, most, std::sqrt(std::max(squares[0], squares[1])));
+    to.place = Place::within(least, most, std::sqrt(std::max(squares[0], squares[1])), k);
 }
 
 void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left,
@@ -84,13 +84,13 @@ void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left
             index[k] = 0;
         }
     }
-    findPlace(to);
+    findPlace(to, k);
 }
 
 double Positions::reach() const {
     const auto distanceAt = [this](const std::array<std::int64_t, 3>& index) {
         const auto [x, y, z] = at(index);
-        return std::hypot(x, y, z);
+        return k * std::hypot(x, y, z);
     };
     double farthest = 0;
     if (list != nullptr) {

@@ -11,7 +11,7 @@
 
 namespace pistonfield {
 
-/// The positions of a request's points, times the wavenumber, in groups that are the request's own:
+/// The positions of a request's points, in groups that are the request's own:
 /// a point's group does not depend on the box that it is computed in.
 class Positions {
   public:
@@ -22,10 +22,10 @@ class Positions {
     /// where past the last one it is taken again.
     void group(std::int64_t group, GroupPoints& points) const;
 
-    /// The position of a point, times the wavenumber.
+    /// The position of a point.
     std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
 
-    /// At least the largest distance of a point from the face's centre, and not much more.
+    /// The largest distance of a point from the face's centre, times the wavenumber.
     double reach() const;
 
     /// The first point behind the face, in grid point order, if there is one; by more than the
@@ -43,7 +43,7 @@ class Positions {
     const PointList* list;  ///< or null
     std::array<std::int64_t, 3> sizes;
     std::int64_t points;
-    std::array<double, 12> rows{};  ///< of the transform, times the wavenumber over its last number
+    std::array<double, 12> rows{};  ///< of the transform, over its last number
 };
 
 }  // namespace pistonfield

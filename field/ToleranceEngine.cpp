@@ -21,28 +21,27 @@ namespace {
 using Index = std::array<std::int64_t, 3>;
 
 Face faceOf(const Request& request) {
-    const double k = request.wave.wavenumber;
-    return {request.piston.width * k / 2, request.piston.height * k / 2};
+    return {request.piston.width / 2, request.piston.height / 2, request.wave.wavenumber};
 }
 
-/// k*A/(2*pi), what |p| times k*R is far away.
-double farAmplitude(const Face& face) { return 2 * face.halfX * face.halfY / std::numbers::pi; }
+/// k*A/(2*pi), what |p| times k*R is far away, times k.
+double farAmplitude(const Face& face) {
+    const auto [halfX, halfY, one] = face.scaled();
+    return 2 * halfX * halfY / std::numbers::pi;
+}
 
-/// The distance of the face's centre below which the local amplitude does not grow.
-double nearestReach(const Face& face) { return std::sqrt(face.halfX * face.halfY) / 2; }
+/// The distance of the face's centre below which the local amplitude does not grow, times k.
+double nearestReach(const Face& face) { return face.k * std::sqrt(face.halfX * face.halfY) / 2; }
 
 /// What errors are relative to with `Tolerance::Of::local`.
-double localAmplitude(const Face& face, double distance) {
+double localAmplitude(const Face& face, const std::array<double, 3>& position) {
+    const double distance = face.k * std::hypot(position[0], position[1], position[2]);
     return std::min(1.0, farAmplitude(face) / std::max(distance, nearestReach(face)));
 }
 
 /// An error within a fraction of the local amplitude.
 ErrorLimit localLimit(const Face& face, double fraction) {
     return {fraction, fraction * farAmplitude(face), nearestReach(face)};
-}
-
-double distanceOf(const std::array<double, 3>& position) {
-    return std::hypot(position[0], position[1], position[2]);
 }
 
 /// Indices spread over a lattice, its ends among them, as many along each direction that has
@@ -80,7 +79,7 @@ std::vector<std::complex<double>> pressureAt(const Face& face, const Positions& 
         std::fill_n(points.x, groupSize, std::abs(x));
         std::fill_n(points.y, groupSize, std::abs(y));
         std::fill_n(points.z, groupSize, std::abs(z));
-        findPlace(points);
+        findPlace(points, face.k);
         field.compute(points, localLimit(face, tolerance), group);
         values.emplace_back(group.re[0], group.im[0]);
     }
@@ -94,12 +93,12 @@ struct Preview {
 };
 
 Preview previewOf(const Face& face, const Positions& positions, const Index& sizes) {
-    constexpr double tolerance = 1e-3;
+    constexpr double tolerance = 1e-10;
     const std::vector<Index> indices = spreadOver(sizes, false);
     const auto values = pressureAt(face, positions, indices, tolerance);
     Preview preview{};
     for (std::size_t i = 0; i < values.size(); ++i) {
-        const double amplitude = localAmplitude(face, distanceOf(positions.at(indices[i])));
+        const double amplitude = localAmplitude(face, positions.at(indices[i]));
         preview.amplitude = std::max(preview.amplitude, amplitude);
         preview.largest = std::max(preview.largest, std::abs(values[i]) - tolerance * amplitude);
     }
@@ -124,7 +123,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         const double rounding = roundingOf();
         bound = tolerance.value;
         limit = limitOf(tolerance.value - rounding);
-        if (tolerance.value < 2 * rounding) refuse(2 * rounding);
+        if (!(tolerance.value >= 2 * rounding && rounding >= 0)) refuse(2 * rounding);
     }
 
     void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
@@ -139,7 +138,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
             for (std::int64_t i = first; i < last; ++i) {
                 const std::int64_t run = i / groups;
                 const Index at{box.first[0], box.first[1] + run % rows, box.first[2] + run / rows};
-                const std::int64_t begin = (at[2] * sizes[1] + at[1]) * sizes[0] + at[0];
+                const std::int64_t begin = numberOf(at);
                 fillGroup(begin / groupSize + i % groups, begin, begin + length,
                           to.from(run * length));
             }
@@ -158,6 +157,18 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         return points * std::min(count, usableCores());
     }
 
+    double evaluationsOfAPoint() const override {
+        const std::vector<Index> indices = spreadOver(sizes, false);
+        double sum = 0;
+        GroupPoints points;
+        GroupValues<T> values;
+        for (const Index& index : indices) {
+            positions.group(numberOf(index) / groupSize, points);
+            sum += field.compute(points, limit, values);
+        }
+        return sum / static_cast<double>(indices.size());
+    }
+
     std::int64_t largestPiece() const noexcept override { return 1 << 30; }
     std::int64_t memoryOfAPoint() const noexcept override { return 0; }
     std::int64_t deviceMemoryOfAPoint() const noexcept override { return 0; }
@@ -169,15 +180,13 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         GroupPoints points;
         GroupValues<T> values;
         for (std::size_t i = 0; i < indices.size(); ++i) {
-            const std::int64_t number =
-                (indices[i][2] * sizes[1] + indices[i][1]) * sizes[0] + indices[i][0];
+            const std::int64_t number = numberOf(indices[i]);
             positions.group(number / groupSize, points);
             measured.evaluations += field.compute(points, limit, values);
             const auto lane = static_cast<std::size_t>(number % groupSize);
             const std::complex<double> value(values.re[lane], values.im[lane]);
-            const double unit = isLocal()
-                                    ? localAmplitude(face, distanceOf(positions.at(indices[i])))
-                                    : preview.largest;
+            const double unit =
+                isLocal() ? localAmplitude(face, positions.at(indices[i])) : preview.largest;
             measured.error = std::max(measured.error, std::abs(value - finer[i]) / unit);
         }
         measured.evaluations /= static_cast<double>(indices.size());
@@ -185,6 +194,11 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     }
 
   private:
+    /// The linear index of a point.
+    std::int64_t numberOf(const Index& index) const {
+        return (index[2] * sizes[1] + index[1]) * sizes[0] + index[0];
+    }
+
     bool isLocal() const { return tolerance.of == Tolerance::Of::local; }
 
     /// Beyond these there are no orders, or no digits in single precision.
@@ -211,12 +225,16 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         text.precision(6);
         text << "the point (";
         for (std::size_t i = 0; i < position.size(); ++i)
-            text << (i == 0 ? "" : ", ") << position[i] / request.wave.wavenumber;
+            text << (i == 0 ? "" : ", ") << position[i];
         text << ") lies behind the piston";
         throw InvalidRequest(request.points ? "points" : "transform", text.str());
     }
 
     [[noreturn]] void refuse(double least) const {
+        if (!std::isfinite(least) || least < 0)
+            throw InvalidRequest("tolerance",
+                                 "there is next to no pressure at the points that were looked at; "
+                                 "take a tolerance of the local amplitude");
         std::ostringstream text;
         text.precision(2);
         text << tolerance.value << " is below the " << least << " that "
@@ -233,7 +251,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     /// reference phase. The factors are about twice the largest errors seen; see
     /// docs/reliability.md.
     double roundingOf() const {
-        const double integrals = unitRoundoff<T> * (24 + 0.15 * (face.halfX + face.halfY));
+        const double integrals = unitRoundoff<T> * (24 + 0.15 * face.k * (face.halfX + face.halfY));
         constexpr double phase = 4 * unitRoundoff<double>;
         if (isLocal()) return integrals + phase * positions.reach();
         return (integrals * preview.amplitude +

@@ -12,12 +12,12 @@ namespace pistonfield {
 /// every processor, so that orders do not depend on it.
 inline constexpr int groupSize = 16;
 
-/// The points of a group in the face's frame, times the wavenumber, folded: |x|, |y|, |z|.
+/// The points of a group in the face's frame and unit of length, folded: |x|, |y|, |z|.
 struct GroupPoints {
     alignas(64) double x[groupSize];
     alignas(64) double y[groupSize];
     alignas(64) double z[groupSize];
-    Place place;  ///< where all of them lie
+    Place place;  ///< where all of them lie, times the wavenumber
 };
 
 /// Their pressure.

@@ -25,9 +25,10 @@ struct Complex {
     V re, im;
 };
 
-/// What keeps a quotient by D or R finite where they are 0, in units of 1/k.
+/// What keeps a quotient by D finite where D is 0: next to nothing, but its power of 3/2 is a
+/// normal number.
 template <class T>
-constexpr T tinySquare = static_cast<T>(1e-20);
+constexpr T tinySquare = static_cast<T>(sizeof(T) == 4 ? 1e-24 : 1e-200);
 
 template <class V>
 [[gnu::always_inline]] inline V least(V a, V b) {
@@ -175,14 +176,16 @@ Points<V> pointsOf(const GroupPoints& group, int first, const Face& face, bool b
         std::memcpy(&y, group.y + first + i, sizeof y);
         std::memcpy(&z, group.z + first + i, sizeof z);
         const D reference = besideCentre ? lanes::squareRoot(x * x + y * y + z * z) : z;
-        const auto angle = lanes::reduceAngle(-reference);
+        const auto angle = lanes::reduceAngle(reference * -face.k);
         const auto [sine, cosine] = lanes::sinCos(angle);
-        const D values[]{x * 0.5,
-                         y * 0.5,
-                         (face.halfX - x) * 0.5,
-                         (face.halfY - y) * 0.5,
-                         z * z * 0.25,
-                         reference * 0.5,
+        const double unit = face.k / 2;
+        const D height = z * unit;
+        const D values[]{x * unit,
+                         y * unit,
+                         (face.halfX - x) * unit,
+                         (face.halfY - y) * unit,
+                         height * height,
+                         reference * unit,
                          cosine,
                          -sine};
         for (int k = 0; k < 8; ++k) {
@@ -209,8 +212,8 @@ template <Formula formula, class V>
 Complex<V> sumOfEdges(const Nodes<Element<V>>* rules, const Face& face, const PointOrders& orders,
                       const Points<V>& points) {
     using T = Element<V>;
-    const auto hx = static_cast<T>(face.halfX / 2);
-    const auto hy = static_cast<T>(face.halfY / 2);
+    const auto hx = static_cast<T>(face.halfX * face.k / 2);
+    const auto hy = static_cast<T>(face.halfY * face.k / 2);
     Complex<V> sum{};
     const auto add = [&](int i, const Line<V>& line) __attribute__((always_inline)) {
         const Complex<V> part = lineIntegral<formula>(
@@ -233,8 +236,8 @@ Complex<V> sumOfLines(const Nodes<Element<V>>* rules, const Face& face, const Po
                       const Points<V>& points) {
     using T = Element<V>;
     const bool alongX = face.halfX > face.halfY;
-    const auto half = static_cast<T>((alongX ? face.halfX : face.halfY) / 2);
-    const auto halfAcross = static_cast<T>((alongX ? face.halfY : face.halfX) / 2);
+    const auto half = static_cast<T>((alongX ? face.halfX : face.halfY) * face.k / 2);
+    const auto halfAcross = static_cast<T>((alongX ? face.halfY : face.halfX) * face.k / 2);
     const V along = alongX ? points.x : points.y;
     const V across = alongX ? points.y : points.x;
     const Nodes<T> rule = rules[orders.across];

@@ -46,9 +46,14 @@ enum class Formula {
     lines         ///< along lines on a thin face, of exp(-jR)/R: for points beside it
 };
 
-/// The face of a rectangular piston, in its own frame: half its sides, times the wavenumber.
+/// The face of a rectangular piston, in its own frame: half its sides, in any unit of length, and
+/// the wavenumber in radians per unit.
 struct Face {
     double halfX, halfY;
+    double k = 1;
+
+    /// With lengths times the wavenumber.
+    constexpr Face scaled() const { return {halfX * k, halfY * k}; }
 
     /// Whether a point is so far beside the face that the four edges cancel: rounding errors of the
     /// formula `edges` are about 6u |e|/s, of the offset e from an edge and the side s across it.
@@ -87,12 +92,13 @@ struct Place {
     Extent extent;
     double reach;
 
-    /// The place within these bounds of |x|, |y| and |z|, a little wider for the sake of rounding.
+    /// The place within these bounds of |x|, |y|, |z| and of the distance, which k has yet to
+    /// multiply, a little wider for the sake of rounding.
     static Place within(const std::array<double, 3>& least, const std::array<double, 3>& most,
-                        double reach) {
+                        double reach, double k) {
         constexpr double wider = 0x1p-22;
-        const auto below = [](double v) { return static_cast<float>(v * (1 - wider)); };
-        const auto above = [](double v) { return static_cast<float>(v * (1 + wider)); };
+        const auto below = [k](double v) { return static_cast<float>(v * k * (1 - wider)); };
+        const auto above = [k](double v) { return static_cast<float>(v * k * (1 + wider)); };
         return {
             {{below(least[0]), above(most[0])}, {below(least[1]), above(most[1])}, below(least[2])},
             reach};
