@@ -116,7 +116,7 @@ GroupPoints groupAlong(const Position& from, const Position& step) {
         points.y[i] = std::fabs(from.y + i * step.y);
         points.z[i] = std::fabs(from.z + i * step.z);
     }
-    pistonfield::findPlace(points);
+    pistonfield::findPlace(points, 1);
     return points;
 }
 
