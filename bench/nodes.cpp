@@ -37,7 +37,7 @@ int main() {
     std::puts("z,x,nodes");
     for (int row = 0; row < rows; ++row)
         for (int group = 0; group < groups; ++group) {
-            const double x = (group - groups / 2) * width;
+            const double x = (group - groups / 2.0) * width;
             std::printf("%g,%g,%g\n", row * rowStep, x + width / 2,
                         nodesAt(x + step / 2, row * rowStep));
         }
