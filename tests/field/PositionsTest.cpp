@@ -59,7 +59,9 @@ struct Bounds {
     bool crosses;
 };
 
-void expectSpan(const pistonfield::Span& span, const Bounds& bounds) {
+void expectSpan(const pistonfield::Span& span, Bounds bounds, double k) {
+    bounds.least *= k;
+    bounds.most *= k;
     EXPECT_LE(span.least, bounds.least);
     EXPECT_GE(span.most, bounds.most);
     // And is not much wider; a row that crosses 0 has all magnitudes from there on.
@@ -95,11 +97,12 @@ void expectGroups(const Request& request) {
             reach = std::max(reach, std::hypot(at[0], at[1], at[2]));
         }
         const auto& extent = points.place.extent;
-        expectSpan(extent.x, bounds[0]);
-        expectSpan(extent.y, bounds[1]);
-        EXPECT_LE(extent.z, bounds[2].least);
-        EXPECT_GE(extent.z, bounds[2].crosses ? 0 : bounds[2].least * (1 - 1e-6));
-        EXPECT_NEAR(points.place.reach, reach, 1e-15 * reach);
+        const double k = request.wave.wavenumber;
+        expectSpan(extent.x, bounds[0], k);
+        expectSpan(extent.y, bounds[1], k);
+        EXPECT_LE(extent.z, k * bounds[2].least);
+        EXPECT_GE(extent.z, bounds[2].crosses ? 0 : k * bounds[2].least * (1 - 1e-6));
+        EXPECT_NEAR(points.place.reach, k * reach, 1e-15 * k * reach);
     }
 }
 
@@ -122,7 +125,7 @@ TEST(Positions, OfAGroupAreThoseOfALists) {
         expectGroups(listOf(count));
 }
 
-TEST(Positions, AreTheTransformsTimesTheWavenumber) {
+TEST(Positions, AreTheTransforms) {
     const Request request = requestOf({40, 30, 20});
     const auto& m = request.lattice.transform;
     const Positions positions(request);
@@ -132,13 +135,12 @@ TEST(Positions, AreTheTransformsTimesTheWavenumber) {
             long double sum = m[4 * i + 3];
             for (std::size_t k = 0; k < 3; ++k)
                 sum += static_cast<long double>(m[4 * i + k]) * static_cast<long double>(index[k]);
-            EXPECT_NEAR(at[i], static_cast<double>(sum / 2 * 7.1L), 1e-14);
+            EXPECT_NEAR(at[i], static_cast<double>(sum / 2), 1e-14);
         }
     }
     const Request list = listOf(5);
     const auto at = Positions(list).at({3, 0, 0});
-    EXPECT_EQ(at, (std::array{7.1 * list.points->x[3], 7.1 * list.points->y[3],
-                              7.1 * list.points->z[3]}));
+    EXPECT_EQ(at, (std::array{list.points->x[3], list.points->y[3], list.points->z[3]}));
 }
 
 TEST(Positions, ReachAsFarAsTheFarthestPoint) {
@@ -147,7 +149,8 @@ TEST(Positions, ReachAsFarAsTheFarthestPoint) {
         double farthest = 0;
         for (std::int64_t i = 0; i < request.lattice.box().points(); ++i) {
             const auto at = positions.at(indexOf(i, request.lattice.sizes));
-            farthest = std::max(farthest, std::hypot(at[0], at[1], at[2]));
+            farthest =
+                std::max(farthest, request.wave.wavenumber * std::hypot(at[0], at[1], at[2]));
         }
         EXPECT_EQ(positions.reach(), farthest);
     }

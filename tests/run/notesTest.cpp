@@ -9,6 +9,7 @@ namespace {
 
 using pistonfield::Mode;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -33,6 +34,19 @@ TEST(Notes, TellPointsBehindThePiston) {
     // Those of this part lie before it.
     layout.box.size[2] = 10;
     EXPECT_THAT(notesOn(layout), IsEmpty());
+}
+
+TEST(Notes, OfAFieldWithAToleranceKnowItsValuesBehindThePistonAndNoOrders) {
+    run::Layout layout = usual();
+    layout.request.tolerance = pistonfield::Tolerance{};
+    layout.request.behind = true;
+    layout.request.lattice.transform[10] = -1e-4;
+    EXPECT_THAT(notesOn(layout), ElementsAre("some points lie behind the piston, where values are "
+                                             "those of the points before it"));
+    layout.request.lattice.transform[10] = 1e-4;
+    layout.request.piston = {.width = 7.5, .height = 5};
+    EXPECT_THAT(notesOn(layout), ElementsAre(StartsWith("the piston measures 5000 by 3333.33 "
+                                                        "wavelengths: lengths are in m")));
 }
 
 TEST(Notes, TellFrequenciesInMHzAndLengthsInMm) {
