@@ -65,7 +65,8 @@ struct Tolerance {
         largest,  ///< the largest |p| at the request's points
         local     ///< at each point k*A/(2*pi*R), of the face's area A and the distance R of its
                   ///< centre, or sqrt(A)/4 where that is more; and at most 1. That is what |p| is
-                  ///< far away on the axis, and about its largest value nearby.
+                  ///< far away on the axis, and about its largest value near a face that is not
+                  ///< thin.
     };
 
     double value = 1e-4;  ///< the largest error, above 0 and below 1

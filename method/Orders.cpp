@@ -13,8 +13,8 @@ namespace {
 
 using Row = EllipseBounds::Row;
 
-/// More nodes than any edge takes; what a bound that holds for no ellipse gives.
-constexpr float tooMany = 1 << 20;
+/// What a bound that holds for no ellipse gives: more nodes than any edge takes.
+constexpr float tooMany = OrderLadder::mostNodes;
 
 /// The nodes that one of the ellipses allows: the least of (offset + half*imaginary + needed) *
 /// perDigit, where `needed` is the logarithm of the amplitude over the tolerance.
@@ -119,7 +119,7 @@ int Orders::orderOfAngle(const Edge& edge, float tolerance) {
         Row offset = bounds.at(mu, range.height).offset;
         for (std::size_t j = 0; j < offset.size(); ++j)
             offset[j] = 2 * offset[j] - bounds.constants()[j];
-        nodes = std::max(nodes, nodesOf(offset, 0, offset, needed, bounds.perDigit()));
+        nodes = std::max(nodes, nodesOf(offset, 0, Row{}, needed, bounds.perDigit()));
     }
     return wholeNodes(nodes);
 }
@@ -145,10 +145,7 @@ Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance,
     return panels;
 }
 
-Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance) const {
-    // Points nearer than this to an edge's line get next to nothing from the edge beside them: its
-    // inner panel is below 10 times their distance, and so is what a rule makes of it.
-    const float height = std::max(edge.height(), tolerance / 256);
+Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance, float height) const {
     Panels whole;
     whole.inner = edge.known->rungOf(edge.middle, height, amplitude, tolerance);
     if (height > 0.5F * edge.half || edge.middle.least > 1.5F * edge.half) return whole;
@@ -185,7 +182,11 @@ PointOrders Orders::ofEdges(Formula formula, const Extent& at, float tolerance) 
     PointOrders orders{formula, {}, 0};
     for (std::size_t i = 0; i < edges.size(); ++i) {
         const float amplitude = std::max(edges[i].offset.most, share);
-        orders.edges[i] = panelsOf(edges[i], amplitude, share);
+        // Points nearer than this to an edge's line get next to nothing from the edge beside them:
+        // all of its panels together are below 200 times their distance, and so is what a rule
+        // makes of them.
+        const float height = std::max(edges[i].height(), share / 256);
+        orders.edges[i] = panelsOf(edges[i], amplitude, share, height);
         if (formula != Formula::edgesBeside) continue;
         Panels& panels = orders.edges[i];
         panels.gradings = 0;
@@ -206,7 +207,7 @@ PointOrders Orders::ofLines(const Extent& at, float tolerance) const {
     const float nearest = std::max(0.0F, across.least - halfAcross);
     const Edge line{&known[alongX ? 0 : 1], half, along, {nearest, across.most + halfAcross}, at.z};
     PointOrders orders{Formula::lines, {}, 0};
-    orders.edges[0] = panelsOf(line, 1, share / (2 * halfAcross));
+    orders.edges[0] = panelsOf(line, 1, share / (2 * halfAcross), line.height());
     const float toLine = std::max(0.0F, along.least - half);
     orders.across = OrderLadder::rungOf(
         orderOf({halfAcross, across, hypotenuse(toLine, at.z), 2 * half, share}));

@@ -17,6 +17,9 @@ namespace pistonfield {
 /// whatever the orders are. A rung is the number of an order in this ladder.
 class OrderLadder {
   public:
+    /// There are no orders beyond this one. Sides of 2000 wavelengths take half of it.
+    static constexpr int mostNodes = 1 << 14;
+
     /// The least rung that has so many nodes or more; of less than one node the first.
     static constexpr int rungOf(int nodes) {
         if (nodes <= every) return nodes < 1 ? 0 : nodes - 1;
@@ -164,7 +167,7 @@ class Orders {
 
     PointOrders ofEdges(Formula formula, const Extent& extent, float tolerance) const;
     PointOrders ofLines(const Extent& extent, float tolerance) const;
-    Panels panelsOf(const Edge& edge, float amplitude, float tolerance) const;
+    Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height) const;
     Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height) const;
     static int orderOf(const Integral& integral);
     static int orderOfAngle(const Edge& edge, float tolerance);

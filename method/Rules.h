@@ -25,7 +25,7 @@ struct Nodes {
 template <class T>
 class Rules {
   public:
-    static constexpr int rungs = OrderLadder::rungOf(1 << 16) + 1;
+    static constexpr int rungs = OrderLadder::rungOf(OrderLadder::mostNodes) + 1;
 
     /// Makes a rung's rule, unless it is made.
     /// @throws std::bad_alloc
