@@ -78,9 +78,9 @@ template <class V>
 }  // namespace detail
 
 /// Sine and cosine of every lane, up to a common sign: of the angle less a multiple of pi. That is
-/// all that their squares and their product need. Each is within 2 u of the exact one, in float
-/// within 2.2 u, and a tiny angle is its own sine, for magnitudes up to `detail::reducible`; of
-/// larger angles nothing is promised.
+/// all that their squares and their product need. Each is within 3 u of the exact one, and a tiny
+/// angle is its own sine, for magnitudes up to `detail::reducible`; of larger angles nothing is
+/// promised.
 template <class V>
 [[gnu::always_inline]] inline SinCos<V> sinCosUpToSign(V angle) {
     const V r = detail::lessHalfTurns(angle);

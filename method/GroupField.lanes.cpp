@@ -171,7 +171,9 @@ Points<V> pointsOf(const GroupPoints& group, int first, const Face& face, bool b
     using D = Pack<double, wide>;
     alignas(64) T numbers[8][W];
     for (int i = 0; i < W; i += wide) {
-        D x, y, z;
+        D x;
+        D y;
+        D z;
         std::memcpy(&x, group.x + first + i, sizeof x);
         std::memcpy(&y, group.y + first + i, sizeof y);
         std::memcpy(&z, group.z + first + i, sizeof z);

@@ -52,7 +52,7 @@ class EstimatesTest : public LanesTest<T> {
 
     /// The largest error of an operation at some numbers, in units of the last place.
     template <class Exact>
-    void expectWithinTwoUlp(Operation operation, std::vector<T> numbers, Exact exactOf) {
+    void expectWithin(double bound, Operation operation, std::vector<T> numbers, Exact exactOf) {
         while (numbers.size() % 64 != 0) numbers.push_back(1);
         double worst = 0;
         this->forEachPack([&](const PackOperations<T>& pack) {
@@ -67,7 +67,7 @@ class EstimatesTest : public LanesTest<T> {
                 largest = error;
                 where = numbers[i];
             }
-            EXPECT_LE(largest, 2) << "at " << testing::PrintToString(where);
+            EXPECT_LE(largest, bound) << "at " << testing::PrintToString(where);
             worst = std::fmax(worst, largest);
         });
         this->RecordProperty("largest_error", std::to_string(worst));
@@ -75,19 +75,19 @@ class EstimatesTest : public LanesTest<T> {
 };
 TYPED_TEST_SUITE(EstimatesTest, Precisions, PrecisionName);
 
-TYPED_TEST(EstimatesTest, OfTheSquareRootAreWithinTwoUnitsOfTheLastPlace) {
+TYPED_TEST(EstimatesTest, OfTheSquareRootAreWithinTwoAndAHalfUnitsOfTheLastPlace) {
     using T = TypeParam;
-    this->expectWithinTwoUlp(&PackOperations<T>::nearSquareRoot,
-                             normalNumbers(std::numeric_limits<T>::max()),
-                             [](Quad v) { return sqrtq(v); });
+    this->expectWithin(2.5, &PackOperations<T>::nearSquareRoot,
+                       normalNumbers(std::numeric_limits<T>::max()),
+                       [](Quad v) { return sqrtq(v); });
 }
 
-// Beyond the largest number here the reciprocal is none of the normal ones.
+// Estimates of numbers that are hardly normal may be 0.
 TYPED_TEST(EstimatesTest, OfTheReciprocalAreWithinTwoUnitsOfTheLastPlace) {
     using T = TypeParam;
-    this->expectWithinTwoUlp(&PackOperations<T>::nearReciprocal,
-                             normalNumbers(1 / std::numeric_limits<T>::min()),
-                             [](Quad v) { return 1 / v; });
+    this->expectWithin(2, &PackOperations<T>::nearReciprocal,
+                       normalNumbers(1 / std::numeric_limits<T>::min() / 2),
+                       [](Quad v) { return 1 / v; });
 }
 
 }  // namespace
