@@ -107,6 +107,20 @@ TYPED_TEST(RectangleFieldTest, KeepsAToleranceAcrossTheBordersOfItsFormulas) {
     }
 }
 
+// Each of these is beside the face, and the box around them has the face in it.
+TYPED_TEST(RectangleFieldTest, KeepsAToleranceOfAGroupAllAroundTheFace) {
+    Random random(seed);
+    const Face face{0.3, 0.3};
+    GroupPoints points;
+    for (int i = 0; i < groupSize; ++i) {
+        points.x[i] = 6.3 * (i % 3);
+        points.y[i] = 6.3 * (i / 4 % 3) + (i % 3 == 0 ? 6.3 : 0);
+        points.z[i] = 1;
+    }
+    findPlace(points);
+    this->expectKept(random, face, points);
+}
+
 TYPED_TEST(RectangleFieldTest, HasItsValueOnEdgesAndCorners) {
     Random random(seed);
     const Face face{3, 5};
