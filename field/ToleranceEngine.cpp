@@ -268,7 +268,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     double roundingOf() const {
         const double perRadian = face.besideFormula() == Formula::lines ? 0.75 : 0.15;
         const double integrals =
-            unitRoundoff<T> * (64 + perRadian * face.k * (face.halfX + face.halfY));
+            unitRoundoff<T> * (32 + perRadian * face.k * (face.halfX + face.halfY));
         constexpr double phase = 4 * unitRoundoff<double>;
         if (isLocal()) return integrals + phase * positions.reach();
         return (integrals * preview.amplitude +

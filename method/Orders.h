@@ -58,12 +58,17 @@ struct Face {
     /// With lengths times the wavenumber.
     constexpr Face scaled() const { return {halfX * k, halfY * k}; }
 
-    /// Whether a point is so far beside the face that the four edges cancel: rounding errors of the
-    /// formula `edges` are about 6u |e|/s, of the offset e from an edge and the side s across it.
-    constexpr bool hasBeside(double x, double y) const { return x > 19 * halfX || y > 19 * halfY; }
+    /// From so many half sides on points lie beside the face.
+    static constexpr double besideHalfSides = 12;
 
-    /// The formula of points beside the face. Those of `edgesBeside` are about 5u times the ratio
-    /// of the sides.
+    /// Whether a point is so far beside the face that the four edges cancel: rounding errors of the
+    /// formula `edges` are about 5u |e|/s, of the offset e from an edge and the side s across it.
+    constexpr bool hasBeside(double x, double y) const {
+        return x > besideHalfSides * halfX || y > besideHalfSides * halfY;
+    }
+
+    /// The formula of points beside the face. With `edgesBeside` rounding grows with the
+    /// ratio of the sides.
     constexpr Formula besideFormula() const {
         constexpr double thin = 24;
         return halfX > thin * halfY || halfY > thin * halfX ? Formula::lines : Formula::edgesBeside;

@@ -310,6 +310,30 @@ TYPED_TEST(ToleranceTest, BehindTheFaceIsThatOfTheMirroredPoint) {
     EXPECT_EQ(this->computed(Plan(request)), before);
 }
 
+TYPED_TEST(ToleranceTest, IsKeptWhereTheWholeFieldIsFarBelowTheLocalAmplitude) {
+    Request request = tolerantRequest(this->mode, {1e-2, largest});
+    request.wave.wavenumber = 2 * std::numbers::pi;
+    request.piston = {100, 100};
+    request.lattice.transform = {10, 0, 0, 30000.3, 0, 10, 0, 29000.7, 0, 0, 10, 30000, 0, 0, 0, 1};
+    request.mode = pistonfield::Mode::cpu;
+    EXPECT_NO_THROW(Plan{request});
+}
+
+TYPED_TEST(ToleranceTest, IsRefusedOrOfFiniteValuesAtAnyDistance) {
+    for (const double distance : {1e13, 1e20, 1e40, 1e155, 1e300}) {
+        Request request = tolerantRequest(this->mode, {0.2, largest});
+        request.points = PointList{{distance, 0, 0}, {0, distance, 0}, {1, 1, distance}};
+        request.lattice.sizes = {3, 1, 1};
+        try {
+            const Plan plan(request);
+            for (const auto& value : this->computed(plan))
+                EXPECT_TRUE(std::isfinite(value.real()) && std::isfinite(value.imag())) << distance;
+        } catch (const InvalidRequest& refused) {
+            EXPECT_EQ(refused.field(), "points");
+        }
+    }
+}
+
 /// The field and the reason that a request is refused with.
 std::pair<std::string, std::string> refusal(const Request& request) {
     try {

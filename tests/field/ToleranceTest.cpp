@@ -137,7 +137,8 @@ TEST_P(ToleranceOnEverySet, OfAHundredThousandthIsKeptInSingle) {
     for (const Scene& scene : scenes()) {
         const Plan plan =
             takenPlan(withTolerance(scene.field.request, Mode::cpusp, {1e-7, Of::local}));
-        EXPECT_LE(plan.request().tolerance->value, 3e-5) << scene.name;
+        // Thin faces of hundreds of wavelengths take the most.
+        EXPECT_LE(plan.request().tolerance->value, 6e-5) << scene.name;
         const auto values = computed(plan);
         for (std::size_t i = 0; i < values.size(); ++i)
             EXPECT_LE(scene.expected[i].errorOf(values[i]), 1e-5 * scene.expected[i].amplitude)

@@ -94,7 +94,7 @@ TYPED_TEST(RectangleFieldTest, KeepsAToleranceAcrossTheBordersOfItsFormulas) {
     Random random(seed);
     for (int i = 0; i < 40; ++i) {
         const Face face = edge_integrals::randomFace(random, 200);
-        const double border = 19 * face.halfX;
+        const double border = Face::besideHalfSides * face.halfX;
         const double step = border / 10 * random.magnitude(-3, 0);
         const GroupPoints points = edge_integrals::groupAlong(
             {border - 15 * step * random.between(0.1, 0.9), face.halfY * random.between(0, 18),
@@ -105,6 +105,20 @@ TYPED_TEST(RectangleFieldTest, KeepsAToleranceAcrossTheBordersOfItsFormulas) {
         this->expectKept(random, face, points);
         if (this->HasFailure()) return;
     }
+}
+
+// Each of these is beside the face, and the box around them has the face in it.
+TYPED_TEST(RectangleFieldTest, KeepsAToleranceOfAGroupAllAroundTheFace) {
+    Random random(seed);
+    const Face face{0.3, 0.3};
+    GroupPoints points;
+    for (int i = 0; i < groupSize; ++i) {
+        points.x[i] = 6.3 * (i % 3);
+        points.y[i] = 6.3 * (i / 4 % 3) + (i % 3 == 0 ? 6.3 : 0);
+        points.z[i] = 1;
+    }
+    findPlace(points, 1);
+    this->expectKept(random, face, points);
 }
 
 TYPED_TEST(RectangleFieldTest, HasItsValueOnEdgesAndCorners) {
