@@ -109,7 +109,7 @@ struct Place {
         const auto above = [k](double v) { return static_cast<float>(v * k * (1 + wider)); };
         return {
             {{below(least[0]), above(most[0])}, {below(least[1]), above(most[1])}, below(least[2])},
-            reach};
+            reach * k};
     }
 };
 
