@@ -774,9 +774,10 @@ TEST(CommandLine, AnswersForHelpAndVersion) {
     EXPECT_EQ(answer({"--version"}),
               "pistonfield-run " + run::revision() + "\n" + (device.empty() ? "" : device + "\n"));
     std::string help = answer({"--help"});
-    help.erase(std::unique(help.begin(), help.end(),
-                           [](char a, char b) { return std::isspace(a) && std::isspace(b); }),
-               help.end());
+    help.erase(
+        std::unique(help.begin(), help.end(),
+                    [](char a, char b) { return std::isspace(a) != 0 && std::isspace(b) != 0; }),
+        help.end());
     std::replace(help.begin(), help.end(), '\n', ' ');
     EXPECT_THAT(help, HasSubstr(device));
 }
@@ -816,6 +817,8 @@ TEST(Suggestion, IsTheNearestWordThatIsNotFar) {
     EXPECT_EQ(suggestion("ab", {"b"}), ", did you mean b?");
     EXPECT_EQ(suggestion("ab", {"abc"}), ", did you mean abc?");
     EXPECT_EQ(suggestion("ab", {"cd", "abcd"}), "");
+    EXPECT_EQ(suggestion("abcd", {"abef"}), "");
+    EXPECT_EQ(suggestion("abcde", {"abcfg"}), ", did you mean abcfg?");
     EXPECT_EQ(suggestion("order", {"order1", "orde12"}), ", did you mean order1?");
     EXPECT_EQ(suggestion("order", {}), "");
 }
