@@ -124,8 +124,7 @@ int Orders::orderOfAngle(const Edge& edge, float tolerance) {
     return wholeNodes(nodes);
 }
 
-Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance,
-                            float height) const {
+Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance, float height) {
     const float reach = edge.middle.most + edge.half;
     Panels panels;
     float length = reach;
@@ -145,7 +144,7 @@ Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance,
     return panels;
 }
 
-Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance, float height) const {
+Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance, float height) {
     Panels whole;
     whole.inner = edge.known->rungOf(edge.middle, height, amplitude, tolerance);
     if (height > 0.5F * edge.half || edge.middle.least > 1.5F * edge.half) return whole;

@@ -172,8 +172,8 @@ class Orders {
 
     PointOrders ofEdges(Formula formula, const Extent& extent, float tolerance) const;
     PointOrders ofLines(const Extent& extent, float tolerance) const;
-    Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height) const;
-    Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height) const;
+    static Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height);
+    static Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height);
     static int orderOf(const Integral& integral);
     static int orderOfAngle(const Edge& edge, float tolerance);
 
