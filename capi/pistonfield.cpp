@@ -3,6 +3,7 @@
 #include "capi/pistonfield.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -25,10 +26,12 @@ namespace {
 
 using namespace pistonfield;
 
-// A struct grows at its end. These are the sizes that it had at first.
+// A struct grows at its end. These are the sizes that it had at first; its size now is the only
+// other one that there was.
 constexpr std::size_t firstRequestSize = 200;
 constexpr std::size_t firstConductSize = 32;
-static_assert(sizeof(pistonfield_request) == firstRequestSize);
+static_assert(offsetof(pistonfield_request, tolerance) == firstRequestSize);
+static_assert(sizeof(pistonfield_request) == 216);
 static_assert(sizeof(pistonfield_conduct) == firstConductSize);
 
 static_assert(PISTONFIELD_CPU == static_cast<int>(Mode::cpu));
@@ -36,12 +39,15 @@ static_assert(PISTONFIELD_CPUSP == static_cast<int>(Mode::cpusp));
 static_assert(PISTONFIELD_CUDA == static_cast<int>(Mode::cuda));
 static_assert(PISTONFIELD_CUDADP == static_cast<int>(Mode::cudadp));
 
+static_assert(PISTONFIELD_LARGEST == static_cast<int>(Tolerance::Of::largest));
+static_assert(PISTONFIELD_LOCAL == static_cast<int>(Tolerance::Of::local));
+
 /// @param hint what to do about it
 /// @throws InvalidArgument unless a struct of that size is one that this library knows
 template <class T>
 void requireKnown(std::size_t size, std::size_t firstSize, const char* argument,
                   const std::string& hint = {}) {
-    if (size < firstSize || size > sizeof(T))
+    if (size != firstSize && size != sizeof(T))
         throw InvalidArgument(argument, "a size of " + std::to_string(size) +
                                             " bytes is not that of interface 1 to " +
                                             std::to_string(PISTONFIELD_INTERFACE) + hint);
@@ -88,6 +94,21 @@ Mode requiredMode(std::int32_t number) {
     return *mode;
 }
 
+Tolerance toleranceOf(const pistonfield_request& given) {
+    if (given.tolerance_of != PISTONFIELD_LARGEST && given.tolerance_of != PISTONFIELD_LOCAL)
+        throw InvalidRequest("tolerance_of",
+                             std::to_string(given.tolerance_of) + " is none of 0 to 1");
+    return {given.tolerance, static_cast<Tolerance::Of>(given.tolerance_of)};
+}
+
+void takeRule(Request& request, const pistonfield_request& given) {
+    request.rule.order = given.order;
+    // The order says how many numbers the table has, and so is checked before they are read.
+    check(request);
+    if (given.table != nullptr)
+        request.rule.table.assign(given.table, given.table + 2 * std::ptrdiff_t{given.order});
+}
+
 Request requestOf(const pistonfield_request& given) {
     Request request;
     request.piston = {.width = given.width, .height = given.height};
@@ -96,11 +117,11 @@ Request requestOf(const pistonfield_request& given) {
               request.lattice.transform.begin());
     std::copy(std::begin(given.sizes), std::end(given.sizes), request.lattice.sizes.begin());
     request.mode = requiredMode(given.mode);
-    request.rule.order = given.order;
-    // The order says how many numbers the table has, and so is checked before they are read.
-    check(request);
-    if (given.table != nullptr)
-        request.rule.table.assign(given.table, given.table + 2 * std::ptrdiff_t{given.order});
+    request.behind = given.behind != 0;
+    if (given.tolerance != 0)
+        request.tolerance = toleranceOf(given);
+    else
+        takeRule(request, given);
     return request;
 }
 
@@ -256,6 +277,18 @@ pistonfield_status pistonfield_plan_cost(const pistonfield_plan* plan, const pis
     return outcomeOf(message, [&] {
         const Cost taken = required(plan, "plan").plan.cost(boxOf(box));
         required(cost, "cost") = {taken.evaluations, taken.memory, taken.deviceMemory};
+    });
+}
+
+pistonfield_status pistonfield_plan_accuracy(const pistonfield_plan* plan,
+                                             pistonfield_accuracy* accuracy,
+                                             pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] {
+        const Plan& asked = required(plan, "plan").plan;
+        requireGiven(accuracy, "accuracy");
+        const std::optional<Accuracy> measured = asked.accuracy();
+        if (!measured) throw InvalidArgument("plan", "its request has no tolerance");
+        *accuracy = {measured->bound, measured->error, measured->evaluations, measured->points};
     });
 }
 

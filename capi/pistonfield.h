@@ -14,7 +14,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 1
+#define PISTONFIELD_INTERFACE 2
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -55,6 +55,13 @@ typedef enum pistonfield_mode {
     PISTONFIELD_CUDADP = 3,  ///< a GPU in double precision, with roots, sines and cosines in single
 } pistonfield_mode;
 
+/// What the error of a value is relative to.
+typedef enum pistonfield_tolerance_of {
+    PISTONFIELD_LARGEST = 0,  ///< the largest |p| at the request's points
+    PISTONFIELD_LOCAL = 1,    ///< at each point k*A/(2*pi*R), of the face's area A and the distance
+                              ///< R of its centre, or sqrt(A)/4 where that is more; and at most 1
+} pistonfield_tolerance_of;
+
 /// The number of modes: they are numbered from 0 on.
 int32_t pistonfield_mode_count(void) PISTONFIELD_NOEXCEPT;
 
@@ -78,7 +85,8 @@ int64_t pistonfield_mode_most_points_in_a_row(int32_t mode) PISTONFIELD_NOEXCEPT
 int32_t pistonfield_most_threads(void) PISTONFIELD_NOEXCEPT;
 
 /// The field that is asked for, in any one unit of length in which no side is below 1e-7, at z >=
-/// 0: values behind the piston mean nothing. `pistonfield_request_init` comes first.
+/// 0: values behind the piston mean nothing, or are refused with a tolerance.
+/// `pistonfield_request_init` comes first.
 ///
 /// The piston lies in the plane z = 0, centred on the origin, in an infinite rigid baffle. Its
 /// field at a point is p = k/(2pi) * integral over the piston of exp(-j*k*R)/R dS, without unit,
@@ -97,6 +105,14 @@ typedef struct pistonfield_request {
     /// `order` pairs of abscissa and weight on [-1, 1], which have to be symmetric about 0 in the
     /// modes of a GPU: these take the first half; null: Gauss-Legendre
     const double* table;
+    /// The largest error of a value, above 0 and below 1; 0: none. The number of nodes then follows
+    /// from a bound, point by point: `order` and `table` mean nothing, and the mode, which is one
+    /// of the processor, says the precision alone. Since interface 2, as what follows.
+    double tolerance;
+    int32_t tolerance_of;  ///< a `pistonfield_tolerance_of`
+    /// With a tolerance, points behind the piston are refused where this is 0. Otherwise their
+    /// value is the integral's, which is that of the point mirrored in the piston's plane.
+    int32_t behind;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -161,6 +177,21 @@ void pistonfield_plan_destroy(pistonfield_plan* plan) PISTONFIELD_NOEXCEPT;
 pistonfield_status pistonfield_plan_cost(const pistonfield_plan* plan, const pistonfield_box* box,
                                          pistonfield_cost* cost,
                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// How exact the values of a plan with a tolerance are, relative to what the tolerance is relative
+/// to, and what they take.
+typedef struct pistonfield_accuracy {
+    double bound;        ///< no value is further off than this: nodes and rounding
+    double error;        ///< the largest error that was measured
+    double evaluations;  ///< of the integrand at a point, on average where the error was measured
+    int64_t points;      ///< at which it was measured
+} pistonfield_accuracy;
+
+/// Measures how exact the values are, at some hundred points of the lattice against a finer
+/// evaluation in double precision. A plan whose request has no tolerance is an invalid argument.
+pistonfield_status pistonfield_plan_accuracy(const pistonfield_plan* plan,
+                                             pistonfield_accuracy* accuracy,
+                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// Computes the field at the points of a box: value i goes to re[i * stride] and im[i * stride].
 /// Values of a mode in single precision are widened.

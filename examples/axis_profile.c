@@ -22,7 +22,7 @@ static pistonfield_status computeField(double complex* field, pistonfield_messag
     request.width = 7.5e-3;  // m, along x
     request.height = 5e-3;   // m, along y
     request.wavenumber = 2 * pi * frequency / soundSpeed;
-    request.order = 32;  // abscissas of each edge integral
+    request.tolerance = 1e-6;  // of the largest |p|
     request.sizes[0] = request.sizes[1] = 1;
     request.sizes[2] = points;
     // Point iz lies at (0, 0, (iz + 1) * step).

@@ -24,7 +24,7 @@ grid = pistonfield_grid(x, 0, z);
 
 tic;
 p = pistonfield_pressure(piston, grid, 'frequency', frequency, 'speed', soundSpeed, ...
-                         'density', density, 'velocity', velocity, 'order', 32);
+                         'density', density, 'velocity', velocity, 'tolerance', 1e-6);
 seconds = toc;
 
 [largest, at] = max(abs(p(:)));

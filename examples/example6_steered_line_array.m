@@ -32,7 +32,7 @@ for i = 1:count
   delay = positions(i) * sind(steering) / speed;
   p = p + exp(-2i * pi * frequency * delay) * ...
           pistonfield_pressure(element, grid, 'frequency', frequency, 'speed', speed, ...
-                               'velocity', 0.1, 'order', 12);
+                               'velocity', 0.1);
 end
 
 % In the far field the element's sinc times the sum over the elements' phases. Grating lobes stand

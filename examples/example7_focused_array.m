@@ -35,7 +35,7 @@ for i = 1:numel(cx)
   for j = 1:2
     fields{j} = fields{j} + phase * ...
                 pistonfield_pressure(element, grids{j}, 'frequency', frequency, 'speed', speed, ...
-                                     'velocity', 0.1, 'order', 8);
+                                     'velocity', 0.1);
   end
 end
 

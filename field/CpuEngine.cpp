@@ -37,6 +37,7 @@ class CpuEngine : public Engine<T> {
                std::min(count, usableCores());
     }
 
+    double evaluationsOfAPoint() const override { return 4.0 * rule.order; }
     std::int64_t largestPiece() const noexcept override { return 1 << 30; }
     std::int64_t memoryOfAPoint() const noexcept override { return 0; }
     std::int64_t deviceMemoryOfAPoint() const noexcept override { return 0; }

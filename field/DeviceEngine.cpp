@@ -66,6 +66,7 @@ class DeviceEngine : public Engine<T> {
         constexpr std::int64_t evaluations = 1 << 26;
         return std::clamp<std::int64_t>(evaluations / (4 * rule.order), 1, largestPiece());
     }
+    double evaluationsOfAPoint() const override { return 4.0 * rule.order; }
     std::int64_t largestPiece() const noexcept override { return 1 << 20; }
     std::int64_t memoryOfAPoint() const noexcept override { return sizeof(Pair); }
     std::int64_t deviceMemoryOfAPoint() const noexcept override { return sizeof(Pair); }

@@ -25,6 +25,9 @@ class Engine {
     /// The most points of a box that fills worth watching take: about a twentieth of a second.
     virtual std::int64_t pieceToWatch(unsigned threads) const = 0;
 
+    /// Evaluations of the integrand at a point, at least or on average.
+    virtual double evaluationsOfAPoint() const = 0;
+
     /// The most points of a box at all.
     virtual std::int64_t largestPiece() const noexcept = 0;
 

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "field/Engine.h"
+#include "field/ToleranceEngine.h"
 #include "field/pieces.h"
 
 namespace pistonfield {
@@ -23,6 +24,7 @@ using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
 EnginePointer<T> engineIn(const Request& request) {
+    if (request.tolerance) return makeToleranceEngine<T>(request);
     return isOnGpu(request.mode) ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
@@ -107,10 +109,19 @@ Cost Plan::cost(const LatticeBox& box) const {
     require(box);
     return std::visit(
         [&](const auto& engine) {
-            constexpr double edges = 4;
             const std::int64_t piece = std::min(box.points(), engine->largestPiece());
-            return Cost{edges * parts->request.rule.order * static_cast<double>(box.points()),
+            return Cost{engine->evaluationsOfAPoint() * static_cast<double>(box.points()),
                         piece * engine->memoryOfAPoint(), piece * engine->deviceMemoryOfAPoint()};
+        },
+        parts->engine);
+}
+
+std::optional<Accuracy> Plan::accuracy() const {
+    return std::visit(
+        []<class T>(const EnginePointer<T>& engine) -> std::optional<Accuracy> {
+            const auto* const tolerant = dynamic_cast<const ToleranceEngine<T>*>(engine.get());
+            if (tolerant == nullptr) return std::nullopt;
+            return tolerant->accuracy();
         },
         parts->engine);
 }

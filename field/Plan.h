@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <stop_token>
 
@@ -63,6 +64,15 @@ struct Cost {
     std::int64_t deviceMemory;  ///< bytes on the device
 };
 
+/// How exact the values of a plan with a tolerance are, relative to what the tolerance is relative
+/// to, and what they take.
+struct Accuracy {
+    double bound;         ///< no value is further off than this: nodes and rounding
+    double error;         ///< the largest error that was measured
+    double evaluations;   ///< of the integrand at a point, on average where the error was measured
+    std::int64_t points;  ///< at which it was measured
+};
+
 /// Computes the field of a request, box by box.
 ///
 /// A point's bits depend neither on the box that it is in nor on the threads nor on the caller. A
@@ -90,6 +100,10 @@ class Plan {
     /// 16 MB more of the process's memory.
     /// @throws std::out_of_range
     Cost cost(const LatticeBox& box) const;
+
+    /// Measures how exact the values are, at some hundred points of the lattice against a finer
+    /// evaluation in double precision; none where the request has no tolerance.
+    std::optional<Accuracy> accuracy() const;
 
     /// Computes the field at the points of a box, in grid point order. The values are those of the
     /// mode's precision, converted where T is the other one.

@@ -133,6 +133,27 @@ void checkRule(const Rule& rule, Mode mode) {
                              std::string("must be symmetric about 0 in the mode ") + nameOf(mode));
 }
 
+void checkTolerance(const Request& request) {
+    const double value = request.tolerance->value;
+    if (!(value > 0 && value < 1)) throw InvalidRequest("tolerance", "must be above 0 and below 1");
+    if (isOnGpu(request.mode))
+        throw InvalidRequest(
+            "tolerance",
+            std::string("the modes that keep one are cpu and cpusp, not ") + nameOf(request.mode));
+}
+
+void checkPoints(const Request& request) {
+    const auto& [x, y, z] = *request.points;
+    if (!request.tolerance) throw InvalidRequest("points", "a list takes a tolerance");
+    if (x.size() != y.size() || x.size() != z.size())
+        throw InvalidRequest("points", "the three arrays must be of the same length");
+    if (request.lattice.sizes !=
+        std::array{static_cast<std::int64_t>(x.size()), std::int64_t{1}, std::int64_t{1}})
+        throw InvalidRequest("sizes", "those of a list of points are their number, 1 and 1");
+    if (!finite(x) || !finite(y) || !finite(z))
+        throw InvalidRequest("points", "every number must be finite");
+}
+
 }  // namespace
 
 Mode modeCalled(const std::string& name) {
@@ -143,12 +164,18 @@ Mode modeCalled(const std::string& name) {
 }
 
 void check(const Request& request) {
-    checkTransform(request.lattice.transform, request.mode);
+    if (request.points)
+        checkPoints(request);
+    else
+        checkTransform(request.lattice.transform, request.mode);
     checkSide("height", request.piston.height, request.mode);
     checkSide("width", request.piston.width, request.mode);
     checkWavenumber(request.wave.wavenumber, request.mode);
     checkSizes(request);
-    checkRule(request.rule, request.mode);
+    if (request.tolerance)
+        checkTolerance(request);
+    else
+        checkRule(request.rule, request.mode);
 }
 
 }  // namespace pistonfield

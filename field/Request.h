@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -40,6 +41,13 @@ struct Lattice {
     bool operator==(const Lattice&) const = default;
 };
 
+/// Any points in the piston's frame, as three arrays of the same length.
+struct PointList {
+    std::vector<double> x, y, z;
+
+    bool operator==(const PointList&) const = default;
+};
+
 /// The quadrature rule of each edge integral: Gauss-Legendre, or one of the caller's own, which is
 /// symmetric about 0 in the modes of a GPU: these take its first half.
 struct Rule {
@@ -47,6 +55,24 @@ struct Rule {
     std::vector<double> table;  ///< `order` (abscissa, weight) pairs on [-1, 1], or none
 
     bool operator==(const Rule&) const = default;
+};
+
+/// How exact the values are to be. The number of nodes then follows from a bound, edge by edge and
+/// point by point, and the request's rule means nothing.
+struct Tolerance {
+    /// What the error of a value is relative to.
+    enum class Of {
+        largest,  ///< the largest |p| at the request's points
+        local     ///< at each point k*A/(2*pi*R), of the face's area A and the distance R of its
+                  ///< centre, or sqrt(A)/4 where that is more; and at most 1. That is what |p| is
+                  ///< far away on the axis, and about its largest value near a face that is not
+                  ///< thin.
+    };
+
+    double value = 1e-4;  ///< the largest error, above 0 and below 1
+    Of of = Of::largest;
+
+    bool operator==(const Tolerance&) const = default;
 };
 
 /// The field that is asked for: plain values, in any one unit of length in which no side of the
@@ -60,6 +86,14 @@ struct Request {
     Lattice lattice;
     Rule rule;
     Mode mode = Mode::cpu;
+    /// Instead of the rule: the mode then says the precision, and is one of the CPU.
+    std::optional<Tolerance> tolerance;
+    /// Instead of the lattice, with a tolerance: its sizes are then the number of points, 1 and 1,
+    /// and its transform means nothing.
+    std::optional<PointList> points;
+    /// Whether points behind the piston are asked for, with a tolerance: their value is the
+    /// integral's, which is that of the point mirrored in the piston's plane.
+    bool behind = false;
 
     /// Whether arithmetic and values are in single precision.
     bool inSingle() const noexcept { return isInSingle(mode); }
@@ -73,7 +107,8 @@ struct Request {
 /// What of a request there is no field for: its text is "<field>: <reason>".
 class InvalidRequest : public std::runtime_error {
   public:
-    /// @param field  transform, sizes, width, height, wavenumber, mode, order or table
+    /// @param field  transform, sizes, width, height, wavenumber, mode, order, table, tolerance or
+    ///     points
     /// @param reason what is wrong with it
     InvalidRequest(const std::string& field, const std::string& reason)
         : std::runtime_error(field + ": " + reason), name(field), why(reason) {}

@@ -16,6 +16,9 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   %
   %   A tolerance that the mode cannot keep is refused, with the mode that can.
   %
+  %   This is for the module's modes: pistonfield_pressure finds the order so where a mode is named.
+  %   Without one the tolerance engine keeps the tolerance, which has no order.
+  %
   % USAGE
   %   order = pistonfield_order(piston, grid, 'frequency', f)
   %   [order, estimate] = pistonfield_order(piston, grid, 'frequency', f, name, value, ...)
@@ -29,7 +32,7 @@ function [order, estimate] = pistonfield_order(piston, grid, varargin)
   % OPTIONAL INPUTS (names and values)
   %   'tolerance'  - the largest error, relative to the largest |p| on the grid; default 1e-4
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
-  %   'mode'       - what computes, as for pistonfield_pressure; default 'cpu'
+  %   'mode'       - the mode that computes, as for pistonfield_pressure; default 'cpu'
   %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
   %   serves both functions.
   %
@@ -67,9 +70,10 @@ end
 function options = read_order_options(caller, given)
   used = struct('frequency', [], 'tolerance', 1e-4, 'speed', 1482);
   defaults = used;
-  defaults.mode = 'cpu';
+  defaults.mode = [];
   % Of a call of pistonfield_pressure, without a bearing on the order.
-  for name = {'density', 'velocity', 'power', 'order', 'memory', 'threads', 'progress'}
+  for name = {'density', 'velocity', 'power', 'relative', 'precision', 'device', 'behind', ...
+              'order', 'memory', 'threads', 'progress'}
     defaults.(name{1}) = [];
   end
   options = read_options(caller, defaults, given);
@@ -79,6 +83,9 @@ function options = read_order_options(caller, given)
   end
   options = require_positive_options(caller, options, fieldnames(used));
   require(options.tolerance < 1, caller, 'tolerance', 'tolerance must be below 1');
+  if isempty(options.mode)
+    options.mode = 'cpu';
+  end
   require_mode(caller, options.mode);
 end
 
@@ -171,6 +178,9 @@ end
 %! [~, info] = pistonfield_pressure(piston, grid, options{:});
 %! assert(order == info.order && estimate == info.estimate);
 %! assert(pistonfield_order(piston, grid, water{:}, 'velocity', 2, 'order', 3), ...
+%!        pistonfield_order(piston, grid, water{:}));
+%! assert(pistonfield_order(piston, grid, water{:}, 'precision', 'single', 'relative', 'local', ...
+%!                          'device', 'cpu', 'behind', false), ...
 %!        pistonfield_order(piston, grid, water{:}));
 
 %!error <the mode cuda leaves an error of about .*, more than the tolerance 1e-09; the mode cpu keeps>

@@ -13,6 +13,10 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   with omega = 2*pi*frequency, k = omega / c and R the distance to the surface element. The
   %   pressure at the time t is real(p * exp(1i*omega*t)).
   %
+  %   The tolerance engine computes: it takes as many evaluations for each point as a tolerance needs,
+  %   by a bound of the error, near the face and far away. With 'mode' or 'order' the sums of one
+  %   order compute, as the module's do.
+  %
   %   Long fields are computed in slabs of about a second, so that they show how far they are, can be
   %   interrupted by Ctrl-C and stay within a memory limit. The values are those of one call, bit for
   %   bit. Nothing is printed but the progress.
@@ -28,8 +32,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    center       optional: the piston's centre [m], 3-vector; default 0, 0, 0
   %                    orientation  optional: 3 by 3 rotation matrix whose columns are the piston's
   %                                 x, its y and its normal; default eye(3)
-  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston. In
-  %                  'cpusp' and 'cuda' at most 2^24 in a row
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
+  %                  with 'behind'. In single precision at most 2^24 in a row
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
@@ -39,19 +43,32 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'power'      - instead of the velocity: the radiated acoustic power, a period's mean [W]. It is
   %                  R * u0^2 / 2 with the piston's radiation resistance R, integrated numerically
   %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
-  %   'mode'       - what computes: 'cpu' (default), 'cpudp', 'cpusp', 'cuda' or 'cudadp'. Far from
-  %                  a piston of few wavelengths only 'cpu' and 'cpudp' are accurate.
-  %   'tolerance'  - the largest error, from a finite order and from rounding in the mode, relative
-  %                  to the largest |p| on the grid; default 1e-4. pistonfield_order finds the
-  %                  order. A tolerance that the mode cannot keep is refused. If it is the default
-  %                  one, there is a warning (pistonfield:rounding), and info.estimate tells the
-  %                  error.
+  %   'tolerance'  - the largest error, above 0 and below 1; default 1e-4. It is kept for pistons
+  %                  with sides of 1e-5 to 2000 wavelengths, and others are refused
+  %   'relative'   - what the error of a value is relative to: 'largest' (default), the largest |p|
+  %                  on the grid, or 'local', what |p| is on the axis at the point's distance R
+  %                  from the piston's centre: far away that of a point source of the same strength,
+  %                  omega*rho*u0*A / (2*pi*R) with the piston's area A. R is taken for at least
+  %                  sqrt(A)/4, and it is at most rho*c*u0.
+  %   'precision'  - of the arithmetic: 'double' (default) or 'single', which keeps tolerances down
+  %                  to about 1e-5 on most grids and refuses others
+  %   'device'     - 'cpu' (default), what computes. 'gpu' is refused: no tolerance is kept there
+  %   'behind'     - true: points behind the piston are asked for. They have the pressure of the
+  %                  points mirrored in its plane, which is that of the integral. Default false: a
+  %                  grid that reaches there is refused
+  %   'mode'       - instead of these four: the module's mode that computes, with one order on the
+  %                  whole grid: 'cpu', 'cpudp', 'cpusp', 'cuda' or 'cudadp'; 'cpu' where there is an
+  %                  order alone. pistonfield_order finds the order for the tolerance, which counts
+  %                  rounding in the mode. One that the mode cannot keep is refused; if it is the
+  %                  default one, there is a warning (pistonfield:rounding), and info.estimate tells
+  %                  the error. Far from a piston of few wavelengths only 'cpu' and 'cpudp' are
+  %                  accurate.
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge,
   %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 56 for each
-  %                  of a slab; default Inf. Apart from that go a few MB for finding the order and
-  %                  for what each call takes.
+  %                  of a slab; default Inf. Apart from that go a few MB for preparations and for
+  %                  what each call takes.
   %   'threads'    - the most threads to compute with; by default as the environment variable
   %                  PISTONFIELD_THREADS says, or one for each core that the process may use.
   %                  Values do not depend on it. No GPU has part in it
@@ -61,18 +78,28 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   % OUTPUTS
   %   p            - complex pressure amplitude [Pa], an array of the grid's sizes
   %   info         - struct with the fields
-  %                    order       the order that was used
-  %                    estimate    estimate of the error, from a finite order and from rounding,
-  %                                relative to the largest |p|; NaN where the order was given
+  %                    engine      'tolerance engine, double precision', or single; '' with a mode
+  %                                or an order
+  %                    tolerance   that the engine kept
+  %                    bound       no value is further off than this, relative to what the tolerance
+  %                                is relative to
+  %                    error       the largest error that was measured, at some hundred points
+  %                                against a finer evaluation, in the same way
+  %                    evaluations of the edges' integrand, at a point on average
+  %                    order       the order that was used; NaN with the engine
+  %                    estimate    with the engine the error again; in a mode an estimate of the
+  %                                error, from a finite order and from rounding, relative to the
+  %                                largest |p|; NaN where the order was given
   %                    wavenumber  2*pi*frequency / speed [rad/m]
   %                    velocity    u0 [m/s]
   %                    power       the radiated power [W]
   %                    slabs       the number of slabs
-  %                    moved       the number of points exactly over a corner of the piston, where
-  %                                the edge integrals have no value; each was computed beside the
-  %                                corner, nearer to the axis by 1e-12 of its distance (1e-6 in
-  %                                'cuda' and 'cpusp')
+  %                    moved       the number of points exactly over a corner of the piston that
+  %                                were computed beside it, as in a mode the edge integrals have no
+  %                                value there: nearer to the axis by 1e-12 of its distance (1e-6 in
+  %                                'cuda' and 'cpusp'). 0 with the engine
   %                    seconds     the time it took [s]
+  %                  Of a mode, tolerance, bound, error and evaluations are NaN.
   %
   % EXAMPLES
   %   % A piston of 7.5 mm by 5 mm that radiates 1 W at 1 MHz into water, in the plane y = 0.
@@ -100,22 +127,46 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   piston = read_piston(caller, piston);
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin, struct());
-  require_rows(caller, grid.sizes, options.mode);
-  place = place_before(caller, piston, grid);
+  require_rows(caller, grid.sizes, options.mode, options.arithmetic);
+  place = place_before(caller, piston, grid, options.behind);
   require_memory(caller, grid.sizes, options.memory);
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);
-  [order, estimate] = choose_order(caller, place, grid.sizes, piston, k, options);
-
   unit = 1i * options.density * options.speed * velocity;
-  field = @(place, sizes, varargin) unit * module_field(place, sizes, piston, k, options.mode, ...
-                                                        order, options.threads, varargin{:});
-  [p, slabs, moved] = by_slabs(field, place, grid.sizes, options.mode, ...
-                               points_of_slab(grid.sizes, options.memory), points_to_begin(order), ...
+  info = field_accuracy(caller, place, grid.sizes, piston, k, options);
+  if options.byMode
+    field = @(place, sizes, varargin) unit * module_field(place, sizes, piston, k, options.mode, ...
+                                                          info.order, options.threads, varargin{:});
+    box = @(first, count) mode_box(field, place, grid.sizes, options.mode, first, count);
+    evaluations = 4 * info.order;
+  else
+    box = @(first, count) engine_box(unit, place, grid.sizes, piston, k, options, first, count);
+    evaluations = info.evaluations;
+  end
+  [p, slabs, moved] = by_slabs(box, grid.sizes, points_of_slab(grid.sizes, options.memory), ...
+                               points_to_begin(evaluations), ...
                                start_progress(caller, options.progress));
-  info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
-                'power', power, 'slabs', slabs, 'moved', moved, 'seconds', toc(start));
+  info.wavenumber = k;
+  info.velocity = velocity;
+  info.power = power;
+  info.slabs = slabs;
+  info.moved = moved;
+  info.seconds = toc(start);
+end
+
+% What the tolerance engine computes of a box, in Pa.
+function [values, moved] = engine_box(unit, place, sizes, piston, k, options, first, count)
+  values = unit * engine_field(place, sizes, piston, k, options, first, count);
+  moved = 0;
+end
+
+% What a mode computes of a box, where the points over a corner have to be moved.
+function [values, moved] = mode_box(field, place, sizes, mode, first, count)
+  values = field(place, sizes, first, count);
+  [lost, found] = corner_values(values, first, field, place, mode);
+  values(lost) = found;
+  moved = numel(lost);
 end
 
 % Bytes for the whole field, and for each point of a slab: what the module computes with, its result,
@@ -139,20 +190,20 @@ function most = points_of_slab(sizes, memory)
 end
 
 % The points of a first slab: 0.1 s on one core.
-function points = points_to_begin(order)
-  points = ceil(2.5e7 / order);
+function points = points_to_begin(evaluations)
+  points = ceil(1e8 / evaluations);
 end
 
 % In slabs of a second, beside what each call takes, so that progress is shown and Ctrl-C is heeded at
 % least that often.
-function [p, slabs, moved] = by_slabs(field, place, sizes, mode, most, points, progress)
+function [p, slabs, moved] = by_slabs(box, sizes, most, points, progress)
   total = prod(sizes);
   if total <= min(most, points)
-    [p, moved] = slab_of(field, place, sizes, mode, [0 0 0], sizes);
+    [p, moved] = box([0 0 0], sizes);
     slabs = 1;
     return
   end
-  call = time_of(@() field(place, sizes, [0 0 0], [1 1 1]));
+  call = time_of(@() box([0 0 0], [1 1 1]));
   % complex(zeros(sizes)) would hold 24 bytes a point for a while.
   p = 1i;
   p(sizes(1), sizes(2), sizes(3)) = 0;
@@ -164,7 +215,7 @@ function [p, slabs, moved] = by_slabs(field, place, sizes, mode, most, points, p
     start = tic();
     wanted = max(1, min(most, points));
     [first, count] = next_slab(sizes, done, wanted);
-    [slab, beside] = slab_of(field, place, sizes, mode, first, count);
+    [slab, beside] = box(first, count);
     n = prod(count);
     if n > wanted / 2  % what is left of a layer or a row tells little
       seconds = max(toc(start) - call, call / 4);  % the difference of two times is not exact
@@ -176,13 +227,6 @@ function [p, slabs, moved] = by_slabs(field, place, sizes, mode, most, points, p
     moved = moved + beside;
     progress = show_progress(progress, done / total);
   end
-end
-
-function [slab, moved] = slab_of(field, place, sizes, mode, first, count)
-  slab = field(place, sizes, first, count);
-  [lost, values] = corner_values(slab, first, field, place, mode);
-  slab(lost) = values;
-  moved = numel(lost);
 end
 
 function seconds = time_of(work)
@@ -243,10 +287,91 @@ end
 %! assert(p, 1i * 2 * pi * 1e6 * 998 * 6e-6 / (2 * pi * z) * exp(-1i * k * z), 5e-5 * abs(p));
 
 %!test % at low frequencies the pressure amid the face is that of an inert layer of fluid:
-%! % j*omega*rho*u0/(2 pi) times the potential of the rectangle, 2*(a*asinh(b/a) + b*asinh(a/b))
-%! p = pistonfield_pressure(piston, pistonfield_grid(0, 0, 0), 'frequency', 1, 'tolerance', 1e-9);
-%! wanted = 1i * 998 * 2 * (3e-3 * asinh(2 / 3) + 2e-3 * asinh(3 / 2));
-%! assert(p, wanted, 1e-5 * abs(wanted));
+%! % j*omega*rho*u0/(2 pi) times the potential of the rectangle, 2*(a*asinh(b/a) + b*asinh(a/b)),
+%! % less j*k times its area. The first term neglected is (k*a)^2, 2e-8.
+%! p = pistonfield_pressure(piston, pistonfield_grid(0, 0, 0), 'frequency', 10, 'tolerance', 1e-9);
+%! potential = 2 * (3e-3 * asinh(2 / 3) + 2e-3 * asinh(3 / 2));
+%! wanted = 10i * 998 * (potential - 1i * 2 * pi * 10 / 1482 * 6e-6);
+%! assert(p, wanted, 1e-7 * abs(wanted));
+
+%!function error = error_of(p, piston, grid, relative)
+%!  % The largest error in water at 1 MHz, at some of the points.
+%!  [x, y, z] = pistonfield_grid(grid, 'positions');
+%!  some = round(linspace(1, numel(x), 7));
+%!  at = [x(some)(:), y(some)(:), z(some)(:)].';
+%!  wanted = rayleigh(at, piston.width, piston.height, 2 * pi * 1e6, 998, 1482, 1);
+%!  scale = max(abs(p(:)));
+%!  if strcmp(relative, 'local')
+%!    area = piston.width * piston.height;
+%!    scale = min(998 * 1482, 1e6 * 998 * area ./ max(sqrt(sum(at .^ 2, 1)), sqrt(area) / 4));
+%!  end
+%!  error = max(abs(p(some)(:).' - wanted) ./ scale);
+%!endfunction
+
+%!test % a tolerance is kept, relative to the largest |p| or to that of a point source
+%! near = pistonfield_grid((-2:2) * 1e-3, (0:2) * 0.5e-3, (0:3) * 0.4e-3);
+%! away = pistonfield_grid((-3:3) * 20e-3, 1e-3, (1:4) * 50e-3);
+%! for points = {near, away}
+%!   for relative = {'largest', 'local'}
+%!     for tolerance = [1e-2 1e-4 1e-8]
+%!       [p, info] = pistonfield_pressure(piston, points{1}, 'frequency', 1e6, ...
+%!                                        'tolerance', tolerance, 'relative', relative{1});
+%!       assert(size(p), points{1}.sizes);
+%!       assert(error_of(p, piston, points{1}, relative{1}) <= info.bound + 1e-9);
+%!       assert(info.error <= info.bound && info.bound <= tolerance);
+%!     end
+%!     [p, info] = pistonfield_pressure(piston, points{1}, 'frequency', 1e6, 'relative', ...
+%!                                      relative{1}, 'precision', 'single');
+%!     assert(error_of(p, piston, points{1}, relative{1}) <= info.bound + 1e-9);
+%!     assert(info.error <= info.bound && info.bound <= 1e-4);
+%!   end
+%! end
+
+%!test % without options the tolerance engine keeps 1e-4 of the largest |p| in double precision
+%! [p, info] = call();
+%! assert(isequal(p, call('tolerance', 1e-4, 'relative', 'largest', 'precision', 'double', ...
+%!                        'device', 'cpu', 'behind', false)));
+%! assert(info.engine, 'tolerance engine, double precision');
+%! assert(info.tolerance, 1e-4);
+%! assert(isnan(info.order));
+%! assert(info.estimate, info.error);
+%! assert(info.evaluations >= 4);
+%! assert(info.moved, 0);
+%! [~, info] = call('precision', 'single', 'tolerance', 1e-3);
+%! assert(info.engine, 'tolerance engine, single precision');
+%! assert(info.tolerance, 1e-3);
+
+%!test % a smaller tolerance takes more evaluations
+%! [~, rough] = call('tolerance', 1e-2);
+%! [~, fine] = call('tolerance', 1e-8);
+%! assert(rough.evaluations < fine.evaluations);
+
+%!test % far from a small piston single precision keeps its digits, unlike the mode 'cpusp'
+%! wavelength = 1482 / 1e6;
+%! small = struct('width', wavelength / 2, 'height', wavelength / 2);
+%! plane = pistonfield_grid((-6:6) * wavelength / 8, 0, 1000 * wavelength);
+%! field = @(varargin) pistonfield_pressure(small, plane, 'frequency', 1e6, varargin{:});
+%! error_of_field = @(p) error_of(p, small, plane, 'local');
+%! assert(error_of_field(field('mode', 'cpusp', 'order', 16)) > 0.1);
+%! assert(error_of_field(field('precision', 'single', 'relative', 'local')) <= 1e-4);
+%! assert(error_of_field(field('relative', 'local', 'tolerance', 1e-8)) <= 1.1e-8);
+
+%!test % with a mode or an order nothing is told of the engine
+%! for options = {{'mode', 'cpu'}, {'order', 20}, {'mode', 'cpusp', 'tolerance', 1e-3}}
+%!   [~, info] = call(options{1}{:});
+%!   assert(info.engine, '');
+%!   assert([info.tolerance, info.bound, info.error, info.evaluations], NaN(1, 4));
+%!   assert(info.order > 1);
+%! end
+%! [p, info] = call('mode', 'cpu');
+%! assert(isequal(p, call('order', info.order)));
+
+%!test % points behind the piston have the value of those mirrored in its plane
+%! z = (1:3) * 1e-3;
+%! p = pistonfield_pressure(piston, pistonfield_grid(1e-3, 0, z), 'frequency', 1e6);
+%! q = pistonfield_pressure(piston, pistonfield_grid(1e-3, 0, -z), 'frequency', 1e6, ...
+%!                          'behind', true);
+%! assert(q, p, 1e-4 * max(abs(p(:))));
 
 %!test % it is the module's value times j*rho*c*u0 in every mode, bit for bit, turned grids and all
 %! state = warning('off', 'pistonfield:rounding');
@@ -263,11 +388,16 @@ end
 %!   end
 %! end
 
-%!function check_slabs(piston, grid, mode)
+%!function check_slabs(piston, grid, varargin)
+%!  % By the mode, or by what else there is among the options.
+%!  options = varargin;
+%!  if numel(options) == 1
+%!    options = {'mode', options{1}, 'order', 12};
+%!  end
 %!  state = warning('off', 'pistonfield:rounding');
 %!  restore = onCleanup(@() warning(state));
-%!  field = @(memory) pistonfield_pressure(piston, grid, 'frequency', 1e6, 'order', 12, ...
-%!                                         'mode', mode, 'memory', memory);
+%!  field = @(memory) pistonfield_pressure(piston, grid, 'frequency', 1e6, options{:}, ...
+%!                                         'memory', memory);
 %!  [whole, info] = field(Inf);
 %!  assert(info.slabs, 1);
 %!  points = prod(grid.sizes);
@@ -276,7 +406,7 @@ end
 %!  for most = [2 * layer, layer, 3 * row, max(row - 1, 1), 1] % points of a slab
 %!    [p, info] = field(16 * points + 56 * most);
 %!    assert(info.slabs >= points / most, '%d slabs', info.slabs);
-%!    assert(isequal(p, whole), 'mode %s, %d slabs: off by %g', mode, info.slabs, ...
+%!    assert(isequal(p, whole), '%s, %d slabs: off by %g', options{2}, info.slabs, ...
 %!           max(abs(p(:) - whole(:))));
 %!  end
 %!endfunction
@@ -291,6 +421,12 @@ end
 %!     check_slabs(piston, points{i}, mode{1});
 %!   end
 %! end
+%! for precision = {'double', 'single'}
+%!   for i = 1:3
+%!     check_slabs(piston, points{i}, 'precision', precision{1});
+%!     check_slabs(piston, points{i}, 'precision', precision{1}, 'relative', 'local');
+%!   end
+%! end
 
 %!test % that holds for a piston elsewhere, and for one turned by a right angle
 %! points = pistonfield_grid((-2:3) / 3000, (-3:3) / 3000, 0.1 + (0:4) / 3000);
@@ -300,12 +436,14 @@ end
 %! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
 %!   check_slabs(turned, points, mode{1});
 %! end
+%! check_slabs(turned, points, 'tolerance', 1e-6);
 
 %!test % and for grids that are turned and sheared
 %! points = pistonfield_grid([-1 -2 3] * 1e-3, [9 1 2; -1 8 3; 2 -3 7] / 30000, [7 6 5]);
 %! for mode = {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'}
 %!   check_slabs(piston, points, mode{1});
 %! end
+%! check_slabs(piston, points, 'tolerance', 1e-6);
 
 %!test % slabs whose size follows from the time that they take have these values, too
 %! points = {pistonfield_grid((1:3) * 1e-3, (1:100) * 1e-4, 1e-3 + (1:200) * 1e-4), ...
@@ -324,6 +462,15 @@ end
 %!   assert(isequal(p, 1i * 998 * 1482 * q));
 %! end
 
+%!test % those of the tolerance engine have those of one point alone
+%! points = pistonfield_grid((1:300) * 1e-4, (1:100) * 1e-4, 1e-3 + (1:200) * 1e-4);
+%! options = {'frequency', 1e6, 'tolerance', 1e-6, 'progress', 'none'};
+%! [p, info] = pistonfield_pressure(piston, points, options{:});
+%! assert(info.slabs >= 2 && info.slabs <= 50, '%d slabs', info.slabs);
+%! again = pistonfield_pressure(piston, points, options{:}, 'threads', 1, ...
+%!                              'memory', 16 * numel(p) + 56 * 1e5);
+%! assert(isequal(p, again));
+
 %!test % a grid with more points across than the module's launch has room for
 %! points = pistonfield_grid(0, (-399:400) * 1e-5, (1:700) * 1e-5);
 %! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'order', 2, 'mode', 'cudadp');
@@ -333,6 +480,9 @@ end
 %!error <the grid has 16777217 points in a row, more than the 16777216 of the mode cuda>
 %! line = pistonfield_grid([0 0 0], 1e-9 * eye(3), [1 1 2 ^ 24 + 1]);
 %! pistonfield_pressure(piston, line, 'frequency', 1e6, 'mode', 'cuda');
+%!error <the grid has 16777217 points in a row, more than the 16777216 of single precision>
+%! line = pistonfield_grid([0 0 0], 1e-9 * eye(3), [1 1 2 ^ 24 + 1]);
+%! pistonfield_pressure(piston, line, 'frequency', 1e6, 'precision', 'single');
 
 %!test % nothing is printed on the console
 %! printed = evalc("call(); call('mode', 'cuda'); call('order', 4, 'mode', 'cudadp');");
@@ -349,15 +499,29 @@ end
 %!   assert(p(:, :, 1), p(1, 1, 1) * ones(2), 1e-4 * abs(p(1, 1, 1)));
 %! end
 
+%!test % the tolerance engine moves none
+%! points = pistonfield_grid([-1.5 1.5] * 1e-3, [-1 1] * 1e-3, (0:2) * 1e-3);
+%! beside = pistonfield_grid([-1.5 1.5] * (1 - 1e-9) * 1e-3, [-1 1] * 1e-3, (0:2) * 1e-3);
+%! for precision = {'double', 'single'}
+%!   field = @(grid) pistonfield_pressure(piston, grid, 'frequency', 1e6, ...
+%!                                        'precision', precision{1});
+%!   [p, info] = field(points);
+%!   assert(info.moved, 0);
+%!   wanted = rayleigh([1.5e-3; 1e-3; 2e-3], 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
+%!   assert(p(:, :, 3), wanted * ones(2), 1e-4 * max(abs(p(:))));
+%!   assert(p, field(beside), 2e-4 * max(abs(p(:))));
+%! end
+
 %!test % also in slabs
 %! points = pistonfield_grid((-3:3) * 0.5e-3, (-2:2) * 0.5e-3, (1:9) / 3000);
 %! for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
 %!   check_slabs(piston, points, mode{1});
 %! end
+%! check_slabs(piston, points, 'precision', 'double');
 
 %!test % several points over corners in a row along the grid's second direction
 %! points = pistonfield_grid(1.5e-3, [-1e-3, 1e-3], 1e-3);
-%! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6);
+%! [p, info] = pistonfield_pressure(piston, points, 'frequency', 1e6, 'mode', 'cpu');
 %! assert(info.moved, 2);
 %! wanted = rayleigh([1.5e-3; 1e-3; 1e-3], 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1);
 %! assert(p, [wanted, wanted], 2e-4 * abs(wanted));
@@ -421,9 +585,9 @@ end
 %! assert(toc(start) < 2);
 %! assert(info.power, 998 * 1482 * 180e-6 / 2, 1e-8 * info.power);
 
-%!test % the tolerance decides on the order
-%! [~, rough] = call('tolerance', 1e-2);
-%! [~, fine] = call('tolerance', 1e-8);
+%!test % in a mode the tolerance decides on the order
+%! [~, rough] = call('mode', 'cpu', 'tolerance', 1e-2);
+%! [~, fine] = call('mode', 'cpu', 'tolerance', 1e-8);
 %! assert(rough.order < fine.order && fine.estimate <= 1e-8);
 %! [~, info] = call('order', 7);
 %! assert(info.order == 7 && isnan(info.estimate));
@@ -467,7 +631,11 @@ end
 %! call('mode', 'cuda', 'tolerance', 1e-9);
 %!error id=pistonfield:pistonfield_pressure:tolerance call('mode', 'cudadp', 'tolerance', 1e-9)
 %!error id=pistonfield:pistonfield_pressure:tolerance call('mode', 'cpusp', 'tolerance', 1e-9)
-%!error <pressure: no order reaches the tolerance 1e-18> call('tolerance', 1e-18)
+%!error <pressure: no order reaches the tolerance 1e-18> call('mode', 'cpu', 'tolerance', 1e-18)
+%!error <pressure: tolerance: > call('tolerance', 1e-18)
+%!error id=pistonfield:pistonfield_pressure:tolerance call('tolerance', 1e-18)
+%!error id=pistonfield:pistonfield_pressure:tolerance
+%! call('precision', 'single', 'tolerance', 1e-9);
 %!error <pressure: tolerance must be below 1> call('tolerance', 2)
 %!warning <rounding in the mode cudadp leaves an error of about 0.\d+ .* the mode cpu keeps it>
 %! pistonfield_pressure(far, distant, 'frequency', 1.5e6, 'mode', 'cudadp');
@@ -479,11 +647,13 @@ end
 
 %!test % no warning where there is nothing to warn of
 %! lastwarn('');
-%! call('mode', 'cuda');  call('mode', 'cuda', 'order', 16);  call('order', 16);
+%! call('mode', 'cuda');  call('mode', 'cuda', 'order', 16);  call('order', 16);  call();
+%! call('precision', 'single');
 %! assert(lastwarn(), '');
 
 %!test % an option that is empty by default may be given as empty
 %! assert(isequal(call('order', 7, 'tolerance', [], 'velocity', []), call('order', 7)));
+%! assert(isequal(call('order', 7, 'precision', [], 'device', '', 'mode', ''), call('order', 7)));
 
 %!test % the number of threads changes no value and lasts for the call
 %! name = 'PISTONFIELD_THREADS';
@@ -538,6 +708,16 @@ end
 %!error <an order of 513 is more than the 512 of the mode cuda> call('order', 513, 'mode', 'cuda')
 %!error <order must be at most 18000> call('order', 18001)
 %!error <mode must be one of: cpu, cpudp> call('mode', 'gpu')
+%!error <relative must be one of: largest, local> call('relative', 'far')
+%!error <precision must be one of: double, single> call('precision', 'half')
+%!error <device must be one of: cpu, gpu> call('device', 'cuda')
+%!error <device must be 'cpu': no tolerance is kept on a GPU; the modes cuda> call('device', 'gpu')
+%!error id=pistonfield:pistonfield_pressure:device call('device', 'gpu')
+%!error <behind must be true or false> call('behind', 'yes')
+%!error <precision goes with a tolerance, without mode and> call('precision', 'single', 'order', 9)
+%!error <device goes with a tolerance, without mode and order> call('device', 'cpu', 'mode', 'cpu')
+%!error <relative goes with a tolerance, without> call('relative', 'local', 'mode', 'cpu')
+%!error <behind goes with a tolerance, without mode> call('behind', true, 'order', 9)
 %!error <threads must be a whole number from 1 to 1024> call('threads', 1.5)
 %!error <threads must be a whole number from 1 to 1024> call('threads', 0)
 %!error <threads must be a whole number from 1 to 1024> call('threads', 'all')
@@ -549,4 +729,13 @@ end
 %!error <options come in pairs> call('order')
 %!warning <measures 1.2\d*e-05 wavelengths>
 %! piston = struct('width', 7.5e-3, 'height', 5e-3);
-%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 2.5);
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 2.5, 'order', 4);
+%!warning <measures 2.5\d*e-05 wavelengths>
+%! piston = struct('width', 7.5e-3, 'height', 5e-3);
+%! pistonfield_pressure(piston, pistonfield_grid(0, 0, 1), 'frequency', 5);
+%!error <piston.width: 8097.17 wavelengths are not within .* a tolerance is kept; lengths are in m,>
+%! pistonfield_pressure(struct('width', 12, 'height', 5e-3), pistonfield_grid(0, 0, 1), ...
+%!                      'frequency', 1e6);
+%!error id=pistonfield:pistonfield_pressure:piston
+%! pistonfield_pressure(struct('width', 12, 'height', 5e-3), pistonfield_grid(0, 0, 1), ...
+%!                      'frequency', 1e6);

@@ -50,7 +50,9 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  sizes        1 by 3, the points of the whole lattice
   %                  l, s, k      the piston's sides along y and x, and the wavenumber
   %                  mode         'cpu', 'cpusp', 'cuda' or 'cudadp'
-  %                  order        the order of the quadrature rule
+  %                               'cpu' or 'cpusp' where there is a tolerance
+  %                  order        the order of the quadrature rule, or empty where there is a
+  %                               tolerance
   %                  table        its abscissas and weights, order by 2, or empty where the rule is
   %                               that of Gauss and Legendre
   %                  first_point  1 by 3, the point of the lattice, counted from 0, that is
@@ -61,6 +63,16 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  seconds      the time that all runs took [s]
   %                  processes    how many there were in the last run
   %                  peak_memory  of the process that took most [bytes]
+  %                and, of a field with a tolerance, which are empty otherwise,
+  %                  tolerance    the largest error that was asked for
+  %                  relative     what it is relative to: 'largest' or 'local', as for
+  %                               pistonfield_pressure
+  %                  precision    'double' or 'single'
+  %                  behind       whether points behind the piston were asked for
+  %                  error_bound  no value is further off
+  %                  error        the largest error that was measured, at error_points points
+  %                  error_points
+  %                  evaluations  of the integrand at a point, on average
   %   grid       - the points of p, as pistonfield_grid makes them, in the file's unit of length: m
   %                where the request was in SI units
   %
@@ -247,6 +259,21 @@ end
 %! p = pistonfield_read(single_file);
 %! assert(class(p), 'single');
 %! assert(double(p), module_values(place, 'cpusp'));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a tolerance comes back, and what was measured
+%! tolerant = fullfile(folder, 'tolerant.h5');
+%! compute(tolerant, place, '--tolerance 1e-7 --relative local --behind');
+%! [p, request] = pistonfield_read(tolerant);
+%! assert(p, module_values(place, 'cpu', 200), 1e-5 * max(abs(p(:))));
+%! assert({request.tolerance, request.relative, request.behind}, {1e-7, 'local', true});
+%! assert({request.precision, request.mode, request.order}, {'double', 'cpu', []});
+%! assert(0 <= request.error && request.error <= request.error_bound);
+%! assert(request.error_bound <= 1e-7 && request.error_points > 0 && request.evaluations > 0);
+%! compute(fullfile(folder, 'coarse.h5'), place, '--tolerance 1e-3 --precision single --behind');
+%! [p, request] = pistonfield_read(fullfile(folder, 'coarse.h5'));
+%! assert({class(p), request.precision, request.relative}, {'single', 'single', 'largest'});
+%! [~, request] = pistonfield_read(file);
+%! assert(isempty(request.tolerance) && isempty(request.relative) && isempty(request.error));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a table comes back, and its field
 %! rule = [-0.5 0.9; 0.1 0.6; 1/3 0.5];

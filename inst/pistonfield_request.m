@@ -9,11 +9,12 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %     pistonfield-run --request request.toml field.h5
   %
   %   computes it, and pistonfield_read reads it back. The file is a text in SI units that may be
-  %   changed by hand. It has the order that pistonfield_pressure would take, and the velocity
-  %   where a power is given.
+  %   changed by hand. It has the tolerance, which the program keeps as pistonfield_pressure does;
+  %   or, with 'mode' or 'order', the mode and the order that pistonfield_pressure would take. It has
+  %   the velocity where a power is given.
   %
-  %   A point exactly over a corner of the piston, where the edge integrals have no value, is NaN
-  %   in the program's field.
+  %   With a mode and an order a point exactly over a corner of the piston, where the edge integrals
+  %   have no value, is NaN in the program's field.
   %
   % USAGE
   %   pistonfield_request(file, piston, grid, 'frequency', f)
@@ -23,21 +24,24 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   file         - the name of the file to write, such as 'request.toml'
   %   piston       - struct with width and height [m], and optionally center [m] and orientation;
   %                  see pistonfield_pressure
-  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
+  %                  with 'behind'
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
-  %   'speed', 'density', 'velocity', 'power', 'mode', 'tolerance', 'order'
-  %                - as for pistonfield_pressure, with the same values when left out
+  %   'speed', 'density', 'velocity', 'power', 'tolerance', 'relative', 'precision', 'device',
+  %   'behind', 'mode', 'order'
+  %                - as for pistonfield_pressure, with the same values when left out. A grid that
+  %                  touches the piston's plane aslant is written with 'behind', as rounding may put
+  %                  its points there
   %   'overwrite'  - true: replace a file that exists, which is refused otherwise
   %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
   %   serves both functions.
   %
   % OUTPUTS
   %   info         - struct with the fields
-  %                    order       the order that was written
-  %                    estimate    estimate of the error, from a finite order and from rounding,
-  %                                relative to the largest |p|; NaN where the order was given
+  %                    engine, tolerance, bound, error, evaluations, order, estimate
+  %                                as pistonfield_pressure tells them
   %                    wavenumber  2*pi*frequency / speed [rad/m]
   %                    velocity    the amplitude of the piston's normal velocity [m/s]
   %                    power       the radiated power [W]
@@ -65,26 +69,24 @@ function info = pistonfield_request(file, piston, grid, varargin)
   require_grid(caller, grid);
   options = read_pressure_options(caller, varargin, struct('overwrite', false));
   require_flag(caller, 'overwrite', options.overwrite);
-  require_rows(caller, grid.sizes, options.mode);
-  place = place_before(caller, piston, grid);
+  require_rows(caller, grid.sizes, options.mode, options.arithmetic);
+  [place, touches] = place_before(caller, piston, grid, options.behind);
   require(options.overwrite || ~is_there(file), caller, 'file', ...
           '%s exists; the option ''overwrite'', true replaces it', file);
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);
-  [order, estimate] = choose_order(caller, place, grid.sizes, piston, k, options);
+  found = field_accuracy(caller, place, grid.sizes, piston, k, options);
   options.velocity = velocity;
-  options.order = order;
+  options.order = found.order;
+  options.behind = touches;
   write_text(caller, file, request_text(piston, grid, options));
   if nargout > 0
-    info = struct('order', order, 'estimate', estimate, 'wavenumber', k, 'velocity', velocity, ...
-                  'power', power);
+    info = found;
+    info.wavenumber = k;
+    info.velocity = velocity;
+    info.power = power;
   end
-end
-
-function require_flag(caller, name, value)
-  require(isscalar(value) && (islogical(value) || isnumeric(value)) && ~isnan(value), ...
-          caller, name, '%s must be true or false', name);
 end
 
 % A name without a folder is looked for along the path otherwise.
@@ -100,8 +102,7 @@ function text = request_text(piston, grid, options)
     '# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
     ['frequency = ', number(options.frequency)]
     ['velocity = ', number(options.velocity), '  # amplitude of the piston''s normal velocity']
-    ['mode = "', options.mode, '"']
-    ['order = ', number(options.order)]
+    exactness_text(options)
     ''
     '[medium]'
     ['speed = ', number(options.speed)]
@@ -120,6 +121,20 @@ function text = request_text(piston, grid, options)
     ['transform = ', list_of_rows(grid.transform)]
     ['sizes = ', list(grid.sizes)]};
   text = sprintf('%s\n', lines{:});
+end
+
+% A mode and its order, or a tolerance. A grid that touches the piston's plane may have points behind
+% it once the program has placed it.
+function text = exactness_text(options)
+  if options.byMode
+    text = sprintf('mode = "%s"\norder = %s', options.mode, number(options.order));
+    return
+  end
+  text = sprintf('tolerance = %s\nrelative = "%s"\nprecision = "%s"', ...
+                 number(options.tolerance), options.relative, options.precision);
+  if options.behind
+    text = sprintf('%s\nbehind = true', text);
+  end
 end
 
 function text = list(values)
@@ -186,16 +201,45 @@ end
 %!  [p, request, back] = pistonfield_read(field, 'piston', piston, wave{:});
 %!endfunction
 
-%!test % the order is that of pistonfield_pressure, and so is all that is told
-%! drive = {'frequency', 0.8e6, 'speed', 1500, 'density', 900, 'power', 0.2, 'tolerance', 1e-6};
+%!test % the tolerance is that of pistonfield_pressure, and so is all that is told
+%! drive = {'frequency', 0.8e6, 'speed', 1500, 'density', 900, 'power', 0.2, 'tolerance', 1e-6, ...
+%!          'relative', 'local'};
 %! info = pistonfield_request(file, piston, grid, drive{:});
 %! [~, wanted] = pistonfield_pressure(piston, grid, drive{:});
-%! for name = fieldnames(info).'
-%!   assert(info.(name{1}), wanted.(name{1}));
-%! end
+%! assert(rmfield(wanted, {'slabs', 'moved', 'seconds'}), info);
 %! text = fileread(file);
-%! assert(~isempty(strfind(text, sprintf('order = %d\n', wanted.order))));
+%! lines = sprintf('\ntolerance = 1e-06\nrelative = "local"\nprecision = "double"\n\n');
+%! assert(~isempty(strfind(text, lines)));
 %! assert(~isempty(strfind(text, sprintf('\nspeed = 1500\ndensity = 900\n'))));
+%! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'precision', 'single', ...
+%!                     'overwrite', true);
+%! lines = sprintf('\ntolerance = 0.0001\nrelative = "largest"\nprecision = "single"\n\n');
+%! assert(~isempty(strfind(fileread(file), lines)));
+
+%!test % in a mode the order is that of pistonfield_pressure
+%! drive = {'frequency', 0.8e6, 'mode', 'cpusp', 'tolerance', 1e-3, 'overwrite', true};
+%! info = pistonfield_request(file, piston, grid, drive{:});
+%! [~, wanted] = pistonfield_pressure(piston, grid, drive{1:6});
+%! assert(rmfield(wanted, {'slabs', 'moved', 'seconds'}), info);
+%! text = fileread(file);
+%! assert(~isempty(strfind(text, sprintf('\nmode = "cpusp"\norder = %d\n\n', wanted.order))));
+%! assert(isempty(strfind(text, 'tolerance')));
+
+%!function yes = says_behind(file, piston, grid, varargin)
+%!  pistonfield_request(file, piston, grid, 'frequency', 1e6, 'overwrite', true, varargin{:});
+%!  yes = ~isempty(strfind(fileread(file), sprintf('\nbehind = true\n')));
+%!endfunction
+
+%!test % points behind the piston are allowed where they are asked for, and where a grid touches it
+%! z = (0:3) * 1e-3;
+%! assert(says_behind(file, piston, pistonfield_grid(0, 0, -z), 'behind', true));
+%! assert(! says_behind(file, piston, pistonfield_grid(0, 0, z)));
+%! assert(! says_behind(file, piston, pistonfield_grid(0, 0, z + 1e-3)));
+%! turned = piston;
+%! turned.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)];
+%! steps = 1e-3 * turned.orientation;
+%! assert(says_behind(file, turned, pistonfield_grid([-1 0 0] * steps.', steps, [4 3 2])));
+%! assert(! says_behind(file, turned, pistonfield_grid([-1 0 0.1] * steps.', steps, [4 3 2])));
 
 %!test % a file that exists stays as it is, unless it may be replaced
 %! before = fileread(file);
@@ -230,7 +274,7 @@ end
 %! [p, request, back] = there_and_back(folder, piston, grid, drive);
 %! assert(p, pistonfield_pressure(piston, grid, drive{:}));
 %! assert(back, grid);
-%! assert({request.mode, request.order}, {'cpu', 17});
+%! assert({request.mode, request.order, request.tolerance}, {'cpu', 17, []});
 %! assert([request.s, request.l, request.k], [3e-3, 2e-3, 2 * pi * 0.8e6 / 1510.3]);
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % with a power, and a part of the grid
@@ -243,6 +287,43 @@ end
 %! [x, y, z] = pistonfield_grid(grid, 'axes');
 %! [x1, y1, z1] = pistonfield_grid(back, 'axes');
 %! assert({x1, y1, z1}, {x(2:6), y(3:6), z(4:5)}, 4 * eps(z(5)));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % within a tolerance, in either precision
+%! for relative = {'largest', 'local'}
+%!   drive = {'frequency', 1e6, 'tolerance', 1e-5, 'relative', relative{1}};
+%!   [p, request] = there_and_back(folder, piston, grid, drive);
+%!   assert(p, pistonfield_pressure(piston, grid, drive{:}));
+%!   assert({request.tolerance, request.relative}, {1e-5, relative{1}});
+%!   assert({request.precision, request.behind, request.order}, {'double', false, []});
+%!   assert(0 <= request.error && request.error <= request.error_bound);
+%!   assert(request.error_bound <= 1e-5);
+%!   assert(request.error_points > 0 && request.evaluations > 0);
+%! end
+%! drive = {'frequency', 1e6, 'tolerance', 1e-3, 'precision', 'single'};
+%! [p, request] = there_and_back(folder, piston, grid, drive);
+%! assert({class(p), request.precision}, {'single', 'single'});
+%! wanted = pistonfield_pressure(piston, grid, drive{:});
+%! % In Pa the values are rounded once more, which takes a product of three.
+%! assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % behind the piston, where that is asked for
+%! around = pistonfield_grid((-1:1) * 0.7e-3, 0, (-2:2) * 1.1e-3);
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'behind', true};
+%! [p, request] = there_and_back(folder, piston, around, drive);
+%! assert(request.behind);
+%! assert(p, pistonfield_pressure(piston, around, drive{:}));
+%! assert(p(:, :, 1:2), p(:, :, 5:-1:4), 2e-5 * max(abs(p(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % on a grid that touches the piston's plane aslant
+%! turned = piston;
+%! turned.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)] * ...
+%!                      [1 0 0; 0 cosd(10) -sind(10); 0 sind(10) cosd(10)];
+%! steps = 0.7e-3 * turned.orientation;
+%! points = pistonfield_grid([-1.5 -2.5 0] * steps.', steps, [4 6 3]);
+%! [p, request] = there_and_back(folder, turned, points, {'frequency', 1e6});
+%! assert(request.behind);
+%! wanted = pistonfield_pressure(turned, points, 'frequency', 1e6);
+%! assert(p, wanted, 1e-4 * max(abs(wanted(:))));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % before a piston that is moved and turned
 %! turned = piston;

@@ -19,6 +19,13 @@
 ///   transform is 16 numbers, as `pistonfield` takes them; `first` are the coordinates of the box's
 ///   first point, from 0; `count` are its sizes; `threads` are the most on the CPU, or 0 for what
 ///   `threadCount` of parallel/threads.h says.
+/// - "field_within", transform, sizes, width, height, wavenumber, mode, tolerance, relative, first,
+///   count, threads: the same by a tolerance in the place of an order. The mode says the precision;
+///   `relative` is "largest" or "local", what the tolerance is relative to. Points behind the
+///   piston have the value of the points mirrored in its plane.
+/// - "accuracy", transform, sizes, width, height, wavenumber, mode, tolerance, relative, threads:
+///   how exact the values of that field are, a row of the bound, the error that was measured and
+///   the evaluations a point.
 /// - "largest_order" or "most_points_in_a_row", mode; "most_threads": a limit of core/limits.h or
 ///   parallel/threads.h.
 ///
@@ -29,6 +36,6 @@
 ///
 /// An exception is the host's own, `std::bad_alloc`, or what an operation of the host throws.
 /// @param outputCount the number of outputs requested
-/// @param output      receives the field, complex double, of the grid's or the box's sizes; or the
-///                    limit, a real number
+/// @param output      receives the field, complex double, of the grid's or the box's sizes; or what
+///                    else is asked for, real numbers
 void answerCall(int outputCount, host::Array*& output, Arguments arguments);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
 #include <string>
 
 /// The operations of the host environment that the gateway is written against. A program links one
@@ -34,9 +35,9 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz);
 double* resultReal(Array* result);
 double* resultImaginary(Array* result);
 
-/// A new real double array with one element.
+/// A new real double array, a row of these values.
 /// @throws as `createResult`
-Array* createNumber(double value);
+Array* createRow(std::initializer_list<double> values);
 
 /// Prints on the host's console.
 void print(const std::string& text);

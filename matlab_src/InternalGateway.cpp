@@ -83,8 +83,8 @@ void expectArguments(Arguments arguments, std::size_t count) {
                                               std::to_string(count));
 }
 
-host::Array* fieldFor(Arguments arguments) {
-    expectArguments(arguments, 11);
+/// What the questions about fields begin with: transform, sizes, width, height, wavenumber, mode.
+Request requestIn(Arguments arguments) {
     Request request;
     request.lattice.transform = numbersOf<16>(arguments[1], "transform");
     request.lattice.sizes = indicesOf(arguments[2], "sizes");
@@ -92,10 +92,32 @@ host::Array* fieldFor(Arguments arguments) {
     request.piston.height = numberOf(arguments[4], "height");
     request.wave.wavenumber = numberOf(arguments[5], "wavenumber");
     request.mode = modeOf(arguments[6]);
-    request.rule.order = wholeWithin(1, largestOrder(request.mode), arguments[7], "order");
-    const LatticeBox box{indicesOf(arguments[8], "first"), indicesOf(arguments[9], "count")};
-    const ThreadLimit limit(
-        static_cast<unsigned>(wholeWithin(0, mostThreads, arguments[10], "threads")));
+    return request;
+}
+
+Tolerance::Of relationOf(const host::Array* array) {
+    const std::string word = textOf(array, "relative");
+    if (word == "largest") return Tolerance::Of::largest;
+    if (word == "local") return Tolerance::Of::local;
+    throw InvalidRequest("relative", "'" + word + "' is none of largest, local");
+}
+
+/// What the questions about tolerances begin with: a request, tolerance, relative.
+Request requestWithTolerance(Arguments arguments) {
+    Request request = requestIn(arguments);
+    request.tolerance = Tolerance{numberOf(arguments[7], "tolerance"), relationOf(arguments[8])};
+    request.behind = true;  // the functions look where a grid lies, and allow for rounding
+    return request;
+}
+
+ThreadLimit threadLimitIn(const host::Array* array) {
+    return ThreadLimit(static_cast<unsigned>(wholeWithin(0, mostThreads, array, "threads")));
+}
+
+/// @param where first, count, threads
+host::Array* fieldOf(const Request& request, Arguments where) {
+    const LatticeBox box{indicesOf(where[0], "first"), indicesOf(where[1], "count")};
+    const ThreadLimit limit = threadLimitIn(where[2]);
 
     const Plan plan(request);
     plan.require(box);  // before there is a result of its size
@@ -106,6 +128,26 @@ host::Array* fieldFor(Arguments arguments) {
     return result;
 }
 
+host::Array* fieldWithOrder(Arguments arguments) {
+    expectArguments(arguments, 11);
+    Request request = requestIn(arguments);
+    request.rule.order = wholeWithin(1, largestOrder(request.mode), arguments[7], "order");
+    return fieldOf(request, arguments.subspan(8));
+}
+
+host::Array* fieldWithTolerance(Arguments arguments) {
+    expectArguments(arguments, 12);
+    return fieldOf(requestWithTolerance(arguments), arguments.subspan(9));
+}
+
+host::Array* accuracyFor(Arguments arguments) {
+    expectArguments(arguments, 10);
+    const Request request = requestWithTolerance(arguments);
+    const ThreadLimit limit = threadLimitIn(arguments[9]);
+    const Accuracy accuracy = Plan(request).accuracy().value();
+    return host::createRow({accuracy.bound, accuracy.error, accuracy.evaluations});
+}
+
 double modeLimit(Arguments arguments, std::int64_t (*limit)(Mode)) {
     expectArguments(arguments, 2);
     return static_cast<double>(limit(modeOf(arguments[1])));
@@ -114,15 +156,17 @@ double modeLimit(Arguments arguments, std::int64_t (*limit)(Mode)) {
 host::Array* answerTo(Arguments arguments) {
     if (arguments.empty()) throw InvalidRequest("question", "there is none");
     const std::string question = textOf(arguments[0], "question");
-    if (question == "field") return fieldFor(arguments);
+    if (question == "field") return fieldWithOrder(arguments);
+    if (question == "field_within") return fieldWithTolerance(arguments);
+    if (question == "accuracy") return accuracyFor(arguments);
     if (question == "largest_order")
-        return host::createNumber(
-            modeLimit(arguments, [](Mode mode) -> std::int64_t { return largestOrder(mode); }));
+        return host::createRow(
+            {modeLimit(arguments, [](Mode mode) -> std::int64_t { return largestOrder(mode); })});
     if (question == "most_points_in_a_row")
-        return host::createNumber(modeLimit(arguments, mostPointsInARow));
+        return host::createRow({modeLimit(arguments, mostPointsInARow)});
     if (question == "most_threads") {
         expectArguments(arguments, 1);
-        return host::createNumber(mostThreads);
+        return host::createRow({mostThreads});
     }
     throw InvalidRequest("question", "'" + question + "' is none");
 }

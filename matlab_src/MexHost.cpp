@@ -75,10 +75,11 @@ double* resultImaginary(Array* result) {
     return static_cast<double*>(mxGetImagData(toMex(result)));
 }
 
-Array* createNumber(double value) {
-    Array* const number = createDoubles(std::array<mwSize, 2>{1, 1}, mxREAL);
-    *resultReal(number) = value;
-    return number;
+Array* createRow(std::initializer_list<double> values) {
+    Array* const row =
+        createDoubles(std::array<mwSize, 2>{1, static_cast<mwSize>(values.size())}, mxREAL);
+    std::copy(values.begin(), values.end(), resultReal(row));
+    return row;
 }
 
 void print(const std::string& text) {

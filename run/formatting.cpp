@@ -78,6 +78,8 @@ std::string figure(double number) {
     return format(number < ten ? "%.2f" : number < hundred ? "%.1f" : "%.0f", number);
 }
 
+std::string twoDigits(double number) { return format("%.2g", number); }
+
 std::string reason(const std::exception& failure) {
     if (dynamic_cast<const std::bad_alloc*>(&failure) == nullptr) return failure.what();
     return "there is not enough memory; --slab says how many points are computed at a time";

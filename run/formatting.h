@@ -21,6 +21,9 @@ std::string count(double number);
 /// Three digits, or as many as the number has before its point.
 std::string figure(double number);
 
+/// Two digits of a number, which may be a small one: 0.12, 3.4e-05.
+std::string twoDigits(double number);
+
 /// What a failure says of itself, of exhausted memory too.
 std::string reason(const std::exception& failure);
 

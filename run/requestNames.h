@@ -2,15 +2,45 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <string>
+
 #include "field/Request.h"
 
 namespace run {
+
+/// The precision of a mode, as a request with a tolerance has it.
+constexpr const char* precisionOf(pistonfield::Mode mode) {
+    return pistonfield::isInSingle(mode) ? "single" : "double";
+}
+
+/// The mode that computes with a tolerance in the precision of this name.
+/// @throws pistonfield::InvalidRequest
+inline pistonfield::Mode modeOfPrecision(const std::string& name) {
+    for (const pistonfield::Mode mode : {pistonfield::Mode::cpu, pistonfield::Mode::cpusp})
+        if (name == precisionOf(mode)) return mode;
+    throw pistonfield::InvalidRequest("precision", "'" + name + "' is none of double, single");
+}
+
+/// The name of what a tolerance is relative to.
+constexpr const char* nameOf(pistonfield::Tolerance::Of of) {
+    return of == pistonfield::Tolerance::Of::largest ? "largest" : "local";
+}
+
+/// What is called so.
+/// @throws pistonfield::InvalidRequest
+inline pistonfield::Tolerance::Of relativeCalled(const std::string& name) {
+    using Of = pistonfield::Tolerance::Of;
+    for (const Of of : {Of::largest, Of::local})
+        if (name == nameOf(of)) return of;
+    throw pistonfield::InvalidRequest("relative", "'" + name + "' is none of largest, local");
+}
 
 /// The option, and the attribute of a file, that has a field of a request.
 inline std::string nameOfField(const std::string& field) {
     if (field == "height") return "l";
     if (field == "width") return "s";
     if (field == "wavenumber") return "k";
+    if (field == "lattice") return "transform";
     return field;
 }
 

@@ -25,12 +25,13 @@ ctest --preset coverage --parallel "$(nproc)" \
 # A source that is compiled several times counts once, with all its counts together.
 counts=build-coverage/counts.json
 excluded=$(grep --invert-match -e '^#' -e '^$' tests/coverage-exclusions.txt | paste --serial --delimiters '|')
-gcovr --root . --filter core/ --filter FastNearfield/ --filter field/ --filter capi/ --filter matlab_src/ \
+gcovr --root . --filter core/ --filter FastNearfield/ --filter method/ --filter field/ \
+  --filter capi/ --filter matlab_src/ \
   --exclude-throw-branches --exclude-unreachable-branches --exclude-lines-by-pattern "($excluded)\$" \
   --json "$counts" build-coverage
 
 failures=0
-for room in core FastNearfield field capi matlab_src; do
+for room in core FastNearfield method field capi matlab_src; do
   say "$room"
   gcovr --add-tracefile "$counts" --filter "$room/" --print-summary \
     --fail-under-line 100 --fail-under-branch 95 || failures=$((failures + 1))

@@ -17,15 +17,10 @@ function [order, estimate] = choose_order(caller, place, sizes, piston, k, optio
   end
 end
 
-% MHz are soon taken for Hz, and mm for m: nobody needs this method for a thousandth of a
-% wavelength, and no order that is tried would do for thousands of them.
+% No order that is tried would do for thousands of wavelengths.
 function warn_of_units(piston, k, order)
-  wavelengths = max(piston.width, piston.height) * k / (2 * pi);
-  if wavelengths < 1e-3
-    warning('pistonfield:units', ...
-            ['the piston measures %g wavelengths: lengths are in m, the speed in m/s, ', ...
-             'the frequency in Hz'], wavelengths);
-  elseif ~isempty(order) && isempty(orders_to_compare(piston, k))
+  warn_of_wavelengths(piston, k);
+  if ~isempty(order) && isempty(orders_to_compare(piston, k))
     warning('pistonfield:units', '%s', too_many_wavelengths(piston, k));
   end
 end

@@ -6,8 +6,20 @@ function request = field_request(found)
   request = struct('transform', [], 'sizes', [], 'l', [], 's', [], 'k', [], 'mode', '', ...
                    'order', [], 'table', [], 'first_point', [], 'complete', false, 'host', '', ...
                    'started', '', 'finished', '', 'seconds', [], 'processes', [], ...
-                   'peak_memory', []);
+                   'peak_memory', [], 'tolerance', [], 'relative', '', 'precision', '', ...
+                   'behind', [], 'error_bound', [], 'error', [], 'error_points', [], ...
+                   'evaluations', []);
   for name = intersect(fieldnames(request), fieldnames(found)).'
     request.(name{1}) = found.(name{1});
+  end
+  if isempty(request.tolerance)
+    return
+  end
+  % A rule means nothing there, and the mode is the precision's.
+  request.order = [];
+  request.behind = request.behind ~= 0;
+  request.precision = 'double';
+  if is_single_mode(request.mode)
+    request.precision = 'single';
   end
 end

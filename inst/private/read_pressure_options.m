@@ -4,11 +4,14 @@
 function options = read_pressure_options(caller, given, others)
   % options = read_pressure_options(caller, given, others): the options of pistonfield_pressure in
   % the cell array of names and values, checked, with what was left out filled in; and those of the
-  % struct others, which has their defaults, as they are. options.demanded is whether there was a
-  % tolerance.
+  % struct others, which has their defaults, as they are. There are as well
+  %   options.demanded    whether there was a tolerance
+  %   options.byMode      whether a mode of the module computes, with an order; else it is the
+  %                       tolerance engine, and options.mode stands for its precision
+  %   options.arithmetic  'the mode ...' or '... precision'
   defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
-                    'mode', 'cpu', 'tolerance', [], 'order', [], 'memory', Inf, 'threads', [], ...
-                    'progress', 'auto');
+                    'tolerance', [], 'relative', [], 'precision', [], 'device', [], 'behind', [], ...
+                    'mode', [], 'order', [], 'memory', Inf, 'threads', [], 'progress', 'auto');
   for name = fieldnames(others).'
     defaults.(name{1}) = others.(name{1});
   end
@@ -24,12 +27,44 @@ function options = read_pressure_options(caller, given, others)
           'tolerance must be below 1');
   require(is_positive(options.memory) || isequal(options.memory, Inf), caller, 'memory', ...
           'memory must be a number of bytes, or Inf');
-  require_mode(caller, options.mode);
+  options = choose_way(caller, options);
   options.threads = read_threads(caller, options.threads);
   require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   if ~isempty(options.order)
     require_order(caller, options.order, options.mode);
   end
+end
+
+% A mode or an order asks for the module's sums; what else there is to choose is the engine's.
+function options = choose_way(caller, options)
+  options.byMode = ~isempty(options.mode) || ~isempty(options.order);
+  defaults = struct('relative', 'largest', 'precision', 'double', 'device', 'cpu', 'behind', false);
+  for name = fieldnames(defaults).'
+    given = ~isempty(options.(name{1}));
+    require(~(given && options.byMode), caller, name{1}, ...
+            '%s goes with a tolerance, without mode and order', name{1});
+    if ~given
+      options.(name{1}) = defaults.(name{1});
+    end
+  end
+  if options.byMode
+    if isempty(options.mode)
+      options.mode = 'cpu';
+    end
+    require_mode(caller, options.mode);
+    options.arithmetic = ['the mode ', options.mode];
+    return
+  end
+  require_word(caller, 'relative', options.relative, {'largest', 'local'});
+  require_word(caller, 'precision', options.precision, {'double', 'single'});
+  require_word(caller, 'device', options.device, {'cpu', 'gpu'});
+  require(strcmp(options.device, 'cpu'), caller, 'device', ...
+          ['device must be ''cpu'': no tolerance is kept on a GPU; the modes cuda and cudadp ', ...
+           'compute there']);
+  require_flag(caller, 'behind', options.behind);
+  modes = struct('double', 'cpu', 'single', 'cpusp');
+  options.mode = modes.(options.precision);
+  options.arithmetic = [options.precision, ' precision'];
 end
 
 % As module_field takes them.

@@ -34,24 +34,48 @@ bool same(const Request& a, const Request& b) {
     return a.*part.*member == b.*part.*member;
 }
 
-bool sameMode(const Request& a, const Request& b) { return a.mode == b.mode; }
+/// Whether both have a tolerance, or neither: what they say otherwise has another meaning.
+bool sameKind(const Request& a, const Request& b) {
+    return a.tolerance.has_value() == b.tolerance.has_value();
+}
 
-bool sameRule(const Request& a, const Request& b) { return a.rule == b.rule; }
+template <auto part>
+bool sameOfKind(const Request& a, const Request& b) {
+    return sameKind(a, b) && a.*part == b.*part;
+}
+
+bool sameTable(const Request& a, const Request& b) {
+    return sameKind(a, b) && a.rule.table == b.rule.table;
+}
+
+template <auto member>
+bool sameOfTolerance(const Request& a, const Request& b) {
+    return a.tolerance && b.tolerance && (*a.tolerance).*member == (*b.tolerance).*member;
+}
 
 using pistonfield::Lattice;
 using pistonfield::RectangularPiston;
+using pistonfield::Tolerance;
 using pistonfield::Wave;
 
-constexpr std::array<RequestOption, 8> requestOptions{{
+constexpr std::array<RequestOption, 12> requestOptions{{
     {"transform", true, &same<&Request::lattice, &Lattice::transform>},
     {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
     {"l", true, &same<&Request::piston, &RectangularPiston::height>},
     {"s", true, &same<&Request::piston, &RectangularPiston::width>},
     {"k", true, &same<&Request::wave, &Wave::wavenumber>},
-    {"mode", false, &sameMode},
-    {"order", false, &sameRule},
-    {"table", false, &same<&Request::rule, &pistonfield::Rule::table>},
+    {"mode", false, &sameOfKind<&Request::mode>},
+    {"order", false, &sameOfKind<&Request::rule>},
+    {"table", false, &sameTable},
+    {"tolerance", false, &sameOfTolerance<&Tolerance::value>},
+    {"relative", false, &sameOfTolerance<&Tolerance::of>},
+    {"precision", false, &sameOfKind<&Request::mode>},
+    {"behind", false, &sameOfKind<&Request::behind>},
 }};
+
+/// The options of a field with a tolerance, and those that such a field has none of.
+constexpr std::array toleranceOptions{"tolerance", "relative", "precision", "behind"};
+constexpr std::array ruleOptions{"mode", "order", "table"};
 
 using Words = std::vector<std::string>;
 using Settings = std::map<std::string, Setting>;
@@ -121,9 +145,11 @@ bool isNumber(const std::string& word) {
     }
 }
 
-pistonfield::Mode modeOf(const Words& words) {
+/// What a word names.
+template <class Find>
+auto named(const Words& words, Find find) {
     try {
-        return pistonfield::modeCalled(onlyWord(words));
+        return find(onlyWord(words));
     } catch (const InvalidRequest& error) {
         throw std::runtime_error(error.reason());
     }
@@ -159,6 +185,18 @@ std::vector<double> tableOf(const Words& words, const TextReader& readText) {
     return use({"table", split(text), name}, ruleOf);
 }
 
+/// Sets what belongs to a tolerance, and that the request has one.
+void setTolerance(Request& request, const Setting& setting) {
+    const std::string& name = setting.name;
+    if (std::ranges::find(toleranceOptions, name) == toleranceOptions.end()) return;
+    Tolerance tolerance = request.tolerance.value_or(Tolerance{});
+    if (name == "tolerance") tolerance.value = realOf(setting.words);
+    if (name == "relative") tolerance.of = named(setting.words, relativeCalled);
+    if (name == "precision") request.mode = named(setting.words, modeOfPrecision);
+    if (name == "behind") request.behind = flagOf(setting.words);
+    request.tolerance = tolerance;
+}
+
 Part partOf(const Words& words) {
     const std::string& text = onlyWord(words);
     const std::size_t slash = std::min(text.find('/'), text.size());
@@ -181,7 +219,8 @@ void setRequest(Request& request, const Setting& setting, const TextReader& read
     if (name == "l") request.piston.height = realOf(setting.words);
     if (name == "s") request.piston.width = realOf(setting.words);
     if (name == "k") request.wave.wavenumber = realOf(setting.words);
-    if (name == "mode") request.mode = modeOf(setting.words);
+    if (name == "mode") request.mode = named(setting.words, pistonfield::modeCalled);
+    setTolerance(request, setting);
     if (name == "order")
         request.rule.order = static_cast<int>(wholeWithin(setting.words, INT_MIN, INT_MAX));
     if (name != "table") return;
@@ -208,16 +247,28 @@ void setWork(ComputeCommand& command, const Setting& setting) {
 }
 
 /// Of each pair, one says otherwise what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 2> alternatives{
-    {{"order", "table"}, {"resume", "overwrite"}}};
+constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{
+    {"order", "table"},
+    {"resume", "overwrite"},
+    {"tolerance", "order"},
+    {"tolerance", "table"},
+    {"precision", "mode"},
+}};
+
+void requireNotBoth(const Settings& settings, const char* one, const char* other) {
+    const auto first = settings.find(one);
+    const auto second = settings.find(other);
+    if (first != settings.end() && second != settings.end())
+        throw std::runtime_error(second->second.origin + " excludes " + first->second.origin);
+}
 
 void requireNoTwoAlternatives(const Settings& settings) {
-    for (const auto& [one, other] : alternatives) {
-        const auto first = settings.find(one);
-        const auto second = settings.find(other);
-        if (first != settings.end() && second != settings.end())
-            throw std::runtime_error(second->second.origin + " excludes " + first->second.origin);
-    }
+    for (const auto& [one, other] : alternatives) requireNotBoth(settings, one, other);
+}
+
+void requireToleranceOrRule(const Settings& settings) {
+    for (const char* one : toleranceOptions)
+        for (const char* other : ruleOptions) requireNotBoth(settings, one, other);
 }
 
 Settings settingsOf(const std::vector<Setting>& list) {
@@ -250,6 +301,7 @@ Settings settingsOf(const CommandLine& line, const TextReader& readText) {
 ComputeCommand computeCommand(const CommandLine& line, const TextReader& readText) {
     ComputeCommand command;
     const Settings settings = settingsOf(line, readText);
+    requireToleranceOrRule(settings);
     for (const auto& entry : settings) {
         const Setting& setting = entry.second;
         use(setting, [&](const Words&) {
@@ -280,6 +332,14 @@ std::vector<std::filesystem::path> pathsOf(const CommandLine& line, const char* 
 
 std::filesystem::path pathOf(const CommandLine& line, const char* name) {
     return pathsOf(line, name).front();
+}
+
+/// @throws std::runtime_error where something is said of a tolerance that is not there
+void requireTolerance(const ComputeCommand& command) {
+    for (const char* option : toleranceOptions)
+        if (command.given.contains(option) && !command.given.contains("tolerance"))
+            throw std::runtime_error(command.given.at(option) +
+                                     " goes with a tolerance, and there is none");
 }
 
 std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, const char* name) {
@@ -314,6 +374,13 @@ std::optional<std::string> contradiction(const ComputeCommand& command, const Re
     return std::nullopt;
 }
 
+void refuse(const ComputeCommand& command, const InvalidRequest& reason) {
+    const std::string name = nameOfField(reason.field());
+    const auto given = command.given.find(name);
+    throw std::runtime_error((given == command.given.end() ? name : given->second) + ": " +
+                             reason.reason());
+}
+
 void checkComplete(const ComputeCommand& command) {
     const bool inFile = !command.requestFile.empty();
     std::string missing;
@@ -326,11 +393,10 @@ void checkComplete(const ComputeCommand& command) {
                                  " is missing, and there is no " + command.output.string() +
                                  " to go on with");
     try {
-        checkRequest(command.request);
+        requireTolerance(command);
+        check(command.request);
     } catch (const InvalidRequest& error) {
-        const auto given = command.given.find(error.field());
-        const std::string origin = given == command.given.end() ? error.field() : given->second;
-        throw std::runtime_error(origin + ": " + error.reason());
+        refuse(command, error);
     }
 }
 

@@ -83,4 +83,8 @@ std::optional<std::string> contradiction(const ComputeCommand& command,
 /// @throws std::runtime_error naming what of the request is missing, or where it has no field
 void checkComplete(const ComputeCommand& command);
 
+/// Says what of the request there is no field for, and where that was given.
+/// @throws std::runtime_error
+[[noreturn]] void refuse(const ComputeCommand& command, const pistonfield::InvalidRequest& reason);
+
 }  // namespace run

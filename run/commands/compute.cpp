@@ -108,7 +108,8 @@ std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
 
 /// Writes down whether all slabs are finished, and what that took.
 void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std::string& started,
-                    double seconds, std::int64_t memory) {
+                    double seconds, std::int64_t memory,
+                    const std::optional<pistonfield::Accuracy>& accuracy) {
     Provenance provenance = FieldFile(command.output, FieldFile::Access::read).provenance();
     // Nothing was to be done.
     if (provenance.complete) return;
@@ -124,6 +125,7 @@ void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std
     provenance.peakMemory = std::max(provenance.peakMemory, memory);
     provenance.complete = numbersOf(records, /*finished=*/false).empty();
     provenance.undefined = undefinedIn(records);
+    provenance.accuracy = accuracy;
     file.setProvenance(provenance);
     file.close();
 }
@@ -161,8 +163,9 @@ bool conclude(const ComputeCommand& command, bool whole) {
 }  // namespace
 
 int compute(const ComputeCommand& command, Ranks& ranks) {
-    std::optional<FileLock> lock;
-    ranks.first([&] { lock = prepare(command, ranks.size()); });
+    Preparation prepared;
+    ranks.first([&] { prepared = prepare(command, ranks.size()); });
+    const std::optional<FileLock>& lock = prepared.lock;
     if (command.onlyEstimate) return 0;
     listenForSignals();
 
@@ -185,7 +188,7 @@ int compute(const ComputeCommand& command, Ranks& ranks) {
     bool done = true;
     ranks.first([&] {
         requireStillThere(command, *lock);
-        keepProvenance(command, ranks, started, time.count(), memory);
+        keepProvenance(command, ranks, started, time.count(), memory, prepared.accuracy);
         done = conclude(command, whole);
     });
     const bool stopped = ranks.largest(done ? 0 : 1) != 0;

@@ -16,6 +16,8 @@
 #include "parallel/usableCores.h"
 #include "run/commands/notes.h"
 #include "run/formatting.h"
+#include "run/numbers.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -79,6 +81,22 @@ std::int64_t memoryOf(const Layout& layout, const pistonfield::Plan& plan) {
     return peakMemory() + 2 * layout.slabBytes() + cost.memory + cost.deviceMemory;
 }
 
+/// By what the values come about.
+std::string wayOf(const pistonfield::Request& request) {
+    if (!request.tolerance)
+        return std::string("mode ") + nameOf(request.mode) + ", order " +
+               std::to_string(request.rule.order);
+    return std::string(precisionOf(request.mode)) + " precision, tolerance " +
+           numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
+           " |p|";
+}
+
+std::string textOf(const pistonfield::Accuracy& accuracy) {
+    return formatting::twoDigits(accuracy.error) + " measured at " +
+           std::to_string(accuracy.points) + " points, " + formatting::twoDigits(accuracy.bound) +
+           " at most; " + formatting::figure(accuracy.evaluations) + " evaluations a point";
+}
+
 }  // namespace
 
 std::int64_t peakMemory() {
@@ -88,19 +106,22 @@ std::int64_t peakMemory() {
     return usage.ru_maxrss * kibibyte;
 }
 
-void printEstimate(const std::filesystem::path& output, const Layout& layout, std::int64_t missing,
-                   int processes) {
+std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& output,
+                                                   const Layout& layout, std::int64_t missing,
+                                                   int processes) {
     const auto& [x, y, z] = layout.box.size;
     const pistonfield::Plan plan(layout.request);
+    const std::optional<pistonfield::Accuracy> accuracy = plan.accuracy();
     const double each = secondsPerPoint(layout, plan);
     const auto bytes = [](std::int64_t count) {
         return formatting::bytes(static_cast<double>(count));
     };
     const std::filesystem::path folder = std::filesystem::absolute(output).parent_path();
     constexpr double nano = 1e-9;
-    std::cout << "field   " << x << " x " << y << " x " << z << " points, mode "
-              << nameOf(layout.request.mode) << ", order " << layout.request.rule.order << "\n"
-              << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
+    std::cout << "field   " << x << " x " << y << " x " << z << " points, " << wayOf(layout.request)
+              << "\n";
+    if (accuracy) std::cout << "error   " << textOf(*accuracy) << "\n";
+    std::cout << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
               << ", "
               << formatting::bytes(static_cast<double>(std::filesystem::space(folder).available))
               << " free there\n"
@@ -112,6 +133,7 @@ void printEstimate(const std::filesystem::path& output, const Layout& layout, st
               << " ns a point, and the time that the disk takes\n";
     for (const std::string& note : notesOn(layout)) std::cout << "note    " << note << "\n";
     std::cout << std::flush;
+    return accuracy;
 }
 
 }  // namespace run

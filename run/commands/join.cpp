@@ -58,6 +58,10 @@ class Gathering {
         total.processes = std::max(total.processes, provenance.processes);
         total.peakMemory = std::max(total.peakMemory, provenance.peakMemory);
         total.undefined += provenance.undefined;
+        // Of one request, but maybe on processors that round otherwise.
+        if (provenance.accuracy &&
+            (!total.accuracy || provenance.accuracy->error > total.accuracy->error))
+            total.accuracy = provenance.accuracy;
     }
 
     void create(const JoinCommand& command) const {

@@ -46,8 +46,8 @@ std::string noteOnUnits(const pistonfield::Request& request) {
     // An edge takes a quarter of a node for each radian before its waves are resolved at all.
     if (std::ceil(longest / 4) + 8 < largestOrderTried) return {};
     note << width * request.wave.wavenumber * perRadian << " by "
-         << height * request.wave.wavenumber * perRadian
-         << " wavelengths, more than orders up to 4096 can do" << units;
+         << height * request.wave.wavenumber * perRadian << " wavelengths"
+         << (request.tolerance ? "" : ", more than orders up to 4096 can do") << units;
     return note.str();
 }
 
@@ -57,7 +57,9 @@ std::vector<std::string> notesOn(const Layout& layout) {
     std::vector<std::string> notes;
     const pistonfield::Request& request = layout.request;
     if (reachesBehind(layout))
-        notes.emplace_back("some points lie behind the piston, where values mean nothing");
+        notes.emplace_back(
+            std::string("some points lie behind the piston, where values ") +
+            (request.tolerance ? "are those of the points before it" : "mean nothing"));
     if (const std::string units = noteOnUnits(request); !units.empty()) notes.push_back(units);
     if (const std::string device = emulationNote(); isOnGpu(request.mode) && !device.empty())
         notes.push_back(device);

@@ -21,7 +21,7 @@ inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 16> computeOptions{{
+inline constexpr std::array<Option, 20> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -36,6 +36,16 @@ inline constexpr std::array<Option, 16> computeOptions{{
     {"table", 1, "RULE", fieldGroup,
      "in place of an order, a rule: abscissa, weight, abscissa ...; a text file of them, or in "
      "quotes themselves"},
+    {"tolerance", 1, "NUMBER", fieldGroup,
+     "in place of a mode and an order, the largest error that values may have: the nodes then "
+     "follow from a bound, point by point"},
+    {"relative", 1, "WORD", fieldGroup,
+     "what the tolerance is relative to: largest (the largest |p| of the field; the default), or "
+     "local (about what |p| is in each point's distance)"},
+    {"precision", 1, "WORD", fieldGroup,
+     "with a tolerance: double (the default), or single, which keeps none below about 1e-5"},
+    {"behind", 0, "", fieldGroup,
+     "with a tolerance: allow points behind the piston, which have the values of those before it"},
     {"resume", 0, "", workGroup, "go on with the output where there is one"},
     {"overwrite", 0, "", workGroup, overwriteText},
     {"part", 1, "PART", workGroup,

@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 #include "run/commands/estimate.h"
 #include "run/commands/leftovers.h"
@@ -75,7 +76,17 @@ void requireRoom(const ComputeCommand& command, const Layout& layout) {
                                  formatting::bytes(layout.bytes() - free) + " too few");
 }
 
-std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
+/// Tells what a field takes, and refuses one that there is no plan for.
+std::optional<pistonfield::Accuracy> estimate(const ComputeCommand& command, const Layout& layout,
+                                              std::int64_t missing, int processes) {
+    try {
+        return printEstimate(command.output, layout, missing, processes);
+    } catch (const pistonfield::InvalidRequest& error) {
+        refuse(command, error);
+    }
+}
+
+Preparation begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
     const Layout layout = layoutOf(command);
     if (!command.onlyEstimate) {
@@ -83,14 +94,14 @@ std::optional<FileLock> begin(const ComputeCommand& command, int processes) {
         outputs::requireFolder(output);
         if (command.magnitude) requireViewersFile(output, command.overwrite);
     }
-    printEstimate(output, layout, layout.box.points(), processes);
-    if (command.onlyEstimate) return std::nullopt;
+    const auto accuracy = estimate(command, layout, layout.box.points(), processes);
+    if (command.onlyEstimate) return {};
     requireRoom(command, layout);
     const std::filesystem::path file = outputs::target(output);
     std::optional<FileLock> old;
     if (std::filesystem::exists(file)) old.emplace(file);
     removeLeftovers(output);
-    return createOutput(file, layout, command.overwrite);
+    return {createOutput(file, layout, command.overwrite), accuracy};
 }
 
 /// Opens an output to go on with, after it was mended where it cannot be opened otherwise.
@@ -105,7 +116,7 @@ FieldFile openMended(const std::filesystem::path& output, bool mend) {
     return {output, FieldFile::Access::read};
 }
 
-std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
+Preparation goOn(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
     if (std::filesystem::is_directory(output))
         throw std::runtime_error(output.string() + " is a folder: name a file in it");
@@ -122,9 +133,9 @@ std::optional<FileLock> goOn(const ComputeCommand& command, int processes) {
     if (!command.onlyEstimate && layout.magnitude) requireViewersFile(output, command.overwrite);
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
-    printEstimate(output, layout, missing, processes);
+    const auto accuracy = estimate(command, layout, missing, processes);
     if (lock) removeLeftovers(output);
-    return lock;
+    return {std::move(lock), accuracy};
 }
 
 }  // namespace
@@ -145,7 +156,7 @@ std::string firstBytes() {
     return bytes;
 }
 
-std::optional<FileLock> prepare(const ComputeCommand& command, int processes) {
+Preparation prepare(const ComputeCommand& command, int processes) {
     const bool there = std::filesystem::exists(command.output) && !command.overwrite;
     return there ? goOn(command, processes) : begin(command, processes);
 }

@@ -10,6 +10,7 @@
 #include "run/commands/commands.h"
 #include "run/file/FieldFile.h"
 #include "run/file/PartFiles.h"
+#include "run/requestNames.h"
 
 namespace run {
 
@@ -46,12 +47,21 @@ void comment(const char* key, const auto& value) {
     line(key, value);
 }
 
+void showTolerance(const pistonfield::Request& request) {
+    line("tolerance", request.tolerance->value);
+    line("relative", std::quoted(nameOf(request.tolerance->of)));
+    line("precision", std::quoted(precisionOf(request.mode)));
+    line("behind", request.behind ? "true" : "false");
+    comment("mode", std::quoted(nameOf(request.mode)));
+}
+
 void showRequest(const pistonfield::Request& request) {
     line("transform", rows(request.lattice.transform, 4));
     line("sizes", list(request.lattice.sizes));
     line("l", request.piston.height);
     line("s", request.piston.width);
     line("k", request.wave.wavenumber);
+    if (request.tolerance) return showTolerance(request);
     line("mode", std::quoted(nameOf(request.mode)));
     if (request.rule.table.empty()) return line("order", request.rule.order);
     comment("order", request.rule.order);
@@ -70,6 +80,11 @@ void showContents(const Layout& layout, const Provenance& provenance) {
     comment("seconds", provenance.seconds);
     comment("processes", provenance.processes);
     comment("peak_memory", provenance.peakMemory);
+    if (!provenance.accuracy) return;
+    comment("error_bound", provenance.accuracy->bound);
+    comment("error", provenance.accuracy->error);
+    comment("error_points", provenance.accuracy->points);
+    comment("evaluations", provenance.accuracy->evaluations);
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "field/Plan.h"
 #include "field/Request.h"
 #include "run/file/Digest.h"
 #include "run/file/Hdf5.h"
@@ -64,6 +65,8 @@ struct Provenance {
     std::int64_t peakMemory = 0;  ///< bytes, of the process that took most
     bool complete = false;
     std::int64_t undefined = 0;  ///< points whose value is no number
+    /// What was measured of a field with a tolerance, by the last run that worked on it.
+    std::optional<pistonfield::Accuracy> accuracy = std::nullopt;
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order

@@ -15,6 +15,7 @@
 #include "run/file/attributes.h"
 #include "run/file/joinedParts.h"
 #include "run/file/revision.h"
+#include "run/requestNames.h"
 
 namespace run::metadata {
 
@@ -22,11 +23,14 @@ using hdf5::checked;
 using hdf5::Dataset;
 using hdf5::Properties;
 using hdf5::Space;
+using pistonfield::Accuracy;
 
 namespace {
 
 constexpr const char* creator = "pistonfield-run";
-constexpr std::int64_t format = 2;
+constexpr std::int64_t ruleFormat = 2;
+/// Of fields with a tolerance, so that programs that know none refuse them.
+constexpr std::int64_t toleranceFormat = 3;
 constexpr const char* tableName = "table";
 constexpr const char* digestName = "digest";
 
@@ -53,6 +57,19 @@ const std::vector<Numbers>& integers() {
 
 constexpr std::array texts{"creator", "version", "identity", "mode",    "conventions",
                            "units",   "axes",    "host",     "started", "finished"};
+
+// What a file says besides where the field has a tolerance.
+constexpr std::array toleranceReals{"tolerance", "error_bound", "error", "evaluations"};
+constexpr std::array toleranceIntegers{"behind", "error_points"};
+constexpr const char* relativeName = "relative";
+
+bool hasTolerance(hid_t file) { return attributes::readInteger(file, "format") == toleranceFormat; }
+
+/// The rule as files have it: none where a tolerance decides.
+pistonfield::Rule ruleOf(const pistonfield::Request& request) {
+    if (request.tolerance) return {.order = 0, .table = {}};
+    return request.rule;
+}
 
 /// A dataset, because attributes have at most 64 kB.
 void writeTable(hid_t file, const std::vector<double>& table) {
@@ -123,11 +140,46 @@ pistonfield::Request readRequest(hid_t file) {
     request.piston.width = attributes::readReal(file, "s");
     request.wave.wavenumber = attributes::readReal(file, "k");
     request.mode = pistonfield::modeCalled(attributes::readText(file, "mode"));
+    if (hasTolerance(file)) {
+        request.tolerance = {attributes::readReal(file, "tolerance"),
+                             relativeCalled(attributes::readText(file, relativeName))};
+        request.behind = attributes::readInteger(file, "behind") != 0;
+        return request;
+    }
     const std::int64_t order = attributes::readInteger(file, "order");
     // What does not fit is refused as what is too large.
     request.rule.order = static_cast<int>(std::clamp<std::int64_t>(order, 0, INT32_MAX));
     request.rule.table = readTable(file, request.rule.order);
     return request;
+}
+
+void writeTolerance(hid_t file, const pistonfield::Request& request) {
+    attributes::write(file, "tolerance", request.tolerance->value);
+    attributes::write(file, relativeName, std::string(nameOf(request.tolerance->of)));
+    attributes::write(file, "behind", std::int64_t{request.behind ? 1 : 0});
+}
+
+void writeAccuracy(hid_t file, const Accuracy& accuracy) {
+    attributes::write(file, "error_bound", accuracy.bound);
+    attributes::write(file, "error", accuracy.error);
+    attributes::write(file, "evaluations", accuracy.evaluations);
+    attributes::write(file, "error_points", accuracy.points);
+}
+
+/// None where it was not measured yet.
+std::optional<Accuracy> readAccuracy(hid_t file) {
+    if (!hasTolerance(file)) return std::nullopt;
+    const Accuracy accuracy{
+        attributes::readReal(file, "error_bound"), attributes::readReal(file, "error"),
+        attributes::readReal(file, "evaluations"), attributes::readInteger(file, "error_points")};
+    if (accuracy.points == 0) return std::nullopt;
+    return accuracy;
+}
+
+void addTolerance(hid_t file, Digest& digest) {
+    for (const char* name : toleranceReals) digest.add(attributes::readReals(file, name));
+    for (const char* name : toleranceIntegers) digest.add(attributes::readIntegers(file, name));
+    digest.add(attributes::readText(file, relativeName));
 }
 
 Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
@@ -141,6 +193,7 @@ Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
         checked(H5Lexists(file, "magnitude", H5P_DEFAULT), "the magnitude");
     digest.add(std::span(&magnitude, 1));
     digest.add(table);
+    if (hasTolerance(file)) addTolerance(file, digest);
     for (const JoinedPart& part : joinedParts::read(file)) {
         digest.add(part.file);
         digest.add(part.box.first);
@@ -156,14 +209,16 @@ Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
 void requireOurs(hid_t file, const std::string& name) {
     const auto found = formatOf(file);
     if (!found) throw std::runtime_error(name + " is not a file of " + creator);
-    if (*found != format)
+    if (*found != ruleFormat && *found != toleranceFormat)
         throw std::runtime_error(name + " has the format " + std::to_string(*found) +
-                                 ", and this version reads " + std::to_string(format) + " alone");
+                                 ", and this version reads " + std::to_string(ruleFormat) +
+                                 " and " + std::to_string(toleranceFormat) + " alone");
 }
 
 Digest::Value identityOf(const Layout& layout) {
     const pistonfield::Request& request = layout.request;
-    const std::int64_t order = request.rule.order;
+    const pistonfield::Rule rule = ruleOf(request);
+    const std::int64_t order = rule.order;
     Digest digest;
     digest.add(request.lattice.transform);
     digest.add(std::array{request.piston.height, request.piston.width, request.wave.wavenumber});
@@ -172,15 +227,21 @@ Digest::Value identityOf(const Layout& layout) {
     digest.add(layout.box.size);
     digest.add(nameOf(request.mode));
     digest.add(std::span(&order, 1));
-    digest.add(request.rule.table);
+    digest.add(rule.table);
+    if (request.tolerance) {
+        digest.add(std::array{request.tolerance->value});
+        digest.add(nameOf(request.tolerance->of));
+        digest.add(std::array{std::int64_t{request.behind ? 1 : 0}});
+    }
     return digest.value();
 }
 
 void write(hid_t file, const Layout& layout) {
     const pistonfield::Request& request = layout.request;
+    const pistonfield::Rule rule = ruleOf(request);
     attributes::write(file, "creator", std::string(creator));
     attributes::write(file, "version", revision());
-    attributes::write(file, "format", format);
+    attributes::write(file, "format", request.tolerance ? toleranceFormat : ruleFormat);
     attributes::write(file, "identity", text(identityOf(layout)));
     attributes::write(file, "transform", request.lattice.transform, {4, 4});
     attributes::write(file, "sizes", request.lattice.sizes, {3});
@@ -188,8 +249,9 @@ void write(hid_t file, const Layout& layout) {
     attributes::write(file, "s", request.piston.width);
     attributes::write(file, "k", request.wave.wavenumber);
     attributes::write(file, "mode", std::string(nameOf(request.mode)));
-    attributes::write(file, "order", std::int64_t{request.rule.order});
-    writeTable(file, request.rule.table);
+    attributes::write(file, "order", std::int64_t{rule.order});
+    writeTable(file, rule.table);
+    if (request.tolerance) writeTolerance(file, request);
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
     attributes::write(
@@ -211,6 +273,7 @@ void write(hid_t file, const Layout& layout) {
     attributes::write(file, "peak_memory", std::int64_t{0});
     attributes::write(file, "undefined", std::int64_t{0});
     attributes::write(file, "complete", std::int64_t{0});
+    if (request.tolerance) writeAccuracy(file, {});
 }
 
 void read(hid_t file, Layout& layout) {
@@ -233,6 +296,7 @@ void writeProvenance(hid_t file, const Provenance& provenance) {
     attributes::write(file, "peak_memory", provenance.peakMemory);
     attributes::write(file, "undefined", provenance.undefined);
     attributes::write(file, "complete", std::int64_t{provenance.complete ? 1 : 0});
+    if (hasTolerance(file)) writeAccuracy(file, provenance.accuracy.value_or(Accuracy{}));
 }
 
 void writeIncomplete(hid_t file) { attributes::write(file, "complete", std::int64_t{0}); }
@@ -245,7 +309,8 @@ Provenance readProvenance(hid_t file) {
             attributes::readInteger(file, "processes"),
             attributes::readInteger(file, "peak_memory"),
             attributes::readInteger(file, "complete") != 0,
-            attributes::readInteger(file, "undefined")};
+            attributes::readInteger(file, "undefined"),
+            readAccuracy(file)};
 }
 
 void seal(hid_t file) {

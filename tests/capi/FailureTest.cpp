@@ -109,13 +109,41 @@ pistonfield_status statusWithoutMemory(const pistonfield_request& request, int n
 }
 
 TEST(CInterface, TellsOfEveryAllocationThatFindsNoMemory) {
-    for (const std::int32_t mode : {PISTONFIELD_CPU, PISTONFIELD_CPUSP}) {
-        const pistonfield_request request = sampleRequest(mode);
-        int nth = 1;
-        while (statusWithoutMemory(request, nth) == PISTONFIELD_OUT_OF_MEMORY) ++nth;
-        EXPECT_EQ(statusWithoutMemory(request, nth), PISTONFIELD_SUCCESS);
-        EXPECT_GT(nth, 3);
+    for (const std::int32_t mode : {PISTONFIELD_CPU, PISTONFIELD_CPUSP})
+        for (const double tolerance : {0.0, 1e-3}) {
+            pistonfield_request request = sampleRequest(mode);
+            request.tolerance = tolerance;
+            int nth = 1;
+            while (statusWithoutMemory(request, nth) == PISTONFIELD_OUT_OF_MEMORY) ++nth;
+            EXPECT_EQ(statusWithoutMemory(request, nth), PISTONFIELD_SUCCESS);
+            EXPECT_GT(nth, 3);
+        }
+}
+
+/// What comes of measuring a plan's accuracy when the allocations from number `nth` on find no
+/// memory.
+pistonfield_status accuracyWithoutMemory(const pistonfield_plan* plan, int nth) {
+    pistonfield_message message;
+    pistonfield_accuracy accuracy{};
+    pistonfield_status status = PISTONFIELD_SUCCESS;
+    {
+        const heap::FailingAllocation failing(nth, true);
+        status = pistonfield_plan_accuracy(plan, &accuracy, &message);
     }
+    EXPECT_STREQ(message.text, status == PISTONFIELD_SUCCESS ? "" : "there is not enough memory");
+    EXPECT_EQ(accuracy.points > 0, status == PISTONFIELD_SUCCESS);
+    return status;
+}
+
+TEST(CInterface, TellsOfAnAccuracyThatFindsNoMemory) {
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    request.tolerance = 1e-3;
+    pistonfield_plan* plan = nullptr;
+    ASSERT_EQ(pistonfield_plan_create(&request, &plan, nullptr), PISTONFIELD_SUCCESS);
+    int nth = 1;
+    while (accuracyWithoutMemory(plan, nth) == PISTONFIELD_OUT_OF_MEMORY) ++nth;
+    EXPECT_EQ(accuracyWithoutMemory(plan, nth), PISTONFIELD_SUCCESS);
+    pistonfield_plan_destroy(plan);
 }
 
 TEST(CInterface, IsCalledFromAnyThreadsAtTheSameTime) {

@@ -105,6 +105,8 @@ static void fillsTheDefaults(void) {
     EXPECT(request.width == 0 && request.height == 0 && request.wavenumber == 0);
     for (int i = 0; i < 16; ++i) EXPECT(request.transform[i] == 0);
     for (int i = 0; i < 3; ++i) EXPECT(request.sizes[i] == 0);
+    EXPECT(request.tolerance == 0 && request.tolerance_of == PISTONFIELD_LARGEST);
+    EXPECT(request.behind == 0);
 
     pistonfield_conduct conduct;
     memset(&conduct, 0xff, sizeof conduct);
@@ -129,7 +131,7 @@ static void refusesStructsOfAnotherSize(void) {
         EXPECT(plan == NULL);
     }
     EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 8 bytes is not that of interface 1 to 1");
+                   "request: a size of 8 bytes is not that of interface 1 to 2");
 
     pistonfield_plan* plan = NULL;
     request.size = 0;
@@ -144,10 +146,47 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
         PISTONFIELD_INVALID_ARGUMENT,
-        "conduct: a size of 40 bytes is not that of interface 1 to 1; call "
+        "conduct: a size of 40 bytes is not that of interface 1 to 2; call "
         "pistonfield_conduct_init first");
     EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "conduct: a size of 0 bytes is not that of interface 1 to 1");
+                   "conduct: a size of 0 bytes is not that of interface 1 to 2");
+    pistonfield_plan_destroy(plan);
+}
+
+/// The request as programs have it that were compiled with the first interface.
+typedef struct FirstRequest {
+    size_t size;
+    double width, height, wavenumber, transform[16];
+    int64_t sizes[3];
+    int32_t mode, order;
+    const double* table;
+} FirstRequest;
+
+static void takesTheRequestOfTheFirstInterface(void) {
+    // What lies behind an older struct is the program's own.
+    struct {
+        FirstRequest request;
+        double others[2];
+    } program;
+    pistonfield_request* const seen = (pistonfield_request*)(void*)&program.request;
+    memset(&program, 0x3f, sizeof program);
+    const double other = program.others[0];
+    EXPECT_OUTCOME(pistonfield_request_init(seen, sizeof program.request, &message),
+                   PISTONFIELD_SUCCESS, "");
+    EXPECT(program.request.size == 200 && program.request.order == 10);
+    EXPECT(program.others[0] == other && program.others[1] == other);
+
+    const pistonfield_request sample = sampleRequest(PISTONFIELD_CPU);
+    memcpy(&program.request, &sample, sizeof program.request);
+    program.request.size = sizeof program.request;
+    pistonfield_plan* plan = planFor(seen);
+    double expected[2 * samplePoints];
+    double values[2 * samplePoints];
+    sampleFieldDouble(PISTONFIELD_CPU, expected);
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+    EXPECT(memcmp(values, expected, sizeof values) == 0);
     pistonfield_plan_destroy(plan);
 }
 
@@ -312,6 +351,135 @@ static void tellsTheCost(void) {
     plan = samplePlan(PISTONFIELD_CUDADP);
     pistonfield_plan_cost(plan, &whole, &cost, NULL);
     EXPECT(cost.memory == 16 * samplePoints && cost.device_memory == 16 * samplePoints);
+    pistonfield_plan_destroy(plan);
+}
+
+static pistonfield_request tolerantRequest(double tolerance, int32_t of) {
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    request.tolerance = tolerance;
+    request.tolerance_of = of;
+    return request;
+}
+
+/// The largest |p| of the sample's points, or what a local tolerance is relative to at one of them.
+static double unitAt(const pistonfield_request* request, const double* values, int point) {
+    if (request->tolerance_of == PISTONFIELD_LARGEST) {
+        double largest = 0;
+        for (int i = 0; i < samplePoints; ++i)
+            largest = fmax(largest, hypot(values[2 * i], values[2 * i + 1]));
+        return largest;
+    }
+    const int index[3] = {point % 7, point / 7 % 5, point / 35};
+    double distance = 0;
+    for (int i = 0; i < 3; ++i) {
+        const double* const row = request->transform + 4 * i;
+        distance = hypot(distance, (row[i] * index[i] + row[3]) / request->transform[15]);
+    }
+    const double pi = 3.141592653589793;
+    const double area = request->width * request->height;
+    return fmin(1, request->wavenumber * area / (2 * pi * fmax(distance, sqrt(area) / 4)));
+}
+
+/// The largest error of values, relative to what the request's tolerance is relative to.
+static double errorOf(const pistonfield_request* request, const double* values,
+                      const double* expected) {
+    double largest = 0;
+    for (int i = 0; i < samplePoints; ++i) {
+        const double off =
+            hypot(values[2 * i] - expected[2 * i], values[2 * i + 1] - expected[2 * i + 1]);
+        largest = fmax(largest, off / unitAt(request, expected, i));
+    }
+    return largest;
+}
+
+static void keepsATolerance(void) {
+    // The rule's own error is far below the smallest of these.
+    pistonfield_request exact = sampleRequest(PISTONFIELD_CPU);
+    exact.order = 400;
+    pistonfield_plan* plan = planFor(&exact);
+    double expected[2 * samplePoints];
+    double values[2 * samplePoints];
+    pistonfield_plan_compute_double(plan, &whole, expected, expected + 1, 2, NULL, NULL);
+    pistonfield_plan_destroy(plan);
+    static const double tolerances[] = {1e-2, 1e-6, 1e-11};
+    for (int i = 0; i < 6; ++i) {
+        pistonfield_request request = tolerantRequest(tolerances[i / 2], i % 2);
+        // Neither means anything beside a tolerance.
+        request.order = -7;
+        request.table = (const double*)(const void*)&request;
+        plan = planFor(&request);
+        EXPECT_OUTCOME(
+            pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT(errorOf(&request, values, expected) <= request.tolerance);
+
+        pistonfield_accuracy accuracy;
+        EXPECT_OUTCOME(pistonfield_plan_accuracy(plan, &accuracy, &message), PISTONFIELD_SUCCESS,
+                       "");
+        EXPECT(accuracy.points > 0 && accuracy.evaluations > 0);
+        EXPECT(accuracy.error >= 0 && accuracy.error <= accuracy.bound);
+        EXPECT(accuracy.bound <= tolerances[i / 2]);
+        pistonfield_plan_destroy(plan);
+    }
+}
+
+static void tellsTheAccuracyOfAToleranceAlone(void) {
+    pistonfield_accuracy accuracy = {-7, -7, -7, -7};
+    pistonfield_plan* plan = samplePlan(PISTONFIELD_CPU);
+    EXPECT_OUTCOME(pistonfield_plan_accuracy(plan, &accuracy, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "plan: its request has no tolerance");
+    EXPECT(accuracy.bound == -7 && accuracy.points == -7);
+    EXPECT_OUTCOME(pistonfield_plan_accuracy(plan, NULL, &message), PISTONFIELD_INVALID_ARGUMENT,
+                   "accuracy: is null");
+    pistonfield_plan_destroy(plan);
+    EXPECT_OUTCOME(pistonfield_plan_accuracy(NULL, &accuracy, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "plan: is null");
+}
+
+static void refusesTolerancesThatThereAreNone(void) {
+    static const char range[] = "tolerance: must be above 0 and below 1";
+    static const double none[] = {-1e-4, 1, NAN, INFINITY};
+    pistonfield_plan* plan = NULL;
+    for (int i = 0; i < 4; ++i) {
+        const pistonfield_request request = tolerantRequest(none[i], PISTONFIELD_LARGEST);
+        EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message),
+                       PISTONFIELD_INVALID_REQUEST, range);
+    }
+    pistonfield_request request = tolerantRequest(1e-4, 2);
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "tolerance_of: 2 is none of 0 to 1");
+    request = tolerantRequest(1e-4, PISTONFIELD_LOCAL);
+    request.mode = PISTONFIELD_CUDA;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "tolerance: the modes that keep one are cpu and cpusp, not cuda");
+    request = tolerantRequest(1e-9, PISTONFIELD_LARGEST);
+    request.mode = PISTONFIELD_CPUSP;
+    EXPECT(pistonfield_plan_create(&request, &plan, &message) == PISTONFIELD_INVALID_REQUEST);
+    EXPECT(strncmp(message.text, "tolerance: ", strlen("tolerance: ")) == 0);
+    EXPECT(plan == NULL);
+}
+
+static void computesBehindThePistonWhereThatIsAsked(void) {
+    pistonfield_request request = tolerantRequest(1e-6, PISTONFIELD_LARGEST);
+    // Layers at -0.3, -0.1, 0.1 and 0.3.
+    request.transform[10] = 0.4;
+    request.transform[11] = -0.6;
+    pistonfield_plan* plan = NULL;
+    EXPECT(pistonfield_plan_create(&request, &plan, &message) == PISTONFIELD_INVALID_REQUEST);
+    EXPECT(plan == NULL && strlen(message.text) > 0);
+    request.behind = 1;
+    plan = planFor(&request);
+    double values[2 * samplePoints];
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+    const int layer = 2 * 7 * 5;
+    double apart = 0;
+    for (int i = 0; i < layer; ++i) {
+        apart = fmax(apart, fabs(values[i] - values[3 * layer + i]));
+        apart = fmax(apart, fabs(values[layer + i] - values[2 * layer + i]));
+    }
+    EXPECT(apart < 1e-5);
     pistonfield_plan_destroy(plan);
 }
 
@@ -485,12 +653,17 @@ int main(void) {
     tellsTheLimits();
     fillsTheDefaults();
     refusesStructsOfAnotherSize();
+    takesTheRequestOfTheFirstInterface();
     refusesWhatThereIsNoFieldFor();
     refusesNullPointers();
     hasTheBitsOfTheClasses();
     fillsPartsOfABoxAndNothingBetween();
     takesATable();
     tellsTheCost();
+    keepsATolerance();
+    tellsTheAccuracyOfAToleranceAlone();
+    refusesTolerancesThatThereAreNone();
+    computesBehindThePistonWhereThatIsAsked();
     refusesBoxesBeyondTheLattice();
     refusesStridesThatCannotBe();
     isWatchedAndStopped();

@@ -5,7 +5,9 @@
 #include <cstring>
 
 #include "lanes/Pack.h"
+#include "lanes/estimates.h"
 #include "lanes/sinCos.h"
+#include "lanes/sinCosUpToSign.h"
 
 namespace {
 
@@ -40,8 +42,19 @@ PackOperations<T> operationsOn() {
                 unpack<T, W>(sine, sines);
                 unpack<T, W>(cosine, cosines);
             },
+            [](const T* angles, T* sines, T* cosines) {
+                const auto [sine, cosine] = lanes::sinCosUpToSign(packOf<T, W>(angles));
+                unpack<T, W>(sine, sines);
+                unpack<T, W>(cosine, cosines);
+            },
             [](const T* values, T* roots) {
                 unpack<T, W>(lanes::squareRoot(packOf<T, W>(values)), roots);
+            },
+            [](const T* values, T* roots) {
+                unpack<T, W>(lanes::nearSquareRoot(packOf<T, W>(values)), roots);
+            },
+            [](const T* values, T* reciprocals) {
+                unpack<T, W>(lanes::nearReciprocal(packOf<T, W>(values)), reciprocals);
             },
             [](const T* values, T* magnitudes) {
                 unpack<T, W>(lanes::absolute(packOf<T, W>(values)), magnitudes);

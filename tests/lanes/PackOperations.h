@@ -12,7 +12,10 @@ struct PackOperations {
     /// Up to this magnitude sines and cosines are those of the fast reduction.
     T fastLimit;
     void (*sinCos)(const T* angles, T* sines, T* cosines);
+    void (*sinCosUpToSign)(const T* angles, T* sines, T* cosines);
     void (*squareRoot)(const T* values, T* roots);
+    void (*nearSquareRoot)(const T* values, T* roots);
+    void (*nearReciprocal)(const T* values, T* reciprocals);
     void (*absolute)(const T* values, T* magnitudes);
     void (*select)(const bool* mask, const T* a, const T* b, T* selected);
     bool (*any)(const bool* mask);

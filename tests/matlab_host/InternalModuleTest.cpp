@@ -82,6 +82,29 @@ TEST_P(InternalModuleTest, answersWithLimits) {
     EXPECT_THAT(matlab().creations, testing::ElementsAre("1x1 class 6 complexity 0"));
 }
 
+TEST_P(InternalModuleTest, answersWithTheFieldAndTheAccuracyOfATolerance) {
+    std::vector<const mxArray*> field = request({1, 1, 0}, {1, 1, 1});
+    field[0] = matlab().text("field_within");
+    field[7] = matlab().doubles({1e-6}, {1, 1});
+    field.insert(field.begin() + 8, matlab().text("local"));
+    std::vector<const mxArray*> accuracy = field;
+    accuracy[0] = matlab().text("accuracy");
+    accuracy.erase(accuracy.begin() + 9, accuracy.begin() + 11);
+
+    const Matlab::Answer value = call(field);
+    ASSERT_FALSE(value.raised) << value.error;
+    EXPECT_LT(
+        std::abs(std::complex<double>(value.output->real.at(0), value.output->imaginary.at(0)) -
+                 surfaceIntegral({3, 2}, 2.5, 0.25, 0.5, 1)),
+        1e-6);
+    const Matlab::Answer row = call(accuracy);
+    ASSERT_FALSE(row.raised) << row.error;
+    EXPECT_FALSE(row.output->isComplex);
+    EXPECT_EQ(row.output->dimensions, (std::vector<std::size_t>{1, 3}));
+    EXPECT_LE(row.output->real.at(1), row.output->real.at(0));
+    EXPECT_LE(row.output->real.at(0), 1e-6);
+}
+
 TEST_P(InternalModuleTest, raisesErrorsWithAnIdentifier) {
     const Matlab::Answer answer = call(request({1, 1, 0}, {3, 2, 1}, "gpu"));
     EXPECT_TRUE(answer.raised);

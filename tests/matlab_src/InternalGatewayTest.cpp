@@ -54,6 +54,33 @@ std::vector<const host::Array*> question(const std::string& mode) {
             number(3)};
 }
 
+pistonfield::Request smallRequestWithin(double tolerance, pistonfield::Tolerance::Of of,
+                                        const std::string& mode) {
+    pistonfield::Request request = smallRequest(mode);
+    request.tolerance = pistonfield::Tolerance{tolerance, of};
+    request.behind = true;
+    return request;
+}
+
+/// The same by a tolerance.
+std::vector<const host::Array*> questionWithin(double tolerance, const std::string& relative,
+                                               const std::string& mode) {
+    std::vector<const host::Array*> arguments = question(mode);
+    arguments[0] = text("field_within");
+    arguments[7] = number(tolerance);
+    arguments.insert(arguments.begin() + 8, text(relative));
+    return arguments;
+}
+
+/// What asks for the accuracy of the whole field.
+std::vector<const host::Array*> accuracyQuestion(double tolerance, const std::string& relative,
+                                                 const std::string& mode) {
+    std::vector<const host::Array*> arguments = questionWithin(tolerance, relative, mode);
+    arguments[0] = text("accuracy");
+    arguments.erase(arguments.begin() + 9, arguments.begin() + 11);
+    return arguments;
+}
+
 class InternalGatewayTest : public testing::Test {
   protected:
     void SetUp() override { theHost().reset(); }
@@ -97,6 +124,82 @@ TEST_F(InternalGatewayTest, AnswersWithThePlansFieldAndPrintsNothing) {
         EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 4, 2}));
         EXPECT_EQ(printed.out + printed.err + theHost().console(), "");
     }
+}
+
+TEST_F(InternalGatewayTest, AnswersWithTheFieldWithinATolerance) {
+    using Of = pistonfield::Tolerance::Of;
+    for (const std::string mode : {"cpu", "cpudp", "cpusp"})
+        for (const auto& [relative, of] :
+             {std::pair{"largest", Of::largest}, {"local", Of::local}}) {
+            const pistonfield::Plan plan(smallRequestWithin(1e-3, of, mode));
+            Field wanted(static_cast<std::size_t>(box.points()));
+            plan.compute(box, wanted.data());
+            host::Array* output = nullptr;
+            const Printed printed =
+                captured([&] { output = answerTo(questionWithin(1e-3, relative, mode)); });
+            EXPECT_EQ(substitute::valuesOf(output), wanted) << mode << ' ' << relative;
+            EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 4, 2}));
+            EXPECT_EQ(printed.out + printed.err + theHost().console(), "");
+        }
+}
+
+TEST_F(InternalGatewayTest, AnswersWithTheAccuracyOfATolerance) {
+    using Of = pistonfield::Tolerance::Of;
+    for (const std::string mode : {"cpu", "cpusp"})
+        for (const auto& [relative, of] :
+             {std::pair{"largest", Of::largest}, {"local", Of::local}}) {
+            const pistonfield::Accuracy wanted =
+                pistonfield::Plan(smallRequestWithin(1e-3, of, mode)).accuracy().value();
+            host::Array* const row = answerTo(accuracyQuestion(1e-3, relative, mode));
+            EXPECT_FALSE(row->complex);
+            EXPECT_EQ(row->dimensions, (substitute::Dimensions{1, 3}));
+            const double* const values = host::realData(row);
+            EXPECT_EQ(std::vector<double>(values, values + 3),
+                      (std::vector<double>{wanted.bound, wanted.error, wanted.evaluations}));
+            EXPECT_LE(wanted.error, wanted.bound);
+            EXPECT_LE(wanted.bound, 1e-3);
+        }
+}
+
+TEST_F(InternalGatewayTest, NamesWhatIsWrongWithATolerance) {
+    for (auto* const asked : {questionWithin, accuracyQuestion}) {
+        const bool isField = asked == questionWithin;
+        EXPECT_EQ(refusalOf(asked(0, "largest", "cpu")),
+                  refusal("tolerance", "tolerance: must be above 0 and below 1"));
+        EXPECT_EQ(refusalOf(asked(1e-3, "far", "cpu")),
+                  refusal("relative", "relative: 'far' is none of largest, local"));
+        EXPECT_EQ(
+            refusalOf(asked(1e-3, "largest", "cuda")),
+            refusal("tolerance", "tolerance: the modes that keep one are cpu and cpusp, not cuda"));
+        EXPECT_THAT(refusalOf(asked(1e-9, "largest", "cpusp")),
+                    testing::StartsWith(refusal("tolerance", "tolerance: ")));
+        std::vector<const host::Array*> arguments = asked(1e-3, "local", "cpu");
+        arguments[7] = text("small");
+        EXPECT_EQ(refusalOf(arguments),
+                  refusal("tolerance",
+                          "tolerance: must be full, real and of class double, with 1 elements"));
+        arguments = asked(1e-3, "local", "cpu");
+        arguments[8] = number(1);
+        EXPECT_EQ(refusalOf(arguments), refusal("relative", "relative: must be a text"));
+        arguments = asked(1e-3, "local", "cpu");
+        arguments.back() = number(1025);
+        EXPECT_EQ(refusalOf(arguments), refusal("threads", "threads: must be from 0 to 1024"));
+        arguments.pop_back();
+        EXPECT_EQ(refusalOf(arguments),
+                  refusal("arguments", isField ? "arguments: 11 in the place of 12"
+                                               : "arguments: 9 in the place of 10"));
+    }
+}
+
+TEST_F(InternalGatewayTest, AnswersBehindThePistonByTheMirroredPoint) {
+    std::vector<const host::Array*> arguments = questionWithin(1e-6, "largest", "cpu");
+    arguments[2] = arguments[10] = triple({1, 1, 1});
+    arguments[9] = triple({0, 0, 0});
+    const auto at = [&arguments](double z) {
+        arguments[1] = doubles({1, 0, 0, 0.1, 0, 1, 0, 0.2, 0, 0, 1, z, 0, 0, 0, 1}, {4, 4});
+        return substitute::valuesOf(answerTo(arguments)).front();
+    };
+    EXPECT_EQ(at(-0.7), at(0.7));
 }
 
 TEST_F(InternalGatewayTest, AnswersWithLimits) {

@@ -287,10 +287,10 @@ double* resultImaginary(Array* result) {
     return substitute::dataOf(result, result->imaginary);
 }
 
-Array* createNumber(double value) {
-    theHost().enter("createNumber");
-    theHost().log(EventKind::creation, "1x1");
-    return substitute::number(value);
+Array* createRow(std::initializer_list<double> values) {
+    theHost().enter("createRow");
+    theHost().log(EventKind::creation, "1x" + std::to_string(values.size()));
+    return substitute::doubles(values, {1, values.size()});
 }
 
 void print(const std::string& text) {

@@ -12,7 +12,7 @@ struct PistonSides {
     double s;
 };
 
-/// The reference pressure at (x, y, z), off the piston's plane.
+/// The reference pressure at (x, y, z).
 inline std::complex<double> surfaceIntegral(PistonSides piston, double k, double x, double y,
                                             double z) {
     return std::complex<double>(reference::surfacePressure({piston.s, piston.l}, {x, y, z}, k));

@@ -45,6 +45,7 @@ MODULE = ["matlab_host/matlab_host_test"]
 RULES = ["FastNearfield/FastNearfieldTest"]
 SUMS = ["FastNearfield/FastNearfieldTest", "FastNearfield/NearFieldRoundingTest", *GATEWAY]
 PISTON = ["FastNearfield/gpu/gpu_test", "FastNearfield/FastNearfieldTest"]
+METHOD = ["method/method_test"]
 KERNELS = ["FastNearfield/kernels/kernels_test"]
 RUN = ["run/run_test"]
 LANES = {"baseline": ["lanes/lanes_test"], "v3": ["lanes/lanes_v3_test", "lanes/lanes_test"],
@@ -68,8 +69,10 @@ TESTS = {
     "FastNearfield/fillLattice.h": SUMS,
     "lanes/InstructionSet.cpp": LANES,
     "lanes/Pack.h": LANES,
+    "lanes/estimates.h": LANES,
     "lanes/PerInstructionSet.h": LANES,
     "lanes/sinCos.h": LANES,
+    "lanes/sinCosUpToSign.h": LANES,
     "lanes/slowReduction.cpp": LANES,
     "lanes/pipelined.h": LANES,
 }
@@ -78,6 +81,8 @@ TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").rgl
           if file.name != "main.cpp"}
 TESTS |= {str(file.relative_to(ROOT)): ["field/field_test"]
           for file in sorted((ROOT / "field").glob("*.cpp"))}
+TESTS |= {str(file.relative_to(ROOT)): METHOD
+          for file in sorted((ROOT / "method").iterdir()) if file.suffix in (".cpp", ".h")}
 
 
 def limit_resources():

@@ -6,9 +6,9 @@
 
 1;
 
-function keeps_within(mode, sizes, limit)
-  [status, ~, errors] = run_octave(sprintf('addpath %s; peak_of_field(''%s'', [%s], %g)', ...
-    fileparts(which('pistonfield_pressure')), mode, num2str(sizes), limit));
+function keeps_within(name, value, sizes, limit)
+  [status, ~, errors] = run_octave(sprintf('addpath %s; peak_of_field(''%s'', ''%s'', [%s], %g)', ...
+    fileparts(which('pistonfield_pressure')), name, value, num2str(sizes), limit));
   expect(status == 0, '%s', errors);
   found = sscanf(errors, '%d slabs, %g bytes');
   printf('        %d slabs, %.1f MB of %.1f MB\n', found(1), found(2) / 1e6, limit / 1e6);
@@ -18,10 +18,10 @@ end
 
 % Starts a field of minutes, waits until it shows progress, and interrupts it: the time that the
 % process then takes to end [s]. An interrupt ends it with an exit status, a crash would by a signal.
-function seconds = time_to_end(mode, grid)
+function seconds = time_to_end(options, grid)
   [process, output] = start_octave(sprintf([ ...
     'pistonfield_pressure(struct(''width'', 7.5e-3, ''height'', 5e-3), pistonfield_grid(%s), ', ...
-    '''frequency'', 1e6, ''mode'', ''%s'', ''order'', 200, ''progress'', ''text'');'], grid, mode));
+    '''frequency'', 1e6, %s, ''progress'', ''text'');'], grid, options));
   shown = wait_for(output, ' s left');
   start = tic();
   kill(process, SIG().INT);
@@ -52,10 +52,10 @@ function shown = wait_for(output, text)
 end
 
 % A busy machine may hold up one of them.
-function ends_on_interrupt(mode, grid)
+function ends_on_interrupt(options, grid)
   seconds = Inf;
   for attempt = 1:3
-    seconds = min(seconds, time_to_end(mode, grid));
+    seconds = min(seconds, time_to_end(options, grid));
     if seconds <= 2
       break
     end
@@ -68,21 +68,30 @@ warning('off', 'pistonfield:rounding');
 volume = '(1:430) * 1e-4, (1:430) * 1e-4, (1:430) * 1e-4';
 turned = '[0 0 0.06], 1e-4 * [0.8 0 0.6; 0.48 0.6 -0.64; -0.36 0.8 0.48]'', [400 400 300]';
 line = '0, 0, (1:1.6e7) * 1e-8';
-for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
-  it(sprintf('mode %s keeps within its memory', mode{1}), ...
-     @() keeps_within(mode{1}, [4 700 700], (4 * 16 + 56) * 700 ^ 2));
+in_mode = @(mode) sprintf('''mode'', ''%s'', ''order'', 200', mode);
+in_precision = @(name) sprintf('''precision'', ''%s'', ''tolerance'', 2e-5', name);
+for way = {{'mode', 'cpu'}, {'mode', 'cpusp'}, {'mode', 'cuda'}, {'mode', 'cudadp'}, ...
+           {'precision', 'double'}, {'precision', 'single'}}
+  it(sprintf('%s %s keeps within its memory', way{1}{:}), ...
+     @() keeps_within(way{1}{:}, [4 700 700], (4 * 16 + 56) * 700 ^ 2));
 end
-it('a field in thin slabs takes little more than its own memory', ...
-   @() keeps_within('cpu', [120 120 120], 16 * 120 ^ 3 + 56 * 120 ^ 2 + 8e6));
+for way = {{'mode', 'cpu'}, {'precision', 'double'}}
+  it(sprintf('%s %s takes little more in thin slabs than the memory of the field', way{1}{:}), ...
+     @() keeps_within(way{1}{:}, [120 120 120], 16 * 120 ^ 3 + 56 * 120 ^ 2 + 8e6));
+end
 for mode = {'cpu', 'cpudp', 'cpusp', 'cuda', 'cudadp'}
   it(sprintf('mode %s ends on Ctrl-C in a volume', mode{1}), ...
-     @() ends_on_interrupt(mode{1}, volume));
+     @() ends_on_interrupt(in_mode(mode{1}), volume));
 end
 for mode = {'cpu', 'cuda', 'cudadp'}
   it(sprintf('mode %s ends on Ctrl-C on a turned grid', mode{1}), ...
-     @() ends_on_interrupt(mode{1}, turned));
+     @() ends_on_interrupt(in_mode(mode{1}), turned));
   it(sprintf('mode %s ends on Ctrl-C on a line', mode{1}), ...
-     @() ends_on_interrupt(mode{1}, line));
+     @() ends_on_interrupt(in_mode(mode{1}), line));
+end
+for precision = {'double', 'single'}
+  it(sprintf('the tolerance engine ends on Ctrl-C in %s precision', precision{1}), ...
+     @() ends_on_interrupt(in_precision(precision{1}), volume));
 end
 
 finish();

@@ -8,14 +8,14 @@
 
 % The fields of the elements of an array, in an Octave of its own: what the library writes there is on
 % the standard output of the process, which evalc does not see.
-function print_nothing(mode)
+function print_nothing(name, value)
   [status, output, errors] = run_octave(sprintf([ ...
     'addpath %s; p = 0; grid = pistonfield_grid((-2:2) * 1e-3, 0, (20:22) * 1e-3); ', ...
     'for x = ((1:64) - 32.5) * 0.4e-3, ', ...
     'element = struct(''width'', 0.3e-3, ''height'', 5e-3, ''center'', [x 0 0]); ', ...
-    'p = p + pistonfield_pressure(element, grid, ''frequency'', 1e6, ''mode'', ''%s'', ', ...
+    'p = p + pistonfield_pressure(element, grid, ''frequency'', 1e6, ''%s'', ''%s'', ', ...
     '''tolerance'', 1e-3); pistonfield_order(element, grid, ''frequency'', 1e6); end'], ...
-    fileparts(which('pistonfield_pressure')), mode));
+    fileparts(which('pistonfield_pressure')), name, value));
   expect(status == 0, '%s', errors);
   expect_same([output, errors], '');
 end
@@ -33,6 +33,59 @@ function expect_boxes_of_the_field(mode)
   expect_same(pistonfield_internal(request{:}), whole);
   expect_same(pistonfield_internal(box_request([2 3 4], [5 2 7], mode){:}), whole(3:7, 4:5, 5:11));
   expect_same(pistonfield_internal(box_request([6 8 10], [1 1 1], mode){:}), whole(end));
+end
+
+% The question about a field within a tolerance, and that about its accuracy.
+function request = box_within(first, count, mode, relative)
+  [l, s, k] = piston();
+  place = [9 1 2 0; -1 8 3 0; 2 -3 7 0; -30 -60 90 30000] / 30000;
+  request = {'field_within', place, [7 9 11], s, l, k, mode, 1e-3, relative, first, count, 2};
+end
+
+function request = accuracy_request(mode, relative)
+  request = box_within([0 0 0], [7 9 11], mode, relative);
+  request{1} = 'accuracy';
+  request(10:11) = [];
+end
+
+function expect_boxes_within_a_tolerance(mode, relative)
+  [l, s, k] = piston();
+  request = box_within([0 0 0], [7 9 11], mode, relative);
+  whole = pistonfield_internal(request{:});
+  expect_same(pistonfield_internal(box_within([2 3 4], [5 2 7], mode, relative){:}), ...
+              whole(3:7, 4:5, 5:11));
+  expect_same(pistonfield_internal(box_within([6 8 10], [1 1 1], mode, relative){:}), whole(end));
+  accuracy = pistonfield_internal(accuracy_request(mode, relative){:});
+  expect_same(size(accuracy), [1 3]);
+  expect(accuracy(2) <= accuracy(1) && accuracy(1) <= 1e-3 && accuracy(3) >= 4, '%s', ...
+         disp(accuracy));
+  exact = field(request{2}, [7 9 11], l, s, k, 'cpu', 500);
+  top = max(abs(exact(:)));
+  if strcmp(relative, 'largest')
+    expect_close(whole / top, exact / top, accuracy(1) + 1e-9);
+  end
+end
+
+function refuses_what_is_wrong_with_a_tolerance()
+  wrong = {7, 'cuda', 'tolerance', 'tolerance: the modes that keep one are cpu and cpusp, not cuda'
+           8, 0, 'tolerance', 'tolerance: must be above 0 and below 1'
+           8, 'all', 'tolerance', ['tolerance: must be full, real and of class double, with 1 ', ...
+                                   'elements']
+           9, 'far', 'relative', 'relative: ''far'' is none of largest, local'
+           9, 1, 'relative', 'relative: must be a text'};
+  for i = 1:rows(wrong)
+    [at, value, identifier, message] = wrong{i, :};
+    for request = {box_within([0 0 0], [7 9 11], 'cpu', 'local'), accuracy_request('cpu', 'local')}
+      asked = request{1};
+      asked{at} = value;
+      expect_error(identifier, message, asked);
+    end
+  end
+  request = box_within([0 0 1], [7 9 11], 'cpu', 'local');
+  expect_error('box', ['11 points from 1 on do not lie within the lattice''s 11 along its ', ...
+                       'direction z'], request);
+  expect_error('arguments', 'arguments: 11 in the place of 12', request(1:11));
+  expect_error('arguments', 'arguments: 1 in the place of 10', {'accuracy'});
 end
 
 function expect_error(identifier, message, request)
@@ -128,11 +181,23 @@ function is_the_same_after_reload()
 end
 
 for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
-  it(sprintf('an array in the mode %s prints nothing', mode{1}), @() print_nothing(mode{1}));
+  it(sprintf('an array in the mode %s prints nothing', mode{1}), ...
+     @() print_nothing('mode', mode{1}));
   it(sprintf('boxes in the mode %s have the bits of the module pistonfield', mode{1}), ...
      @() expect_boxes_of_the_field(mode{1}));
 end
+for precision = {'double', 'single'}
+  it(sprintf('an array by the tolerance engine in %s precision prints nothing', precision{1}), ...
+     @() print_nothing('precision', precision{1}));
+end
+for mode = {'cpu', 'cpusp'}
+  for relative = {'largest', 'local'}
+    it(sprintf('boxes in the mode %s within a tolerance have its bits, %s', mode{1}, ...
+               relative{1}), @() expect_boxes_within_a_tolerance(mode{1}, relative{1}));
+  end
+end
 it('errors name the argument', @refuses_what_is_wrong);
+it('errors name what is wrong with a tolerance', @refuses_what_is_wrong_with_a_tolerance);
 it('the environment is obeyed where no threads are asked for', @obeys_the_environment);
 it('limits are answered', @knows_limits);
 it('cleared 20 times it computes the same each time', @is_the_same_after_reload);

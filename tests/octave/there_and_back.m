@@ -65,6 +65,45 @@ function expect_parts(piston, wave, p)
   expect_close(z, (81:160) * 0.5e-3, 1e-15);
 end
 
+function expect_kept(p, exact, tolerance)
+  off = max(abs(p(:) - exact(:))) / max(abs(exact(:)));
+  expect(off <= tolerance, 'off by %g of the largest, not %g', off, tolerance);
+end
+
+function expect_told(request, tolerance)
+  expect_same({request.tolerance, request.relative, request.precision}, ...
+              {tolerance, 'largest', 'double'});
+  expect(isempty(request.order), 'an order beside a tolerance');
+  expect(request.error_points > 0 && request.evaluations > 0, 'nothing was measured');
+  expect(request.error <= request.error_bound && request.error_bound <= tolerance, ...
+         'error %g, bound %g', request.error, request.error_bound);
+end
+
+% With options of its own in between.
+function [p, request] = there_and_back(piston, grid, options)
+  pistonfield_request('other.toml', piston, grid, options{:}, 'overwrite', true);
+  in_shell('--request other.toml --overwrite other.h5');
+  [p, request] = pistonfield_read('other.h5', 'piston', piston, options{:});
+end
+
+function expect_way_of_a_mode(piston, grid, wave)
+  options = [wave, {'mode', 'cpu'}];
+  [p, request] = there_and_back(piston, grid, options);
+  expect_same({request.mode, request.order}, {'cpu', pistonfield_order(piston, grid, wave{:})});
+  expect(isempty(request.tolerance), 'a tolerance beside an order');
+  expect_pressure(p, pistonfield_pressure(piston, grid, options{:}));
+end
+
+function expect_way_of_a_tolerance(piston, grid, wave, exact)
+  for tolerance = [1e-2, 1e-8]
+    options = [wave, {'tolerance', tolerance}];
+    [p, request] = there_and_back(piston, grid, options);
+    expect_pressure(p, pistonfield_pressure(piston, grid, options{:}));
+    expect_kept(p, exact, tolerance);
+    expect_told(request, tolerance);
+  end
+end
+
 graphics_toolkit('gnuplot');
 set(0, 'DefaultFigureVisible', 'off');
 project = fileparts(fileparts(fileparts(mfilename('fullpath'))));
@@ -80,8 +119,12 @@ it('brings the pressure in Pa to the bit', @() expect_pressure(p, wanted));
 it('brings the grid as it was made', @() expect_same(grid, made));
 it('draws the field', @() expect(numel(get(0, 'children')) == 1, 'no figure'));
 it('draws every value where it belongs', @() expect_picture_of(p, grid));
-it('computes the order that the tolerance takes', @() expect_same( ...
-   request.order, pistonfield_order(piston, made, wave{:})));
+exact = pistonfield_pressure(piston, made, wave{:}, 'order', 400);
+it('keeps the usual tolerance', @() expect_kept(p, exact, 1e-4));
+it('tells how exact it is', @() expect_told(request, 1e-4));
+it('keeps other tolerances', @() expect_way_of_a_tolerance(piston, made, wave, exact));
+it('computes the order that the tolerance takes in a mode', ...
+   @() expect_way_of_a_mode(piston, made, wave));
 it('does so in parts', @() expect_parts(piston, wave, wanted));
 cd(before);
 finish();

@@ -47,11 +47,18 @@ build/program >field.txt
 cat field.txt
 grep -q '^ *10\.0 *233\.337$' field.txt
 
-echo "the program for a device, through pkg-config"
-block cpp 2 >program.cpp
 block sh 1 | sed "s|^g++|$CXX|" >compile.sh
 PKG_CONFIG_PATH=$(dirname -- "$(find "$work/place" -name pistonfield.pc)")
 export PKG_CONFIG_PATH
+
+echo "the program with a tolerance, through pkg-config"
+block cpp 2 >program.cpp
+bash -eu compile.sh
+./a.out | tee tolerance.txt
+grep -q '^bound 1e-06, measured [0-9.]*e-\(0[789]\|1[0-9]\) at 512 points' tolerance.txt
+
+echo "the program for a device, through pkg-config"
+block cpp 3 >program.cpp
 bash -eu compile.sh
 ./a.out | tee device.txt
 # The same point: 233.337 kPa are what 1500 kPa/(m/s) * 0.1 m/s make of it.

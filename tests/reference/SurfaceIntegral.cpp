@@ -2,74 +2,134 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "reference/SurfaceIntegral.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <numbers>
-#include <stdexcept>
-#include <vector>
 
-#include "reference/Legendre.h"
+#include "reference/PanelRules.h"
 
 namespace reference {
 namespace {
 
-using Real = long double;
+/// An interval of a coordinate.
+struct Interval {
+    Quad from;
+    Quad to;
 
-constexpr Real pi = std::numbers::pi_v<Real>;
-
-struct Node {
-    Real at;
-    Real weight;
+    [[nodiscard]] double half() const { return static_cast<double>(to - from) / 2; }
+    [[nodiscard]] Quad middle() const { return (from + to) / 2; }
+    [[nodiscard]] Interval lower() const { return {from, middle()}; }
+    [[nodiscard]] Interval upper() const { return {middle(), to}; }
+    /// The smallest magnitude in it.
+    [[nodiscard]] double nearest() const {
+        return static_cast<double>(std::max({from, -to, Quad(0)}));
+    }
+    [[nodiscard]] bool hasZero() const { return from <= 0 && to >= 0; }
 };
 
-/// A composite Gauss rule over [-side/2, side/2].
-std::vector<Node> compositeRule(Real side, int panels) {
-    static const Rule rule = legendreRule(20);
-    const Real half = side / static_cast<Real>(2 * panels);
-    std::vector<Node> nodes;
-    for (int panel = 0; panel < panels; ++panel) {
-        const Real middle = half * static_cast<Real>(2 * panel + 1) - side / 2;
-        for (std::size_t i = 0; i < rule.nodes.size(); ++i)
-            nodes.push_back({middle + half * static_cast<Real>(rule.nodes[i]),
-                             half * static_cast<Real>(rule.weights[i])});
-    }
-    return nodes;
+/// The sum of f(x) by a rule.
+template <class F>
+QuadComplex applied(const Rule& rule, const Interval& interval, F f) {
+    const Quad half = (interval.to - interval.from) / 2;
+    const Quad middle = interval.middle();
+    QuadComplex sum;
+    for (std::size_t i = 0; i < rule.nodes.size(); ++i)
+        sum = sum + rule.weights[i] * f(half * rule.nodes[i] + middle);
+    return half * sum;
 }
 
-std::complex<Real> integral(const Rectangle& piston, const Point& point, Real k, int panelsX,
-                            int panelsY) {
-    const std::vector<Node> alongX = compositeRule(piston.sideX, panelsX);
-    const std::vector<Node> alongY = compositeRule(piston.sideY, panelsY);
-    std::complex<Real> sum = 0;
-    for (const Node& u : alongX)
-        for (const Node& v : alongY) {
-            const Real x = point.x - u.at;
-            const Real y = point.y - v.at;
-            const Real r = std::sqrt(x * x + y * y + static_cast<Real>(point.z) * point.z);
-            sum += u.weight * v.weight / r * std::complex<Real>(std::cos(k * r), -std::sin(k * r));
+/// For an interval that a singularity keeps a distance from.
+const Rule& ruleFor(double half, double distance, double k) {
+    const double clearance = distance / half;
+    return panelRule(panelRuleFor(clearance + std::hypot(1.0, clearance), k * half));
+}
+
+/// exp(-j*k*R)/denominator.
+QuadComplex wave(Quad k, Quad r, Quad denominator) {
+    QuadComplex e;
+    sincosq(-k * r, &e.im, &e.re);
+    return 1 / denominator * e;
+}
+
+/// The integral over cells off the point, in coordinates from the point's foot.
+class Cells {
+  public:
+    Cells(double z, double k) : z(z), k(k) {}
+
+    [[nodiscard]] QuadComplex over(const Interval& x, const Interval& y) const {
+        const double distance = std::hypot(x.nearest(), y.nearest(), z);
+        const double longest = std::min(distance / 2, largestPanelPhase / k);
+        if (std::max(x.half(), y.half()) > longest) {
+            if (x.half() > y.half()) return over(x.lower(), y) + over(x.upper(), y);
+            return over(x, y.lower()) + over(x, y.upper());
         }
-    return k / (2 * pi) * sum;
-}
+        const Quad zz = static_cast<Quad>(z) * z;
+        const Rule& alongY = ruleFor(y.half(), distance, k);
+        return applied(ruleFor(x.half(), distance, k), x, [&](Quad u) {
+            return applied(alongY, y, [&](Quad v) {
+                const Quad r = sqrtq(u * u + v * v + zz);
+                return wave(k, r, r);
+            });
+        });
+    }
 
-/// One panel to a wavelength.
-int startPanels(Real side, Real k) { return 1 + static_cast<int>(side * k / (2 * pi)); }
+  private:
+    double z;
+    double k;
+};
+
+/// The integral over the triangle with corners at 0, (a, 0) and (a, b), seen from 0: with y = x*v
+/// it is exp(-j*k*x*s)/s over x in [0, a] and v in [0, b/a], s = sqrt(1 + v^2).
+class Triangle {
+  public:
+    Triangle(Quad a, double k) : a(a), k(k) {}
+
+    [[nodiscard]] QuadComplex over(const Interval& v) const {
+        const double distance = std::hypot(1.0, v.nearest());
+        const double longest =
+            std::min(distance / 2, largestPanelPhase / (k * static_cast<double>(a)));
+        if (v.half() > longest) return over(v.lower()) + over(v.upper());
+        const Rule& alongV = ruleFor(v.half(), distance, k * static_cast<double>(a));
+        return applied(alongV, v, [&](Quad at) { return along({0, a}, sqrtq(1 + at * at)); });
+    }
+
+  private:
+    [[nodiscard]] QuadComplex along(const Interval& x, Quad s) const {
+        const double phase = k * static_cast<double>(s) * x.half();
+        if (phase > largestPanelPhase) return along(x.lower(), s) + along(x.upper(), s);
+        constexpr double entire = 1e4;
+        return applied(panelRule(panelRuleFor(entire, phase)), x,
+                       [&](Quad u) { return wave(k, u * s, s); });
+    }
+
+    Quad a;
+    double k;
+};
+
+/// Over the rectangle from 0 to (a, b), seen from 0.
+QuadComplex fromCorner(Quad a, Quad b, double k) {
+    if (!(a > 0 && b > 0)) return {};
+    return Triangle(a, k).over({0, b / a}) + Triangle(b, k).over({0, a / b});
+}
 
 }  // namespace
 
+QuadComplex surfaceIntegral(const Rectangle& piston, const Point& point, double k) {
+    const Quad halfX = static_cast<Quad>(piston.sideX) / 2;
+    const Quad halfY = static_cast<Quad>(piston.sideY) / 2;
+    const Interval x{-halfX - point.x, halfX - point.x};
+    const Interval y{-halfY - point.y, halfY - point.y};
+    const bool onFace = point.z == 0 && x.hasZero() && y.hasZero();
+    const QuadComplex sum = onFace
+                                ? fromCorner(x.to, y.to, k) + fromCorner(-x.from, y.to, k) +
+                                      fromCorner(x.to, -y.from, k) + fromCorner(-x.from, -y.from, k)
+                                : Cells(point.z, k).over(x, y);
+    return k / (2 * pi) * sum;
+}
+
 std::complex<long double> surfacePressure(const Rectangle& piston, const Point& point, double k) {
-    constexpr int limit = 6;
-    constexpr Real settled = 1e-14L;
-    int panelsX = startPanels(piston.sideX, k);
-    int panelsY = startPanels(piston.sideY, k);
-    std::complex<Real> value = integral(piston, point, k, panelsX, panelsY);
-    for (int step = 0; step < limit; ++step) {
-        panelsX += (panelsX + 1) / 2;
-        panelsY += (panelsY + 1) / 2;
-        const std::complex<Real> finer = integral(piston, point, k, panelsX, panelsY);
-        if (std::abs(finer - value) < settled) return finer;
-        value = finer;
-    }
-    throw std::runtime_error("the surface integral does not settle");
+    const QuadComplex p = surfaceIntegral(piston, point, k);
+    return {static_cast<long double>(p.re), static_cast<long double>(p.im)};
 }
 
 }  // namespace reference

@@ -149,6 +149,66 @@ TEST(CommandLine, ChecksARequestThatIsComplete) {
               "--order: 0 is not within 1 to 18000 of the mode cpu");
 }
 
+// --- a tolerance
+
+TEST(CommandLine, HasATolerance) {
+    const ComputeCommand command = computing(complete({"--tolerance", "1e-6"}));
+    expectTheField(command.request);
+    EXPECT_EQ(command.request.tolerance,
+              (pistonfield::Tolerance{1e-6, pistonfield::Tolerance::Of::largest}));
+    EXPECT_EQ(command.request.mode, Mode::cpu);
+    EXPECT_FALSE(command.request.behind);
+    EXPECT_TRUE(command.given.contains("tolerance"));
+    EXPECT_NO_THROW(checkComplete(command));
+    EXPECT_EQ(computing(complete()).request.tolerance, std::nullopt);
+}
+
+TEST(CommandLine, HasWhatAToleranceIsRelativeToAndItsPrecision) {
+    const ComputeCommand command = computing(complete(
+        {"--tolerance", "0.001", "--relative", "local", "--precision", "single", "--behind"}));
+    EXPECT_EQ(command.request.tolerance,
+              (pistonfield::Tolerance{1e-3, pistonfield::Tolerance::Of::local}));
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
+    EXPECT_TRUE(command.request.behind);
+    const ComputeCommand usual = computing(
+        complete({"--precision", "double", "--relative", "largest", "--tolerance", "0.001"}));
+    EXPECT_EQ(usual.request.tolerance->of, pistonfield::Tolerance::Of::largest);
+    EXPECT_EQ(usual.request.mode, Mode::cpu);
+}
+
+TEST(CommandLine, WithAToleranceThatIsNoneIsRefused) {
+    EXPECT_EQ(complaint(complete({"--tolerance", "small"})), "--tolerance: 'small' is no number");
+    EXPECT_EQ(complaint(complete({"--relative", "all"})),
+              "--relative: 'all' is none of largest, local");
+    EXPECT_EQ(complaint(complete({"--precision", "half"})),
+              "--precision: 'half' is none of double, single");
+    for (const char* value : {"0", "-1e-4", "1", "nan"})
+        EXPECT_EQ(refused([&] {
+                      checkComplete(computing(complete({"--tolerance", value})));
+                  }),
+                  "--tolerance: must be above 0 and below 1");
+}
+
+TEST(CommandLine, WithTheOptionsOfAToleranceAndNoneIsRefused) {
+    const std::vector<Words> options{
+        {"--relative", "local"}, {"--precision", "double"}, {"--behind"}};
+    for (const Words& words : options)
+        EXPECT_EQ(refused([&] { checkComplete(computing(complete(words))); }),
+                  words.front() + " goes with a tolerance, and there is none");
+}
+
+TEST(CommandLine, WithAToleranceAndAModeOrARuleIsRefused) {
+    const std::vector<Words> tolerances{
+        {"--tolerance", "1e-4"}, {"--relative", "local"}, {"--precision", "double"}, {"--behind"}};
+    const std::vector<Words> others{{"--mode", "cpu"}, {"--order", "9"}, {"--table", "0 2"}};
+    for (const Words& one : tolerances)
+        for (const Words& other : others) {
+            Words words = one;
+            words.insert(words.end(), other.begin(), other.end());
+            EXPECT_EQ(complaint(complete(words)), other.front() + " excludes " + one.front());
+        }
+}
+
 // --- parts
 
 TEST(Part, HasAFileOfItsOwn) {
@@ -288,6 +348,63 @@ TEST_F(CommandFiles, RuleOfTheCommandLineCountsBeforeAnyOfTheRequest) {
         computing({"--request", file("table = \"0 2\"\n"), "--order", "12", "f.h5"});
     EXPECT_THAT(order.request.rule.table, testing::IsEmpty());
     EXPECT_EQ(order.request.rule.order, 12);
+}
+
+constexpr const char* tolerantToml = R"(transform = [1e-4, 0, 0, -5e-3, 0, 1e-4, 0, -0.25,
+             0, 0, 2e-4, 1e-3, 0, 0, 0, 1]
+sizes = [100, 90, 70]
+l = 5e-3
+s = 7.5e-3
+k = 4188.79
+tolerance = 1e-5
+relative = "local"
+precision = "single"
+behind = true
+)";
+
+TEST_F(CommandFiles, RequestMayHaveATolerance) {
+    const ComputeCommand command = computing({"--request", file(tolerantToml), "f.h5"});
+    expectTheField(command.request);
+    EXPECT_EQ(command.request.tolerance,
+              (pistonfield::Tolerance{1e-5, pistonfield::Tolerance::Of::local}));
+    EXPECT_EQ(command.request.mode, Mode::cpusp);
+    EXPECT_TRUE(command.request.behind);
+    EXPECT_NO_THROW(checkComplete(command));
+    const ComputeCommand another =
+        computing({"--request", file(tolerantToml), "--tolerance", "1e-3", "f.h5"});
+    EXPECT_EQ(another.request.tolerance,
+              (pistonfield::Tolerance{1e-3, pistonfield::Tolerance::Of::local}));
+    EXPECT_TRUE(another.request.behind);
+}
+
+TEST_F(CommandFiles, ToleranceOfTheCommandLineCountsBeforeTheRuleOfTheRequest) {
+    const ComputeCommand tolerance =
+        computing({"--request", file("order = 12\n"), "--tolerance", "1e-4", "f.h5"});
+    EXPECT_EQ(tolerance.request.tolerance, pistonfield::Tolerance{});
+    EXPECT_EQ(tolerance.request.rule, pistonfield::Rule{});
+    EXPECT_THAT(tolerance.given, ElementsAre(Pair("tolerance", "--tolerance")));
+    const ComputeCommand order =
+        computing({"--request", file("tolerance = 1e-4\n"), "--order", "12", "f.h5"});
+    EXPECT_EQ(order.request.tolerance, std::nullopt);
+    EXPECT_THAT(order.given, ElementsAre(Pair("order", "--order")));
+    const ComputeCommand precision =
+        computing({"--request", file("mode = \"cuda\"\norder = 9\n"), "--precision", "single",
+                   "--tolerance", "1e-3", "f.h5"});
+    EXPECT_EQ(precision.request.mode, Mode::cpusp);
+    EXPECT_THAT(precision.given,
+                ElementsAre(Pair("precision", "--precision"), Pair("tolerance", "--tolerance")));
+}
+
+TEST_F(CommandFiles, WhatAToleranceExcludesIsNamedWithItsPlace) {
+    const std::string mode = file("k = 1\nmode = \"cpusp\"\n");
+    EXPECT_EQ(complaint({"--request", mode, "--tolerance", "1e-4", "f.h5"}),
+              mode + ":2: mode excludes --tolerance");
+    const std::string both = file("order = 3\n\ntolerance = 1e-3\n");
+    EXPECT_EQ(complaint({"--request", both, "f.h5"}),
+              both + ":1: order excludes " + both + ":3: tolerance");
+    const std::string relative = file("tolerance = 1e-3\nrelative = \"local\"\n");
+    EXPECT_EQ(complaint({"--request", relative, "--order", "9", "f.h5"}),
+              "--order excludes " + relative + ":2: relative");
 }
 
 std::string repeated(const std::string& text, int count) {

@@ -35,7 +35,7 @@ struct DamagedFiles : FieldFiles {
 
     /// The same after something in the file has changed.
     std::string refusalAfter(const std::function<void(hid_t)>& change) {
-        FieldFile::create(path, smallLayout());
+        FieldFile::create(path, layout);
         File file(H5Fopen(path.c_str(), H5F_ACC_RDWR, H5P_DEFAULT), "file");
         change(file);
         file.reset("file");
@@ -53,6 +53,8 @@ struct DamagedFiles : FieldFiles {
                 run::attributes::write(file, name, values);
         });
     }
+
+    run::Layout layout = smallLayout();  ///< of the files whose refusals are asked for
 };
 
 using Integers = std::vector<std::int64_t>;
@@ -126,9 +128,43 @@ TEST_F(DamagedFiles, WithTextsOfAnotherKindAreRefused) {
 }
 
 TEST_F(DamagedFiles, OfAnotherFormatOfThisProgramAreRefused) {
-    for (const std::int64_t format : {1, 3})
-        EXPECT_EQ(refusalWith("format", format),
-                  " has the format " + std::to_string(format) + ", and this version reads 2 alone");
+    for (const std::int64_t format : {1, 4})
+        EXPECT_EQ(refusalWith("format", format), " has the format " + std::to_string(format) +
+                                                     ", and this version reads 2 and 3 alone");
+}
+
+/// Neither is a file without a tolerance taken for one with it, nor the other way around.
+TEST_F(DamagedFiles, OfTheOtherFormatAreRefused) {
+    EXPECT_THAT(refusalWith("format", std::int64_t{3}),
+                testing::StartsWith(" is damaged: the attribute 'tolerance': "));
+    layout = tolerantLayout();
+    EXPECT_THAT(refusalWith("format", std::int64_t{2}),
+                testing::HasSubstr("is not within 1 to 18000 of the mode cpu"));
+}
+
+TEST_F(DamagedFiles, WithoutWhatBelongsToAToleranceAreRefused) {
+    layout = tolerantLayout();
+    for (const std::string name : {"tolerance", "relative", "behind", "order", "mode",
+                                   "error_bound", "error", "error_points", "evaluations"})
+        EXPECT_THAT(refusalAfter([&](hid_t file) { H5Adelete(file, name.c_str()); }),
+                    testing::StartsWith(" is damaged: the attribute '" + name + "': "));
+}
+
+TEST_F(DamagedFiles, InWhichAnythingElseIsSaidOfAToleranceAreRefused) {
+    layout = tolerantLayout();
+    constexpr const char* other =
+        " is damaged: what it says of its field is not what this program has written there";
+    for (const char* name : {"tolerance", "error_bound", "error", "evaluations"})
+        EXPECT_EQ(refusalWith(name, 0.125), other);
+    for (const char* name : {"behind", "error_points", "order"})
+        EXPECT_EQ(refusalWith(name, std::int64_t{11}), other);
+    EXPECT_EQ(refusalWith("relative", std::string("local")), other);
+    EXPECT_EQ(refusalWith("mode", std::string("cpusp")),
+              " is damaged: the dataset 'pressure' is of another type");
+    EXPECT_EQ(refusalWith("tolerance", -1.0),
+              " is damaged: tolerance: must be above 0 and below 1");
+    EXPECT_EQ(refusalWith("relative", std::string("all")),
+              " is damaged: relative: 'all' is none of largest, local");
 }
 
 TEST_F(DamagedFiles, WithoutAnAttributeAreRefused) {

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <set>
 
+#include "run/file/attributes.h"
 #include "run/file/headCopy.h"
 #include "run/file/metadata.h"
 #include "tests/run/FieldFiles.h"
@@ -25,6 +27,9 @@ using run::SlabRecord;
 using run::hdf5::Dataset;
 using run::hdf5::Space;
 using Access = FieldFile::Access;
+
+using pistonfield::Accuracy;
+using pistonfield::Tolerance;
 
 void expectSame(const Layout& a, const Layout& b) {
     EXPECT_EQ(a.request, b.request);
@@ -88,6 +93,56 @@ TEST_F(FieldFiles, KeepsTheTableOfTheLargestOrder) {
     for (int i = 0; i < 2 * 16383; ++i) layout.request.rule.table.push_back(1 / (1.5 + i));
     FieldFile::create(path, layout);
     expectSame(FieldFile(path, Access::read).layout(), layout);
+}
+
+TEST_F(FieldFiles, KeepsATolerance) {
+    for (const char* mode : {"cpu", "cpusp"})
+        for (const Tolerance::Of of : {Tolerance::Of::largest, Tolerance::Of::local})
+            for (const bool behind : {false, true}) {
+                const Layout layout = tolerantLayout({1.1e-5, of}, behind, mode);
+                FieldFile::create(path, layout);
+                expectSame(FieldFile(path, Access::read).layout(), layout);
+            }
+}
+
+/// To programs that know no tolerance, too, which take no other format than 2.
+TEST_F(FieldFiles, HasAFormatOfItsOwnWithATolerance) {
+    const auto numberIn = [&](const char* name) {
+        const run::hdf5::File file(H5Fopen(path.c_str(), H5F_ACC_RDONLY, H5P_DEFAULT), "file");
+        return run::attributes::readInteger(file, name);
+    };
+    FieldFile::create(path, smallLayout());
+    EXPECT_EQ(numberIn("format"), 2);
+    EXPECT_EQ(numberIn("order"), 6);
+    FieldFile::create(path, tolerantLayout());
+    EXPECT_EQ(numberIn("format"), 3);
+    EXPECT_EQ(numberIn("order"), 0);
+}
+
+TEST_F(FieldFiles, HasAnIdentityForEachTolerance) {
+    const std::vector<Layout> layouts{
+        smallLayout(),
+        tolerantLayout(),
+        tolerantLayout({1.0000000000000002e-4}),
+        tolerantLayout({.of = Tolerance::Of::local}),
+        tolerantLayout({}, true),
+        tolerantLayout({}, false, "cpusp"),
+    };
+    std::set<run::Digest::Value> identities;
+    for (const Layout& layout : layouts) identities.insert(run::metadata::identityOf(layout));
+    EXPECT_EQ(identities.size(), layouts.size());
+    // A rule means nothing beside a tolerance.
+    Layout another = tolerantLayout();
+    another.request.rule.order = 77;
+    EXPECT_EQ(run::metadata::identityOf(another), run::metadata::identityOf(tolerantLayout()));
+}
+
+/// As files that were written before there were tolerances have it.
+TEST_F(FieldFiles, HasTheIdentityThatItHadWithoutTolerances) {
+    EXPECT_EQ(run::text(run::metadata::identityOf(smallLayout())),
+              "5f006e654a84c814f5b14a582935c87e");
+    EXPECT_EQ(run::text(run::metadata::identityOf(smallLayout("cuda"))),
+              "5de70b833508d00caa6128e3ee7a4c05");
 }
 
 TEST_F(FieldFiles, KeepsTheBoxOfAPart) {
@@ -354,7 +409,8 @@ Provenance accountOf(char of, double seconds) {
             0x1122334455667700 + of,
             0x1122334455778800 + of,
             true,
-            0x1122334455779900 + of};
+            0x1122334455779900 + of,
+            std::nullopt};
 }
 
 void expectSame(const Provenance& a, const Provenance& b) {
@@ -366,6 +422,12 @@ void expectSame(const Provenance& a, const Provenance& b) {
     EXPECT_EQ(a.peakMemory, b.peakMemory);
     EXPECT_EQ(a.complete, b.complete);
     EXPECT_EQ(a.undefined, b.undefined);
+    ASSERT_EQ(a.accuracy.has_value(), b.accuracy.has_value());
+    if (!a.accuracy) return;
+    EXPECT_EQ(a.accuracy->bound, b.accuracy->bound);
+    EXPECT_EQ(a.accuracy->error, b.accuracy->error);
+    EXPECT_EQ(a.accuracy->evaluations, b.accuracy->evaluations);
+    EXPECT_EQ(a.accuracy->points, b.accuracy->points);
 }
 
 TEST_F(FieldFiles, HasNoAccountAtFirst) {
@@ -374,11 +436,30 @@ TEST_F(FieldFiles, HasNoAccountAtFirst) {
 }
 
 TEST_F(FieldFiles, KeepsItsAccount) {
-    const Provenance provenance{
-        "a host", "2026-11-21T09:30:00Z", "2026-11-22T10:31:01Z", 12.5, 64, std::int64_t{1} << 40,
-        true,     std::int64_t{1} << 41};
+    const Provenance provenance{"a host",
+                                "2026-11-21T09:30:00Z",
+                                "2026-11-22T10:31:01Z",
+                                12.5,
+                                64,
+                                std::int64_t{1} << 40,
+                                true,
+                                std::int64_t{1} << 41,
+                                std::nullopt};
     FieldFile::create(path, smallLayout());
     for (const Provenance& next : {accountOf('a', 1e300), provenance, Provenance{}}) {
+        FieldFile file(path, Access::write);
+        file.setProvenance(next);
+        file.close();
+        expectSame(FieldFile(path, Access::read).provenance(), next);
+    }
+}
+
+TEST_F(FieldFiles, KeepsTheAccuracyThatWasMeasuredOfATolerance) {
+    FieldFile::create(path, tolerantLayout());
+    expectSame(FieldFile(path, Access::read).provenance(), {});
+    Provenance provenance = accountOf('a', 2);
+    provenance.accuracy = Accuracy{8.5e-5, 2.25e-6, 31.5, 300};
+    for (const Provenance& next : {provenance, accountOf('b', 3)}) {
         FieldFile file(path, Access::write);
         file.setProvenance(next);
         file.close();
@@ -417,18 +498,20 @@ H5O_hdr_info_t header(const std::filesystem::path& path, haddr_t& address) {
 }
 
 TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
-    Layout layout = smallLayout("cuda");
-    layout.request.rule.order = 3;
-    layout.request.rule.table = {-1, 2, 0, 4, 1, 2};
-    FieldFile::create(path, layout);
-    for (int i = 0; i < 100; ++i) {
-        FieldFile file(path, Access::write);
-        file.setProvenance(accountOf(static_cast<char>('a' + i % 26), i));
-        file.close();
-        haddr_t address = 0;
-        const H5O_hdr_info_t info = header(path, address);
-        ASSERT_EQ(info.nchunks, 1U) << i;
-        ASSERT_LE(address + info.space.total, pageBytes) << i;
+    Layout withTable = smallLayout("cuda");
+    withTable.request.rule.order = 3;
+    withTable.request.rule.table = {-1, 2, 0, 4, 1, 2};
+    for (const Layout& layout : {withTable, tolerantLayout({}, true)}) {
+        FieldFile::create(path, layout);
+        for (int i = 0; i < 100; ++i) {
+            FieldFile file(path, Access::write);
+            file.setProvenance(accountOf(static_cast<char>('a' + i % 26), i));
+            file.close();
+            haddr_t address = 0;
+            const H5O_hdr_info_t info = header(path, address);
+            ASSERT_EQ(info.nchunks, 1U) << i;
+            ASSERT_LE(address + info.space.total, pageBytes) << i;
+        }
     }
 }
 

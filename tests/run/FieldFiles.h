@@ -18,6 +18,16 @@ inline run::Layout smallLayout(const std::string& mode = "cpu", bool magnitude =
     return {request, request.lattice.box(), {4, 3, 2}, magnitude};
 }
 
+/// A layout of a request with a tolerance.
+inline run::Layout tolerantLayout(const pistonfield::Tolerance& tolerance = {}, bool behind = false,
+                                  const std::string& mode = "cpu") {
+    run::Layout layout = smallLayout(mode);
+    layout.request.rule = {};
+    layout.request.tolerance = tolerance;
+    layout.request.behind = behind;
+    return layout;
+}
+
 /// Values that say where they belong.
 template <class T>
 struct Pattern {

@@ -159,6 +159,36 @@ TEST_F(Commands, ComputeDoesNotGoOnWithAnotherField) {
     EXPECT_TRUE(contents(path) == before);
 }
 
+TEST_F(Commands, ComputeKeepsWhatWasMeasuredOfATolerance) {
+    command.request.rule = {};
+    command.request.tolerance = pistonfield::Tolerance{1e-5, pistonfield::Tolerance::Of::local};
+    command.given.emplace("tolerance", "--tolerance");
+    const std::string text = compute(command);
+    EXPECT_THAT(text, HasSubstr("field   7 x 5 x 4 points, double precision, "
+                                "tolerance 1e-05 of the local |p|\n"));
+    EXPECT_THAT(text, HasSubstr("\nerror   "));
+    const auto expected = pistonfield::Plan(command.request).accuracy();
+    const auto kept = FieldFile(path, FieldFile::Access::read).provenance().accuracy;
+    ASSERT_TRUE(expected && kept);
+    EXPECT_EQ(kept->bound, expected->bound);
+    EXPECT_EQ(kept->error, expected->error);
+    EXPECT_EQ(kept->evaluations, expected->evaluations);
+    EXPECT_EQ(kept->points, expected->points);
+    Values values(140);
+    pistonfield::Plan(command.request).compute(command.request.lattice.box(), values.data());
+    EXPECT_EQ(valuesIn<double>(path), values);
+}
+
+TEST_F(Commands, ComputeNamesTheOptionOfWhatThePlanRefuses) {
+    command.request.rule = {};
+    command.request.tolerance = pistonfield::Tolerance{1e-4};
+    command.request.lattice.transform[11] = -0.1;
+    EXPECT_THAT(compute(command), testing::StartsWith("--transform: "));
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path));
+    command.request.behind = true;
+    EXPECT_THAT(compute(command), HasSubstr(" is complete, 140 points\n"));
+}
+
 TEST_F(Commands, ComputeCompressesACompleteField) {
     command.deflate = 1;
     compute(command);

@@ -45,6 +45,12 @@ TEST(Texts, SayCountsInWords) {
     EXPECT_EQ(formatting::count(7e12), "7.0 trillion");
 }
 
+TEST(Texts, SayTwoDigitsOfNumbersOfAnySize) {
+    EXPECT_EQ(formatting::twoDigits(0), "0");
+    EXPECT_EQ(formatting::twoDigits(0.1234), "0.12");
+    EXPECT_EQ(formatting::twoDigits(8.06e-5), "8.1e-05");
+}
+
 TEST(Texts, SayFailuresInOneLine) {
     EXPECT_EQ(formatting::complaint(std::runtime_error("a\nb\x01.h5 exists")),
               "pistonfield-run: a b .h5 exists");

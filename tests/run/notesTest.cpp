@@ -13,6 +13,7 @@ namespace {
 
 using pistonfield::Mode;
 using testing::ElementsAre;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
 
@@ -57,6 +58,19 @@ TEST(Notes, TellPointsBehindThePistonWhereverTheyAre) {
     EXPECT_FALSE(noted({0, 0, -0.125, 1}, 0.5, {1, 1, 9}));
     EXPECT_TRUE(noted({0, 0, -0.125, 1}, 0.5, {1, 1, 10}));
     EXPECT_TRUE(noted({0, 0, 0.125, 1}, -2, {1, 1, 2}));
+}
+
+TEST(Notes, OfAFieldWithAToleranceKnowItsValuesBehindThePistonAndNoOrders) {
+    run::Layout layout = usual();
+    layout.request.tolerance = pistonfield::Tolerance{};
+    layout.request.behind = true;
+    layout.request.lattice.transform[10] = -1e-4;
+    EXPECT_THAT(notesOn(layout), ElementsAre("some points lie behind the piston, where values are "
+                                             "those of the points before it"));
+    layout.request.lattice.transform[10] = 1e-4;
+    layout.request.piston = {.width = 7.5, .height = 5};
+    EXPECT_THAT(notesOn(layout), ElementsAre(StartsWith("the piston measures 5000 by 3333.33 "
+                                                        "wavelengths: lengths are in m")));
 }
 
 TEST(Notes, TellFrequenciesInMHzAndLengthsInMm) {

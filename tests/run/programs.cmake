@@ -55,7 +55,8 @@ function(pistonfield_program_test name script)
   set_tests_properties(run.${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "${environment}")
 endfunction()
 
-foreach(script values starting processes parts outputs no_room damage interruptions options si_units)
+foreach(script values starting processes parts outputs no_room damage interruptions options si_units
+    tolerance)
   pistonfield_program_test(${script} ${script})
 endforeach()
 # One of its parts needs root.

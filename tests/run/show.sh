@@ -37,6 +37,15 @@ same_again --mode cpusp
 grep --quiet '^mode = "cpusp"$' request.toml
 same_again --table rule.txt
 grep --quiet '^# order = 3$' request.toml
+same_again --tolerance 1e-5 --relative local
+grep --quiet '^tolerance = 1.0000000000000001e-05$' request.toml
+grep --quiet '^relative = "local"$' request.toml
+grep --quiet '^precision = "double"$' request.toml
+grep --quiet '^behind = false$' request.toml
+grep --quiet '^# error_points = [1-9]' request.toml
+same_again --tolerance 1e-3 --precision single --behind
+grep --quiet '^precision = "single"$' request.toml
+grep --quiet '^behind = true$' request.toml
 
 # Of a part it is the request of the whole field.
 "$program" "${request[@]}" --part 2/2 cut.h5

@@ -118,7 +118,7 @@ class ValuesTest(SiTest):
         self.assert_same_field(self.at("louder.h5"), expected)
 
     def test_of_the_page_are_those_of_its_raw_request(self):
-        raw, si = [block for block in blocks_of(PAGE) if "\norder = 32" in block]
+        raw, si = [block for block in blocks_of(PAGE) if "\ntolerance = 1e-4" in block]
         sizes = ["--sizes", 3, 4, 5]
         expected = self.compute(raw, *sizes, output="raw.h5")
         found = self.compute(si, *sizes)

@@ -1,15 +1,15 @@
 % SPDX-FileCopyrightText: the pistonfield developers
 % SPDX-License-Identifier: BSD-3-Clause
 
-% peak_of_field(mode, sizes, limit): in an Octave of its own: computes a field of these sizes within
-% a limit on memory and writes on standard error how many slabs it took and by how many bytes the
-% process's peak grew. The same is called before for a few points, so that the module, its libraries
-% and the functions are loaded.
-function peak_of_field(mode, sizes, limit)
+% peak_of_field(name, value, sizes, limit): in an Octave of its own: computes a field of these sizes,
+% with an option of pistonfield_pressure, within a limit on memory and writes on standard error how
+% many slabs it took and by how many bytes the process's peak grew. The same is called before for a
+% few points, so that the module, its libraries and the functions are loaded.
+function peak_of_field(name, value, sizes, limit)
   piston = struct('width', 7.5e-3, 'height', 5e-3);
   range = @(count) (1:count) * 1e-4;
   field = @(n, limit) pistonfield_pressure(piston, ...
-    pistonfield_grid(range(n(1)), range(n(2)), range(n(3))), 'frequency', 1e6, 'mode', mode, ...
+    pistonfield_grid(range(n(1)), range(n(2)), range(n(3))), 'frequency', 1e6, name, value, ...
     'memory', limit, 'tolerance', 1e-3, 'progress', 'none');
   field([2 2 2], 16 * 8 + 56);
   before = peak();

@@ -205,6 +205,7 @@ WORDS = {
     "--sizes": ["", "a", "1.5", "-1", "0", "18446744073709551622", "1e3x",
                 "99999999999999999999999"],
     "--order": ["", "0", "-5", "1.5", "010x", "4294967306", "nan", "99999999999999999999"],
+    "--tolerance": ["", "0", "-0", "1", "-1e-4", "nan", "inf", "1e-999", "1e-4x", "small"],
     "--slab": ["", "0", "-1", "1.5", "18446744073709551617", "many", "99999999999999999999999"],
     "--compress": ["", "0", "10", "-1", "1.5", "one", "4294967297"],
     "--part": ["", "/", "1/", "/1", "0/1", "2/1", "1/0", "-1/3", "1/2/3", "1.5/3",
@@ -377,9 +378,9 @@ class MalformedTest(Attack):
                         words = [option] + [value] * (3 if option == "--sizes" else 16)
                     elif option == "-k" and words[0].startswith("-k="):
                         words = [f"-k{value}"]
-                    self.attempt(
-                        f"{' '.join(words)[:80]}", "field.h5", *self.without(option), *words
-                    )
+                    # With an order any tolerance is refused.
+                    others = self.without("--order" if option == "--tolerance" else option)
+                    self.attempt(f"{' '.join(words)[:80]}", "field.h5", *others, *words)
 
     def without(self, option):
         words = self.request_words()

@@ -1,0 +1,49 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "field/Request.h"
+#include "method/GroupField.h"
+
+namespace pistonfield {
+
+/// The positions of a request's points, in groups that are the request's own:
+/// a point's group does not depend on the box that it is computed in.
+class Positions {
+  public:
+    /// @param request outlives this
+    explicit Positions(const Request& request);
+
+    /// The points of group number `group`: those with the linear indices from groupSize*group on,
+    /// where past the last one it is taken again.
+    void group(std::int64_t group, GroupPoints& points) const;
+
+    /// The position of a point.
+    std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
+
+    /// The largest distance of a point from the face's centre, times the wavenumber.
+    double reach() const;
+
+    /// The first point behind the face, in grid point order, if there is one; by more than the
+    /// rounding of the positions.
+    std::optional<std::array<std::int64_t, 3>> firstBehind() const;
+
+  private:
+    /// Of a group within a row of the lattice, and of any group, `left` points before the last one.
+    void groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const;
+    void groupInRows(std::array<std::int64_t, 3> first, std::int64_t left, GroupPoints& to) const;
+
+    std::optional<std::array<std::int64_t, 3>> firstBehindInLattice() const;
+
+    double k;
+    const PointList* list;  ///< or null
+    std::array<std::int64_t, 3> sizes;
+    std::int64_t points;
+    std::array<double, 12> rows{};  ///< of the transform, over its last number
+};
+
+}  // namespace pistonfield

@@ -1,0 +1,12 @@
+% SPDX-FileCopyrightText: the pistonfield developers
+% SPDX-License-Identifier: BSD-3-Clause
+
+function p = engine_field(place, sizes, piston, k, options, first, count)
+  % p = engine_field(place, sizes, piston, k, options, first, count): what the tolerance engine
+  % computes of a grid, without unit, in a box of count points along each direction from the indices
+  % first on, counted from 0. A point's bits do not depend on the box. options are those of
+  % read_pressure_options.
+  p = pistonfield_internal('field_within', place, sizes, piston.width, piston.height, k, ...
+                           options.mode, options.tolerance, options.relative, first, count, ...
+                           options.threads);
+end

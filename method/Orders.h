@@ -1,0 +1,184 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+#include "method/EllipseBounds.h"
+
+namespace pistonfield {
+
+/// Orders of rules: all up to 32, then in steps of an eighth at most, so that there are few rules
+/// whatever the orders are. A rung is the number of an order in this ladder.
+class OrderLadder {
+  public:
+    /// There are no orders beyond this one. Sides of 2000 wavelengths take half of it.
+    static constexpr int mostNodes = 1 << 14;
+
+    /// The least rung that has so many nodes or more; of less than one node the first.
+    static constexpr int rungOf(int nodes) {
+        if (nodes <= every) return nodes < 1 ? 0 : nodes - 1;
+        int rung = every;
+        int base = every;
+        for (; nodes > 2 * base; base *= 2) rung += 8;
+        const int step = base / 8;
+        return rung + (nodes - base - 1) / step;
+    }
+
+    /// The nodes of a rung.
+    static constexpr int nodesOf(int rung) {
+        if (rung < every) return rung + 1;
+        const int base = every << (rung - every) / 8;
+        return base + ((rung - every) % 8 + 1) * (base / 8);
+    }
+
+  private:
+    static constexpr int every = 32;
+};
+
+/// The integrals that a pressure is the sum of.
+enum class Formula {
+    edges,        ///< along the edges, of (exp(-jR) - exp(-jz))/D
+    edgesBeside,  ///< along the edges, of (exp(-jR) - exp(-jQ))/D, where Q is the distance of the
+                  ///< face's centre: for points beside the face, whose edges would cancel otherwise
+    lines         ///< along lines on a thin face, of exp(-jR)/R: for points beside it
+};
+
+/// The face of a rectangular piston, in its own frame: half its sides, in any unit of length, and
+/// the wavenumber in radians per unit.
+struct Face {
+    double halfX, halfY;
+    double k = 1;
+
+    /// With lengths times the wavenumber.
+    constexpr Face scaled() const { return {halfX * k, halfY * k}; }
+
+    /// From so many half sides on points lie beside the face.
+    static constexpr double besideHalfSides = 12;
+
+    /// Whether a point is so far beside the face that the four edges cancel: rounding errors of the
+    /// formula `edges` are about 5u |e|/s, of the offset e from an edge and the side s across it.
+    constexpr bool hasBeside(double x, double y) const {
+        return x > besideHalfSides * halfX || y > besideHalfSides * halfY;
+    }
+
+    /// The formula of points beside the face. With `edgesBeside` rounding grows with the
+    /// ratio of the sides.
+    constexpr Formula besideFormula() const {
+        constexpr double thin = 24;
+        return halfX > thin * halfY || halfY > thin * halfX ? Formula::lines : Formula::edgesBeside;
+    }
+};
+
+/// A range of numbers that are not negative.
+struct Span {
+    float least, most;
+
+    float leastDistance(float from) const {
+        return std::max(0.0F, std::max(least - from, from - most));
+    }
+
+    float largestDistance(float from) const {
+        return std::max(std::abs(least - from), std::abs(most - from));
+    }
+};
+
+/// Where points lie: the least and the largest |x| and |y|, from the centre of the face, and the
+/// least |z|, times the wavenumber.
+struct Extent {
+    Span x, y;
+    float z;
+};
+
+/// Where points lie, and at most how far from the centre of the face.
+struct Place {
+    Extent extent;
+    double reach;
+
+    /// The place within these bounds of |x|, |y|, |z| and of the distance, which k has yet to
+    /// multiply, a little wider for the sake of rounding.
+    static Place within(const std::array<double, 3>& least, const std::array<double, 3>& most,
+                        double reach, double k) {
+        constexpr double wider = 0x1p-22;
+        const auto below = [k](double v) { return static_cast<float>(v * k * (1 - wider)); };
+        const auto above = [k](double v) { return static_cast<float>(v * k * (1 + wider)); };
+        return {
+            {{below(least[0]), above(most[0])}, {below(least[1]), above(most[1])}, below(least[2])},
+            reach * k};
+    }
+};
+
+/// How an edge, or a line on the face, is integrated: about the foot of a point in `gradings` pairs
+/// of panels, each a quarter as long as the one outside of it, and between them an inner panel.
+/// Without gradings the inner panel is the whole edge.
+struct Panels {
+    static constexpr int mostGradings = 40;
+
+    int gradings = 0;
+    int inner = 0;                             ///< the inner panel's rung
+    std::array<int, mostGradings> outer = {};  ///< the outer ones', from the outermost on
+};
+
+/// How the pressure of some points is integrated.
+struct PointOrders {
+    Formula formula;
+    std::array<Panels, 4> edges;  ///< the nearer and the farther one along x, and along y; of
+                                  ///< `lines` the first one is that of all lines
+    int across = 0;               ///< the rung across the lines
+};
+
+/// The numbers of nodes for intervals of one length, cell by cell: each is found when it is first
+/// asked for, by any thread.
+class KnownOrders {
+  public:
+    /// @throws std::bad_alloc
+    explicit KnownOrders(float half);
+
+    /// The least rung for an integral of exp(-jR)/R over an interval of this length, times
+    /// `amplitude`, whose middle lies `middle` from t = 0, within a tolerance.
+    int rungOf(const Span& middle, float height, float amplitude, float tolerance) const;
+
+    float half() const noexcept { return length; }
+
+  private:
+    static constexpr int levels = 96;      ///< powers of 2 of the amplitude over the tolerance
+    static constexpr int levelOfOne = 24;  ///< where they are equal
+
+    int rungOf(int mu, int eta, int level) const;
+
+    float length;
+    float inverse;
+    mutable std::vector<std::atomic<std::int16_t>> rungs;  ///< 0: not known; else the rung, plus 1
+};
+
+/// Chooses numbers of nodes from `EllipseBounds`.
+class Orders {
+  public:
+    /// @throws std::bad_alloc
+    explicit Orders(const Face& face);
+
+    /// The orders that keep the error of |p|, in exact arithmetic, below `tolerance` at all points
+    /// that lie so.
+    PointOrders choose(Formula formula, const Extent& extent, float tolerance) const;
+
+  private:
+    struct Edge;
+    struct Integral;
+
+    PointOrders ofEdges(Formula formula, const Extent& extent, float tolerance) const;
+    PointOrders ofLines(const Extent& extent, float tolerance) const;
+    Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height) const;
+    Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height) const;
+    static int orderOf(const Integral& integral);
+    static int orderOfAngle(const Edge& edge, float tolerance);
+
+    Face face;
+    std::array<KnownOrders, 2> known;  ///< of the edges along x and along y
+};
+
+}  // namespace pistonfield
