@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "tests/support/Refused.h"
@@ -34,6 +35,11 @@ TEST(Launch, ByALauncherIsOfAsManyAsItSays) {
         EXPECT_EQ(launchOf({{name, "4"}}).processes, 4);
         EXPECT_TRUE(launchOf({{name, "1"}}).alone());
     }
+}
+
+TEST(Launch, TakesWholeNumbersAlone) {
+    for (const char* odd : {"", "4x", "x", "4.5", " 4", "99999999999"})
+        EXPECT_EQ(launchOf({{"PMI_SIZE", odd}}).processes, std::nullopt) << odd;
 }
 
 TEST(Launch, ByALauncherThatSaysNoNumberMayBeOfMany) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
@@ -58,6 +59,15 @@ TEST_F(Leftovers, AreNoFoldersAndLinks) {
     EXPECT_TRUE(fs::exists(folder / "f.h5-1-2.lock"));
     EXPECT_TRUE(fs::is_symlink(folder / "f.h5-3-4.lock"));
     EXPECT_TRUE(fs::exists(folder / "elsewhere"));
+}
+
+/// One in which nothing was written for hours.
+TEST_F(Leftovers, AreTemporaryFiles) {
+    const fs::path temporary = folder / ".pistonfield-run-0123456789abcdef";
+    setContents(temporary, "");
+    fs::last_write_time(temporary, fs::file_time_type::clock::now() - std::chrono::hours(2));
+    run::removeLeftovers(output);
+    EXPECT_FALSE(fs::exists(temporary));
 }
 
 TEST_F(Leftovers, LieBesideTheOutputAlone) {

@@ -5,6 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
+
 namespace {
 
 using pistonfield::Mode;
@@ -34,6 +38,26 @@ TEST(Notes, TellPointsBehindThePiston) {
     // Those of this part lie before it.
     layout.box.size[2] = 10;
     EXPECT_THAT(notesOn(layout), IsEmpty());
+}
+
+/// The height of the lowest point, in numbers that nothing rounds.
+TEST(Notes, TellPointsBehindThePistonWhereverTheyAre) {
+    const auto noted = [](const std::array<double, 4>& height, double divisor,
+                          const std::array<std::int64_t, 3>& sizes) {
+        run::Layout layout = usual();
+        auto& transform = layout.request.lattice.transform;
+        std::copy(height.begin(), height.end(), &transform[8]);
+        transform[15] = divisor;
+        layout.box.size = sizes;
+        return !notesOn(layout).empty();
+    };
+    EXPECT_FALSE(noted({0, 0, -0.125, 1}, 1, {1, 1, 9}));
+    EXPECT_TRUE(noted({0, 0, -0.125, 1}, 1, {1, 1, 10}));
+    EXPECT_TRUE(noted({-0.125, 0, 1, 1}, 1, {10, 1, 10}));
+    EXPECT_TRUE(noted({0, -0.125, 1, 1}, 1, {1, 10, 10}));
+    EXPECT_FALSE(noted({0, 0, -0.125, 1}, 0.5, {1, 1, 9}));
+    EXPECT_TRUE(noted({0, 0, -0.125, 1}, 0.5, {1, 1, 10}));
+    EXPECT_TRUE(noted({0, 0, 0.125, 1}, -2, {1, 1, 2}));
 }
 
 TEST(Notes, OfAFieldWithAToleranceKnowItsValuesBehindThePistonAndNoOrders) {

@@ -98,6 +98,7 @@ TEST(SlabSizes, AreNeverMoreThanTheirPointsNorTheBox) {
 
 TEST(SlabSizes, DifferByNoMoreThanTheyMust) {
     // 100 = 34 + 34 + 32, rather than 45 + 45 + 10.
+    EXPECT_EQ(slabSizes({10, 2, 100}, 1000), (Sizes{10, 2, 50}));
     EXPECT_EQ(slabSizes({100, 1, 1}, 45), (Sizes{34, 1, 1}));
     EXPECT_EQ(slabSizes({1, 100, 1}, 45), (Sizes{1, 34, 1}));
     EXPECT_EQ(slabSizes({1, 1, 100}, 45), (Sizes{1, 1, 34}));
