@@ -136,7 +136,7 @@ static void refusesStructsOfAnotherSize(void) {
     pistonfield_plan* plan = NULL;
     request.size = 0;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 0 bytes is not that of interface 1 to 1; call "
+                   "request: a size of 0 bytes is not that of interface 1 to 2; call "
                    "pistonfield_request_init first");
     plan = samplePlan(PISTONFIELD_CPU);
     pistonfield_conduct conduct;
