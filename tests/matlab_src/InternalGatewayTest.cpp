@@ -135,8 +135,8 @@ TEST_F(InternalGatewayTest, AnswersWithTheFieldWithinATolerance) {
             Field wanted(static_cast<std::size_t>(box.points()));
             plan.compute(box, wanted.data());
             host::Array* output = nullptr;
-            const Printed printed =
-                captured([&] { output = answerTo(questionWithin(1e-3, relative, mode)); });
+            const Printed printed = captured(
+                [&, word = relative] { output = answerTo(questionWithin(1e-3, word, mode)); });
             EXPECT_EQ(substitute::valuesOf(output), wanted) << mode << ' ' << relative;
             EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 4, 2}));
             EXPECT_EQ(printed.out + printed.err + theHost().console(), "");
