@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "cuda_runtime/words.h"
+#include "lanes/words.h"
 
 namespace pistonfield {
 

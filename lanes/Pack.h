@@ -9,17 +9,8 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "lanes/InstructionSet.h"
-
-// The sources of hot loops are compiled once for each instruction set. Everything in this folder
-// lives in an inline namespace named after the set, so that the copies stay apart in the linker.
-#if defined(__AVX512F__) && defined(__AVX512DQ__)
-#define PISTONFIELD_INSTRUCTION_SET v4
-#elif defined(__AVX2__) && defined(__FMA__)
-#define PISTONFIELD_INSTRUCTION_SET v3
-#else
-#define PISTONFIELD_INSTRUCTION_SET baseline
-#endif
+#include "lanes/Lane.h"
+#include "lanes/compiledSet.h"
 
 /// Packs of SIMD lanes: one shape of arithmetic at several independent points at a time. The types
 /// are the compiler's vector types, whose operators work lane by lane; comparisons yield a mask,
@@ -30,9 +21,6 @@
 /// is exact.
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
-
-/// The instruction set that this copy of the source is compiled for.
-inline constexpr InstructionSet compiledSet = InstructionSet::PISTONFIELD_INSTRUCTION_SET;
 
 template <class T, int W>
 struct PackOf {
@@ -56,9 +44,11 @@ inline constexpr int registerBytes = 16;
 template <class T>
 inline constexpr int width = registerBytes / static_cast<int>(sizeof(T));
 
-/// The type of a lane.
 template <class V>
-using Element = std::remove_cvref_t<decltype(V{}[0])>;
+struct LanesOf {
+    using Element = std::remove_cvref_t<decltype(V{}[0])>;
+    static constexpr bool fuses = registerBytes >= 32 && sizeof(V) >= 16;
+};
 
 /// The number of lanes.
 template <class V>
@@ -67,12 +57,6 @@ inline constexpr int widthOf = sizeof(V) / sizeof(Element<V>);
 /// The mask type of comparisons between packs V.
 template <class V>
 using Mask = decltype(V{} < V{});
-
-/// The same value in every lane: the value as the lanes' type has it, but -0 becomes +0.
-template <class V, class T>
-[[gnu::always_inline]] inline V broadcast(T value) {
-    return V{} + static_cast<Element<V>>(value);
-}
 
 /// The lanes' bits read as another pack, of lanes of any type and of the same size in all.
 template <class To, class From>
@@ -182,10 +166,6 @@ template <class V>
 #endif
     return a * b + c;
 }
-
-/// Whether `multiplyAdd` of packs V rounds once.
-template <class V>
-inline constexpr bool fuses = registerBytes >= 32 && sizeof(V) >= 16;
 
 }  // namespace PISTONFIELD_INSTRUCTION_SET
 }  // namespace lanes

@@ -5,17 +5,11 @@
 #include <limits>
 
 #include "lanes/Pack.h"
+#include "lanes/phases.h"
 #include "lanes/slowReduction.h"
 
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
-
-/// Sines and cosines, lane by lane.
-template <class V>
-struct SinCos {
-    V sine;
-    V cosine;
-};
 
 /// An angle less the nearest multiple of pi/2, and that multiple (its low bits at least).
 template <class V>
@@ -25,10 +19,6 @@ struct ReducedAngles {
 };
 
 namespace detail {
-
-/// Adding it rounds to an integer, which then stands in the low bits.
-template <class T>
-inline constexpr T roundingShift = sizeof(T) == 8 ? T(0x1.8p52) : T(0x1.8p23F);
 
 /// The angles up to which `fastReduction` stays within pi/4 and within a fraction of the rounding
 /// of 1: what sine and cosine can show.

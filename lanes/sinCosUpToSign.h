@@ -2,16 +2,36 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include "lanes/sinCos.h"
+#include "lanes/anyLanes.h"
+#include "lanes/phases.h"
 
 namespace lanes {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
 
 namespace detail {
 
+#ifndef __CUDACC__
+/// A pack of angles less multiples of pi where products round: doubles take three parts of 33 bits,
+/// floats the detour over double.
+template <class V>
+[[gnu::always_inline]] inline V lessMultiples(V x, V multiple) {
+    if constexpr (sizeof(Element<V>) == 8) {
+        constexpr Element<V> part1 = 0x1.921fb544p+1;
+        constexpr Element<V> part2 = 0x1.0b4611a6p-33;
+        constexpr Element<V> part3 = 0x1.3198a2ep-68;
+        return ((x - multiple * part1) - multiple * part2) - multiple * part3;
+    } else {
+        using Wide = Pack<double, widthOf<V>>;
+        const Wide rest = __builtin_convertvector(x, Wide) -
+                          __builtin_convertvector(multiple, Wide) * 0x1.921fb54442d18p+1;
+        return __builtin_convertvector(rest, V);
+    }
+}
+#endif
+
 /// An angle less the nearest multiple of pi, in parts as `fastReduction` does.
 template <class V>
-[[gnu::always_inline]] inline V lessHalfTurns(V x) {
+[[gnu::always_inline]] __device__ inline V lessHalfTurns(V x) {
     using T = Element<V>;
     constexpr auto perHalfTurn = static_cast<T>(0x1.45f306dc9c883p-2);
     const V shifted = multiplyAdd(x, broadcast<V>(perHalfTurn), broadcast<V>(roundingShift<T>));
@@ -22,16 +42,8 @@ template <class V>
         constexpr T part2 = isDouble ? T(0x1.1a62633145c07p-53) : T(-0x1.777a5cp-24F);
         const V rest = multiplyAdd(multiple, broadcast<V>(-part1), x);
         return multiplyAdd(multiple, broadcast<V>(-part2), rest);
-    } else if constexpr (sizeof(T) == 8) {
-        constexpr T part1 = 0x1.921fb544p+1;
-        constexpr T part2 = 0x1.0b4611a6p-33;
-        constexpr T part3 = 0x1.3198a2ep-68;
-        return ((x - multiple * part1) - multiple * part2) - multiple * part3;
     } else {
-        using Wide = Pack<double, widthOf<V>>;
-        const Wide rest = __builtin_convertvector(x, Wide) -
-                          __builtin_convertvector(multiple, Wide) * 0x1.921fb54442d18p+1;
-        return __builtin_convertvector(rest, V);
+        return lessMultiples(x, multiple);
     }
 }
 
@@ -39,7 +51,7 @@ template <class V>
 
 /// P in sin(r) = r + r*z*P(z), z = r*r: 2^-26.7 in float, 2^-57.8 in double.
 template <class V>
-[[gnu::always_inline]] inline V wideSinePolynomial(V z) {
+[[gnu::always_inline]] __device__ inline V wideSinePolynomial(V z) {
     if constexpr (sizeof(Element<V>) == 4) {
         V p = multiplyAdd(broadcast<V>(0x1.5dbd66p-19F), z, broadcast<V>(-0x1.9f6ff6p-13F));
         p = multiplyAdd(p, z, broadcast<V>(0x1.110ed4p-7F));
@@ -58,7 +70,7 @@ template <class V>
 
 /// Q in cos(r) = 1 - z/2 + z*z*Q(z): 2^-27.4 in float, 2^-58.0 in double, of 1.
 template <class V>
-[[gnu::always_inline]] inline V wideCosinePolynomial(V z) {
+[[gnu::always_inline]] __device__ inline V wideCosinePolynomial(V z) {
     if constexpr (sizeof(Element<V>) == 4) {
         V q = multiplyAdd(broadcast<V>(-0x1.1940acp-22F), z, broadcast<V>(0x1.9f8f54p-16F));
         q = multiplyAdd(q, z, broadcast<V>(-0x1.6c149cp-10F));
@@ -79,10 +91,10 @@ template <class V>
 
 /// Sine and cosine of every lane, up to a common sign: of the angle less a multiple of pi. That is
 /// all that their squares and their product need. Each is within 3 u of the exact one, and a tiny
-/// angle is its own sine, for magnitudes up to `detail::reducible`; of larger angles nothing is
-/// promised.
+/// angle is its own sine, for magnitudes up to `detail::reducible` of sinCos.h, of a single lane up
+/// to those where multiplications fuse; of larger angles nothing is promised.
 template <class V>
-[[gnu::always_inline]] inline SinCos<V> sinCosUpToSign(V angle) {
+[[gnu::always_inline]] __device__ inline SinCos<V> sinCosUpToSign(V angle) {
     const V r = detail::lessHalfTurns(angle);
     const V z = r * r;
     return {

@@ -12,4 +12,12 @@ const GroupFields& groupFields() noexcept {
     return copies.inUse()();
 }
 
+template <class T>
+HalfSides<T> halfSidesOf(const Face& face) noexcept {
+    return {static_cast<T>(face.halfX * face.k / 2), static_cast<T>(face.halfY * face.k / 2)};
+}
+
+template HalfSides<float> halfSidesOf(const Face&) noexcept;
+template HalfSides<double> halfSidesOf(const Face&) noexcept;
+
 }  // namespace pistonfield

@@ -3,14 +3,11 @@
 #pragma once
 
 #include "lanes/InstructionSet.h"
+#include "method/GroupNumbers.h"
 #include "method/Orders.h"
 #include "method/Rules.h"
 
 namespace pistonfield {
-
-/// The points that share the numbers of nodes: neighbours in grid point order. They are as many on
-/// every processor, so that orders do not depend on it.
-inline constexpr int groupSize = 16;
 
 /// The points of a group in the face's frame and unit of length, folded: |x|, |y|, |z|.
 struct GroupPoints {
@@ -27,21 +24,25 @@ struct GroupValues {
     alignas(64) T im[groupSize];
 };
 
-/// Computes the pressure of a group's points in T, by the orders, whose rules stand in the table by
-/// their rungs. Only the reference phases,
-/// exp(-jz) or exp(-jQ), and the offsets from the face are formed in double.
-using GroupFieldInFloat = void (*)(const Nodes<float>*, const Face&, const PointOrders&,
-                                   const GroupPoints&, GroupValues<float>&);
-using GroupFieldInDouble = void (*)(const Nodes<double>*, const Face&, const PointOrders&,
-                                    const GroupPoints&, GroupValues<double>&);
+/// What is done with a group's points in T.
+template <class T>
+struct GroupFieldIn {
+    /// Computes their pressure by the orders, whose rules stand in the table by their rungs. Only
+    /// what `findNumbers` finds is formed in double.
+    void (*compute)(const Nodes<T>*, const Face&, const PointOrders&, const GroupPoints&,
+                    GroupValues<T>&);
+    /// Finds what the arithmetic takes of them, by the formula: the reference phases and what
+    /// cancels, formed in double.
+    void (*findNumbers)(const Face&, Formula, const GroupPoints&, GroupNumbers<T>&);
+};
 
-/// The two as one instruction set has them.
+/// The same in both precisions, as one instruction set has them.
 struct GroupFields {
-    GroupFieldInFloat inFloat;
-    GroupFieldInDouble inDouble;
+    GroupFieldIn<float> inFloat;
+    GroupFieldIn<double> inDouble;
 
     template <class T>
-    auto in() const noexcept {
+    const GroupFieldIn<T>& in() const noexcept {
         if constexpr (sizeof(T) == 4)
             return inFloat;
         else
@@ -55,5 +56,9 @@ const GroupFields& groupFieldsOf();
 
 /// Those of the instruction set in use.
 const GroupFields& groupFields() noexcept;
+
+/// Half the sides as the arithmetic takes them; of float and double.
+template <class T>
+HalfSides<T> halfSidesOf(const Face& face) noexcept;
 
 }  // namespace pistonfield

@@ -74,7 +74,7 @@ KnownOrders::KnownOrders(float half)
       inverse(1 / half),
       rungs(std::size_t{EllipseBounds::widths} * EllipseBounds::heights * levels) {}
 
-int KnownOrders::rungOf(const Span& middle, float height, float amplitude, float tolerance) const {
+Rung KnownOrders::rungOf(const Span& middle, float height, float amplitude, float tolerance) const {
     // Wider by more than the rounding of the products.
     constexpr float below = 1 - 0x1p-20F;
     constexpr float above = 1 + 0x1p-20F;
@@ -84,19 +84,19 @@ int KnownOrders::rungOf(const Span& middle, float height, float amplitude, float
     const float ratio = amplitude / (tolerance * range.factor);
     const int power = (std::bit_cast<int>(ratio) >> 23) - 127 + 1;
     const int level = std::clamp(power + levelOfOne, 0, levels - 1);
-    int rung = 0;
+    Rung rung = 0;
     for (int mu = range.first; mu <= range.last; ++mu)
         rung = std::max(rung, rungOf(mu, range.height, level));
     return rung;
 }
 
-int KnownOrders::rungOf(int mu, int eta, int level) const {
+Rung KnownOrders::rungOf(int mu, int eta, int level) const {
     const int number = (mu * EllipseBounds::heights + eta) * levels + level;
     const auto at = static_cast<std::size_t>(number);
     const int known = rungs[at].load(std::memory_order_relaxed);
-    if (known > 0) return known - 1;
+    if (known > 0) return static_cast<Rung>(known - 1);
     const float needed = static_cast<float>(level - levelOfOne) * std::numbers::ln2_v<float>;
-    const int rung = OrderLadder::rungOf(wholeNodes(nodesIn(mu, eta, length, needed)));
+    const Rung rung = OrderLadder::rungOf(wholeNodes(nodesIn(mu, eta, length, needed)));
     rungs[at].store(static_cast<std::int16_t>(rung + 1), std::memory_order_relaxed);
     return rung;
 }
@@ -136,7 +136,7 @@ Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance, 
     length = reach;
     for (int i = 0; i < panels.gradings; ++i) {
         const float middle = 0.625F * length;
-        panels.outer[static_cast<std::size_t>(i)] = OrderLadder::rungOf(
+        panels.outer[i] = OrderLadder::rungOf(
             orderOf({0.375F * length, {middle, middle}, height, amplitude, share}));
         length /= 4;
     }
@@ -152,7 +152,7 @@ Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance, floa
     const int sides = edge.middle.least < edge.half ? 2 : 1;
     int gradedNodes = OrderLadder::nodesOf(graded.inner);
     for (int i = 0; i < graded.gradings; ++i)
-        gradedNodes += sides * OrderLadder::nodesOf(graded.outer[static_cast<std::size_t>(i)]);
+        gradedNodes += sides * OrderLadder::nodesOf(graded.outer[i]);
     return gradedNodes < OrderLadder::nodesOf(whole.inner) ? graded : whole;
 }
 

@@ -10,24 +10,25 @@
 #include <vector>
 
 #include "method/EllipseBounds.h"
+#include "method/PointOrders.h"
 
 namespace pistonfield {
 
 /// Orders of rules: all up to 32, then in steps of an eighth at most, so that there are few rules
-/// whatever the orders are. A rung is the number of an order in this ladder.
+/// whatever the orders are.
 class OrderLadder {
   public:
     /// There are no orders beyond this one. Sides of 2000 wavelengths take half of it.
     static constexpr int mostNodes = 1 << 14;
 
     /// The least rung that has so many nodes or more; of less than one node the first.
-    static constexpr int rungOf(int nodes) {
-        if (nodes <= every) return nodes < 1 ? 0 : nodes - 1;
+    static constexpr Rung rungOf(int nodes) {
+        if (nodes <= every) return static_cast<Rung>(nodes < 1 ? 0 : nodes - 1);
         int rung = every;
         int base = every;
         for (; nodes > 2 * base; base *= 2) rung += 8;
         const int step = base / 8;
-        return rung + (nodes - base - 1) / step;
+        return static_cast<Rung>(rung + (nodes - base - 1) / step);
     }
 
     /// The nodes of a rung.
@@ -39,14 +40,6 @@ class OrderLadder {
 
   private:
     static constexpr int every = 32;
-};
-
-/// The integrals that a pressure is the sum of.
-enum class Formula {
-    edges,        ///< along the edges, of (exp(-jR) - exp(-jz))/D
-    edgesBeside,  ///< along the edges, of (exp(-jR) - exp(-jQ))/D, where Q is the distance of the
-                  ///< face's centre: for points beside the face, whose edges would cancel otherwise
-    lines         ///< along lines on a thin face, of exp(-jR)/R: for points beside it
 };
 
 /// The face of a rectangular piston, in its own frame: half its sides, in any unit of length, and
@@ -113,25 +106,6 @@ struct Place {
     }
 };
 
-/// How an edge, or a line on the face, is integrated: about the foot of a point in `gradings` pairs
-/// of panels, each a quarter as long as the one outside of it, and between them an inner panel.
-/// Without gradings the inner panel is the whole edge.
-struct Panels {
-    static constexpr int mostGradings = 40;
-
-    int gradings = 0;
-    int inner = 0;                             ///< the inner panel's rung
-    std::array<int, mostGradings> outer = {};  ///< the outer ones', from the outermost on
-};
-
-/// How the pressure of some points is integrated.
-struct PointOrders {
-    Formula formula;
-    std::array<Panels, 4> edges;  ///< the nearer and the farther one along x, and along y; of
-                                  ///< `lines` the first one is that of all lines
-    int across = 0;               ///< the rung across the lines
-};
-
 /// The numbers of nodes for intervals of one length, cell by cell: each is found when it is first
 /// asked for, by any thread.
 class KnownOrders {
@@ -141,7 +115,7 @@ class KnownOrders {
 
     /// The least rung for an integral of exp(-jR)/R over an interval of this length, times
     /// `amplitude`, whose middle lies `middle` from t = 0, within a tolerance.
-    int rungOf(const Span& middle, float height, float amplitude, float tolerance) const;
+    Rung rungOf(const Span& middle, float height, float amplitude, float tolerance) const;
 
     float half() const noexcept { return length; }
 
@@ -149,7 +123,7 @@ class KnownOrders {
     static constexpr int levels = 96;      ///< powers of 2 of the amplitude over the tolerance
     static constexpr int levelOfOne = 24;  ///< where they are equal
 
-    int rungOf(int mu, int eta, int level) const;
+    Rung rungOf(int mu, int eta, int level) const;
 
     float length;
     float inverse;

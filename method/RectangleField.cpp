@@ -32,8 +32,7 @@ Place placeOf(const GroupPoints& points, Members members, double k) {
 
 int nodesOf(const Panels& panels) {
     int nodes = OrderLadder::nodesOf(panels.inner);
-    for (int i = 0; i < panels.gradings; ++i)
-        nodes += 2 * OrderLadder::nodesOf(panels.outer[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < panels.gradings; ++i) nodes += 2 * OrderLadder::nodesOf(panels.outer[i]);
     return nodes;
 }
 
@@ -53,8 +52,7 @@ void requireRules(const Rules<T>& rules, const PointOrders& orders) {
     if (orders.formula == Formula::lines) rules.require(orders.across);
     for (const Panels& panels : panelsOf(orders)) {
         rules.require(panels.inner);
-        for (int i = 0; i < panels.gradings; ++i)
-            rules.require(panels.outer[static_cast<std::size_t>(i)]);
+        for (int i = 0; i < panels.gradings; ++i) rules.require(panels.outer[i]);
     }
 }
 
@@ -100,7 +98,7 @@ int RectangleField<T>::computePart(const Part& part, const GroupPoints& points,
                    computePart(second, points, limit, values);
     }
     requireRules(rules, part.orders);
-    const auto computeAll = groupFields().in<T>();
+    const auto computeAll = groupFields().in<T>().compute;
     if (part.members.all()) {
         computeAll(rules.table(), face, part.orders, points, values);
         return part.evaluations;

@@ -8,17 +8,10 @@
 #include <vector>
 
 #include "FastNearfield/GaussLegendre.h"
+#include "method/Nodes.h"
 #include "method/Orders.h"
 
 namespace pistonfield {
-
-/// A rule's nodes and weights on [-1, 1].
-template <class T>
-struct Nodes {
-    const T* abscissas;
-    const T* weights;
-    int count;
-};
 
 /// The Gauss-Legendre rules of the ladder of orders, each made when it is first asked for, by any
 /// thread.

@@ -10,7 +10,7 @@
 
 #include "cuda_runtime/arguments.h"
 #include "cuda_runtime/emulated/KernelImage.h"
-#include "cuda_runtime/words.h"
+#include "lanes/words.h"
 #include "lanes/Pack.h"
 #include "lanes/pipelined.h"
 #include "lanes/sinCos.h"

@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-// The host side of a kernel source is the baseline's.
-#define PISTONFIELD_INSTRUCTION_SET baseline
+#include "lanes/compiledSet.h"
 
 namespace cuda_runtime {
 

@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <iterator>
 #include <numbers>
 #include <string>
 #include <thread>
@@ -87,7 +88,7 @@ PointOrders expectKept(const Face& face, Formula formula, const GroupPoints& poi
     const PointOrders chosen =
         orders.choose(formula, points.place.extent, static_cast<float>(tolerance));
     GroupValues<double> values;
-    pistonfield::groupFields().inDouble(rulesOf(chosen), face, chosen, points, values);
+    pistonfield::groupFields().inDouble.compute(rulesOf(chosen), face, chosen, points, values);
     // A thousandth is left to the rounding of the arithmetic.
     EXPECT_LE(edge_integrals::largestError(face, points, values), 1.001 * tolerance)
         << "half sides " << face.halfX << ", " << face.halfY << ", first point " << points.x[0]
@@ -127,7 +128,7 @@ TEST(Orders, KeepAToleranceNextToTheFaceByGradedPanels) {
             expectKept(face, Formula::edges, points, randomTolerance(random, face, points));
         if (HasFailure()) return;
         const auto isGraded = [](const Panels& panels) { return panels.gradings > 0; };
-        if (std::any_of(chosen.edges.begin(), chosen.edges.end(), isGraded)) ++graded;
+        if (std::any_of(std::begin(chosen.edges), std::end(chosen.edges), isGraded)) ++graded;
     }
     EXPECT_GT(graded, trials / 4);
 }
@@ -203,8 +204,7 @@ int leastNodes(const Face& face, int edge, const GroupPoints& points, double tol
 
 int nodesOf(const Panels& panels) {
     int nodes = OrderLadder::nodesOf(panels.inner);
-    for (int i = 0; i < panels.gradings; ++i)
-        nodes += 2 * OrderLadder::nodesOf(panels.outer[static_cast<std::size_t>(i)]);
+    for (int i = 0; i < panels.gradings; ++i) nodes += 2 * OrderLadder::nodesOf(panels.outer[i]);
     return nodes;
 }
 

@@ -68,6 +68,7 @@ TESTS = {
     "FastNearfield/EdgeIntegrand.h": [*SUMS, *KERNELS],
     "FastNearfield/fillLattice.h": SUMS,
     "lanes/InstructionSet.cpp": LANES,
+    "lanes/Lane.h": [*LANES, *METHOD],
     "lanes/Pack.h": LANES,
     "lanes/estimates.h": LANES,
     "lanes/PerInstructionSet.h": LANES,
