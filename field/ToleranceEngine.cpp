@@ -7,8 +7,11 @@
 #include <complex>
 #include <limits>
 #include <numbers>
+#include <optional>
 #include <sstream>
 
+#include "field/AlignedField.h"
+#include "field/LatticeAxes.h"
 #include "field/Positions.h"
 #include "method/RectangleField.h"
 #include "parallel/threads.h"
@@ -125,9 +128,11 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         bound = tolerance.value;
         limit = limitOf(tolerance.value - rounding);
         if (!(tolerance.value >= 2 * rounding && rounding >= 0)) refuse(2 * rounding);
+        chooseAligned(request.lattice, rounding);
     }
 
     void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
+        if (aligned) return aligned->fill(box, to, threads);
         const bool isWide = box.size[0] == sizes[0];
         const bool isPlane = isWide && box.size[1] == sizes[1];
         // Runs of points with successive linear indices, and where they go.
@@ -153,21 +158,13 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     }
 
     std::int64_t pieceToWatch(unsigned threads) const override {
-        constexpr std::int64_t points = 1 << 18;
+        const std::int64_t points = aligned ? 1 << 20 : 1 << 18;
         const unsigned count = threads == 0 ? threadCount() : threads;
         return points * std::min(count, usableCores());
     }
 
     double evaluationsOfAPoint() const override {
-        const std::vector<Index> indices = spreadOver(sizes, false);
-        double sum = 0;
-        GroupPoints points;
-        GroupValues<T> values;
-        for (const Index& index : indices) {
-            positions.group(numberOf(index) / groupSize, points);
-            sum += field.compute(points, limit, values);
-        }
-        return sum / static_cast<double>(indices.size());
+        return evaluationsAt(spreadOver(sizes, false), aligned.has_value());
     }
 
     std::int64_t largestPiece() const noexcept override { return 1 << 30; }
@@ -178,24 +175,53 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
         const std::vector<Index> indices = spreadOver(sizes, true);
         const auto finer = pressureAt(face, positions, indices, 1e-14);
         Accuracy measured{bound, 0, 0, static_cast<std::int64_t>(indices.size())};
-        GroupPoints points;
-        GroupValues<T> values;
         for (std::size_t i = 0; i < indices.size(); ++i) {
-            const std::int64_t number = numberOf(indices[i]);
-            positions.group(number / groupSize, points);
-            measured.evaluations += field.compute(points, limit, values);
-            const auto lane = static_cast<std::size_t>(number % groupSize);
-            const std::complex<double> value(values.re[lane], values.im[lane]);
+            std::complex<T> value;
+            fill({indices[i], {1, 1, 1}}, interleaved(&value), 1);
             const double unit =
                 isLocal() ? localAmplitude(face, positions.at(indices[i])) : preview.largest;
-            const double error = std::abs(value - finer[i]) / unit;
+            const double error = std::abs(std::complex<double>(value) - finer[i]) / unit;
             if (!(error <= measured.error)) measured.error = error;
         }
-        measured.evaluations /= static_cast<double>(indices.size());
+        measured.evaluations = evaluationsAt(indices, aligned.has_value());
         return measured;
     }
 
   private:
+    /// Takes runs along the axes where a lattice is large enough and they take less.
+    void chooseAligned(const Lattice& lattice, double rounding) {
+        constexpr std::int64_t least = 4096;
+        if (lattice.box().points() < least || positions.isList()) return;
+        const auto axes = axesOf(lattice);
+        if (!axes) return;
+        const double left = tolerance.value - rounding;
+        double shift = 0;
+        for (const LatticeAxis& axis : *axes) shift += axis.shift() * face.k;
+        if (shift > left / 32) return;
+        aligned.emplace(face, *axes, BrickLimits{limitOf(left * 15 / 16), limitOf(left / 32)});
+        std::vector<Index> some;
+        const std::vector<Index> indices = spreadOver(sizes, false);
+        for (std::size_t i = 0; i < indices.size(); i += 7) some.push_back(indices[i]);
+        constexpr double overhead = 1.3;
+        if (overhead * evaluationsAt(some, true) > evaluationsAt(some, false)) aligned.reset();
+    }
+
+    /// The evaluations of the integrand at some points, on average.
+    double evaluationsAt(const std::vector<Index>& indices, bool inRuns) const {
+        double sum = 0;
+        GroupPoints points;
+        GroupValues<T> values;
+        for (const Index& index : indices) {
+            if (inRuns) {
+                sum += aligned->evaluationsOf(index);
+                continue;
+            }
+            positions.group(numberOf(index) / groupSize, points);
+            sum += field.compute(points, limit, values);
+        }
+        return sum / static_cast<double>(indices.size());
+    }
+
     /// The linear index of a point.
     std::int64_t numberOf(const Index& index) const {
         return (index[2] * sizes[1] + index[1]) * sizes[0] + index[0];
@@ -299,6 +325,7 @@ class RectangleToleranceEngine : public ToleranceEngine<T> {
     Preview preview{};
     double bound = 0;
     ErrorLimit limit{};
+    std::optional<AlignedField<T>> aligned;
 };
 
 }  // namespace

@@ -10,13 +10,13 @@ namespace pistonfield {
 /// Evenly spaced coordinates.
 struct Ticks {
     double first;
-    double step;  ///< above 0
+    double step;  ///< above 0 where there are several
     int count;
 
     double at(int i) const { return first + step * i; }
 };
 
-/// A small lattice along the axes of a face's frame: its x, y and z, the z 0 or more.
+/// A small lattice along the axes of a face's frame: its x, y and z, whose sign means nothing.
 using Brick = std::array<Ticks, 3>;
 
 /// Those points of a brick whose numbers along x, y and z are first[i] to less than last[i].

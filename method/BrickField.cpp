@@ -33,8 +33,8 @@ BrickField<T>::BrickField(const Face& face, const std::array<double, 2>& steps,
             EdgeRuns<T>(face, orders, rules, false, steps[1], longest[1])} {}
 
 /// Whether the formula `edges` serves all points: the face has none beside it, or the edges cancel
-/// there by less than rounding may add. By rounding they are off by 6u |e|/s of the local amplitude,
-/// of the offset e from an edge and the side s across it.
+/// there by less than rounding may add. By rounding they are off by 6u |e|/s of the local
+/// amplitude, of the offset e from an edge and the side s across it.
 template <class T>
 bool BrickField<T>::hasEdges(const Brick& brick, const BrickLimits& limits) const {
     const double x = farthest(brick[0]);
@@ -54,7 +54,7 @@ int BrickField<T>::computeRow(const Brick& brick, const std::array<int, 3>& firs
     for (int lane = 0; lane < groupSize; ++lane) {
         group.x[lane] = std::abs(brick[0].at(first[0] + std::min(lane, count - 1)));
         group.y[lane] = std::abs(brick[1].at(first[1]));
-        group.z[lane] = brick[2].at(first[2]);
+        group.z[lane] = std::abs(brick[2].at(first[2]));
     }
     findPlace(group, face.k);
     GroupValues<T> values;
@@ -69,21 +69,27 @@ int BrickField<T>::computeRow(const Brick& brick, const std::array<int, 3>& firs
 template <class T>
 void BrickField<T>::addEdges(const Brick& brick, const BrickPart& part, BrickWork<T>& work) const {
     const auto& [alongX, alongY] = work.edges;
+    const int columns = rowsIn(brick, 1);
+    const int rows = rowsIn(brick, 0);
     for (int z = part.first[2]; z < part.last[2]; ++z) {
-        const double angle = face.k * brick[2].at(z);
+        const double angle = face.k * std::abs(brick[2].at(z));
         const auto cosine = static_cast<T>(std::cos(angle));
         const auto sine = static_cast<T>(std::sin(angle));
-        for (int y = part.first[1]; y < part.last[1]; ++y)
+        for (int y = part.first[1]; y < part.last[1]; ++y) {
+            const int ofX = z * brick[1].count + y;
+            const int ofY = y * rows + z * brick[0].count;
+            const std::size_t to = numberOf(brick, 0, y, z);
             for (int x = part.first[0]; x < part.last[0]; ++x) {
-                const std::size_t first = EdgeRuns<T>::place(brick, true, x, y, z);
-                const std::size_t second = EdgeRuns<T>::place(brick, false, x, y, z);
+                const auto first = static_cast<std::size_t>(ofX + x * columns);
+                const auto second = static_cast<std::size_t>(ofY + x);
                 const T re = alongX.re[first] + alongY.re[second];
                 const T im = alongX.im[first] + alongY.im[second];
-                const std::size_t at = numberOf(brick, x, y, z);
+                const std::size_t at = to + static_cast<std::size_t>(x);
                 // The conjugate of the product with the reference phase.
                 work.points.re[at] = re * cosine - im * sine;
                 work.points.im[at] = -(re * sine + im * cosine);
             }
+        }
     }
 }
 

@@ -19,8 +19,6 @@ constexpr double evaluationsOfProduct = 0.08;
 
 float hypotenuse(float a, float b) { return std::sqrt(a * a + b * b); }
 
-int roundedUp(int number, int multiple) { return (number + multiple - 1) / multiple * multiple; }
-
 }  // namespace
 
 template <class T>
@@ -76,7 +74,7 @@ auto EdgeRuns<T>::groupOf(const Brick& brick, int group) const -> RowGroup {
     for (int lane = 0; lane < rowsOfRun; ++lane) {
         const int row = std::min(group * rowsOfRun + lane, across.count * z.count - 1);
         const double b = across.at(row % across.count);
-        const double height = z.at(row / across.count);
+        const double height = std::abs(z.at(row / across.count));
         to.rows.across[lane] = b;
         to.rows.z[lane] = height;
         least = std::min(least, b);
@@ -86,7 +84,7 @@ auto EdgeRuns<T>::groupOf(const Brick& brick, int group) const -> RowGroup {
     }
     const double k = sides.k;
     to.square *= k * k;
-    to.z = Span::around(leastZ * k, leastZ * k).least;
+    to.z = Span::ofMagnitudes(leastZ * k, leastZ * k).least;
     to.offsets[0] = Span::ofMagnitudes((sides.across - most) * k, (sides.across - least) * k);
     to.offsets[1] = Span::ofMagnitudes((sides.across + least) * k, (sides.across + most) * k);
     return to;
@@ -107,8 +105,9 @@ class EdgeRuns<T>::Choice {
         if (isLast || count == 1) return alone(first, count);
         const std::size_t begin = runs.size();
         const double whole = asOne(edges.levels[level], first, count);
-        const double enough = 4.0 * count;
-        if (whole <= enough) return whole;
+        // A run of no more nodes than points is hardly ever worth cutting.
+        const bool isShort = runs.size() > begin && runs.back().nodes <= count;
+        if (isShort) return whole;
         const std::size_t end = runs.size();
         const int half = std::min(count, (edges.levels[level].points + 1) / 2);
         double parts = cut(level + 1, first, half);
@@ -136,10 +135,10 @@ class EdgeRuns<T>::Choice {
         const double distance = std::abs(at) * edges.sides.k;
         int nodes = 0;
         for (std::size_t i = 0; i < panels.size(); ++i) {
-            panels[i] = edges.orders.ofEdge({edges.alongX, Span::around(distance, distance),
-                                             rows.offsets[i], rows.z},
-                                            static_cast<float>(tolerance));
-            nodes += panels[i].nodes();
+            panels[i] = edges.orders.ofEdge(
+                {edges.alongX, Span::ofMagnitudes(distance, distance), rows.offsets[i], rows.z},
+                static_cast<float>(tolerance));
+            nodes += pistonfield::nodesOf(panels[i]);
         }
         return nodes;
     }
@@ -191,7 +190,7 @@ class EdgeRuns<T>::Choice {
             const float height = hypotenuse(offset.least, rows.z);
             for (const int end : {-1, 1}) {
                 const double middle = distanceOfEnd((from + to) / 2, end);
-                const int rung = level.orders.rungOf(Span::around(middle, middle), height,
+                const int rung = level.orders.rungOf(Span::ofMagnitudes(middle, middle), height,
                                                      amplitude, share);
                 half = std::max(half, OrderLadder::nodesOf(rung));
             }
@@ -208,9 +207,9 @@ class EdgeRuns<T>::Choice {
         for (const Span& offset : rows.offsets)
             for (const int end : {-1, 1}) {
                 const double nearest = std::max(0.0, distanceOfEnd((from + to) / 2, end) - half);
-                const double height = std::hypot(offset.least, rows.z);
-                sum += std::min({offset.most / std::hypot(height, nearest), 1 / nearest,
-                                 2.0 / offset.least});
+                const double square =
+                    nearest * nearest + offset.least * offset.least + rows.z * rows.z;
+                sum += std::min({offset.most / std::sqrt(square), 1 / nearest, 2.0 / offset.least});
             }
         const double phase = (distance - rows.z) / 2;
         constexpr double unit = std::numeric_limits<T>::epsilon() / 2.0;
@@ -235,20 +234,12 @@ auto EdgeRuns<T>::runsOf(const Brick& brick, const RowGroup& rows, int first, in
 }
 
 template <class T>
-std::size_t EdgeRuns<T>::place(const Brick& brick, bool alongX, int x, int y, int z) {
-    const int across = brick[alongX ? 1 : 0].count;
-    const int rows = roundedUp(across * brick[2].count, rowsOfRun);
-    const int number = alongX ? x * rows + z * across + y : y * rows + z * across + x;
-    return static_cast<std::size_t>(number);
-}
-
-template <class T>
 void EdgeRuns<T>::compute(const Brick& brick, const BrickPart& part, const BrickLimits& limits,
                           BrickNumbers<T>& values) const {
     const std::size_t along = alongX ? 0 : 1;
     const std::size_t across = 1 - along;
     const int width = brick[across].count;
-    const int rows = roundedUp(width * brick[2].count, rowsOfRun);
+    const int rows = rowsIn(brick, across);
     const auto size = static_cast<std::size_t>(brick[along].count * rows);
     values.re.resize(size);
     values.im.resize(size);
@@ -267,7 +258,10 @@ void EdgeRuns<T>::compute(const Brick& brick, const BrickPart& part, const Brick
                 run.level == nullptr ? RunRule<T>{} : run.level->rules.rule(run.nodes);
             const std::ptrdiff_t at = std::ptrdiff_t{run.first} * rows + g * rowsOfRun;
             computeRun(rules.table(), sides, group.rows,
-                       {brick[along].at(run.first) + half, half, rule, run.points,
+                       {brick[along].at(run.first) + half,
+                        half,
+                        rule,
+                        run.points,
                         {run.edges[0], run.edges[1]}},
                        {values.re.data() + at, values.im.data() + at, rows});
         }
@@ -279,8 +273,8 @@ double EdgeRuns<T>::evaluationsOf(const Brick& brick, const std::array<int, 3>& 
                                   const BrickLimits& limits) const {
     const std::size_t along = alongX ? 0 : 1;
     const int row = point[2] * brick[1 - along].count + point[1 - along];
-    const auto runs = runsOf(brick, groupOf(brick, row / rowsOfRun), point[along],
-                             point[along] + 1, limits);
+    const auto runs =
+        runsOf(brick, groupOf(brick, row / rowsOfRun), point[along], point[along] + 1, limits);
     const auto found = std::find_if(runs.begin(), runs.end(), [&](const ChosenRun& run) {
         return point[along] >= run.first && point[along] < run.first + run.points;
     });

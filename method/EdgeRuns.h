@@ -16,6 +16,13 @@
 
 namespace pistonfield {
 
+/// The rows of a brick, with what is left over of their last group.
+/// @param across the axis across the rows
+inline int rowsIn(const Brick& brick, std::size_t across) {
+    const int rows = brick[across].count * brick[2].count;
+    return (rows + rowsOfRun - 1) / rowsOfRun * rowsOfRun;
+}
+
 /// What errors of |p| are below: in exact arithmetic, and those that sums in another order than one
 /// integral after the other may add by rounding.
 struct BrickLimits {
@@ -37,10 +44,8 @@ class EdgeRuns {
     EdgeRuns(const Face& face, const Orders& orders, const Rules<T>& rules, bool alongX,
              double step, int longest);
 
-    /// Where the values of a row begin that are computed for a point.
-    static std::size_t place(const Brick& brick, bool alongX, int x, int y, int z);
-
-    /// Computes what `RunField` says at the points of a part, of which `place` says where they go.
+    /// Computes what `RunField` says at the points of a part: for each coordinate along the edges
+    /// those of all rows, across the edges and then by z, and some more; see `rowsIn`.
     /// @throws std::bad_alloc
     void compute(const Brick& brick, const BrickPart& part, const BrickLimits& limits,
                  BrickNumbers<T>& values) const;

@@ -83,7 +83,8 @@ Rung KnownOrders::rungOf(const Span& middle, float height, float amplitude, floa
     // The exponent of the next power of 2, from the float's bits.
     const float ratio = amplitude / (tolerance * range.factor);
     const int power = (std::bit_cast<int>(ratio) >> 23) - 127 + 1;
-    const int level = std::clamp(power + levelOfOne, 0, levels - 1);
+    const int level = std::max(power + levelOfOne, 0);
+    if (level >= levels) return OrderLadder::rungOf(OrderLadder::mostNodes);
     Rung rung = 0;
     for (int mu = range.first; mu <= range.last; ++mu)
         rung = std::max(rung, rungOf(mu, range.height, level));
@@ -156,6 +157,29 @@ Panels Orders::panelsOf(const Edge& edge, float amplitude, float tolerance, floa
     return gradedNodes < OrderLadder::nodesOf(whole.inner) ? graded : whole;
 }
 
+Orders::Edge Orders::edgeOf(const SeenEdge& seen) const {
+    const KnownOrders& of = known[seen.alongX ? 0 : 1];
+    return {&of, of.half(), seen.along, seen.offset, seen.z};
+}
+
+Panels Orders::ofEdge(const SeenEdge& seen, float tolerance) const {
+    const Edge edge = edgeOf(seen);
+    // Points nearer than this to an edge's line get next to nothing from the edge beside them: all
+    // of its panels together are below 200 times their distance, and so is what a rule makes of
+    // them.
+    const float height = std::max(edge.height(), tolerance / 256);
+    return panelsOf(edge, std::max(edge.offset.most, tolerance), tolerance, height);
+}
+
+Panels Orders::ofEdgeBeside(const SeenEdge& seen, float tolerance) const {
+    const Edge edge = edgeOf(seen);
+    const float amplitude = std::max(edge.offset.most, tolerance);
+    Panels whole;
+    whole.inner = std::max(edge.known->rungOf(edge.middle, edge.height(), amplitude, tolerance),
+                           OrderLadder::rungOf(orderOfAngle(edge, tolerance)));
+    return whole;
+}
+
 PointOrders Orders::choose(Formula formula, const Extent& extent, float tolerance) const {
     return formula == Formula::lines ? ofLines(extent, tolerance)
                                      : ofEdges(formula, extent, tolerance);
@@ -164,35 +188,19 @@ PointOrders Orders::choose(Formula formula, const Extent& extent, float toleranc
 PointOrders Orders::ofEdges(Formula formula, const Extent& at, float tolerance) const {
     const auto halfX = static_cast<float>(face.halfX);
     const auto halfY = static_cast<float>(face.halfY);
-    const auto edgeOf = [&](const KnownOrders& of, const Span& along, const Span& across,
-                            float line) {
-        return Edge{&of,
-                    of.half(),
-                    along,
-                    {across.leastDistance(line), across.largestDistance(line)},
-                    at.z};
+    const auto edgeOf = [&](bool alongX, const Span& along, const Span& across, float line) {
+        return SeenEdge{
+            alongX, along, {across.leastDistance(line), across.largestDistance(line)}, at.z};
     };
-    const std::array<Edge, 4> edges{
-        edgeOf(known[0], at.x, at.y, halfY), edgeOf(known[0], at.x, at.y, -halfY),
-        edgeOf(known[1], at.y, at.x, halfX), edgeOf(known[1], at.y, at.x, -halfX)};
+    const std::array<SeenEdge, 4> edges{
+        edgeOf(true, at.x, at.y, halfY), edgeOf(true, at.x, at.y, -halfY),
+        edgeOf(false, at.y, at.x, halfX), edgeOf(false, at.y, at.x, -halfX)};
     // The pressure is the sum of the integrals over 2pi.
-    float share = 2 * std::numbers::pi_v<float> / 4 * tolerance;
-    if (formula == Formula::edgesBeside) share /= 2;
+    const float share = 2 * std::numbers::pi_v<float> / 4 * tolerance;
     PointOrders orders{formula, {}, 0};
-    for (std::size_t i = 0; i < edges.size(); ++i) {
-        const float amplitude = std::max(edges[i].offset.most, share);
-        // Points nearer than this to an edge's line get next to nothing from the edge beside them:
-        // all of its panels together are below 200 times their distance, and so is what a rule
-        // makes of them.
-        const float height = std::max(edges[i].height(), share / 256);
-        orders.edges[i] = panelsOf(edges[i], amplitude, share, height);
-        if (formula != Formula::edgesBeside) continue;
-        Panels& panels = orders.edges[i];
-        panels.gradings = 0;
-        panels.inner =
-            std::max(edges[i].known->rungOf(edges[i].middle, edges[i].height(), amplitude, share),
-                     OrderLadder::rungOf(orderOfAngle(edges[i], share)));
-    }
+    for (std::size_t i = 0; i < edges.size(); ++i)
+        orders.edges[i] =
+            formula == Formula::edges ? ofEdge(edges[i], share) : ofEdgeBeside(edges[i], share / 2);
     return orders;
 }
 

@@ -42,6 +42,13 @@ class OrderLadder {
     static constexpr int every = 32;
 };
 
+/// The nodes of panels whose foot lies between a line's ends: the most that any foot takes.
+inline int nodesOf(const Panels& panels) {
+    int nodes = OrderLadder::nodesOf(panels.inner);
+    for (int i = 0; i < panels.gradings; ++i) nodes += 2 * OrderLadder::nodesOf(panels.outer[i]);
+    return nodes;
+}
+
 /// The face of a rectangular piston, in its own frame: half its sides, in any unit of length, and
 /// the wavenumber in radians per unit.
 struct Face {
@@ -72,6 +79,16 @@ struct Face {
 struct Span {
     float least, most;
 
+    /// The magnitudes of the numbers from `from` to `to`, a little wider for the sake of rounding.
+    static Span ofMagnitudes(double from, double to) {
+        const double far = std::max(std::abs(from), std::abs(to));
+        const double near = from * to < 0 ? 0 : std::min(std::abs(from), std::abs(to));
+        return {static_cast<float>(near * (1 - wider)), static_cast<float>(far * (1 + wider))};
+    }
+
+    /// By so much of a number bounds are wider.
+    static constexpr double wider = 0x1p-22;
+
     float leastDistance(float from) const {
         return std::max(0.0F, std::max(least - from, from - most));
     }
@@ -97,9 +114,8 @@ struct Place {
     /// multiply, a little wider for the sake of rounding.
     static Place within(const std::array<double, 3>& least, const std::array<double, 3>& most,
                         double reach, double k) {
-        constexpr double wider = 0x1p-22;
-        const auto below = [k](double v) { return static_cast<float>(v * k * (1 - wider)); };
-        const auto above = [k](double v) { return static_cast<float>(v * k * (1 + wider)); };
+        const auto below = [k](double v) { return static_cast<float>(v * k * (1 - Span::wider)); };
+        const auto above = [k](double v) { return static_cast<float>(v * k * (1 + Span::wider)); };
         return {
             {{below(least[0]), above(most[0])}, {below(least[1]), above(most[1])}, below(least[2])},
             reach * k};
@@ -130,6 +146,14 @@ class KnownOrders {
     mutable std::vector<std::atomic<std::int16_t>> rungs;  ///< 0: not known; else the rung, plus 1
 };
 
+/// An edge as points see it; lengths are times the wavenumber.
+struct SeenEdge {
+    bool alongX;
+    Span along;   ///< the distance of the edge's middle from the points' feet, along it
+    Span offset;  ///< the distance of its line from the feet
+    float z;      ///< the least |z|
+};
+
 /// Chooses numbers of nodes from `EllipseBounds`.
 class Orders {
   public:
@@ -140,12 +164,18 @@ class Orders {
     /// that lie so.
     PointOrders choose(Formula formula, const Extent& extent, float tolerance) const;
 
+    /// How an edge is integrated such that the offset times its integral of
+    /// (exp(-jR) - exp(-jz))/D is within a tolerance.
+    Panels ofEdge(const SeenEdge& edge, float tolerance) const;
+
   private:
     struct Edge;
     struct Integral;
 
     PointOrders ofEdges(Formula formula, const Extent& extent, float tolerance) const;
     PointOrders ofLines(const Extent& extent, float tolerance) const;
+    Panels ofEdgeBeside(const SeenEdge& edge, float tolerance) const;
+    Edge edgeOf(const SeenEdge& seen) const;
     static Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height);
     static Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height);
     static int orderOf(const Integral& integral);

@@ -30,12 +30,6 @@ Place placeOf(const GroupPoints& points, Members members, double k) {
     return Place::within(least, most, std::sqrt(square), k);
 }
 
-int nodesOf(const Panels& panels) {
-    int nodes = OrderLadder::nodesOf(panels.inner);
-    for (int i = 0; i < panels.gradings; ++i) nodes += 2 * OrderLadder::nodesOf(panels.outer[i]);
-    return nodes;
-}
-
 /// The lines that are integrated along: the edges, or one for all.
 std::span<const Panels> panelsOf(const PointOrders& orders) {
     return std::span(orders.edges).first(orders.formula == Formula::lines ? 1 : 4);
@@ -50,10 +44,7 @@ int evaluationsOf(const PointOrders& orders) {
 template <class T>
 void requireRules(const Rules<T>& rules, const PointOrders& orders) {
     if (orders.formula == Formula::lines) rules.require(orders.across);
-    for (const Panels& panels : panelsOf(orders)) {
-        rules.require(panels.inner);
-        for (int i = 0; i < panels.gradings; ++i) rules.require(panels.outer[i]);
-    }
+    for (const Panels& panels : panelsOf(orders)) rules.require(panels);
 }
 
 }  // namespace

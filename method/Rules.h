@@ -33,6 +33,13 @@ class Rules {
         });
     }
 
+    /// Makes the rules of panels.
+    /// @throws std::bad_alloc
+    void require(const Panels& panels) const {
+        require(panels.inner);
+        for (int i = 0; i < panels.gradings; ++i) require(panels.outer[i]);
+    }
+
     /// The rules by their rungs, those that are made.
     const Nodes<T>* table() const noexcept { return nodes.data(); }
 

@@ -39,6 +39,9 @@ RunRule<T> RunRules<T>::rule(int nodes) const {
     Numbers& numbers = rules[static_cast<std::size_t>(nodes / 2 - 1)];
     std::call_once(numbers.made, [&] {
         numbers.abscissas = chebyshevPoints(nodes);
+        std::vector<double> cosines;  // of multiples of pi/(2n)
+        for (int i = 0; i < 4 * nodes; ++i)
+            cosines.push_back(std::cos(std::numbers::pi * i / (2 * nodes)));
         for (int i = 0; i < points; ++i) {
             const double s = -1 + 2.0 * i / (points - 1);
             const std::vector<double> integrals = chebyshevIntegrals(s, nodes);
@@ -47,7 +50,7 @@ RunRule<T> RunRules<T>::rule(int nodes) const {
                 // first term counts half.
                 double sum = integrals[0] / 2;
                 for (int m = 1; m < nodes; ++m)
-                    sum += std::cos(m * std::numbers::pi * (j + 0.5) / nodes) *
+                    sum += cosines[static_cast<std::size_t>(m * (2 * j + 1) % (4 * nodes))] *
                            integrals[static_cast<std::size_t>(m)];
                 numbers.integrals.push_back(static_cast<T>(2 * sum / nodes));
             }

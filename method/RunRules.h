@@ -13,13 +13,13 @@ namespace pistonfield {
 template <class T>
 struct RunRule {
     const double* abscissas;  ///< the nodes, in [-1, 1]
-    const T* integrals;       ///< weights: of the first point those of all nodes, then the next one's
-    int count;                ///< of nodes
+    const T* integrals;  ///< weights: of the first point those of all nodes, then the next one's
+    int count;           ///< of nodes
 };
 
 /// The rules for the integrals from the middle of [-1, 1] to `points` evenly spaced points from -1
-/// to 1: the integrals of the polynomial that interpolates a function at Chebyshev's points. Each is
-/// made when it is first asked for, by any thread.
+/// to 1: the integrals of the polynomial that interpolates a function at Chebyshev's points. Each
+/// is made when it is first asked for, by any thread.
 ///
 /// For a function whose magnitude is at most M in the ellipse whose semi-axes have the sum rho, the
 /// interpolant of n nodes is off by at most 4 M rho^-n / (1 - 1/rho) (Trefethen, Approximation

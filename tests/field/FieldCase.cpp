@@ -164,3 +164,35 @@ FieldCase drawLattice(Random& random) {
     drawn.request.lattice = {transformOf(origin, steps), sizes};
     return drawn;
 }
+
+FieldCase drawAlignedLattice(Random& random) {
+    const double wavelength = random.magnitude(-1, 2);
+    const PistonSides sides{random.magnitude(-2, 2.3), random.magnitude(-2, 2.3)};
+    constexpr std::array<std::array<std::int64_t, 3>, 6> shapes{
+        {{67, 62, 1}, {100, 1, 41}, {1, 70, 70}, {33, 31, 5}, {2, 3, 700}, {20, 15, 14}}};
+    const auto& shape = shapes.at(random.below(shapes.size()));
+    const std::size_t turn = random.below(3);
+    const double range = random.magnitude(-2, 2.5);
+    std::array<std::array<double, 3>, 3> steps{};
+    std::array<double, 3> origin{};
+    std::array<std::int64_t, 3> sizes{};
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t direction = (axis + turn) % 3;
+        sizes.at(direction) = shape.at(axis);
+        const auto last = static_cast<double>(shape.at(axis) - 1);
+        const double extent = wavelength * (range + random.between(0, 1) * sides.x);
+        // A binary fraction, so that the middle between points is exact.
+        const double step = std::ldexp(1.0, std::ilogb(extent / std::max(1.0, last)));
+        const double way = axis == 2 ? 1 : random.sign();
+        steps.at(direction).at(axis) = way * step;
+        if (axis == 2)
+            origin[2] = random.below(4) == 0 ? 0 : wavelength * random.magnitude(-3, 2);
+        else if (random.below(2) == 0)
+            origin.at(axis) = -way * step * std::floor(last * random.between(0, 1)) / 2;
+        else
+            origin.at(axis) = random.between(-1, 1) * extent;
+    }
+    FieldCase drawn{requestOf(sides, wavelength)};
+    drawn.request.lattice = {transformOf(origin, steps), sizes};
+    return drawn;
+}

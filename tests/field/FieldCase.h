@@ -61,3 +61,7 @@ FieldCase drawCase(Random& random, const PistonKind& kind, const FieldRegion& re
 /// A lattice with random directions and some 4 to 12 points along each, at z >= 0, about a piston
 /// with sides of 0.01 to 200 wavelengths.
 FieldCase drawLattice(Random& random);
+
+/// A lattice along the piston's axes, in any order, of 4096 points and some more; some are the same
+/// on both sides of an axis.
+FieldCase drawAlignedLattice(Random& random);

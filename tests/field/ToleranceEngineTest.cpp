@@ -82,6 +82,20 @@ struct ToleranceTest : testing::Test {
     static Values computed(const Plan& plan) {
         return computed(plan, plan.request().lattice.box());
     }
+
+    /// Expects a box to have the values of the whole lattice.
+    static void expectBitsOfTheWhole(const Plan& plan, const LatticeBox& box,
+                                     const Values& values) {
+        const auto& sizes = plan.request().lattice.sizes;
+        const auto part = computed(plan, box);
+        std::size_t at = 0;
+        for (std::int64_t z = box.first[2]; z < box.first[2] + box.size[2]; ++z)
+            for (std::int64_t y = box.first[1]; y < box.first[1] + box.size[1]; ++y)
+                for (std::int64_t x = box.first[0]; x < box.first[0] + box.size[0]; ++x)
+                    ASSERT_EQ(part[at++],
+                              values[static_cast<std::size_t>((z * sizes[1] + y) * sizes[0] + x)])
+                        << "point " << x << ", " << y << ", " << z;
+    }
 };
 using Precisions = testing::Types<float, double>;
 TYPED_TEST_SUITE(ToleranceTest, Precisions);
@@ -94,14 +108,77 @@ TYPED_TEST(ToleranceTest, HasTheBitsOfTheWholeInEveryBox) {
         const auto values = this->computed(plan);
         for (int k = 0; k < 20; ++k) {
             const LatticeBox box = randomBox(random, whole);
-            const auto part = this->computed(plan, box);
-            std::size_t at = 0;
-            for (std::int64_t z = box.first[2]; z < box.first[2] + box.size[2]; ++z)
-                for (std::int64_t y = box.first[1]; y < box.first[1] + box.size[1]; ++y)
-                    for (std::int64_t x = box.first[0]; x < box.first[0] + box.size[0]; ++x)
-                        ASSERT_EQ(part[at++], values[static_cast<std::size_t>(
-                                                  (z * whole.size[1] + y) * whole.size[0] + x)])
-                            << "lattice " << i << ", point " << x << ", " << y << ", " << z;
+            this->expectBitsOfTheWhole(plan, box, values);
+        }
+    }
+}
+
+/// Lattices that are computed in runs along the axes, some the same on both sides of them.
+Request alignedRequest(Random& random, const char* mode) {
+    Request request = tolerantRequest(mode, {1e-3, random.below(2) == 0 ? largest : local});
+    const std::size_t turn = random.below(3);
+    constexpr std::array<std::int64_t, 3> sizes{41, 30, 5};
+    auto& m = request.lattice.transform;
+    m = {};
+    m.back() = 1;
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const std::size_t direction = (axis + turn) % 3;
+        request.lattice.sizes[direction] = sizes[axis];
+        const double step = 0.0625 * (axis < 2 ? random.sign() : 1);
+        m[4 * axis + direction] = step;
+        m[4 * axis + 3] = axis == 2 ? 0.5 : -step * static_cast<double>(random.below(50));
+    }
+    return request;
+}
+
+TYPED_TEST(ToleranceTest, HasTheBitsOfTheWholeInEveryBoxAlongTheAxes) {
+    Random random(seed);
+    for (int i = 0; i < 20; ++i) {
+        const Plan plan(alignedRequest(random, this->mode));
+        const LatticeBox whole = plan.request().lattice.box();
+        const auto values = this->computed(plan);
+        for (int k = 0; k < 12; ++k)
+            this->expectBitsOfTheWhole(plan, randomBox(random, whole), values);
+    }
+}
+
+TYPED_TEST(ToleranceTest, TakesFarFewerEvaluationsAlongTheAxes) {
+    Request request = tolerantRequest(this->mode, {1e-4, largest});
+    request.lattice.transform = {0.05, 0, 0, 0.3, 0, 0.05, 0, 0.4, 0, 0, 0.3, 2, 0, 0, 0, 1};
+    request.lattice.sizes = {64, 64, 2};
+    const double aligned = Plan(request).accuracy()->evaluations;
+    request.lattice.transform[1] = 1e-6;
+    const double oblique = Plan(request).accuracy()->evaluations;
+    EXPECT_LT(aligned, oblique / 3);
+    EXPECT_GT(aligned, 1);
+}
+
+TYPED_TEST(ToleranceTest, HasTheValueOfAPointAloneAlongTheAxes) {
+    Random random(seed);
+    for (int i = 0; i < 6; ++i) {
+        const Request request = alignedRequest(random, this->mode);
+        const Plan plan(request);
+        const auto values = this->computed(plan);
+        const auto& m = request.lattice.transform;
+        for (std::size_t k = 0; k < 30; ++k) {
+            const std::size_t number = random.below(values.size());
+            const auto n = static_cast<std::int64_t>(number);
+            const auto& sizes = request.lattice.sizes;
+            const std::array<double, 3> index{static_cast<double>(n % sizes[0]),
+                                              static_cast<double>(n / sizes[0] % sizes[1]),
+                                              static_cast<double>(n / sizes[0] / sizes[1])};
+            std::array<double, 3> at{};
+            for (std::size_t r = 0; r < 3; ++r)
+                at[r] = m[4 * r + 3] + m[4 * r] * index[0] + m[4 * r + 1] * index[1] +
+                        m[4 * r + 2] * index[2];
+            Request alone = request;
+            alone.points = PointList{{at[0]}, {at[1]}, {at[2]}};
+            alone.lattice.sizes = {1, 1, 1};
+            alone.tolerance = Tolerance{1e-4, local};
+            std::complex<TypeParam> value;
+            Plan(alone).compute({{}, {1, 1, 1}}, &value);
+            // |p| is at most 2.
+            EXPECT_LE(std::abs(value - values[number]), 2 * 1.1e-3);
         }
     }
 }

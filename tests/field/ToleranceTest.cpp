@@ -147,6 +147,31 @@ TEST_P(ToleranceOnEverySet, OfAHundredThousandthIsKeptInSingle) {
     }
 }
 
+TEST_P(ToleranceOnEverySet, IsKeptOnLatticesAlongTheAxes) {
+    Random random(20261122);
+    for (int i = 0; i < 24; ++i) {
+        const FieldCase field = drawAlignedLattice(random);
+        const bool single = random.below(2) == 0;
+        const Of of = random.below(2) == 0 ? Of::local : Of::largest;
+        const Plan plan = takenPlan(withTolerance(field.request, single ? Mode::cpusp : Mode::cpu,
+                                                  {random.magnitude(single ? -5 : -11, -2), of}));
+        const auto values = computed(plan);
+        double largest = 0;
+        for (const auto& value : values) largest = std::max(largest, std::abs(value));
+        for (int k = 0; k < 6; ++k) {
+            const std::size_t point = random.below(values.size());
+            const ExpectedPressure expected = field.expected(static_cast<std::int64_t>(point));
+            EXPECT_LE(
+                expected.errorOf(values[point]),
+                plan.request().tolerance->value * (of == Of::local ? expected.local : largest))
+                << "lattice " << i << describe(field, point);
+        }
+        const auto accuracy = plan.accuracy();
+        ASSERT_TRUE(accuracy);
+        EXPECT_LE(accuracy->error, accuracy->bound) << "lattice " << i << describe(field, 0);
+    }
+}
+
 TEST_P(ToleranceOnEverySet, HasTheBitsOfTheLatticeAtSinglePoints) {
     for (const Scene& scene : scenes())
         for (const Mode mode : {Mode::cpu, Mode::cpusp}) {

@@ -202,12 +202,6 @@ int leastNodes(const Face& face, int edge, const GroupPoints& points, double tol
     }
 }
 
-int nodesOf(const Panels& panels) {
-    int nodes = OrderLadder::nodesOf(panels.inner);
-    for (int i = 0; i < panels.gradings; ++i) nodes += 2 * OrderLadder::nodesOf(panels.outer[i]);
-    return nodes;
-}
-
 /// What the orders take on a lattice before a face, over the least that whole edges could.
 double excess(const Face& face, double tolerance) {
     const Orders orders(face);

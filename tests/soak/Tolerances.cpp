@@ -275,7 +275,7 @@ constexpr int samples = 6;
 
 void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     Random random(seed);
-    const FieldCase field = drawLattice(random);
+    const FieldCase field = random.below(2) == 0 ? drawLattice(random) : drawAlignedLattice(random);
     const Mode mode = random.below(2) == 0 ? Mode::cpu : Mode::cpusp;
     const bool single = mode == Mode::cpusp;
     const double drawn = random.magnitude(single ? -5 : -12, -2);
