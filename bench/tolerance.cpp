@@ -1,8 +1,9 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The time of a point with a tolerance, beside that of the mode of the same precision at the least
-// order that keeps the tolerance. docs/performance.md says how to read the table.
+// The time of a point with a tolerance, of lattices that lie across the piston's axes, along them,
+// and along them and about the piston's centre; beside that of the mode of the same precision at
+// the least order that keeps the tolerance. docs/performance.md says how to read the table.
 
 #include <algorithm>
 #include <array>
@@ -52,13 +53,22 @@ Request requestOf(const bench::Box& box, Mode mode) {
     return request;
 }
 
-Request withOrder(Request request, int order) {
-    request.rule.order = order;
+/// Sheared by what no value shows, so that it lies along no axis.
+Request across(Request request) {
+    request.lattice.transform[1] = request.lattice.transform[8] = 1e-9;
     return request;
 }
 
-Request withTolerance(Request request, double value) {
-    request.tolerance = {.value = value};
+/// Moved by a part of a step, so that no point mirrors another one.
+Request moved(Request request) {
+    auto& m = request.lattice.transform;
+    m[3] += 0.37 * m[0];
+    m[7] += 0.37 * m[5];
+    return request;
+}
+
+Request withOrder(Request request, int order) {
+    request.rule.order = order;
     return request;
 }
 
@@ -92,23 +102,21 @@ double timeOf(const Plan& plan, const LatticeBox& box, unsigned threads, void* v
     return least / static_cast<double>(box.points());
 }
 
-/// The same on average over boxes in every fifth plane. They take a fraction of a millisecond on
-/// one core, so that most run undisturbed once on a machine with other work.
+/// The same on average over every fifth plane. One takes a millisecond or less on one core, so that
+/// most run undisturbed once on a machine with other work.
 double timeOf(const Plan& plan, unsigned threads) {
-    constexpr std::int64_t rows = 25;
     const std::array<std::int64_t, 3> whole = plan.request().lattice.sizes;
     std::vector<std::byte> values(
-        static_cast<std::size_t>(plan.request().valueBytes() * whole[0] * rows));
+        static_cast<std::size_t>(plan.request().valueBytes() * whole[0] * whole[1]));
     double sum = 0;
-    int boxes = 0;
-    for (std::int64_t plane = 0; plane < whole[2]; plane += thinning)
-        for (std::int64_t row = 0; row + rows <= whole[1]; row += rows, ++boxes)
-            sum += timeOf(plan, {{0, row, plane}, {whole[0], rows, 1}}, threads, values.data());
-    return sum / boxes;
+    int planes = 0;
+    for (std::int64_t plane = 0; plane < whole[2]; plane += thinning, ++planes)
+        sum += timeOf(plan, {{0, 0, plane}, {whole[0], whole[1], 1}}, threads, values.data());
+    return sum / planes;
 }
 
 void printTimes(const Plan& plan) {
-    std::printf("  %8.1f %8.1f", timeOf(plan, 1), timeOf(plan, pistonfield::usableCores()));
+    std::printf(" %7.1f %7.1f", timeOf(plan, 1), timeOf(plan, pistonfield::usableCores()));
 }
 
 /// Orders of a mode and their errors on every fifth plane of a box, as they are asked for.
@@ -138,24 +146,33 @@ class Orders {
     int order = 1;
 };
 
+void printWithin(double tolerance, Request request, const Values* fine) {
+    request.tolerance = {.value = tolerance};
+    try {
+        const Plan plan(request);
+        std::printf("  %5.1f", plan.accuracy()->evaluations);
+        printTimes(plan);
+        if (fine != nullptr) std::printf("  %7.1e", errorOf(fieldOf(request), *fine));
+    } catch (const pistonfield::InvalidRequest&) {
+        std::printf("  %21s", "refused");
+        if (fine != nullptr) std::printf("  %7s", "");
+    }
+}
+
 void printRow(const char* name, const Request& request, double tolerance, Orders& orders,
               const Values& fine) {
-    std::printf("%-6s %-6s %7.0e", name, request.inSingle() ? "single" : "double", tolerance);
-    const Request asked = withTolerance(request, tolerance);
-    try {
-        const Plan plan(asked);
-        std::printf("  %6.1f  %8.1e", plan.accuracy()->evaluations, errorOf(fieldOf(asked), fine));
-        printTimes(plan);
-    } catch (const pistonfield::InvalidRequest&) {
-        std::printf("  %35s", "refused");
-    }
+    std::printf("%-5s %-6s %5.0e", name, request.inSingle() ? "single" : "double", tolerance);
+    printWithin(tolerance, across(request), nullptr);
+    printWithin(tolerance, moved(request), nullptr);
+    printWithin(tolerance, request, &fine);
     if (const auto order = orders.keeping(tolerance)) {
-        std::printf("  %5d", *order);
+        std::printf("  %4d", *order);
         printTimes(Plan(withOrder(request, *order)));
     } else {
-        std::printf("  %24s", "none");
+        std::printf("  %20s", "none");
     }
     std::puts("");
+    std::fflush(stdout);
 }
 
 }  // namespace
@@ -165,9 +182,12 @@ int main() {
         "Nanoseconds a point, of %d repetitions the least, on one core and on %u; %u by %u "
         "by %u points.\n",
         repetitions, pistonfield::usableCores(), sizes[0], sizes[1], sizes[2]);
-    std::puts("                             with the tolerance                    with an order");
     std::puts(
-        "region           value   nodes     error       one      all  order       one      all");
+        "                        across the axes            along the axes       "
+        "   along, about the centre          with an order");
+    std::puts(
+        "region        value  nodes     one     all  nodes     one     all"
+        "  nodes     one     all    error  order    one     all");
     for (const auto& [name, box] : regions) {
         const Values fine = fieldOf(withOrder(requestOf(box, Mode::cpu), fineOrder));
         for (const Mode mode : {Mode::cpu, Mode::cpusp}) {

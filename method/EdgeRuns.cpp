@@ -105,9 +105,12 @@ class EdgeRuns<T>::Choice {
         if (isLast || count == 1) return alone(first, count);
         const std::size_t begin = runs.size();
         const double whole = asOne(edges.levels[level], first, count);
-        // A run of no more nodes than points is hardly ever worth cutting.
-        const bool isShort = runs.size() > begin && runs.back().nodes <= count;
-        if (isShort) return whole;
+        // A run is hardly ever worth cutting where it has no more nodes than points, or where its
+        // points alone would each take as much as its middle does.
+        const bool isShortest = level + 1 == edges.levels.size();
+        if (runs.size() > begin &&
+            (runs.back().nodes <= count || (isShortest && whole < 0.8 * count * runs.back().alone)))
+            return whole;
         const std::size_t end = runs.size();
         const int half = std::min(count, (edges.levels[level].points + 1) / 2);
         double parts = cut(level + 1, first, half);
