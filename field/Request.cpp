@@ -136,10 +136,6 @@ void checkRule(const Rule& rule, Mode mode) {
 void checkTolerance(const Request& request) {
     const double value = request.tolerance->value;
     if (!(value > 0 && value < 1)) throw InvalidRequest("tolerance", "must be above 0 and below 1");
-    if (isOnGpu(request.mode))
-        throw InvalidRequest(
-            "tolerance",
-            std::string("the modes that keep one are cpu and cpusp, not ") + nameOf(request.mode));
 }
 
 void checkPoints(const Request& request) {
