@@ -2,14 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "FastNearfield/PistonModules.h"
 
-#include <cstddef>
-#include <iterator>
-#include <memory>
 #include <vector>
 
 #include "FastNearfield/BoxModules.h"
-#include "cuda_runtime/DeviceModule.h"
-#include "lanes/PerInstructionSet.h"
+#include "cuda_runtime/ModuleOfSets.h"
 
 namespace {
 
@@ -33,53 +29,27 @@ std::vector<const void*> entries(const BoxModule<Real, Complex>& module) {
     return {module.box.address()};
 }
 
-/// A module and its registration.
-template <class Module>
-struct Registered {
-    explicit Registered(const Module& made)
-        : module(made), registration(entries(module), module.constants) {}
-
-    Module module;
-    cuda_runtime::DeviceModule registration;
-};
-
-/// How many instruction sets have kernels of their own.
-#ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
-constexpr std::size_t copies = std::size(lanes::instructionSets);
-#else
-constexpr std::size_t copies = 1;
-#endif
-
-/// The modules of one precision; null for the sets that the processor lacks.
-template <class Module>
-using Modules = lanes::PerInstructionSet<std::unique_ptr<const Registered<Module>>, copies>;
-
-template <class Module>
-std::unique_ptr<const Registered<Module>> registered(lanes::InstructionSet set, Module (*make)()) {
-    if (set > lanes::bestInstructionSet()) return nullptr;
-    return std::make_unique<const Registered<Module>>(make());
+template <class Module, class Make>
+cuda_runtime::ModuleOfSets<Module> registered(Make make) {
+    return {make, [](const Module& module) { return entries(module); }};
 }
 
-const Modules<SinglePistonModule> singlePrecision([]<lanes::InstructionSet set>() {
-    return registered(set, &singlePistonModuleOf<set>);
-});
-const Modules<DoublePistonModule> doublePrecision([]<lanes::InstructionSet set>() {
-    return registered(set, &doublePistonModuleOf<set>);
-});
-const Modules<SingleBoxModule> singleBoxes([]<lanes::InstructionSet set>() {
-    return registered(set, &singleBoxModuleOf<set>);
-});
-const Modules<DoubleBoxModule> doubleBoxes([]<lanes::InstructionSet set>() {
-    return registered(set, &doubleBoxModuleOf<set>);
-});
+const auto singlePrecision = registered<SinglePistonModule>(
+    []<lanes::InstructionSet set>() { return singlePistonModuleOf<set>(); });
+const auto doublePrecision = registered<DoublePistonModule>(
+    []<lanes::InstructionSet set>() { return doublePistonModuleOf<set>(); });
+const auto singleBoxes = registered<SingleBoxModule>(
+    []<lanes::InstructionSet set>() { return singleBoxModuleOf<set>(); });
+const auto doubleBoxes = registered<DoubleBoxModule>(
+    []<lanes::InstructionSet set>() { return doubleBoxModuleOf<set>(); });
 
 }  // namespace
 
-const SinglePistonModule& singlePistonModule() { return singlePrecision.inUse()->module; }
-const DoublePistonModule& doublePistonModule() { return doublePrecision.inUse()->module; }
+const SinglePistonModule& singlePistonModule() { return singlePrecision.inUse(); }
+const DoublePistonModule& doublePistonModule() { return doublePrecision.inUse(); }
 
-const SingleBoxModule& boxModule(float /*precision*/) { return singleBoxes.inUse()->module; }
-const DoubleBoxModule& boxModule(double /*precision*/) { return doubleBoxes.inUse()->module; }
+const SingleBoxModule& boxModule(float /*precision*/) { return singleBoxes.inUse(); }
+const DoubleBoxModule& boxModule(double /*precision*/) { return doubleBoxes.inUse(); }
 
 std::string singleConstantName(const char* stem, char variable) {
     return std::string("global_") + stem + "_float_" + variable;

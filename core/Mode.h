@@ -10,7 +10,8 @@
 namespace pistonfield {
 
 /// What computes a field, and how precisely: the processor in double or single precision, or a GPU
-/// in single precision or in double precision with square roots, sines and cosines in single.
+/// in single precision or in double precision with square roots, sines and cosines in single; with
+/// a tolerance these are double, too.
 enum class Mode { cpu, cpusp, cuda, cudadp };
 
 inline constexpr std::array modes{Mode::cpu, Mode::cpusp, Mode::cuda, Mode::cudadp};

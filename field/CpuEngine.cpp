@@ -39,8 +39,8 @@ class CpuEngine : public Engine<T> {
 
     double evaluationsOfAPoint() const override { return 4.0 * rule.order; }
     std::int64_t largestPiece() const noexcept override { return 1 << 30; }
-    std::int64_t memoryOfAPoint() const noexcept override { return 0; }
-    std::int64_t deviceMemoryOfAPoint() const noexcept override { return 0; }
+    std::int64_t memoryOf(const LatticeBox& /*box*/) const noexcept override { return 0; }
+    std::int64_t deviceMemoryOf(const LatticeBox& /*box*/) const noexcept override { return 0; }
 
   private:
     pointsums::Lattice<T> latticeOf(const LatticeBox& box) const {

@@ -8,6 +8,7 @@
 
 #include "FastNearfield/BoxModules.h"
 #include "core/CudaCheck.h"
+#include "field/DeviceArray.h"
 #include "field/DeviceThread.h"
 #include "field/Engine.h"
 #include "field/engineRule.h"
@@ -17,24 +18,6 @@ namespace pistonfield {
 namespace {
 
 using namespace cuda_runtime;
-
-/// An array in device memory.
-template <class T>
-class DeviceArray {
-  public:
-    explicit DeviceArray(std::size_t count) {
-        requireSuccess(cudaMalloc(reinterpret_cast<void**>(&elements), count * sizeof(T)),
-                       "cudaMalloc");
-    }
-    DeviceArray(const DeviceArray&) = delete;
-    DeviceArray& operator=(const DeviceArray&) = delete;
-    ~DeviceArray() { static_cast<void>(cudaFree(elements)); }
-
-    T* get() const noexcept { return elements; }
-
-  private:
-    T* elements = nullptr;
-};
 
 template <class T>
 class DeviceEngine : public Engine<T> {
@@ -68,8 +51,12 @@ class DeviceEngine : public Engine<T> {
     }
     double evaluationsOfAPoint() const override { return 4.0 * rule.order; }
     std::int64_t largestPiece() const noexcept override { return 1 << 20; }
-    std::int64_t memoryOfAPoint() const noexcept override { return sizeof(Pair); }
-    std::int64_t deviceMemoryOfAPoint() const noexcept override { return sizeof(Pair); }
+    std::int64_t memoryOf(const LatticeBox& box) const noexcept override {
+        return std::min(box.points(), largestPiece()) * static_cast<std::int64_t>(sizeof(Pair));
+    }
+    std::int64_t deviceMemoryOf(const LatticeBox& box) const noexcept override {
+        return memoryOf(box);
+    }
 
   private:
     using Module = std::remove_cvref_t<decltype(boxModule(T()))>;
@@ -79,9 +66,7 @@ class DeviceEngine : public Engine<T> {
         const Module& module = boxModule(T());
         uploadRule(module);
         const DeviceArray<T> matrix(transform.size());
-        requireSuccess(
-            cudaMemcpy(matrix.get(), transform.data(), sizeof transform, cudaMemcpyHostToDevice),
-            "cudaMemcpy of the transform");
+        matrix.upload(transform, "cudaMemcpy of the transform");
         const DeviceArray<Pair> field(values.size());
         const auto points = static_cast<int>(values.size());
         constexpr int blockSize = 128;
@@ -92,9 +77,7 @@ class DeviceEngine : public Engine<T> {
                               static_cast<int>(box.size[0]), static_cast<int>(box.size[1]),
                               matrix.get(), a, b, k),
             "the launch of the kernel");
-        requireSuccess(cudaMemcpy(values.data(), field.get(), values.size() * sizeof(Pair),
-                                  cudaMemcpyDeviceToHost),
-                       "cudaMemcpy of the field");
+        field.download(values, "cudaMemcpy of the field");
     }
 
     /// Before every launch: on the emulation device plans share the constants.

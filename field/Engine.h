@@ -31,9 +31,9 @@ class Engine {
     /// The most points of a box at all.
     virtual std::int64_t largestPiece() const noexcept = 0;
 
-    /// Bytes for each point of a box, of the process and of the device.
-    virtual std::int64_t memoryOfAPoint() const noexcept = 0;
-    virtual std::int64_t deviceMemoryOfAPoint() const noexcept = 0;
+    /// Bytes that filling a box takes at most, of the process and of the device.
+    virtual std::int64_t memoryOf(const LatticeBox& box) const noexcept = 0;
+    virtual std::int64_t deviceMemoryOf(const LatticeBox& box) const noexcept = 0;
 };
 
 /// @throws std::bad_alloc

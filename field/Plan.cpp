@@ -24,8 +24,10 @@ using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
 EnginePointer<T> engineIn(const Request& request) {
-    if (request.tolerance) return makeToleranceEngine<T>(request);
-    return isOnGpu(request.mode) ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
+    const bool onGpu = isOnGpu(request.mode);
+    if (request.tolerance)
+        return onGpu ? makeDeviceToleranceEngine<T>(request) : makeCpuToleranceEngine<T>(request);
+    return onGpu ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
 AnyEngine engineOf(const Request& request) {
@@ -109,9 +111,8 @@ Cost Plan::cost(const LatticeBox& box) const {
     require(box);
     return std::visit(
         [&](const auto& engine) {
-            const std::int64_t piece = std::min(box.points(), engine->largestPiece());
             return Cost{engine->evaluationsOfAPoint() * static_cast<double>(box.points()),
-                        piece * engine->memoryOfAPoint(), piece * engine->deviceMemoryOfAPoint()};
+                        engine->memoryOf(box), engine->deviceMemoryOf(box)};
         },
         parts->engine);
 }

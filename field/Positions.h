@@ -22,8 +22,6 @@ class Positions {
     /// where past the last one it is taken again.
     void group(std::int64_t group, GroupPoints& points) const;
 
-    bool isList() const noexcept { return list != nullptr; }
-
     /// The position of a point.
     std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
 

@@ -27,9 +27,11 @@ double largestNumber(Mode mode) {
     return isInSingle(mode) ? mostInSingle : std::numeric_limits<double>::max();
 }
 
-/// The largest side of a piston: half of it still has a square where the mode takes roots.
-double largestSide(Mode mode) {
-    return 2 * std::sqrt(isOnGpu(mode) ? mostInSingle : largestNumber(mode));
+/// The largest side of a piston: half of it still has a square where the mode takes roots, which on
+/// a GPU are single with an order.
+double largestSide(const Request& request) {
+    const bool inSingle = isOnGpu(request.mode) && !request.tolerance;
+    return 2 * std::sqrt(inSingle ? mostInSingle : largestNumber(request.mode));
 }
 
 bool areWithin(const auto& values, double most) {
@@ -55,9 +57,9 @@ void checkTransform(const std::array<double, 16>& transform, Mode mode) {
                                               nameOf(mode));
 }
 
-void checkSide(const char* name, double side, Mode mode) {
+void checkSide(const char* name, double side, const Request& request) {
     if (!positive(side)) throw InvalidRequest(name, "must be a length above 0");
-    if (side > largestSide(mode)) throw InvalidRequest(name, rangeOf(mode));
+    if (side > largestSide(request)) throw InvalidRequest(name, rangeOf(request.mode));
 }
 
 void checkWavenumber(double wavenumber, Mode mode) {
@@ -136,10 +138,6 @@ void checkRule(const Rule& rule, Mode mode) {
 void checkTolerance(const Request& request) {
     const double value = request.tolerance->value;
     if (!(value > 0 && value < 1)) throw InvalidRequest("tolerance", "must be above 0 and below 1");
-    if (isOnGpu(request.mode))
-        throw InvalidRequest(
-            "tolerance",
-            std::string("the modes that keep one are cpu and cpusp, not ") + nameOf(request.mode));
 }
 
 void checkPoints(const Request& request) {
@@ -168,8 +166,8 @@ void check(const Request& request) {
         checkPoints(request);
     else
         checkTransform(request.lattice.transform, request.mode);
-    checkSide("height", request.piston.height, request.mode);
-    checkSide("width", request.piston.width, request.mode);
+    checkSide("height", request.piston.height, request);
+    checkSide("width", request.piston.width, request);
     checkWavenumber(request.wave.wavenumber, request.mode);
     checkSizes(request);
     if (request.tolerance)

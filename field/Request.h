@@ -86,7 +86,7 @@ struct Request {
     Lattice lattice;
     Rule rule;
     Mode mode = Mode::cpu;
-    /// Instead of the rule: the mode then says the precision, and is one of the CPU.
+    /// Instead of the rule: the mode then says the precision, of all arithmetic, and what computes.
     std::optional<Tolerance> tolerance;
     /// Instead of the lattice, with a tolerance: its sizes are then the number of points, 1 and 1,
     /// and its transform means nothing.

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "method/Brick.h"
+#include "method/GroupOrders.h"
 #include "method/Orders.h"
-#include "method/RectangleField.h"
 #include "method/Rules.h"
 #include "method/RunField.h"
 #include "method/RunRules.h"

@@ -17,13 +17,6 @@ struct GroupPoints {
     Place place;  ///< where all of them lie, times the wavenumber
 };
 
-/// Their pressure.
-template <class T>
-struct GroupValues {
-    alignas(64) T re[groupSize];
-    alignas(64) T im[groupSize];
-};
-
 /// What is done with a group's points in T.
 template <class T>
 struct GroupFieldIn {

@@ -22,6 +22,13 @@ struct GroupNumbers {
     alignas(64) T sine[groupSize];
 };
 
+/// Their pressure.
+template <class T>
+struct GroupValues {
+    alignas(64) T re[groupSize];
+    alignas(64) T im[groupSize];
+};
+
 /// Half the face's sides, in units of 2/k.
 template <class T>
 struct HalfSides {

@@ -10,10 +10,10 @@
 
 #include "cuda_runtime/arguments.h"
 #include "cuda_runtime/emulated/KernelImage.h"
-#include "lanes/words.h"
 #include "lanes/Pack.h"
 #include "lanes/pipelined.h"
 #include "lanes/sinCos.h"
+#include "lanes/words.h"
 
 namespace cuda_runtime {
 inline namespace PISTONFIELD_INSTRUCTION_SET {
@@ -65,6 +65,22 @@ template <class T>
     return left >= count ? index : select(lane < static_cast<std::int32_t>(left), index, noPoint);
 }
 
+/// The number of the run of `length` threads that the threads are in. Packs do not cross the ends
+/// of runs: the lengths are multiples of the lanes.
+template <class T, int length>
+[[gnu::always_inline]] inline int runNumber() {
+    static_assert(length % Lanes<T>::count == 0);
+    return static_cast<int>(detail::running.first / length);
+}
+
+/// The places of the threads in that run.
+template <class T, int length>
+[[gnu::always_inline]] inline typename Lanes<T>::Ints placesInRun() {
+    using Ints = typename Lanes<T>::Ints;
+    return detail::countUp<Ints>(std::make_integer_sequence<int, Lanes<T>::count>()) +
+           static_cast<std::int32_t>(detail::running.first % length);
+}
+
 /// The quotient of indices from 0 on, rounded down. In doubles, which have it exactly, because no
 /// processor divides packs of integers.
 template <class I>
@@ -95,6 +111,14 @@ template <class V, class T, class I>
     V values{};
     for (int i = 0; i < lanes::widthOf<V>; ++i)
         if (mask[i] != 0) values[i] = load(array, indices[i]);
+    return values;
+}
+
+/// The elements at places in a run of threads.
+template <class V, class T, class I>
+[[gnu::always_inline]] inline V loadRun(const T* run, I places) {
+    V values;
+    std::memcpy(&values, run + places[0], sizeof values);
     return values;
 }
 

@@ -28,6 +28,18 @@ __device__ inline int threadIndex() {
     return static_cast<int>(min(index, 0x7fffffffU));
 }
 
+/// The number of the run of `length` threads that a thread is in.
+template <class T, int length>
+__device__ inline int runNumber() {
+    return threadIndex<T>() / length;
+}
+
+/// Its place in that run.
+template <class T, int length>
+__device__ inline int placesInRun() {
+    return threadIndex<T>() % length;
+}
+
 __device__ inline bool any(bool mask) { return mask; }
 
 template <class T>
@@ -50,6 +62,12 @@ __device__ inline T load(const T* array, int index) {
 template <class V, class T>
 __device__ inline V load(const T* array, int index, bool mask) {
     return mask ? array[index] : V{};
+}
+
+/// The element at a place in a run of threads.
+template <class V, class T>
+__device__ inline V loadRun(const T* run, int place) {
+    return run[place];
 }
 
 template <class T>

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "FastNearfield/RectangularPiston2.h"
-#include "cuda_runtime/runtime.h"
 #include "tests/field/smallRequest.h"
 #include "tests/support/Captured.h"
+#include "tests/support/hasDevice.h"
 
 namespace {
 
@@ -24,11 +24,7 @@ using testing::ElementsAre;
 class PlanOfEveryMode : public testing::Test {
   protected:
     void SetUp() override {
-        int count = 0;
-        if (cuda_runtime::cudaGetDeviceCount(&count) != cuda_runtime::cudaSuccess) {
-            static_cast<void>(cuda_runtime::cudaGetLastError());
-            GTEST_SKIP() << "no device";
-        }
+        if (!hasDevice()) GTEST_SKIP() << "no device";
     }
 };
 

@@ -13,11 +13,13 @@
 #include <cstddef>
 #include <sstream>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "field/Plan.h"
 #include "lanes/InstructionSet.h"
 #include "tests/field/FieldCase.h"
+#include "tests/support/hasDevice.h"
 
 namespace {
 
@@ -77,12 +79,18 @@ const std::vector<Scene>& scenes() {
     return drawn;
 }
 
-/// Each instruction set that the processor has, in turn.
-class OnEverySet : public testing::TestWithParam<lanes::InstructionSet> {
+/// The CPU or a GPU, and each instruction set that the processor has, in turn.
+class ToleranceOnEverySet : public testing::TestWithParam<std::tuple<bool, lanes::InstructionSet>> {
   protected:
+    static bool isOnGpu() { return std::get<0>(GetParam()); }
+    static Mode inDouble() { return isOnGpu() ? Mode::cudadp : Mode::cpu; }
+    static Mode inSingle() { return isOnGpu() ? Mode::cuda : Mode::cpusp; }
+
     void SetUp() override {
-        if (GetParam() > lanes::bestInstructionSet()) GTEST_SKIP() << "not on this processor";
-        lanes::useInstructionSet(GetParam());
+        const auto set = std::get<1>(GetParam());
+        if (set > lanes::bestInstructionSet()) GTEST_SKIP() << "not on this processor";
+        if (isOnGpu() && !hasDevice()) GTEST_SKIP() << "no device";
+        lanes::useInstructionSet(set);
     }
     void TearDown() override { lanes::useInstructionSet(before); }
 
@@ -90,12 +98,15 @@ class OnEverySet : public testing::TestWithParam<lanes::InstructionSet> {
     lanes::InstructionSet before = lanes::instructionSet();
 };
 
-using ToleranceOnEverySet = OnEverySet;
+std::string nameOfCase(const testing::TestParamInfo<std::tuple<bool, lanes::InstructionSet>>& of) {
+    const auto [isOnGpu, set] = of.param;
+    return std::string(isOnGpu ? "gpu" : "cpu") + "_set" + std::to_string(static_cast<int>(set));
+}
 
-INSTANTIATE_TEST_SUITE_P(Sets, ToleranceOnEverySet, testing::ValuesIn(lanes::instructionSets),
-                         [](const auto& set) {
-                             return "set" + std::to_string(static_cast<int>(set.param));
-                         });
+INSTANTIATE_TEST_SUITE_P(Sets, ToleranceOnEverySet,
+                         testing::Combine(testing::Bool(),
+                                          testing::ValuesIn(lanes::instructionSets)),
+                         nameOfCase);
 
 /// Expects the error of each value to be within the tolerance of a plan.
 void expectKept(const Plan& plan, const Scene& scene) {
@@ -117,7 +128,7 @@ TEST_P(ToleranceOnEverySet, IsKeptInDouble) {
             for (const Scene& scene : scenes()) {
                 const double asked = std::max(tolerance, toleranceInDouble(scene.expected, of));
                 const Plan plan =
-                    takenPlan(withTolerance(scene.field.request, Mode::cpu, {asked, of}));
+                    takenPlan(withTolerance(scene.field.request, inDouble(), {asked, of}));
                 // A trillionth is taken at least where kR does not have more.
                 EXPECT_LE(plan.request().tolerance->value,
                           std::max(tolerance, toleranceInDouble(scene.expected, of, 1e-12)))
@@ -129,14 +140,14 @@ TEST_P(ToleranceOnEverySet, IsKeptInDouble) {
 TEST_P(ToleranceOnEverySet, IsKeptInSingle) {
     for (const Of of : {Of::local, Of::largest})
         for (const Scene& scene : scenes())
-            expectKept(takenPlan(withTolerance(scene.field.request, Mode::cpusp, {1e-7, of})),
+            expectKept(takenPlan(withTolerance(scene.field.request, inSingle(), {1e-7, of})),
                        scene);
 }
 
 TEST_P(ToleranceOnEverySet, OfAHundredThousandthIsKeptInSingle) {
     for (const Scene& scene : scenes()) {
         const Plan plan =
-            takenPlan(withTolerance(scene.field.request, Mode::cpusp, {1e-7, Of::local}));
+            takenPlan(withTolerance(scene.field.request, inSingle(), {1e-7, Of::local}));
         // Lines on a thin face add up phases of its whole length.
         const bool isThin = scene.name.find("thin") != std::string::npos;
         EXPECT_LE(plan.request().tolerance->value, isThin ? 6e-5 : 3e-5) << scene.name;
@@ -174,7 +185,7 @@ TEST_P(ToleranceOnEverySet, IsKeptOnLatticesAlongTheAxes) {
 
 TEST_P(ToleranceOnEverySet, HasTheBitsOfTheLatticeAtSinglePoints) {
     for (const Scene& scene : scenes())
-        for (const Mode mode : {Mode::cpu, Mode::cpusp}) {
+        for (const Mode mode : {inDouble(), inSingle()}) {
             const Plan plan(withTolerance(scene.field.request, mode, {1e-4, Of::local}));
             const auto whole = computed(plan);
             for (std::size_t i = 0; i < whole.size(); ++i) {
