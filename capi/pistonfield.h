@@ -52,7 +52,8 @@ typedef enum pistonfield_mode {
     PISTONFIELD_CPU = 0,     ///< the processor in double precision
     PISTONFIELD_CPUSP = 1,   ///< the processor in single precision
     PISTONFIELD_CUDA = 2,    ///< a GPU in single precision
-    PISTONFIELD_CUDADP = 3,  ///< a GPU in double precision, with roots, sines and cosines in single
+    PISTONFIELD_CUDADP = 3,  ///< a GPU in double precision; without a tolerance roots, sines and
+                             ///< cosines are single
 } pistonfield_mode;
 
 /// What the error of a value is relative to.
@@ -106,8 +107,8 @@ typedef struct pistonfield_request {
     /// modes of a GPU: these take the first half; null: Gauss-Legendre
     const double* table;
     /// The largest error of a value, above 0 and below 1; 0: none. The number of nodes then follows
-    /// from a bound, point by point: `order` and `table` mean nothing, and the mode, which is one
-    /// of the processor, says the precision alone. Since interface 2, as what follows.
+    /// from a bound, point by point: `order` and `table` mean nothing, and the mode says what
+    /// computes, and the precision of all arithmetic. Since interface 2, as what follows.
     double tolerance;
     int32_t tolerance_of;  ///< a `pistonfield_tolerance_of`
     /// With a tolerance, points behind the piston are refused where this is 0. Otherwise their

@@ -47,7 +47,7 @@ class ModuleOfSets {
         DeviceModule registration;
     };
 
-/// How many instruction sets have kernels of their own.
+    // How many instruction sets have kernels of their own.
 #ifdef PISTONFIELD_KERNELS_PER_INSTRUCTION_SET
     static constexpr std::size_t count = std::size(lanes::instructionSets);
 #else

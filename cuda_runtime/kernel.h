@@ -8,7 +8,9 @@
 //
 //   Lanes<T>::Reals, Lanes<T>::Ints  a value of T, or an index, in every lane
 //   threadIndex<T>()                 the linear index of the lanes' threads in a grid of 1-D blocks
-//   load, store                      device memory
+//   runNumber<T, n>()                the number of the run of n threads that they are in
+//   placesInRun<T, n>()              their places in it
+//   load, loadRun, store             device memory
 //   select, any                      decisions lane by lane
 //   product, sum                     each rounded by itself, never fused into one operation
 //   absolute, squareRoot, reciprocal, sinCos   device mathematics

@@ -68,6 +68,7 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  relative     what it is relative to: 'largest' or 'local', as for
   %                               pistonfield_pressure
   %                  precision    'double' or 'single'
+  %                  device       'cpu' or 'gpu', what computed
   %                  behind       whether points behind the piston were asked for
   %                  error_bound  no value is further off
   %                  error        the largest error that was measured, at error_points points

@@ -132,6 +132,9 @@ function text = exactness_text(options)
   end
   text = sprintf('tolerance = %s\nrelative = "%s"\nprecision = "%s"', ...
                  number(options.tolerance), options.relative, options.precision);
+  if strcmp(options.device, 'gpu')
+    text = sprintf('%s\ndevice = "gpu"', text);
+  end
   if options.behind
     text = sprintf('%s\nbehind = true', text);
   end
@@ -214,6 +217,13 @@ end
 %! pistonfield_request(file, piston, grid, 'frequency', 1e6, 'precision', 'single', ...
 %!                     'overwrite', true);
 %! lines = sprintf('\ntolerance = 0.0001\nrelative = "largest"\nprecision = "single"\n\n');
+%! assert(~isempty(strfind(fileread(file), lines)));
+
+%!test % so is the device
+%! info = pistonfield_request(file, piston, grid, 'frequency', 1e6, 'device', 'gpu', ...
+%!                            'overwrite', true);
+%! assert(info.engine, 'tolerance engine, double precision on a GPU');
+%! lines = sprintf('\nprecision = "double"\ndevice = "gpu"\n\n');
 %! assert(~isempty(strfind(fileread(file), lines)));
 
 %!test % in a mode the order is that of pistonfield_pressure
@@ -305,6 +315,12 @@ end
 %! wanted = pistonfield_pressure(piston, grid, drive{:});
 %! % In Pa the values are rounded once more, which takes a product of three.
 %! assert(double(p), wanted, 2 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % on a GPU
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'device', 'gpu'};
+%! [p, request] = there_and_back(folder, piston, grid, drive);
+%! assert({request.device, request.precision, request.mode}, {'gpu', 'double', 'cudadp'});
+%! assert(p, pistonfield_pressure(piston, grid, drive{:}));
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % behind the piston, where that is asked for
 %! around = pistonfield_grid((-1:1) * 0.7e-3, 0, (-2:2) * 1.1e-3);

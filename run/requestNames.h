@@ -13,12 +13,25 @@ constexpr const char* precisionOf(pistonfield::Mode mode) {
     return pistonfield::isInSingle(mode) ? "single" : "double";
 }
 
-/// The mode that computes with a tolerance in the precision of this name.
+/// What computes with a tolerance in a mode.
+constexpr const char* deviceOf(pistonfield::Mode mode) {
+    return pistonfield::isOnGpu(mode) ? "gpu" : "cpu";
+}
+
+/// The mode on the same device in the precision of this name.
 /// @throws pistonfield::InvalidRequest
-inline pistonfield::Mode modeOfPrecision(const std::string& name) {
-    for (const pistonfield::Mode mode : {pistonfield::Mode::cpu, pistonfield::Mode::cpusp})
-        if (name == precisionOf(mode)) return mode;
+inline pistonfield::Mode withPrecision(pistonfield::Mode before, const std::string& name) {
+    for (const pistonfield::Mode mode : pistonfield::modes)
+        if (isOnGpu(mode) == isOnGpu(before) && name == precisionOf(mode)) return mode;
     throw pistonfield::InvalidRequest("precision", "'" + name + "' is none of double, single");
+}
+
+/// The mode in the same precision on the device of this name.
+/// @throws pistonfield::InvalidRequest
+inline pistonfield::Mode withDevice(pistonfield::Mode before, const std::string& name) {
+    for (const pistonfield::Mode mode : pistonfield::modes)
+        if (isInSingle(mode) == isInSingle(before) && name == deviceOf(mode)) return mode;
+    throw pistonfield::InvalidRequest("device", "'" + name + "' is none of cpu, gpu");
 }
 
 /// The name of what a tolerance is relative to.

@@ -7,7 +7,7 @@ function request = field_request(found)
                    'order', [], 'table', [], 'first_point', [], 'complete', false, 'host', '', ...
                    'started', '', 'finished', '', 'seconds', [], 'processes', [], ...
                    'peak_memory', [], 'tolerance', [], 'relative', '', 'precision', '', ...
-                   'behind', [], 'error_bound', [], 'error', [], 'error_points', [], ...
+                   'device', '', 'behind', [], 'error_bound', [], 'error', [], 'error_points', [], ...
                    'evaluations', []);
   for name = intersect(fieldnames(request), fieldnames(found)).'
     request.(name{1}) = found.(name{1});
@@ -15,11 +15,15 @@ function request = field_request(found)
   if isempty(request.tolerance)
     return
   end
-  % A rule means nothing there, and the mode is the precision's.
+  % A rule means nothing there, and the mode is the precision's and the device's.
   request.order = [];
   request.behind = request.behind ~= 0;
   request.precision = 'double';
   if is_single_mode(request.mode)
     request.precision = 'single';
+  end
+  request.device = 'cpu';
+  if any(strcmp(request.mode, {'cuda', 'cudadp'}))
+    request.device = 'gpu';
   end
 end

@@ -8,7 +8,8 @@ function options = read_pressure_options(caller, given, others)
   %   options.demanded    whether there was a tolerance
   %   options.byMode      whether a mode of the module computes, with an order; else it is the
   %                       tolerance engine, and options.mode stands for its precision
-  %   options.arithmetic  'the mode ...' or '... precision'
+  %                       and its device
+  %   options.arithmetic  'the mode ...', '... precision' or '... precision on a GPU'
   defaults = struct('frequency', [], 'speed', 1482, 'density', 998, 'velocity', [], 'power', [], ...
                     'tolerance', [], 'relative', [], 'precision', [], 'device', [], 'behind', [], ...
                     'mode', [], 'order', [], 'memory', Inf, 'threads', [], 'progress', 'auto');
@@ -58,13 +59,14 @@ function options = choose_way(caller, options)
   require_word(caller, 'relative', options.relative, {'largest', 'local'});
   require_word(caller, 'precision', options.precision, {'double', 'single'});
   require_word(caller, 'device', options.device, {'cpu', 'gpu'});
-  require(strcmp(options.device, 'cpu'), caller, 'device', ...
-          ['device must be ''cpu'': no tolerance is kept on a GPU; the modes cuda and cudadp ', ...
-           'compute there']);
   require_flag(caller, 'behind', options.behind);
-  modes = struct('double', 'cpu', 'single', 'cpusp');
-  options.mode = modes.(options.precision);
+  modes = struct('cpu', struct('double', 'cpu', 'single', 'cpusp'), ...
+                 'gpu', struct('double', 'cudadp', 'single', 'cuda'));
+  options.mode = modes.(options.device).(options.precision);
   options.arithmetic = [options.precision, ' precision'];
+  if strcmp(options.device, 'gpu')
+    options.arithmetic = [options.arithmetic, ' on a GPU'];
+  end
 end
 
 % As module_field takes them.

@@ -44,6 +44,14 @@ bool sameOfKind(const Request& a, const Request& b) {
     return sameKind(a, b) && a.*part == b.*part;
 }
 
+bool samePrecision(const Request& a, const Request& b) {
+    return sameKind(a, b) && a.inSingle() == b.inSingle();
+}
+
+bool sameDevice(const Request& a, const Request& b) {
+    return sameKind(a, b) && isOnGpu(a.mode) == isOnGpu(b.mode);
+}
+
 bool sameTable(const Request& a, const Request& b) {
     return sameKind(a, b) && a.rule.table == b.rule.table;
 }
@@ -54,11 +62,12 @@ bool sameOfTolerance(const Request& a, const Request& b) {
 }
 
 using pistonfield::Lattice;
+using pistonfield::Mode;
 using pistonfield::RectangularPiston;
 using pistonfield::Tolerance;
 using pistonfield::Wave;
 
-constexpr std::array<RequestOption, 12> requestOptions{{
+constexpr std::array<RequestOption, 13> requestOptions{{
     {"transform", true, &same<&Request::lattice, &Lattice::transform>},
     {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
     {"l", true, &same<&Request::piston, &RectangularPiston::height>},
@@ -69,12 +78,13 @@ constexpr std::array<RequestOption, 12> requestOptions{{
     {"table", false, &sameTable},
     {"tolerance", false, &sameOfTolerance<&Tolerance::value>},
     {"relative", false, &sameOfTolerance<&Tolerance::of>},
-    {"precision", false, &sameOfKind<&Request::mode>},
+    {"precision", false, &samePrecision},
+    {"device", false, &sameDevice},
     {"behind", false, &sameOfKind<&Request::behind>},
 }};
 
 /// The options of a field with a tolerance, and those that such a field has none of.
-constexpr std::array toleranceOptions{"tolerance", "relative", "precision", "behind"};
+constexpr std::array toleranceOptions{"tolerance", "relative", "precision", "device", "behind"};
 constexpr std::array ruleOptions{"mode", "order", "table"};
 
 using Words = std::vector<std::string>;
@@ -192,7 +202,12 @@ void setTolerance(Request& request, const Setting& setting) {
     Tolerance tolerance = request.tolerance.value_or(Tolerance{});
     if (name == "tolerance") tolerance.value = realOf(setting.words);
     if (name == "relative") tolerance.of = named(setting.words, relativeCalled);
-    if (name == "precision") request.mode = named(setting.words, modeOfPrecision);
+    const auto modeBy = [&](Mode (*change)(Mode, const std::string&)) {
+        return named(setting.words,
+                     [&](const std::string& word) { return change(request.mode, word); });
+    };
+    if (name == "precision") request.mode = modeBy(withPrecision);
+    if (name == "device") request.mode = modeBy(withDevice);
     if (name == "behind") request.behind = flagOf(setting.words);
     request.tolerance = tolerance;
 }
@@ -247,12 +262,13 @@ void setWork(ComputeCommand& command, const Setting& setting) {
 }
 
 /// Of each pair, one says otherwise what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 5> alternatives{{
+constexpr std::array<std::pair<const char*, const char*>, 6> alternatives{{
     {"order", "table"},
     {"resume", "overwrite"},
     {"tolerance", "order"},
     {"tolerance", "table"},
     {"precision", "mode"},
+    {"device", "mode"},
 }};
 
 void requireNotBoth(const Settings& settings, const char* one, const char* other) {

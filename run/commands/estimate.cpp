@@ -86,7 +86,8 @@ std::string wayOf(const pistonfield::Request& request) {
     if (!request.tolerance)
         return std::string("mode ") + nameOf(request.mode) + ", order " +
                std::to_string(request.rule.order);
-    return std::string(precisionOf(request.mode)) + " precision, tolerance " +
+    return std::string(precisionOf(request.mode)) + " precision" +
+           (isOnGpu(request.mode) ? " on a GPU" : "") + ", tolerance " +
            numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
            " |p|";
 }

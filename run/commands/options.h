@@ -21,7 +21,7 @@ inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 20> computeOptions{{
+inline constexpr std::array<Option, 21> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -44,6 +44,7 @@ inline constexpr std::array<Option, 20> computeOptions{{
      "local (about what |p| is in each point's distance)"},
     {"precision", 1, "WORD", fieldGroup,
      "with a tolerance: double (the default), or single, which keeps none below about 1e-5"},
+    {"device", 1, "WORD", fieldGroup, "with a tolerance, what computes: cpu (the default) or gpu"},
     {"behind", 0, "", fieldGroup,
      "with a tolerance: allow points behind the piston, which have the values of those before it"},
     {"resume", 0, "", workGroup, "go on with the output where there is one"},

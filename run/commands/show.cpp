@@ -51,6 +51,7 @@ void showTolerance(const pistonfield::Request& request) {
     line("tolerance", request.tolerance->value);
     line("relative", std::quoted(nameOf(request.tolerance->of)));
     line("precision", std::quoted(precisionOf(request.mode)));
+    line("device", std::quoted(deviceOf(request.mode)));
     line("behind", request.behind ? "true" : "false");
     comment("mode", std::quoted(nameOf(request.mode)));
 }

@@ -67,8 +67,7 @@ function expect_boxes_within_a_tolerance(mode, relative)
 end
 
 function refuses_what_is_wrong_with_a_tolerance()
-  wrong = {7, 'cuda', 'tolerance', 'tolerance: the modes that keep one are cpu and cpusp, not cuda'
-           8, 0, 'tolerance', 'tolerance: must be above 0 and below 1'
+  wrong = {8, 0, 'tolerance', 'tolerance: must be above 0 and below 1'
            8, 'all', 'tolerance', ['tolerance: must be full, real and of class double, with 1 ', ...
                                    'elements']
            9, 'far', 'relative', 'relative: ''far'' is none of largest, local'
@@ -190,7 +189,9 @@ for precision = {'double', 'single'}
   it(sprintf('an array by the tolerance engine in %s precision prints nothing', precision{1}), ...
      @() print_nothing('precision', precision{1}));
 end
-for mode = {'cpu', 'cpusp'}
+it('an array by the tolerance engine on a GPU prints nothing', ...
+   @() print_nothing('device', 'gpu'));
+for mode = {'cpu', 'cpusp', 'cuda', 'cudadp'}
   for relative = {'largest', 'local'}
     it(sprintf('boxes in the mode %s within a tolerance have its bits, %s', mode{1}, ...
                relative{1}), @() expect_boxes_within_a_tolerance(mode{1}, relative{1}));

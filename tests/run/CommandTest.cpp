@@ -176,12 +176,27 @@ TEST(CommandLine, HasWhatAToleranceIsRelativeToAndItsPrecision) {
     EXPECT_EQ(usual.request.mode, Mode::cpu);
 }
 
+TEST(CommandLine, HasWhatComputesWithATolerance) {
+    const auto modeOf = [](const Words& more) {
+        Words words{"--tolerance", "0.001"};
+        words.insert(words.end(), more.begin(), more.end());
+        const ComputeCommand command = computing(complete(words));
+        EXPECT_NO_THROW(checkComplete(command));
+        return command.request.mode;
+    };
+    EXPECT_EQ(modeOf({"--device", "gpu"}), Mode::cudadp);
+    EXPECT_EQ(modeOf({"--device", "gpu", "--precision", "single"}), Mode::cuda);
+    EXPECT_EQ(modeOf({"--precision", "single", "--device", "cpu"}), Mode::cpusp);
+    EXPECT_EQ(modeOf({"--device", "cpu"}), Mode::cpu);
+}
+
 TEST(CommandLine, WithAToleranceThatIsNoneIsRefused) {
     EXPECT_EQ(complaint(complete({"--tolerance", "small"})), "--tolerance: 'small' is no number");
     EXPECT_EQ(complaint(complete({"--relative", "all"})),
               "--relative: 'all' is none of largest, local");
     EXPECT_EQ(complaint(complete({"--precision", "half"})),
               "--precision: 'half' is none of double, single");
+    EXPECT_EQ(complaint(complete({"--device", "cuda"})), "--device: 'cuda' is none of cpu, gpu");
     for (const char* value : {"0", "-1e-4", "1", "nan"})
         EXPECT_EQ(refused([&] {
                       checkComplete(computing(complete({"--tolerance", value})));
@@ -191,15 +206,18 @@ TEST(CommandLine, WithAToleranceThatIsNoneIsRefused) {
 
 TEST(CommandLine, WithTheOptionsOfAToleranceAndNoneIsRefused) {
     const std::vector<Words> options{
-        {"--relative", "local"}, {"--precision", "double"}, {"--behind"}};
+        {"--relative", "local"}, {"--precision", "double"}, {"--device", "cpu"}, {"--behind"}};
     for (const Words& words : options)
         EXPECT_EQ(refused([&] { checkComplete(computing(complete(words))); }),
                   words.front() + " goes with a tolerance, and there is none");
 }
 
 TEST(CommandLine, WithAToleranceAndAModeOrARuleIsRefused) {
-    const std::vector<Words> tolerances{
-        {"--tolerance", "1e-4"}, {"--relative", "local"}, {"--precision", "double"}, {"--behind"}};
+    const std::vector<Words> tolerances{{"--tolerance", "1e-4"},
+                                        {"--relative", "local"},
+                                        {"--precision", "double"},
+                                        {"--device", "gpu"},
+                                        {"--behind"}};
     const std::vector<Words> others{{"--mode", "cpu"}, {"--order", "9"}, {"--table", "0 2"}};
     for (const Words& one : tolerances)
         for (const Words& other : others) {
@@ -393,6 +411,11 @@ TEST_F(CommandFiles, ToleranceOfTheCommandLineCountsBeforeTheRuleOfTheRequest) {
     EXPECT_EQ(precision.request.mode, Mode::cpusp);
     EXPECT_THAT(precision.given,
                 ElementsAre(Pair("precision", "--precision"), Pair("tolerance", "--tolerance")));
+    const ComputeCommand device = computing({"--request", file("mode = \"cpusp\"\norder = 9\n"),
+                                             "--device", "gpu", "--tolerance", "1e-3", "f.h5"});
+    EXPECT_EQ(device.request.mode, Mode::cudadp);
+    EXPECT_THAT(device.given,
+                ElementsAre(Pair("device", "--device"), Pair("tolerance", "--tolerance")));
 }
 
 TEST_F(CommandFiles, WhatAToleranceExcludesIsNamedWithItsPlace) {

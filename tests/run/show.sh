@@ -41,8 +41,12 @@ same_again --tolerance 1e-5 --relative local
 grep --quiet '^tolerance = 1.0000000000000001e-05$' request.toml
 grep --quiet '^relative = "local"$' request.toml
 grep --quiet '^precision = "double"$' request.toml
+grep --quiet '^device = "cpu"$' request.toml
 grep --quiet '^behind = false$' request.toml
 grep --quiet '^# error_points = [1-9]' request.toml
+same_again --tolerance 1e-3 --precision single --device gpu
+grep --quiet '^precision = "single"$' request.toml
+grep --quiet '^device = "gpu"$' request.toml
 same_again --tolerance 1e-3 --precision single --behind
 grep --quiet '^precision = "single"$' request.toml
 grep --quiet '^behind = true$' request.toml

@@ -55,8 +55,8 @@ class ValuesTest(ProgramTest):
         local = min(1, K * S * L / (2 * numpy.pi * reach))
         return K / (2 * numpy.pi) * numpy.sum(areas * wave), local
 
-    def assert_kept(self, tolerance, relative, precision):
-        words = request(tolerance, relative=relative, precision=precision)
+    def assert_kept(self, tolerance, relative, precision, device="cpu"):
+        words = request(tolerance, relative=relative, precision=precision, device=device)
         self.run_program(*words, "field.h5", "--overwrite")
         pressure = arrays(self.at("field.h5"))["pressure"]
         self.assertEqual(pressure.dtype, "c16" if precision == "double" else "c8")
@@ -66,7 +66,7 @@ class ValuesTest(ProgramTest):
             value, local = self.expected(at)
             unit = largest if relative == "largest" else local
             worst = max(worst, abs(pressure[at] - value) / unit)
-        print(f"{precision}, {relative}: {worst:.2g} of {tolerance:g}")
+        print(f"{device}, {precision}, {relative}: {worst:.2g} of {tolerance:g}")
         self.assertLessEqual(worst, tolerance)
 
     def test_keep_the_tolerance(self):
@@ -76,6 +76,9 @@ class ValuesTest(ProgramTest):
                     self.assert_kept(tolerance, relative, "double")
             with self.subTest(relative=relative, precision="single"):
                 self.assert_kept(1e-3, relative, "single")
+            with self.subTest(relative=relative, device="gpu"):
+                self.assert_kept(1e-11, relative, "double", "gpu")
+                self.assert_kept(1e-3, relative, "single", "gpu")
 
     def test_take_more_evaluations_for_a_smaller_tolerance(self):
         evaluations = []
@@ -107,6 +110,14 @@ class SameFieldTest(ProgramTest):
                     for name in ("error_bound", "error", "error_points", "evaluations"):
                         self.assertEqual(one[name], many[name], name)
             self.at("one.h5").unlink()
+
+    def test_is_written_on_a_gpu_by_any_number_of_processes(self):
+        words = request(1e-4, device="gpu") + ["--slab", 611]
+        self.run_program(*words, "one.h5")
+        alone = arrays(self.at("one.h5"))
+        self.run_program(*words, "many.h5", ranks=2)
+        self.assert_same_field(self.at("many.h5"), alone)
+        self.assertEqual(attributes(self.at("many.h5"))["mode"], "cudadp")
 
     def test_has_the_same_values_in_slabs_of_any_size_and_by_any_threads(self):
         self.run_program(*request(), "whole.h5")
@@ -184,6 +195,7 @@ class OtherFieldTest(ProgramTest):
         ["--tolerance", 1e-6, "--relative", "local"],
         ["--tolerance", 1e-6, "--behind"],
         ["--tolerance", 1e-6, "--precision", "single"],
+        ["--tolerance", 1e-6, "--device", "gpu"],
         ["--order", 10],
     ]
 
@@ -220,6 +232,7 @@ class OtherFieldTest(ProgramTest):
             (["--tolerance", 1.0000000000000002e-6], "--tolerance"),
             (["--relative", "local"], "--relative"),
             (["--precision", "single"], "--precision"),
+            (["--device", "gpu"], "--device"),
             (["--behind"], "--behind"),
             (["--order", 10], "--order"),
             (["--mode", "cpu"], "--mode"),
@@ -234,6 +247,7 @@ class OtherFieldTest(ProgramTest):
             ["--tolerance", 1e-6],
             ["--relative", "largest"],
             ["--precision", "double"],
+            ["--device", "cpu"],
         ):
             with self.subTest(words=words):
                 self.run_program("field.h5", "--resume", *words)
@@ -263,6 +277,8 @@ class OptionsTest(ProgramTest):
             (["--tolerance", 0.1, "--precision", "half"], "--precision: 'half' is none of double"),
             (["--relative", "local"], "--relative goes with a tolerance, and there is none"),
             (["--precision", "single"], "--precision goes with a tolerance, and there is none"),
+            (["--tolerance", 0.1, "--device", "tpu"], "--device: 'tpu' is none of cpu, gpu"),
+            (["--device", "gpu"], "--device goes with a tolerance, and there is none"),
             (["--behind"], "--behind goes with a tolerance, and there is none"),
             (["--tolerance", 1e-9, "--precision", "single"], "--tolerance: "),
         ]:
