@@ -1,0 +1,133 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+
+// The time of a point within a tolerance as one of a list, beside that of the lattice that has the
+// same points: in the lattice's order, and in none. On one core; docs/performance.md has the
+// figures.
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <limits>
+#include <numeric>
+#include <optional>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include "bench/Fields.h"
+#include "field/Plan.h"
+
+namespace {
+
+using pistonfield::Mode;
+using pistonfield::Plan;
+using pistonfield::PointList;
+using pistonfield::Request;
+
+constexpr bench::Box region{{101, 101, 50}, {-8, -8, 1}, {8, 8, 50}};
+constexpr int repetitions = 9;
+
+/// The region's lattice, sheared by what no value shows: one that lies along no axis.
+Request latticeRequest(Mode mode, double tolerance) {
+    Request request;
+    request.piston = {.width = bench::piston.s, .height = bench::piston.l};
+    request.wave = {.wavenumber = bench::piston.k};
+    request.lattice.transform = region.transform();
+    request.lattice.transform[1] = request.lattice.transform[8] = 1e-9;
+    std::copy(region.sizes.begin(), region.sizes.end(), request.lattice.sizes.begin());
+    request.mode = mode;
+    request.tolerance = {.value = tolerance};
+    return request;
+}
+
+PointList pointsOf(const pistonfield::Lattice& lattice) {
+    PointList list;
+    const std::array<std::vector<double>*, 3> coordinates{&list.x, &list.y, &list.z};
+    for (std::int64_t z = 0; z < lattice.sizes[2]; ++z)
+        for (std::int64_t y = 0; y < lattice.sizes[1]; ++y)
+            for (std::int64_t x = 0; x < lattice.sizes[0]; ++x)
+                for (std::size_t i = 0; i < coordinates.size(); ++i) {
+                    const double* const row = &lattice.transform[4 * i];
+                    coordinates[i]->push_back(row[0] * static_cast<double>(x) +
+                                              row[1] * static_cast<double>(y) +
+                                              row[2] * static_cast<double>(z) + row[3]);
+                }
+    return list;
+}
+
+PointList shuffled(const PointList& list) {
+    std::vector<std::size_t> order(list.x.size());
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), std::mt19937(20261122));
+    PointList result;
+    for (const std::size_t i : order) {
+        result.x.push_back(list.x[i]);
+        result.y.push_back(list.y[i]);
+        result.z.push_back(list.z[i]);
+    }
+    return result;
+}
+
+Request withPoints(Request request, PointList points) {
+    request.lattice.sizes = {static_cast<std::int64_t>(points.x.size()), 1, 1};
+    request.points = std::move(points);
+    return request;
+}
+
+double nanosecondsOf(const auto& work) {
+    const auto begin = std::chrono::steady_clock::now();
+    work();
+    return std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - begin)
+        .count();
+}
+
+struct Times {
+    double plan = std::numeric_limits<double>::infinity();
+    double field = std::numeric_limits<double>::infinity();
+};
+
+/// Makes a plan and computes its field, and keeps the least time of each.
+void measure(const Request& request, std::vector<std::byte>& values, Times& least) {
+    Request copy = request;
+    std::optional<Plan> plan;
+    least.plan = std::min(least.plan, nanosecondsOf([&] { plan.emplace(std::move(copy)); }));
+    least.field =
+        std::min(least.field, nanosecondsOf([&] {
+                     plan->computeNative(request.lattice.box(), values.data(), {.threads = 1});
+                 }));
+}
+
+void printRow(Mode mode, double tolerance) {
+    const Request lattice = latticeRequest(mode, tolerance);
+    const PointList points = pointsOf(lattice.lattice);
+    const std::array requests{lattice, withPoints(lattice, points),
+                              withPoints(lattice, shuffled(points))};
+    std::array<Times, requests.size()> times;
+    std::vector<std::byte> values(static_cast<std::size_t>(lattice.valueBytes() * region.points()));
+    // In turns, so that other work on the machine is shared alike.
+    for (int i = 0; i < repetitions; ++i)
+        for (std::size_t k = 0; k < requests.size(); ++k) measure(requests[k], values, times[k]);
+    const auto count = static_cast<double>(region.points());
+    std::printf("%-6s %7.0e  %8.1f %8.1f %6.2f %9.1f %6.2f %9.1f\n",
+                lattice.inSingle() ? "single" : "double", tolerance, times[0].field / count,
+                times[1].field / count, times[1].field / times[0].field, times[2].field / count,
+                times[2].field / times[0].field, (times[1].plan - times[0].plan) / count);
+}
+
+}  // namespace
+
+int main() {
+    std::printf(
+        "Nanoseconds a point, of %d repetitions the least, on one core; %u by %u by %u "
+        "points.\n",
+        repetitions, region.sizes[0], region.sizes[1], region.sizes[2]);
+    std::puts("                lattice     list  ratio  shuffled  ratio  list's plan");
+    printRow(Mode::cpu, 1e-4);
+    printRow(Mode::cpu, 1e-10);
+    printRow(Mode::cpusp, 1e-4);
+    return 0;
+}
