@@ -140,11 +140,12 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
   require_module(caller);
   piston = read_piston(caller, piston);
-  [grid, sizes, shape] = read_place(caller, grid);
+  [points, sizes, shape] = read_place(caller, grid);
   options = read_pressure_options(caller, varargin, struct());
-  bytes = bytes_of_field(grid, sizes);
+  bytes = bytes_of_field(points, sizes);
   require_memory(caller, sizes, bytes, options.memory);
-  place = place_of(caller, piston, grid, options);
+  place = place_of(caller, piston, points, options);
+  points = []; %#ok<NASGU>  % the columns of a list take memory
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);

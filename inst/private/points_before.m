@@ -4,17 +4,18 @@
 function place = points_before(caller, piston, points, behind)
   % place = points_before(caller, piston, points, behind): the points of read_points in the piston's
   % own frame. Unless behind is true, points behind the piston's plane are refused.
-  place = struct('x', [], 'y', [], 'z', []);
+  place = struct('x', 0, 'y', 0, 'z', 0);
   names = fieldnames(place);
-  center = piston.center;
+  % Not a product of matrices, in which a point's rounding may depend on its neighbours; and term by
+  % term, as the temporary values of a long expression take memory together.
   for i = 1:3
-    axis = piston.orientation(:, i);
-    % Not a product of matrices, in which a point's rounding may depend on its neighbours.
-    place.(names{i}) = (points.x - center(1)) * axis(1) + (points.y - center(2)) * axis(2) + ...
-                       (points.z - center(3)) * axis(3);
+    for j = 1:3
+      along = (points.(names{j}) - piston.center(j)) * piston.orientation(j, i);
+      place.(names{i}) = place.(names{i}) + along;
+    end
   end
   if ~behind
-    require_before(caller, place, points, center);
+    require_before(caller, place, points, piston.center);
   end
 end
 
