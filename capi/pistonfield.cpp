@@ -120,7 +120,7 @@ void takePoints(Request& request, const pistonfield_request& given) {
     // Before memory is taken for them.
     if (given.tolerance == 0) throw InvalidRequest("points", "a list takes a tolerance");
     if (given.x == nullptr || given.y == nullptr || given.z == nullptr)
-        throw InvalidRequest("points", "of x, y and z none can be null");
+        throw InvalidRequest("points", "none of x, y and z may be null");
     if (given.points < 1) throw InvalidRequest("points", "must be 1 or more");
     constexpr std::int64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
     if (given.points > most)

@@ -3,9 +3,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %
   % DESCRIPTION
   %   Computes the sound pressure that a flat rectangular piston radiates into a fluid half space at
-  %   every point of a regular grid, or at any points. The piston vibrates as one, along its normal, with the velocity
-  %   u0 * exp(+j*omega*t), in a rigid baffle. The value q of the module pistonfield stands for the
-  %   Rayleigh integral:
+  %   every point of a regular grid, or at any points. The piston vibrates as one, along its normal,
+  %   with the velocity u0 * exp(+j*omega*t), in a rigid baffle. The value q of the module pistonfield
+  %   stands for the Rayleigh integral:
   %
   %     p = j*omega*rho*u0 / (2*pi) * integral of exp(-j*k*R) / R over the piston's surface
   %       = j*rho*c*u0 * q,    q = k / (2*pi) * the same integral,
@@ -74,8 +74,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid, or 64 of a list,
-  %                  and 56 for each of a slab; default Inf. Apart from that go a few MB for preparations and for
-  %                  what each call takes.
+  %                  and 56 for each of a slab; default Inf. Apart from that go a few MB for
+  %                  preparations and for what each call takes.
   %   'threads'    - the most threads to compute with; by default as the environment variable
   %                  PISTONFIELD_THREADS says, or one for each core that the process may use.
   %                  Values do not depend on it. No GPU has part in it
@@ -568,6 +568,11 @@ end
 %! face = turned.center + [u(:), v(:)] * turned.orientation(:, 1:2).';
 %! own = pistonfield_pressure(piston, [u(:), v(:), 0 * u(:)], options{:});
 %! assert(pistonfield_pressure(turned, face, options{:}), own, 1e-8 * max(abs(own)));
+
+%!test % a grid is one whatever else is noted in its struct
+%! noted = grid;
+%! noted.x = 'along the rail';
+%! assert(isequal(pistonfield_pressure(piston, noted, 'frequency', 1e6), call()));
 
 %!test % positions in single precision are taken as the numbers that they are
 %! at = single([0.5 1.2 2; -1 0.3 3] * 1e-3);

@@ -607,7 +607,7 @@ static void refusesListsThatThereAreNone(void) {
         request = good;
         *arrays[i] = NULL;
         EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message),
-                       PISTONFIELD_INVALID_REQUEST, "points: of x, y and z none can be null");
+                       PISTONFIELD_INVALID_REQUEST, "points: none of x, y and z may be null");
     }
     static const int64_t none[] = {0, -1, INT64_MIN};
     for (int i = 0; i < 3; ++i) {
