@@ -3,6 +3,7 @@
 #include "capi/pistonfield.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -10,8 +11,10 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "capi/outcome.h"
 #include "core/limits.h"
@@ -26,13 +29,15 @@ namespace {
 
 using namespace pistonfield;
 
-// A struct grows at its end. These are the sizes that it had at first; its size now is the only
-// other one that there was.
-constexpr std::size_t firstRequestSize = 200;
-constexpr std::size_t firstConductSize = 32;
-static_assert(offsetof(pistonfield_request, tolerance) == firstRequestSize);
-static_assert(sizeof(pistonfield_request) == 216);
-static_assert(sizeof(pistonfield_conduct) == firstConductSize);
+/// A struct grows at its end: the sizes that it has had.
+using Sizes = std::span<const std::size_t>;
+
+constexpr std::array<std::size_t, 3> requestSizes{200, 216, 248};
+constexpr std::array<std::size_t, 1> conductSizes{32};
+static_assert(offsetof(pistonfield_request, tolerance) == requestSizes[0]);
+static_assert(offsetof(pistonfield_request, x) == requestSizes[1]);
+static_assert(sizeof(pistonfield_request) == requestSizes.back());
+static_assert(sizeof(pistonfield_conduct) == conductSizes.back());
 
 static_assert(PISTONFIELD_CPU == static_cast<int>(Mode::cpu));
 static_assert(PISTONFIELD_CPUSP == static_cast<int>(Mode::cpusp));
@@ -44,10 +49,9 @@ static_assert(PISTONFIELD_LOCAL == static_cast<int>(Tolerance::Of::local));
 
 /// @param hint what to do about it
 /// @throws InvalidArgument unless a struct of that size is one that this library knows
-template <class T>
-void requireKnown(std::size_t size, std::size_t firstSize, const char* argument,
+void requireKnown(std::size_t size, Sizes known, const char* argument,
                   const std::string& hint = {}) {
-    if (size != firstSize && size != sizeof(T))
+    if (std::find(known.begin(), known.end(), size) == known.end())
         throw InvalidArgument(argument, "a size of " + std::to_string(size) +
                                             " bytes is not that of interface 1 to " +
                                             std::to_string(PISTONFIELD_INTERFACE) + hint);
@@ -55,10 +59,10 @@ void requireKnown(std::size_t size, std::size_t firstSize, const char* argument,
 
 /// A caller's struct with all members that this library knows.
 template <class T>
-T completed(const T* given, std::size_t firstSize, const char* argument) {
+T completed(const T* given, Sizes known, const char* argument) {
     const std::size_t size = required(given, argument).size;
-    requireKnown<T>(size, firstSize, argument,
-                    std::string("; call pistonfield_") + argument + "_init first");
+    requireKnown(size, known, argument,
+                 std::string("; call pistonfield_") + argument + "_init first");
     T all{};
     std::memcpy(&all, given, size);
     return all;
@@ -66,10 +70,9 @@ T completed(const T* given, std::size_t firstSize, const char* argument) {
 
 /// Fills as much of a caller's struct as the caller knows.
 template <class T>
-void initialise(T* given, std::size_t size, T defaults, std::size_t firstSize,
-                const char* argument) {
+void initialise(T* given, std::size_t size, T defaults, Sizes known, const char* argument) {
     requireGiven(given, argument);
-    requireKnown<T>(size, firstSize, argument);
+    requireKnown(size, known, argument);
     defaults.size = size;
     std::memcpy(given, &defaults, size);
 }
@@ -109,13 +112,41 @@ void takeRule(Request& request, const pistonfield_request& given) {
         request.rule.table.assign(given.table, given.table + 2 * std::ptrdiff_t{given.order});
 }
 
+bool hasPoints(const pistonfield_request& given) {
+    return given.x != nullptr || given.y != nullptr || given.z != nullptr || given.points != 0;
+}
+
+void takePoints(Request& request, const pistonfield_request& given) {
+    // Before memory is taken for them.
+    if (given.tolerance == 0) throw InvalidRequest("points", "a list takes a tolerance");
+    if (given.x == nullptr || given.y == nullptr || given.z == nullptr)
+        throw InvalidRequest("points", "none of x, y and z may be null");
+    if (given.points < 1) throw InvalidRequest("points", "must be 1 or more");
+    constexpr std::int64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
+    if (given.points > most)
+        throw InvalidRequest("points",
+                             std::to_string(given.points) + " positions have no place in memory");
+    const auto copied = [&given](const double* positions) {
+        return std::vector<double>(positions, positions + given.points);
+    };
+    request.points = PointList{copied(given.x), copied(given.y), copied(given.z)};
+    request.lattice.sizes = {given.points, 1, 1};
+}
+
+void takeLattice(Request& request, const pistonfield_request& given) {
+    std::copy(std::begin(given.transform), std::end(given.transform),
+              request.lattice.transform.begin());
+    std::copy(std::begin(given.sizes), std::end(given.sizes), request.lattice.sizes.begin());
+}
+
 Request requestOf(const pistonfield_request& given) {
     Request request;
     request.piston = {.width = given.width, .height = given.height};
     request.wave.wavenumber = given.wavenumber;
-    std::copy(std::begin(given.transform), std::end(given.transform),
-              request.lattice.transform.begin());
-    std::copy(std::begin(given.sizes), std::end(given.sizes), request.lattice.sizes.begin());
+    if (hasPoints(given))
+        takePoints(request, given);
+    else
+        takeLattice(request, given);
     request.mode = requiredMode(given.mode);
     request.behind = given.behind != 0;
     if (given.tolerance != 0)
@@ -143,7 +174,7 @@ class Watched {
   public:
     explicit Watched(const pistonfield_conduct* given) {
         if (given == nullptr) return;
-        const auto wishes = completed(given, firstConductSize, "conduct");
+        const auto wishes = completed(given, conductSizes, "conduct");
         if (wishes.threads < 0 || wishes.threads > mostThreads)
             throw InvalidArgument("threads", std::to_string(wishes.threads) +
                                                  " is not within 0 to " +
@@ -249,13 +280,13 @@ std::int32_t pistonfield_most_threads() noexcept { return mostThreads; }
 
 pistonfield_status pistonfield_request_init(pistonfield_request* request, std::size_t size,
                                             pistonfield_message* message) noexcept {
-    return outcomeOf(
-        message, [&] { initialise(request, size, defaultRequest(), firstRequestSize, "request"); });
+    return outcomeOf(message,
+                     [&] { initialise(request, size, defaultRequest(), requestSizes, "request"); });
 }
 
 pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, std::size_t size,
                                             pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] { initialise(conduct, size, {}, firstConductSize, "conduct"); });
+    return outcomeOf(message, [&] { initialise(conduct, size, {}, conductSizes, "conduct"); });
 }
 
 pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
@@ -263,7 +294,7 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
                                            pistonfield_message* message) noexcept {
     return outcomeOf(message, [&] {
         required(plan, "plan") = nullptr;
-        const auto asked = completed(request, firstRequestSize, "request");
+        const auto asked = completed(request, requestSizes, "request");
         pistonfield_plan made{Plan(requestOf(asked))};
         *plan = std::make_unique<pistonfield_plan>(std::move(made)).release();
     });

@@ -14,7 +14,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 2
+#define PISTONFIELD_INTERFACE 3
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -114,6 +114,14 @@ typedef struct pistonfield_request {
     /// With a tolerance, points behind the piston are refused where this is 0. Otherwise their
     /// value is the integral's, which is that of the point mirrored in the piston's plane.
     int32_t behind;
+    /// Instead of the lattice, with a tolerance: any points, at (x[i], y[i], z[i]). `transform` and
+    /// `sizes` then mean nothing, and boxes are those of a lattice of the sizes `points`, 1 and 1.
+    /// Neighbours share their numbers of nodes, so that a list takes least where they lie near to
+    /// each other. Null and 0: the lattice. Since interface 3, as what follows.
+    const double* x;
+    const double* y;
+    const double* z;
+    int64_t points;  ///< positions in each of the three arrays
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -164,7 +172,8 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, size_t
 /// made it: to a forked child it is a device that failed. No thread is cancelled while it computes.
 typedef struct pistonfield_plan pistonfield_plan;
 
-/// Makes a plan, which takes all that it needs from the request. On a GPU it brings up the device.
+/// Makes a plan, which takes all that it needs from the request, a list of points too. On a GPU it
+/// brings up the device.
 /// @param plan    where the plan goes, or null after a failure
 /// @param message where a text about the failure goes, or null; so in all functions
 pistonfield_status pistonfield_plan_create(const pistonfield_request* request,

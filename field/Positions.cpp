@@ -39,12 +39,23 @@ std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) co
 
 void Positions::group(std::int64_t group, GroupPoints& to) const {
     const std::int64_t first = group * groupSize;
+    if (list != nullptr) return groupInList(first, to);
     const std::array<std::int64_t, 3> index{first % sizes[0], first / sizes[0] % sizes[1],
                                             first / sizes[0] / sizes[1]};
-    if (list == nullptr && index[0] + groupSize <= sizes[0])
+    if (index[0] + groupSize <= sizes[0])
         groupInRow(index, to);
     else
         groupInRows(index, points - first, to);
+}
+
+void Positions::groupInList(std::int64_t first, GroupPoints& to) const {
+    for (std::int64_t i = 0; i < groupSize; ++i) {
+        const auto number = static_cast<std::size_t>(std::min(first + i, points - 1));
+        to.x[i] = std::abs(list->x[number]);
+        to.y[i] = std::abs(list->y[number]);
+        to.z[i] = std::abs(list->z[number]);
+    }
+    findPlace(to, k);
 }
 
 void Positions::groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const {
@@ -88,23 +99,25 @@ void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left
 }
 
 double Positions::reach() const {
-    const auto distanceAt = [this](const std::array<std::int64_t, 3>& index) {
-        const auto [x, y, z] = at(index);
-        return k * std::hypot(x, y, z);
-    };
+    if (list != nullptr) return reachOfList();
     double farthest = 0;
-    if (list != nullptr) {
-        for (std::int64_t i = 0; i < points; ++i)
-            farthest = std::max(farthest, distanceAt({i, 0, 0}));
-        return farthest;
-    }
     for (int corner = 0; corner < 8; ++corner) {
         std::array<std::int64_t, 3> index{};
         for (std::size_t i = 0; i < sizes.size(); ++i)
             index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
-        farthest = std::max(farthest, distanceAt(index));
+        const auto [x, y, z] = at(index);
+        farthest = std::max(farthest, k * std::hypot(x, y, z));
     }
     return farthest;
+}
+
+double Positions::reachOfList() const {
+    // A square that overflows is that of a distance which is too far in any case.
+    double largest = 0;
+    for (std::size_t i = 0; i < list->x.size(); ++i)
+        largest = std::max(
+            largest, list->x[i] * list->x[i] + list->y[i] * list->y[i] + list->z[i] * list->z[i]);
+    return k * std::sqrt(largest);
 }
 
 std::optional<std::array<std::int64_t, 3>> Positions::firstBehind() const {

@@ -33,10 +33,14 @@ class Positions {
     std::optional<std::array<std::int64_t, 3>> firstBehind() const;
 
   private:
+    /// Of a group of the list, from a point on.
+    void groupInList(std::int64_t first, GroupPoints& to) const;
+
     /// Of a group within a row of the lattice, and of any group, `left` points before the last one.
     void groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const;
     void groupInRows(std::array<std::int64_t, 3> first, std::int64_t left, GroupPoints& to) const;
 
+    double reachOfList() const;
     std::optional<std::array<std::int64_t, 3>> firstBehindInLattice() const;
 
     double k;

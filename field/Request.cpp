@@ -68,7 +68,9 @@ void checkWavenumber(double wavenumber, Mode mode) {
 }
 
 void checkSizes(const Request& request) {
-    const std::int64_t most = mostPointsInARow(request.mode);
+    // The index of a point in a list is part of no coordinate.
+    const std::int64_t most =
+        request.points ? std::numeric_limits<std::int64_t>::max() : mostPointsInARow(request.mode);
     std::int64_t bytes = request.valueBytes();
     for (const std::int64_t size : request.lattice.sizes) {
         if (size < 1) throw InvalidRequest("sizes", "each must be 1 or more");

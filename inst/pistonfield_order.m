@@ -207,6 +207,8 @@ end
 %!error id=pistonfield:pistonfield_order:arguments pistonfield_order(piston)
 %!error id=pistonfield:pistonfield_order:piston pistonfield_order([], grid, water{:})
 %!error id=pistonfield:pistonfield_order:grid pistonfield_order(piston, [], water{:})
+%!error <order: grid must be a struct made by pistonfield_grid; pistonfield_pressure alone takes a list>
+%! pistonfield_order(piston, [0 0 1e-3], water{:});
 %!error id=pistonfield:pistonfield_order:frequency pistonfield_order(piston, grid)
 %!error id=pistonfield:pistonfield_order:tolerance
 %! pistonfield_order(piston, grid, water{:}, 'tolerance', 0);

@@ -939,6 +939,10 @@ end
 
 %!error id=pistonfield:pistonfield_plot:arguments pistonfield_plot(1)
 %!error id=pistonfield:pistonfield_plot:grid pistonfield_plot(1, 7)
+%!error <plot: grid must be a struct made by pistonfield_grid; pistonfield_pressure alone takes a list>
+%! pistonfield_plot(1, [0 0 1]);
+%!error <plot: grid must be a struct made by pistonfield_grid; pistonfield_pressure alone takes a list>
+%! pistonfield_plot(1, struct('x', 0, 'y', 0, 'z', 1));
 %!error <kpa is written kPa>
 %! pistonfield_plot([1 2 3], pistonfield_grid(0, 0, 1:3), 'unit', 'kpa')
 %!error <a grid of one point> pistonfield_plot(1, pistonfield_grid(0, 0, 0))

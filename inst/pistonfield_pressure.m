@@ -3,9 +3,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %
   % DESCRIPTION
   %   Computes the sound pressure that a flat rectangular piston radiates into a fluid half space at
-  %   every point of a regular grid. The piston vibrates as one, along its normal, with the velocity
-  %   u0 * exp(+j*omega*t), in a rigid baffle. The value q of the module pistonfield stands for the
-  %   Rayleigh integral:
+  %   every point of a regular grid, or at any points. The piston vibrates as one, along its normal,
+  %   with the velocity u0 * exp(+j*omega*t), in a rigid baffle. The value q of the module pistonfield
+  %   stands for the Rayleigh integral:
   %
   %     p = j*omega*rho*u0 / (2*pi) * integral of exp(-j*k*R) / R over the piston's surface
   %       = j*rho*c*u0 * q,    q = k / (2*pi) * the same integral,
@@ -23,6 +23,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %
   % USAGE
   %   p = pistonfield_pressure(piston, grid, 'frequency', f)
+  %   p = pistonfield_pressure(piston, points, 'frequency', f)
   %   [p, info] = pistonfield_pressure(piston, grid, 'frequency', f, name, value, ...)
   %
   % INPUTS
@@ -34,6 +35,12 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                                 x, its y and its normal; default eye(3)
   %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
   %                  with 'behind'. In single precision at most 2^24 in a row
+  %   points       - instead of the grid, any points [m]: an N by 3 matrix whose rows are x, y and z,
+  %                  or a struct with the fields x, y and z, arrays of one size, of class double or
+  %                  single. None may lie behind the piston, but with 'behind'. The arithmetic's
+  %                  precision is that of the option, whatever the class. A list of points has a
+  %                  tolerance, and neither a mode nor an order. Lists whose neighbours lie near to
+  %                  each other take the least time
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
@@ -46,7 +53,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'tolerance'  - the largest error, above 0 and below 1; default 1e-4. It is kept for pistons
   %                  with sides of 1e-5 to 2000 wavelengths, and others are refused
   %   'relative'   - what the error of a value is relative to: 'largest' (default), the largest |p|
-  %                  on the grid, or 'local', what |p| is on the axis at the point's distance R
+  %                  on the grid or in the list, or 'local', what |p| is on the axis at the point's distance R
   %                  from the piston's centre: far away that of a point source of the same strength,
   %                  omega*rho*u0*A / (2*pi*R) with the piston's area A. R is taken for at least
   %                  sqrt(A)/4, and it is at most rho*c*u0.
@@ -67,9 +74,10 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'order'      - instead of the tolerance: the order of the Gauss-Legendre rule along each edge,
   %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
-  %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid and 56 for each
-  %                  of a slab; default Inf. Apart from that go a few MB for preparations and for
-  %                  what each call takes, and up to 120 MB with 'device', 'gpu'.
+  %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid, or 64 of a list,
+  %                  and 56 for each of a slab; default Inf. Apart from that go a few MB for
+  %                  preparations and for what each call takes, and up to 120 MB with
+  %                  'device', 'gpu'.
   %   'threads'    - the most threads to compute with; by default as the environment variable
   %                  PISTONFIELD_THREADS says, or one for each core that the process may use.
   %                  Values do not depend on it. Of a GPU's work they only prepare the points
@@ -77,7 +85,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  than 3 s
   %
   % OUTPUTS
-  %   p            - complex pressure amplitude [Pa], an array of the grid's sizes
+  %   p            - complex pressure amplitude [Pa], an array of the grid's sizes; of a list a column
+  %                  for an N by 3 matrix, or an array of the size of x
   %   info         - struct with the fields
   %                    engine      'tolerance engine, double precision', or single; '' with a mode
   %                                or an order; on a GPU '..., double precision on a GPU'
@@ -116,6 +125,13 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   piston.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)];
   %   p = pistonfield_pressure(piston, pistonfield_grid(x, 0, z + 20e-3), 'frequency', 1e6);
   %
+  %   % The pressure on a half sphere of 50 mm around a piston at the origin.
+  %   [azimuth, angle] = meshgrid(linspace(0, 2 * pi, 181), linspace(0, pi / 2, 91));
+  %   points = struct('x', 0.05 * sin(angle) .* cos(azimuth), ...
+  %                   'y', 0.05 * sin(angle) .* sin(azimuth), 'z', 0.05 * cos(angle));
+  %   p = pistonfield_pressure(struct('width', 7.5e-3, 'height', 5e-3), points, 'frequency', 1e6);
+  %   surf(points.x, points.y, points.z, abs(p));
+  %
   % See also: pistonfield_grid, pistonfield_order, pistonfield
 
   % SPDX-FileCopyrightText: the pistonfield developers
@@ -126,34 +142,64 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
   require_module(caller);
   piston = read_piston(caller, piston);
-  require_grid(caller, grid);
+  [points, sizes, shape] = read_place(caller, grid);
   options = read_pressure_options(caller, varargin, struct());
-  require_rows(caller, grid.sizes, options.mode, options.arithmetic);
-  place = place_before(caller, piston, grid, options.behind);
-  require_memory(caller, grid.sizes, options.memory);
+  bytes = bytes_of_field(points, sizes);
+  require_memory(caller, sizes, bytes, options.memory);
+  place = place_of(caller, piston, points, options);
+  points = []; %#ok<NASGU>  % the columns of a list take memory
 
   k = 2 * pi * options.frequency / options.speed;
   [velocity, power] = velocity_and_power(piston, k, options);
   unit = 1i * options.density * options.speed * velocity;
-  info = field_accuracy(caller, place, grid.sizes, piston, k, options);
+  info = field_accuracy(caller, place, sizes, piston, k, options);
   if options.byMode
     field = @(place, sizes, varargin) unit * module_field(place, sizes, piston, k, options.mode, ...
                                                           info.order, options.threads, varargin{:});
-    box = @(first, count) mode_box(field, place, grid.sizes, options.mode, first, count);
+    box = @(first, count) mode_box(field, place, sizes, options.mode, first, count);
     evaluations = 4 * info.order;
   else
-    box = @(first, count) engine_box(unit, place, grid.sizes, piston, k, options, first, count);
+    box = @(first, count) engine_box(unit, place, sizes, piston, k, options, first, count);
     evaluations = info.evaluations;
   end
-  [p, slabs, moved] = by_slabs(box, grid.sizes, points_of_slab(grid.sizes, options.memory), ...
+  [p, slabs, moved] = by_slabs(box, sizes, points_of_slab(bytes, options.memory), ...
                                points_to_begin(evaluations), ...
                                start_progress(caller, options.progress));
+  p = reshape(p, shape);
   info.wavenumber = k;
   info.velocity = velocity;
   info.power = power;
   info.slabs = slabs;
   info.moved = moved;
   info.seconds = toc(start);
+end
+
+% A grid, or the columns of a list of points; their sizes, and those of the pressure.
+function [grid, sizes, shape] = read_place(caller, given)
+  require(isstruct(given) || is_point_list(given), caller, 'grid', ...
+          ['grid must be a struct made by pistonfield_grid, or a list of points: an N by 3 matrix, ', ...
+           'or a struct with x, y and z']);
+  if is_point_list(given)
+    [grid, shape] = read_points(caller, given);
+    sizes = [numel(grid.x), 1, 1];
+  else
+    require_grid(caller, given);
+    grid = given;
+    sizes = grid.sizes;
+    shape = sizes;
+  end
+end
+
+% Where the points lie in the piston's frame, when the options can be had there.
+function place = place_of(caller, piston, grid, options)
+  if is_point_list(grid)
+    require(~options.byMode, caller, 'points', ...
+            'a list of points goes with a tolerance, without mode and order');
+    place = points_before(caller, piston, grid, options.behind);
+  else
+    require_rows(caller, grid.sizes, options.mode, options.arithmetic);
+    place = place_before(caller, piston, grid, options.behind);
+  end
 end
 
 % What the tolerance engine computes of a box, in Pa.
@@ -170,24 +216,26 @@ function [values, moved] = mode_box(field, place, sizes, mode, first, count)
   moved = numel(lost);
 end
 
-% Bytes for the whole field, and for each point of a slab: what the module computes with, its result,
-% Octave's copy, and what is made of it.
-function [whole, each] = bytes_of_field(sizes)
-  whole = 16 * prod(sizes);
-  each = 56;
+% Bytes for the whole field and its positions, where there are any, in the piston's frame and in the
+% module; and for each point of a slab: what the module computes with, its result, Octave's copy, and
+% what is made of it.
+function bytes = bytes_of_field(grid, sizes)
+  bytes = struct('whole', 16 * prod(sizes), 'each', 56);
+  if is_point_list(grid)
+    bytes.whole = 64 * prod(sizes);
+  end
 end
 
-function require_memory(caller, sizes, memory)
-  [whole, each] = bytes_of_field(sizes);
-  require(whole + each <= memory, caller, 'memory', ...
+function require_memory(caller, sizes, bytes, memory)
+  least = bytes.whole + bytes.each;
+  require(least <= memory, caller, 'memory', ...
           'a field of %d x %d x %d points needs %s, more than the %s that memory allows', ...
-          sizes, bytes_as_text(whole + each), bytes_as_text(memory));
+          sizes, bytes_as_text(least), bytes_as_text(memory));
 end
 
 % The most points of a slab that the memory limit leaves room for.
-function most = points_of_slab(sizes, memory)
-  [whole, each] = bytes_of_field(sizes);
-  most = max(1, floor((memory - whole) / each));
+function most = points_of_slab(bytes, memory)
+  most = max(1, floor((memory - bytes.whole) / bytes.each));
 end
 
 % The points of a first slab: 0.1 s on one core.
@@ -486,6 +534,146 @@ end
 %! again = pistonfield_pressure(piston, points, options{:}, 'threads', 1, ...
 %!                              'memory', 16 * numel(p) + 56 * 1e5);
 %! assert(isequal(p, again));
+
+%!test % at a list of points the pressure is the Rayleigh integral, in the shape of the list
+%! at = [0.5 -1 2 0 1.5; 1.2 0.3 -2 0 1; 2 3 7 0 0.5] * 1e-3;
+%! wanted = rayleigh(at(:, [1 2 3 5]), 3e-3, 2e-3, 2 * pi * 1e6, 998, 1482, 1).';
+%! field = @(points, varargin) pistonfield_pressure(piston, points, 'frequency', 1e6, ...
+%!                                                  'tolerance', 1e-8, varargin{:});
+%! for relative = {'largest', 'local'}
+%!   [p, info] = field(at.', 'relative', relative{1});
+%!   assert(size(p), [5 1]);
+%!   assert(p([1 2 3 5]), wanted, 2e-8 * max(abs(p)));
+%!   assert(info.engine, 'tolerance engine, double precision');
+%!   assert(info.error <= info.bound && info.bound <= 1e-8);
+%!   assert(info.evaluations >= 4 && info.slabs == 1 && info.moved == 0 && isnan(info.order));
+%! end
+%! p = field(at.');
+%! for shape = {[5 1], [1 5], [1 1 5]}
+%!   x = reshape(at(1, :), shape{1});  y = reshape(at(2, :), shape{1});
+%!   z = reshape(at(3, :), shape{1});
+%!   q = field(struct('x', x, 'y', y, 'z', z));
+%!   assert(size(q), shape{1});
+%!   assert(isequal(q(:), p));
+%! end
+%! assert(field(at(:, 3).'), p(3), 2e-8 * abs(p(3)));
+%! assert(isequal(field(sparse(at.')), p));
+
+%!test % surfaces keep the shape of their arrays; a list has the pressure of a grid's points
+%! [x, y, z] = pistonfield_grid(grid, 'positions');
+%! for precision = {'double', 'single'}
+%!   p = call('precision', precision{1});
+%!   q = pistonfield_pressure(piston, struct('x', x, 'y', y, 'z', z), 'frequency', 1e6, ...
+%!                            'precision', precision{1});
+%!   assert(size(q), [7 6 5]);
+%!   assert(q, p, 2e-4 * max(abs(p(:))));
+%! end
+
+%!test % a list's points lie before a moved and turned piston as a grid's do
+%! turned = piston;
+%! turned.center = [-1 / 700, 1 / 300, 0.01];
+%! turned.orientation = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)] * ...
+%!                      [cosd(40) -sind(40) 0; sind(40) cosd(40) 0; 0 0 1];
+%! plane = pistonfield_grid((-2:3) * 1e-3, (-3:3) * 1e-3, 0.05 + (0:4) * 1e-3);
+%! [x, y, z] = pistonfield_grid(plane, 'positions');
+%! options = {'frequency', 1e6, 'tolerance', 1e-9};
+%! p = pistonfield_pressure(turned, plane, options{:});
+%! assert(pistonfield_pressure(turned, struct('x', x, 'y', y, 'z', z), options{:}), p, ...
+%!        2e-9 * max(abs(p(:))));
+%! % Points of the piston's own plane are behind it by rounding at most.
+%! [u, v] = ndgrid((-3:3) * 1e-3);
+%! face = turned.center + [u(:), v(:)] * turned.orientation(:, 1:2).';
+%! own = pistonfield_pressure(piston, [u(:), v(:), 0 * u(:)], options{:});
+%! assert(pistonfield_pressure(turned, face, options{:}), own, 1e-8 * max(abs(own)));
+
+%!test % a grid is one whatever else is noted in its struct
+%! noted = grid;
+%! noted.x = 'along the rail';
+%! assert(isequal(pistonfield_pressure(piston, noted, 'frequency', 1e6), call()));
+
+%!test % positions in single precision are taken as the numbers that they are
+%! at = single([0.5 1.2 2; -1 0.3 3] * 1e-3);
+%! p = pistonfield_pressure(piston, at, 'frequency', 1e6);
+%! assert(class(p), 'double');
+%! assert(isequal(p, pistonfield_pressure(piston, double(at), 'frequency', 1e6)));
+
+%!test % the values of a list do not depend on its slabs
+%! t = (1:2000).' * 2e-3;
+%! spiral = [cos(7 * t), sin(7 * t), 2 + t] .* (1 + t) * 1e-3;
+%! for precision = {'double', 'single'}
+%!   for relative = {'largest', 'local'}
+%!     field = @(varargin) pistonfield_pressure(piston, spiral, 'frequency', 1e6, 'precision', ...
+%!                                              precision{1}, 'relative', relative{1}, varargin{:});
+%!     whole = field();
+%!     for most = [1000, 333, 37]
+%!       [p, info] = field('memory', (64 * 2000) + 56 * most, 'threads', 1);
+%!       assert(info.slabs >= 2000 / most, '%d slabs', info.slabs);
+%!       assert(isequal(p, whole));
+%!     end
+%!   end
+%! end
+
+%!test % so it is in slabs whose size follows from the time that they take
+%! z = (1:2e6).' * 1e-8;
+%! points = [2e-3 + 0 * z, 3e-3 + 0 * z, z];
+%! options = {'frequency', 20e6, 'tolerance', 1e-10, 'progress', 'none', 'threads', 1};
+%! [p, info] = pistonfield_pressure(piston, points, options{:});
+%! assert(info.slabs >= 2 && info.slabs <= 50, '%d slabs', info.slabs);
+%! [again, other] = pistonfield_pressure(piston, points, options{:}, 'memory', 64 * 2e6 + 56 * 1e5);
+%! assert(other.slabs > info.slabs);
+%! assert(isequal(again, p));
+
+%!test % points of a list behind the piston have the value of those mirrored in its plane
+%! at = [1 0 1; 1 0 2; 1 0 3] * 1e-3;
+%! p = pistonfield_pressure(piston, at, 'frequency', 1e6);
+%! q = pistonfield_pressure(piston, at .* [1 1 -1], 'frequency', 1e6, 'behind', true);
+%! assert(isequal(q, p));
+
+%!error <pressure: point 2, \(0.001, 0, -0.002\) m, lies 0.002 m behind the plane of the piston, wher>
+%! pistonfield_pressure(piston, [1 0 1; 1 0 -2; 1 0 -3] * 1e-3, 'frequency', 1e6);
+%!error id=pistonfield:pistonfield_pressure:behind
+%! pistonfield_pressure(piston, [1 0 -1e-9], 'frequency', 1e6);
+
+%!function refuse_points(points, pattern)
+%!  plate = struct('width', 3e-3, 'height', 2e-3);
+%!  try
+%!    pistonfield_pressure(plate, points, 'frequency', 1e6);
+%!  catch failure
+%!    assert(failure.identifier, 'pistonfield:pistonfield_pressure:points');
+%!    assert(~isempty(regexp(failure.message, ['^pistonfield_pressure: ', pattern])), ...
+%!           failure.message);
+%!    return
+%!  end
+%!  error('not refused');
+%!endfunction
+
+%!test % what is no list of points is refused
+%! refuse_points([0 0 1; 0 NaN 1], 'the y of point 2 is NaN: positions must be finite$');
+%! refuse_points([0 0 1; 0 1 Inf], 'the z of point 2 is Inf: positions must be finite$');
+%! refuse_points([0 0 1i], 'points must be real, of class double or single$');
+%! refuse_points(int32([0 0 1]), 'points must be real, of class double or single$');
+%! refuse_points(zeros(0, 3), 'the list of points is empty$');
+%! points = struct('x', [0 1 2], 'y', [0 1 2], 'z', [1 2 3]);
+%! wrong = points;  wrong.y = 0;
+%! refuse_points(wrong, 'points.x, y and z must be of one size: they are 1 by 3, 1 by 1 and 1 by 3$');
+%! wrong.y = [0; 1; 2];
+%! refuse_points(wrong, 'points.x, y and z must be of one size: .* 3 by 1 ');
+%! refuse_points(rmfield(points, 'z'), 'points.z is missing: a list of points has x, y and z$');
+%! wrong = points;  wrong.z = {1, 2, 3};
+%! refuse_points(wrong, 'points.z must be real, of class double or single$');
+%! wrong = points;  wrong.x = true(1, 3);
+%! refuse_points(wrong, 'points.x must be real, of class double or single$');
+%! refuse_points([1e30 0 1], 'points: there are points more than 1e9/wavenumber away');
+
+%!error <grid must be a struct made by pistonfield_grid, or a list of points: an N by 3 matrix, or a>
+%! pistonfield_pressure(piston, ones(3, 4), 'frequency', 1e6);
+%!error id=pistonfield:pistonfield_pressure:grid pistonfield_pressure(piston, [], 'frequency', 1e6)
+%!error <pressure: a list of points goes with a tolerance, without mode and order>
+%! pistonfield_pressure(piston, [0 0 1e-3], 'frequency', 1e6, 'mode', 'cpu');
+%!error id=pistonfield:pistonfield_pressure:points
+%! pistonfield_pressure(piston, [0 0 1e-3], 'frequency', 1e6, 'order', 10);
+%!error <pressure: a field of 100 x 1 x 1 points needs 6.456 kB, more than the 6.4 kB that memory>
+%! pistonfield_pressure(piston, [zeros(100, 2), ones(100, 1)], 'frequency', 1e6, 'memory', 6400);
 
 %!test % a grid with more points across than the module's launch has room for
 %! points = pistonfield_grid(0, (-399:400) * 1e-5, (1:700) * 1e-5);

@@ -386,6 +386,8 @@ end
 %!error id=pistonfield:pistonfield_request:file pistonfield_request(7, piston, grid, wave{:})
 %!error id=pistonfield:pistonfield_request:file pistonfield_request('', piston, grid, wave{:})
 %!error <nowhere/r cannot be written> pistonfield_request('nowhere/r', piston, grid, wave{:})
+%!error <request: grid must be a struct made by pistonfield_grid; pistonfield_pressure alone takes a>
+%! pistonfield_request('nowhere/r', piston, [0 0 1e-3], wave{:});
 %!error id=pistonfield:pistonfield_request:piston
 %! pistonfield_request('nowhere/r', struct('width', 1), grid, wave{:});
 %!error id=pistonfield:pistonfield_request:grid

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "core/limits.h"
 #include "field/Plan.h"
@@ -26,12 +28,18 @@ class ThreadLimit {
     ~ThreadLimit() { useThreads(0); }
 };
 
+std::size_t elementsOf(const host::Array* array) {
+    return host::rows(array) * host::columns(array);
+}
+
+bool areDoubles(const host::Array* array) {
+    return host::isClass(array, "double") && !host::isClass(array, "sparse") &&
+           !host::isComplex(array);
+}
+
 template <std::size_t count>
 std::array<double, count> numbersOf(const host::Array* array, const char* name) {
-    const bool areThere = host::isClass(array, "double") && !host::isClass(array, "sparse") &&
-                          !host::isComplex(array) &&
-                          host::rows(array) * host::columns(array) == count;
-    if (!areThere)
+    if (!areDoubles(array) || elementsOf(array) != count)
         throw InvalidRequest(name, "must be full, real and of class double, with " +
                                        std::to_string(count) + " elements");
     std::array<double, count> numbers;
@@ -83,16 +91,31 @@ void expectArguments(Arguments arguments, std::size_t count) {
                                               std::to_string(count));
 }
 
-/// What the questions about fields begin with: transform, sizes, width, height, wavenumber, mode.
-Request requestIn(Arguments arguments) {
-    Request request;
-    request.lattice.transform = numbersOf<16>(arguments[1], "transform");
-    request.lattice.sizes = indicesOf(arguments[2], "sizes");
-    request.piston.width = numberOf(arguments[3], "width");
-    request.piston.height = numberOf(arguments[4], "height");
-    request.wave.wavenumber = numberOf(arguments[5], "wavenumber");
-    request.mode = modeOf(arguments[6]);
-    return request;
+std::vector<double> coordinatesOf(const host::Array* array) {
+    if (!areDoubles(array))
+        throw InvalidRequest("points", "must be full, real and of class double");
+    const double* const first = host::realData(array);
+    return {first, first + elementsOf(array)};
+}
+
+/// transform, sizes
+void readLattice(Arguments arguments, Request& request) {
+    request.lattice = {numbersOf<16>(arguments[0], "transform"), indicesOf(arguments[1], "sizes")};
+}
+
+/// x, y, z
+void readPoints(Arguments arguments, Request& request) {
+    request.points = PointList{coordinatesOf(arguments[0]), coordinatesOf(arguments[1]),
+                               coordinatesOf(arguments[2])};
+    request.lattice.sizes = {static_cast<std::int64_t>(request.points->x.size()), 1, 1};
+}
+
+/// width, height, wavenumber, mode
+void readPiston(Arguments arguments, Request& request) {
+    request.piston.width = numberOf(arguments[0], "width");
+    request.piston.height = numberOf(arguments[1], "height");
+    request.wave.wavenumber = numberOf(arguments[2], "wavenumber");
+    request.mode = modeOf(arguments[3]);
 }
 
 Tolerance::Of relationOf(const host::Array* array) {
@@ -102,11 +125,26 @@ Tolerance::Of relationOf(const host::Array* array) {
     throw InvalidRequest("relative", "'" + word + "' is none of largest, local");
 }
 
-/// What the questions about tolerances begin with: a request, tolerance, relative.
-Request requestWithTolerance(Arguments arguments) {
-    Request request = requestIn(arguments);
-    request.tolerance = Tolerance{numberOf(arguments[7], "tolerance"), relationOf(arguments[8])};
-    request.behind = true;  // the functions look where a grid lies, and allow for rounding
+/// What reads where the points of a question lie, and the number of arguments that it takes.
+struct Placement {
+    void (*read)(Arguments arguments, Request& request);
+    std::size_t arguments;
+};
+
+constexpr Placement lattice{readLattice, 2};
+constexpr Placement list{readPoints, 3};
+
+/// The arguments of what a question about a tolerance begins with: the question, a place, the
+/// piston, tolerance, relative.
+std::size_t argumentsWithTolerance(const Placement& place) { return place.arguments + 7; }
+
+Request requestWithTolerance(const Placement& place, Arguments arguments) {
+    Request request;
+    place.read(arguments.subspan(1), request);
+    const Arguments others = arguments.subspan(1 + place.arguments);
+    readPiston(others, request);
+    request.tolerance = Tolerance{numberOf(others[4], "tolerance"), relationOf(others[5])};
+    request.behind = true;  // the functions look where points lie, and allow for rounding
     return request;
 }
 
@@ -115,11 +153,11 @@ ThreadLimit threadLimitIn(const host::Array* array) {
 }
 
 /// @param where first, count, threads
-host::Array* fieldOf(const Request& request, Arguments where) {
+host::Array* fieldOf(Request request, Arguments where) {
     const LatticeBox box{indicesOf(where[0], "first"), indicesOf(where[1], "count")};
     const ThreadLimit limit = threadLimitIn(where[2]);
 
-    const Plan plan(request);
+    const Plan plan(std::move(request));
     plan.require(box);  // before there is a result of its size
     const auto size = [&box](std::size_t i) { return static_cast<std::size_t>(box.size[i]); };
     host::Array* const result = host::createResult(size(0), size(1), size(2));
@@ -130,21 +168,25 @@ host::Array* fieldOf(const Request& request, Arguments where) {
 
 host::Array* fieldWithOrder(Arguments arguments) {
     expectArguments(arguments, 11);
-    Request request = requestIn(arguments);
+    Request request;
+    readLattice(arguments.subspan(1), request);
+    readPiston(arguments.subspan(3), request);
     request.rule.order = wholeWithin(1, largestOrder(request.mode), arguments[7], "order");
-    return fieldOf(request, arguments.subspan(8));
+    return fieldOf(std::move(request), arguments.subspan(8));
 }
 
-host::Array* fieldWithTolerance(Arguments arguments) {
-    expectArguments(arguments, 12);
-    return fieldOf(requestWithTolerance(arguments), arguments.subspan(9));
+host::Array* fieldWithTolerance(const Placement& place, Arguments arguments) {
+    const std::size_t first = argumentsWithTolerance(place);
+    expectArguments(arguments, first + 3);
+    return fieldOf(requestWithTolerance(place, arguments), arguments.subspan(first));
 }
 
-host::Array* accuracyFor(Arguments arguments) {
-    expectArguments(arguments, 10);
-    const Request request = requestWithTolerance(arguments);
-    const ThreadLimit limit = threadLimitIn(arguments[9]);
-    const Accuracy accuracy = Plan(request).accuracy().value();
+host::Array* accuracyFor(const Placement& place, Arguments arguments) {
+    const std::size_t threads = argumentsWithTolerance(place);
+    expectArguments(arguments, threads + 1);
+    Request request = requestWithTolerance(place, arguments);
+    const ThreadLimit limit = threadLimitIn(arguments[threads]);
+    const Accuracy accuracy = Plan(std::move(request)).accuracy().value();
     return host::createRow({accuracy.bound, accuracy.error, accuracy.evaluations});
 }
 
@@ -157,8 +199,10 @@ host::Array* answerTo(Arguments arguments) {
     if (arguments.empty()) throw InvalidRequest("question", "there is none");
     const std::string question = textOf(arguments[0], "question");
     if (question == "field") return fieldWithOrder(arguments);
-    if (question == "field_within") return fieldWithTolerance(arguments);
-    if (question == "accuracy") return accuracyFor(arguments);
+    if (question == "field_within") return fieldWithTolerance(lattice, arguments);
+    if (question == "field_within_of_list") return fieldWithTolerance(list, arguments);
+    if (question == "accuracy") return accuracyFor(lattice, arguments);
+    if (question == "accuracy_of_list") return accuracyFor(list, arguments);
     if (question == "largest_order")
         return host::createRow(
             {modeLimit(arguments, [](Mode mode) -> std::int64_t { return largestOrder(mode); })});

@@ -3,10 +3,9 @@
 
 function p = engine_field(place, sizes, piston, k, options, first, count)
   % p = engine_field(place, sizes, piston, k, options, first, count): what the tolerance engine
-  % computes of a grid, without unit, in a box of count points along each direction from the indices
-  % first on, counted from 0. A point's bits do not depend on the box. options are those of
-  % read_pressure_options.
-  p = pistonfield_internal('field_within', place, sizes, piston.width, piston.height, k, ...
-                           options.mode, options.tolerance, options.relative, first, count, ...
-                           options.threads);
+  % computes of a grid or a list of points, without unit, in a box of count points along each direction
+  % from the indices first on, counted from 0. A point's bits do not depend on the box. options are
+  % those of read_pressure_options. A list has the sizes [n 1 1].
+  question = engine_question('field_within', place, sizes, piston, k, options);
+  p = pistonfield_internal(question{:}, first, count, options.threads);
 end

@@ -2,9 +2,9 @@
 % SPDX-License-Identifier: BSD-3-Clause
 
 function info = field_accuracy(caller, place, sizes, piston, k, options)
-  % info = field_accuracy(caller, place, sizes, piston, k, options): how exact the field on a grid in
-  % the piston's frame is that the options of pistonfield_pressure ask for: the fields order to
-  % tolerance of its info.
+  % info = field_accuracy(caller, place, sizes, piston, k, options): how exact the field on a grid or
+  % at a list of points in the piston's frame is that the options of pistonfield_pressure ask for: the
+  % fields order to tolerance of its info.
   info = struct('order', NaN, 'estimate', NaN, 'engine', '', 'tolerance', NaN, 'bound', NaN, ...
                 'error', NaN, 'evaluations', NaN);
   if options.byMode

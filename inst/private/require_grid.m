@@ -3,6 +3,8 @@
 
 function require_grid(caller, grid)
   % require_grid(caller, grid): refuses what pistonfield_grid has not made.
+  require(~is_point_list(grid), caller, 'grid', ['grid must be a struct made by pistonfield_grid; ', ...
+                                                 'pistonfield_pressure alone takes a list of points']);
   require(isstruct(grid) && isscalar(grid) && all(isfield(grid, {'transform', 'sizes'})), ...
           caller, 'grid', 'grid must be a struct made by pistonfield_grid');
   transform = grid.transform;

@@ -107,6 +107,7 @@ static void fillsTheDefaults(void) {
     for (int i = 0; i < 3; ++i) EXPECT(request.sizes[i] == 0);
     EXPECT(request.tolerance == 0 && request.tolerance_of == PISTONFIELD_LARGEST);
     EXPECT(request.behind == 0);
+    EXPECT(request.x == NULL && request.y == NULL && request.z == NULL && request.points == 0);
 
     pistonfield_conduct conduct;
     memset(&conduct, 0xff, sizeof conduct);
@@ -131,12 +132,12 @@ static void refusesStructsOfAnotherSize(void) {
         EXPECT(plan == NULL);
     }
     EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 8 bytes is not that of interface 1 to 2");
+                   "request: a size of 8 bytes is not that of interface 1 to 3");
 
     pistonfield_plan* plan = NULL;
     request.size = 0;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 0 bytes is not that of interface 1 to 2; call "
+                   "request: a size of 0 bytes is not that of interface 1 to 3; call "
                    "pistonfield_request_init first");
     plan = samplePlan(PISTONFIELD_CPU);
     pistonfield_conduct conduct;
@@ -146,10 +147,10 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
         PISTONFIELD_INVALID_ARGUMENT,
-        "conduct: a size of 40 bytes is not that of interface 1 to 2; call "
+        "conduct: a size of 40 bytes is not that of interface 1 to 3; call "
         "pistonfield_conduct_init first");
     EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "conduct: a size of 0 bytes is not that of interface 1 to 2");
+                   "conduct: a size of 0 bytes is not that of interface 1 to 3");
     pistonfield_plan_destroy(plan);
 }
 
@@ -161,6 +162,13 @@ typedef struct FirstRequest {
     int32_t mode, order;
     const double* table;
 } FirstRequest;
+
+/// That of the second interface.
+typedef struct SecondRequest {
+    FirstRequest first;
+    double tolerance;
+    int32_t tolerance_of, behind;
+} SecondRequest;
 
 static void takesTheRequestOfTheFirstInterface(void) {
     // What lies behind an older struct is the program's own.
@@ -183,6 +191,36 @@ static void takesTheRequestOfTheFirstInterface(void) {
     double expected[2 * samplePoints];
     double values[2 * samplePoints];
     sampleFieldDouble(PISTONFIELD_CPU, expected);
+    EXPECT_OUTCOME(
+        pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
+        PISTONFIELD_SUCCESS, "");
+    EXPECT(memcmp(values, expected, sizeof values) == 0);
+    pistonfield_plan_destroy(plan);
+}
+
+static void takesTheRequestOfTheSecondInterface(void) {
+    struct {
+        SecondRequest request;
+        double others[4];
+    } program;
+    pistonfield_request* const seen = (pistonfield_request*)(void*)&program.request;
+    memset(&program, 0x3f, sizeof program);
+    const double other = program.others[0];
+    EXPECT_OUTCOME(pistonfield_request_init(seen, sizeof program.request, &message),
+                   PISTONFIELD_SUCCESS, "");
+    EXPECT(program.request.first.size == 216 && program.request.tolerance == 0);
+    for (int i = 0; i < 4; ++i) EXPECT(program.others[i] == other);
+
+    pistonfield_request sample = sampleRequest(PISTONFIELD_CPU);
+    sample.tolerance = 1e-6;
+    memcpy(&program.request, &sample, sizeof program.request);
+    program.request.first.size = sizeof program.request;
+    double expected[2 * samplePoints];
+    double values[2 * samplePoints];
+    pistonfield_plan* plan = planFor(&sample);
+    pistonfield_plan_compute_double(plan, &whole, expected, expected + 1, 2, NULL, NULL);
+    pistonfield_plan_destroy(plan);
+    plan = planFor(seen);
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, NULL, &message),
         PISTONFIELD_SUCCESS, "");
@@ -484,6 +522,122 @@ static void computesBehindThePistonWhereThatIsAsked(void) {
     pistonfield_plan_destroy(plan);
 }
 
+/// The sample's points, one by one.
+typedef struct Points {
+    double x[samplePoints], y[samplePoints], z[samplePoints];
+} Points;
+
+static Points pointsOf(const pistonfield_request* request) {
+    Points points;
+    double* const coordinates[3] = {points.x, points.y, points.z};
+    for (int n = 0; n < samplePoints; ++n) {
+        const int index[3] = {n % 7, n / 7 % 5, n / 35};
+        for (int i = 0; i < 3; ++i) {
+            const double* const row = request->transform + 4 * i;
+            coordinates[i][n] =
+                (row[0] * index[0] + row[1] * index[1] + row[2] * index[2] + row[3]) /
+                request->transform[15];
+        }
+    }
+    return points;
+}
+
+static pistonfield_request listRequest(const Points* points, double tolerance, int32_t of) {
+    pistonfield_request request = tolerantRequest(tolerance, of);
+    // Neither means anything beside a list.
+    memset(request.transform, 0xff, sizeof request.transform);
+    memset(request.sizes, 0xff, sizeof request.sizes);
+    request.x = points->x;
+    request.y = points->y;
+    request.z = points->z;
+    request.points = samplePoints;
+    return request;
+}
+
+static void takesAListOfPoints(void) {
+    pistonfield_request exact = sampleRequest(PISTONFIELD_CPU);
+    exact.order = 400;
+    pistonfield_plan* plan = planFor(&exact);
+    double expected[2 * samplePoints];
+    pistonfield_plan_compute_double(plan, &whole, expected, expected + 1, 2, NULL, NULL);
+    pistonfield_plan_destroy(plan);
+
+    const pistonfield_box all = {{0, 0, 0}, {samplePoints, 1, 1}};
+    const pistonfield_box part = {{11, 0, 0}, {50, 1, 1}};
+    const pistonfield_box beyond = {{1, 0, 0}, {samplePoints, 1, 1}};
+    double values[2 * samplePoints];
+    double again[2 * samplePoints];
+    for (int of = PISTONFIELD_LARGEST; of <= PISTONFIELD_LOCAL; ++of) {
+        Points points = pointsOf(&exact);
+        const pistonfield_request request = listRequest(&points, 1e-8, of);
+        plan = planFor(&request);
+        memset(&points, 0, sizeof points);  // the plan has its own
+        EXPECT_OUTCOME(
+            pistonfield_plan_compute_double(plan, &all, values, values + 1, 2, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        pistonfield_request sample = tolerantRequest(1e-8, of);
+        EXPECT(errorOf(&sample, values, expected) <= 1e-8);
+        EXPECT_OUTCOME(
+            pistonfield_plan_compute_double(plan, &part, again, again + 1, 2, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(again, values + 22, 100 * sizeof *again) == 0);
+        EXPECT(pistonfield_plan_compute_double(plan, &beyond, again, again + 1, 2, NULL, NULL) ==
+               PISTONFIELD_OUT_OF_RANGE);
+        pistonfield_accuracy accuracy;
+        pistonfield_cost cost;
+        EXPECT_OUTCOME(pistonfield_plan_accuracy(plan, &accuracy, &message), PISTONFIELD_SUCCESS,
+                       "");
+        EXPECT(accuracy.error <= accuracy.bound && accuracy.bound <= 1e-8);
+        EXPECT_OUTCOME(pistonfield_plan_cost(plan, &all, &cost, &message), PISTONFIELD_SUCCESS, "");
+        EXPECT(cost.evaluations > 4 * samplePoints);
+        pistonfield_plan_destroy(plan);
+    }
+}
+
+static void refusesListsThatThereAreNone(void) {
+    const pistonfield_request sample = sampleRequest(PISTONFIELD_CPU);
+    Points points = pointsOf(&sample);
+    const pistonfield_request good = listRequest(&points, 1e-4, PISTONFIELD_LARGEST);
+    pistonfield_plan* plan = NULL;
+    pistonfield_request request = good;
+    request.tolerance = 0;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "points: a list takes a tolerance");
+    const double** const arrays[3] = {&request.x, &request.y, &request.z};
+    for (int i = 0; i < 3; ++i) {
+        request = good;
+        *arrays[i] = NULL;
+        EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message),
+                       PISTONFIELD_INVALID_REQUEST, "points: none of x, y and z may be null");
+    }
+    static const int64_t none[] = {0, -1, INT64_MIN};
+    for (int i = 0; i < 3; ++i) {
+        request = good;
+        request.points = none[i];
+        EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message),
+                       PISTONFIELD_INVALID_REQUEST, "points: must be 1 or more");
+    }
+    request = good;
+    request.points = INT64_MAX;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "points: 9223372036854775807 positions have no place in memory");
+    request = good;
+    request.mode = PISTONFIELD_CUDADP;
+    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "tolerance: the modes that keep one are cpu and cpusp, not cudadp");
+    points.y[17] = NAN;
+    EXPECT_OUTCOME(pistonfield_plan_create(&good, &plan, &message), PISTONFIELD_INVALID_REQUEST,
+                   "points: every number must be finite");
+    points = pointsOf(&sample);
+    points.z[2] = -0.5;
+    EXPECT(pistonfield_plan_create(&good, &plan, &message) == PISTONFIELD_INVALID_REQUEST);
+    EXPECT(strncmp(message.text, "points: the point (", strlen("points: the point (")) == 0);
+    EXPECT(plan == NULL);
+    request = good;
+    request.behind = 1;
+    pistonfield_plan_destroy(planFor(&request));
+}
+
 static void refusesBoxesBeyondTheLattice(void) {
     static const pistonfield_box beyond[] = {
         {{-1, 0, 0}, {1, 1, 1}},
@@ -655,6 +809,7 @@ int main(void) {
     fillsTheDefaults();
     refusesStructsOfAnotherSize();
     takesTheRequestOfTheFirstInterface();
+    takesTheRequestOfTheSecondInterface();
     refusesWhatThereIsNoFieldFor();
     refusesNullPointers();
     hasTheBitsOfTheClasses();
@@ -665,6 +820,8 @@ int main(void) {
     tellsTheAccuracyOfAToleranceAlone();
     refusesTolerancesThatThereAreNone();
     computesBehindThePistonWhereThatIsAsked();
+    takesAListOfPoints();
+    refusesListsThatThereAreNone();
     refusesBoxesBeyondTheLattice();
     refusesStridesThatCannotBe();
     isWatchedAndStopped();

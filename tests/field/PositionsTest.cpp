@@ -152,7 +152,15 @@ TEST(Positions, ReachAsFarAsTheFarthestPoint) {
             farthest =
                 std::max(farthest, request.wave.wavenumber * std::hypot(at[0], at[1], at[2]));
         }
-        EXPECT_EQ(positions.reach(), farthest);
+        EXPECT_DOUBLE_EQ(positions.reach(), farthest);
+    }
+}
+
+TEST(Positions, OfAListReachBeyondAnyLimitWhereSquaresOverflow) {
+    Request request = listOf(3);
+    for (const double distance : {1e160, 1e300, -1e308}) {
+        request.points->y[1] = distance;
+        EXPECT_GT(Positions(request).reach(), 1e150);
     }
 }
 

@@ -150,6 +150,18 @@ TEST(Request, OfCoordinatesThatThePrecisionDoesNotHaveIsRefused) {
               "the mode cpu");
 }
 
+TEST(Request, OfAListIsOfMorePointsThanARowHasInSinglePrecision) {
+    constexpr std::int64_t count = (1 << 24) + 1;
+    EXPECT_EQ(refusal([](Request& r) {
+                  r.mode = Mode::cpusp;
+                  r.tolerance.emplace();
+                  const std::vector<double> ones(count, 1);
+                  r.points = pistonfield::PointList{ones, ones, ones};
+                  r.lattice.sizes = {count, 1, 1};
+              }),
+              "no failure");
+}
+
 TEST(Request, OfMoreBytesThan63BitsCountIsRefused) {
     const char* refusalOfBytes = "sizes: the field has more than 2^63 bytes";
     constexpr std::int64_t many = std::int64_t{1} << 53;

@@ -189,6 +189,107 @@ TEST_F(InternalGatewayTest, NamesWhatIsWrongWithATolerance) {
     }
 }
 
+/// A list of eight points, one of them behind the piston, in a column, a row and a cube.
+struct SmallList {
+    pistonfield::PointList points{{0.1, 0.2, 0.3, 0.4, 0.5, 0.6, 0.7, 0.8},
+                                  {0, -1, 0, 1, 2, 0, 0, 3},
+                                  {1, 2, 3, -4, 5, 0, 7, 8}};
+    const host::Array* x = doubles(points.x, {8, 1});
+    const host::Array* y = doubles(points.y, {1, 8});
+    const host::Array* z = doubles(points.z, {2, 2, 2});
+
+    pistonfield::Request request(double tolerance, pistonfield::Tolerance::Of of,
+                                 const std::string& mode) const {
+        pistonfield::Request request = smallRequestWithin(tolerance, of, mode);
+        request.points = points;
+        request.lattice.sizes = {8, 1, 1};
+        return request;
+    }
+
+    /// What asks about it, but for what comes after the tolerance.
+    std::vector<const host::Array*> question(const std::string& name, double tolerance,
+                                             const std::string& relative,
+                                             const std::string& mode) const {
+        std::vector<const host::Array*> arguments = questionWithin(tolerance, relative, mode);
+        arguments.resize(9);
+        arguments.erase(arguments.begin(), arguments.begin() + 3);
+        arguments.insert(arguments.begin(), {text(name), x, y, z});
+        return arguments;
+    }
+
+    std::vector<const host::Array*> field(double tolerance, const std::string& relative,
+                                          const std::string& mode) const {
+        auto arguments = question("field_within_of_list", tolerance, relative, mode);
+        arguments.insert(arguments.end(), {triple({2, 0, 0}), triple({5, 1, 1}), number(2)});
+        return arguments;
+    }
+
+    std::vector<const host::Array*> accuracy(double tolerance, const std::string& relative,
+                                             const std::string& mode) const {
+        auto arguments = question("accuracy_of_list", tolerance, relative, mode);
+        arguments.push_back(number(2));
+        return arguments;
+    }
+};
+
+TEST_F(InternalGatewayTest, AnswersWithTheFieldAtAListOfPoints) {
+    using Of = pistonfield::Tolerance::Of;
+    const SmallList list;
+    for (const std::string mode : {"cpu", "cpusp"})
+        for (const auto& [relative, of] :
+             {std::pair{"largest", Of::largest}, {"local", Of::local}}) {
+            const pistonfield::Plan plan(list.request(1e-3, of, mode));
+            Field wanted(5);
+            plan.compute({{2, 0, 0}, {5, 1, 1}}, wanted.data());
+            host::Array* const output = answerTo(list.field(1e-3, relative, mode));
+            EXPECT_EQ(substitute::valuesOf(output), wanted) << mode << ' ' << relative;
+            EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 1}));
+
+            const pistonfield::Accuracy accuracy = plan.accuracy().value();
+            const double* const values =
+                host::realData(answerTo(list.accuracy(1e-3, relative, mode)));
+            EXPECT_EQ(std::vector<double>(values, values + 3),
+                      (std::vector<double>{accuracy.bound, accuracy.error, accuracy.evaluations}));
+        }
+}
+
+TEST_F(InternalGatewayTest, NamesWhatIsWrongWithAListOfPoints) {
+    const SmallList list;
+    for (const auto asked : {&SmallList::field, &SmallList::accuracy}) {
+        const auto good = (list.*asked)(1e-3, "local", "cpu");
+        EXPECT_EQ(refusalOf(good), "none");
+        const auto with = [&good](std::size_t position, const host::Array* value) {
+            auto arguments = good;
+            arguments[position] = value;
+            return refusalOf(arguments);
+        };
+        for (std::size_t i = 1; i < 4; ++i) {
+            for (const host::Array* wrong :
+                 {substitute::arrayOf("single", {8, 1}), substitute::sparseOf("double", {8, 1}),
+                  substitute::complexOf(std::vector<double>(8, 1), {8, 1}), text("12345678")})
+                EXPECT_EQ(with(i, wrong),
+                          refusal("points", "points: must be full, real and of class double"));
+            EXPECT_EQ(with(i, doubles({1, 2, 3}, {3, 1})),
+                      refusal("points", "points: the three arrays must be of the same length"));
+            EXPECT_EQ(with(i, doubles({1, 2, 3, 4, 5, 6, 7, NAN}, {8, 1})),
+                      refusal("points", "points: every number must be finite"));
+        }
+        EXPECT_EQ(
+            with(7, text("cuda")),
+            refusal("tolerance", "tolerance: the modes that keep one are cpu and cpusp, not cuda"));
+        const host::Array* const none = doubles({}, {0, 1});
+        auto arguments = good;
+        arguments[1] = arguments[2] = arguments[3] = none;
+        EXPECT_EQ(refusalOf(arguments), refusal("sizes", "sizes: each must be 1 or more"));
+        arguments = good;
+        arguments.pop_back();
+        EXPECT_THAT(refusalOf(arguments), testing::StartsWith(refusal("arguments", "")));
+    }
+    auto arguments = list.field(1e-3, "local", "cpu");
+    arguments[11] = triple({7, 1, 1});
+    EXPECT_THAT(refusalOf(arguments), testing::StartsWith(refusal("box", "")));
+}
+
 TEST_F(InternalGatewayTest, AnswersBehindThePistonByTheMirroredPoint) {
     std::vector<const host::Array*> arguments = questionWithin(1e-6, "largest", "cpu");
     arguments[2] = arguments[10] = triple({1, 1, 1});

@@ -18,10 +18,10 @@ end
 
 % Starts a field of minutes, waits until it shows progress, and interrupts it: the time that the
 % process then takes to end [s]. An interrupt ends it with an exit status, a crash would by a signal.
-function seconds = time_to_end(options, grid)
+function seconds = time_to_end(options, points)
   [process, output] = start_octave(sprintf([ ...
-    'pistonfield_pressure(struct(''width'', 7.5e-3, ''height'', 5e-3), pistonfield_grid(%s), ', ...
-    '''frequency'', 1e6, %s, ''progress'', ''text'');'], grid, options));
+    'pistonfield_pressure(struct(''width'', 7.5e-3, ''height'', 5e-3), %s, ', ...
+    '''frequency'', 1e6, %s, ''progress'', ''text'');'], points, options));
   shown = wait_for(output, ' s left');
   start = tic();
   kill(process, SIG().INT);
@@ -52,10 +52,10 @@ function shown = wait_for(output, text)
 end
 
 % A busy machine may hold up one of them.
-function ends_on_interrupt(options, grid)
+function ends_on_interrupt(options, points)
   seconds = Inf;
   for attempt = 1:3
-    seconds = min(seconds, time_to_end(options, grid));
+    seconds = min(seconds, time_to_end(options, points));
     if seconds <= 2
       break
     end
@@ -65,9 +65,11 @@ function ends_on_interrupt(options, grid)
 end
 
 warning('off', 'pistonfield:rounding');
-volume = '(1:430) * 1e-4, (1:430) * 1e-4, (1:430) * 1e-4';
-turned = '[0 0 0.06], 1e-4 * [0.8 0 0.6; 0.48 0.6 -0.64; -0.36 0.8 0.48]'', [400 400 300]';
-line = '0, 0, (1:1.6e7) * 1e-8';
+volume = 'pistonfield_grid((1:430) * 1e-4, (1:430) * 1e-4, (1:430) * 1e-4)';
+turned = ['pistonfield_grid([0 0 0.06], 1e-4 * [0.8 0 0.6; 0.48 0.6 -0.64; -0.36 0.8 0.48]'', ', ...
+          '[400 400 300])'];
+line = 'pistonfield_grid(0, 0, (1:1.6e7) * 1e-8)';
+list = '[rand(8e6, 2) * 1e-2, rand(8e6, 1) * 1e-3]';
 in_mode = @(mode) sprintf('''mode'', ''%s'', ''order'', 200', mode);
 in_precision = @(name) sprintf('''precision'', ''%s'', ''tolerance'', 2e-5', name);
 for way = {{'mode', 'cpu'}, {'mode', 'cpusp'}, {'mode', 'cuda'}, {'mode', 'cudadp'}, ...
@@ -93,5 +95,7 @@ for precision = {'double', 'single'}
   it(sprintf('the tolerance engine ends on Ctrl-C in %s precision', precision{1}), ...
      @() ends_on_interrupt(in_precision(precision{1}), volume));
 end
+it('it ends on Ctrl-C at a list of points', ...
+   @() ends_on_interrupt('''tolerance'', 1e-12, ''threads'', 1', list));
 
 finish();

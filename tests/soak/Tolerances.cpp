@@ -3,7 +3,8 @@
 
 // The errors of fields that keep a tolerance, against converged pressures: at random points of
 // every region about pistons of every kind, in both precisions and on every instruction set; and of
-// random requests for lattices, with what their plans say of themselves.
+// random requests for lattices and for lists of their points in no order, with what their plans say
+// of themselves.
 //
 // Usage: tolerances POINTS
 //     and a request for every 100 points
@@ -20,10 +21,12 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <numeric>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "CountArgument.h"
@@ -34,7 +37,6 @@
 
 namespace {
 
-using pistonfield::InvalidRequest;
 using pistonfield::Mode;
 using pistonfield::Plan;
 using pistonfield::Request;
@@ -273,6 +275,30 @@ using Decades = std::map<std::pair<Mode, int>, Decade>;
 /// The first points of the lattice, the last ones, and some between.
 constexpr int samples = 6;
 
+/// Numbers from 0 on: in their order, or in none.
+std::vector<std::size_t> numbersBelow(std::size_t count, bool inOrder, Random& random) {
+    std::vector<std::size_t> numbers(count);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    if (inOrder) return numbers;
+    for (std::size_t left = count; left > 1; --left)
+        std::swap(numbers[left - 1], numbers[random.below(left)]);
+    return numbers;
+}
+
+/// The request for a list of a lattice's points.
+Request listOf(const FieldCase& field, const std::vector<std::size_t>& points) {
+    Request request = field.request;
+    pistonfield::PointList& list = request.points.emplace();
+    for (const std::size_t point : points) {
+        const reference::Point at = field.position(static_cast<std::int64_t>(point));
+        list.x.push_back(at.x);
+        list.y.push_back(at.y);
+        list.z.push_back(at.z);
+    }
+    request.lattice = {.transform = {}, .sizes = {static_cast<std::int64_t>(points.size()), 1, 1}};
+    return request;
+}
+
 void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     Random random(seed);
     const FieldCase field = random.below(2) == 0 ? drawLattice(random) : drawAlignedLattice(random);
@@ -280,8 +306,12 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
     const bool single = mode == Mode::cpusp;
     const double drawn = random.magnitude(single ? -5 : -12, -2);
     const Of of = random.below(2) == 0 ? Of::largest : Of::local;
+    const bool isLattice = random.below(3) > 0;
+    const std::vector<std::size_t> points = numbersBelow(
+        static_cast<std::size_t>(field.request.lattice.box().points()), isLattice, random);
+    const Request request = isLattice ? field.request : listOf(field, points);
     int refusals = 0;
-    const Plan plan = takenPlan(withTolerance(field.request, mode, {drawn, of}), &refusals);
+    const Plan plan = takenPlan(withTolerance(request, mode, {drawn, of}), &refusals);
     const double value = plan.request().tolerance->value;
     const auto accuracy = plan.accuracy();
     const Values values = computed(plan);
@@ -298,13 +328,14 @@ void measureRequest(unsigned seed, Decades& decades, std::mutex& guard) {
         one.measured.add(accuracy->error / accuracy->bound, words);
     }
     for (int i = 0; i < samples; ++i) {
-        const std::size_t point = random.below(values.size());
-        const ExpectedPressure expected = field.expected(static_cast<std::int64_t>(point));
-        const double error = expected.errorOf(values[point]);
+        const std::size_t number = random.below(values.size());
+        const auto point = static_cast<std::int64_t>(points[number]);
+        const ExpectedPressure expected = field.expected(point);
+        const double error = expected.errorOf(values[number]);
         const double scale = of == Of::local ? expected.local : largest;
         const auto where = [&] {
-            return describe(plan.request(), field.position(static_cast<std::int64_t>(point)),
-                            error);
+            return describe(plan.request(), field.position(point), error) +
+                   (isLattice ? "" : ", in a list");
         };
         one.error.add(error / (value * scale), where);
         one.errorOfBound.add(error / (accuracy ? accuracy->bound * scale : 0), where);
