@@ -108,16 +108,29 @@ pistonfield_status statusWithoutMemory(const pistonfield_request& request, int n
     return status;
 }
 
+void expectEveryAllocationToBeTold(const pistonfield_request& request) {
+    int nth = 1;
+    while (statusWithoutMemory(request, nth) == PISTONFIELD_OUT_OF_MEMORY) ++nth;
+    EXPECT_EQ(statusWithoutMemory(request, nth), PISTONFIELD_SUCCESS);
+    EXPECT_GT(nth, 3);
+}
+
 TEST(CInterface, TellsOfEveryAllocationThatFindsNoMemory) {
     for (const std::int32_t mode : {PISTONFIELD_CPU, PISTONFIELD_CPUSP})
         for (const double tolerance : {0.0, 1e-3}) {
             pistonfield_request request = sampleRequest(mode);
             request.tolerance = tolerance;
-            int nth = 1;
-            while (statusWithoutMemory(request, nth) == PISTONFIELD_OUT_OF_MEMORY) ++nth;
-            EXPECT_EQ(statusWithoutMemory(request, nth), PISTONFIELD_SUCCESS);
-            EXPECT_GT(nth, 3);
+            expectEveryAllocationToBeTold(request);
         }
+}
+
+TEST(CInterface, TellsOfEveryAllocationForAListThatFindsNoMemory) {
+    const std::array positions{0.1, 0.2, 0.3};
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    request.tolerance = 1e-3;
+    request.x = request.y = request.z = positions.data();
+    request.points = positions.size();
+    expectEveryAllocationToBeTold(request);
 }
 
 /// What comes of measuring a plan's accuracy when the allocations from number `nth` on find no
