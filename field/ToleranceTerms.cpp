@@ -197,7 +197,7 @@ ErrorLimit ToleranceTerms::limitOf(double share) const {
 }
 
 double ToleranceTerms::roundingOf(bool inSingle) const {
-    const double perRadian = theFace.besideFormula() == Formula::lines ? 0.75 : 0.15;
+    const double perRadian = theFace.besideFormula() == Formula::lines ? 0.3 : 0.15;
     const double integrals =
         unitRoundoff(inSingle) * (32 + perRadian * theFace.k * (theFace.halfX + theFace.halfY));
     const double phase = 4 * unitRoundoff(false);

@@ -14,6 +14,19 @@ namespace {
 
 using lanes::Pack;
 
+/// The distance Q that phases are relative to: z; beside the face that of its centre; beside a thin
+/// one that of the line along its middle.
+template <class D>
+D referenceOf(const Face& face, Formula formula, D x, D y, D z) {
+    if (formula == Formula::edges) return z;
+    if (formula == Formula::lines) {
+        const bool alongX = face.halfX > face.halfY;
+        const D beyond = (alongX ? x : y) - (alongX ? face.halfX : face.halfY);
+        (alongX ? x : y) = largest(beyond, D{});
+    }
+    return lanes::squareRoot(x * x + y * y + z * z);
+}
+
 /// The numbers of a group's points.
 template <class T>
 void findNumbers(const Face& face, Formula formula, const GroupPoints& points,
@@ -29,8 +42,7 @@ void findNumbers(const Face& face, Formula formula, const GroupPoints& points,
         std::memcpy(&x, points.x + first, sizeof x);
         std::memcpy(&y, points.y + first, sizeof y);
         std::memcpy(&z, points.z + first, sizeof z);
-        const D reference =
-            formula == Formula::edges ? z : lanes::squareRoot(x * x + y * y + z * z);
+        const D reference = referenceOf(face, formula, x, y, z);
         const auto angle = lanes::reduceAngle(reference * -face.k);
         const auto [sine, cosine] = lanes::sinCos(angle);
         const double unit = face.k / 2;

@@ -17,7 +17,7 @@ struct GroupNumbers {
     alignas(64) T nearX[groupSize];  ///< half the side along x, less x
     alignas(64) T nearY[groupSize];
     alignas(64) T zz[groupSize];         ///< z^2
-    alignas(64) T reference[groupSize];  ///< z, or the distance Q of the face's centre
+    alignas(64) T reference[groupSize];  ///< Q; see `referenceOf`
     alignas(64) T cosine[groupSize];     ///< of k times the reference
     alignas(64) T sine[groupSize];
 };

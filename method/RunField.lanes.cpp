@@ -41,10 +41,8 @@ RowPack<V> rowsOf(const Rows& rows, int first, const Sides& sides) {
     }
     V loaded[4];
     std::memcpy(loaded, numbers, sizeof numbers);
-    const V tiny = broadcast<V>(tinySquare<T>);
-    return {{loaded[0], loaded[1]},
-            {multiplyAdd(loaded[0], loaded[0], tiny), multiplyAdd(loaded[1], loaded[1], tiny)},
-            {loaded[2], loaded[3]}};
+    return {
+        {loaded[0], loaded[1]}, {squareOf(loaded[0]), squareOf(loaded[1])}, {loaded[2], loaded[3]}};
 }
 
 /// The sum of the offsets times the integrals along the edges at the middle.
@@ -56,7 +54,8 @@ Complex<V> atMiddle(const Nodes<T>* rules, const Sides& sides, const Run<T>& run
     const double middle = run.middle < 0 ? -run.middle : run.middle;
     Complex<V> sum{};
     for (int i = 0; i < 2; ++i) {
-        const Line<V> line{broadcast<V>(middle * unit),
+        const Line<V> line{V{},
+                           broadcast<V>(-middle * unit),
                            broadcast<V>((sides.along - middle) * unit),
                            rows.offsets[i],
                            rows.squares[i],
@@ -81,7 +80,7 @@ void derivatives(const Sides& sides, const Run<T>& run, const RowPack<V>& rows, 
         const V behind = broadcast<V>((sides.along + x) * unit);
         Complex<V> sum{};
         for (int i = 0; i < 2; ++i) {
-            const Line<V> line{V{}, V{}, rows.offsets[i], rows.squares[i], V{}, T{}};
+            const Line<V> line{V{}, V{}, V{}, rows.offsets[i], rows.squares[i], V{}, T{}};
             const V weight = rows.offsets[i] * half;
             addNode<Formula::edges>(sum, line, rows.heights, behind, weight);
             addNode<Formula::edges>(sum, line, rows.heights, ahead, -weight);

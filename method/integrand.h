@@ -32,15 +32,20 @@ template <class V>
     return lanes::select(a > b, a, b);
 }
 
-/// A line along the face, an edge or another one, as the points of a pack see it. X runs along it
-/// from -half to half; t = X - x is the distance from the foot.
+/// A line along the face, an edge or another one, as the points of a pack see it. Nodes are counted
+/// along it from a place of the formula's own:
+///
+/// edges        the point's foot
+/// edgesBeside  the line's middle
+/// lines        the line's point next to the foot: the foot itself, or an end
 template <class V>
 struct Line {
-    V x;                     ///< of the foot
-    V end;                   ///< half - x, with all its digits
+    V foot;                  ///< where the foot is
+    V middle;                ///< where the line's middle is
+    V end;                   ///< where its end is, with all its digits
     V offset;                ///< e, of the line from the foot
     V square;                ///< e^2
-    V rest;                  ///< b*(b - 2y) of the line at b: what R^2 - Q^2 has beside X*(X - 2x)
+    V rest;                  ///< what R^2 - Q^2 has beside s*(s - 2*foot) at the node s
     lanes::Element<V> half;  ///< half its length
 };
 
@@ -48,13 +53,8 @@ struct Line {
 template <class V>
 struct Heights {
     V zz;         ///< z^2
-    V reference;  ///< z, or the distance Q of the face's centre
+    V reference;  ///< Q: z; the distance of the face's centre; that of its middle line
 };
-
-/// The coordinate along a line that nodes have: t where R - z = D/(R + z), X where R^2 - Q^2 takes
-/// the place of D.
-template <Formula formula>
-inline constexpr bool isFromFoot = formula == Formula::edges;
 
 /// A number in every lane, as it is read from memory: unlike with `broadcast` -0 stays.
 template <class V>
@@ -70,13 +70,13 @@ template <class V>
 template <Formula formula, class V>
 [[gnu::always_inline]] __device__ inline void addNode(Complex<V>& sum, const Line<V>& line,
                                                       const Heights<V>& at, V node, V weight) {
-    const V t = isFromFoot<formula> ? node : node - line.x;
+    const V t = formula == Formula::edges ? node : node - line.foot;
     const V D = lanes::multiplyAdd(t, t, line.square);
     const V R = lanes::nearSquareRoot(D + at.zz);
     const V total = R + at.reference;
     if constexpr (formula == Formula::lines) {
         const V both = lanes::nearReciprocal(total * R);
-        const V v = lanes::multiplyAdd(node, node - 2 * line.x, line.rest) * R * both;
+        const V v = lanes::multiplyAdd(node, node - 2 * line.foot, line.rest) * R * both;
         const auto [s, c] = lanes::sinCosUpToSign(v);
         const V factor = weight * (total * both);
         const V twice = (s + s) * factor;
@@ -86,7 +86,7 @@ template <Formula formula, class V>
         const V both = lanes::nearReciprocal(total * D);
         const V v = formula == Formula::edges
                         ? D * D * both
-                        : lanes::multiplyAdd(node, node - 2 * line.x, line.rest) * D * both;
+                        : lanes::multiplyAdd(node, node - 2 * line.foot, line.rest) * D * both;
         const auto [s, c] = lanes::sinCosUpToSign(v);
         const V factor = s * (weight * (total * both));
         sum.re = lanes::multiplyAdd(c, factor, sum.re);

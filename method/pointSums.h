@@ -31,27 +31,25 @@ __device__ Complex<V> gradedIntegral(const Nodes<lanes::Element<V>>* rules, cons
                                      const Line<V>& line, const Heights<V>& at) {
     using T = lanes::Element<V>;
     Complex<V> sum{};
-    const V foot = isFromFoot<formula> ? V{} : line.x;
-    const V begin = isFromFoot<formula> ? -line.x - line.half : lanes::broadcast<V>(-line.half);
-    const V end = isFromFoot<formula> ? line.end : lanes::broadcast<V>(line.half);
+    const V begin = line.middle - line.half;
     const auto add = [&](int rung, V from, V to) {
-        from = largest(least(from, end), begin);
-        to = largest(least(to, end), begin);
+        from = largest(least(from, line.end), begin);
+        to = largest(least(to, line.end), begin);
         if (!lanes::any(from < to)) return;
         const Complex<V> part =
             integral<formula>(rules[rung], line, at, (from + to) * T(0.5), (to - from) * T(0.5));
         sum.re += part.re;
         sum.im += part.im;
     };
-    V reach = line.x + line.half;
+    V reach = line.foot - begin;
     for (int i = 0; i < panels.gradings; ++i) {
         const int rung = panels.outer[i];
         const V next = reach * T(0.25);
-        add(rung, foot - reach, foot - next);
-        add(rung, foot + next, foot + reach);
+        add(rung, line.foot - reach, line.foot - next);
+        add(rung, line.foot + next, line.foot + reach);
         reach = next;
     }
-    add(panels.inner, foot - reach, foot + reach);
+    add(panels.inner, line.foot - reach, line.foot + reach);
     return sum;
 }
 
@@ -60,7 +58,7 @@ template <Formula formula, class V>
     const Nodes<lanes::Element<V>>* rules, const Panels& panels, const Line<V>& line,
     const Heights<V>& at) {
     if (panels.gradings > 0) return gradedIntegral<formula>(rules, panels, line, at);
-    return integral<formula>(rules[panels.inner], line, at, isFromFoot<formula> ? -line.x : V{},
+    return integral<formula>(rules[panels.inner], line, at, line.middle,
                              lanes::broadcast<V>(line.half));
 }
 
@@ -76,13 +74,31 @@ struct Points {
 template <class T>
 inline constexpr auto inversePi = static_cast<T>(0x1.45f306dc9c883p-2);
 
-/// The line at b in the direction y, at the offset e from the points, whose end is at `end`.
 template <class V>
-__device__ Line<V> lineOf(V x, V end, V y, V e, lanes::Element<V> b, lanes::Element<V> half) {
-    return {x,
-            end,
+__device__ V squareOf(V e) {
+    return lanes::multiplyAdd(e, e, lanes::broadcast<V>(tinySquare<lanes::Element<V>>));
+}
+
+/// The edge at b in the direction y, at the offset e from the points, whose end is `end` ahead of
+/// the foot at x.
+template <Formula formula, class V>
+__device__ Line<V> edgeOf(V x, V end, V y, V e, lanes::Element<V> b, lanes::Element<V> half) {
+    if constexpr (formula == Formula::edges)
+        return {V{}, -x, end, e, squareOf(e), V{}, half};
+    else
+        return {x, V{}, lanes::broadcast<V>(half), e, squareOf(e), b * (b - 2 * y), half};
+}
+
+/// The line at b in the direction y.
+template <class V>
+__device__ Line<V> lineOf(V x, V end, V y, lanes::Element<V> b, lanes::Element<V> half) {
+    const V e = b - y;
+    const V beyond = largest(-end, V{});
+    return {beyond,
+            -least(x, lanes::broadcast<V>(half)),
+            largest(end, V{}),
             e,
-            lanes::multiplyAdd(e, e, lanes::broadcast<V>(tinySquare<lanes::Element<V>>)),
+            squareOf(e),
             b * (b - 2 * y),
             half};
 }
@@ -100,10 +116,11 @@ __device__ Complex<V> sumOfEdges(const Nodes<lanes::Element<V>>* rules,
         sum.re = lanes::multiplyAdd(part.re, line.offset, sum.re);
         sum.im = lanes::multiplyAdd(part.im, line.offset, sum.im);
     };
-    add(0, lineOf(points.x, points.nearX, points.y, points.nearY, hy, hx));
-    add(1, lineOf(points.x, points.nearX, points.y, points.y + hy, -hy, hx));
-    add(2, lineOf(points.y, points.nearY, points.x, points.nearX, hx, hy));
-    add(3, lineOf(points.y, points.nearY, points.x, points.x + hx, -hx, hy));
+    const auto& [x, y, nearX, nearY, heights, phase] = points;
+    add(0, edgeOf<formula>(x, nearX, y, nearY, hy, hx));
+    add(1, edgeOf<formula>(x, nearX, y, y + hy, -hy, hx));
+    add(2, edgeOf<formula>(y, nearY, x, nearX, hx, hy));
+    add(3, edgeOf<formula>(y, nearY, x, x + hx, -hx, hy));
     constexpr auto scale = inversePi<lanes::Element<V>>;
     return {sum.re * scale, sum.im * scale};
 }
@@ -120,13 +137,13 @@ __device__ Complex<V> sumOfLines(const Nodes<lanes::Element<V>>* rules,
     const T halfAcross = alongX ? sides.y : sides.x;
     const V along = alongX ? points.x : points.y;
     const V across = alongX ? points.y : points.x;
+    const V end = alongX ? points.nearX : points.nearY;
     const Nodes<T> rule = rules[orders.across];
     Complex<V> sum{};
     for (int i = 0; i < rule.count; ++i) {
         const T b = halfAcross * rule.abscissas[i];
         const Complex<V> part = lineIntegral<Formula::lines>(
-            rules, orders.edges[0], lineOf(along, half - along, across, b - across, b, half),
-            points.heights);
+            rules, orders.edges[0], lineOf(along, end, across, b, half), points.heights);
         sum.re = lanes::multiplyAdd(part.re, lanes::broadcast<V>(rule.weights[i]), sum.re);
         sum.im = lanes::multiplyAdd(part.im, lanes::broadcast<V>(rule.weights[i]), sum.im);
     }

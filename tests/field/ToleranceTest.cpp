@@ -150,7 +150,7 @@ TEST_P(ToleranceOnEverySet, OfAHundredThousandthIsKeptInSingle) {
             takenPlan(withTolerance(scene.field.request, inSingle(), {1e-7, Of::local}));
         // Lines on a thin face add up phases of its whole length.
         const bool isThin = scene.name.find("thin") != std::string::npos;
-        EXPECT_LE(plan.request().tolerance->value, isThin ? 6e-5 : 3e-5) << scene.name;
+        EXPECT_LE(plan.request().tolerance->value, isThin ? 4e-5 : 3e-5) << scene.name;
         const auto values = computed(plan);
         for (std::size_t i = 0; i < values.size(); ++i)
             EXPECT_LE(scene.expected[i].errorOf(values[i]), 1e-5 * scene.expected[i].amplitude)

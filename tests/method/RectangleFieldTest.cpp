@@ -121,6 +121,33 @@ TYPED_TEST(RectangleFieldTest, KeepsAToleranceOfAGroupAllAroundTheFace) {
     this->expectKept(random, face, points);
 }
 
+// The integrand is largest next to the foot, which may be anywhere along a face that is longer than
+// all phases have digits.
+TYPED_TEST(RectangleFieldTest, KeepsDigitsBesideThinFaces) {
+    Random random(seed);
+    for (int i = 0; i < 60; ++i) {
+        const double length = random.magnitude(0, 2.3);
+        const double width = length / random.magnitude(1.4, 5);
+        const Face face = i % 2 == 0 ? Face{length, width} : Face{width, length};
+        const double along = length * (i % 3 == 0 ? random.magnitude(-1, 1) : random.between(0, 1));
+        const double across = width * Face::besideHalfSides * random.magnitude(0.01, 1.5);
+        const double z = i % 3 == 0 ? 0 : width * random.magnitude(-1, 3);
+        const Position at = i % 2 == 0 ? Position{along, across, z} : Position{across, along, z};
+        const GroupPoints points = edge_integrals::groupAlong(at, {0, 0, 0});
+        const double amplitude = edge_integrals::leastAmplitude(face, points);
+        const double tolerance = this->isDouble ? 1e-13 : 1e-7;
+        GroupValues<TypeParam> values;
+        RectangleField<TypeParam>(face).compute(points, {tolerance * amplitude}, values);
+        const double rounding =
+            std::numeric_limits<TypeParam>::epsilon() / 2.0 * (32 + 0.3 * (length + width));
+        const double phase = std::numeric_limits<double>::epsilon() * 2 * points.place.reach;
+        EXPECT_LE(edge_integrals::largestError(face, points, values),
+                  (tolerance + rounding + phase) * amplitude)
+            << "half sides " << face.halfX << ", " << face.halfY << ", at " << at.x << ", " << at.y
+            << ", " << at.z;
+    }
+}
+
 TYPED_TEST(RectangleFieldTest, HasItsValueOnEdgesAndCorners) {
     Random random(seed);
     const Face face{3, 5};

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <complex>
 #include <cstddef>
@@ -111,6 +112,10 @@ std::string describe(const Request& request, const reference::Point& p, double e
     return text.str();
 }
 
+/// Lines of points that no tolerance of the largest magnitude is taken for in single precision, by
+/// the instruction sets.
+std::atomic<int> linesRefused{0};
+
 /// A line of points about a piston.
 struct Scene {
     std::size_t row;
@@ -166,11 +171,23 @@ struct Scene {
         measureLocal(inDouble(tolerance, Of::local), row[doubleLocal]);
         measureLargest(inDouble(tolerance, Of::largest), row[doubleLargest]);
         measureLocal(inDouble(0, Of::local), row[doubleTightest]);
+        // Where |p| is next to nothing at all points single precision keeps no tolerance of it.
+        const auto ofLargestInSingle = [&]() -> std::optional<Plan> {
+            try {
+                return inSingle(Of::largest);
+            } catch (const InvalidRequest& refusal) {
+                if (refusal.field() != "tolerance") throw;
+                return std::nullopt;
+            }
+        };
         const Plan single = inSingle(Of::local);
         measureLocal(single, row[singleLocal]);
         measure(single, row[singleAmplitude],
                 [](const ExpectedPressure& e) { return 1e-5 * e.amplitude; });
-        measureLargest(inSingle(Of::largest), row[singleLargest]);
+        if (const auto plan = ofLargestInSingle())
+            measureLargest(*plan, row[singleLargest]);
+        else
+            ++linesRefused;
         return row;
     }
 };
@@ -256,6 +273,7 @@ bool measureRegions(int points) {
     std::cout << "largest errors relative to what they may be, at " << lines * pointsOfALine
               << " points\n";
     const bool bounded = report(table);
+    std::cout << linesRefused << " lines refused in single precision, of all sets\n";
     return failures.report() && bounded;
 }
 
