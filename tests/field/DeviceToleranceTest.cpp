@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <complex>
 #include <memory>
 #include <numbers>
@@ -132,7 +133,8 @@ TYPED_TEST(DeviceTolerance, HasTheCpusBitsWhereGroupsAreCutIntoParts) {
         request.wave.wavenumber = 2 * std::numbers::pi;
         auto& m = request.lattice.transform;
         m = {0, 0, 0, -100, 0, 0, 0, -100, 0, 0, 0, 1e-3, 0, 0, 0, 1};
-        for (const std::size_t at : {0, 1, 4, 5, 8, 9}) m.at(at) = random.magnitude(-1, 1.5);
+        for (const std::size_t at : std::array<std::size_t, 6>{0, 1, 4, 5, 8, 9})
+            m.at(at) = random.magnitude(-1, 1.5);
         request.lattice.sizes = {19, 13, 1};
         this->expectCpusBits(request, std::to_string(i));
     }
