@@ -38,6 +38,7 @@
 
 namespace {
 
+using pistonfield::InvalidRequest;
 using pistonfield::Mode;
 using pistonfield::Plan;
 using pistonfield::Request;
