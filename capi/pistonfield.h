@@ -140,7 +140,9 @@ typedef struct pistonfield_box {
 
 /// What a box takes in the precision of the mode. In the other one it takes up to 16 MB more.
 typedef struct pistonfield_cost {
-    double evaluations;     ///< of the integrand, at least; up to twice as many before the face
+    double evaluations;     ///< of the integrand; with an order at least, up to twice as
+                            ///< many before the face, with a tolerance about so many for
+                            ///< a box that makes up a large part of all points
     int64_t memory;         ///< bytes of the process's memory, beside the caller's
     int64_t device_memory;  ///< bytes on the device
 } pistonfield_cost;

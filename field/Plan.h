@@ -59,7 +59,9 @@ class DeviceFailure : public std::runtime_error {
 
 /// What a box takes.
 struct Cost {
-    double evaluations;         ///< of the integrand, at least; up to twice as many before the face
+    double evaluations;         ///< of the integrand; with an order at least, up to twice as
+                                ///< many before the face, with a tolerance about so many for
+                                ///< a box that makes up a large part of all points
     std::int64_t memory;        ///< bytes of this process's memory, beside the caller's
     std::int64_t deviceMemory;  ///< bytes on the device
 };

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 namespace pistonfield {
 
@@ -38,7 +39,7 @@ template <class T>
 RunRule<T> RunRules<T>::rule(int nodes) const {
     Numbers& numbers = rules[static_cast<std::size_t>(nodes / 2 - 1)];
     std::call_once(numbers.made, [&] {
-        numbers.abscissas = chebyshevPoints(nodes);
+        std::vector<T> weights;       // another call begins anew where memory was not found
         std::vector<double> cosines;  // of multiples of pi/(2n)
         for (int i = 0; i < 4 * nodes; ++i)
             cosines.push_back(std::cos(std::numbers::pi * i / (2 * nodes)));
@@ -52,9 +53,11 @@ RunRule<T> RunRules<T>::rule(int nodes) const {
                 for (int m = 1; m < nodes; ++m)
                     sum += cosines[static_cast<std::size_t>(m * (2 * j + 1) % (4 * nodes))] *
                            integrals[static_cast<std::size_t>(m)];
-                numbers.integrals.push_back(static_cast<T>(2 * sum / nodes));
+                weights.push_back(static_cast<T>(2 * sum / nodes));
             }
         }
+        numbers.abscissas = chebyshevPoints(nodes);
+        numbers.integrals = std::move(weights);
     });
     return {numbers.abscissas.data(), numbers.integrals.data(), nodes};
 }
