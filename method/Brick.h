@@ -10,7 +10,7 @@ namespace pistonfield {
 /// Evenly spaced coordinates.
 struct Ticks {
     double first;
-    double step;  ///< above 0 where there are several
+    double step;  ///< 0 or more
     int count;
 
     double at(int i) const { return first + step * i; }

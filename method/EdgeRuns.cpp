@@ -14,6 +14,10 @@ namespace {
 /// Runs of fewer points take more nodes than each of their points alone.
 constexpr int fewestPoints = 4;
 
+/// Points that are nearer to each other, times the wavenumber, as in a lattice whose points are all
+/// the same, have no runs: quotients by the length of one overflow in single precision.
+constexpr double leastStep = 1e-20;
+
 /// What a node's share in a point's sum takes, in evaluations of the integrand.
 constexpr double evaluationsOfProduct = 0.08;
 
@@ -36,6 +40,7 @@ EdgeRuns<T>::EdgeRuns(const Face& face, const Orders& orders, const Rules<T>& ru
       alongX(alongX),
       sides{alongX ? face.halfX : face.halfY, alongX ? face.halfY : face.halfX, face.k},
       longest(longest) {
+    if (step * face.k < leastStep) return;
     for (int points = longest; points >= fewestPoints; points = (points + 1) / 2)
         levels.emplace_back(points, step, face.k);
 }
