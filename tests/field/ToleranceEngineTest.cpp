@@ -230,6 +230,19 @@ TYPED_TEST(ToleranceTest, HasTheValueOfAPointAloneAlongTheAxes) {
     }
 }
 
+TYPED_TEST(ToleranceTest, TakesPointsThatAreTheSameAlongTheAxes) {
+    for (const auto& step : {std::array{0.0, 0.05}, {0.05, 0.0}, {0.0, 0.0}, {1e-50, 0.05}}) {
+        Request request = tolerantRequest(this->mode, {1e-4, local});
+        request.lattice.transform = {step[0], 0, 0, 0, 0, step[1], 0, 0, 0, 0, 0, 2, 0, 0, 0, 1};
+        request.lattice.sizes = {64, 64, 1};
+        const auto values = this->computed(Plan(request));
+        request.lattice.sizes = {63, 64, 1};  // too few for runs
+        const auto fewer = this->computed(Plan(request));
+        for (std::size_t i = 0; i < fewer.size(); ++i)
+            EXPECT_LE(std::abs(fewer[i] - values[i / 63 * 64 + i % 63]), 2e-4) << i;
+    }
+}
+
 /// More points than a piece that is watched has in a thread.
 template <class OfMode>
 Request longRequest() {
