@@ -5,8 +5,10 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -23,12 +25,15 @@ namespace run {
 
 namespace {
 
-constexpr std::int64_t mostRows = 4;
+/// On lattices along the axes so many rows share evaluations; few of them take the time of all.
+constexpr std::int64_t mostRows = 64;
+
+std::int64_t rowsOf(const std::array<std::int64_t, 3>& slab) { return std::min(mostRows, slab[1]); }
 
 /// Some of a slab's first points: whole rows, where there are enough for one.
 LatticeBox beginningOf(LatticeBox slab, std::int64_t points) {
     slab.size[0] = std::min(slab.size[0], points);
-    slab.size[1] = std::min({slab.size[1], mostRows, points / slab.size[0]});
+    slab.size[1] = std::min(rowsOf(slab.size), points / slab.size[0]);
     slab.size[2] = 1;
     return slab;
 }
@@ -39,7 +44,7 @@ double secondsPerPoint(const LatticeBox& slab, const pistonfield::Plan& plan, st
                        const pistonfield::Conduct& conduct) {
     constexpr std::chrono::milliseconds enough{5};
     constexpr std::int64_t more = 8;
-    const std::int64_t most = mostRows * slab.size[0];
+    const std::int64_t most = rowsOf(slab.size) * slab.size[0];
     for (std::int64_t points = 1;; points = std::min(points * more, most)) {
         const LatticeBox box = beginningOf(slab, points);
         const auto begin = std::chrono::steady_clock::now();
@@ -55,8 +60,8 @@ double meanSecondsPerPoint(const Layout& layout, const pistonfield::Plan& plan,
                            const pistonfield::Conduct& conduct) {
     constexpr int places = 8;
     const Slabs slabs = layout.slabs();
-    std::vector<std::byte> values(
-        static_cast<std::size_t>(mostRows * layout.slabSizes[0] * layout.request.valueBytes()));
+    std::vector<std::byte> values(static_cast<std::size_t>(
+        rowsOf(layout.slabSizes) * layout.slabSizes[0] * layout.request.valueBytes()));
     double sum = 0;
     for (int i = 0; i < places; ++i) {
         // As doubles, the number of slabs being what it may.
