@@ -198,8 +198,8 @@ typedef struct pistonfield_accuracy {
     int64_t points;      ///< at which it was measured
 } pistonfield_accuracy;
 
-/// Measures how exact the values are, at some hundred points of the request against a
-/// finer evaluation in double precision. A plan whose request has no tolerance is an invalid argument.
+/// Measures how exact the values are, at some hundred points of the request against a finer
+/// evaluation in double precision. A plan whose request has no tolerance is an invalid argument.
 pistonfield_status pistonfield_plan_accuracy(const pistonfield_plan* plan,
                                              pistonfield_accuracy* accuracy,
                                              pistonfield_message* message) PISTONFIELD_NOEXCEPT;
