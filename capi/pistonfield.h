@@ -34,7 +34,7 @@ typedef enum pistonfield_status {
     PISTONFIELD_SUCCESS = 0,
     PISTONFIELD_INVALID_ARGUMENT = 1,  ///< the text is "<argument>: <reason>"
     PISTONFIELD_INVALID_REQUEST = 2,   ///< there is no such field; the text is "<field>: <reason>"
-    PISTONFIELD_OUT_OF_RANGE = 3,      ///< the box does not lie within the lattice
+    PISTONFIELD_OUT_OF_RANGE = 3,      ///< the box does not lie within the lattice or the list
     PISTONFIELD_STOPPED = 4,           ///< the progress function asked for that
     PISTONFIELD_OUT_OF_MEMORY = 5,
     PISTONFIELD_DEVICE_FAILURE = 6,  ///< a device failed, or there is none
@@ -126,7 +126,8 @@ typedef struct pistonfield_request {
 } pistonfield_request;
 
 /// Fills a request with what applies where nothing is said: the mode "cpu", order 10,
-/// Gauss-Legendre. All else is 0, and refused until it is set.
+/// Gauss-Legendre. All else is 0, and of that the sides, the wavenumber, and the lattice or a list
+/// of points have to be set.
 /// @param size sizeof(pistonfield_request)
 pistonfield_status pistonfield_request_init(pistonfield_request* request, size_t size,
                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
@@ -199,7 +200,7 @@ typedef struct pistonfield_accuracy {
     int64_t points;      ///< at which it was measured
 } pistonfield_accuracy;
 
-/// Measures how exact the values are, at some hundred points of the lattice against a finer
+/// Measures how exact the values are, at some hundred points of the request against a finer
 /// evaluation in double precision. A plan whose request has no tolerance is an invalid argument.
 pistonfield_status pistonfield_plan_accuracy(const pistonfield_plan* plan,
                                              pistonfield_accuracy* accuracy,

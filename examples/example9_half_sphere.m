@@ -7,7 +7,8 @@
 %   octave-cli examples/example9_half_sphere.m
 % On the left, the level on the half sphere before the piston, re its largest. On the right, along the
 % arcs above the piston's x and y, with the far field's product of two sincs. What is carried through
-% the half sphere, the integral of |p|^2 / (2*rho*c), is the power that the piston radiates.
+% the half sphere, the integral of |p|^2 / (2*rho*c), is the power that the piston radiates; the sum of
+% trapezoids in steps of a degree is 0.2 % less.
 
 addpath(fileparts(mfilename('fullpath')));
 folder = example_folder();

@@ -34,7 +34,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    orientation  optional: 3 by 3 rotation matrix whose columns are the piston's
   %                                 x, its y and its normal; default eye(3)
   %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
-  %                  with 'behind'. In single precision at most 2^24 in a row
+  %                  with 'behind'. In single precision at most 2^24 in a row. Grids along the
+  %                  piston's axes take the least time
   %   points       - instead of the grid, any points [m]: an N by 3 matrix whose rows are x, y and z,
   %                  or a struct with the fields x, y and z, arrays of one size, of class double or
   %                  single. None may lie behind the piston, but with 'behind'. The arithmetic's
@@ -64,7 +65,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'behind'     - true: points behind the piston are asked for. They have the pressure of the
   %                  points mirrored in its plane, which is that of the integral. Default false: a
   %                  grid that reaches there is refused
-  %   'mode'       - instead of these four: the module's mode that computes, with one order on the
+  %   'mode'       - instead of the last four: the module's mode that computes, with one order on the
   %                  whole grid: 'cpu', 'cpudp', 'cpusp', 'cuda' or 'cudadp'; 'cpu' where there is an
   %                  order alone. pistonfield_order finds the order for the tolerance, which counts
   %                  rounding in the mode. One that the mode cannot keep is refused; if it is the
@@ -238,9 +239,11 @@ function most = points_of_slab(bytes, memory)
   most = max(1, floor((memory - bytes.whole) / bytes.each));
 end
 
-% The points of a first slab: 0.1 s on one core.
+% The points of a first slab: 0.1 s on one core, or not much more: a point takes as long as some
+% evaluations beside its own.
 function points = points_to_begin(evaluations)
-  points = ceil(1e8 / evaluations);
+  beside = 20;
+  points = ceil(1e8 / (evaluations + beside));
 end
 
 % In slabs of a second, beside what each call takes, so that progress is shown and Ctrl-C is heeded at

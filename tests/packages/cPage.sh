@@ -63,3 +63,9 @@ cd tree
 block sh 3 | sed "s|^cc|$CC|" >compile.sh
 bash -eu compile.sh
 expect_field ./a.out
+
+echo "a list of points"
+block c 2 >program.c
+bash -eu compile.sh
+./a.out >list.txt
+grep -q '^ *0 *0\.7889$' list.txt
