@@ -41,7 +41,7 @@ inline constexpr std::array<Option, 21> computeOptions{{
      "follow from a bound, point by point"},
     {"relative", 1, "WORD", fieldGroup,
      "what the tolerance is relative to: largest (the largest |p| of the field; the default), or "
-     "local (about what |p| is in each point's distance)"},
+     "local (about what |p| is at each point's distance)"},
     {"precision", 1, "WORD", fieldGroup,
      "with a tolerance: double (the default), or single, which keeps none below about 1e-5"},
     {"device", 1, "WORD", fieldGroup, "with a tolerance, what computes: cpu (the default) or gpu"},
