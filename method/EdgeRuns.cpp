@@ -248,7 +248,8 @@ void EdgeRuns<T>::compute(const Brick& brick, const BrickPart& part, const Brick
     const std::size_t across = 1 - along;
     const int width = brick[across].count;
     const int rows = rowsIn(brick, across);
-    const auto size = static_cast<std::size_t>(brick[along].count * rows);
+    const std::size_t size =
+        static_cast<std::size_t>(brick[along].count) * static_cast<std::size_t>(rows);
     values.re.resize(size);
     values.im.resize(size);
     const int firstRow = part.first[2] * width + part.first[across];
@@ -264,7 +265,8 @@ void EdgeRuns<T>::compute(const Brick& brick, const BrickPart& part, const Brick
             const double half = run.level == nullptr ? 0 : run.level->half;
             const RunRule<T> rule =
                 run.level == nullptr ? RunRule<T>{} : run.level->rules.rule(run.nodes);
-            const std::ptrdiff_t at = std::ptrdiff_t{run.first} * rows + g * rowsOfRun;
+            const std::ptrdiff_t at =
+                std::ptrdiff_t{run.first} * rows + std::ptrdiff_t{g} * rowsOfRun;
             computeRun(rules.table(), sides, group.rows,
                        {brick[along].at(run.first) + half,
                         half,

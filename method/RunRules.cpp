@@ -12,6 +12,7 @@ namespace {
 
 std::vector<double> chebyshevPoints(int count) {
     std::vector<double> points;
+    points.reserve(static_cast<std::size_t>(count));
     for (int j = 0; j < count; ++j)
         points.push_back(std::cos(std::numbers::pi * (j + 0.5) / count));
     return points;
@@ -29,6 +30,7 @@ std::vector<double> chebyshevIntegrals(double s, int count) {
         return term(degree + 1) - term(degree - 1);
     };
     std::vector<double> integrals;
+    integrals.reserve(static_cast<std::size_t>(count));
     for (int degree = 0; degree < count; ++degree) integrals.push_back(antiderivative(degree));
     return integrals;
 }
@@ -41,6 +43,7 @@ RunRule<T> RunRules<T>::rule(int nodes) const {
     std::call_once(numbers.made, [&] {
         std::vector<T> weights;       // another call begins anew where memory was not found
         std::vector<double> cosines;  // of multiples of pi/(2n)
+        cosines.reserve(static_cast<std::size_t>(4) * static_cast<std::size_t>(nodes));
         for (int i = 0; i < 4 * nodes; ++i)
             cosines.push_back(std::cos(std::numbers::pi * i / (2 * nodes)));
         for (int i = 0; i < points; ++i) {
