@@ -185,6 +185,15 @@ TEST(Orders, KeepAToleranceNextToTheLinesOfAThinFace) {
     EXPECT_GT(graded, 5);
 }
 
+// As far away from a small face, where there is next to no pressure.
+TEST(KnownOrders, AreFewWhereAnIntervalIsShortHoweverSmallTheTolerance) {
+    const pistonfield::KnownOrders orders(1e-3F);
+    for (const float tolerance : {1e-12F, 1e-18F, 1e-24F, 1e-30F}) {
+        const auto rung = orders.rungOf({3000, 3000}, 10, 3000, tolerance);
+        EXPECT_LT(OrderLadder::nodesOf(rung), 24) << tolerance;
+    }
+}
+
 // Points on the line of a thin face's edge and others beside its middle have no bound together,
 // wherever in the group the row ends.
 TEST(GroupOrders, CutAGroupUntilItsPartsHaveBounds) {
