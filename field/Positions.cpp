@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <limits>
 
 #include "method/RectangleField.h"
 
@@ -106,7 +107,10 @@ double Positions::reach() const {
         for (std::size_t i = 0; i < sizes.size(); ++i)
             index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
         const auto [x, y, z] = at(index);
-        farthest = std::max(farthest, k * std::hypot(x, y, z));
+        const double distance = k * std::hypot(x, y, z);
+        // A step that overflows has no product with the index 0.
+        if (!std::isfinite(distance)) return std::numeric_limits<double>::infinity();
+        farthest = std::max(farthest, distance);
     }
     return farthest;
 }

@@ -121,8 +121,9 @@ double BrickField<T>::evaluationsOf(const Brick& brick, const std::array<int, 3>
     BrickNumbers<T> points;
     points.re.resize(numberOf(brick, 0, 0, brick[2].count));
     points.im.resize(points.re.size());
-    return computeRow(brick, {x, point[1], point[2]}, std::min(groupSize, brick[0].count - x),
-                      limits, points);
+    const int count = std::min(groupSize, brick[0].count - x);
+    const double idle = static_cast<double>(groupSize) / count;
+    return idle * computeRow(brick, {x, point[1], point[2]}, count, limits, points);
 }
 
 template class BrickField<float>;

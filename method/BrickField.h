@@ -38,7 +38,7 @@ class BrickField {
                  BrickWork<T>& work) const;
 
     /// The evaluations of the integrand that a point takes, on average over those that are computed
-    /// with it.
+    /// with it, and over what fills up their packs.
     double evaluationsOf(const Brick& brick, const std::array<int, 3>& point,
                          const BrickLimits& limits) const;
 

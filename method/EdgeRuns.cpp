@@ -283,12 +283,16 @@ double EdgeRuns<T>::evaluationsOf(const Brick& brick, const std::array<int, 3>& 
                                   const BrickLimits& limits) const {
     const std::size_t along = alongX ? 0 : 1;
     const int row = point[2] * brick[1 - along].count + point[1 - along];
-    const auto runs =
-        runsOf(brick, groupOf(brick, row / rowsOfRun), point[along], point[along] + 1, limits);
+    const RowGroup group = groupOf(brick, row / rowsOfRun);
+    const auto runs = runsOf(brick, group, point[along], point[along] + 1, limits);
     const auto found = std::find_if(runs.begin(), runs.end(), [&](const ChosenRun& run) {
         return point[along] >= run.first && point[along] < run.first + run.points;
     });
-    return static_cast<double>(found->evaluations()) / found->points;
+    // Packs of the widest registers are filled up.
+    constexpr int lanes = 64 / sizeof(T);
+    const int rows = (group.rows.count + lanes - 1) / lanes * lanes;
+    const double idle = static_cast<double>(rows) / group.rows.count;
+    return idle * found->evaluations() / found->points;
 }
 
 template class EdgeRuns<float>;

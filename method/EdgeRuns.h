@@ -51,7 +51,8 @@ class EdgeRuns {
                  BrickNumbers<T>& values) const;
 
     /// The evaluations of the integrand that a point takes, on average over the points that are
-    /// computed with it.
+    /// computed with it. Where rows do not fill packs, these take as long as full ones, and so
+    /// many count.
     double evaluationsOf(const Brick& brick, const std::array<int, 3>& point,
                          const BrickLimits& limits) const;
 

@@ -32,6 +32,15 @@ int evaluationsOf(const PointOrders& orders) {
     return orders.formula == Formula::lines ? OrderLadder::nodesOf(orders.across) * nodes : nodes;
 }
 
+/// Whether each rule has a bound.
+bool areBounded(const PointOrders& orders) {
+    bool bounded = true;
+    forEachRung(orders, [&](Rung rung) {
+        bounded = bounded && OrderLadder::nodesOf(rung) < OrderLadder::mostNodes;
+    });
+    return bounded;
+}
+
 }  // namespace
 
 void findPlace(GroupPoints& points, double k) {
@@ -61,8 +70,8 @@ GroupPart GroupOrders::partOf(Formula formula, const Place& place, Members membe
 std::optional<std::array<GroupPart, 2>> GroupOrders::halvesOf(const GroupPart& part,
                                                               const GroupPoints& points,
                                                               const ErrorLimit& limit) const {
-    // Points far apart, as in a coarse lattice, take fewer evaluations in two turns than in one, or
-    // have no bound together.
+    // Points far apart, as in a coarse lattice, take fewer evaluations in two turns than in one. Or
+    // they have no bound together, and in a half neither before they are cut once more.
     constexpr int many = 96;
     if (part.evaluations <= many || part.members.count() < 2) return std::nullopt;
     Members halves[2];
@@ -72,7 +81,8 @@ std::optional<std::array<GroupPart, 2>> GroupOrders::halvesOf(const GroupPart& p
         return partOf(part.orders.formula, placeOf(points, members), members, limit);
     };
     const std::array<GroupPart, 2> parts{half(halves[0]), half(halves[1])};
-    if (parts[0].evaluations + parts[1].evaluations >= part.evaluations) return std::nullopt;
+    const bool fewer = parts[0].evaluations + parts[1].evaluations < part.evaluations;
+    if (!fewer && areBounded(part.orders)) return std::nullopt;
     return parts;
 }
 

@@ -84,7 +84,8 @@ Rung KnownOrders::rungOf(const Span& middle, float height, float amplitude, floa
     const float ratio = amplitude / (tolerance * range.factor);
     const int power = (std::bit_cast<int>(ratio) >> 23) - 127 + 1;
     const int level = std::max(power + levelOfOne, 0);
-    if (level >= levels) return OrderLadder::rungOf(OrderLadder::mostNodes);
+    constexpr int mostPower = 128;
+    if (power > mostPower) return OrderLadder::rungOf(OrderLadder::mostNodes);
     Rung rung = 0;
     for (int mu = range.first; mu <= range.last; ++mu)
         rung = std::max(rung, rungOf(mu, range.height, level));
@@ -92,14 +93,19 @@ Rung KnownOrders::rungOf(const Span& middle, float height, float amplitude, floa
 }
 
 Rung KnownOrders::rungOf(int mu, int eta, int level) const {
+    if (level >= levels) return newRungOf(mu, eta, level);
     const int number = (mu * EllipseBounds::heights + eta) * levels + level;
     const auto at = static_cast<std::size_t>(number);
     const int known = rungs[at].load(std::memory_order_relaxed);
     if (known > 0) return static_cast<Rung>(known - 1);
-    const float needed = static_cast<float>(level - levelOfOne) * std::numbers::ln2_v<float>;
-    const Rung rung = OrderLadder::rungOf(wholeNodes(nodesIn(mu, eta, length, needed)));
+    const Rung rung = newRungOf(mu, eta, level);
     rungs[at].store(static_cast<std::int16_t>(rung + 1), std::memory_order_relaxed);
     return rung;
+}
+
+Rung KnownOrders::newRungOf(int mu, int eta, int level) const {
+    const float needed = static_cast<float>(level - levelOfOne) * std::numbers::ln2_v<float>;
+    return OrderLadder::rungOf(wholeNodes(nodesIn(mu, eta, length, needed)));
 }
 
 Orders::Orders(const Face& face)

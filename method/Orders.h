@@ -136,10 +136,12 @@ class KnownOrders {
     float half() const noexcept { return length; }
 
   private:
-    static constexpr int levels = 96;      ///< powers of 2 of the amplitude over the tolerance
+    static constexpr int levels = 96;      ///< powers of 2 of the amplitude over the tolerance, for
+                                           ///< which orders are kept
     static constexpr int levelOfOne = 24;  ///< where they are equal
 
     Rung rungOf(int mu, int eta, int level) const;
+    Rung newRungOf(int mu, int eta, int level) const;
 
     float length;
     float inverse;

@@ -164,6 +164,13 @@ TEST(Positions, OfAListReachBeyondAnyLimitWhereSquaresOverflow) {
     }
 }
 
+TEST(Positions, OfALatticeReachBeyondAnyLimitWhereAStepOverflows) {
+    Request request = requestOf({1, 5, 3});
+    request.lattice.transform[0] = 1e308;
+    request.lattice.transform.back() = 0.1;
+    EXPECT_GT(Positions(request).reach(), 1e150);
+}
+
 /// The first point behind the face, by looking at all of them.
 std::optional<Index> firstBehind(const Request& request) {
     const Positions positions(request);

@@ -96,6 +96,25 @@ TYPED_TEST(BrickFieldTest, KeepsATolerance) {
     }
 }
 
+// The lanes of a pack take as long when they are idle.
+TYPED_TEST(BrickFieldTest, CountsWhatFillsUpPacks) {
+    constexpr int lanes = 64 / sizeof(TypeParam);
+    const BrickLimits limits{{1e-3}, {1e-4}};
+    const BrickLimits noRounding{{1e-3}, {0}};  // points by themselves
+    const auto evaluations = [&](const Face& face, const Brick& brick, const BrickLimits& within) {
+        return this->fieldOf(face, brick).evaluationsOf(brick, {1, 0, 0}, within);
+    };
+    const auto rows = [](int count) {
+        return Brick{{{1, 0.5, 32}, {1, 0.5, 1}, {9, 1e-6, count}}};
+    };
+    const Face face{9, 7};
+    EXPECT_GT(evaluations(face, rows(1), limits), 1.5 * evaluations(face, rows(lanes), limits));
+    const auto beside = [](int count) { return Brick{{{3, 1e-6, count}, {3, 0.5, 1}, {9, 1, 1}}}; };
+    const Face small{0.1, 0.1};
+    EXPECT_EQ(evaluations(small, beside(2), noRounding),
+              8 * evaluations(small, beside(16), noRounding));
+}
+
 TYPED_TEST(BrickFieldTest, HasTheBitsOfTheWholeInEveryPart) {
     Random random(seed);
     for (int i = 0; i < 60; ++i) {

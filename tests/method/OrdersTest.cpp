@@ -16,6 +16,7 @@
 
 #include "EdgeIntegrals.h"
 #include "method/GroupField.h"
+#include "method/GroupOrders.h"
 #include "method/Rules.h"
 
 namespace {
@@ -182,6 +183,32 @@ TEST(Orders, KeepAToleranceNextToTheLinesOfAThinFace) {
         graded += chosen.edges[0].gradings > 0 ? 1 : 0;
     }
     EXPECT_GT(graded, 5);
+}
+
+// As far away from a small face, where there is next to no pressure.
+TEST(KnownOrders, AreFewWhereAnIntervalIsShortHoweverSmallTheTolerance) {
+    const pistonfield::KnownOrders orders(1e-3F);
+    for (const float tolerance : {1e-12F, 1e-18F, 1e-24F, 1e-30F}) {
+        const auto rung = orders.rungOf({3000, 3000}, 10, 3000, tolerance);
+        EXPECT_LT(OrderLadder::nodesOf(rung), 24) << tolerance;
+    }
+}
+
+// Points on the line of a thin face's edge and others beside its middle have no bound together,
+// wherever in the group the row ends.
+TEST(GroupOrders, CutAGroupUntilItsPartsHaveBounds) {
+    const Face face{1.5, 3e-5};
+    const pistonfield::GroupOrders orders(face);
+    for (int end = 1; end < groupSize; ++end) {
+        GroupPoints points{};
+        for (int i = 0; i < groupSize; ++i) {
+            points.x[i] = i < end ? 19 + 0.4 * i : 0.4 * (i - end);
+            points.y[i] = i < end ? face.halfY : 2;
+        }
+        pistonfield::findPlace(points, face.k);
+        const auto noWork = [](const pistonfield::GroupPart& /*part*/) {};
+        EXPECT_LT(orders.inParts(points, {1e-9}, noWork), 500) << end;
+    }
 }
 
 /// The least rule over a whole edge that is within a tolerance at all points of a group.
