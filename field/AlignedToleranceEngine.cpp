@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
 #include <optional>
 
 #include "field/AlignedField.h"
@@ -31,8 +32,13 @@ class AlignedToleranceEngine : public ToleranceEngine<T> {
     }
 
     std::int64_t pieceToWatch(unsigned threads) const override {
-        constexpr std::int64_t points = 1 << 20;
-        return this->forThreads(points, threads);
+        // Less than a twentieth of a second where points take few evaluations: small pieces cut
+        // bricks.
+        constexpr double most = 1 << 20;
+        constexpr double perSecond = 3e8;
+        const double points = perSecond / 20 / this->meanEvaluations(this->terms.fewPoints());
+        return this->forThreads(static_cast<std::int64_t>(std::clamp(points, most / 8, most)),
+                                threads);
     }
 
     double meanEvaluations(const std::vector<Index>& points) const override {
@@ -70,7 +76,7 @@ std::unique_ptr<const ToleranceEngine<T>> makeAlignedToleranceEngine(const Reque
     if (!axes) return nullptr;
     double shift = 0;
     for (const LatticeAxis& axis : *axes) shift += axis.shift() * terms.face().k;
-    if (shift > shareOfShifts * terms.shareOfNodes()) return nullptr;
+    if (shift > terms.shiftWithin(shareOfShifts)) return nullptr;
     return std::make_unique<const AlignedToleranceEngine<T>>(terms, *axes);
 }
 

@@ -62,12 +62,7 @@ std::unique_ptr<const ToleranceEngine<T>> makeCpuToleranceEngine(const Request& 
     if (!aligned) return inGroups;
     // What a run takes beside its evaluations.
     constexpr double overhead = 1.3;
-    // Their numbers have no common divisor with those of the points along a direction, so that some
-    // are at each end.
-    constexpr std::size_t every = 19;
-    std::vector<ToleranceTerms::Index> some;
-    const auto points = terms.coarsePoints();
-    for (std::size_t i = 0; i < points.size(); i += every) some.push_back(points[i]);
+    const auto some = terms.fewPoints();
     if (overhead * aligned->meanEvaluations(some) > inGroups->meanEvaluations(some))
         return inGroups;
     return aligned;

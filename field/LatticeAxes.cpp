@@ -9,11 +9,12 @@
 namespace pistonfield {
 
 LatticeAxis::LatticeAxis(std::size_t direction, double origin, double step, std::int64_t size,
-                         double nearest)
+                         double nearest, double aside)
     : along(direction),
       points(size),
       sign(step < 0 ? -1 : 1),
       distance(size == 1 ? 0 : std::abs(step)),
+      moved(aside),
       least(std::min(origin, origin + step * static_cast<double>(size - 1))),
       coordinates(size) {
     const double last = origin + step * static_cast<double>(size - 1);
@@ -22,7 +23,7 @@ LatticeAxis::LatticeAxis(std::size_t direction, double origin, double step, std:
     const double whole = std::round(halves);
     const double off = std::abs(halves - whole) * distance / 2;
     if (off > nearest) return;
-    moved = off;
+    moved += off;
     folded = true;
     doubled = std::llround(whole);
     const std::int64_t farthest = std::max(std::abs(doubled), std::abs(halfSteps(size - 1)));
@@ -85,7 +86,10 @@ std::optional<LatticeAxes> axesOf(const Lattice& lattice) {
         if (!fits) continue;
         const auto axisAt = [&](std::size_t axis) {
             const std::size_t i = directions[axis];
-            return LatticeAxis(i, number(axis, 3), number(axis, i), lattice.sizes[i], rounding);
+            const double aside =
+                extent(axis, 0) + extent(axis, 1) + extent(axis, 2) - extent(axis, i);
+            return LatticeAxis(i, number(axis, 3), number(axis, i), lattice.sizes[i], rounding,
+                               std::max(0.0, aside));
         };
         return LatticeAxes{axisAt(0), axisAt(1), axisAt(2)};
     } while (std::next_permutation(directions.begin(), directions.end()));

@@ -26,8 +26,9 @@ class LatticeAxis {
     /// @param origin  of the point with the index 0
     /// @param step    from point to point
     /// @param nearest how far from their places coordinates may be mirrored
+    /// @param aside   how far the lattice's other directions lead along the axis, which is left out
     LatticeAxis(std::size_t direction, double origin, double step, std::int64_t size,
-                double nearest);
+                double nearest, double aside = 0);
 
     /// The lattice's direction.
     std::size_t direction() const noexcept { return along; }
@@ -65,7 +66,7 @@ class LatticeAxis {
     std::int64_t points;
     std::int64_t sign;
     double distance;
-    double moved = 0;
+    double moved;
     bool folded = false;
     std::int64_t doubled = 0;  ///< of the index 0 `halfSteps`
     double least = 0;

@@ -22,6 +22,9 @@ class Positions {
     /// where past the last one it is taken again.
     void group(std::int64_t group, GroupPoints& points) const;
 
+    /// Whether positions are formed, of a lattice's origin and steps.
+    bool areSums() const noexcept { return list == nullptr; }
+
     /// The position of a point.
     std::array<double, 3> at(const std::array<std::int64_t, 3>& index) const;
 

@@ -150,6 +150,16 @@ ToleranceTerms::ToleranceTerms(const Request& request)
 
 std::vector<Index> ToleranceTerms::coarsePoints() const { return spreadOver(sizes, false); }
 
+std::vector<Index> ToleranceTerms::fewPoints() const {
+    // Their numbers have no common divisor with those of the points along a direction, so that some
+    // are at each end.
+    constexpr std::size_t every = 19;
+    const std::vector<Index> points = coarsePoints();
+    std::vector<Index> few;
+    for (std::size_t i = 0; i < points.size(); i += every) few.push_back(points[i]);
+    return few;
+}
+
 std::vector<Index> ToleranceTerms::finePoints() const { return spreadOver(sizes, true); }
 
 auto ToleranceTerms::previewOf() const -> Preview {
@@ -201,10 +211,13 @@ double ToleranceTerms::roundingOf(bool inSingle) const {
     const double integrals =
         unitRoundoff(inSingle) * (32 + perRadian * theFace.k * (theFace.halfX + theFace.halfY));
     const double phase = 4 * unitRoundoff(false);
-    if (isLocal()) return integrals + phase * thePositions.reach();
-    return (integrals * preview.amplitude +
-            phase * std::min(thePositions.reach(), farAmplitude(theFace))) /
-           preview.largest;
+    const double reach = thePositions.reach();
+    if (isLocal()) return integrals + phase * reach;
+    // A lattice's positions are sums, which are rounded at the points near the face as far away.
+    // Those of a list are what they are.
+    const double largestShift =
+        thePositions.areSums() ? reach * preview.amplitude : std::min(reach, farAmplitude(theFace));
+    return (integrals * preview.amplitude + phase * largestShift) / preview.largest;
 }
 
 }  // namespace pistonfield

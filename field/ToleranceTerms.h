@@ -29,12 +29,14 @@ class ToleranceTerms {
     const Positions& positions() const noexcept { return thePositions; }
     const ErrorLimit& limit() const noexcept { return theLimit; }
 
-    /// What is left of the tolerance once rounding has its share, relative to what the tolerance is
-    /// relative to.
-    double shareOfNodes() const noexcept { return share; }
-
-    /// The limit of a part of that.
+    /// The limit of a part of what is left of the tolerance once rounding has its share.
     ErrorLimit partOfLimit(double part) const { return limitOf(part * share); }
+
+    /// How far all points may be from their places for such a part, times the wavenumber: for each
+    /// radian |p| changes by about the local amplitude.
+    double shiftWithin(double part) const {
+        return isLocal() ? part * share : part * share * preview.largest / preview.amplitude;
+    }
 
     /// The linear index of a point.
     std::int64_t numberOf(const Index& index) const noexcept {
@@ -46,6 +48,9 @@ class ToleranceTerms {
 
     /// Points spread over all of them, at which one looks beforehand: 343 at the most.
     std::vector<Index> coarsePoints() const;
+
+    /// Some of these: 18 at the most.
+    std::vector<Index> fewPoints() const;
 
     /// Others, at which the accuracy is measured: 512 at the most.
     std::vector<Index> finePoints() const;

@@ -621,10 +621,6 @@ static void refusesListsThatThereAreNone(void) {
     request.points = INT64_MAX;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
                    "points: 9223372036854775807 positions have no place in memory");
-    request = good;
-    request.mode = PISTONFIELD_CUDADP;
-    EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_REQUEST,
-                   "tolerance: the modes that keep one are cpu and cpusp, not cudadp");
     points.y[17] = NAN;
     EXPECT_OUTCOME(pistonfield_plan_create(&good, &plan, &message), PISTONFIELD_INVALID_REQUEST,
                    "points: every number must be finite");
