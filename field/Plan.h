@@ -71,7 +71,8 @@ struct Cost {
 struct Accuracy {
     double bound;         ///< no value is further off than this: nodes and rounding
     double error;         ///< the largest error that was measured
-    double evaluations;   ///< of the integrand at a point, on average where the error was measured
+    double evaluations;   ///< of the integrand at a point, on average where the error was measured;
+                          ///< with those that only fill up packs
     std::int64_t points;  ///< at which it was measured
 };
 
