@@ -62,7 +62,8 @@ template <class T>
 void AlignedField<T>::fillFrom(const BrickIndex& index, const LatticeBox& box,
                                const Destination<T>& to, BrickWork<T>& work) const {
     const Brick brick = brickAt(index);
-    const std::array<std::ptrdiff_t, 3> strides{1, brick[0].count, brick[0].count * brick[1].count};
+    const std::ptrdiff_t columns = brick[0].count;
+    const std::array<std::ptrdiff_t, 3> strides{1, columns, columns * brick[1].count};
     const std::array<std::ptrdiff_t, 3> boxStrides{1, box.size[0], box.size[0] * box.size[1]};
     BrickPart part{};
     std::array<std::vector<Copy>, 3> copies;  // by the lattice's directions

@@ -80,8 +80,10 @@ void BrickField<T>::addEdges(const Brick& brick, const BrickPart& part, BrickWor
             const int ofY = y * rows + z * brick[0].count;
             const std::size_t to = numberOf(brick, 0, y, z);
             for (int x = part.first[0]; x < part.last[0]; ++x) {
-                const auto first = static_cast<std::size_t>(ofX + x * columns);
-                const auto second = static_cast<std::size_t>(ofY + x);
+                const int inColumns = ofX + x * columns;
+                const int inRows = ofY + x;
+                const auto first = static_cast<std::size_t>(inColumns);
+                const auto second = static_cast<std::size_t>(inRows);
                 const T re = alongX.re[first] + alongY.re[second];
                 const T im = alongX.im[first] + alongY.im[second];
                 const std::size_t at = to + static_cast<std::size_t>(x);

@@ -39,8 +39,8 @@ LatticeBox beginningOf(LatticeBox slab, std::int64_t points) {
 }
 
 /// Seconds that a point of a slab takes: of one point at first, which may take long, and of more
-/// until their time can be told. The lesser time of two, as the first one may be that of a start, or
-/// of other work.
+/// until their time can be told. The lesser time of two, as the first one may be that of a start,
+/// or of other work.
 double secondsPerPoint(const LatticeBox& slab, const pistonfield::Plan& plan, std::byte* values,
                        const pistonfield::Conduct& conduct) {
     constexpr std::chrono::milliseconds enough{5};

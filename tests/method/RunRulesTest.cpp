@@ -59,9 +59,11 @@ TYPED_TEST(RunRulesTest, AreWithinTheirBound) {
     for (const double c : {0.1, 1.0, 8.0, 20.0})
         for (int nodes = 2; nodes <= RunRules<TypeParam>::mostNodes; nodes += 2) {
             double bound = std::numeric_limits<double>::infinity();
-            for (double rho = 1.1; rho < 20; rho *= 1.1)
+            for (int k = 1; k < 32; ++k) {
+                const double rho = std::pow(1.1, k);
                 bound = std::min(bound, 4 * std::exp(c * (rho - 1 / rho) / 2) *
                                             std::pow(rho, -nodes) / (1 - 1 / rho));
+            }
             for (int i = 0; i < points; ++i) {
                 const double s = this->pointAt(i, points);
                 const std::complex<double> j(0, 1);
