@@ -274,9 +274,6 @@ TEST_F(InternalGatewayTest, NamesWhatIsWrongWithAListOfPoints) {
             EXPECT_EQ(with(i, doubles({1, 2, 3, 4, 5, 6, 7, NAN}, {8, 1})),
                       refusal("points", "points: every number must be finite"));
         }
-        EXPECT_EQ(
-            with(7, text("cuda")),
-            refusal("tolerance", "tolerance: the modes that keep one are cpu and cpusp, not cuda"));
         const host::Array* const none = doubles({}, {0, 1});
         auto arguments = good;
         arguments[1] = arguments[2] = arguments[3] = none;
