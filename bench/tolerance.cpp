@@ -172,7 +172,6 @@ void printRow(const char* name, const Request& request, double tolerance, Orders
         std::printf("  %20s", "none");
     }
     std::puts("");
-    std::fflush(stdout);
 }
 
 }  // namespace
