@@ -31,6 +31,8 @@ class AlignedToleranceEngine : public ToleranceEngine<T> {
         field.fill(box, to, threads);
     }
 
+    std::string_view name() const noexcept override { return "runs"; }
+
     std::int64_t pieceToWatch(unsigned threads) const override {
         // Less than a twentieth of a second where points take few evaluations: small pieces cut
         // bricks.

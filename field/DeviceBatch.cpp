@@ -6,7 +6,6 @@
 #include <span>
 
 #include "core/CudaCheck.h"
-#include "field/DeviceArray.h"
 
 namespace pistonfield {
 
@@ -139,10 +138,17 @@ auto DeviceBatch<T>::usedRungs() const -> Rungs {
 template <class T>
 void DeviceBatch<T>::compute(const Face& face, const Rules<T>& rules) {
     if (parts.empty()) return;
+    const DeviceArray<GroupValues<T>> field(computed.size());
+    compute(face, rules, field);
+    field.download(computed, "cudaMemcpy of the field");
+}
+
+template <class T>
+void DeviceBatch<T>::compute(const Face& face, const Rules<T>& rules,
+                             const DeviceArray<GroupValues<T>>& field) const {
     const RulesOnDevice<T> onDevice(rules, usedRungs());
     const DeviceArray<GroupNumbers<T>> points(numbers.size());
     points.upload(numbers, "cudaMemcpy of the points");
-    const DeviceArray<GroupValues<T>> field(computed.size());
     const std::size_t most = std::min(parts.size(), numbers.size());
     const DeviceArray<PartOnDevice> some(most);
     const auto [halfX, halfY] = halfSidesOf<T>(face);
@@ -156,7 +162,6 @@ void DeviceBatch<T>::compute(const Face& face, const Rules<T>& rules) {
                            some.get(), static_cast<int>(count), onDevice.table(), halfX, halfY),
                        "the launch of the kernel");
     }
-    field.download(computed, "cudaMemcpy of the field");
 }
 
 template class DeviceBatch<float>;

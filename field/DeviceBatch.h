@@ -8,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "field/DeviceArray.h"
 #include "method/GroupModules.h"
 #include "method/GroupOrders.h"
 #include "method/Rules.h"
@@ -55,6 +56,11 @@ class DeviceBatch {
     /// @param rules has those of all orders afterwards
     /// @throws DeviceFailure, std::bad_alloc
     void compute(const Face& face, const Rules<T>& rules);
+
+    /// The same, into device memory alone, which has room for `most` groups.
+    /// @throws DeviceFailure, std::bad_alloc
+    void compute(const Face& face, const Rules<T>& rules,
+                 const DeviceArray<GroupValues<T>>& field) const;
 
     /// The pressure of a group at the points that were asked for.
     const GroupValues<T>& values(std::size_t place) const { return computed[place]; }

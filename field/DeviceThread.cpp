@@ -120,4 +120,13 @@ void DeviceThread::run(const std::function<void()>& work) {
     service->run(work);
 }
 
+bool DeviceThread::isEmulated() {
+    cuda_runtime::cudaDeviceProp properties{};
+    run([&properties] {
+        requireSuccess(cuda_runtime::cudaGetDeviceProperties(&properties, chooseDeviceSilently()),
+                       "cudaGetDeviceProperties");
+    });
+    return properties.major == 9999 && properties.minor == 9999;
+}
+
 }  // namespace pistonfield

@@ -30,6 +30,10 @@ class DeviceThread {
     /// @throws what the work throws; DeviceFailure in a forked child
     void run(const std::function<void()>& work);
 
+    /// Whether the device is the emulation device.
+    /// @throws DeviceFailure
+    bool isEmulated();
+
   private:
     class Service;
 

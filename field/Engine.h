@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string_view>
 
 #include "field/Plan.h"
 
@@ -22,14 +25,34 @@ class Engine {
     /// @param threads the most on the CPU; 0 is `threadCount`
     virtual void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const = 0;
 
+    /// The same of a piece that may take longer than `pieceToWatch` says: the stop token is asked,
+    /// and the progress told how many points of the box are done, between parts of the work.
+    /// @throws Stopped
+    virtual void fillWatched(const LatticeBox& box, const Destination<T>& to,
+                             const Conduct& conduct) const {
+        fill(box, to, conduct.threads);
+    }
+
     /// The most points of a box that fills worth watching take: about a twentieth of a second.
     virtual std::int64_t pieceToWatch(unsigned threads) const = 0;
+
+    /// The points of a piece below which something is computed several times.
+    virtual std::int64_t leastPiece() const { return 1; }
+
+    /// See `Plan::tile`.
+    virtual std::array<std::int64_t, 3> tile() const { return {1, 1, 1}; }
 
     /// Evaluations of the integrand at a point, at least or on average.
     virtual double evaluationsOfAPoint() const = 0;
 
     /// The most points of a box at all.
     virtual std::int64_t largestPiece() const noexcept = 0;
+
+    /// Measures how exact it is; see `Plan::accuracy`.
+    virtual std::optional<Accuracy> accuracy() const { return std::nullopt; }
+
+    /// See `Plan::engine`.
+    virtual std::string_view name() const noexcept { return "order"; }
 
     /// Bytes that filling a box takes at most, of the process and of the device.
     virtual std::int64_t memoryOf(const LatticeBox& box) const noexcept = 0;

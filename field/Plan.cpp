@@ -9,6 +9,8 @@
 #include <variant>
 #include <vector>
 
+#include "field/ArrayEngine.h"
+#include "field/ContourEngine.h"
 #include "field/Engine.h"
 #include "field/ToleranceEngine.h"
 #include "field/pieces.h"
@@ -18,12 +20,14 @@ namespace pistonfield {
 namespace {
 
 template <class T>
-using EnginePointer = std::unique_ptr<const Engine<T>>;
+using EnginePointer = std::shared_ptr<const Engine<T>>;
 
 using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
 EnginePointer<T> engineIn(const Request& request) {
+    if (takesContours(request)) return makeContourEngine<T>(request);
+    if (request.array) return makeArrayEngine<T>(request);
     const bool onGpu = isOnGpu(request.mode);
     if (request.tolerance)
         return onGpu ? makeDeviceToleranceEngine<T>(request) : makeCpuToleranceEngine<T>(request);
@@ -48,41 +52,47 @@ void requireWithin(const LatticeBox& box, const Lattice& lattice) {
 
 bool isWatched(const Conduct& conduct) { return conduct.stop.stop_possible() || conduct.progress; }
 
-/// The most points at a time where values are converted.
+/// The most values at a time that are converted, unless a piece has to have more.
 constexpr std::int64_t mostConverted = 1 << 20;
 
 template <class T, class U>
-std::int64_t largestPiece(const Engine<U>& engine) {
-    return std::is_same_v<T, U> ? engine.largestPiece()
-                                : std::min(engine.largestPiece(), mostConverted);
+std::int64_t largestPiece(const Engine<U>& engine, std::int64_t fields) {
+    if (std::is_same_v<T, U>) return engine.largestPiece();
+    const std::int64_t points = mostConverted / std::max<std::int64_t>(1, fields);
+    return std::min(engine.largestPiece(), std::max(engine.leastPiece(), points));
 }
 
-/// Fills a piece by an engine of another precision.
+/// Fills a piece of so many fields by an engine of another precision.
 template <class T, class U>
-void fillConverted(const Engine<U>& engine, const LatticeBox& piece, const Destination<T>& to,
-                   unsigned threads) {
-    std::vector<std::complex<U>> values(static_cast<std::size_t>(piece.points()));
-    engine.fill(piece, interleaved(values.data()), threads);
-    std::ptrdiff_t at = 0;
-    for (const std::complex<U>& value : values) {
-        to.re[at] = static_cast<T>(value.real());
-        to.im[at] = static_cast<T>(value.imag());
-        at += to.stride;
+void fillConverted(const Engine<U>& engine, std::int64_t fields, const LatticeBox& piece,
+                   const Destination<T>& to, const Conduct& conduct) {
+    std::vector<std::complex<U>> values(static_cast<std::size_t>(fields * piece.points()));
+    engine.fillWatched(piece, interleaved(values.data(), piece.points()), conduct);
+    const std::complex<U>* value = values.data();
+    for (std::int64_t field = 0; field < fields; ++field) {
+        const Destination<T> of = to.field(field);
+        for (std::int64_t i = 0; i < piece.points(); ++i, ++value) {
+            of.re[i * of.stride] = static_cast<T>(value->real());
+            of.im[i * of.stride] = static_cast<T>(value->imag());
+        }
     }
 }
 
 template <class T, class U>
-void compute(const Engine<U>& engine, const LatticeBox& box, const Destination<T>& to,
-             const Conduct& conduct) {
-    std::int64_t most = largestPiece<T>(engine);
+void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box,
+             const Destination<T>& to, const Conduct& conduct) {
+    std::int64_t most = largestPiece<T>(engine, fields);
     if (isWatched(conduct)) most = std::min(most, engine.pieceToWatch(conduct.threads));
     std::int64_t done = 0;
+    Conduct within{conduct.stop, {}, conduct.threads};
+    if (conduct.progress)
+        within.progress = [&](std::int64_t points) { conduct.progress(done + points); };
     inPieces(box, most, [&](const LatticeBox& piece) {
         if (conduct.stop.stop_requested()) throw Stopped();
         if constexpr (std::is_same_v<T, U>)
-            engine.fill(piece, to.from(done), conduct.threads);
+            engine.fillWatched(piece, to.from(done), within);
         else
-            fillConverted(engine, piece, to.from(done), conduct.threads);
+            fillConverted(engine, fields, piece, to.from(done), within);
         done += piece.points();
         if (conduct.progress) conduct.progress(done);
     });
@@ -117,14 +127,16 @@ Cost Plan::cost(const LatticeBox& box) const {
         parts->engine);
 }
 
+std::array<std::int64_t, 3> Plan::tile() const {
+    return std::visit([](const auto& engine) { return engine->tile(); }, parts->engine);
+}
+
 std::optional<Accuracy> Plan::accuracy() const {
-    return std::visit(
-        []<class T>(const EnginePointer<T>& engine) -> std::optional<Accuracy> {
-            const auto* const tolerant = dynamic_cast<const ToleranceEngine<T>*>(engine.get());
-            if (tolerant == nullptr) return std::nullopt;
-            return tolerant->accuracy();
-        },
-        parts->engine);
+    return std::visit([](const auto& engine) { return engine->accuracy(); }, parts->engine);
+}
+
+std::string_view Plan::engine() const {
+    return std::visit([](const auto& engine) { return engine->name(); }, parts->engine);
 }
 
 template <class T>
@@ -132,7 +144,9 @@ void Plan::compute(const LatticeBox& box, const Destination<T>& destination,
                    const Conduct& conduct) const {
     require(box);
     std::visit(
-        [&](const auto& engine) { pistonfield::compute(*engine, box, destination, conduct); },
+        [&](const auto& engine) {
+            pistonfield::compute(*engine, parts->request.fields(), box, destination, conduct);
+        },
         parts->engine);
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <array>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
@@ -10,34 +11,43 @@
 #include <optional>
 #include <stdexcept>
 #include <stop_token>
+#include <string_view>
 
 #include "field/Request.h"
 
 namespace pistonfield {
 
-/// Where the values of a box go: value i to re[i * stride] and im[i * stride].
+/// Where the values of a box go: value i to re[i * stride] and im[i * stride], and those of the
+/// next weighting of an array `toNextField` numbers behind these.
 template <class T>
 struct Destination {
     T* re;
     T* im;
     std::ptrdiff_t stride;
+    std::ptrdiff_t toNextField = 0;
 
     /// Where the values from number i on go.
     Destination from(std::int64_t i) const noexcept {
-        return {re + i * stride, im + i * stride, stride};
+        return {re + i * stride, im + i * stride, stride, toNextField};
+    }
+
+    /// Where those of a weighting go.
+    Destination field(std::int64_t i) const noexcept {
+        return {re + i * toNextField, im + i * toNextField, stride, 0};
     }
 };
 
-/// Complex values one after the other.
+/// Complex values one after the other, of each weighting so many points.
 template <class T>
-Destination<T> interleaved(std::complex<T>* values) noexcept {
+Destination<T> interleaved(std::complex<T>* values, std::int64_t points = 0) noexcept {
     T* const parts = reinterpret_cast<T*>(values);
-    return {parts, parts + 1, 2};
+    return {parts, parts + 1, 2, 2 * points};
 }
 
 /// How a computation is watched and stopped, and what it may use.
 struct Conduct {
-    /// Asked between pieces of about a twentieth of a second.
+    /// Asked between pieces of about a twentieth of a second, and of an array's convolution between
+    /// its transforms at least.
     std::stop_token stop{};
     /// Told between pieces how many points of the box are done, in the calling thread.
     std::function<void(std::int64_t points)> progress{};
@@ -100,18 +110,30 @@ class Plan {
     void require(const LatticeBox& box) const;
 
     /// What `compute` takes for a box in the precision of the mode. In the other one it takes up to
-    /// 16 MB more of the process's memory.
+    /// 16 MB more of the process's memory, or what the values of one sheet of a convolution take.
     /// @throws std::out_of_range
     Cost cost(const LatticeBox& box) const;
 
+    /// The sizes of the boxes whose points share their work, into which the lattice is cut from its
+    /// first point on: a part of one may take as long as all of it. Of arrays patches of points, or
+    /// the sheets of a convolution; otherwise every point is one.
+    std::array<std::int64_t, 3> tile() const;
+
     /// Measures how exact the values are, at some hundred points of the lattice against a finer
-    /// evaluation in double precision; none where the request has no tolerance.
+    /// evaluation in double precision; none where the request has no tolerance. It takes what a box
+    /// takes, and of a convolution what the values of a weighting on one sheet take.
     std::optional<Accuracy> accuracy() const;
+
+    /// What computes: "order", the sums of one order; with a tolerance "points", point by point;
+    /// "runs", along the axes of a lattice; of arrays "sum", element by element; "convolution", for
+    /// equal elements in a plane; "contours", along the outlines of all pistons, for losses, other
+    /// baffles, quantities and shapes.
+    std::string_view engine() const;
 
     /// Computes the field at the points of a box, in grid point order. The values are those of the
     /// mode's precision, converted where T is the other one.
     /// @param box         lies within the lattice
-    /// @param destination has room for box.points() values
+    /// @param destination has room for box.points() values of each weighting
     /// @throws std::out_of_range where the box does not lie within the lattice; Stopped;
     ///     DeviceFailure; std::bad_alloc; std::runtime_error where the environment has a number of
     ///     threads that is none and the box is large enough for several. Some values may then be
@@ -120,15 +142,17 @@ class Plan {
     void compute(const LatticeBox& box, const Destination<T>& destination,
                  const Conduct& conduct = {}) const;
 
-    /// The same, into complex values one after the other.
+    /// The same, into complex values one after the other, weighting by weighting.
     template <class T>
     void compute(const LatticeBox& box, std::complex<T>* values,
                  const Conduct& conduct = {}) const {
-        compute(box, interleaved(values), conduct);
+        require(box);  // of another one the points may be too many to be doubled
+        compute(box, interleaved(values, box.points()), conduct);
     }
 
     /// The same, in the precision of the mode.
-    /// @param values room for box.points() values of request().valueBytes() bytes
+    /// @param values room for box.points() values of request().valueBytes() bytes, weighting by
+    ///     weighting
     void computeNative(const LatticeBox& box, void* values, const Conduct& conduct = {}) const;
 
   private:

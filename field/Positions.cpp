@@ -22,6 +22,16 @@ Positions::Positions(const Request& request)
                    rows.begin(), [divisor](double number) { return number / divisor; });
 }
 
+template <class Work>
+void Positions::forEachCorner(Work work) const {
+    for (int corner = 0; corner < 8; ++corner) {
+        std::array<std::int64_t, 3> index{};
+        for (std::size_t i = 0; i < sizes.size(); ++i)
+            index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
+        work(index);
+    }
+}
+
 std::array<double, 3> Positions::at(const std::array<std::int64_t, 3>& index) const {
     if (list != nullptr) {
         const auto i = static_cast<std::size_t>(index[0]);
@@ -57,6 +67,20 @@ void Positions::groupInList(std::int64_t first, GroupPoints& to) const {
         to.z[i] = std::abs(list->z[number]);
     }
     findPlace(to, k);
+}
+
+void Positions::group(std::int64_t group, GroupPlaces& places) const {
+    const std::int64_t first = group * groupSize;
+    for (std::int64_t i = 0; i < groupSize; ++i) {
+        const std::int64_t number = std::min(first + i, points - 1);
+        const auto [x, y, z] =
+            at(list != nullptr ? std::array<std::int64_t, 3>{number, 0, 0}
+                               : std::array{number % sizes[0], number / sizes[0] % sizes[1],
+                                            number / sizes[0] / sizes[1]});
+        places.x[i] = x;
+        places.y[i] = y;
+        places.z[i] = z;
+    }
 }
 
 void Positions::groupInRow(const std::array<std::int64_t, 3>& first, GroupPoints& to) const {
@@ -99,19 +123,32 @@ void Positions::groupInRows(std::array<std::int64_t, 3> index, std::int64_t left
     findPlace(to, k);
 }
 
+std::array<std::array<double, 2>, 3> Positions::bounds() const {
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    std::array<std::array<double, 2>, 3> bounds;
+    bounds.fill({infinity, -infinity});
+    const auto include = [&](const std::array<double, 3>& position) {
+        for (std::size_t i = 0; i < bounds.size(); ++i)
+            bounds[i] = {std::min(bounds[i][0], position[i]), std::max(bounds[i][1], position[i])};
+    };
+    if (list != nullptr)
+        for (std::size_t i = 0; i < list->x.size(); ++i)
+            include({list->x[i], list->y[i], list->z[i]});
+    else
+        forEachCorner([&](const std::array<std::int64_t, 3>& index) { include(at(index)); });
+    return bounds;
+}
+
 double Positions::reach() const {
     if (list != nullptr) return reachOfList();
     double farthest = 0;
-    for (int corner = 0; corner < 8; ++corner) {
-        std::array<std::int64_t, 3> index{};
-        for (std::size_t i = 0; i < sizes.size(); ++i)
-            index[i] = (corner >> i & 1) != 0 ? sizes[i] - 1 : 0;
+    forEachCorner([&](const std::array<std::int64_t, 3>& index) {
         const auto [x, y, z] = at(index);
         const double distance = k * std::hypot(x, y, z);
         // A step that overflows has no product with the index 0.
-        if (!std::isfinite(distance)) return std::numeric_limits<double>::infinity();
-        farthest = std::max(farthest, distance);
-    }
+        farthest = std::isfinite(distance) ? std::max(farthest, distance)
+                                           : std::numeric_limits<double>::infinity();
+    });
     return farthest;
 }
 
@@ -129,6 +166,24 @@ std::optional<std::array<std::int64_t, 3>> Positions::firstBehind() const {
     const auto found = std::find_if(list->z.begin(), list->z.end(), [](double z) { return z < 0; });
     if (found == list->z.end()) return std::nullopt;
     return std::array<std::int64_t, 3>{found - list->z.begin(), 0, 0};
+}
+
+std::optional<std::array<double, 3>> Positions::firstBehind(const Pose& piston,
+                                                            double rounding) const {
+    const auto isBehind = [&](const std::array<double, 3>& position) {
+        return piston.placeOf(position)[2] < -rounding;
+    };
+    std::optional<std::array<double, 3>> found;
+    const auto look = [&](const std::array<double, 3>& position) {
+        if (!found && isBehind(position)) found = position;
+    };
+    // Of a lattice a corner is the farthest behind.
+    if (list == nullptr)
+        forEachCorner([&](const std::array<std::int64_t, 3>& index) { look(at(index)); });
+    else
+        for (std::size_t i = 0; i < list->x.size() && !found; ++i)
+            look({list->x[i], list->y[i], list->z[i]});
+    return found;
 }
 
 std::optional<std::array<std::int64_t, 3>> Positions::firstBehindInLattice() const {

@@ -6,9 +6,12 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "core/limits.h"
+#include "method/outlineChecks.h"
 
 namespace pistonfield {
 
@@ -62,6 +65,105 @@ void checkSide(const char* name, double side, const Request& request) {
     if (side > largestSide(request)) throw InvalidRequest(name, rangeOf(request.mode));
 }
 
+bool isSide(double side, const Request& request) {
+    return positive(side) && side <= largestSide(request);
+}
+
+std::string elementNumber(std::size_t i) { return "element " + std::to_string(i + 1); }
+
+/// Whether vectors are of length 1 and at a right angle, but for the rounding of their numbers.
+bool areAxes(const Pose::Vector& a, const Pose::Vector& b) {
+    constexpr double rounding = 1e-9;
+    const auto product = [](const Pose::Vector& u, const Pose::Vector& v) {
+        return u[0] * v[0] + u[1] * v[1] + u[2] * v[2];
+    };
+    return std::abs(product(a, a) - 1) <= rounding && std::abs(product(b, b) - 1) <= rounding &&
+           std::abs(product(a, b)) <= rounding;
+}
+
+void checkElement(const Element& element, std::size_t i, const Request& request) {
+    const auto refuse = [i](const std::string& reason) {
+        throw InvalidRequest("elements", elementNumber(i) + ": " + reason);
+    };
+    const RectangularPiston& piston = element.piston;
+    if (!element.outline && !(isSide(piston.width, request) && isSide(piston.height, request)))
+        refuse("the sides must be lengths above 0, within the range of the mode " +
+               std::string(nameOf(request.mode)));
+    const Pose& pose = element.pose;
+    if (!finite(pose.centre) || !areWithin(pose.centre, largestNumber(request.mode)))
+        refuse("the centre " + rangeOf(request.mode));
+    if (!areAxes(pose.alongWidth, pose.alongHeight))
+        refuse("the directions of width and height must be of length 1 and at a right angle");
+}
+
+void checkShapes(const std::vector<Element>& elements) {
+    std::set<std::pair<double, double>> shapes;
+    for (const Element& element : elements)
+        if (!element.outline) shapes.emplace(element.piston.width, element.piston.height);
+    if (shapes.size() > Array::mostShapes)
+        throw InvalidRequest("elements", std::to_string(shapes.size()) +
+                                             " different pistons are more than the " +
+                                             std::to_string(Array::mostShapes) + " of an array");
+}
+
+void checkWeights(const Array& array, Mode mode) {
+    // Sums of weights for which no product with a pressure leaves the numbers of a precision: local
+    // amplitudes are at least 1e-19.
+    const double largest = isInSingle(mode) ? 1e15 : 1e250;
+    const std::size_t count = array.elements.size();
+    if (array.weights.empty() || array.weights.size() % count != 0)
+        throw InvalidRequest("weights", std::to_string(array.weights.size()) +
+                                            " are not one or several for each of the " +
+                                            std::to_string(count) + " elements");
+    if (array.weightings() > Array::mostWeightings)
+        throw InvalidRequest("weights",
+                             std::to_string(array.weightings()) + " weightings are more than the " +
+                                 std::to_string(Array::mostWeightings) + " of a request");
+    for (std::size_t first = 0; first < array.weights.size(); first += count) {
+        // A sum that overflows is refused as well.
+        double sum = 0;
+        for (std::size_t i = first; i < first + count; ++i) sum += std::abs(array.weights[i]);
+        if (!std::isfinite(sum)) throw InvalidRequest("weights", "every number must be finite");
+        if (sum == 0)
+            throw InvalidRequest(
+                "weights", "all of weighting " + std::to_string(first / count + 1) + " are 0");
+        if (sum > largest || sum < 1 / largest)
+            throw InvalidRequest("weights", "those of weighting " +
+                                                std::to_string(first / count + 1) +
+                                                " add up to less or more than what is within the "
+                                                "range of the mode " +
+                                                nameOf(mode));
+    }
+}
+
+void checkOutlines(const std::vector<Element>& elements) {
+    std::set<const Outline*> known;
+    for (std::size_t i = 0; i < elements.size(); ++i) {
+        const Outline* const outline = elements[i].outline.get();
+        if (outline == nullptr || !known.insert(outline).second) continue;
+        if (known.size() > Array::mostShapes)
+            throw InvalidRequest("elements", "their outlines are more than the " +
+                                                 std::to_string(Array::mostShapes) +
+                                                 " of an array");
+        if (const std::string reason = whyRefused(*outline, Array::mostEdges); !reason.empty())
+            throw InvalidRequest("elements", elementNumber(i) + ": its outline: " + reason);
+    }
+}
+
+void checkArray(const Request& request) {
+    const Array& array = *request.array;
+    if (!request.tolerance) throw InvalidRequest("elements", "an array takes a tolerance");
+    if (array.elements.empty() || array.elements.size() > Array::mostElements)
+        throw InvalidRequest("elements", std::to_string(array.elements.size()) +
+                                             " are not within 1 to " +
+                                             std::to_string(Array::mostElements));
+    for (std::size_t i = 0; i < array.elements.size(); ++i)
+        checkElement(array.elements[i], i, request);
+    checkShapes(array.elements);
+    checkOutlines(array.elements);
+    checkWeights(array, request.mode);
+}
+
 void checkWavenumber(double wavenumber, Mode mode) {
     if (!positive(wavenumber)) throw InvalidRequest("wavenumber", "must be a wavenumber above 0");
     if (wavenumber > largestNumber(mode)) throw InvalidRequest("wavenumber", rangeOf(mode));
@@ -71,7 +173,7 @@ void checkSizes(const Request& request) {
     // The index of a point in a list is part of no coordinate.
     const std::int64_t most =
         request.points ? std::numeric_limits<std::int64_t>::max() : mostPointsInARow(request.mode);
-    std::int64_t bytes = request.valueBytes();
+    std::int64_t bytes = request.valueBytes() * request.fields();
     for (const std::int64_t size : request.lattice.sizes) {
         if (size < 1) throw InvalidRequest("sizes", "each must be 1 or more");
         if (size > most)
@@ -137,6 +239,33 @@ void checkRule(const Rule& rule, Mode mode) {
                              std::string("must be symmetric about 0 in the mode ") + nameOf(mode));
 }
 
+bool hasOutlines(const Request& request) {
+    if (!request.array) return false;
+    const std::vector<Element>& elements = request.array->elements;
+    return std::any_of(elements.begin(), elements.end(),
+                       [](const Element& element) { return element.outline != nullptr; });
+}
+
+/// What integrals along contours are taken for: in doubles on the processor, and with a tolerance.
+void checkContours(const Request& request) {
+    const auto require = [&](bool isAsked, const char* field, const char* what) {
+        if (!isAsked) return;
+        if (!request.tolerance)
+            throw InvalidRequest(field, std::string(what) + " take a tolerance");
+        if (isOnGpu(request.mode))
+            throw InvalidRequest(
+                field, std::string(what) + " are not computed in the mode " + nameOf(request.mode));
+    };
+    const double attenuation = request.wave.attenuation;
+    constexpr double mostOfWavenumber = 1;
+    if (!(attenuation >= 0 && attenuation <= mostOfWavenumber * request.wave.wavenumber))
+        throw InvalidRequest("attenuation", "must be within 0 and the wavenumber");
+    require(attenuation > 0, "attenuation", "losses");
+    require(request.baffle != Baffle::rigid, "baffle", "soft and free ones");
+    require(request.quantity != Quantity::pressure, "quantity", "velocities and intensities");
+    require(hasOutlines(request), "elements", "outlines");
+}
+
 void checkTolerance(const Request& request) {
     const double value = request.tolerance->value;
     if (!(value > 0 && value < 1)) throw InvalidRequest("tolerance", "must be above 0 and below 1");
@@ -163,14 +292,24 @@ Mode modeCalled(const std::string& name) {
     return *mode;
 }
 
+bool takesContours(const Request& request) noexcept {
+    return request.wave.attenuation != 0 || request.baffle != Baffle::rigid ||
+           request.quantity != Quantity::pressure || hasOutlines(request);
+}
+
 void check(const Request& request) {
     if (request.points)
         checkPoints(request);
     else
         checkTransform(request.lattice.transform, request.mode);
-    checkSide("height", request.piston.height, request);
-    checkSide("width", request.piston.width, request);
+    if (request.array) {
+        checkArray(request);
+    } else {
+        checkSide("height", request.piston.height, request);
+        checkSide("width", request.piston.width, request);
+    }
     checkWavenumber(request.wave.wavenumber, request.mode);
+    checkContours(request);
     checkSizes(request);
     if (request.tolerance)
         checkTolerance(request);

@@ -10,7 +10,7 @@
 namespace pistonfield {
 
 template <class T>
-Accuracy ToleranceEngine<T>::accuracy() const {
+std::optional<Accuracy> ToleranceEngine<T>::accuracy() const {
     const auto points = terms.finePoints();
     Accuracy measured = terms.measure(valuesAt(points));
     measured.evaluations = meanEvaluations(points);

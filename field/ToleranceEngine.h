@@ -21,8 +21,8 @@ class ToleranceEngine : public Engine<T> {
     double evaluationsOfAPoint() const override { return meanEvaluations(terms.coarsePoints()); }
     std::int64_t largestPiece() const noexcept override { return std::int64_t{1} << 30; }
 
-    /// Measures it; see `Plan::accuracy`.
-    Accuracy accuracy() const;
+    std::optional<Accuracy> accuracy() const override;
+    std::string_view name() const noexcept override { return "points"; }
 
     /// The evaluations of the integrand at some points, on average.
     virtual double meanEvaluations(const std::vector<Index>& points) const = 0;

@@ -73,8 +73,6 @@ class ToleranceTerms {
     /// factors are above the largest errors seen; see docs/reliability.md.
     double roundingOf(bool inSingle) const;
 
-    [[noreturn]] void refuse(double least, bool inSingle) const;
-
     /// What is known of the field beforehand, where errors are relative to the largest |p|.
     struct Preview {
         double largest = 0;    ///< a lower bound of the largest |p|

@@ -1,0 +1,78 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#pragma once
+
+#include <complex>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "field/ArrayTerms.h"
+#include "field/Engine.h"
+
+namespace pistonfield {
+
+/// An engine of a request for an array, which says how exact it is.
+template <class T>
+class ArrayEngine : public Engine<T> {
+  public:
+    using Index = ArrayTerms::Index;
+
+    double evaluationsOfAPoint() const override {
+        // Of a million elements this takes about a second.
+        std::call_once(isCounted, [this] { evaluations = meanEvaluations(terms->fewPoints()); });
+        return evaluations;
+    }
+    std::int64_t largestPiece() const noexcept override { return std::int64_t{1} << 30; }
+    std::int64_t deviceMemoryOf(const LatticeBox& /*box*/) const noexcept override { return 0; }
+    std::optional<Accuracy> accuracy() const override;
+
+    /// The evaluations of the integrand at some points, on average, of all elements together.
+    virtual double meanEvaluations(const std::vector<Index>& points) const = 0;
+
+    /// About what a point of a box of all points takes on one core, in all weightings.
+    virtual double secondsOfAPoint() const {
+        constexpr double secondsOfAnEvaluation = 1e-9;
+        return evaluationsOfAPoint() * secondsOfAnEvaluation;
+    }
+
+  protected:
+    explicit ArrayEngine(std::shared_ptr<const ArrayTerms> terms) : terms(std::move(terms)) {}
+
+    /// The values of all weightings at some points, point by point.
+    virtual std::vector<std::complex<double>> valuesAt(const std::vector<Index>& points) const;
+
+    const std::shared_ptr<const ArrayTerms> terms;
+
+  private:
+    mutable std::once_flag isCounted;
+    mutable double evaluations = 0;
+};
+
+/// The engine that takes the least time for a request for an array.
+/// @param request outlives it
+/// @throws what `ArrayTerms` throws; DeviceFailure
+template <class T>
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request);
+
+/// The engine that sums up the elements' fields.
+/// @throws std::bad_alloc
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms);
+
+/// The engine that sums them up on a device.
+/// @throws DeviceFailure, std::bad_alloc
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeDeviceSumEngine(std::shared_ptr<const ArrayTerms> terms);
+
+/// The engine that convolves the field of equal elements in a plane with their weights. None where
+/// the request is for others, where it takes more than a second and far longer than sums, where
+/// rounding would take too much of the tolerance or it needs too much memory, and in builds without
+/// a library for Fourier transforms.
+/// @param sum sums up what is too near to elements that are on no grid
+/// @throws std::bad_alloc
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
+    std::shared_ptr<const ArrayTerms> terms, std::shared_ptr<const ArrayEngine<T>> sum);
+
+}  // namespace pistonfield

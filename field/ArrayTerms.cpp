@@ -1,0 +1,247 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "field/ArrayTerms.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <string>
+
+#include "field/PatchSums.h"
+#include "field/errorLimits.h"
+#include "field/samplePoints.h"
+#include "parallel/threads.h"
+
+namespace pistonfield {
+
+namespace {
+
+/// Elements times points that one looks at beforehand, and to measure.
+constexpr std::size_t mostPreviewed = 1 << 23;
+constexpr std::size_t mostMeasured = 1 << 19;
+
+std::string nameOfElement(std::size_t i) { return "element " + std::to_string(i + 1); }
+
+/// Some of many, evenly spread.
+std::vector<ArrayTerms::Index> thinned(const std::vector<ArrayTerms::Index>& all,
+                                       std::size_t most) {
+    const std::size_t every = (all.size() + most - 1) / most;
+    std::vector<ArrayTerms::Index> some;
+    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
+    return some;
+}
+
+/// Does a work with ranges of the points' numbers, in threads.
+template <class Work>
+void inThreads(const std::vector<ArrayTerms::Index>& points, Work work) {
+    constexpr std::int64_t some = 4;
+    const auto count = static_cast<std::int64_t>(points.size());
+    inParallel(count, some, count > some ? threadCount() : 1,
+               [&work](std::int64_t first, std::int64_t last) {
+                   work(static_cast<std::size_t>(first), static_cast<std::size_t>(last));
+               });
+}
+
+double distanceOf(const Pose::Vector& v) { return std::hypot(v[0], v[1], v[2]); }
+
+}  // namespace
+
+ArrayTerms::ArrayTerms(const Request& request)
+    : theRequest(request), thePositions(request), fields(request.array->elements, request.wave) {
+    requireSides();
+    reach = reachWithin();
+    if (!request.behind) requireBefore();
+    previews = previewsOf();
+    const double rounding = roundingIn(request.inSingle());
+    const double asked = request.tolerance->value;
+    if (!(asked >= 2 * rounding && rounding >= 0)) refuseTolerance(2 * rounding, request);
+    share = asked - rounding;
+}
+
+void ArrayTerms::requireSides() const {
+    const double wavelength = 2 * std::numbers::pi / theRequest.wave.wavenumber;
+    for (std::size_t i = 0; i < fields.count(); ++i)
+        for (const double side : {fields[i].piston.width, fields[i].piston.height})
+            if (const std::string reason = whySideIsRefused(side / wavelength); !reason.empty())
+                throw InvalidRequest("elements", nameOfElement(i) + ": " + reason);
+}
+
+double ArrayTerms::reachWithin() const {
+    const auto bounds = thePositions.bounds();
+    double square = 0;
+    for (std::size_t axis = 0; axis < bounds.size(); ++axis) {
+        double farthest = 0;
+        for (const Element& element : array().elements)
+            for (const double bound : bounds[axis])
+                farthest = std::max(farthest, std::abs(bound - element.pose.centre[axis]));
+        square += farthest * farthest;
+    }
+    const double distance = theRequest.wave.wavenumber * std::sqrt(square);
+    requireReach(std::isfinite(distance) ? distance : HUGE_VAL, theRequest);
+    // The positions and the centres are rounded as well.
+    double centre = 0;
+    for (const Element& element : array().elements)
+        centre = std::max(centre, distanceOf(element.pose.centre));
+    return std::max(distance, thePositions.reach() + theRequest.wave.wavenumber * centre);
+}
+
+void ArrayTerms::requireBefore() const {
+    const auto bounds = thePositions.bounds();
+    const double rounding = 8 * 0x1p-53 * reach / theRequest.wave.wavenumber;
+    for (std::size_t i = 0; i < fields.count(); ++i) {
+        const Pose& pose = fields[i].pose;
+        const Pose::Vector normal = pose.normal();
+        double least = 0;
+        for (std::size_t axis = 0; axis < bounds.size(); ++axis)
+            least += std::min((bounds[axis][0] - pose.centre[axis]) * normal[axis],
+                              (bounds[axis][1] - pose.centre[axis]) * normal[axis]);
+        if (least >= -rounding) continue;
+        if (const auto position = thePositions.firstBehind(pose, rounding))
+            refuseBehind(*position, nameOfElement(i), theRequest);
+    }
+}
+
+ErrorLimit ArrayTerms::limitOf(const Face& face, double part) const {
+    if (isLocal()) return localLimit(face, part * share);
+    double least = HUGE_VAL;
+    for (const Preview& preview : previews)
+        least = std::min(least, preview.largest / preview.weights);
+    return {part * share * least};
+}
+
+std::vector<ArrayTerms::Index> ArrayTerms::coarsePoints() const {
+    return thinned(samplePoints(theRequest.lattice.sizes, false),
+                   std::max<std::size_t>(8, mostPreviewed / fields.count()));
+}
+
+std::vector<ArrayTerms::Index> ArrayTerms::fewPoints() const { return thinned(coarsePoints(), 18); }
+
+std::vector<ArrayTerms::Index> ArrayTerms::finePoints() const {
+    return thinned(samplePoints(theRequest.lattice.sizes, true),
+                   std::max<std::size_t>(2, mostMeasured / fields.count()));
+}
+
+std::vector<std::complex<double>> ArrayTerms::previewAt(const std::vector<Index>& points,
+                                                        double fraction) const {
+    const std::size_t weightings = array().weightings();
+    const auto limitOf = [fraction](const Face& face) { return localLimit(face, fraction); };
+    const PatchSums<double> sums(array(), theRequest.wave, limitOf, {1, 1});
+    std::vector<std::complex<double>> values(points.size() * weightings);
+    inThreads(points, [&](std::size_t first, std::size_t last) {
+        PatchSums<double>::Work work(sums);
+        for (std::size_t i = first; i < last; ++i) {
+            LatticePatches::Piece piece{};
+            const auto position = thePositions.at(points[i]);
+            std::copy(position.begin(), position.end(), piece.patch.middle);
+            piece.patch.count[0] = piece.patch.count[1] = 1;
+            piece.count = {1, 1};
+            sums.compute(piece, work);
+            for (std::size_t w = 0; w < weightings; ++w)
+                values[i * weightings + w] = work.at(w, 0, 0);
+        }
+    });
+    return values;
+}
+
+std::vector<std::complex<double>> ArrayTerms::pressureAt(const std::vector<Index>& points,
+                                                         double fraction) const {
+    const std::size_t weightings = array().weightings();
+    std::vector<std::complex<double>> values(points.size() * weightings);
+    inThreads(points, [&](std::size_t first, std::size_t last) {
+        GroupValues<double> group;
+        for (std::size_t number = first; number < last; ++number) {
+            const auto position = thePositions.at(points[number]);
+            for (std::size_t i = 0; i < fields.count();) {
+                const int some = fields.alike(i);
+                fields.computeAt(position, i, some, localLimit(fields.faceOf(i), fraction), group);
+                for (int lane = 0; lane < some; ++lane, ++i)
+                    for (std::size_t w = 0; w < weightings; ++w)
+                        values[number * weightings + w] +=
+                            array().weights[w * fields.count() + i] *
+                            std::complex<double>(group.re[lane], group.im[lane]);
+            }
+        }
+    });
+    return values;
+}
+
+std::vector<ArrayTerms::Amplitudes> ArrayTerms::amplitudesAt(
+    const std::vector<Index>& points) const {
+    const std::size_t weightings = array().weightings();
+    std::vector<double> magnitudes;
+    magnitudes.reserve(array().weights.size());
+    for (const std::complex<double>& weight : array().weights)
+        magnitudes.push_back(std::abs(weight));
+    std::vector<Amplitudes> amplitudes(points.size() * weightings);
+    inThreads(points, [&](std::size_t first, std::size_t last) {
+        std::vector<double> local(fields.count());
+        for (std::size_t number = first; number < last; ++number) {
+            const auto position = thePositions.at(points[number]);
+            for (std::size_t i = 0; i < local.size(); ++i)
+                local[i] =
+                    localAmplitude(fields.faceOf(i), distanceOf(fields[i].pose.placeOf(position)));
+            for (std::size_t w = 0; w < weightings; ++w) {
+                Amplitudes& sums = amplitudes[number * weightings + w];
+                for (std::size_t i = 0; i < local.size(); ++i) {
+                    const double amplitude = magnitudes[w * local.size() + i] * local[i];
+                    sums.sum += amplitude;
+                    sums.square += amplitude * amplitude;
+                }
+            }
+        }
+    });
+    return amplitudes;
+}
+
+double ArrayTerms::roundingIn(bool inSingle) const {
+    double perElement = 0;
+    for (const Face& face : fields.differentFaces())
+        perElement = std::max(perElement, roundingOfIntegrals(face, inSingle));
+    const bool inTwo = inSingle && isOnGpu(theRequest.mode);
+    perElement += (inTwo ? roundingOfPhaseInTwo : roundingOfPhase) * reach;
+    if (isLocal()) return perElement;
+    double most = 0;
+    for (const Preview& preview : previews)
+        most = std::max(most, perElement * preview.rounding / preview.largest);
+    return most;
+}
+
+auto ArrayTerms::previewsOf() const -> std::vector<Preview> {
+    const std::size_t weightings = array().weightings();
+    std::vector<Preview> seen(weightings);
+    for (std::size_t w = 0; w < weightings; ++w)
+        for (std::size_t i = 0; i < fields.count(); ++i)
+            seen[w].weights += std::abs(array().weights[w * fields.count() + i]);
+    if (isLocal()) return seen;
+    constexpr double error = 1e-8;
+    // Elements' rounding errors have no common sign: of many elements they add up to a few times
+    // the root of the sum of their squares.
+    constexpr double ofMany = 4;
+    const std::vector<Index> points = coarsePoints();
+    const auto values = previewAt(points, error);
+    const std::vector<Amplitudes> amplitudes = amplitudesAt(points);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        Preview& of = seen[i % weightings];
+        const auto& [sum, square] = amplitudes[i];
+        of.rounding = std::max(of.rounding, std::min(sum, ofMany * std::sqrt(square)));
+        of.largest = std::max(of.largest, std::abs(values[i]) - error * sum);
+    }
+    return seen;
+}
+
+Accuracy ArrayTerms::measure(const std::vector<std::complex<double>>& values) const {
+    const std::vector<Index> points = finePoints();
+    const auto finer = pressureAt(points, 1e-14);
+    const std::vector<Amplitudes> amplitudes =
+        isLocal() ? amplitudesAt(points) : std::vector<Amplitudes>();
+    const std::size_t weightings = previews.size();
+    Accuracy measured{theRequest.tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
+    for (std::size_t i = 0; i < finer.size(); ++i) {
+        const double unit = isLocal() ? amplitudes[i].sum : previews[i % weightings].largest;
+        const double error = std::abs(values[i] - finer[i]) / unit;
+        if (!(error <= measured.error) && !std::isnan(measured.error)) measured.error = error;
+    }
+    return measured;
+}
+
+}  // namespace pistonfield

@@ -1,0 +1,339 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "field/ContourTerms.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <string>
+
+#include "field/errorLimits.h"
+#include "field/samplePoints.h"
+#include "parallel/threads.h"
+
+namespace pistonfield {
+
+namespace {
+
+/// Elements times points that one looks at beforehand, and to measure.
+constexpr std::size_t mostPreviewed = 1 << 16;
+constexpr std::size_t mostMeasured = 1 << 17;
+
+double lengthOf(const std::array<std::complex<double>, 3>& v) {
+    return std::sqrt(std::norm(v[0]) + std::norm(v[1]) + std::norm(v[2]));
+}
+
+double distanceOf(const Pose::Vector& v) { return std::hypot(v[0], v[1], v[2]); }
+
+Pose::Vector differenceOf(const Pose::Vector& a, const Pose::Vector& b) {
+    return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+
+/// What losses may leave less of than a precision has numbers for.
+double leastUnit(const Request& request) {
+    return request.inSingle() ? std::numeric_limits<float>::min()
+                              : std::numeric_limits<double>::min();
+}
+
+std::string nameOfElement(const Request& request, std::size_t i) {
+    return request.array ? "element " + std::to_string(i + 1) : "the piston";
+}
+
+}  // namespace
+
+ContourTerms::ContourTerms(const Request& request)
+    : theRequest(request), thePositions(request), theFields(request) {
+    requireSizes();
+    reach = reachWithin();
+    if (!request.behind) requireBefore();
+    excess = excessWithin();
+    previews = previewsOf();
+    const double rounded = rounding();
+    const double asked = request.tolerance->value;
+    if (!(asked >= 2 * rounded && rounded >= 0)) refuseTolerance(2 * rounded, request);
+    share = asked - rounded;
+    // An intensity errs by what its two factors do, of which each is about twice the local
+    // amplitude at most, and with losses so often the excess.
+    constexpr double ofLargest = 2.5;
+    constexpr double ofLocal = 5;
+    if (request.quantity == Quantity::intensity) share /= isLocal() ? ofLocal * excess : ofLargest;
+}
+
+std::complex<double> ContourTerms::weight(std::size_t weighting,
+                                          std::size_t element) const noexcept {
+    if (!theRequest.array) return 1;
+    return theRequest.array->weights[weighting * theFields.count() + element];
+}
+
+void ContourTerms::add(const std::array<PointField, groupSize>& values, std::complex<double> weight,
+                       std::array<PointField, groupSize>& sum) {
+    for (std::size_t i = 0; i < groupSize; ++i) {
+        sum[i].pressure += weight * values[i].pressure;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            sum[i].velocity[axis] += weight * values[i].velocity[axis];
+    }
+}
+
+void ContourTerms::requireSizes() const {
+    const double wavelength = 2 * std::numbers::pi / theRequest.wave.wavenumber;
+    const auto require = [&](double side, const char* field, const std::string& element) {
+        if (const std::string reason = whySideIsRefused(side / wavelength); !reason.empty())
+            throw InvalidRequest(field, element + reason);
+    };
+    if (!theRequest.array) {
+        require(theRequest.piston.width, "width", "");
+        require(theRequest.piston.height, "height", "");
+        return;
+    }
+    for (std::size_t i = 0; i < theFields.count(); ++i) {
+        const std::string element = nameOfElement(theRequest, i) + ": ";
+        if (theFields[i].outline) {
+            require(2 * theFields.outlineOf(i).circle().radius, "elements", element);
+        } else {
+            require(theFields[i].piston.width, "elements", element);
+            require(theFields[i].piston.height, "elements", element);
+        }
+    }
+}
+
+double ContourTerms::reachWithin() const {
+    const auto bounds = thePositions.bounds();
+    // Those of the elements' frames, and of the circles about their outlines.
+    std::vector<Pose::Vector> centres;
+    for (std::size_t i = 0; i < theFields.count(); ++i) {
+        centres.push_back(theFields[i].pose.centre);
+        centres.push_back(theFields.centreOf(i));
+    }
+    double square = 0;
+    double centre = 0;
+    for (std::size_t axis = 0; axis < bounds.size(); ++axis) {
+        double farthest = 0;
+        for (const Pose::Vector& about : centres)
+            for (const double bound : bounds[axis])
+                farthest = std::max(farthest, std::abs(bound - about[axis]));
+        square += farthest * farthest;
+    }
+    for (const Pose::Vector& about : centres) centre = std::max(centre, distanceOf(about));
+    const double distance = theRequest.wave.wavenumber * std::sqrt(square);
+    requireReach(std::isfinite(distance) ? distance : HUGE_VAL, theRequest);
+    // The positions and the centres are rounded as well.
+    return std::max(distance, thePositions.reach() + theRequest.wave.wavenumber * centre);
+}
+
+void ContourTerms::requireBefore() const {
+    const double rounding = 8 * 0x1p-53 * reach / theRequest.wave.wavenumber;
+    for (std::size_t i = 0; i < theFields.count(); ++i)
+        if (const auto position = thePositions.firstBehind(theFields[i].pose, rounding))
+            refuseBehind(*position, nameOfElement(theRequest, i), theRequest);
+}
+
+double ContourTerms::unitOf(const Preview& preview) const noexcept {
+    switch (theRequest.quantity) {
+        case Quantity::pressure:
+            return preview.pressure;
+        case Quantity::velocity:
+            return preview.velocity;
+        case Quantity::intensity:
+            break;
+    }
+    return preview.pressure * preview.velocity;
+}
+
+DecayingLimit ContourTerms::limitOf(std::size_t element) const noexcept {
+    if (isLocal()) return theFields.localLimit(element, share);
+    double least = std::numeric_limits<double>::infinity();
+    for (const Preview& preview : previews) {
+        const bool needsPressure = theRequest.quantity != Quantity::velocity;
+        const double largest = !withVelocity() ? preview.pressure
+                               : needsPressure ? std::min(preview.pressure, preview.velocity)
+                                               : preview.velocity;
+        least = std::min(least, largest / preview.weights);
+    }
+    return {{share * least}, false};
+}
+
+std::vector<ContourTerms::Index> ContourTerms::thinned(std::vector<Index> all,
+                                                       std::size_t mostPairs) const {
+    const std::size_t most = std::max<std::size_t>(8, mostPairs / theFields.count());
+    const std::size_t every = (all.size() + most - 1) / most;
+    std::vector<Index> some;
+    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
+    return some;
+}
+
+std::vector<ContourTerms::Index> ContourTerms::coarsePoints() const {
+    return thinned(samplePoints(theRequest.lattice.sizes, false), mostPreviewed);
+}
+
+std::vector<ContourTerms::Index> ContourTerms::fewPoints() const {
+    const std::vector<Index> points = coarsePoints();
+    constexpr std::size_t most = 18;
+    const std::size_t every = (points.size() + most - 1) / most;
+    std::vector<Index> few;
+    for (std::size_t i = 0; i < points.size(); i += every) few.push_back(points[i]);
+    return few;
+}
+
+std::vector<ContourTerms::Index> ContourTerms::finePoints() const {
+    return thinned(samplePoints(theRequest.lattice.sizes, true), mostMeasured);
+}
+
+std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points,
+                                               double fraction) const {
+    const std::size_t count = weightings();
+    std::vector<PointField> fields(points.size() * count);
+    constexpr std::int64_t some = 4;
+    const auto all = static_cast<std::int64_t>(points.size());
+    inParallel(all, some, all > some ? threadCount() : 1,
+               [&](std::int64_t first, std::int64_t last) {
+                   ContourFields::Work work;
+                   std::vector<std::array<PointField, groupSize>> sums;
+                   GroupPlaces places;
+                   for (auto i = static_cast<std::size_t>(first);
+                        i < static_cast<std::size_t>(last); ++i) {
+                       const auto [x, y, z] = thePositions.at(points[i]);
+                       std::fill_n(places.x, groupSize, x);
+                       std::fill_n(places.y, groupSize, y);
+                       std::fill_n(places.z, groupSize, z);
+                       const auto limitOf = [&](std::size_t element) {
+                           return theFields.localLimit(element, fraction);
+                       };
+                       sumUp(places, limitOf, sums, work);
+                       for (std::size_t w = 0; w < count; ++w) fields[i * count + w] = sums[w][0];
+                   }
+               });
+    return fields;
+}
+
+void ContourTerms::componentsOf(const PointField& field, Quantity quantity,
+                                std::complex<double>* to) {
+    if (quantity == Quantity::pressure) {
+        *to = field.pressure;
+        return;
+    }
+    auto components = quantity == Quantity::velocity ? field.velocity : intensityOf(field);
+    // In a turned frame all components are sums with an infinite one.
+    if (!std::isfinite(lengthOf(field.velocity)))
+        components.fill(std::numeric_limits<double>::infinity());
+    std::copy(components.begin(), components.end(), to);
+}
+
+std::vector<std::complex<double>> ContourTerms::valuesAt(const std::vector<Index>& points,
+                                                         double fraction) const {
+    const std::vector<PointField> fields = fieldsAt(points, fraction);
+    const auto components = static_cast<std::size_t>(theRequest.components());
+    std::vector<std::complex<double>> values(fields.size() * components);
+    for (std::size_t i = 0; i < fields.size(); ++i)
+        componentsOf(fields[i], theRequest.quantity, &values[i * components]);
+    return values;
+}
+
+double ContourTerms::amplitudeAt(const Index& index, std::size_t weighting) const {
+    const auto position = thePositions.at(index);
+    double sum = 0;
+    for (std::size_t i = 0; i < theFields.count(); ++i)
+        sum +=
+            std::abs(weight(weighting, i)) *
+            theFields.localAmplitude(i, distanceOf(differenceOf(position, theFields.centreOf(i))));
+    return sum;
+}
+
+double ContourTerms::roundedAmplitudeAt(const Index& index, std::size_t weighting) const {
+    const auto position = thePositions.at(index);
+    double sum = 0;
+    for (std::size_t i = 0; i < theFields.count(); ++i) {
+        const double distance = distanceOf(differenceOf(position, theFields.centreOf(i)));
+        sum += std::abs(weight(weighting, i)) * theFields.localAmplitude(i, distance) *
+               theFields.excessAt(i, position);
+    }
+    return sum;
+}
+
+auto ContourTerms::previewsOf() const -> std::vector<Preview> {
+    const std::size_t count = weightings();
+    std::vector<Preview> seen(count);
+    for (std::size_t w = 0; w < count; ++w)
+        for (std::size_t i = 0; i < theFields.count(); ++i)
+            seen[w].weights += std::abs(weight(w, i));
+    if (isLocal()) return seen;
+    constexpr double error = 1e-6;
+    const std::vector<Index> points = coarsePoints();
+    const std::vector<PointField> fields = fieldsAt(points, error);
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+        Preview& of = seen[i % count];
+        const double amplitude = amplitudeAt(points[i / count], i % count);
+        const double velocity = lengthOf(fields[i].velocity);
+        of.amplitude = std::max(of.amplitude, roundedAmplitudeAt(points[i / count], i % count));
+        of.pressure = std::max(of.pressure, std::abs(fields[i].pressure) - error * amplitude);
+        // On an edge a velocity is infinite, which says nothing of the others.
+        if (std::isfinite(velocity))
+            of.velocity = std::max(of.velocity, velocity - error * amplitude);
+    }
+    return seen;
+}
+
+double ContourTerms::excessWithin() const {
+    if (theRequest.wave.attenuation == 0) return 1;
+    const auto bounds = thePositions.bounds();
+    double most = 1;
+    for (std::size_t i = 0; i < theFields.count(); ++i)
+        most = std::max(most, theFields.excessWithin(i, bounds));
+    return most;
+}
+
+double ContourTerms::roundingOfAnElement() const {
+    // In the integrals edges cancel, the more the longer the boundary, and phases are up to those
+    // of the sides; the factors are above the largest errors seen.
+    double most = 0;
+    const double k = theRequest.wave.wavenumber;
+    constexpr double unit = 0x1p-53;
+    for (std::size_t i = 0; i < theFields.count(); ++i)
+        most = std::max(most, unit * (256 + 2 * k * perimeterOf(theFields.outlineOf(i).outline())));
+    return most + (roundingOfPhase * reach) * (withVelocity() ? 4 : 1);
+}
+
+double ContourTerms::rounding() const {
+    const double ofElement = roundingOfAnElement();
+    const double ofResult = theRequest.inSingle() ? 0x1p-23 : 0;
+    const bool isProduct = theRequest.quantity == Quantity::intensity;
+    if (isLocal()) {
+        // Pressures and velocities are about twice the local amplitude at most, times the excess.
+        const double relative = excess * (ofElement + ofResult);
+        return isProduct ? 4 * excess * relative : relative;
+    }
+    double most = 0;
+    for (const Preview& preview : previews) {
+        const double largest =
+            withVelocity() ? std::min(preview.pressure, preview.velocity) : preview.pressure;
+        if (!(unitOf(preview) >= leastUnit(theRequest)))
+            return std::numeric_limits<double>::infinity();
+        most = std::max(most, ofElement * preview.amplitude / largest);
+    }
+    return (isProduct ? 2 : 1) * most + ofResult;
+}
+
+Accuracy ContourTerms::measure(const std::vector<std::complex<double>>& values) const {
+    const std::vector<Index> points = finePoints();
+    const auto finer = valuesAt(points, 1e-14);
+    const auto components = static_cast<std::size_t>(theRequest.components());
+    const std::size_t count = weightings();
+    Accuracy measured{theRequest.tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
+    for (std::size_t i = 0; i < points.size() * count; ++i) {
+        double square = 0;
+        for (std::size_t c = 0; c < components; ++c)
+            square += std::norm(values[i * components + c] - finer[i * components + c]);
+        // Values that are infinite have no error.
+        if (std::isinf(std::abs(finer[i * components]))) continue;
+        double unit = unitOf(previews[i % count]);
+        if (isLocal()) {
+            unit = amplitudeAt(points[i / count], i % count);
+            if (theRequest.quantity == Quantity::intensity) unit *= unit;
+        }
+        const double error = std::sqrt(square) / std::max(unit, leastUnit(theRequest));
+        if (!(error <= measured.error) && !std::isnan(measured.error)) measured.error = error;
+    }
+    return measured;
+}
+
+}  // namespace pistonfield
