@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "capi/elements.h"
 #include "capi/outcome.h"
 #include "core/limits.h"
 #include "field/Plan.h"
@@ -23,6 +26,7 @@
 
 struct pistonfield_plan {
     pistonfield::Plan plan;
+    std::string engine;
 };
 
 namespace {
@@ -32,11 +36,14 @@ using namespace pistonfield;
 /// A struct grows at its end: the sizes that it has had.
 using Sizes = std::span<const std::size_t>;
 
-constexpr std::array<std::size_t, 3> requestSizes{200, 216, 248};
-constexpr std::array<std::size_t, 1> conductSizes{32};
+constexpr std::array<std::size_t, 5> requestSizes{200, 216, 248, 280, 320};
+constexpr std::array<std::size_t, 2> conductSizes{32, 40};
 static_assert(offsetof(pistonfield_request, tolerance) == requestSizes[0]);
 static_assert(offsetof(pistonfield_request, x) == requestSizes[1]);
+static_assert(offsetof(pistonfield_request, array) == requestSizes[2]);
+static_assert(offsetof(pistonfield_request, attenuation) == requestSizes[3]);
 static_assert(sizeof(pistonfield_request) == requestSizes.back());
+static_assert(offsetof(pistonfield_conduct, to_next_field) == conductSizes[0]);
 static_assert(sizeof(pistonfield_conduct) == conductSizes.back());
 
 static_assert(PISTONFIELD_CPU == static_cast<int>(Mode::cpu));
@@ -46,6 +53,14 @@ static_assert(PISTONFIELD_CUDADP == static_cast<int>(Mode::cudadp));
 
 static_assert(PISTONFIELD_LARGEST == static_cast<int>(Tolerance::Of::largest));
 static_assert(PISTONFIELD_LOCAL == static_cast<int>(Tolerance::Of::local));
+
+static_assert(PISTONFIELD_RIGID == static_cast<int>(Baffle::rigid));
+static_assert(PISTONFIELD_SOFT == static_cast<int>(Baffle::soft));
+static_assert(PISTONFIELD_FREE == static_cast<int>(Baffle::free));
+
+static_assert(PISTONFIELD_PRESSURE == static_cast<int>(Quantity::pressure));
+static_assert(PISTONFIELD_VELOCITY == static_cast<int>(Quantity::velocity));
+static_assert(PISTONFIELD_INTENSITY == static_cast<int>(Quantity::intensity));
 
 /// @param hint what to do about it
 /// @throws InvalidArgument unless a struct of that size is one that this library knows
@@ -119,17 +134,7 @@ bool hasPoints(const pistonfield_request& given) {
 void takePoints(Request& request, const pistonfield_request& given) {
     // Before memory is taken for them.
     if (given.tolerance == 0) throw InvalidRequest("points", "a list takes a tolerance");
-    if (given.x == nullptr || given.y == nullptr || given.z == nullptr)
-        throw InvalidRequest("points", "none of x, y and z may be null");
-    if (given.points < 1) throw InvalidRequest("points", "must be 1 or more");
-    constexpr std::int64_t most = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
-    if (given.points > most)
-        throw InvalidRequest("points",
-                             std::to_string(given.points) + " positions have no place in memory");
-    const auto copied = [&given](const double* positions) {
-        return std::vector<double>(positions, positions + given.points);
-    };
-    request.points = PointList{copied(given.x), copied(given.y), copied(given.z)};
+    request.points = pointsFrom(given.x, given.y, given.z, given.points);
     request.lattice.sizes = {given.points, 1, 1};
 }
 
@@ -139,10 +144,107 @@ void takeLattice(Request& request, const pistonfield_request& given) {
     std::copy(std::begin(given.sizes), std::end(given.sizes), request.lattice.sizes.begin());
 }
 
+bool hasArray(const pistonfield_request& given) {
+    return given.array != nullptr || given.elements != 0 || given.weights != nullptr ||
+           given.weightings != 0;
+}
+
+std::vector<std::complex<double>> weightsOf(const pistonfield_request& given) {
+    std::vector<std::complex<double>> weights(static_cast<std::size_t>(given.elements), 1);
+    if (given.weights == nullptr) {
+        if (given.weightings != 0 && given.weightings != 1)
+            throw InvalidRequest("weights", "null is one weighting, all 1");
+        return weights;
+    }
+    constexpr auto most = static_cast<std::int64_t>(Array::mostWeightings);
+    if (given.weightings < 1 || given.weightings > most)
+        throw InvalidRequest("weightings", std::to_string(given.weightings) +
+                                               " are not within 1 to " + std::to_string(most));
+    weights.resize(weights.size() * static_cast<std::size_t>(given.weightings));
+    for (std::size_t i = 0; i < weights.size(); ++i)
+        weights[i] = {given.weights[2 * i], given.weights[2 * i + 1]};
+    return weights;
+}
+
+OutlineEdge edgeOf(const pistonfield_edge& given) {
+    const PlaneVector from{given.from[0], given.from[1]};
+    const PlaneVector to{given.to[0], given.to[1]};
+    if (given.sweep == 0) return StraightEdge{from, to};
+    const double x = from[0] - to[0];
+    const double y = from[1] - to[1];
+    return Arc{to, std::hypot(x, y), std::atan2(y, x), given.sweep};
+}
+
+std::shared_ptr<const Outline> outlineOf(const pistonfield_outline& given) {
+    constexpr auto most = static_cast<std::int64_t>(Array::mostEdges);
+    if (given.edges == nullptr || given.count < 1 || given.count > most)
+        throw InvalidRequest("outlines", "each must have 1 to " + std::to_string(most) + " edges");
+    Outline outline;
+    for (std::int64_t i = 0; i < given.count; ++i) {
+        if (i == 0 || given.edges[i].loop != given.edges[i - 1].loop) outline.loops.emplace_back();
+        outline.loops.back().push_back(edgeOf(given.edges[i]));
+    }
+    return std::make_shared<const Outline>(std::move(outline));
+}
+
+bool hasOutlines(const pistonfield_request& given) {
+    return given.outlines != nullptr || given.outline_of != nullptr || given.outline_count != 0;
+}
+
+void takeOutlines(Array& array, const pistonfield_request& given) {
+    constexpr auto most = static_cast<std::int64_t>(Array::mostShapes);
+    if (given.outlines == nullptr || given.outline_of == nullptr)
+        throw InvalidRequest("outlines", "none of outlines and outline_of may be null");
+    if (given.outline_count < 1 || given.outline_count > most)
+        throw InvalidRequest("outlines", std::to_string(given.outline_count) +
+                                             " are not within 1 to " + std::to_string(most));
+    std::vector<std::shared_ptr<const Outline>> outlines;
+    std::transform(given.outlines, given.outlines + given.outline_count,
+                   std::back_inserter(outlines), outlineOf);
+    for (std::size_t i = 0; i < array.elements.size(); ++i) {
+        const std::int64_t number = given.outline_of[i];
+        if (number < -1 || number >= given.outline_count)
+            throw InvalidRequest("outline_of", "element " + std::to_string(i + 1) +
+                                                   " has the number " + std::to_string(number) +
+                                                   ", which is no outline's");
+        if (number >= 0) array.elements[i].outline = outlines[static_cast<std::size_t>(number)];
+    }
+}
+
+template <class Value>
+Value valueNumbered(std::int32_t number, Value last, const char* field) {
+    const auto most = static_cast<std::int32_t>(last);
+    if (number < 0 || number > most)
+        throw InvalidRequest(field,
+                             std::to_string(number) + " is none of 0 to " + std::to_string(most));
+    return static_cast<Value>(number);
+}
+
+Array arrayOf(const pistonfield_request& given) {
+    // Before memory is taken for it.
+    if (given.tolerance == 0) throw InvalidRequest("elements", "an array takes a tolerance");
+    Array array;
+    array.elements = elementsFrom(given.array, given.elements);
+    array.weights = weightsOf(given);
+    if (hasOutlines(given)) takeOutlines(array, given);
+    return array;
+}
+
+void takeSource(Request& request, const pistonfield_request& given) {
+    if (hasArray(given))
+        request.array = arrayOf(given);
+    else if (hasOutlines(given))
+        throw InvalidRequest("outlines", "are those of an array's elements");
+    else
+        request.piston = {.width = given.width, .height = given.height};
+}
+
 Request requestOf(const pistonfield_request& given) {
     Request request;
-    request.piston = {.width = given.width, .height = given.height};
-    request.wave.wavenumber = given.wavenumber;
+    takeSource(request, given);
+    request.wave = {given.wavenumber, given.attenuation};
+    request.baffle = valueNumbered(given.baffle, Baffle::free, "baffle");
+    request.quantity = valueNumbered(given.quantity, Quantity::intensity, "quantity");
     if (hasPoints(given))
         takePoints(request, given);
     else
@@ -180,10 +282,14 @@ class Watched {
                                                  " is not within 0 to " +
                                                  std::to_string(mostThreads));
         conduct.threads = static_cast<unsigned>(wishes.threads);
+        fieldsApart = wishes.to_next_field;
         if (wishes.progress != nullptr) watch(wishes.progress, wishes.user);
     }
 
     const Conduct& get() const noexcept { return conduct; }
+
+    /// Elements from a weighting's values to those of the next one, or 0.
+    std::int64_t toNextField() const noexcept { return fieldsApart; }
 
   private:
     void watch(pistonfield_progress progress, void* user) {
@@ -196,6 +302,7 @@ class Watched {
     }
 
     Conduct conduct;
+    std::int64_t fieldsApart = 0;
 };
 
 template <class T>
@@ -207,24 +314,80 @@ std::uintptr_t addressOf(const T* pointer, const char* argument) {
     return address;
 }
 
-/// Where values of a box go, when they can: each has a place of its own in the address space.
-template <class T>
-Destination<T> destinationOf(T* re, T* im, std::int64_t stride, std::int64_t points) {
-    const std::uintptr_t reAddress = addressOf(re, "re");
-    const std::uintptr_t imAddress = addressOf(im, "im");
+/// Values of a box in an array: of so many fields so many points each, in elements or bytes.
+struct Layout {
+    std::uintptr_t points;
+    std::uintptr_t fields;
+    std::uintptr_t stride;
+    std::uintptr_t toNextField;
+};
+
+/// How values of a box are laid out, where numbers of a type have so many places.
+/// @throws InvalidArgument where there are not that many
+Layout layoutOf(std::int64_t points, std::int64_t fields, std::int64_t stride,
+                std::int64_t toNextField, std::int64_t places) {
     if (stride < 1) throw InvalidArgument("stride", std::to_string(stride) + " is not 1 or more");
-    constexpr std::int64_t most =
-        std::numeric_limits<std::ptrdiff_t>::max() / static_cast<std::int64_t>(sizeof(T));
-    if (stride > most / points)
-        throw InvalidArgument("stride", std::to_string(points) + " values that are " +
+    if (toNextField < 0)
+        throw InvalidArgument("to_next_field", std::to_string(toNextField) + " is not 0 or more");
+    const bool isDense = toNextField == 0;
+    const std::int64_t inARow = isDense ? points * fields : points;
+    std::int64_t taken = 0;
+    if (__builtin_mul_overflow(inARow, stride, &taken) || taken > places)
+        throw InvalidArgument("stride", std::to_string(inARow) + " values that are " +
                                             std::to_string(stride) +
                                             " elements apart have no place in memory");
-    const std::uintptr_t apart =
-        reAddress < imAddress ? imAddress - reAddress : reAddress - imAddress;
-    const std::uintptr_t step = sizeof(T) * static_cast<std::uintptr_t>(stride);
-    if (apart % step == 0 && apart / step < static_cast<std::uintptr_t>(points))
+    const std::int64_t apart = isDense ? points * stride : toNextField;
+    const std::int64_t others = isDense ? 0 : fields - 1;
+    std::int64_t before = 0;
+    if (__builtin_mul_overflow(others, apart, &before) || before > places - taken)
+        throw InvalidArgument("to_next_field", std::to_string(fields) + " fields that are " +
+                                                   std::to_string(apart) +
+                                                   " elements apart have no place in memory");
+    return {static_cast<std::uintptr_t>(points), static_cast<std::uintptr_t>(fields),
+            static_cast<std::uintptr_t>(stride), static_cast<std::uintptr_t>(apart)};
+}
+
+/// Whether two fields that start so far apart have a place in common.
+bool meet(const Layout& layout, std::uintptr_t apart) {
+    return apart % layout.stride == 0 && apart / layout.stride < layout.points;
+}
+
+/// Whether two values of an array have the same place.
+bool meetsItself(const Layout& layout) {
+    for (std::uintptr_t field = 1; field < layout.fields; ++field)
+        if (meet(layout, field * layout.toNextField)) return true;
+    return false;
+}
+
+/// Whether two arrays that start so far apart have a place in common.
+bool meetEachOther(const Layout& layout, std::uintptr_t apart) {
+    for (std::uintptr_t field = 0; field < layout.fields; ++field) {
+        const std::uintptr_t further = field * layout.toNextField;
+        if (meet(layout, apart + further) ||
+            meet(layout, apart < further ? further - apart : apart - further))
+            return true;
+    }
+    return false;
+}
+
+/// Where values of a box go, when they can: each has a place of its own in the address space.
+template <class T>
+Destination<T> destinationOf(T* re, T* im, std::int64_t stride, std::int64_t toNextField,
+                             const LatticeBox& box, std::int64_t fields) {
+    const std::uintptr_t reAddress = addressOf(re, "re");
+    const std::uintptr_t imAddress = addressOf(im, "im");
+    constexpr std::int64_t places =
+        std::numeric_limits<std::ptrdiff_t>::max() / static_cast<std::int64_t>(sizeof(T));
+    const Layout inElements = layoutOf(box.points(), fields, stride, toNextField, places);
+    if (meetsItself(inElements))
+        throw InvalidArgument("to_next_field", "puts values of two weightings into one place");
+    const Layout inBytes{inElements.points, inElements.fields, inElements.stride * sizeof(T),
+                         inElements.toNextField * sizeof(T)};
+    if (meetEachOther(inBytes,
+                      reAddress < imAddress ? imAddress - reAddress : reAddress - imAddress))
         throw InvalidArgument("im", "has elements that are those of re");
-    return {re, im, static_cast<std::ptrdiff_t>(stride)};
+    return {re, im, static_cast<std::ptrdiff_t>(stride),
+            static_cast<std::ptrdiff_t>(inElements.toNextField)};
 }
 
 template <class T>
@@ -236,8 +399,10 @@ pistonfield_status compute(const pistonfield_plan* given, const pistonfield_box*
         const LatticeBox box = boxOf(givenBox);
         // Refuses a box beyond the lattice, whose points may have no number.
         plan.require(box);
-        const Destination<T> destination = destinationOf(re, im, stride, box.points());
-        plan.compute(box, destination, Watched(conduct).get());
+        const Watched watched(conduct);
+        const Destination<T> destination =
+            destinationOf(re, im, stride, watched.toNextField(), box, plan.request().fields());
+        plan.compute(box, destination, watched.get());
     });
 }
 
@@ -295,12 +460,17 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
     return outcomeOf(message, [&] {
         required(plan, "plan") = nullptr;
         const auto asked = completed(request, requestSizes, "request");
-        pistonfield_plan made{Plan(requestOf(asked))};
+        pistonfield_plan made{Plan(requestOf(asked)), {}};
+        made.engine = made.plan.engine();
         *plan = std::make_unique<pistonfield_plan>(std::move(made)).release();
     });
 }
 
 void pistonfield_plan_destroy(pistonfield_plan* plan) noexcept { delete plan; }
+
+const char* pistonfield_plan_engine(const pistonfield_plan* plan) noexcept {
+    return plan != nullptr ? plan->engine.c_str() : nullptr;
+}
 
 pistonfield_status pistonfield_plan_cost(const pistonfield_plan* plan, const pistonfield_box* box,
                                          pistonfield_cost* cost,

@@ -1,7 +1,8 @@
 /* SPDX-FileCopyrightText: the pistonfield developers */
 /* SPDX-License-Identifier: BSD-3-Clause */
 
-/// The field of a rectangular piston, for C and for every language that can call C.
+/// The field of a rectangular piston, or of an array of flat pistons, for C and for every language
+/// that can call C; and arrays, and weights that drive them.
 ///
 /// Functions that can fail return a status and write a text about it where the caller wants one;
 /// the library keeps nothing between calls but the plans. Any thread may call any function, and any
@@ -14,7 +15,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 3
+#define PISTONFIELD_INTERFACE 6
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -58,9 +59,10 @@ typedef enum pistonfield_mode {
 
 /// What the error of a value is relative to.
 typedef enum pistonfield_tolerance_of {
-    PISTONFIELD_LARGEST = 0,  ///< the largest |p| at the request's points
+    PISTONFIELD_LARGEST = 0,  ///< the largest |p| at the request's points, of each weighting
     PISTONFIELD_LOCAL = 1,    ///< at each point k*A/(2*pi*R), of the face's area A and the distance
-                              ///< R of its centre, or sqrt(A)/4 where that is more; and at most 1
+                            ///< R of its centre, or sqrt(A)/4 where that is more; and at most 1. Of
+                            ///< an array the sum of its elements', each times its |weight|
 } pistonfield_tolerance_of;
 
 /// The number of modes: they are numbered from 0 on.
@@ -85,13 +87,59 @@ int64_t pistonfield_mode_most_points_in_a_row(int32_t mode) PISTONFIELD_NOEXCEPT
 /// The most threads that a computation can be given.
 int32_t pistonfield_most_threads(void) PISTONFIELD_NOEXCEPT;
 
+/// A piston of an array, in the array's frame: 11 numbers, and never others. A point at (x, y, z)
+/// of the piston's own frame, in which it lies as that of a request does, is at centre +
+/// x*along_width + y*along_height + z*normal there, with normal = along_width x along_height, the
+/// direction that it radiates to. Since interface 4.
+typedef struct pistonfield_element {
+    double width;   ///< the piston's side along `along_width`
+    double height;  ///< the piston's side along `along_height`
+    double centre[3];
+    double along_width[3];   ///< of length 1
+    double along_height[3];  ///< of length 1, at a right angle to it
+} pistonfield_element;
+
+/// An edge of a flat piston's outline, in the piston's frame: straight, or along a circle. Since
+/// interface 6, as the types up to `pistonfield_quantity`.
+typedef struct pistonfield_edge {
+    double from[2];  ///< where it begins
+    double to[2];    ///< where a straight one ends; of an arc the circle's centre
+    double sweep;    ///< 0: straight; else by which angle it turns about the centre, in radians,
+                     ///< from the x axis towards the y axis where it is above 0
+    int64_t loop;    ///< edges of the same number, one after the other, are closed to a loop
+} pistonfield_edge;
+
+/// The boundary of a flat piston, which lies on the left of its edges seen from the side that it
+/// radiates to: holes turn the other way.
+typedef struct pistonfield_outline {
+    const pistonfield_edge* edges;
+    int64_t count;  ///< at most 4096
+} pistonfield_outline;
+
+/// What the plane about a piston is.
+typedef enum pistonfield_baffle {
+    PISTONFIELD_RIGID = 0,  ///< moves nowhere
+    PISTONFIELD_SOFT = 1,   ///< has no pressure; the face has one of rho*c*u0
+    PISTONFIELD_FREE = 2    ///< is not there: half the sum of both fields
+} pistonfield_baffle;
+
+/// What is computed at each point.
+typedef enum pistonfield_quantity {
+    PISTONFIELD_PRESSURE = 0,  ///< one number: the pressure over j*rho*c*u0
+    PISTONFIELD_VELOCITY = 1,  ///< three: the particle velocity's components over u0
+    PISTONFIELD_INTENSITY = 2  ///< three: those of the complex intensity p*conj(v)/2 over
+                               ///< rho*c*|u0|^2/2, active and reactive
+} pistonfield_quantity;
+
 /// The field that is asked for, in any one unit of length in which no side is below 1e-7, at z >=
 /// 0: values behind the piston mean nothing, or are refused with a tolerance.
 /// `pistonfield_request_init` comes first.
 ///
 /// The piston lies in the plane z = 0, centred on the origin, in an infinite rigid baffle. Its
 /// field at a point is p = k/(2pi) * integral over the piston of exp(-j*k*R)/R dS, without unit,
-/// for the time dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure.
+/// for the time dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure. That of an array
+/// is the sum of its elements' fields, each of the element alone in an infinite rigid baffle in its
+/// own plane and times its weight.
 typedef struct pistonfield_request {
     size_t size;        ///< bytes of this struct where the program was compiled
     double width;       ///< the piston's side along x
@@ -111,8 +159,9 @@ typedef struct pistonfield_request {
     /// computes, and the precision of all arithmetic. Since interface 2, as what follows.
     double tolerance;
     int32_t tolerance_of;  ///< a `pistonfield_tolerance_of`
-    /// With a tolerance, points behind the piston are refused where this is 0. Otherwise their
-    /// value is the integral's, which is that of the point mirrored in the piston's plane.
+    /// With a tolerance, points behind the piston, or behind any element of an array, are refused
+    /// where this is 0. Otherwise their value is the integral's, which is that of the point
+    /// mirrored in the piston's plane.
     int32_t behind;
     /// Instead of the lattice, with a tolerance: any points, at (x[i], y[i], z[i]). `transform` and
     /// `sizes` then mean nothing, and boxes are those of a lattice of the sizes `points`, 1 and 1.
@@ -122,6 +171,27 @@ typedef struct pistonfield_request {
     const double* y;
     const double* z;
     int64_t points;  ///< positions in each of the three arrays
+    /// Instead of the piston, with a tolerance: the elements that radiate. `width` and `height`
+    /// then mean nothing, and positions are in the array's frame. Null and 0: the piston. Since
+    /// interface 4, as what follows.
+    const pistonfield_element* array;
+    int64_t elements;  ///< of `array`, at most 1000000, and 1024 of different sides
+    /// How the elements are driven: for each weighting, one after the other, a real and an
+    /// imaginary part for each element. Each weighting has a field of its own. Null: one weighting,
+    /// all 1; `weightings` is then 0 or 1.
+    const double* weights;
+    int64_t weightings;  ///< at most 4096
+    /// Of a wave exp(-j*(wavenumber - j*attenuation)*R), in nepers per unit of length; 0: none.
+    /// Since interface 6, as what follows; each takes a tolerance and the processor.
+    double attenuation;
+    int32_t baffle;    ///< a `pistonfield_baffle`
+    int32_t quantity;  ///< a `pistonfield_quantity`. Each weighting then has so many fields, one
+                       ///< after the other
+    /// Outlines of elements that are no rectangles, and for each element the number of its one,
+    /// counted from 0, or -1 for the rectangle of its sides. Null, null and 0: all are rectangles.
+    const pistonfield_outline* outlines;
+    const int64_t* outline_of;
+    int64_t outline_count;  ///< of `outlines`, at most 1024
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -162,6 +232,10 @@ typedef struct pistonfield_conduct {
     /// The most threads on the processor. 0: as the environment variable PISTONFIELD_THREADS says,
     /// else one for each core that the process may use.
     int64_t threads;
+    /// Where values of several fields go, of weightings and of components: those of the next one
+    /// lie so many numbers further in `re` and `im`. 0: right behind, which is the points of the
+    /// box times the stride. With one field it means nothing. Since interface 4.
+    int64_t to_next_field;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_conduct;
 
@@ -175,8 +249,8 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, size_t
 /// made it: to a forked child it is a device that failed. No thread is cancelled while it computes.
 typedef struct pistonfield_plan pistonfield_plan;
 
-/// Makes a plan, which takes all that it needs from the request, a list of points too. On a GPU it
-/// brings up the device.
+/// Makes a plan, which takes all that it needs from the request, a list of points and an array too.
+/// On a GPU it brings up the device.
 /// @param plan    where the plan goes, or null after a failure
 /// @param message where a text about the failure goes, or null; so in all functions
 pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
@@ -185,6 +259,13 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
 
 /// Ends a plan, when nobody computes with it. Null is fine.
 void pistonfield_plan_destroy(pistonfield_plan* plan) PISTONFIELD_NOEXCEPT;
+
+/// The name of what computes: "order", the sums of one order; with a tolerance "points", point by
+/// point; "runs", along the axes of a lattice; of arrays "sum", element by element; "convolution",
+/// for equal elements in a plane; "contours", along the pistons' outlines, for losses, baffles,
+/// quantities and outlines. Others may be added. It is there as long as the plan; null where
+/// that is null. Since interface 4.
+const char* pistonfield_plan_engine(const pistonfield_plan* plan) PISTONFIELD_NOEXCEPT;
 
 /// Tells what a box takes.
 pistonfield_status pistonfield_plan_cost(const pistonfield_plan* plan, const pistonfield_box* box,
@@ -206,12 +287,15 @@ pistonfield_status pistonfield_plan_accuracy(const pistonfield_plan* plan,
                                              pistonfield_accuracy* accuracy,
                                              pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
-/// Computes the field at the points of a box: value i goes to re[i * stride] and im[i * stride].
-/// Values of a mode in single precision are widened.
+/// Computes the field at the points of a box: value i goes to re[i * stride] and im[i * stride],
+/// and of field w, counted from 0, to re[w * to_next_field + i * stride] and im alike: each
+/// weighting of an array has a field, or one for each component of the quantity. `to_next_field` is
+/// the conduct's, and where that has none the points of the box times the stride. Values of a mode
+/// in single precision are widened.
 ///
 /// A real and an imaginary array take `re, im, 1`; an array of complex values takes
 /// `values, values + 1, 2`. After a failure some values may be there and others not.
-/// @param stride  1 or more; re and im have no element of each other's
+/// @param stride  1 or more; each part of each value has an element of its own
 /// @param conduct or null
 pistonfield_status pistonfield_plan_compute_double(
     const pistonfield_plan* plan, const pistonfield_box* box, double* re, double* im,
@@ -222,6 +306,226 @@ pistonfield_status pistonfield_plan_compute_double(
 pistonfield_status pistonfield_plan_compute_float(
     const pistonfield_plan* plan, const pistonfield_box* box, float* re, float* im, int64_t stride,
     const pistonfield_conduct* conduct, pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Elements, and their weights where there are some: what the functions below make, to be given to
+/// a request. All that it has is there as long as it is. Since interface 5, as what follows.
+typedef struct pistonfield_array pistonfield_array;
+
+/// Ends an array. Null is fine.
+void pistonfield_array_destroy(pistonfield_array* array) PISTONFIELD_NOEXCEPT;
+
+/// Its elements; null where it is null.
+const pistonfield_element* pistonfield_array_elements(const pistonfield_array* array)
+    PISTONFIELD_NOEXCEPT;
+
+/// The number of its elements; 0 where it is null.
+int64_t pistonfield_array_count(const pistonfield_array* array) PISTONFIELD_NOEXCEPT;
+
+/// For each element a real and an imaginary part; null where it has no weights or is null.
+const double* pistonfield_array_weights(const pistonfield_array* array) PISTONFIELD_NOEXCEPT;
+
+/// Elements side by side along x, in the plane z = 0, centred on the origin and radiating to +z.
+/// Lengths are in any one unit, here and in the other arrangements. Of several ways to say the same
+/// thing one is given, and the pointers of the others are null.
+typedef struct pistonfield_line {
+    int64_t elements;
+    double width;         ///< of an element, along x
+    double height;        ///< of an element, along y
+    const double* pitch;  ///< from centre to centre; this, or:
+    const double* kerf;   ///< from edge to edge; of one element neither is needed
+} pistonfield_line;
+
+/// Elements in columns along x and rows along y, in the plane z = 0, centred on the origin and
+/// radiating to +z.
+typedef struct pistonfield_matrix {
+    int64_t columns;
+    int64_t rows;
+    double width;           ///< of an element, along x
+    double height;          ///< of an element, along y
+    const double* pitch_x;  ///< from centre to centre of the columns; this, or:
+    const double* kerf_x;   ///< from edge to edge; of one column neither is needed
+    const double* pitch_y;  ///< the same of the rows
+    const double* kerf_y;
+} pistonfield_matrix;
+
+/// Elements side by side on the outside of a cylinder, whose axis is the parallel of y through (0,
+/// 0, -radius): each touches it in its centre and radiates away from the axis. The middle of them
+/// is at the origin and radiates to +z.
+typedef struct pistonfield_convex {
+    int64_t elements;
+    double radius;
+    double width;         ///< of an element, across the axis
+    double height;        ///< of an element, along y
+    const double* pitch;  ///< from centre to centre along the arc; this, or:
+    const double* angle;  ///< from centre to centre as seen from the axis, in radians; or:
+    const double* kerf;   ///< from edge to edge; of one element none of the three is needed
+} pistonfield_convex;
+
+/// Elements on the inside of a spherical cap, with its apex at the origin and its centre of
+/// curvature, the focus, at (0, 0, radius). They touch the sphere in their centres and radiate to
+/// the focus; their width is along the parallel and their height along the meridian. They lie
+/// wholly within the aperture and beside the hole, as seen along z: along a spiral by the golden
+/// angle, each in its own part of the surface, or in rings.
+typedef struct pistonfield_bowl {
+    double radius;                ///< of curvature
+    const double* aperture;       ///< the diameter of the rim, up to twice the radius; or:
+    const double* opening_angle;  ///< that of the rim as seen from the focus, in radians, up to pi
+    double hole;                  ///< the diameter of a hole about the apex, or 0
+    double width;
+    double height;
+    const int64_t* elements;  ///< of a spiral; or, of rings:
+    const double* kerf;       ///< the least distance from edge to edge; or:
+    const double* pitch;      ///< that plus the width along a ring, plus the height across; or:
+    const int64_t* counts;    ///< the elements of each ring, from the innermost on
+    int64_t rings;            ///< numbers in `counts`
+} pistonfield_bowl;
+
+/// Makes an array of elements from the least x on.
+/// @param array where the array goes, or null after a failure; so in all of these. What of the
+///     struct is wrong is an invalid request, named after the member
+pistonfield_status pistonfield_array_line(const pistonfield_line* line, pistonfield_array** array,
+                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Makes an array row by row: from the least y on, and in each row from the least x on.
+pistonfield_status pistonfield_array_matrix(const pistonfield_matrix* matrix,
+                                            pistonfield_array** array,
+                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Makes an array of elements from the least x on, along the arc.
+pistonfield_status pistonfield_array_convex(const pistonfield_convex* convex,
+                                            pistonfield_array** array,
+                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Makes an array of elements from the innermost on.
+pistonfield_status pistonfield_array_bowl(const pistonfield_bowl* bowl, pistonfield_array** array,
+                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Reads an array, in metres, from a file of comma-separated values: a line of columns' names, and
+/// a line for each element. Columns, in any order, with m, cm, mm or um behind a length's name: x
+/// [mm], y [mm], z [mm], width [mm], height [mm]; normal x, normal y, normal z; along x, ... of the
+/// width's direction, up x, ... of the height's; and of weights amplitude and phase [deg] or phase
+/// [rad], or re and im. Only x, y, width and height are needed.
+/// @param path of the file. What is wrong is an invalid request, also where it cannot be read; the
+///     text names the line and the column
+pistonfield_status pistonfield_array_read(const char* path, pistonfield_array** array,
+                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// An array of rectangles and a wave, for the functions that find weights. Lengths and the
+/// wavenumber share any one unit.
+typedef struct pistonfield_driven {
+    const pistonfield_element* array;
+    int64_t elements;   ///< of `array`, at most 1000000
+    double wavenumber;  ///< k, in radians per unit of length
+} pistonfield_driven;
+
+/// Places in the array's frame.
+typedef struct pistonfield_places {
+    const double* x;
+    const double* y;
+    const double* z;
+    int64_t points;    ///< positions in each of the three
+    double tolerance;  ///< of the elements' pressures there, relative to `PISTONFIELD_LOCAL` of the
+                       ///< element
+    int32_t behind;    ///< not 0: places behind elements are asked for, see `pistonfield_request`
+} pistonfield_places;
+
+/// Finds weights of amplitude 1 with which all elements arrive at a point with the phase 0: the
+/// field there is the sum of the magnitudes of the elements' own.
+/// @param focus   one place
+/// @param weights room for a real and an imaginary part for each element; so in all of these
+pistonfield_status pistonfield_weights_of_focus(const pistonfield_driven* driven,
+                                                const pistonfield_places* focus, double* weights,
+                                                pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Pressures that are demanded at several places at once.
+typedef struct pistonfield_foci {
+    pistonfield_places places;  ///< at most 256
+    const double* pressures;    ///< p at each of them, a real and an imaginary part
+    double least_ratio;         ///< singular values below this part of the largest one are dropped,
+                                ///< 1e-7 to 1
+    const double* largest_weight;  ///< the weights are scaled such that the largest |weight| is
+                                   ///< this one; null: they are not
+    int32_t iterations;  ///< of the weighting that evens the weights' magnitudes out, at most; up
+                         ///< to 1000
+} pistonfield_foci;
+
+/// What came of it.
+typedef struct pistonfield_foci_result {
+    int64_t dropped;     ///< singular values that were
+    double least_kept;   ///< the least singular value that was kept, over the largest one
+    double efficiency;   ///< the sum of |weight|^2 over elements times the largest |weight|^2
+    int64_t iterations;  ///< that led to these weights
+    double scale;        ///< what `largest_weight` multiplies the weights by, and the pressures
+    double residual;     ///< the largest |p/scale - demanded| at a place, over the largest
+                         ///< |demanded|
+} pistonfield_foci_result;
+
+/// Finds the weights of the least norm with which the pressures are those demanded.
+/// @param result or null
+pistonfield_status pistonfield_weights_of_foci(const pistonfield_driven* driven,
+                                               const pistonfield_foci* foci, double* weights,
+                                               pistonfield_foci_result* result,
+                                               pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Finds weights of amplitude 1 with the phases of a plane wave at the elements' centres, which
+/// goes in a direction.
+/// @param direction three numbers, of any length above 0
+pistonfield_status pistonfield_weights_of_plane_wave(
+    const pistonfield_driven* driven, const double* direction, double* weights,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The direction at an azimuth, from +z towards +x, and an elevation, from there towards +y, in
+/// radians.
+/// @param direction room for three numbers; null is fine
+void pistonfield_direction(double azimuth, double elevation,
+                           double* direction) PISTONFIELD_NOEXCEPT;
+
+/// Computes the pressure p of each element that is driven by 1, in parallel.
+/// @param pressures room for a real and an imaginary part: place by place those of all elements
+pistonfield_status pistonfield_element_pressures(const pistonfield_driven* driven,
+                                                 const pistonfield_places* places,
+                                                 double* pressures,
+                                                 pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// What a window lies along.
+typedef enum pistonfield_along {
+    PISTONFIELD_ALONG_X = 0,  ///< from the least to the largest x of all faces
+    PISTONFIELD_ALONG_Y = 1,
+    PISTONFIELD_ALONG_RADIUS = 2  ///< from the middle of the extent in x and y to the face's point
+                                  ///< farthest from it in x and y
+} pistonfield_along;
+
+/// A window for apodisation, which ends at the array's rim.
+typedef struct pistonfield_window {
+    const char* name;  ///< rectangular, hann, hamming, tukey, blackman, kaiser or gaussian
+    double parameter;  ///< of tukey the tapered part, 0 to 1; of kaiser beta, 0 to 500; of gaussian
+                       ///< sigma in half widths, above 0
+    int32_t along;     ///< a `pistonfield_along`
+} pistonfield_window;
+
+/// Multiplies weights by the values of a window at the elements' centres.
+/// @param driven its wavenumber means nothing
+pistonfield_status pistonfield_weights_window(const pistonfield_driven* driven,
+                                              const pistonfield_window* window, double* weights,
+                                              pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Rounds the phases of so many weights to the nearest of 2^bits in a period.
+/// @param bits from 1 to 32
+pistonfield_status pistonfield_weights_round_phases(double* weights, int64_t count, int32_t bits,
+                                                    pistonfield_message* message)
+    PISTONFIELD_NOEXCEPT;
+
+/// Rounds their delays, -phase/(2*pi*frequency), to the nearest multiple of a step.
+/// @param step a time in the unit of 1/frequency, at most half a period
+pistonfield_status pistonfield_weights_round_delays(
+    double* weights, int64_t count, double frequency, double step,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Rounds their magnitudes to the nearest of so many levels, evenly spaced from 0 to the largest.
+/// @param levels 2 or more
+pistonfield_status pistonfield_weights_round_amplitudes(
+    double* weights, int64_t count, int64_t levels,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 #ifdef __cplusplus
 }
