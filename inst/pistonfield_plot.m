@@ -1,5 +1,5 @@
 function h = pistonfield_plot(p, grid, varargin)
-  % pistonfield_plot: draws a field to scale, as slices or as profiles.
+  % pistonfield_plot: draws a field to scale, as slices or as profiles, an array or a piston.
   %
   % DESCRIPTION
   %   Draws what the grid holds: a line as a profile, a plane as a slice, a volume as three slices
@@ -10,21 +10,33 @@ function h = pistonfield_plot(p, grid, varargin)
   %   Numbers are given in the units of the functions that compute, in m and in the unit of p, also
   %   where the drawing shows mm and kPa.
   %
+  %   Of an array, or a piston, the elements' faces are drawn, as seen from before it, and from the
+  %   side as well unless all lie in one plane across z. They are coloured by the weights that are
+  %   given; those whose weight is 0 have no phase and are grey.
+  %
   %   Without a screen the figure is invisible and can be printed to a file as any other.
   %
   % USAGE
   %   pistonfield_plot(p, grid)
   %   pistonfield_plot(p, grid, name, value, ...)
+  %   pistonfield_plot(array)
+  %   pistonfield_plot(piston)
+  %   pistonfield_plot(array, 'weights', w, name, value, ...)
   %   h = pistonfield_plot(...)
   %
   % INPUTS
   %   p     - the field [Pa, or 'unit'], of the grid's sizes, with those of one point or without;
-  %           or a vector of all its values
+  %           or a vector of all its values. Of several weightings, along the last dimension, the
+  %           option 'weighting' says which one is drawn
   %   grid  - where its points lie, made by pistonfield_grid
+  %   array - made by pistonfield_array, or a struct as pistonfield_pressure takes it; with the options
+  %           'weights', 'show', 'colormap', 'title' and 'axes' alone; or a piston, as an array of one
   %
   % OPTIONAL INPUTS (names and values)
   %   'show'      - 'magnitude' of p (default), its 'level' [dB], its 'phase' [degrees] or its
-  %                 'real' part
+  %                 'real' part. Of an array the 'phase' (default) or the 'magnitude' of the weights
+  %   'weights'   - of an array: one for each element, complex or real
+  %   'weighting' - of the fields of an array's several weightings: the number of the one to draw
   %   'along'     - 'x', 'y' or 'z': a profile along the grid's first, second or third direction
   %   'across'    - 'x', 'y' or 'z': a slice across that direction
   %   'at'        - the point [m] that slices and profiles go through, or the grid point nearest to
@@ -37,13 +49,14 @@ function h = pistonfield_plot(p, grid, varargin)
   %   'unit'      - 'Pa', 'kPa' or 'MPa': what p, which is in Pa, is shown in; by default the one
   %                 that reads best. Another text is the unit of p itself, such as 'm/s'; '' is
   %                 none.
-  %   'piston'    - the piston as pistonfield_pressure takes it, or an array of them: slices show its
-  %                 outline, as seen along their normal. They grow to show it, at most to twice
+  %   'piston'    - the piston or the array as pistonfield_pressure takes it, or a struct array of
+  %                 pistons: slices show its outline, as seen along their normal. They grow to show it, at most to twice
   %                 their size.
   %   'colormap'  - the colours of slices: N by 3, red, green and blue from 0 to 1; or the name of
   %                 a map, such as 'gray'
   %   'title'     - a text; by default where the slice or line lies
-  %   'axes'      - axes to draw one slice or profile into; a new figure by default. The slice, its
+  %   'axes'      - axes to draw one slice or profile into, or an array as seen from before it; a new
+  %                 figure by default. The slice, its
   %                 labels and its colour bar keep within the axes' outer bounds.
   %
   % OUTPUTS
@@ -51,7 +64,7 @@ function h = pistonfield_plot(p, grid, varargin)
   %             figure    the figure
   %             axes      the axes
   %             graphics  the images or the line
-  %             colorbar  the colour bar; empty for a profile
+  %             colorbar  the colour bar; empty for a profile, and for an array without weights
   %
   % EXAMPLES
   %   grid = pistonfield_grid((-10:0.2:10) * 1e-3, 0, (0.5:0.2:60) * 1e-3);
@@ -59,18 +72,33 @@ function h = pistonfield_plot(p, grid, varargin)
   %   pistonfield_plot(p, grid);
   %   pistonfield_plot(p, grid, 'show', 'level', 'range', 30);
   %   pistonfield_plot(p, grid, 'along', 'z', 'at', [0 0 0]);
+  %   array = pistonfield_array('line', 'elements', 64, 'pitch', 0.3e-3, 'width', 0.27e-3, ...
+  %                             'height', 10e-3);
+  %   w = pistonfield_focus(array, [0 0 30e-3], 'frequency', 2.5e6);
+  %   pistonfield_plot(array, 'weights', w);
   %   pistonfield_plot(p, grid, 'piston', struct('width', 7.5e-3, 'height', 5e-3), 'unit', 'kPa');
   %
-  % See also: pistonfield_grid, pistonfield_pressure
+  % See also: pistonfield_array, pistonfield_grid, pistonfield_pressure
 
   % SPDX-FileCopyrightText: the pistonfield developers
   % SPDX-License-Identifier: BSD-3-Clause
 
   caller = 'pistonfield_plot';
-  require(nargin >= 2, caller, 'arguments', 'give a field and its grid');
+  if nargin > 0 && isstruct(p)
+    pairs = varargin;
+    if nargin > 1
+      pairs = [{grid}, varargin];
+    end
+    drawing = draw_array(caller, p, pairs);
+    if nargout > 0
+      h = drawing;
+    end
+    return
+  end
+  require(nargin >= 2, caller, 'arguments', 'give a field and its grid, or an array');
   require_grid(caller, grid);
-  p = on_grid(caller, p, grid.sizes);
   options = read_plot_options(caller, varargin);
+  p = on_grid(caller, one_weighting(caller, p, grid.sizes, options.weighting), grid.sizes);
   require(any(isfinite(p(:))), caller, 'p', 'p has no finite value: all are NaN or Inf');
   require(any(p(:) ~= 0) || ~strcmp(options.show, 'level'), caller, 'p', ...
           'p is 0 everywhere, which has no level in dB');
@@ -97,6 +125,22 @@ function h = pistonfield_plot(p, grid, varargin)
   end
 end
 
+% Of the fields of several weightings, along the last dimension, the one that is drawn.
+function p = one_weighting(caller, p, sizes, number)
+  count = numel(p) / prod(sizes);
+  given = size(p);
+  if isnumeric(p) && count > 1 && isequal(given, [sizes, count])
+    require(~isempty(number), caller, 'weighting', ...
+            'p has the fields of %d weightings: the option ''weighting'' says which one', count);
+    require(number <= count, caller, 'weighting', ...
+            'weighting must be from 1 to %d: so many fields are in p', count);
+    p = p(:, :, :, number);
+    return
+  end
+  require(isempty(number) || number == 1, caller, 'weighting', ...
+          'p has the field of one weighting');
+end
+
 % The field as an array of the grid's sizes.
 function p = on_grid(caller, p, sizes)
   require(isnumeric(p) && numel(p) == prod(sizes), caller, 'p', ...
@@ -121,8 +165,11 @@ end
 function options = read_plot_options(caller, given)
   defaults = struct('show', 'magnitude', 'along', '', 'across', '', 'at', [], ...
                     'reference', [], 'range', 40, 'limits', [], 'unit', [], 'piston', [], ...
-                    'colormap', [], 'title', [], 'axes', []);
+                    'colormap', [], 'title', [], 'axes', [], 'weighting', []);
   options = read_options(caller, defaults, given);
+  require(isempty(options.weighting) || (is_positive(options.weighting) && ...
+                                         options.weighting == fix(options.weighting)), ...
+          caller, 'weighting', 'weighting must be a whole number from 1 on');
   require_word(caller, 'show', options.show, {'magnitude', 'level', 'phase', 'real'});
   options.along = direction_of(caller, 'along', options.along);
   options.across = direction_of(caller, 'across', options.across);
@@ -153,31 +200,13 @@ function options = read_plot_options(caller, given)
           caller, 'axes', 'axes must be a handle of axes');
 end
 
-function pistons = read_pistons(caller, given)
-  pistons = [];
+function sources = read_pistons(caller, given)
+  sources = {};
   require(isempty(given) || isstruct(given), caller, 'piston', ...
           'piston must be a struct with the fields width and height, or an array of them');
   for i = 1:numel(given)
-    pistons = [pistons, read_piston(caller, given(i))]; %#ok<AGROW>
+    sources{i} = read_source(caller, given(i));
   end
-end
-
-function colours = colours_of(caller, given, show)
-  if isempty(given)
-    colours = field_colours(show);
-    return
-  end
-  colours = given;
-  if ischar(given)
-    try
-      colours = feval(given, 256);
-    catch
-      colours = [];
-    end
-  end
-  require(is_finite_real(colours) && ndims(colours) == 2 && size(colours, 2) == 3 && ...
-          all(colours(:) >= 0 & colours(:) <= 1), caller, 'colormap', ... %#ok<ISMAT>
-          'colormap must be N by 3 values from 0 to 1, or the name of a map of colours');
 end
 
 function direction = direction_of(caller, name, letter)
@@ -374,27 +403,9 @@ function values = bar_ticks(quantity, options, pixels)
   end
 end
 
-% Round numbers within limits, about so many; where that were fewer than two, the first and the last
-% of the points if there is room for two, and one between them if not.
-function values = ticks(limits, points, most)
-  rough = diff(limits) / max(most, 1);
-  steps = [1, 2, 5, 10] * 10 ^ floor(log10(rough));
-  step = steps(find(steps >= 0.999 * rough, 1));
-  values = step * (ceil(limits(1) / step - 1e-9):floor(limits(2) / step + 1e-9));
-  values = values(:).' + 0;  % no -0
-  if numel(values) < 2
-    ends = round(points([1, end]) * 1e3) / 1e3 + 0;
-    if most >= 0.6
-      values = ends;
-    elseif isempty(values)
-      values = ends(1);
-    end
-  end
-end
-
 % One slice: its values with the vertical direction first; the rulers to the right and upwards, the
-% limits along them and the extent; outlines of pistons; its title.
-function slice = slice_of(values, grid, at, normal, pistons)
+% limits along them and the extent; outlines of pistons and arrays; its title.
+function slice = slice_of(values, grid, at, normal, sources)
   choices = [3 2; 3 1; 1 2];  % to the right and upwards, for each normal
   right = choices(normal, 1);
   up = choices(normal, 2);
@@ -414,20 +425,23 @@ function slice = slice_of(values, grid, at, normal, pistons)
   [slice.up, across] = rising(slice.rulers(2).values, across, 1);
   slice.values = across;
   slice.limits = [edges_of(slice.right, lengths(1)); edges_of(slice.up, lengths(2))];
-  slice.outlines = cell(1, numel(pistons));
-  for i = 1:numel(pistons)
-    slice.outlines{i} = outline_of(pistons(i), slice.rulers);
+  slice.outlines = cell(1, numel(sources));
+  for i = 1:numel(sources)
+    slice.outlines{i} = outline_of(sources{i}, slice.rulers);
   end
   slice.limits = grown(slice.limits, [slice.outlines{:}]);
   slice.extent = diff(slice.limits, 1, 2);
   slice.title = plane_title(grid, at, steps);
 end
 
-% The corners of a piston along two rulers, 2 by 5, the first one twice.
-function corners = outline_of(piston, rulers)
-  corners = piston.orientation * [[-1 1 1 -1 -1] * piston.width; ...
-                                  [-1 -1 1 1 -1] * piston.height; zeros(1, 5)] / 2;
-  corners = bsxfun(@plus, corners, piston.center).';
+% The rim of a piston along two rulers, of a rectangle its corners, 2 by 5, the first one twice; of an
+% array those of one element after the other, with gaps of NaN.
+function corners = outline_of(source, rulers)
+  [~, corners] = face_corners(source);
+  if size(corners, 3) > 1
+    corners(:, end + 1, :) = NaN;
+  end
+  corners = reshape(corners, 3, []).';
   corners = [along(rulers(1), corners), along(rulers(2), corners)].';
 end
 
@@ -461,7 +475,8 @@ end
 function outline(ax, outlines)
   for i = 1:numel(outlines)
     corners = outlines{i};
-    for look = {7, [0 0 0]; 4, [0.2 0.9 0.8]}.'
+    widths = [7, 4] / (1 + any(isnan(corners(1, :))));  % elements may be small
+    for look = {widths(1), [0 0 0]; widths(2), [0.2 0.9 0.8]}.'
       line('parent', ax, 'xdata', corners(1, :), 'ydata', corners(2, :), ...
            'linewidth', look{1}, 'color', look{2});
     end
@@ -561,86 +576,6 @@ function put_title(ax, given, standard)
   else
     title(ax, standard);
   end
-end
-
-% Boxes for slices of these extents [mm], all to one scale, and for the colour bar: at their right, or
-% where they are flat below them.
-function [fig, boxes, bar_box, bar_place] = lay_out(extents, ax)
-  own = isempty(ax);
-  count = size(extents, 2);
-  if own
-    room = [700 + 250 * (count - 1), 600];
-  else
-    fig = get(ax, 'parent');
-    whole = size_in_pixels(fig);
-    outer = get(ax, 'outerposition') .* [whole, whole];
-    room = outer(3:4);
-  end
-  [margins, bar_place] = deal([75, 60, 110, 45], 'eastoutside');  % pixels: left, below, right, above
-  scale = scale_of(extents, room, margins);
-  flat = scale * max(extents(2, :)) < 190;
-  if flat
-    [margins, bar_place] = deal([75, 130, 30, 45], 'southoutside');
-    scale = scale_of(extents, room, margins);
-  end
-  sizes = scale * extents;
-  % A narrow slice has the room that its title needs.
-  slots = margins(1) + max(sizes(1, :), 130 * (count > 1));
-  used = [sum(slots) + margins(3), margins(2) + margins(4) + max(sizes(2, :))];
-  if own
-    whole = max(used, [420, 240]);
-    outer = [0, 0, whole];
-    fig = new_figure(whole(1), whole(2));
-  end
-  x = outer(1) + (outer(3) - used(1)) / 2;
-  middle = outer(2) + (outer(4) - used(2)) / 2 + margins(2) + max(sizes(2, :)) / 2;
-  boxes = zeros(count, 4);
-  for i = 1:count
-    spare = slots(i) - margins(1) - sizes(1, i);
-    boxes(i, :) = [x + margins(1) + spare / 2, middle - sizes(2, i) / 2, sizes(:, i).'];
-    x = x + slots(i);
-  end
-  if flat
-    wide = max(boxes(end, 1) + boxes(end, 3) - boxes(1, 1), 250);
-    wide = min([wide, 450, outer(3) - 30]);
-    centre = (boxes(1, 1) + boxes(end, 1) + boxes(end, 3)) / 2;
-    left = min(max(centre - wide / 2, outer(1) + 15), outer(1) + outer(3) - 15 - wide);
-    bar_box = [left, middle - max(sizes(2, :)) / 2 - 75, wide, 14];
-  else
-    bar_box = [x + 15, middle - max(sizes(2, :)) / 2, 14, max(sizes(2, :))];
-  end
-  boxes = boxes ./ repmat([whole, whole], count, 1);
-  bar_box = bar_box ./ [whole, whole];
-end
-
-% Pixels for a millimetre.
-function scale = scale_of(extents, room, margins)
-  count = size(extents, 2);
-  scale = min((room(1) - count * margins(1) - margins(3)) / sum(extents(1, :)), ...
-              (room(2) - margins(2) - margins(4)) / max(extents(2, :)));
-end
-
-function pixels = size_in_pixels(fig)
-  units = get(fig, 'units');
-  set(fig, 'units', 'pixels');
-  position = get(fig, 'position');
-  set(fig, 'units', units);
-  pixels = position(3:4);
-end
-
-% A figure that is printed as it is shown, at 100 pixels to the inch.
-function fig = new_figure(width, height)
-  state = warning('off', 'Octave:gnuplot-graphics');
-  restore = onCleanup(@() warning(state));
-  visibility = {'off', 'on'};
-  fig = figure('visible', visibility{1 + has_screen()});
-  position = get(fig, 'position');
-  set(fig, 'position', [position(1:2), round(width), round(height)], 'paperunits', 'inches', ...
-      'paperposition', [0, 0, round(width), round(height)] / 100);
-end
-
-function yes = has_screen()
-  yes = ispc() || ismac() || ~isempty(getenv('DISPLAY')) || ~isempty(getenv('WAYLAND_DISPLAY'));
 end
 
 %!function [p, grid] = plane()
@@ -937,6 +872,21 @@ end
 %! print(h.figure, file, '-dpng', '-r100');
 %! assert(dir(file).bytes > 5e3);
 
+%!test % of the fields of several weightings one is drawn
+%! [p, grid] = plane();
+%! fields = cat(4, p, 2 * p, 3 * p);
+%! h = pistonfield_plot(fields, grid, 'weighting', 2);
+%! assert(get(h.graphics, 'cdata'), 2 * squeeze(abs(p)), 1e-12);
+%! close(h.figure);
+%! fail('pistonfield_plot(fields, grid)', 'fields of 3 weightings: the option .weighting. says which');
+%! fail('pistonfield_plot(fields, grid, "weighting", 4)', 'weighting must be from 1 to 3');
+%! for wrong = {0, 1.5, NaN, 'all', [1 2], 1i}
+%!   fail('pistonfield_plot(fields, grid, "weighting", wrong{1})', 'weighting must be a whole number');
+%! end
+%! fail('pistonfield_plot(p, grid, "weighting", 2)', 'p has the field of one weighting');
+%! h = pistonfield_plot(p, grid, 'weighting', 1);
+%! close(h.figure);
+
 %!error id=pistonfield:pistonfield_plot:arguments pistonfield_plot(1)
 %!error id=pistonfield:pistonfield_plot:grid pistonfield_plot(1, 7)
 %!error <plot: grid must be a struct made by pistonfield_grid; pistonfield_pressure alone takes a list>
@@ -1009,3 +959,126 @@ end
 %! pistonfield_plot(ones(2, 2), grid);
 %!error <no option>
 %! pistonfield_plot(1:3, pistonfield_grid(0, 0, 1:3), 'colour', 'red');
+
+%!function [array, w] = small_array()
+%!  turn = [cosd(30) 0 sind(30); 0 1 0; -sind(30) 0 cosd(30)];
+%!  array = struct('kind', 'two', 'width', [2e-3 1e-3], 'height', 3e-3, ...
+%!                 'center', [-2e-3 1e-3; 0 0; 0 1e-3], 'orientation', cat(3, eye(3), turn));
+%!  w = [1i; -2];
+%!endfunction
+
+%!test % an array is drawn from before it and from the side, to one scale, in mm
+%! array = small_array();
+%! h = pistonfield_plot(array);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(numel(h.axes), 2);
+%! assert(isempty(h.colorbar));
+%! assert({label_of(h.axes(1), 'xlabel'), label_of(h.axes(2), 'xlabel')}, {'x (mm)', 'z (mm)'});
+%! assert({label_of(h.axes(1), 'ylabel'), label_of(h.axes(2), 'ylabel')}, {'y (mm)', 'x (mm)'});
+%! assert(label_of(h.axes(1), 'title'), '2 elements');
+%! front = get(h.graphics(1), 'vertices');
+%! half = 0.5 * cosd(30);
+%! assert(front, [-3 -1 -1 -3, 1 + half * [-1 1 1 -1]; 1.5 * [-1 -1 1 1 -1 -1 1 1]]', 1e-12);
+%! side = get(h.graphics(2), 'vertices');
+%! assert(side(5:6, :), [1.25, 1 - half; 0.75, 1 + half], 1e-12);
+%! scale = box_of(h, 1) ./ [diff(get(h.axes(1), 'xlim')), diff(get(h.axes(1), 'ylim'))];
+%! assert(box_of(h, 2) ./ [diff(get(h.axes(2), 'xlim')), diff(get(h.axes(2), 'ylim'))], scale, ...
+%!        0.01 * scale(1));
+%! assert(scale(1), scale(2), 0.01 * scale(1));
+
+%!test % its faces have the colours of the weights, the nearer ones over those behind
+%! [array, w] = small_array();
+%! h = pistonfield_plot(array, 'weights', w);
+%! assert(get(h.graphics(1), 'faces'), [1:4; 5:8]);
+%! assert(get(h.graphics(1), 'facevertexcdata'), [90; 180], 1e-12);
+%! assert(get(h.axes(1), 'clim'), [-180 180]);
+%! assert(label_of(h.colorbar, 'ylabel'), 'phase of the weights (degrees)');
+%! close(h.figure);
+%! array.center(3, :) = [5 1] * 1e-3;
+%! h = pistonfield_plot(array, 'weights', w, 'show', 'magnitude', 'title', 'mine');
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics(1), 'faces'), [5:8; 1:4]);
+%! assert(get(h.graphics(1), 'facevertexcdata'), [2; 1], 1e-12);
+%! assert(get(h.axes(1), 'clim'), [0 2]);
+%! assert(label_of(h.colorbar, 'ylabel'), '|weights|');
+%! assert(label_of(h.axes(1), 'title'), 'mine');
+
+%!test % an element that is not driven has no phase, and is grey
+%! h = pistonfield_plot(small_array(), 'weights', [0; 1i]);
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(get(h.graphics(1), 'faces'), 5:8);
+%! assert(get(h.graphics(1), 'facevertexcdata'), 90, 1e-12);
+%! others = setdiff(findobj(h.axes(1), 'type', 'patch'), h.graphics(1));
+%! assert(get(others, 'faces'), 1:4);
+%! assert(numel(unique(round(get(others, 'facecolor') * 10))) == 1);
+
+%!test % a flat array is drawn once, and one in axes that are given
+%! array = small_array();
+%! flat = array;  flat.center(3, :) = 1e-3;  flat.orientation = cat(3, eye(3), eye(3));
+%! h = pistonfield_plot(flat);
+%! assert(numel(h.axes), 1);
+%! close(h.figure);
+%! fig = figure('visible', 'off');
+%! close_figure = onCleanup(@() close(fig));
+%! h = pistonfield_plot(array, 'weights', [1; 2], 'axes', axes());
+%! assert(numel(h.axes) == 1 && h.figure == fig);
+
+%!test % slices show the outlines of an array's elements
+%! [p, grid] = volume();
+%! h = pistonfield_plot(p, grid, 'across', 'z', 'piston', small_array());
+%! close_figure = onCleanup(@() close(h.figure));
+%! assert(lines_in(h)(1, [1:6, 8]), [-3 -1 -1 -3 -3 NaN, 1 + 0.5 * cosd(30)], 1e-12);
+%! assert(numel(findobj(h.axes, 'type', 'line')), 2);
+
+%!error <weights are 1 by 2, where the array has 2 elements.*transposed>
+%! pistonfield_plot(small_array(), 'weights', [1 2]);
+%!error id=pistonfield:pistonfield_plot:weights pistonfield_plot(small_array(), 'weights', [1 2])
+%!error <weights must be one column> pistonfield_plot(small_array(), 'weights', ones(2, 2))
+%!error <weights must be one column> pistonfield_plot(small_array(), 'weights', [NaN; 1])
+%!error <show must be one of: phase, magnitude> pistonfield_plot(small_array(), 'show', 'level')
+%!error <'piston' is no option; there are: weights, show>
+%! pistonfield_plot(small_array(), 'piston', 1);
+%!error <array.width is missing> pistonfield_plot(rmfield(small_array(), 'width'))
+%!error id=pistonfield:pistonfield_plot:colormap pistonfield_plot(small_array(), 'colormap', 3)
+%!error id=pistonfield:pistonfield_plot:axes pistonfield_plot(small_array(), 'axes', 'here')
+%!test % shapes are drawn to scale, with holes: a ring, turned and moved
+%! turn = [cosd(90) -sind(90) 0; sind(90) cosd(90) 0; 0 0 1];
+%! ring = pistonfield_piston('ring', 'inner', 1e-3, 'outer', 2e-3, 'center', [5 0 0] * 1e-3, ...
+%!                           'orientation', turn);
+%! h = pistonfield_plot(ring);
+%! corners = get(h.graphics, 'vertices');
+%! from = hypot(corners(:, 1) - 5, corners(:, 2));
+%! assert(all(abs(from - 1) < 1e-9 | abs(from - 2) < 1e-9));
+%! assert([min(corners), max(corners)], [3 -2 7 2], 1e-9);
+%! assert(polyarea(corners(:, 1), corners(:, 2)), 3 * pi, 3 * pi * 1e-3);
+%! rim = findobj(h.axes, 'type', 'line');
+%! x = get(rim(1), 'xdata');
+%! assert(sum(isnan(x)), 2);
+%! assert(get(get(h.axes, 'title'), 'string'), 'ring');
+%! close(h.figure);
+
+%!test % an array of shapes has the colours of its weights, each outline in its place
+%! array = pistonfield_array('annular', 'radii', [0 1 2] * 1e-3);
+%! h = pistonfield_plot(array, 'weights', [1; 1i]);
+%! assert(get(h.graphics, 'facevertexcdata'), [0; 90]);
+%! assert(size(get(h.graphics, 'faces'), 1), 2);
+%! close(h.figure);
+%! h = pistonfield_plot(struct('width', 2e-3, 'height', 1e-3));
+%! assert(sortrows(get(h.graphics, 'vertices')), [-1 -0.5; -1 0.5; 1 -0.5; 1 0.5], 1e-12);
+%! close(h.figure);
+
+%!test % slices show the outline of a shape as that of a rectangle
+%! grid = pistonfield_grid((-3:3) * 1e-3, (-3:3) * 1e-3, 1e-3);
+%! h = pistonfield_plot(ones(7, 7), grid, 'piston', pistonfield_piston('disc', 'radius', 2e-3));
+%! lines = findobj(h.axes, 'type', 'line');
+%! x = get(lines(1), 'xdata');  y = get(lines(1), 'ydata');
+%! assert(hypot(x, y), 2 * ones(size(x)), 1e-9);
+%! assert([x(1), y(1)], [x(end), y(end)], 1e-9);
+%! close(h.figure);
+
+%!error <array.outlines: its first row must number the outlines>
+%! array = pistonfield_array('annular', 'radii', [0 1 2] * 1e-3);
+%! array.outlines(1, end) = 9;
+%! pistonfield_plot(array);
+%!error <piston.shape must be one of: disc> pistonfield_plot(struct('shape', 'round'))
+%!error id=pistonfield:pistonfield_plot:title pistonfield_plot(small_array(), 'title', 1)

@@ -1,17 +1,25 @@
 function [p, info] = pistonfield_pressure(piston, grid, varargin)
-  % pistonfield_pressure: the complex pressure of a rectangular piston, in Pa.
+  % pistonfield_pressure: the complex pressure of a piston or of an array of them, in Pa.
   %
   % DESCRIPTION
-  %   Computes the sound pressure that a flat rectangular piston radiates into a fluid half space at
-  %   every point of a regular grid, or at any points. The piston vibrates as one, along its normal,
-  %   with the velocity u0 * exp(+j*omega*t), in a rigid baffle. The value q of the module pistonfield
-  %   stands for the Rayleigh integral:
+  %   Computes the sound pressure that a flat piston radiates into a fluid half space, a rectangle or
+  %   another shape, at every point of a regular grid, or at any points. The piston vibrates as one,
+  %   along its normal, with the velocity u0 * exp(+j*omega*t), in a rigid baffle. The value q of the
+  %   module pistonfield stands for the Rayleigh integral:
   %
   %     p = j*omega*rho*u0 / (2*pi) * integral of exp(-j*k*R) / R over the piston's surface
   %       = j*rho*c*u0 * q,    q = k / (2*pi) * the same integral,
   %
   %   with omega = 2*pi*frequency, k = omega / c and R the distance to the surface element. The
   %   pressure at the time t is real(p * exp(1i*omega*t)).
+  %
+  %   In a medium with losses a, in Np/m, k is k - j*a in the exponent, and the face moves with u0 all
+  %   the same. Other baffles, losses and other shapes than rectangles are computed by integrals along
+  %   the piston's outline.
+  %
+  %   The field of an array is the sum over its elements, each in an infinite rigid baffle of its own
+  %   plane, times the element's complex weight. Several columns of weights have a field each, for
+  %   little more time than one.
   %
   %   The tolerance engine computes: it takes as many evaluations for each point as a tolerance needs,
   %   by a bound of the error, near the face and far away. With 'mode' or 'order' the sums of one
@@ -24,6 +32,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   % USAGE
   %   p = pistonfield_pressure(piston, grid, 'frequency', f)
   %   p = pistonfield_pressure(piston, points, 'frequency', f)
+  %   p = pistonfield_pressure(array, grid, 'frequency', f, 'weights', w)
   %   [p, info] = pistonfield_pressure(piston, grid, 'frequency', f, name, value, ...)
   %
   % INPUTS
@@ -33,31 +42,65 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    center       optional: the piston's centre [m], 3-vector; default 0, 0, 0
   %                    orientation  optional: 3 by 3 rotation matrix whose columns are the piston's
   %                                 x, its y and its normal; default eye(3)
-  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
-  %                  with 'behind'. In single precision at most 2^24 in a row. Grids along the
-  %                  piston's axes take the least time
+  %                  or one of another shape, made by pistonfield_piston
+  %   array        - instead of the piston, an array of N of them: what pistonfield_array makes, or a
+  %                  struct with the fields
+  %                    width, height  sides, one for all elements or N numbers [m]; or outlines
+  %                                   and outline as pistonfield_array makes them
+  %                    center         3 by N: the elements' centres [m]
+  %                    orientation    3 by 3 by N: rotations as that of a piston
+  %                    kind           a text that names the array, and description, a struct of what
+  %                                   it was made from; neither changes the field. An array of one
+  %                                   element needs kind
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston or an
+  %                  element, but with 'behind'. In single precision at most 2^24 in a row. Grids along
+  %                  the piston's axes take the least time
   %   points       - instead of the grid, any points [m]: an N by 3 matrix whose rows are x, y and z,
   %                  or a struct with the fields x, y and z, arrays of one size, of class double or
   %                  single. None may lie behind the piston, but with 'behind'. The arithmetic's
   %                  precision is that of the option, whatever the class. A list of points has a
   %                  tolerance, and neither a mode nor an order. Lists whose neighbours lie near to
   %                  each other take the least time
-  %   'frequency'  - frequency [Hz]
+  %   'frequency'  - frequency [Hz]; several in a row have a field each, one after the other
   %
   % OPTIONAL INPUTS (names and values)
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
   %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
-  %   'velocity'   - amplitude u0 of the piston's normal velocity [m/s]; default 1
+  %   'attenuation' - of the medium [dB/(cm MHz^y)]; default 0. Water has 0.0022 at y = 2, soft tissue
+  %                  about 0.5 at y = 1. Its values are exp(-a*R) further off, with a in Np/m at the
+  %                  frequency: 1 Np is 8.69 dB. With losses, power is refused
+  %   'exponent'   - y, with which the attenuation grows as a power of the frequency, from 0 to below
+  %                  3; default 1
+  %   'nepers'     - instead of the attenuation: a itself, at the frequency [Np/m]
+  %   'dispersion' - true: the phase speed depends on the frequency as losses a0*omega^y demand, since
+  %                  no wave may arrive before it was sent: 1/c = 1/speed + a0*tan(pi*y/2) *
+  %                  (omega^(y-1) - omega0^(y-1)), or for y = 1 1/speed - 2/pi*a0*log(omega/omega0)
+  %                  (Szabo, J. Acoust. Soc. Am. 96, 491-500, 1994, and 97, 14-24, 1995; Waters et al.,
+  %                  IEEE Trans. UFFC 50, 68-76, 2003). Default false: it is the speed
+  %   'dispersionfrequency' - where the phase speed is the speed, omega0 / (2*pi) [Hz]; default 1e6
+  %   'baffle'     - the plane about the piston, or about each element: 'rigid' (default) moves
+  %                  nowhere; 'soft' has no pressure, and the piston's face has rho*c*u0, the field
+  %                  being that of a double layer, with a factor of cos(theta) far away; 'free' stands
+  %                  for none, by the half of both, (1 + cos(theta)) / 2 far away: for a piston at the
+  %                  end of a housing about as large. These, losses and other shapes go with a
+  %                  tolerance, without mode and order, in double precision on the CPU
+  %   'weights'    - of an array, N by M: the elements' complex amplitudes for each of M fields, in
+  %                  units of the velocity; default 1 for all. pistonfield_focus makes them
+  %   'velocity'   - amplitude u0 of the piston's normal velocity [m/s]; default 1. That of an
+  %                  element is its weight times u0
   %   'power'      - instead of the velocity: the radiated acoustic power, a period's mean [W]. It is
   %                  R * u0^2 / 2 with the piston's radiation resistance R, integrated numerically
-  %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972).
+  %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972). That of
+  %                  an array, with its weights, is found at the faces of elements in one plane, which
+  %                  are each other's baffle, and far away of others; this may take seconds
   %   'tolerance'  - the largest error, above 0 and below 1; default 1e-4. It is kept for pistons
   %                  with sides of 1e-5 to 2000 wavelengths, and others are refused
   %   'relative'   - what the error of a value is relative to: 'largest' (default), the largest |p|
   %                  on the grid or in the list, or 'local', what |p| is on the axis at the point's distance R
   %                  from the piston's centre: far away that of a point source of the same strength,
   %                  omega*rho*u0*A / (2*pi*R) with the piston's area A. R is taken for at least
-  %                  sqrt(A)/4, and it is at most rho*c*u0.
+  %                  sqrt(A)/4, and it is at most rho*c*u0. Of an array it is the largest |p| of each
+  %                  field, or the sum over the elements, each times its |weight|
   %   'precision'  - of the arithmetic: 'double' (default) or 'single', which keeps tolerances down
   %                  to about 1e-5 on most grids and refuses others
   %   'device'     - what computes: 'cpu' (default) or 'gpu', which keeps the same tolerances. In a
@@ -65,9 +108,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'behind'     - true: points behind the piston are asked for. They have the pressure of the
   %                  points mirrored in its plane, which is that of the integral. Default false: a
   %                  grid that reaches there is refused
-  %   'mode'       - instead of the last four: the module's mode that computes, with one order on the
-  %                  whole grid: 'cpu', 'cpudp', 'cpusp', 'cuda' or 'cudadp'; 'cpu' where there is an
-  %                  order alone. pistonfield_order finds the order for the tolerance, which counts
+  %   'mode'       - of a piston, instead of the last four: the module's mode that computes, with one
+  %                  order on the whole grid: 'cpu', 'cpudp', 'cpusp', 'cuda' or 'cudadp'; 'cpu'
+  %                  where there is an order alone. pistonfield_order finds the order for the tolerance, which counts
   %                  rounding in the mode. One that the mode cannot keep is refused; if it is the
   %                  default one, there is a warning (pistonfield:rounding), and info.estimate tells
   %                  the error. Far from a piston of few wavelengths only 'cpu' and 'cpudp' are
@@ -76,9 +119,9 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid, or 64 of a list,
-  %                  and 56 for each of a slab; default Inf. Apart from that go a few MB for
-  %                  preparations and for what each call takes, and up to 120 MB with
-  %                  'device', 'gpu'.
+  %                  and 56 for each of a slab; default Inf. Several fields need 16 and 56 each. Apart
+  %                  from that go a few MB for preparations and for what each call takes, and up to
+  %                  120 MB with 'device', 'gpu', of an array 250 MB and more for many elements.
   %   'threads'    - the most threads to compute with; by default as the environment variable
   %                  PISTONFIELD_THREADS says, or one for each core that the process may use.
   %                  Values do not depend on it. Of a GPU's work they only prepare the points
@@ -87,10 +130,14 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %
   % OUTPUTS
   %   p            - complex pressure amplitude [Pa], an array of the grid's sizes; of a list a column
-  %                  for an N by 3 matrix, or an array of the size of x
-  %   info         - struct with the fields
+  %                  for an N by 3 matrix, or an array of the size of x. Several columns of weights add
+  %                  a last dimension, and several frequencies another one
+  %   info         - struct with the fields, one for each of several frequencies
   %                    engine      'tolerance engine, double precision', or single; '' with a mode
-  %                                or an order; on a GPU '..., double precision on a GPU'
+  %                                or an order; on a GPU '..., double precision on a GPU'. Of an
+  %                                array 'sum over the elements, ...', or 'convolution over the
+  %                                elements'' lattice, ...'; with losses, other baffles or other shapes
+  %                                'integrals along the outlines, double precision'
   %                    tolerance   that the engine kept
   %                    bound       no value is further off than this, relative to what the tolerance
   %                                is relative to
@@ -101,9 +148,13 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    estimate    with the engine the error again; in a mode an estimate of the
   %                                error, from a finite order and from rounding, relative to the
   %                                largest |p|; NaN where the order was given
-  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    wavenumber  2*pi*frequency / speed [rad/m], with dispersion that of the
+  %                                phase speed
   %                    velocity    u0 [m/s]
-  %                    power       the radiated power [W]
+  %                    power       the radiated power [W]; NaN of an array, unless it was given, and
+  %                                with losses, other baffles or other shapes
+  %                    elements    of the array; 1 of a piston
+  %                    weightings  the number of fields
   %                    slabs       the number of slabs
   %                    moved       the number of points exactly over a corner of the piston that
   %                                were computed beside it, as in a mode the edge integrals have no
@@ -133,158 +184,62 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   p = pistonfield_pressure(struct('width', 7.5e-3, 'height', 5e-3), points, 'frequency', 1e6);
   %   surf(points.x, points.y, points.z, abs(p));
   %
-  % See also: pistonfield_grid, pistonfield_order, pistonfield
+  %   % Eight elements in a line, driven such that their waves meet at z = 30 mm.
+  %   array = struct('kind', 'line', 'width', 0.8e-3, 'height', 5e-3, ...
+  %                  'center', [(-3.5:3.5) * 1e-3; zeros(2, 8)], ...
+  %                  'orientation', repmat(eye(3), 1, 1, 8));
+  %   k = 2 * pi * 1e6 / 1482;
+  %   w = exp(1i * k * hypot(array.center(1, :), 30e-3)).';
+  %   p = pistonfield_pressure(array, pistonfield_grid(x, 0, z), 'frequency', 1e6, 'weights', w);
+  %
+  %   % A disc of 10 mm in tissue, in which 3 MHz lose 1.5 dB on each cm.
+  %   disc = pistonfield_piston('disc', 'radius', 10e-3);
+  %   p = pistonfield_pressure(disc, pistonfield_grid(x, 0, z), 'frequency', 3e6, ...
+  %                            'speed', 1540, 'attenuation', 0.5);
+  %
+  % See also: pistonfield_velocity, pistonfield_intensity, pistonfield_piston, pistonfield_array,
+  %           pistonfield_focus, pistonfield_grid, pistonfield_order, pistonfield
 
   % SPDX-FileCopyrightText: the pistonfield developers
   % SPDX-License-Identifier: BSD-3-Clause
 
   caller = 'pistonfield_pressure';
-  start = tic();
   require(nargin >= 2, caller, 'arguments', 'give a piston, a grid and the frequency');
-  require_module(caller);
-  piston = read_piston(caller, piston);
-  [points, sizes, shape] = read_place(caller, grid);
-  options = read_pressure_options(caller, varargin, struct());
-  bytes = bytes_of_field(points, sizes);
-  require_memory(caller, sizes, bytes, options.memory);
-  place = place_of(caller, piston, points, options);
-  points = []; %#ok<NASGU>  % the columns of a list take memory
-
-  k = 2 * pi * options.frequency / options.speed;
-  [velocity, power] = velocity_and_power(piston, k, options);
-  unit = 1i * options.density * options.speed * velocity;
-  info = field_accuracy(caller, place, sizes, piston, k, options);
-  if options.byMode
-    field = @(place, sizes, varargin) unit * module_field(place, sizes, piston, k, options.mode, ...
-                                                          info.order, options.threads, varargin{:});
-    box = @(first, count) mode_box(field, place, sizes, options.mode, first, count);
-    evaluations = 4 * info.order;
-  else
-    box = @(first, count) engine_box(unit, place, sizes, piston, k, options, first, count);
-    evaluations = info.evaluations;
-  end
-  [p, slabs, moved] = by_slabs(box, sizes, points_of_slab(bytes, options.memory), ...
-                               points_to_begin(evaluations), ...
-                               start_progress(caller, options.progress));
-  p = reshape(p, shape);
-  info.wavenumber = k;
-  info.velocity = velocity;
-  info.power = power;
-  info.slabs = slabs;
-  info.moved = moved;
-  info.seconds = toc(start);
-end
-
-% A grid, or the columns of a list of points; their sizes, and those of the pressure.
-function [grid, sizes, shape] = read_place(caller, given)
-  require(isstruct(given) || is_point_list(given), caller, 'grid', ...
-          ['grid must be a struct made by pistonfield_grid, or a list of points: an N by 3 matrix, ', ...
-           'or a struct with x, y and z']);
-  if is_point_list(given)
-    [grid, shape] = read_points(caller, given);
-    sizes = [numel(grid.x), 1, 1];
-  else
-    require_grid(caller, given);
-    grid = given;
-    sizes = grid.sizes;
-    shape = sizes;
-  end
-end
-
-% Where the points lie in the piston's frame, when the options can be had there.
-function place = place_of(caller, piston, grid, options)
-  if is_point_list(grid)
-    require(~options.byMode, caller, 'points', ...
-            'a list of points goes with a tolerance, without mode and order');
-    place = points_before(caller, piston, grid, options.behind);
-  else
-    require_rows(caller, grid.sizes, options.mode, options.arithmetic);
-    place = place_before(caller, piston, grid, options.behind);
-  end
-end
-
-% What the tolerance engine computes of a box, in Pa.
-function [values, moved] = engine_box(unit, place, sizes, piston, k, options, first, count)
-  values = unit * engine_field(place, sizes, piston, k, options, first, count);
-  moved = 0;
-end
-
-% What a mode computes of a box, where the points over a corner have to be moved.
-function [values, moved] = mode_box(field, place, sizes, mode, first, count)
-  values = field(place, sizes, first, count);
-  [lost, found] = corner_values(values, first, field, place, mode);
-  values(lost) = found;
-  moved = numel(lost);
-end
-
-% Bytes for the whole field and its positions, where there are any, in the piston's frame and in the
-% module; and for each point of a slab: what the module computes with, its result, Octave's copy, and
-% what is made of it.
-function bytes = bytes_of_field(grid, sizes)
-  bytes = struct('whole', 16 * prod(sizes), 'each', 56);
-  if is_point_list(grid)
-    bytes.whole = 64 * prod(sizes);
-  end
-end
-
-function require_memory(caller, sizes, bytes, memory)
-  least = bytes.whole + bytes.each;
-  require(least <= memory, caller, 'memory', ...
-          'a field of %d x %d x %d points needs %s, more than the %s that memory allows', ...
-          sizes, bytes_as_text(least), bytes_as_text(memory));
-end
-
-% The most points of a slab that the memory limit leaves room for.
-function most = points_of_slab(bytes, memory)
-  most = max(1, floor((memory - bytes.whole) / bytes.each));
-end
-
-% The points of a first slab: 0.1 s on one core, or not much more: a point takes as long as some
-% evaluations beside its own.
-function points = points_to_begin(evaluations)
-  beside = 20;
-  points = ceil(1e8 / (evaluations + beside));
-end
-
-% In slabs of a second, beside what each call takes, so that progress is shown and Ctrl-C is heeded at
-% least that often.
-function [p, slabs, moved] = by_slabs(box, sizes, most, points, progress)
-  total = prod(sizes);
-  if total <= min(most, points)
-    [p, moved] = box([0 0 0], sizes);
-    slabs = 1;
+  several = frequencies_in(varargin);
+  if numel(several) > 1
+    [p, info] = at_frequencies(caller, several, piston, grid, varargin);
     return
   end
-  call = time_of(@() box([0 0 0], [1 1 1]));
-  % complex(zeros(sizes)) would hold 24 bytes a point for a while.
-  p = 1i;
-  p(sizes(1), sizes(2), sizes(3)) = 0;
-  slabs = 0;
-  moved = 0;
-  done = 0;
-  while done < total
-    slab = []; %#ok<NASGU>  % the next one needs its memory
-    start = tic();
-    wanted = max(1, min(most, points));
-    [first, count] = next_slab(sizes, done, wanted);
-    [slab, beside] = box(first, count);
-    n = prod(count);
-    if n > wanted / 2  % what is left of a layer or a row tells little
-      seconds = max(toc(start) - call, call / 4);  % the difference of two times is not exact
-      points = n * min(16, 1 / seconds);
-    end
-    p(done + (1:n)) = slab;
-    done = done + n;
-    slabs = slabs + 1;
-    moved = moved + beside;
-    progress = show_progress(progress, done / total);
+  [p, shape, info] = field_of(caller, 'pressure', piston, grid, varargin);
+  p = reshape(p, [shape, info.weightings]);
+end
+
+% The numbers of the option 'frequency', where there are any.
+function several = frequencies_in(given)
+  at = find(cellfun(@(name) isequal(name, 'frequency'), given(1:2:end)), 1, 'last');
+  several = [];
+  if ~isempty(at) && 2 * at <= numel(given) && isnumeric(given{2 * at})
+    several = double(given{2 * at});
   end
 end
 
-function seconds = time_of(work)
-  start = tic();
-  work();
-  seconds = toc(start);
+% One field after the other, along one more dimension, and a row of their infos.
+function [p, info] = at_frequencies(caller, several, piston, grid, given)
+  require(isvector(several) && isreal(several) && all(isfinite(several) & several > 0), caller, ...
+          'frequency', 'frequency must be real, finite numbers above 0, in a row or a column');
+  require(~any(cellfun(@(name) isequal(name, 'memory'), given(1:2:end))), caller, 'memory', ...
+          'memory goes with one frequency: several fields are held at once');
+  for i = numel(several):-1:1
+    [fields{i}, info(i)] = pistonfield_pressure(piston, grid, given{:}, 'frequency', several(i));
+  end
+  dimensions = 3;
+  if is_point_list(grid)
+    dimensions = 1;
+    if isstruct(grid)
+      dimensions = ndims(grid.x);
+    end
+  end
+  p = cat(dimensions + (info(1).weightings > 1) + 1, fields{:});
 end
 
 %!shared piston, grid, call, far, distant
@@ -305,6 +260,26 @@ end
 %!           -height / 2, height / 2, 'AbsTol', 1e-13, 'RelTol', 1e-10);
 %!  end
 %!endfunction
+
+%!test % several frequencies have a field each, in one more dimension
+%! frequencies = [0.5e6 1e6 2e6];
+%! [p, info] = pistonfield_pressure(piston, grid, 'frequency', frequencies);
+%! assert(size(p), [7 6 5 3]);
+%! assert([info.wavenumber], 2 * pi * frequencies / 1482, 1e-9);
+%! for i = 1:3
+%!   assert(p(:, :, :, i), call('frequency', frequencies(i)));
+%! end
+%! points = [0 0 1; 1 0 2] * 1e-2;
+%! assert(size(pistonfield_pressure(piston, points, 'frequency', frequencies)), [2 3]);
+%! array = struct('kind', 'pair', 'width', 1e-3, 'height', 1e-3, ...
+%!                'center', [-1 1; 0 0; 0 0] * 1e-3, 'orientation', repmat(eye(3), 1, 1, 2));
+%! assert(size(pistonfield_pressure(array, points, 'frequency', frequencies, ...
+%!                                  'weights', [1 1; 1 -1])), [2 2 3]);
+%! plane = struct('x', [0 1; 2 3] * 1e-3, 'y', zeros(2), 'z', ones(2) * 1e-2);
+%! assert(size(pistonfield_pressure(piston, plane, 'frequency', frequencies)), [2 2 3]);
+
+%!error <frequency must be real, finite numbers above 0, in a row or a column>
+%! pistonfield_pressure(piston, grid, 'frequency', [1e6 -1]);
 
 %!test % the pressure is the Rayleigh integral
 %! [p, info] = pistonfield_pressure(piston, grid, 'frequency', 0.8e6, 'speed', 1500, ...
@@ -945,3 +920,419 @@ end
 %!error id=pistonfield:pistonfield_pressure:piston
 %! pistonfield_pressure(struct('width', 12, 'height', 5e-3), pistonfield_grid(0, 0, 1), ...
 %!                      'frequency', 1e6);
+
+%!function array = tilted(n)
+%!  % Elements of different widths, tilted about both sides' directions.
+%!  array = struct('kind', 'tilted', 'width', linspace(1, 2, n) * 1e-3, 'height', 1.5e-3, ...
+%!                 'center', [linspace(-4, 4, n); zeros(1, n); 0.1 * (1:n)] * 1e-3, ...
+%!                 'orientation', zeros(3, 3, n));
+%!  for i = 1:n
+%!    a = 5 * (i - 3);
+%!    array.orientation(:, :, i) = [cosd(a) 0 sind(a); 0 1 0; -sind(a) 0 cosd(a)] * ...
+%!                                 [1 0 0; 0 cosd(2 * a) -sind(2 * a); 0 sind(2 * a) cosd(2 * a)];
+%!  end
+%!endfunction
+
+%!function p = superposed(array, weights, place, varargin)
+%!  % The fields of its elements as pistons, one by one.
+%!  p = 0;
+%!  for i = 1:numel(weights)
+%!    width = array.width(min(i, end));
+%!    one = struct('width', width, 'height', array.height, 'center', array.center(:, i), ...
+%!                 'orientation', array.orientation(:, :, i));
+%!    p = p + weights(i) * pistonfield_pressure(one, place, 'frequency', 1e6, 'velocity', 0.1, ...
+%!                                              'tolerance', 1e-12, varargin{:});
+%!  end
+%!endfunction
+
+%!shared piston, call, before, list, w, array, driven
+%! piston = struct('width', 3e-3, 'height', 2e-3);
+%! before = pistonfield_grid((-3:3) * 1e-3, (-2:1) * 1e-3, (8:12) * 1e-3);
+%! list = [cos(1:9)', sin(1:9)', (9:17)'] * 1e-3;
+%! w = [exp(1i * (1:5)'), (1:5)' - 2i, [0 0 1 0 0]'];
+%! array = tilted(5);
+%! call = @(varargin) pistonfield_pressure(piston, before, 'frequency', 1e6, varargin{:});
+%! driven = @(place, weights, varargin) pistonfield_pressure(array, place, 'frequency', 1e6, ...
+%!                                                    'weights', weights, 'velocity', 0.1, varargin{:});
+
+%!test % an array's field is the sum of its elements', each times its weight
+%! for i = 1:3
+%!   p = driven(before, w(:, i), 'tolerance', 1e-10);
+%!   wanted = superposed(array, w(:, i), before);
+%!   assert(size(p), [7 4 5]);
+%!   assert(p, wanted, 2e-10 * max(abs(wanted(:))));
+%! end
+
+%!test % on a turned grid, and at points in any shape
+%! turn = [cosd(9) 0 sind(9); 0 1 0; -sind(9) 0 cosd(9)];
+%! turned = pistonfield_grid([0 1 9] * 1e-3, turn * 0.4e-3, [4 3 2]);
+%! wanted = superposed(array, w(:, 1), turned);
+%! assert(driven(turned, w(:, 1), 'tolerance', 1e-10), wanted, 2e-10 * max(abs(wanted(:))));
+%! wanted = superposed(array, w(:, 1), list);
+%! assert(driven(list, w(:, 1), 'tolerance', 1e-10), wanted, 2e-10 * max(abs(wanted(:))));
+
+%!test % several weightings have a field each, in a last dimension, and those of calls of their own
+%! some = struct('x', reshape(list(1:8, 1), 2, 4), 'y', reshape(list(1:8, 2), 2, 4), ...
+%!               'z', reshape(list(1:8, 3), 2, 4));
+%! column = struct('x', list(:, 1), 'y', list(:, 2), 'z', list(:, 3));
+%! places = {before, list, some, column};
+%! shapes = {[7 4 5 3], [9 3], [2 4 3], [9 1 3]};
+%! ofOne = {[7 4 5], [9 1], [2 4], [9 1]};
+%! for i = 1:4
+%!   [p, info] = driven(places{i}, w, 'tolerance', 1e-9);
+%!   assert(size(p), shapes{i});
+%!   assert(info.weightings == 3 && info.elements == 5);
+%!   p = reshape(p, [], 3);
+%!   for j = 1:3
+%!     alone = driven(places{i}, w(:, j), 'tolerance', 1e-9);
+%!     assert(size(alone), ofOne{i});
+%!     assert(p(:, j), alone(:), 2e-9 * max(abs(alone(:))));
+%!   end
+%! end
+
+%!test % all elements are driven by 1 unless there are weights, and an array of one is a piston
+%! assert(driven(before, []), driven(before, ones(5, 1)));
+%! one = setfield(piston, 'kind', 'single');
+%! one.center = zeros(3, 1);  one.orientation = eye(3);
+%! field = @(source) pistonfield_pressure(source, before, 'frequency', 1e6, 'tolerance', 1e-10);
+%! assert(field(one), field(piston), 2e-10 * max(abs(field(piston)(:))));
+
+%!test % an array of one element radiates what the piston does, with the same velocity
+%! one = setfield(piston, 'kind', 'single');
+%! one.center = [1; 2; 3] * 1e-3;  one.orientation = [0 0 1; 0 1 0; -1 0 0];
+%! [~, info] = call('power', 2);
+%! [~, found] = pistonfield_pressure(one, [9 0 0] * 1e-3, 'frequency', 1e6, 'power', 2, ...
+%!                                   'weights', 2i);
+%! assert(found.power, 2);
+%! assert(found.velocity, info.velocity / 2, 1e-9 * info.velocity);
+
+%!test % what elements in a bowl radiate goes through a far half sphere
+%! [p, info] = pistonfield_pressure(array, [0 0 9e-3], 'frequency', 1e6, 'power', 3, ...
+%!                                  'weights', w(:, 1));
+%! r = 2;
+%! [u, v] = meshgrid(linspace(0, 2 * pi, 97)(1:96), linspace(0, pi / 2, 181));
+%! far = struct('x', r * sin(v) .* cos(u), 'y', r * sin(v) .* sin(u), 'z', r * cos(v));
+%! p = pistonfield_pressure(array, far, 'frequency', 1e6, 'velocity', info.velocity, ...
+%!                          'weights', w(:, 1), 'behind', true);
+%! through = 2 * pi * mean(trapz(v(:, 1), abs(p) .^ 2 / (2 * 998 * 1482) .* sin(v) * r ^ 2));
+%! assert(through, 3, 0.03);
+
+%!test % info tells what computed and how exact it is
+%! [~, info] = driven(before, w, 'tolerance', 1e-6);
+%! assert(info.engine, 'sum over the elements, double precision');
+%! assert(info.tolerance == 1e-6 && info.bound <= 1e-6 && info.error <= info.bound);
+%! assert(info.evaluations > 5 && isnan(info.order) && isnan(info.power));
+%! assert(info.velocity == 0.1 && info.slabs == 1 && info.moved == 0);
+%! [~, info] = driven(before, w, 'precision', 'single');
+%! assert(info.engine, 'sum over the elements, single precision');
+%! [~, info] = call();
+%! assert(info.engine, 'tolerance engine, double precision');
+%! assert(info.elements == 1 && info.weightings == 1);
+
+%!test % single precision and local tolerances are kept
+%! wanted = superposed(array, w(:, 1), before);
+%! p = driven(before, w(:, 1), 'precision', 'single', 'tolerance', 1e-4);
+%! assert(p, wanted, 1e-4 * max(abs(wanted(:))));
+%! assert(any(abs(p(:) - wanted(:)) > 1e-12 * max(abs(wanted(:)))));
+%! p = driven(before, w(:, 1), 'relative', 'local', 'tolerance', 1e-9);
+%! assert(p, wanted, 1e-8 * max(abs(wanted(:))));
+
+%!test % a GPU keeps the same tolerances, in either precision, on grids and in lists, and in slabs
+%! for precision = {'double', 'single'}
+%!   for place = {before, list}
+%!     options = {'tolerance', 1e-4, 'precision', precision{1}, 'device', 'gpu'};
+%!     [p, info] = driven(place{1}, w, options{:});
+%!     assert(info.engine, ['sum over the elements, ', precision{1}, ' precision on a GPU']);
+%!     assert(info.error <= info.bound);
+%!     p = reshape(p, [], 3);
+%!     for i = 1:3
+%!       wanted = superposed(array, w(:, i), place{1});
+%!       assert(p(:, i), wanted(:), 1e-4 * max(abs(wanted(:))));
+%!     end
+%!     n = rows(p);
+%!     memory = 16 * 3 * n + 48 * n * isnumeric(place{1}) + 56 * 3 * 4;
+%!     [slabs, info] = driven(place{1}, w, options{:}, 'memory', memory);
+%!     assert(info.slabs > 1);
+%!     assert(isequal(reshape(slabs, [], 3), p));
+%!   end
+%! end
+%!error id=pistonfield:pistonfield_pressure:tolerance
+%! driven(before, w, 'device', 'gpu', 'precision', 'single', 'tolerance', 1e-9);
+
+%!test % neither slabs nor threads change a bit
+%! for place = {before, list}
+%!   [whole, info] = driven(place{1}, w);
+%!   assert(info.slabs, 1);
+%!   n = numel(whole) / 3;
+%!   memory = 16 * 3 * n + 48 * n * isnumeric(place{1}) + 56 * 3 * 4;
+%!   [p, info] = driven(place{1}, w, 'memory', memory);
+%!   assert(info.slabs >= n / 4);
+%!   assert(isequal(p, whole));
+%!   assert(isequal(driven(place{1}, w, 'threads', 1), whole));
+%! end
+
+%!test % points behind an element are asked for, and have the pressure of mirrored points
+%! low = [0 0 -3e-3; 0.1e-3 0 -5e-3];
+%! flat = array;  flat.center(3, :) = 0;  flat.orientation = repmat(eye(3), [1 1 5]);
+%! field = @(points, varargin) pistonfield_pressure(flat, points, 'frequency', 1e6, ...
+%!                                                  'tolerance', 1e-9, varargin{:});
+%! wanted = field(abs(low));
+%! assert(field(low, 'behind', true), wanted, 2e-9 * max(abs(wanted)));
+%! fail('field(low)', 'the point .0, 0, -0.003. lies behind element 1, where there is no field; the option .behind., true');
+
+%!test % progress is shown as of a piston's field
+%! memory = 3 * (16 * 140 + 56 * 28);
+%! shown = evalc("driven(before, w, 'memory', memory, 'progress', 'text');");
+%! assert(~isempty(regexp(shown, 'pistonfield_pressure: 100 %, \d+ s, 0 s left\n$')));
+%! assert(evalc("driven(before, w, 'memory', memory);"), '');
+
+%!error id=pistonfield:pistonfield_pressure:behind driven(pistonfield_grid(0, 0, -1), w)
+%!error <pressure: the point .* lies behind element 1> driven(pistonfield_grid(0, 0, -1), w)
+%!error <an array is computed within a tolerance: it takes no order> driven(before, w, 'order', 9)
+%!error id=pistonfield:pistonfield_pressure:order driven(before, w, 'order', 9)
+%!error <an array is computed within a tolerance: it takes no mode> driven(before, w, 'mode', 'cpu')
+%!error id=pistonfield:pistonfield_pressure:mode driven(before, w, 'mode', 'cpu')
+%!error <give velocity or power, not both> driven(before, w, 'power', 1)
+%!error <power goes with one column of weights: give velocity>
+%! pistonfield_pressure(array, before, 'frequency', 1e6, 'power', 1, 'weights', w);
+%!error <weights go with an array, not a piston> call('weights', 1)
+%!error <weights are 3 by 5, where the array has 5 .* give them transposed, w.'> driven(before, w.')
+%!error <weights are 4 by 3, where the array has 5 elements: a row for each$> driven(before, w(1:4, :))
+%!error <weights must be complex or real numbers, 5 by M> driven(before, 'all')
+%!error <weights must be complex or real numbers, 5 by M> driven(before, ones(5, 2, 2))
+%!error <weights: every number must be finite> driven(before, [1 2 3 4 NaN]')
+%!error id=pistonfield:pistonfield_pressure:weights driven(before, [1 2 3 4 NaN]')
+%!error <weights: all of weighting 2 are 0> driven(before, [w(:, 1), zeros(5, 1)])
+%!error <tolerance: .* is below> driven(before, w, 'tolerance', 1e-17)
+%!error <needs 4.08 kB, more than the 4 kB> driven(list(1, :), ones(5, 56), 'memory', 4000)
+
+%!function p = with_field(array, name, value)
+%!  array.(name) = value;
+%!  p = pistonfield_pressure(array, pistonfield_grid(0, 0, 0.01), 'frequency', 1e6);
+%!endfunction
+
+%!error <array.pitch is no field of an array; there are: width, height> with_field(array, 'pitch', 1)
+%!error id=pistonfield:pistonfield_pressure:array with_field(array, 'pitch', 1)
+%!error <array.height is missing>
+%! pistonfield_pressure(rmfield(array, 'height'), before, 'frequency', 1e6);
+%!error <array.orientation is missing>
+%! pistonfield_pressure(rmfield(array, 'orientation'), before, 'frequency', 1e6);
+%!error <array.width must be one length, or 5, one for each element> with_field(array, 'width', [1 1])
+%!error <array.height must be real, finite numbers> with_field(array, 'height', 'tall')
+%!error <array.center must be 3 by N: a column for each> with_field(array, 'center', ones(2, 5))
+%!error <array.center must be real, finite numbers> with_field(array, 'center', NaN(3, 5))
+%!error <array.orientation must be 3 by 3 by 5> with_field(array, 'orientation', eye(3))
+%!error <array: element 1: the columns of the orientation must be of length 1, .* the others$>
+%! with_field(array, 'orientation', -array.orientation);
+%!error <array: element 1: the sides must be lengths above 0> with_field(array, 'height', -1)
+%!error <array: element 1: 8097.17 wavelengths are not within .*; lengths are in m, the speed>
+%! with_field(array, 'height', 12);
+%!error id=pistonfield:pistonfield_pressure:array with_field(array, 'height', 12)
+%!error <an array of pistons stands where pistonfield_order takes one piston>
+%! pistonfield_order(array, before, 'frequency', 1e6);
+%!warning <the largest element measures 2.69\d*e-05 wavelengths>
+%! pistonfield_pressure(array, before, 'frequency', 20);
+
+%!shared piston, disc, water, at, k, a
+%! piston = struct('width', 3e-3, 'height', 2e-3);
+%! disc = struct('shape', 'disc', 'radius', 4e-3);
+%! water = {'frequency', 1e6, 'tolerance', 1e-8};
+%! at = @(source, points, varargin) pistonfield_pressure(source, points, 'frequency', 1e6, ...
+%!                                                       'tolerance', 1e-8, varargin{:});
+%! k = 2 * pi * 1e6 / 1482;
+%! a = 100 * log(10) / 20;  % 1 dB/cm in Np/m
+
+%!test % in a medium with losses a wave's k is k - j*a: on a disc's axis
+%! z = [0.5; 3; 20; 100] * 1e-3;  rim = hypot(z, 4e-3);
+%! wave = k - 1i * 2 * a;
+%! wanted = 998 * 1482 * k / wave * (exp(-1i * wave * z) - exp(-1i * wave * rim));
+%! p = at(disc, [zeros(4, 2), z], 'attenuation', 2);
+%! assert(p, wanted, 2e-8 * max(abs(wanted)));
+%! assert(at(disc, [zeros(4, 2), z], 'nepers', 2 * a), p, 1e-7 * abs(p));
+
+%!function p = lossy(point, width, height, wave, k)
+%!  % The surface integral times rho*c*u0*j*k/(2 pi).
+%!  r = @(x, y) sqrt((point(1) - x) .^ 2 + (point(2) - y) .^ 2 + point(3) ^ 2);
+%!  part = @(x, y) exp(-1i * wave * r(x, y)) ./ r(x, y);
+%!  p = 998 * 1482 * 1i * k / (2 * pi) * integral2(part, -width / 2, width / 2, -height / 2, ...
+%!                                                 height / 2, 'AbsTol', 1e-13, 'RelTol', 1e-10);
+%!endfunction
+
+%!test % of a rectangle the values are the surface integral with this k
+%! points = [1 0.5 4; -3 2 9; 0 0 25] * 1e-3;
+%! p = at(piston, points, 'attenuation', 3);
+%! for i = 1:3
+%!   assert(p(i), lossy(points(i, :), 3e-3, 2e-3, k - 3i * a, k), 3e-8 * max(abs(p)));
+%! end
+
+%!test % far away losses are exp(-a*R)
+%! r = 2;  u = [0.3 0.1 sqrt(0.9)];
+%! for source = {piston, disc}
+%!   p = at(source{1}, r * u, 'tolerance', 1e-6, 'relative', 'local');
+%!   lost = at(source{1}, r * u, 'attenuation', 0.02, 'tolerance', 1e-6, 'relative', 'local');
+%!   assert(lost, p * exp(-0.02 * a * r), 1e-3 * abs(lost));
+%! end
+
+%!test % they grow as a power of the frequency, 1 unless there is another one
+%! loss = @(f, varargin) -log(abs(pistonfield_pressure(piston, [0 0 1], 'frequency', f, ...
+%!                       'relative', 'local', 'tolerance', 1e-7, varargin{:}) / ...
+%!                       pistonfield_pressure(piston, [0 0 1], 'frequency', f, 'tolerance', 1e-7)));
+%! assert(loss(2e6, 'attenuation', 0.1), 0.2 * a, 1e-4);
+%! assert(loss(2e6, 'attenuation', 0.1, 'exponent', 2), 0.4 * a, 1e-4);
+%! assert(loss(0.5e6, 'attenuation', 0.1, 'exponent', 1.5), 0.1 * 0.5 ^ 1.5 * a, 1e-4);
+%! assert(loss(2e6, 'nepers', 3, 'exponent', 1.5), 3, 1e-3);
+
+%!function k = wavenumber(f, varargin)
+%!  [~, info] = pistonfield_pressure(struct('width', 3e-3, 'height', 2e-3), [0 0 1], ...
+%!                                   'frequency', f, varargin{:});
+%!  k = info.wavenumber;
+%!endfunction
+
+%!test % with dispersion the phase speed is that of causality, and the speed at one frequency
+%! w = 2 * pi * 3e6;
+%! for y = [0.7 1 1.4]
+%!   for reference = {{}, {'dispersionfrequency', 2e6}}
+%!     w0 = 2 * pi * [reference{1}{2:end}, 1e6](1);
+%!     a0 = 5 * a / (2 * pi * 1e6) ^ y;
+%!     change = a0 * tan(pi * y / 2) * (w ^ (y - 1) - w0 ^ (y - 1));
+%!     if y == 1
+%!       change = -2 / pi * a0 * log(w / w0);
+%!     end
+%!     lossy = {'attenuation', 5, 'exponent', y};
+%!     found = wavenumber(3e6, lossy{:}, 'dispersion', true, reference{1}{:});
+%!     assert(found, w * (1 / 1482 + change), 1e-9 * found);
+%!     assert(wavenumber(3e6, lossy{:}), w / 1482, 1e-12 * found);
+%!     assert(wavenumber(3e6, lossy{:}, 'dispersion', false), w / 1482, 1e-12 * found);
+%!   end
+%! end
+%! assert(wavenumber(1e6, 'attenuation', 5, 'dispersion', true), k, 1e-12 * k);
+%! z = 5e-3;
+%! [p, info] = pistonfield_pressure(disc, [0 0 z], 'frequency', 3e6, 'tolerance', 1e-8, ...
+%!                                  'nepers', 40, 'dispersion', true);
+%! wave = info.wavenumber - 40i;
+%! wanted = 998 * w / wave * (exp(-1i * wave * z) - exp(-1i * wave * hypot(z, 4e-3)));
+%! assert(p, wanted, 3e-8 * abs(wanted));
+
+%!test % no losses are those of a medium without any
+%! p = at(piston, [1 2 9] * 1e-3);
+%! assert(at(piston, [1 2 9] * 1e-3, 'attenuation', 0), p);
+%! assert(at(piston, [1 2 9] * 1e-3, 'nepers', 0, 'exponent', 2), p);
+
+%!test % a soft plane has no pressure but on the face, where it is rho*c*u0
+%! p = at(disc, [1 2 0; 3 -1 0; 6 0 0; 0 5 0] * 1e-3, 'baffle', 'soft', 'velocity', 0.1);
+%! assert(p, 998 * 1482 * 0.1 * [1; 1; 0; 0], 1e-2);
+
+%!test % on a disc's axis: exp(-jkz) less the rim's part, times its cosine where the plane is soft
+%! z = [0.5; 3; 20; 100] * 1e-3;  rim = hypot(z, 4e-3);
+%! soft = 998 * 1482 * (exp(-1i * k * z) - z ./ rim .* exp(-1i * k * rim));
+%! rigid = 998 * 1482 * (exp(-1i * k * z) - exp(-1i * k * rim));
+%! field = @(baffle) at(disc, [zeros(4, 2), z], 'baffle', baffle);
+%! assert(field('soft'), soft, 3e-8 * max(abs(soft)));
+%! assert(field('rigid'), rigid, 3e-8 * max(abs(rigid)));
+%! assert(field('free'), (soft + rigid) / 2, 3e-8 * max(abs(soft)));
+
+%!test % far away baffles differ by the cosine
+%! for angle = [0 20 40]
+%!   point = 5 * [sind(angle), 0, cosd(angle)];
+%!   field = @(baffle) at(piston, point, 'baffle', baffle, 'relative', 'local', 'tolerance', 1e-6);
+%!   assert(field('soft'), field('rigid') * cosd(angle), 1e-3 * abs(field('rigid')));
+%!   assert(field('free'), field('rigid') * (1 + cosd(angle)) / 2, 1e-3 * abs(field('rigid')));
+%! end
+
+%!test % info tells of them
+%! [~, info] = at(piston, [1 2 9] * 1e-3, 'attenuation', 1);
+%! assert(info.engine, 'integrals along the outlines, double precision');
+%! assert(info.bound <= 1e-8 && info.error <= info.bound && isnan(info.power));
+%! assert({info.elements, info.weightings, info.velocity, info.slabs}, {1, 1, 1, 1});
+
+%!test % arrays have them, too, and slabs and threads change no bit
+%! array = pistonfield_array('line', 'elements', 4, 'width', 1e-3, 'height', 3e-3, 'pitch', 1.1e-3);
+%! w = [exp(1i * (1:4).'), ones(4, 1)];
+%! grid = pistonfield_grid((-4:4) * 1e-3, 0, (1:9) * 1e-3);
+%! options = {'weights', w, 'attenuation', 2, 'baffle', 'soft'};
+%! p = at(array, grid, options{:});
+%! assert(size(p), [9 1 9 2]);
+%! one = 0;
+%! for i = 1:4
+%!   element = struct('width', 1e-3, 'height', 3e-3, 'center', array.center(:, i));
+%!   one = one + w(i, 1) * at(element, grid, options{3:end});
+%! end
+%! assert(p(:, :, :, 1), one, 5e-8 * max(abs(one(:))));
+%! [q, info] = at(array, grid, options{:}, 'memory', 32 * 81 + 112 * 9, 'threads', 1);
+%! assert(info.slabs >= 9);
+%! assert(q, p);
+
+%!error <give attenuation or nepers, not both> at(piston, [0 0 1], 'attenuation', 1, 'nepers', 1)
+%!error id=pistonfield:pistonfield_pressure:nepers at(piston, [0 0 1], 'attenuation', 1, 'nepers', 1)
+%!error <attenuation must be a real, finite number> at(piston, [0 0 1], 'attenuation', NaN)
+%!error <attenuation must be a real, finite number> at(piston, [0 0 1], 'attenuation', [1 2])
+%!error <attenuation must be a real, finite number> at(piston, [0 0 1], 'attenuation', 'water')
+%!error <attenuation: must be 0 or above> at(piston, [0 0 1], 'attenuation', -1)
+%!error <attenuation: must be within 0 and the wavenumber> at(piston, [0 0 1], 'attenuation', 1e4)
+%!error id=pistonfield:pistonfield_pressure:attenuation at(piston, [0 0 1], 'attenuation', 1e4)
+%!error <nepers: must be 0 or above> at(piston, [0 0 1], 'nepers', -1)
+%!error <nepers must be a real, finite number> at(piston, [0 0 1], 'nepers', Inf)
+%!error <exponent goes with attenuation or nepers> at(piston, [0 0 1], 'exponent', 2)
+%!error <exponent: must be from 0 to below 3> at(piston, [0 0 1], 'attenuation', 1, 'exponent', 3)
+%!error <exponent must be a real, finite> at(piston, [0 0 1], 'attenuation', 1, 'exponent', 'two')
+%!error <dispersion goes with losses: give attenuation> at(piston, [0 0 1], 'dispersion', true)
+%!error <dispersion must be true or false> at(piston, [0 0 1], 'nepers', 1, 'dispersion', 'yes')
+%!error <dispersionfrequency goes with dispersion, true>
+%! at(piston, [0 0 1], 'nepers', 1, 'dispersionfrequency', 1e6);
+%!error <dispersionfrequency must be a number above 0>
+%! at(piston, [0 0 1], 'nepers', 1, 'dispersion', true, 'dispersionfrequency', -1);
+%!error <dispersionfrequency: with these losses there is no phase speed>
+%! at(piston, [0 0 1], 'nepers', 3e3, 'dispersion', true, 'dispersionfrequency', 1);
+%!error <a baffle of a given impedance is not computed: there are rigid, soft .* and free>
+%! at(piston, [0 0 1], 'baffle', 'impedance');
+%!error id=pistonfield:pistonfield_pressure:baffle at(piston, [0 0 1], 'baffle', 'impedance')
+%!error <baffle must be one of: rigid, soft, free> at(piston, [0 0 1], 'baffle', 'hard')
+%!error <baffle must be one of: rigid, soft, free> at(piston, [0 0 1], 'baffle', 1)
+%!error <losses are computed within a tolerance, .* there is no order>
+%! at(piston, [0 0 1], 'tolerance', [], 'order', 9, 'attenuation', 1);
+%!error <all baffles but the rigid one are computed within a tolerance, .* there is no mode>
+%! at(piston, [0 0 1], 'mode', 'cpu', 'baffle', 'soft');
+%!error <losses are computed .* on the CPU: device must be cpu>
+%! at(piston, [0 0 1], 'device', 'gpu', 'attenuation', 1);
+%!error id=pistonfield:pistonfield_pressure:device
+%! at(piston, [0 0 1], 'device', 'gpu', 'attenuation', 1);
+%!error <losses are computed .* precision must be double>
+%! at(piston, [0 0 1], 'precision', 'single', 'attenuation', 1);
+%!error <power goes with rectangles before a rigid baffle, without losses: give velocity>
+%! at(piston, [0 0 1], 'power', 1, 'attenuation', 1);
+%!error <power goes with rectangles> at(piston, [0 0 1], 'power', 1, 'baffle', 'free')
+%!error <power goes with rectangles>
+%! at(pistonfield_array('annular', 'elements', 3, 'radius', 1e-3), [0 0 1], 'power', 1);
+%!error <array.outlines must be 8 by E> at(struct('kind', 'odd', 'outlines', ones(7, 3), ...
+%!                                                'outline', 1, 'center', zeros(3, 1), ...
+%!                                                'orientation', eye(3)), [0 0 1])
+%!error <array.outlines: its first row must number>
+%! at(struct('kind', 'odd', 'outlines', 3 * ones(8, 3), 'outline', 1, 'center', zeros(3, 1), ...
+%!           'orientation', eye(3)), [0 0 1]);
+%!error <array.outline must be a number of the outlines, 1 to 1>
+%! array = pistonfield_array('honeycomb', 'rings', 0, 'width', 1e-3);
+%! array.outline = 2;
+%! at(array, [0 0 1]);
+%!error <array: an edge is neither straight nor an arc>
+%! array = pistonfield_array('honeycomb', 'rings', 0, 'width', 1e-3);
+%! array.outlines(3, 2) = 7;
+%! at(array, [0 0 1]);
+%!error <array: element 1: its outline: one of its loops is not closed>
+%! array = pistonfield_array('honeycomb', 'rings', 0, 'width', 1e-3);
+%! array.outlines(4, 2) = 7;
+%! at(array, [0 0 1]);
+%!error <array.width is no field of an array; there are: outlines, outline, center>
+%! array = pistonfield_array('honeycomb', 'rings', 0, 'width', 1e-3);
+%! array.width = 2;
+%! at(array, [0 0 1]);
+%!warning <the piston measures 2.6\d*e-05 wavelengths>
+%! pistonfield_pressure(disc, [0 0 1], 'frequency', 5);
+
+%!test % help tells of every option
+%! try
+%!   at(piston, [0 0 1], 'none', 1);
+%! catch failure
+%!   names = strsplit(regexp(failure.message, 'there are: (.*)$', 'tokens', 'once'){1}, ', ');
+%! end
+%! told = cellfun(@(name) ~isempty(strfind(help('pistonfield_pressure'), ["'", name, "' "])), names);
+%! assert(numel(names) > 15 && all(told), 'not in help: %s', strjoin(names(~told), ' '));

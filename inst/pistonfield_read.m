@@ -1,4 +1,4 @@
-function [p, request, grid] = pistonfield_read(file, varargin)
+function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   % pistonfield_read: the field in a file of pistonfield-run, all of it or a box, and its grid.
   %
   % DESCRIPTION
@@ -23,6 +23,7 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %   p = pistonfield_read(file)
   %   p = pistonfield_read(file, first, count)
   %   [p, request, grid] = pistonfield_read(...)
+  %   [p, request, grid, array, weights] = pistonfield_read(...)
   %   [p, request, grid] = pistonfield_read(..., 'piston', piston, 'frequency', f, name, value, ...)
   %
   % INPUTS
@@ -32,11 +33,13 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %
   % OPTIONAL INPUTS (names and values)
   %   'piston'   - the piston that radiates, as pistonfield_pressure takes it. The file has its
-  %                sides, and neither its center nor its orientation.
+  %                sides, and neither its center nor its orientation. Or the array, of as many
+  %                elements as the file's
   %   'frequency', 'speed', 'density', 'velocity', 'power'
   %              - as for pistonfield_pressure, with the same values when left out. They scale the
   %                field to Pa, once there is a frequency; lengths in the file are then in m. The
   %                other options of pistonfield_pressure are taken and ignored.
+  %   'weights'  - the array's, which are taken for 'power' alone
   %   'program'  - pistonfield-run, with its folder; MATLAB does without
   %
   % OUTPUTS
@@ -74,8 +77,17 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   %                  error        the largest error that was measured, at error_points points
   %                  error_points
   %                  evaluations  of the integrand at a point, on average
+  %                and, with losses, in another baffle than a rigid one, or of a piston that is no
+  %                rectangle, whose l and s are 0,
+  %                  attenuation  losses, in Np per unit of length
+  %                  baffle       'rigid', 'soft' or 'free'
+  %                and, of the field of an array, whose l and s are 0,
+  %                  elements     how many there are; empty where there is one piston
+  %                  engine       the name of what computed, such as 'sum'
   %   grid       - the points of p, as pistonfield_grid makes them, in the file's unit of length: m
   %                where the request was in SI units
+  %   array      - of the field of an array its elements, as pistonfield_array makes them, and
+  %   weights      theirs, N by 1; empty where there is one piston
   %
   % EXAMPLES
   %   [p, request, grid] = pistonfield_read('field.h5', [1 50 1], [Inf 1 Inf]);
@@ -114,11 +126,18 @@ function [p, request, grid] = pistonfield_read(file, varargin)
   if ~isempty(unit)
     p = unit * p;
   end
+  array = [];
+  weights = [];
+  if nargout > 3 && ~isempty(request.elements)
+    [array, weights] = source.array();
+    array.kind = 'table';
+    array.description = struct('file', file);
+  end
 end
 
 % Where no option of pistonfield_pressure is there, none has to be.
 function options = read_field_options(caller, given)
-  own = struct('program', '', 'piston', []);
+  own = struct('program', '', 'piston', [], 'weights', []);
   isOwn = @(name) ischar(name) && isfield(own, name);
   if all(cellfun(isOwn, given(1:2:end)))
     options = read_options(caller, own, given);
@@ -138,8 +157,30 @@ function unit = unit_of(caller, request, options)
   require(is_near(k, request.k), caller, 'frequency', ...
           ['the wavenumber is %.9g in the file; the frequency %g Hz and the speed %g m/s make ', ...
            'it %.9g rad/m'], request.k, options.frequency, options.speed, k);
-  sides = struct('width', request.s, 'height', request.l);
-  unit = 1i * options.density * options.speed * velocity_and_power(sides, k, options);
+  unit = 1i * options.density * options.speed * velocity_of(caller, request, k, options);
+end
+
+% The amplitude of the velocity, which for an array is what its weights are relative to.
+function velocity = velocity_of(caller, request, k, options)
+  require(isempty(request.baffle) || ~isempty(options.velocity), caller, 'power', ...
+          ['the power is known of rectangles in a rigid baffle without losses alone; give the ', ...
+           'velocity']);
+  if isempty(request.elements)
+    sides = struct('width', request.s, 'height', request.l);
+    velocity = velocity_and_power(sides, k, options);
+    return
+  end
+  if ~isempty(options.velocity)
+    velocity = options.velocity;
+    return
+  end
+  require(is_array(options.piston), caller, 'power', ...
+          'the power of an array takes the array, in the option ''piston'', and its weights');
+  array = read_array(caller, options.piston);
+  array.weights = read_weights(caller, options.weights, array.count);
+  require(size(array.weights, 2) == 1, caller, 'weights', ...
+          'weights must be one column, as the file has one field');
+  velocity = drive_of(caller, array, k, options);
 end
 
 % The piston of the file, where it lies.
@@ -148,10 +189,28 @@ function piston = piston_of(caller, request, options)
     piston = struct('center', zeros(3, 1), 'orientation', eye(3));
     return
   end
+  if is_array(options.piston)
+    array = read_array(caller, options.piston);
+    require(isequal(request.elements, array.count), caller, 'piston', ...
+            'the file has the field of %s, and not of an array of %d elements', ...
+            name_of(request), array.count);
+    % The file's grid is in the array's frame.
+    piston = struct('center', zeros(3, 1), 'orientation', eye(3));
+    return
+  end
+  require(isempty(request.elements), caller, 'piston', ...
+          'the file has the field of %s, and of no piston', name_of(request));
   piston = read_piston(caller, options.piston);
   require(is_near(piston.width, request.s) && is_near(piston.height, request.l), ...
           caller, 'piston', ['the piston in the file measures %.9g by %.9g (x by y), and the ', ...
           'one that is given %.9g by %.9g m'], request.s, request.l, piston.width, piston.height);
+end
+
+function text = name_of(request)
+  text = 'a piston';
+  if ~isempty(request.elements)
+    text = sprintf('an array of %d elements', request.elements);
+  end
 end
 
 % Requests that are written by hand have rounded numbers.
@@ -275,6 +334,75 @@ end
 %! assert({class(p), request.precision, request.relative}, {'single', 'single', 'largest'});
 %! [~, request] = pistonfield_read(file);
 %! assert(isempty(request.tolerance) && isempty(request.relative) && isempty(request.error));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the field of an array comes with their number
+%! id = fopen(fullfile(folder, 'array.toml'), 'w');
+%! fprintf(id, 'frequency = 1e6\ntolerance = 1e-6\n[medium]\nspeed = 1500\n');
+%! fprintf(id, '[grid]\nx = [-2e-3, 1e-3, 5]\ny = 0\nz = [5e-3, 2e-3, 3]\n');
+%! fprintf(id, '[array]\nkind = "line"\nelements = 2\npitch = 3e-3\n');
+%! fprintf(id, 'width = 2e-3\nheight = 5e-3\n');
+%! fclose(id);
+%! array_file = fullfile(folder, 'array.h5');
+%! [status, text] = system(sprintf('cd "%s" && "%s" --request array.toml array.h5 2>&1', folder, ...
+%!                                 getenv('PISTONFIELD_RUN')));
+%! assert(status, 0, text);
+%! [p, request, grid] = pistonfield_read(array_file);
+%! assert({request.elements, request.tolerance}, {2, 1e-6});
+%! assert(ischar(request.engine) && ~isempty(request.engine));
+%! assert([request.l, request.s], [0, 0]);
+%! assert(isempty(request.table));
+%! expected = 0;
+%! for x = [-1.5e-3, 1.5e-3]
+%!   moved = grid.transform.';
+%!   moved(1, 4) = moved(1, 4) - x;
+%!   [~, one] = evalc('pistonfield(moved.'', [5 1 3], 5e-3, 2e-3, request.k, ''cpu'', 100)');
+%!   expected = expected + one;
+%! end
+%! assert(size(p), [5 1 3]);
+%! assert(p, expected, 1e-6 * max(abs(expected(:))));
+%! wave = {'frequency', 1e6, 'speed', 1500, 'density', 900, 'velocity', 0.1};
+%! assert(pistonfield_read(array_file, wave{:}), 1i * 900 * 1500 * 0.1 * p);
+%! two = pistonfield_array('line', 'elements', 2, 'pitch', 3e-3, 'width', 2e-3, 'height', 5e-3);
+%! [pa, ~, same] = pistonfield_read(array_file, 'piston', two, 'weights', [1; 1], wave{:});
+%! assert({pa, same}, {1i * 900 * 1500 * 0.1 * p, grid});
+%! [~, info] = pistonfield_pressure(two, [0 0 1e-2], wave{1:6}, 'power', 2);
+%! assert(pistonfield_read(array_file, 'piston', two, wave{1:6}, 'power', 2), ...
+%!        1i * 900 * 1500 * info.velocity * p);
+%! assert(refusal(array_file, wave{1:4}, 'power', 1), 'power');
+%! assert(refusal(array_file, 'piston', two, 'weights', ones(2), wave{1:4}, 'power', 1), 'weights');
+%! [~, ~, ~, array, w] = pistonfield_read(array_file, [1 1 1], [1 1 1]);
+%! assert(w, [1; 1]);
+%! assert({array.width, array.height, array.kind}, {2e-3, 5e-3, 'table'});
+%! assert({array.center, array.orientation}, {two.center, two.orientation});
+%! [~, ~, ~, array, w] = pistonfield_read(file, [1 1 1], [1 1 1]);
+%! assert({array, w}, {[], []});
+%! three = pistonfield_array('line', 'elements', 3, 'pitch', 3e-3, 'width', 2e-3, 'height', 5e-3);
+%! assert(refusal(array_file, 'piston', three), 'piston');
+%! assert(refusal(file, 'piston', two), 'piston');
+%! assert(refusal(array_file, 'piston', struct('width', 2e-3, 'height', 5e-3)), 'piston');
+%! [~, request] = pistonfield_read(file);
+%! assert(isempty(request.elements) && isempty(request.engine));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % the field of a piston that is no rectangle
+%! id = fopen(fullfile(folder, 'disc.toml'), 'w');
+%! fprintf(id, 'frequency = 1e6\ntolerance = 1e-6\n[medium]\nspeed = 1500\n');
+%! fprintf(id, '[grid]\nx = 0\ny = 0\nz = [5e-3, 2e-3, 3]\n');
+%! fprintf(id, '[piston]\nshape = "disc"\nradius = 4e-3\n');
+%! fclose(id);
+%! [status, text] = system(sprintf('cd "%s" && "%s" --request disc.toml disc.h5 2>&1', folder, ...
+%!                                 getenv('PISTONFIELD_RUN')));
+%! assert(status, 0, text);
+%! [p, request] = pistonfield_read(fullfile(folder, 'disc.h5'));
+%! z = [5e-3 7e-3 9e-3];
+%! expected = 1i * (exp(-1i * request.k * hypot(z, 4e-3)) - exp(-1i * request.k * z));
+%! assert(p(:).', expected, 1e-6 * max(abs(expected)));
+%! assert([request.l, request.s], [0, 0]);
+%! assert(isempty(request.elements) && strcmp(request.engine, 'contours'));
+%! assert({request.attenuation, request.baffle}, {0, 'rigid'});
+%! wave = {'frequency', 1e6, 'speed', 1500, 'density', 900};
+%! pa = pistonfield_read(fullfile(folder, 'disc.h5'), wave{:}, 'velocity', 0.1);
+%! assert(pa, 1i * 900 * 1500 * 0.1 * p);
+%! assert(refusal(fullfile(folder, 'disc.h5'), wave{:}, 'power', 1), 'power');
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % a table comes back, and its field
 %! rule = [-0.5 0.9; 0.1 0.6; 1/3 0.5];

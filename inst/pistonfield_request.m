@@ -2,9 +2,9 @@ function info = pistonfield_request(file, piston, grid, varargin)
   % pistonfield_request: writes the request file with which pistonfield-run computes a field.
   %
   % DESCRIPTION
-  %   Takes what pistonfield_pressure takes, and in place of computing the field writes down what
-  %   it is, for the program pistonfield-run: on a cluster, or where the field is too large for
-  %   this machine. Then, in a shell,
+  %   Takes what pistonfield_pressure takes, and in place of computing the field writes down what it
+  %   is, for the program pistonfield-run: on a cluster, or where the field is too large for this
+  %   machine. Then, in a shell,
   %
   %     pistonfield-run --request request.toml field.h5
   %
@@ -13,19 +13,23 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   or, with 'mode' or 'order', the mode and the order that pistonfield_pressure would take. It has
   %   the velocity where a power is given.
   %
+  %   The elements of an array, with their weights, go into a table beside the file, of its name with
+  %   the ending .csv, which the file names: the two belong together.
+  %
   %   With a mode and an order a point exactly over a corner of the piston, where the edge integrals
   %   have no value, is NaN in the program's field.
   %
   % USAGE
   %   pistonfield_request(file, piston, grid, 'frequency', f)
+  %   pistonfield_request(file, array, grid, 'frequency', f, 'weights', w)
   %   info = pistonfield_request(file, piston, grid, 'frequency', f, name, value, ...)
   %
   % INPUTS
   %   file         - the name of the file to write, such as 'request.toml'
   %   piston       - struct with width and height [m], and optionally center [m] and orientation;
-  %                  see pistonfield_pressure
-  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, but
-  %                  with 'behind'
+  %                  see pistonfield_pressure; or an array, as it takes it
+  %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, or any
+  %                  element, but with 'behind'
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
@@ -34,7 +38,8 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %                - as for pistonfield_pressure, with the same values when left out. A grid that
   %                  touches the piston's plane aslant is written with 'behind', as rounding may put
   %                  its points there
-  %   'overwrite'  - true: replace a file that exists, which is refused otherwise
+  %   'weights'    - of an array: one column, as for pistonfield_pressure
+  %   'overwrite'  - true: replace files that exist, which is refused otherwise
   %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
   %   serves both functions.
   %
@@ -43,8 +48,9 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %                    engine, tolerance, bound, error, evaluations, order, estimate
   %                                as pistonfield_pressure tells them
   %                    wavenumber  2*pi*frequency / speed [rad/m]
-  %                    velocity    the amplitude of the piston's normal velocity [m/s]
-  %                    power       the radiated power [W]
+  %                    velocity    the amplitude of the piston's normal velocity, or what the
+  %                                weights are relative to [m/s]
+  %                    power       the radiated power [W]; NaN of an array, unless it was given
   %
   % EXAMPLES
   %   piston = struct('width', 7.5e-3, 'height', 5e-3);
@@ -56,6 +62,12 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   [p, ~, grid] = pistonfield_read('field.h5', 'piston', piston, wave{:});
   %   pistonfield_plot(p, grid);
   %
+  %   % An array: writes array.toml and array.csv.
+  %   array = pistonfield_array('line', 'elements', 64, 'pitch', 0.3e-3, 'width', 0.27e-3, ...
+  %                             'height', 10e-3);
+  %   w = pistonfield_focus(array, [0 0 30e-3], 'frequency', 2.5e6);
+  %   pistonfield_request('array.toml', array, grid, 'frequency', 2.5e6, 'weights', w);
+  %
   % See also: pistonfield_read, pistonfield_pressure, pistonfield_grid
 
   % SPDX-FileCopyrightText: the pistonfield developers
@@ -65,22 +77,42 @@ function info = pistonfield_request(file, piston, grid, varargin)
   require(nargin >= 3, caller, 'arguments', 'give a file, a piston, a grid and the frequency');
   require_module(caller);
   require(ischar(file) && isrow(file) && ~isempty(file), caller, 'file', 'file must be the name of a file');
-  piston = read_piston(caller, piston);
+  source = read_source(caller, piston);
+  require(~isfield(source, 'outlines'), caller, 'piston', ...
+          'a request file has rectangles alone: write other shapes by hand, as docs/run.md has them');
   require_grid(caller, grid);
-  options = read_pressure_options(caller, varargin, struct('overwrite', false));
+  options = read_pressure_options(caller, varargin, struct('weights', [], 'overwrite', false));
   require_flag(caller, 'overwrite', options.overwrite);
+  [source, ~, fields] = with_weights(caller, source, options);
+  require(fields == 1, caller, 'weights', 'a request has one column of weights, and not %d', fields);
   require_rows(caller, grid.sizes, options.mode, options.arithmetic);
-  [place, touches] = place_before(caller, piston, grid, options.behind);
-  require(options.overwrite || ~is_there(file), caller, 'file', ...
-          '%s exists; the option ''overwrite'', true replaces it', file);
+  isArray = isfield(source, 'weights');
+  place = grid.transform;
+  if ~isArray
+    [place, options.behind] = place_before(caller, source, grid, options.behind);
+  end
+  require_new(caller, file, options.overwrite);
+  if isArray
+    table = table_beside(caller, file, options.overwrite);
+    rows = table_of_array(caller, source, source.weights);
+    % The program takes no larger one.
+    require(numel(rows) <= 64e6, caller, 'array', ...
+            'the table of %d elements has %d MB, more than the 64 MB of pistonfield-run', ...
+            source.count, ceil(numel(rows) / 1e6));
+  end
 
   k = 2 * pi * options.frequency / options.speed;
-  [velocity, power] = velocity_and_power(piston, k, options);
-  found = field_accuracy(caller, place, grid.sizes, piston, k, options);
+  [velocity, power] = drive_of(caller, source, k, options);
+  found = field_accuracy(caller, place, grid.sizes, source, k, options);
   options.velocity = velocity;
   options.order = found.order;
-  options.behind = touches;
-  write_text(caller, file, request_text(piston, grid, options));
+  if isArray
+    write_text(caller, table, rows);
+    radiating = array_text(table);
+  else
+    radiating = piston_text(source);
+  end
+  write_text(caller, file, request_text(radiating, grid, options));
   if nargout > 0
     info = found;
     info.wavenumber = k;
@@ -89,38 +121,59 @@ function info = pistonfield_request(file, piston, grid, varargin)
   end
 end
 
-% A name without a folder is looked for along the path otherwise.
-function yes = is_there(file)
-  if ~any(file(1) == '/~')
-    file = fullfile(pwd(), file);
-  end
-  yes = exist(file, 'file') ~= 0;
+% The table's file has the name of the request's, with another ending.
+function table = table_beside(caller, file, overwrite)
+  [folder, name, ending] = fileparts(file);
+  require(~strcmp(ending, '.csv'), caller, 'file', ...
+          'file must not end with .csv, as the table of the array does beside it');
+  table = fullfile(folder, [name, '.csv']);
+  require_new(caller, table, overwrite);
 end
 
-function text = request_text(piston, grid, options)
+function text = array_text(table)
+  [~, name, ending] = fileparts(table);
+  name = regexprep([name, ending], '(["\\])', '\\$1');
+  text = sprintf('%s\n', '[array]', '# Its elements and their weights, beside this file.', ...
+                 ['table = "', name, '"']);
+end
+
+function text = piston_text(piston)
+  lines = {
+    '[piston]'
+    ['width = ', number(piston.width), '  # along its x']
+    ['height = ', number(piston.height), '  # along its y']
+    ['center = ', list(piston.center)]
+    '# The columns are its x, its y and its normal.'
+    ['orientation = ', list_of_rows(piston.orientation)]};
+  text = sprintf('%s\n', lines{:});
+end
+
+% radiating is the table of what radiates.
+function text = request_text(radiating, grid, options)
   lines = {
     '# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
     ['frequency = ', number(options.frequency)]
-    ['velocity = ', number(options.velocity), '  # amplitude of the piston''s normal velocity']
+    ['velocity = ', number(options.velocity), '  # ', meaning_of_velocity(radiating)]
     exactness_text(options)
     ''
     '[medium]'
     ['speed = ', number(options.speed)]
     ['density = ', number(options.density)]
     ''
-    '[piston]'
-    ['width = ', number(piston.width), '  # along its x']
-    ['height = ', number(piston.height), '  # along its y']
-    ['center = ', list(piston.center)]
-    '# The columns are its x, its y and its normal.'
-    ['orientation = ', list_of_rows(piston.orientation)]
-    ''
+    radiating
     '[grid]'
     '# The rows are the steps along its three directions and the first point, as pistonfield_grid'
     '# has them.'
     ['transform = ', list_of_rows(grid.transform)]
     ['sizes = ', list(grid.sizes)]};
   text = sprintf('%s\n', lines{:});
+end
+
+function text = meaning_of_velocity(radiating)
+  text = 'amplitude of the piston''s normal velocity';
+  if strncmp(radiating, '[array]', 7)
+    text = 'what the weights are relative to';
+  end
 end
 
 % A mode and its order, or a tolerance. A grid that touches the piston's plane may have points behind
@@ -160,24 +213,6 @@ function text = number(value)
   end
 end
 
-% Beside the file first, so that what exists is replaced by a whole one alone.
-function write_text(caller, file, text)
-  new = [file, '.new'];
-  require(~is_there(new), caller, 'file', '%s exists: remove it first', new);
-  [id, reason] = fopen(new, 'w');
-  require(id >= 0, caller, 'file', '%s cannot be written: %s', file, reason);
-  written = fwrite(id, text);
-  closed = fclose(id);
-  whole = written == numel(text) && closed == 0;
-  if whole
-    [whole, reason] = replace_file(new, file);
-  else
-    reason = 'it could not be written to its end';
-    remove_file(new);
-  end
-  require(whole, caller, 'file', '%s cannot be written: %s', file, reason);
-end
-
 %!shared folder, file, piston, grid, wave
 %! folder = tempname();
 %! mkdir(folder);
@@ -209,7 +244,7 @@ end
 %!          'relative', 'local'};
 %! info = pistonfield_request(file, piston, grid, drive{:});
 %! [~, wanted] = pistonfield_pressure(piston, grid, drive{:});
-%! assert(rmfield(wanted, {'slabs', 'moved', 'seconds'}), info);
+%! assert(rmfield(wanted, {'elements', 'weightings', 'slabs', 'moved', 'seconds'}), info);
 %! text = fileread(file);
 %! lines = sprintf('\ntolerance = 1e-06\nrelative = "local"\nprecision = "double"\n\n');
 %! assert(~isempty(strfind(text, lines)));
@@ -230,7 +265,7 @@ end
 %! drive = {'frequency', 0.8e6, 'mode', 'cpusp', 'tolerance', 1e-3, 'overwrite', true};
 %! info = pistonfield_request(file, piston, grid, drive{:});
 %! [~, wanted] = pistonfield_pressure(piston, grid, drive{1:6});
-%! assert(rmfield(wanted, {'slabs', 'moved', 'seconds'}), info);
+%! assert(rmfield(wanted, {'elements', 'weightings', 'slabs', 'moved', 'seconds'}), info);
 %! text = fileread(file);
 %! assert(~isempty(strfind(text, sprintf('\nmode = "cpusp"\norder = %d\n\n', wanted.order))));
 %! assert(isempty(strfind(text, 'tolerance')));
@@ -340,6 +375,71 @@ end
 %! assert(request.behind);
 %! wanted = pistonfield_pressure(turned, points, 'frequency', 1e6);
 %! assert(p, wanted, 1e-4 * max(abs(wanted(:))));
+
+%!function [p, request, array, w] = array_there_and_back(folder, array, w, grid, wave, varargin)
+%!  % The field of an array by the program, in Pa, and the array as it was written.
+%!  name = fullfile(folder, 'an "array" of it''s');
+%!  pistonfield_request([name, '.toml'], array, grid, wave{:}, 'weights', w, 'overwrite', true);
+%!  field = fullfile(folder, 'array.h5');
+%!  run('--request', strrep([name, '.toml'], '"', '\"'), '--overwrite', varargin{:}, field);
+%!  [p, request, ~, array, w] = pistonfield_read(field, 'piston', array, 'weights', w, wave{:});
+%!  [same, found] = pistonfield_array('table', 'file', [name, '.csv']);
+%!  assert({same.width, same.height, same.center, same.orientation, found}, ...
+%!         {array.width, array.height, array.center, array.orientation, w});
+%!endfunction
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % of an array the elements go into a table, all bits
+%! turn = [cosd(20) 0 sind(20); 0 1 0; -sind(20) 0 cosd(20)];
+%! array = pistonfield_array('convex', 'elements', 7, 'radius', 30e-3, 'pitch', 2e-3, ...
+%!                           'width', 1.7e-3, 'height', 5e-3, 'center', [0 1 2] / 700, ...
+%!                           'orientation', turn);
+%! w = pistonfield_focus(array, [3e-3 0 30e-3], 'frequency', 1e6) .* (1:7).' / 3;
+%! before = pistonfield_grid((-4:4) * 1e-3, 0, (20:5:40) * 1e-3);
+%! drive = {'frequency', 1e6, 'speed', 1500, 'velocity', 0.2, 'tolerance', 1e-6};
+%! [p, request, back, found] = array_there_and_back(folder, array, w, before, drive);
+%! assert(p, pistonfield_pressure(array, before, drive{:}, 'weights', w));
+%! assert({request.elements, request.tolerance}, {7, 1e-6});
+%! assert({back.center, back.orientation, found}, {array.center, array.orientation, w});
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % with a power, in single precision, without weights
+%! array = pistonfield_array('matrix', 'elements', [4 3], 'pitch', 2e-3, 'width', 1.7e-3, ...
+%!                           'height', 1.9e-3);
+%! before = pistonfield_grid((-4:4) * 1e-3, 0, (20:5:40) * 1e-3);
+%! drive = {'frequency', 1e6, 'power', 3, 'tolerance', 1e-3, 'precision', 'single'};
+%! p = array_there_and_back(folder, array, [], before, drive);
+%! wanted = pistonfield_pressure(array, before, drive{:});
+%! assert(double(p), wanted, 4 * eps('single') * max(abs(wanted(:))));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % behind its elements, where that is asked for
+%! array = pistonfield_array('line', 'elements', 3, 'pitch', 2e-3, 'width', 1e-3, 'height', 2e-3);
+%! around = pistonfield_grid((-1:1) * 0.7e-3, 0, (-2:2) * 1.1e-3);
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'behind', true};
+%! [p, request] = array_there_and_back(folder, array, [], around, drive);
+%! assert(request.behind);
+%! assert(p, pistonfield_pressure(array, around, drive{:}));
+
+%!test % what is told of an array is what pistonfield_pressure tells
+%! array = pistonfield_array('line', 'elements', 3, 'pitch', 2e-3, 'width', 1e-3, 'height', 2e-3);
+%! info = pistonfield_request(file, array, grid, 'frequency', 1e6, 'overwrite', true);
+%! [~, wanted] = pistonfield_pressure(array, grid, 'frequency', 1e6);
+%! assert(info, rmfield(wanted, {'elements', 'weightings', 'slabs', 'moved', 'seconds'}));
+%! table = strrep(file, '.toml', '.csv');
+%! text = fileread(file);
+%! assert(~isempty(strfind(text, sprintf('\nvelocity = 1  # what the weights are relative to\n'))));
+%! assert(~isempty(strfind(text, sprintf('\ntable = "it''s a request.csv"\n'))));
+%! before = {text, fileread(table)};
+%! fail('pistonfield_request(file, array, grid, "frequency", 2e6)', 'toml exists');
+%! unlink(file);
+%! fail('pistonfield_request(file, array, grid, "frequency", 2e6)', 'csv exists');
+%! assert(exist(file, 'file'), 0);
+%! assert(fileread(table), before{2});
+%! unlink(table);
+%! fail('pistonfield_request(file, array, grid, "frequency", 1e6, "weights", ones(3, 2))', ...
+%!      'a request has one column of weights, and not 2');
+%! fail('pistonfield_request("a.csv", array, grid, "frequency", 1e6)', 'must not end with .csv');
+%! fail('pistonfield_request(file, array, grid, "frequency", 1e6, "order", 9)', 'takes no order');
+%! fail('pistonfield_request(file, piston, grid, "frequency", 1e6, "weights", 1)', 'not a piston');
+%! assert(exist(table, 'file') + exist(file, 'file'), 0);
 
 %!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % before a piston that is moved and turned
 %! turned = piston;

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstddef>
-#include <initializer_list>
 #include <string>
 
 /// The operations of the host environment that the gateway is written against. A program links one
@@ -35,9 +34,9 @@ Array* createResult(std::size_t sx, std::size_t sy, std::size_t sz);
 double* resultReal(Array* result);
 double* resultImaginary(Array* result);
 
-/// A new real double array, a row of these values.
+/// A new real double array, all zero, whose data `resultReal` has.
 /// @throws as `createResult`
-Array* createRow(std::initializer_list<double> values);
+Array* createReal(std::size_t rows, std::size_t columns);
 
 /// Prints on the host's console.
 void print(const std::string& text);

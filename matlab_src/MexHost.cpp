@@ -75,11 +75,10 @@ double* resultImaginary(Array* result) {
     return static_cast<double*>(mxGetImagData(toMex(result)));
 }
 
-Array* createRow(std::initializer_list<double> values) {
-    Array* const row =
-        createDoubles(std::array<mwSize, 2>{1, static_cast<mwSize>(values.size())}, mxREAL);
-    std::copy(values.begin(), values.end(), resultReal(row));
-    return row;
+Array* createReal(std::size_t rows, std::size_t columns) {
+    if (!isAddressable({rows, columns, 1})) throw std::bad_array_new_length();
+    return createDoubles(std::array{static_cast<mwSize>(rows), static_cast<mwSize>(columns)},
+                         mxREAL);
 }
 
 void print(const std::string& text) {

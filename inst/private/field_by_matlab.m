@@ -25,9 +25,12 @@ function source = field_by_matlab(caller, file)
   if any(strcmp({contents.Datasets.Name}, 'table'))
     found.table = h5read(file, '/table').';
   end
+  if any(strcmp({contents.Datasets.Name}, 'elements'))
+    found.elements = h5info(file, '/elements').Dataspace.Size(2);
+  end
   found.complete = found.complete ~= 0;
   source = struct('request', field_request(found), 'points', points, ...
-                  'read', @(first, count) read(file, first, count));
+                  'read', @(first, count) read(file, first, count), 'array', @() array_in(file));
 end
 
 % Every part of a joined field has to be one of the same request and points, and complete.
@@ -55,6 +58,14 @@ function value = plain(value)
   if isvector(value)
     value = value(:).';
   end
+end
+
+% The elements of an array with their weights.
+function [array, weights] = array_in(file)
+  rows = h5read(file, '/elements');
+  normals = cross(rows(6:8, :), rows(9:11, :), 1);
+  pairs = h5read(file, '/weights');
+  [array, weights] = array_of_table([rows; normals; pairs.r(:).'; pairs.i(:).']);
 end
 
 function p = read(file, first, count)

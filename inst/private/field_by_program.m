@@ -7,11 +7,18 @@ function source = field_by_program(caller, file, program)
   program = find_program(caller, program);
   file = make_absolute_filename(tilde_expand(file));
   shown = run_program(caller, program, {'show', file});
+  % What is in a table of a request file says where the elements of an array are, or of what shape
+  % the piston is.
+  shown = regexprep(shown, '\n\[(array|piston)\].*', '');
   % A list may go over several lines.
   lines = regexp(shown, '^(?:# )?(\w+) = (\[[^\]]*\]|.*)$', 'tokens', 'lineanchors', ...
                  'dotexceptnewline');
   for i = 1:numel(lines)
     found.(lines{i}{1}) = value_of(lines{i}{2});
+  end
+  if ~isfield(found, 'l')
+    found.l = 0;
+    found.s = 0;
   end
   found.transform = reshape(found.transform, 4, 4).';
   if isfield(found, 'table')
@@ -20,6 +27,7 @@ function source = field_by_program(caller, file, program)
   source.request = field_request(found);
   source.points = found.points;
   precision = precision_of(found.mode);
+  source.array = @() array_by_program(caller, program, file);
   source.read = @(first, count) ...
     extract(caller, program, file, precision, found.first_point + first(:)' - 1, count);
 end
@@ -60,6 +68,16 @@ function value = value_of(text)
   else
     value = numbers_in(text);
   end
+end
+
+% The elements of an array with their weights, through a table that both programs know.
+function [array, weights] = array_by_program(caller, program, file)
+  table = tempname();
+  cleaning = onCleanup(@() delete_if_there(table));
+  text = run_program(caller, program, {'show', '--elements', file});
+  write_text(caller, table, text);
+  [array, weights] = array_of_table(ask_module(caller, struct('elements', 'file'), ...
+                                               'array_of_table', table));
 end
 
 function numbers = numbers_in(text)

@@ -16,7 +16,16 @@ function [place, touches] = place_before(caller, piston, grid, behind)
   lowest = place(4, 3) + sum(min(ways, 0));
   rounding = 64 * eps * (sum(abs(ways)) + norm(grid.transform(4, 1:3)) + norm(piston.center));
   require((nargin > 3 && behind) || lowest >= -rounding, caller, 'behind', ...
-          'the grid reaches %g m behind the plane of the piston, where there is no field', -lowest);
+          'the grid reaches %g m behind the plane of the piston, where there is no field%s', ...
+          -lowest, hint_of(nargin > 3));
   isExact = nnz(piston.orientation(:, 3)) == 1 && place(4, 3) == 0 && all(ways >= 0);
   touches = lowest <= rounding && ~isExact;
+end
+
+% The option, of callers that have it.
+function hint = hint_of(isTaken)
+  hint = '';
+  if isTaken
+    hint = behind_hint();
+  end
 end

@@ -3,6 +3,10 @@
 
 function piston = read_piston(caller, given)
   % piston = read_piston(caller, given): the piston checked, with what it left out filled in.
+  require(~is_array(given), caller, 'piston', ...
+          'an array of pistons stands where %s takes one piston', caller);
+  require(~(isstruct(given) && isscalar(given) && isfield(given, 'shape')), caller, 'piston', ...
+          'a piston of another shape stands where %s takes rectangles alone', caller);
   require(isstruct(given) && isscalar(given), caller, 'piston', ...
           'piston, which comes first, must be a struct with the fields width and height');
   piston = struct('width', 0, 'height', 0, 'center', zeros(3, 1), 'orientation', eye(3));
@@ -33,12 +37,4 @@ function piston = read_piston(caller, given)
           ['piston.orientation must be a 3 by 3 rotation: columns of length 1, at right ', ...
            'angles, the third the cross product of the others']);
   piston.orientation = double(piston.orientation);
-end
-
-function yes = is_rotation(turn)
-  yes = is_finite_real(turn) && isequal(size(turn), [3, 3]);
-  if yes
-    turn = double(turn);
-    yes = norm(turn' * turn - eye(3)) < 1e-9 && det(turn) > 0;
-  end
 end

@@ -69,18 +69,6 @@ function options = choose_way(caller, options)
   end
 end
 
-% As module_field takes them.
-function threads = read_threads(caller, threads)
-  if isempty(threads)
-    threads = 0;
-    return
-  end
-  most = module_limit('most_threads');
-  require(is_positive(threads) && threads == fix(threads) && threads <= most, ...
-          caller, 'threads', 'threads must be a whole number from 1 to %d', most);
-  threads = double(threads);
-end
-
 % Of two options that say the same thing in two ways at most one may be given.
 function options = require_one_of(caller, options, first, second, default)
   require(isempty(options.(first)) || isempty(options.(second)), caller, second, ...

@@ -1,0 +1,101 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include "matlab_src/pulseQuestion.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "matlab_src/ThreadLimit.h"
+#include "matlab_src/arrayArguments.h"
+#include "matlab_src/questionArguments.h"
+#include "signals/PulsePlan.h"
+
+namespace questions {
+
+using namespace pistonfield;
+
+namespace {
+
+void readPlace(Arguments arguments, Request& request) {
+    const std::string place = textOf(arguments[0], "place");
+    if (place == "lattice") {
+        request.lattice = {numbersOf<16>(arguments[1], "transform"),
+                           indicesOf(arguments[2], "sizes")};
+    } else if (place == "list") {
+        request.points =
+            PointList{numbersOf(arguments[1], "points"), numbersOf(arguments[2], "points"),
+                      numbersOf(arguments[3], "points")};
+        request.lattice.sizes = {static_cast<std::int64_t>(request.points->x.size()), 1, 1};
+    } else {
+        throw InvalidRequest("place", "'" + place + "' is none of lattice, list");
+    }
+}
+
+void readSource(Arguments arguments, Request& request) {
+    const std::string source = textOf(arguments[0], "source");
+    const Arguments numbers = arguments.subspan(1);
+    // The functions look where points of a piston or a disc lie, and allow for rounding.
+    request.behind = source != "array" || wholeWithin(0, 1, arguments.back(), "behind") != 0;
+    if (source == "piston") {
+        request.piston = {numberOf(numbers[0], "width"), numberOf(numbers[1], "height")};
+    } else if (source == "disc") {
+        const double radius = numberOf(numbers[0], "radius");
+        request.array =
+            Array{{Element{{}, {}, std::make_shared<const Outline>(discOutline(radius))}}, {1.0}};
+    } else if (source == "array") {
+        request.array = arrayOf(numbers.first(arrayArguments));
+        if (request.array->weightings() > 1)
+            throw InvalidRequest("weights", "a pulse takes one column");
+    } else {
+        throw InvalidRequest("source", "'" + source + "' is none of piston, disc, array");
+    }
+}
+
+Signal signalIn(const host::Array* re, const host::Array* im, double rate) {
+    if (sizeOf(im) == 0) return {numbersOf(re, "signal"), rate};
+    return signalOf(complexNumbersOf(re, im, "signal"), rate);
+}
+
+}  // namespace
+
+host::Array* pulseOf(Arguments arguments) {
+    constexpr std::size_t placeArguments = 4;
+    constexpr std::size_t sourceArguments = 1 + arrayArguments + 1;
+    constexpr std::size_t pulseArguments = 8;
+    expectArguments(arguments, 1 + placeArguments + sourceArguments + pulseArguments);
+    PulseRequest request;
+    readPlace(arguments.subspan(1, placeArguments), request.field);
+    readSource(arguments.subspan(1 + placeArguments, sourceArguments), request.field);
+    const Arguments others = arguments.last(pulseArguments);
+    request.field.mode = modeOf(others[0]);
+    request.field.tolerance = Tolerance{numberOf(others[1], "tolerance")};
+    request.signal = signalIn(others[2], others[3], numberOf(others[4], "rate"));
+    request.wave = lossless(numberOf(others[5], "speed"));
+    request.delays = numbersOf(others[6], "delays");
+    const ThreadLimit limit(others[7]);
+
+    const std::int64_t points = request.field.lattice.box().points();
+    const PulsePlan plan(std::move(request));
+    constexpr std::size_t head = 7;
+    host::Array* const result =
+        host::createReal(1, head + static_cast<std::size_t>(points * plan.times()));
+    double* const numbers = host::resultReal(result);
+    const PulseError error = plan.compute(numbers + head);
+    const std::array<double, head> told{plan.start(),
+                                        static_cast<double>(plan.times()),
+                                        static_cast<double>(plan.frequencies().size()),
+                                        error.sampling,
+                                        error.dropped,
+                                        error.tolerance,
+                                        error.folded};
+    std::copy(told.begin(), told.end(), numbers);
+    return result;
+}
+
+}  // namespace questions
