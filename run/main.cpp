@@ -13,6 +13,7 @@
 
 #include "parallel/threads.h"
 #include "run/commands/commands.h"
+#include "run/commands/readTable.h"
 #include "run/commands/readText.h"
 #include "run/file/Hdf5.h"
 #include "run/file/openFiles.h"
@@ -39,6 +40,7 @@ struct Executor {
     int operator()(const VerifyCommand& command) const { return verify(command); }
     int operator()(const ExtractCommand& command) const { return extract(command); }
     int operator()(const ShowCommand& command) const { return show(command); }
+    int operator()(const BeamCommand& command) const { return beam(command); }
 };
 
 /// The command that all processes were started with. Files are read by the first, because what is
@@ -47,9 +49,12 @@ Command commandOf(const Words& words, const Ranks& ranks) {
     Command command;
     requireSameWords(words, ranks);
     ranks.together([&] {
-        command = readCommand(words, [&](const std::filesystem::path& path) {
-            return ranks.shared([&] { return readText(path); });
-        });
+        const auto byTheFirst = [&](std::string (*read)(const std::filesystem::path&)) {
+            return [&ranks, read](const std::filesystem::path& path) {
+                return ranks.shared([&] { return read(path); });
+            };
+        };
+        command = readCommand(words, {byTheFirst(&readText), byTheFirst(&readTable)});
     });
     return command;
 }
@@ -67,8 +72,8 @@ void requireRanks(const Command& command, const Launch& launch, const Ranks& ran
     ranks.together([&] {
         if (ranks.size() > 1)
             throw std::runtime_error(
-                "--part, join, verify, extract and show are for one process: start it without "
-                "mpirun");
+                "--part, join, verify, extract, show and beam are for one process: start it "
+                "without mpirun");
     });
 }
 

@@ -48,12 +48,29 @@ inline pistonfield::Tolerance::Of relativeCalled(const std::string& name) {
     throw pistonfield::InvalidRequest("relative", "'" + name + "' is none of largest, local");
 }
 
+/// The name of a baffle.
+constexpr const char* nameOf(pistonfield::Baffle baffle) {
+    using pistonfield::Baffle;
+    if (baffle == Baffle::rigid) return "rigid";
+    return baffle == Baffle::soft ? "soft" : "free";
+}
+
+/// What is called so.
+/// @throws pistonfield::InvalidRequest
+inline pistonfield::Baffle baffleCalled(const std::string& name) {
+    using pistonfield::Baffle;
+    for (const Baffle baffle : {Baffle::rigid, Baffle::soft, Baffle::free})
+        if (name == nameOf(baffle)) return baffle;
+    throw pistonfield::InvalidRequest("baffle", "'" + name + "' is none of rigid, soft, free");
+}
+
 /// The option, and the attribute of a file, that has a field of a request.
 inline std::string nameOfField(const std::string& field) {
     if (field == "height") return "l";
     if (field == "width") return "s";
     if (field == "wavenumber") return "k";
     if (field == "lattice") return "transform";
+    if (field == "elements" || field == "weights") return "array";
     return field;
 }
 

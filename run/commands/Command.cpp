@@ -6,12 +6,15 @@
 #include <climits>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 #include "parallel/threads.h"
 #include "run/commands/RequestFile.h"
+#include "run/commands/arrayForm.h"
 #include "run/commands/options.h"
 #include "run/commands/partNames.h"
+#include "run/commands/pistonForm.h"
 #include "run/numbers.h"
 #include "run/requestNames.h"
 
@@ -52,6 +55,10 @@ bool sameDevice(const Request& a, const Request& b) {
     return sameKind(a, b) && isOnGpu(a.mode) == isOnGpu(b.mode);
 }
 
+bool sameArray(const Request& a, const Request& b) { return a.array == b.array; }
+
+bool sameBaffle(const Request& a, const Request& b) { return a.baffle == b.baffle; }
+
 bool sameTable(const Request& a, const Request& b) {
     return sameKind(a, b) && a.rule.table == b.rule.table;
 }
@@ -67,12 +74,16 @@ using pistonfield::RectangularPiston;
 using pistonfield::Tolerance;
 using pistonfield::Wave;
 
-constexpr std::array<RequestOption, 13> requestOptions{{
+constexpr std::array<RequestOption, 17> requestOptions{{
     {"transform", true, &same<&Request::lattice, &Lattice::transform>},
     {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
     {"l", true, &same<&Request::piston, &RectangularPiston::height>},
     {"s", true, &same<&Request::piston, &RectangularPiston::width>},
+    {"array", false, &sameArray},
+    {"shape", false, &sameArray},
     {"k", true, &same<&Request::wave, &Wave::wavenumber>},
+    {"attenuation", false, &same<&Request::wave, &Wave::attenuation>},
+    {"baffle", false, &sameBaffle},
     {"mode", false, &sameOfKind<&Request::mode>},
     {"order", false, &sameOfKind<&Request::rule>},
     {"table", false, &sameTable},
@@ -88,7 +99,7 @@ constexpr std::array toleranceOptions{"tolerance", "relative", "precision", "dev
 constexpr std::array ruleOptions{"mode", "order", "table"};
 
 using Words = std::vector<std::string>;
-using Settings = std::map<std::string, Setting>;
+using Settings = TableSettings;
 
 /// Does something with a setting's words, and says where they are if that fails.
 template <class Use>
@@ -234,6 +245,8 @@ void setRequest(Request& request, const Setting& setting, const TextReader& read
     if (name == "l") request.piston.height = realOf(setting.words);
     if (name == "s") request.piston.width = realOf(setting.words);
     if (name == "k") request.wave.wavenumber = realOf(setting.words);
+    if (name == "attenuation") request.wave.attenuation = realOf(setting.words);
+    if (name == "baffle") request.baffle = named(setting.words, baffleCalled);
     if (name == "mode") request.mode = named(setting.words, pistonfield::modeCalled);
     setTolerance(request, setting);
     if (name == "order")
@@ -262,13 +275,18 @@ void setWork(ComputeCommand& command, const Setting& setting) {
 }
 
 /// Of each pair, one says otherwise what the other one does.
-constexpr std::array<std::pair<const char*, const char*>, 6> alternatives{{
+constexpr std::array<std::pair<const char*, const char*>, 11> alternatives{{
     {"order", "table"},
     {"resume", "overwrite"},
     {"tolerance", "order"},
     {"tolerance", "table"},
     {"precision", "mode"},
     {"device", "mode"},
+    {"array", "l"},
+    {"array", "s"},
+    {"array", "shape"},
+    {"shape", "l"},
+    {"shape", "s"},
 }};
 
 void requireNotBoth(const Settings& settings, const char* one, const char* other) {
@@ -314,14 +332,21 @@ Settings settingsOf(const CommandLine& line, const TextReader& readText) {
     return settings;
 }
 
-ComputeCommand computeCommand(const CommandLine& line, const TextReader& readText) {
+/// Takes the array of a request file, which may name a table beside it.
+void takeArray(ComputeCommand& command, const Settings& settings, const TextReader& readTable) {
+    const std::filesystem::path folder = command.requestFile.parent_path();
+    command.request.array = arrayForm::arrayOf(settings, folder, command.request, readTable);
+    if (const auto table = arrayForm::tableOf(settings, folder)) command.inputs.push_back(*table);
+}
+
+ComputeCommand computeCommand(const CommandLine& line, const Readers& readers) {
     ComputeCommand command;
-    const Settings settings = settingsOf(line, readText);
+    const Settings settings = settingsOf(line, readers.text);
     requireToleranceOrRule(settings);
     for (const auto& entry : settings) {
         const Setting& setting = entry.second;
         use(setting, [&](const Words&) {
-            setRequest(command.request, setting, readText);
+            setRequest(command.request, setting, readers.text);
             setWork(command, setting);
         });
     }
@@ -337,6 +362,8 @@ ComputeCommand computeCommand(const CommandLine& line, const TextReader& readTex
     // Numbers in the table's place name no file, and so none that is an output.
     if (const auto table = settings.find("table"); table != settings.end())
         command.inputs.emplace_back(table->second.words.front());
+    if (settings.contains("array")) takeArray(command, settings, readers.elements);
+    if (settings.contains("shape")) command.request.array = pistonForm::pistonOf(settings);
     if (command.part) command.output = partPath(command.output, *command.part);
     return command;
 }
@@ -350,12 +377,49 @@ std::filesystem::path pathOf(const CommandLine& line, const char* name) {
     return pathsOf(line, name).front();
 }
 
-/// @throws std::runtime_error where something is said of a tolerance that is not there
+/// @throws std::runtime_error where something is said that goes with a tolerance, and there is none
 void requireTolerance(const ComputeCommand& command) {
+    const auto shape = command.given.find("shape");
+    if (shape != command.given.end() && !command.request.tolerance)
+        throw std::runtime_error(shape->second + ": takes a tolerance");
     for (const char* option : toleranceOptions)
         if (command.given.contains(option) && !command.given.contains("tolerance"))
             throw std::runtime_error(command.given.at(option) +
                                      " goes with a tolerance, and there is none");
+}
+
+/// Whether a field has to have an option; an array, or a shape, stands for sides.
+bool isNeeded(const RequestOption& option, const ComputeCommand& command) {
+    const std::string_view name = option.name;
+    return option.needed && !(command.request.array && (name == "l" || name == "s"));
+}
+
+std::optional<double> realOf(const CommandLine& line, const char* name) {
+    const Words* words = line.find(name);
+    if (words == nullptr) return std::nullopt;
+    return use({name, *words, dashed(name)}, [](const Words& w) { return realOf(w); });
+}
+
+BeamCommand beamCommand(const CommandLine& line) {
+    BeamCommand command;
+    command.source = pathOf(line, "source");
+    command.drive = {{}, realOf(line, "velocity"), realOf(line, "speed"), realOf(line, "density")};
+    command.duty = realOf(line, "duty");
+    command.derating = realOf(line, "derating");
+    command.json = line.find("json") != nullptr;
+    if (const Words* size = line.find("hydrophone"))
+        use({"hydrophone", *size, "--hydrophone"}, [&](const Words& words) {
+            for (const std::string& word : words) command.hydrophone.push_back(numbers::real(word));
+        });
+    if (const Words* axis = line.find("axis"))
+        command.axis = use({"axis", *axis, "--axis"},
+                           [](const Words& words) { return arrayOf<3>(words, numbers::real); });
+    if (const Words* threads = line.find("threads"))
+        command.threads =
+            static_cast<unsigned>(use({"threads", *threads, "--threads"}, [](const Words& w) {
+                return wholeWithin(w, 1, pistonfield::mostThreads);
+            }));
+    return command;
 }
 
 std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, const char* name) {
@@ -366,7 +430,7 @@ std::optional<std::array<std::int64_t, 3>> threeOf(const CommandLine& line, cons
 
 }  // namespace
 
-Command readCommand(const std::vector<std::string>& words, const TextReader& readText) {
+Command readCommand(const std::vector<std::string>& words, const Readers& readers) {
     const std::variant<Answer, CommandLine> read = readCommandLine(words);
     if (const auto* answer = std::get_if<Answer>(&read)) return *answer;
     const auto& line = std::get<CommandLine>(read);
@@ -374,11 +438,13 @@ Command readCommand(const std::vector<std::string>& words, const TextReader& rea
     if (line.command == "join")
         return JoinCommand{pathOf(line, "output"), pathsOf(line, "parts"), overwrite};
     if (line.command == "verify") return VerifyCommand{pathsOf(line, "files")};
-    if (line.command == "show") return ShowCommand{pathOf(line, "file")};
+    if (line.command == "show")
+        return ShowCommand{pathOf(line, "file"), line.find("elements") != nullptr};
+    if (line.command == "beam") return beamCommand(line);
     if (line.command == "extract")
         return ExtractCommand{pathOf(line, "file"), pathOf(line, "output"), threeOf(line, "first"),
                               threeOf(line, "size"), overwrite};
-    return computeCommand(line, readText);
+    return computeCommand(line, readers);
 }
 
 std::optional<std::string> contradiction(const ComputeCommand& command, const Request& request) {
@@ -391,7 +457,12 @@ std::optional<std::string> contradiction(const ComputeCommand& command, const Re
 }
 
 void refuse(const ComputeCommand& command, const InvalidRequest& reason) {
-    const std::string name = nameOfField(reason.field());
+    std::string name = nameOfField(reason.field());
+    // A piston with a shape is an array of one; a mode follows from the device, where there is a
+    // tolerance.
+    if (name == "array" && command.given.contains("shape")) name = "shape";
+    if (name == "mode" && !command.given.contains(name) && isOnGpu(command.request.mode))
+        name = "device";
     const auto given = command.given.find(name);
     throw std::runtime_error((given == command.given.end() ? name : given->second) + ": " +
                              reason.reason());
@@ -401,7 +472,7 @@ void checkComplete(const ComputeCommand& command) {
     const bool inFile = !command.requestFile.empty();
     std::string missing;
     for (const RequestOption& option : requestOptions)
-        if (option.needed && !command.given.contains(option.name))
+        if (isNeeded(option, command) && !command.given.contains(option.name))
             missing.append(missing.empty() ? "" : ", ")
                 .append(inFile ? option.name : dashed(option.name));
     if (!missing.empty())

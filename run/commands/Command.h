@@ -18,6 +18,14 @@
 
 namespace run {
 
+/// What makes pressures in Pa of a field's values, as far as it is said. SI units.
+struct Drive {
+    std::optional<double> frequency;
+    std::optional<double> velocity;
+    std::optional<double> speed;
+    std::optional<double> density;
+};
+
 /// Computes a field, or what is missing of it.
 struct ComputeCommand {
     std::filesystem::path output;
@@ -26,9 +34,9 @@ struct ComputeCommand {
     /// sizes".
     std::map<std::string, std::string> given;
     std::filesystem::path requestFile;          ///< or none
-    std::vector<std::filesystem::path> inputs;  ///< the request file and the table's, where given
+    std::vector<std::filesystem::path> inputs;  ///< the request file and the tables', where given
     std::optional<Part> part;
-    std::int64_t slabPoints = 1 << 18;
+    std::optional<std::int64_t> slabPoints;
     bool magnitude = true;
     std::optional<unsigned> threads;  ///< that each process computes with
     int deflate = 0;
@@ -59,21 +67,41 @@ struct ExtractCommand {
 };
 
 /// Says on standard output what field is in a file, as a request file, and in comments how it came
-/// about.
+/// about; or of an array the elements with their weights, as a table.
 struct ShowCommand {
     std::filesystem::path file;
+    bool elements = false;
 };
 
-using Command =
-    std::variant<Answer, ComputeCommand, JoinCommand, VerifyCommand, ExtractCommand, ShowCommand>;
+/// Measures the beam of a request's source, or of the field in a file, and says on standard output
+/// what it is like.
+struct BeamCommand {
+    std::filesystem::path source;  ///< a request file, or a file of a field
+    Drive drive;                   ///< without a frequency, which the source's wavenumber is of
+    std::optional<double> duty;
+    std::optional<double> derating;  ///< dB/(cm MHz)
+    std::vector<double> hydrophone;  ///< its size, see `Hydrophone`; or none
+    std::optional<std::array<double, 3>> axis;
+    std::optional<unsigned> threads;
+    bool json = false;
+};
+
+using Command = std::variant<Answer, ComputeCommand, JoinCommand, VerifyCommand, ExtractCommand,
+                             ShowCommand, BeamCommand>;
 
 /// The text of a file that a command line names. A failure is a std::runtime_error that names it.
 using TextReader = std::function<std::string(const std::filesystem::path&)>;
 
-/// Reads a command line, and the request file and the table that it may name.
+/// How files are read.
+struct Readers {
+    TextReader text;      ///< as `readText` does
+    TextReader elements;  ///< as `readTable` does, a table of elements
+};
+
+/// Reads a command line, and the request file and the tables that it may name.
 /// @param words without the program's name
 /// @throws std::runtime_error naming the option, or the file, its line and the key, that is wrong
-Command readCommand(const std::vector<std::string>& words, const TextReader& readText);
+Command readCommand(const std::vector<std::string>& words, const Readers& readers);
 
 /// Where the first option of the request was given that has another value than in `request`, or
 /// nothing.

@@ -71,7 +71,10 @@ void addCompute(CLI::App& app) {
         add(app, dashed(option.name), option.words, option.words, textOf(option))
             ->type_name(option.word)
             ->group(option.group);
-    add(app, "--request", 1, 1, "a text file with these options, as: sizes = [100, 100, 200]")
+    add(app, "--request", 1, 1,
+        "a text file with these options, as: sizes = [100, 100, 200]; or with a field in SI units, "
+        "or "
+        "an array, whose keys are no options")
         ->type_name("FILE")
         ->group(fieldGroup);
 }
@@ -80,6 +83,29 @@ CLI::App& addCommand(CLI::App& app, const char* name, const char* text) {
     CLI::App* command = app.add_subcommand(name, description(text));
     command->allow_extras()->get_formatter()->column_width(nameWidth);
     return *command;
+}
+
+void addBeam(CLI::App& app) {
+    CLI::App& beam =
+        addCommand(app, "beam",
+                   "measure the beam of a request's source, or of a field that has been computed");
+    add(beam, "source", 1, 1, "a request file, or a file of a field; lengths in m")->required();
+    add(beam, "--json", 0, 0, "print JSON in place of a table");
+    const auto number = [&](const char* names, const char* text) {
+        add(beam, names, 1, 1, text)->type_name("NUMBER");
+    };
+    number("--velocity", "the velocity of a weight 1, in m/s; 1 by default");
+    number("--speed", "the speed of sound, in m/s; 1482 by default");
+    number("--density", "the density, in kg/m^3; 998 by default");
+    number("--duty", "the part of the time in which the source is driven; 1 by default");
+    number("--derating",
+           "attenuation that pressures are derated by, in dB/(cm MHz); 0.3 by default");
+    add(beam, "--hydrophone", 1, 2,
+        "a hydrophone's face: a disc's diameter, or a rectangle's two sides, in m")
+        ->type_name("LENGTH");
+    add(beam, "--axis", 3, 3, "the beam's direction; by default from the source to the peak")
+        ->type_name("NUMBER");
+    number("--threads", "cores to compute with; all that it may use by default");
 }
 
 void addCommands(CLI::App& app) {
@@ -105,6 +131,8 @@ void addCommands(CLI::App& app) {
     CLI::App& show = addCommand(
         app, "show", "say what field a file has, as a request file, and how it came about");
     add(show, "file", 1, 1, "a file of a field")->required();
+    add(show, "--elements", 0, 0, "instead of these the elements of its array, as a table");
+    addBeam(app);
 }
 
 /// The words last one first, as CLI11 has them. It would take "-.5" for an option, and
@@ -205,9 +233,9 @@ const std::vector<std::string>* CommandLine::find(const std::string& name) const
 
 std::variant<Answer, CommandLine> readCommandLine(std::vector<std::string> words) {
     CLI::App app{
-        "Computes the pressure field of a rectangular piston into an HDF5 file, alone or,\n"
-        "under mpirun or srun, with many processes. A run that was ended, however it was,\n"
-        "goes on with --resume.",
+        "Computes the pressure field of a rectangular piston, or of an array of them,\n"
+        "into an HDF5 file, alone or, under mpirun or srun, with many processes. A run\n"
+        "that was ended, however it was, goes on with --resume.",
         "pistonfield-run"};
     app.get_formatter()->column_width(nameWidth);
     app.set_version_flag("--version", versionText());

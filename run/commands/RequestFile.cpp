@@ -6,9 +6,13 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <stdexcept>
 #include <string_view>
+#include <utility>
 
+#include "run/commands/arrayForm.h"
+#include "run/commands/pistonForm.h"
 #include "run/commands/siForm.h"
 #include "run/numbers.h"
 
@@ -125,26 +129,41 @@ toml::table parse(const std::string& name, const std::string& text) {
 
 /// Whether a key says what the field is, in no unit of its own.
 bool isRaw(const std::string& key) {
-    constexpr std::array names{"transform", "sizes", "l", "s", "k"};
+    constexpr std::array names{"transform", "sizes", "l", "s", "k", "attenuation"};
     return std::find(names.begin(), names.end(), key) != names.end();
 }
 
+/// The keys that go with what else is in a table.
+std::vector<std::string> namesIn(const std::string& table, const toml::table& contents) {
+    if (table != "array") return siForm::namesIn(table);
+    const auto kind = contents["kind"].value<std::string>();
+    return arrayForm::keysWith(contents.contains("table") && !kind, kind.value_or(""));
+}
+
 /// What was meant by a key that a table, or what is in none, does not have.
-std::string hint(const std::string& table, const std::string& key) {
+std::string hint(const std::string& table, const toml::table& contents, const std::string& key) {
     std::vector<std::string> known = siForm::namesIn("");
     const std::vector<std::string> others = keys();
     known.insert(known.end(), others.begin(), others.end());
     if (!table.empty() && !isRaw(key) && std::ranges::find(known, key) != known.end())
         return "; " + key + " stands before the first table";
     const std::string elsewhere = siForm::elsewhere(key);
-    if (!elsewhere.empty()) return ", did you mean " + elsewhere + "?";
+    // An array takes the place of a piston.
+    const bool isOfPiston = table == "array" && elsewhere.starts_with("piston.");
+    if (!elsewhere.empty() && !isOfPiston) return ", did you mean " + elsewhere + "?";
     if (std::string instead = siForm::instead(key); !instead.empty()) return instead;
-    if (!table.empty()) return suggestion(key, siForm::namesIn(table));
+    if (!table.empty()) return suggestion(key, namesIn(table, contents));
     known.insert(known.end(), siForm::tables().begin(), siForm::tables().end());
     return suggestion(key, known);
 }
 
-/// A key of the form in SI units, all of which have numbers.
+/// A key of the form in SI units that has a text.
+Setting siTextOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
+    if (!value.is_string()) throw std::runtime_error(origin + ": takes a text");
+    return settingOf(key.path(), origin, /*mayBeList=*/false, value);
+}
+
+/// One that has numbers.
 Setting siNumbersOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
     const toml::array* list = value.as_array();
     const auto isText = [](const toml::node& each) { return each.is_string(); };
@@ -153,16 +172,32 @@ Setting siNumbersOf(const siForm::Key& key, const std::string& origin, const tom
     return settingOf(key.path(), origin, key.list, value);
 }
 
-/// The same; a square matrix may be a list of its rows.
+/// Whether a list has lists in it.
+bool hasLists(const toml::array& list) {
+    return std::any_of(list.begin(), list.end(),
+                       [](const toml::node& each) { return each.is_array(); });
+}
+
+/// The same; a matrix may be a list of its rows.
 Setting siSettingOf(const siForm::Key& key, const std::string& origin, const toml::node& value) {
+    if (key.text) return siTextOf(key, origin, value);
     const toml::array* rows = value.as_array();
+    if (std::string_view(key.table) == "array" && rows != nullptr && hasLists(*rows))
+        throw std::runtime_error(origin + ": " +
+                                 (std::string_view(key.name) == "focus"
+                                      ? arrayForm::onePoint
+                                      : "takes one list of numbers, not a list of lists"));
     if (!key.list || rows == nullptr || rows->empty() || !rows->front().is_array())
         return siNumbersOf(key, origin, value);
+    const std::size_t columns = key.columns == 0 ? rows->size() : key.columns;
     Setting setting{key.path(), {}, origin};
     for (const toml::node& row : *rows) {
         const toml::array* list = row.as_array();
-        if (list == nullptr || list->size() != rows->size())
-            throw std::runtime_error(origin + ": its rows make no square matrix");
+        if (list == nullptr || list->size() != columns)
+            throw std::runtime_error(
+                origin + (key.columns == 0
+                              ? ": its rows make no square matrix"
+                              : ": takes rows of " + std::to_string(columns) + " numbers"));
         const Setting part = siNumbersOf(key, origin, row);
         setting.words.insert(setting.words.end(), part.words.begin(), part.words.end());
     }
@@ -179,44 +214,100 @@ std::vector<Setting> siTable(const std::string& table, const std::string& file,
         const std::string word(key.str());
         const std::string where = place(file, key.source()).append(table).append(".") + word;
         const siForm::Key* known = siForm::find(table, word);
-        if (known == nullptr) throw std::runtime_error(where + " is no option" + hint(table, word));
+        if (known == nullptr)
+            throw std::runtime_error(where + " is no option" + hint(table, *contents, word));
         settings.push_back(siSettingOf(*known, where, inside));
     }
     return settings;
 }
 
-/// Puts what is said in SI units among the other settings.
-void addTranslated(const std::vector<Setting>& si, const std::string& file,
+/// Takes the shape of a piston out of what is in its table, whose own place then means nothing: as
+/// an array, a shape goes with a raw lattice, too.
+std::vector<Setting> shapeIn(std::vector<Setting>& table) {
+    const std::string prefix = "piston.";
+    const auto isOfShape = [&](const Setting& setting) {
+        return setting.name.starts_with(prefix) &&
+               pistonForm::isOfShape(setting.name.substr(prefix.size()));
+    };
+    const auto shape = std::ranges::find(table, prefix + "shape", &Setting::name);
+    if (shape == table.end()) {
+        const auto lost = std::ranges::find_if(table, isOfShape);
+        if (lost != table.end())
+            throw std::runtime_error(lost->origin + ": goes with a shape, and there is none");
+        return {};
+    }
+    std::vector<Setting> settings{{"shape", {}, shape->origin}};
+    std::vector<Setting> others;
+    for (Setting& setting : table) {
+        const bool isPlace =
+            setting.name == prefix + "center" || setting.name == prefix + "orientation";
+        if (setting.name == "piston") continue;
+        (isPlace ? others : settings).push_back(std::move(setting));
+    }
+    table = std::move(others);
+    return settings;
+}
+
+/// Puts what is said in SI units among the other settings, which may have an array or a shape.
+void addTranslated(std::vector<Setting> si, const std::string& file,
                    std::vector<Setting>& settings) {
     if (si.empty()) return;
     const auto raw = std::ranges::find_if(settings, isRaw, &Setting::name);
     if (raw != settings.end())
         throw std::runtime_error(si.front().origin + ", in SI units, excludes " + raw->origin);
+    for (const char* name : {"array", "shape"}) {
+        const auto found = std::ranges::find(settings, name, &Setting::name);
+        if (found != settings.end()) si.push_back(*found);
+    }
     const std::vector<Setting> translated = siForm::translated(si, file);
     settings.insert(settings.end(), translated.begin(), translated.end());
 }
 
 }  // namespace
 
+Drive readDrive(const std::string& name, const std::string& text) {
+    const toml::table file = parse(name, text);
+    const auto numberAt = [&](const char* path) -> std::optional<double> {
+        const auto node = file.at_path(path);
+        if (!node) return std::nullopt;
+        const Setting setting =
+            settingOf(path, place(name, node.node()->source()) + path, false, *node.node());
+        try {
+            return numbers::real(setting.words.front());
+        } catch (const std::runtime_error& error) {
+            throw std::runtime_error(setting.origin + ": " + error.what());
+        }
+    };
+    return {numberAt("frequency"), numberAt("velocity"), numberAt("medium.speed"),
+            numberAt("medium.density")};
+}
+
 std::vector<Setting> readRequestFile(const std::string& name, const std::string& text) {
     const std::vector<std::string> known = keys();
     std::vector<Setting> settings;
     std::vector<Setting> si;
-    for (const auto& [key, value] : parse(name, text)) {
+    const toml::table file = parse(name, text);
+    for (const auto& [key, value] : file) {
         const std::string option(key.str());
         const std::string origin = place(name, key.source()) + option;
         if (std::ranges::find(siForm::tables(), option) != siForm::tables().end()) {
-            const std::vector<Setting> table = siTable(option, name, origin, value);
-            si.insert(si.end(), table.begin(), table.end());
+            std::vector<Setting> table = siTable(option, name, origin, value);
+            if (option == "piston") {
+                const std::vector<Setting> shape = shapeIn(table);
+                settings.insert(settings.end(), shape.begin(), shape.end());
+            }
+            // An array goes with a raw lattice, too.
+            std::vector<Setting>& form = option == "array" ? settings : si;
+            form.insert(form.end(), table.begin(), table.end());
         } else if (const siForm::Key* inSi = siForm::find("", option)) {
             si.push_back(siSettingOf(*inSi, origin, value));
         } else if (std::ranges::find(known, option) != known.end()) {
             settings.push_back(settingOf(option, origin, takesList(option), value));
         } else {
-            throw std::runtime_error(origin + " is no option" + hint("", option));
+            throw std::runtime_error(origin + " is no option" + hint("", file, option));
         }
     }
-    addTranslated(si, name, settings);
+    addTranslated(std::move(si), name, settings);
     return settings;
 }
 

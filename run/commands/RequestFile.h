@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "run/commands/Command.h"
 #include "run/commands/options.h"
 
 namespace run {
@@ -15,5 +16,9 @@ namespace run {
 /// @throws std::runtime_error naming the file and the line of what is no TOML or no option, or of
 /// what is wrong in SI units
 std::vector<Setting> readRequestFile(const std::string& name, const std::string& text);
+
+/// What the text of a request file in SI units says of the drive; nothing of another one.
+/// @throws as `readRequestFile` of these keys
+Drive readDrive(const std::string& name, const std::string& text);
 
 }  // namespace run

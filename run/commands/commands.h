@@ -22,4 +22,6 @@ int extract(const ExtractCommand& command);
 
 int show(const ShowCommand& command);
 
+int beam(const BeamCommand& command);
+
 }  // namespace run

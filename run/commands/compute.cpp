@@ -108,8 +108,7 @@ std::int64_t undefinedIn(const std::vector<SlabRecord>& records) {
 
 /// Writes down whether all slabs are finished, and what that took.
 void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std::string& started,
-                    double seconds, std::int64_t memory,
-                    const std::optional<pistonfield::Accuracy>& accuracy) {
+                    double seconds, std::int64_t memory, const Outlook& outlook) {
     Provenance provenance = FieldFile(command.output, FieldFile::Access::read).provenance();
     // Nothing was to be done.
     if (provenance.complete) return;
@@ -125,7 +124,8 @@ void keepProvenance(const ComputeCommand& command, const Ranks& ranks, const std
     provenance.peakMemory = std::max(provenance.peakMemory, memory);
     provenance.complete = numbersOf(records, /*finished=*/false).empty();
     provenance.undefined = undefinedIn(records);
-    provenance.accuracy = accuracy;
+    provenance.accuracy = outlook.accuracy;
+    provenance.engine = outlook.engine;
     file.setProvenance(provenance);
     file.close();
 }
@@ -188,7 +188,7 @@ int compute(const ComputeCommand& command, Ranks& ranks) {
     bool done = true;
     ranks.first([&] {
         requireStillThere(command, *lock);
-        keepProvenance(command, ranks, started, time.count(), memory, prepared.accuracy);
+        keepProvenance(command, ranks, started, time.count(), memory, prepared.outlook);
         done = conclude(command, whole);
     });
     const bool stopped = ranks.largest(done ? 0 : 1) != 0;

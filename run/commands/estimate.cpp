@@ -4,86 +4,25 @@
 
 #include <sys/resource.h>
 
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <iostream>
+#include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "field/Plan.h"
-#include "parallel/threads.h"
-#include "parallel/usableCores.h"
 #include "run/commands/notes.h"
+#include "run/commands/pointTime.h"
 #include "run/formatting.h"
 #include "run/numbers.h"
 #include "run/requestNames.h"
+#include "run/shapedPiston.h"
 
 namespace run {
 
 namespace {
-
-/// On lattices along the axes so many rows share evaluations; few of them take the time of all.
-constexpr std::int64_t mostRows = 64;
-
-std::int64_t rowsOf(const std::array<std::int64_t, 3>& slab) { return std::min(mostRows, slab[1]); }
-
-/// Some of a slab's first points: whole rows, where there are enough for one.
-LatticeBox beginningOf(LatticeBox slab, std::int64_t points) {
-    slab.size[0] = std::min(slab.size[0], points);
-    slab.size[1] = std::min(rowsOf(slab.size), points / slab.size[0]);
-    slab.size[2] = 1;
-    return slab;
-}
-
-/// Seconds that a point of a slab takes: of one point at first, which may take long, and of more
-/// until their time can be told. The lesser time of two, as the first one may be that of a start,
-/// or of other work.
-double secondsPerPoint(const LatticeBox& slab, const pistonfield::Plan& plan, std::byte* values,
-                       const pistonfield::Conduct& conduct) {
-    constexpr std::chrono::milliseconds enough{5};
-    constexpr std::int64_t more = 8;
-    const std::int64_t most = rowsOf(slab.size) * slab.size[0];
-    for (std::int64_t points = 1;; points = std::min(points * more, most)) {
-        const LatticeBox box = beginningOf(slab, points);
-        const auto timed = [&] {
-            const auto begin = std::chrono::steady_clock::now();
-            plan.computeNative(box, values, conduct);
-            return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin);
-        };
-        const std::chrono::duration<double> first = timed();
-        const auto time = std::min(first, timed());
-        if (points == most || time >= enough)
-            return time.count() / static_cast<double>(box.points());
-    }
-}
-
-/// The same of points all over the field.
-double meanSecondsPerPoint(const Layout& layout, const pistonfield::Plan& plan,
-                           const pistonfield::Conduct& conduct) {
-    constexpr int places = 8;
-    const Slabs slabs = layout.slabs();
-    std::vector<std::byte> values(static_cast<std::size_t>(
-        rowsOf(layout.slabSizes) * layout.slabSizes[0] * layout.request.valueBytes()));
-    double sum = 0;
-    for (int i = 0; i < places; ++i) {
-        // As doubles, the number of slabs being what it may.
-        const double slab = static_cast<double>(slabs.count()) * i / places;
-        sum += secondsPerPoint(slabs.slab(static_cast<std::int64_t>(slab)), plan, values.data(),
-                               conduct);
-    }
-    return sum / places;
-}
-
-/// Seconds that a point takes in one process.
-double secondsPerPoint(const Layout& layout, const pistonfield::Plan& plan) {
-    if (isOnGpu(layout.request.mode)) return meanSecondsPerPoint(layout, plan, {});
-    // Some of the places are large enough for several threads and some are not.
-    const double seconds = meanSecondsPerPoint(layout, plan, {.threads = 1});
-    return seconds / std::min(pistonfield::threadCount(), pistonfield::usableCores());
-}
 
 /// What a process takes: two slabs, and what the plan takes, whose device may be the process's too.
 std::int64_t memoryOf(const Layout& layout, const pistonfield::Plan& plan) {
@@ -102,6 +41,28 @@ std::string wayOf(const pistonfield::Request& request) {
            " |p|";
 }
 
+/// What is said of the wave and the baffle, where that is not what it usually is.
+std::string waveOf(const pistonfield::Request& request) {
+    std::string text;
+    if (const double attenuation = request.wave.attenuation; attenuation > 0)
+        text = "attenuation " + numbers::textOf(attenuation) + " Np per unit of length";
+    if (request.baffle != pistonfield::Baffle::rigid)
+        text.append(text.empty() ? "" : ", ").append(nameOf(request.baffle)).append(" baffle");
+    return text;
+}
+
+std::string textOf(const pistonfield::Array& array, std::string_view engine) {
+    const std::size_t count = array.elements.size();
+    return std::to_string(count) + (count == 1 ? " element" : " elements") + ", by the engine " +
+           std::string(engine);
+}
+
+std::string textOf(const pistonfield::Outline& outline, std::string_view engine) {
+    std::size_t edges = 0;
+    for (const pistonfield::Loop& loop : outline.loops) edges += loop.size();
+    return std::to_string(edges) + " edges, by the engine " + std::string(engine);
+}
+
 std::string textOf(const pistonfield::Accuracy& accuracy) {
     return formatting::twoDigits(accuracy.error) + " measured at " +
            std::to_string(accuracy.points) + " points, " + formatting::twoDigits(accuracy.bound) +
@@ -117,13 +78,11 @@ std::int64_t peakMemory() {
     return usage.ru_maxrss * kibibyte;
 }
 
-std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& output,
-                                                   const Layout& layout, std::int64_t missing,
-                                                   int processes) {
+Outlook printEstimate(const std::filesystem::path& output, const Layout& layout,
+                      const pistonfield::Plan& plan, std::int64_t missing, int processes) {
     const auto& [x, y, z] = layout.box.size;
-    const pistonfield::Plan plan(layout.request);
     const std::optional<pistonfield::Accuracy> accuracy = plan.accuracy();
-    const double each = secondsPerPoint(layout, plan);
+    const double each = secondsOfAPoint(layout, plan);
     const auto bytes = [](std::int64_t count) {
         return formatting::bytes(static_cast<double>(count));
     };
@@ -131,6 +90,12 @@ std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& 
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, " << wayOf(layout.request)
               << "\n";
+    if (const std::string wave = waveOf(layout.request); !wave.empty())
+        std::cout << "wave    " << wave << "\n";
+    if (const pistonfield::Outline* outline = shapeOf(layout.request))
+        std::cout << "outline " << textOf(*outline, plan.engine()) << "\n";
+    else if (const auto& array = layout.request.array)
+        std::cout << "array   " << textOf(*array, plan.engine()) << "\n";
     if (accuracy) std::cout << "error   " << textOf(*accuracy) << "\n";
     std::cout << "disk    " << formatting::bytes(layout.bytes()) << " in " << output.string()
               << ", "
@@ -142,9 +107,10 @@ std::optional<pistonfield::Accuracy> printEstimate(const std::filesystem::path& 
               << processes << (processes == 1 ? " process" : " processes") << ", at "
               << formatting::figure(each / nano)
               << " ns a point, and the time that the disk takes\n";
-    for (const std::string& note : notesOn(layout)) std::cout << "note    " << note << "\n";
+    for (const auto& notes : {notesOn(layout), notesOnCuts(layout, plan.tile())})
+        for (const std::string& note : notes) std::cout << "note    " << note << "\n";
     std::cout << std::flush;
-    return accuracy;
+    return {accuracy, std::string(plan.engine())};
 }
 
 }  // namespace run

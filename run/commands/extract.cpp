@@ -6,15 +6,13 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <optional>
 #include <stdexcept>
 #include <string>
 #include <system_error>
 #include <vector>
 
 #include "run/commands/commands.h"
-#include "run/file/FieldFile.h"
-#include "run/file/PartFiles.h"
+#include "run/file/FieldReader.h"
 #include "run/file/TemporaryFile.h"
 #include "run/file/outputs.h"
 
@@ -40,39 +38,8 @@ LatticeBox boxOf(const ExtractCommand& command, const LatticeBox& whole) {
     return box;
 }
 
-/// Reads a field's values from its file, or from its parts.
-class Source {
-  public:
-    explicit Source(const std::filesystem::path& path) : file(path, FieldFile::Access::read) {
-        if (!file.provenance().complete)
-            throw std::runtime_error(path.string() + " is not complete");
-        if (file.joined()) parts.emplace(path);
-    }
-
-    const Layout& layout() const noexcept { return file.layout(); }
-
-    void read(const LatticeBox& box, void* values) {
-        if (parts)
-            parts->read(box, values);
-        else
-            file.read(box, values, nullptr);
-    }
-
-    std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) const {
-        std::vector<std::filesystem::path> files{path};
-        if (!parts) return files;
-        const std::vector<std::filesystem::path> others = parts->paths();
-        files.insert(files.end(), others.begin(), others.end());
-        return files;
-    }
-
-  private:
-    FieldFile file;
-    std::optional<PartFiles> parts;
-};
-
 /// Calls `take` with the values of a box, pieces of which follow each other.
-void forPieces(Source& source, const LatticeBox& box,
+void forPieces(FieldReader& source, const LatticeBox& box,
                const std::function<void(const std::string&)>& take) {
     // Rows, as many as fit.
     constexpr std::int64_t pointsAtATime = 1 << 20;
@@ -90,7 +57,7 @@ void forPieces(Source& source, const LatticeBox& box,
 }
 
 /// Into a device or a pipe.
-void copyInto(Source& source, const LatticeBox& box, const std::filesystem::path& output) {
+void copyInto(FieldReader& source, const LatticeBox& box, const std::filesystem::path& output) {
     std::ofstream out(output, std::ios::binary);
     forPieces(source, box, [&](const std::string& values) {
         if (!out.write(values.data(), static_cast<std::streamsize>(values.size())).flush())
@@ -99,7 +66,7 @@ void copyInto(Source& source, const LatticeBox& box, const std::filesystem::path
 }
 
 /// Into a file that is there as a whole, or not at all.
-void copyTo(Source& source, const LatticeBox& box, const ExtractCommand& command) {
+void copyTo(FieldReader& source, const LatticeBox& box, const ExtractCommand& command) {
     TemporaryFile temporary(outputs::target(command.output));
     std::string begin;
     std::int64_t size = 0;
@@ -117,7 +84,7 @@ void copyTo(Source& source, const LatticeBox& box, const ExtractCommand& command
 }  // namespace
 
 int extract(const ExtractCommand& command) {
-    Source source(command.file);
+    FieldReader source(command.file);
     const LatticeBox box = boxOf(command, source.layout().box);
     // A device or a pipe may be there.
     std::error_code none;
@@ -127,7 +94,7 @@ int extract(const ExtractCommand& command) {
         copyInto(source, box, command.output);
         return 0;
     }
-    outputs::require(command.output, command.overwrite, source.filesOf(command.file));
+    outputs::require(command.output, command.overwrite, source.files());
     outputs::requireFolder(command.output);
     TemporaryFile::removeLeftovers(outputs::target(command.output));
     copyTo(source, box, command);

@@ -21,7 +21,7 @@ inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 21> computeOptions{{
+inline constexpr std::array<Option, 23> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -29,6 +29,10 @@ inline constexpr std::array<Option, 21> computeOptions{{
     {"l", 1, "LENGTH", fieldGroup, "the piston's side along y"},
     {"s", 1, "LENGTH", fieldGroup, "the piston's side along x"},
     {"k", 1, "NUMBER", fieldGroup, "the wavenumber, in radians per unit of length"},
+    {"attenuation", 1, "NUMBER", fieldGroup,
+     "with a tolerance: losses of the medium, in nepers per unit of length; 0 by default"},
+    {"baffle", 1, "WORD", fieldGroup,
+     "with a tolerance, the plane about the piston: rigid (the default), soft or free"},
     {"mode", 1, "MODE", fieldGroup,
      "cpu (double precision; the default), cpusp (single), cuda (single, on a GPU), or cudadp "
      "(double, but for roots, sines and cosines, on a GPU)"},
@@ -53,7 +57,8 @@ inline constexpr std::array<Option, 21> computeOptions{{
      "as 3/10: compute the third of ten parts, alone, into a file of its own"},
     {"estimate", 0, "", workGroup, "only say what memory, disk and time it takes"},
     {"slab", 1, "NUMBER", workGroup,
-     "points that are computed and written at a time; 262144 by default"},
+     "points that are computed and written at a time; 262144 by default, or whole planes of an "
+     "array's convolution"},
     {"threads", 1, "NUMBER", workGroup,
      "cores that each process computes with; all that it may use by default, and 1 under mpirun or "
      "srun"},

@@ -5,12 +5,16 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdint>
 #include <iostream>
 #include <stdexcept>
 #include <utility>
 
-#include "run/commands/estimate.h"
+#include "parallel/threads.h"
+#include "parallel/usableCores.h"
 #include "run/commands/leftovers.h"
 #include "run/file/Descriptor.h"
 #include "run/file/FieldFile.h"
@@ -25,13 +29,35 @@ namespace run {
 
 namespace {
 
+/// All but the sizes of slabs.
 Layout layoutOf(const ComputeCommand& command) {
     checkComplete(command);
     const pistonfield::Request& request = command.request;
     Layout layout{request, request.lattice.box(), {}, command.magnitude};
     if (command.part) layout.box = boxOf(*command.part, request.lattice.sizes);
-    layout.slabSizes = slabSizes(layout.box.size, command.slabPoints);
     return layout;
+}
+
+/// The sizes of slabs. Where nobody says how many points, a slab has some megabytes, or a tile for
+/// each thread where that is more, up to half a gigabyte.
+std::array<std::int64_t, 3> slabSizesOf(const ComputeCommand& command, const Layout& layout,
+                                        const pistonfield::Plan& plan) {
+    constexpr std::int64_t usual = 1 << 18;
+    constexpr std::int64_t most = 1 << 25;
+    const std::array<std::int64_t, 3> tile = plan.tile();
+    std::int64_t points = std::min(pistonfield::threadCount(), pistonfield::usableCores());
+    for (std::size_t i = 0; i < tile.size(); ++i) points *= std::min(tile[i], layout.box.size[i]);
+    return slabSizes(layout.box.size, command.slabPoints.value_or(std::clamp(points, usual, most)),
+                     tile);
+}
+
+/// @throws std::runtime_error where there is no plan
+pistonfield::Plan planOf(const ComputeCommand& command, const Layout& layout) {
+    try {
+        return pistonfield::Plan(layout.request);
+    } catch (const pistonfield::InvalidRequest& error) {
+        refuse(command, error);
+    }
 }
 
 /// Takes the room on the disk that a file has by its size, where the file system can do that, and
@@ -76,32 +102,24 @@ void requireRoom(const ComputeCommand& command, const Layout& layout) {
                                  formatting::bytes(layout.bytes() - free) + " too few");
 }
 
-/// Tells what a field takes, and refuses one that there is no plan for.
-std::optional<pistonfield::Accuracy> estimate(const ComputeCommand& command, const Layout& layout,
-                                              std::int64_t missing, int processes) {
-    try {
-        return printEstimate(command.output, layout, missing, processes);
-    } catch (const pistonfield::InvalidRequest& error) {
-        refuse(command, error);
-    }
-}
-
 Preparation begin(const ComputeCommand& command, int processes) {
     const std::filesystem::path& output = command.output;
-    const Layout layout = layoutOf(command);
+    Layout layout = layoutOf(command);
     if (!command.onlyEstimate) {
         outputs::require(output, /*overwrite=*/true, command.inputs);
         outputs::requireFolder(output);
         if (command.magnitude) requireViewersFile(output, command.overwrite);
     }
-    const auto accuracy = estimate(command, layout, layout.box.points(), processes);
+    const pistonfield::Plan plan = planOf(command, layout);
+    layout.slabSizes = slabSizesOf(command, layout, plan);
+    const Outlook outlook = printEstimate(output, layout, plan, layout.box.points(), processes);
     if (command.onlyEstimate) return {};
     requireRoom(command, layout);
     const std::filesystem::path file = outputs::target(output);
     std::optional<FileLock> old;
     if (std::filesystem::exists(file)) old.emplace(file);
     removeLeftovers(output);
-    return {createOutput(file, layout, command.overwrite), accuracy};
+    return {createOutput(file, layout, command.overwrite), outlook};
 }
 
 /// Opens an output to go on with, after it was mended where it cannot be opened otherwise.
@@ -133,9 +151,10 @@ Preparation goOn(const ComputeCommand& command, int processes) {
     if (!command.onlyEstimate && layout.magnitude) requireViewersFile(output, command.overwrite);
     const std::int64_t missing =
         pointsOf(layout.slabs(), numbersOf(file.records(), /*finished=*/false));
-    const auto accuracy = estimate(command, layout, missing, processes);
+    const Outlook outlook =
+        printEstimate(output, layout, planOf(command, layout), missing, processes);
     if (lock) removeLeftovers(output);
-    return {std::move(lock), accuracy};
+    return {std::move(lock), outlook};
 }
 
 }  // namespace

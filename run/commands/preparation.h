@@ -5,16 +5,16 @@
 #include <optional>
 #include <string>
 
-#include "field/Plan.h"
 #include "run/commands/Command.h"
+#include "run/commands/estimate.h"
 #include "run/file/FileLock.h"
 
 namespace run {
 
 /// What there is before anything is computed.
 struct Preparation {
-    std::optional<FileLock> lock;                   ///< on the output, where there is one
-    std::optional<pistonfield::Accuracy> accuracy;  ///< of a field with a tolerance
+    std::optional<FileLock> lock;  ///< on the output, where there is one
+    Outlook outlook;
 };
 
 /// Says what the field takes and sees to it that there is an output, unless only the estimate is

@@ -4,13 +4,17 @@
 #include <iostream>
 #include <span>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "arrays/arrayTable.h"
 #include "run/commands/commands.h"
+#include "run/commands/pistonForm.h"
 #include "run/file/FieldFile.h"
 #include "run/file/PartFiles.h"
 #include "run/requestNames.h"
+#include "run/shapedPiston.h"
 
 namespace run {
 
@@ -41,6 +45,24 @@ std::string rows(std::span<const double> numbers, std::size_t each) {
 
 void line(const char* key, const auto& value) { std::cout << key << " = " << value << '\n'; }
 
+/// A path as a text of TOML, in which control characters have escapes.
+std::string textOf(const std::filesystem::path& path) {
+    constexpr unsigned char firstPrinted = 0x20;
+    constexpr unsigned char erase = 0x7f;
+    std::ostringstream text;
+    text << '"' << std::hex << std::setfill('0');
+    for (const char c : path.string()) {
+        const auto byte = static_cast<unsigned char>(c);
+        if (byte < firstPrinted || byte == erase)
+            text << "\\u" << std::setw(4) << static_cast<unsigned>(byte);
+        else if (c == '"' || c == '\\')
+            text << '\\' << c;
+        else
+            text << c;
+    }
+    return text.str() + '"';
+}
+
 /// What a request file has no option for.
 void comment(const char* key, const auto& value) {
     std::cout << "# ";
@@ -59,9 +81,15 @@ void showTolerance(const pistonfield::Request& request) {
 void showRequest(const pistonfield::Request& request) {
     line("transform", rows(request.lattice.transform, 4));
     line("sizes", list(request.lattice.sizes));
-    line("l", request.piston.height);
-    line("s", request.piston.width);
+    if (!request.array) {
+        line("l", request.piston.height);
+        line("s", request.piston.width);
+    }
     line("k", request.wave.wavenumber);
+    if (takesContours(request)) {
+        line("attenuation", request.wave.attenuation);
+        line("baffle", std::quoted(nameOf(request.baffle)));
+    }
     if (request.tolerance) return showTolerance(request);
     line("mode", std::quoted(nameOf(request.mode)));
     if (request.rule.table.empty()) return line("order", request.rule.order);
@@ -70,6 +98,11 @@ void showRequest(const pistonfield::Request& request) {
 }
 
 void showContents(const Layout& layout, const Provenance& provenance) {
+    if (layout.request.array) {
+        if (shapeOf(layout.request) == nullptr)
+            comment("elements", layout.request.array->elements.size());
+        comment("engine", std::quoted(provenance.engine));
+    }
     comment("first_point", list(layout.box.first));
     comment("points", list(layout.box.size));
     comment("slab_sizes", list(layout.slabSizes));
@@ -94,9 +127,24 @@ int show(const ShowCommand& command) {
     const FieldFile file(command.file, FieldFile::Access::read);
     // Of a joined field, as everything else does, only where its parts are those that were joined.
     if (file.joined()) static_cast<void>(PartFiles(command.file));
+    const auto& array = file.layout().request.array;
+    const pistonfield::Outline* outline = shapeOf(file.layout().request);
+    if (command.elements) {
+        if (!array || outline != nullptr)
+            throw std::runtime_error(command.file.string() + " has the field of no array");
+        pistonfield::writeArray(std::cout, *array);
+        return 0;
+    }
     std::cout << std::setprecision(digits);
     showRequest(file.layout().request);
     showContents(file.layout(), file.provenance());
+    // A table of a request file ends what is in none.
+    if (outline != nullptr) {
+        std::cout << "\n[piston]\n" << pistonForm::textOf(*outline);
+    } else if (array) {
+        std::cout << "\n[array]\n";
+        line("table", textOf(std::filesystem::absolute(command.file)));
+    }
     return 0;
 }
 

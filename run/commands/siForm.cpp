@@ -8,30 +8,62 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <numbers>
+#include <optional>
 #include <stdexcept>
+#include <string>
 #include <utility>
 
+#include "field/Medium.h"
 #include "run/numbers.h"
 
 namespace run::siForm {
 
 namespace {
 
-constexpr std::array<Key, 13> keys{{
+constexpr std::array<Key, 43> keys{{
     {"", "frequency", false},
     {"", "velocity", false},
     {"medium", "speed", false},
     {"medium", "density", false},
+    {"medium", "attenuation", false},
+    {"medium", "exponent", false},
+    {"medium", "nepers", false},
+    {"medium", "dispersion_frequency", false},
     {"piston", "width", false},
     {"piston", "height", false},
     {"piston", "center", true},
     {"piston", "orientation", true},
+    {"piston", "shape", false, true},
+    {"piston", "radius", false},
+    {"piston", "inner", false},
+    {"piston", "outer", false},
+    {"piston", "angles", true},
+    {"piston", "corners", true, false, 2},
     {"grid", "transform", true},
     {"grid", "sizes", true},
     {"grid", "x", true},
     {"grid", "y", true},
     {"grid", "z", true},
+    {"array", "table", false, true},
+    {"array", "kind", false, true},
+    {"array", "focus", true},
+    {"array", "elements", false},
+    {"array", "columns", false},
+    {"array", "rows", false},
+    {"array", "width", false},
+    {"array", "height", false},
+    {"array", "pitch", false},
+    {"array", "kerf", false},
+    {"array", "pitch_x", false},
+    {"array", "kerf_x", false},
+    {"array", "pitch_y", false},
+    {"array", "kerf_y", false},
+    {"array", "radius", false},
+    {"array", "angle", false},
+    {"array", "aperture", false},
+    {"array", "opening_angle", false},
+    {"array", "hole", false},
+    {"array", "counts", true},
 }};
 
 constexpr double usualSpeed = 1482;  ///< m/s, water at 20 degrees Celsius, as in the functions
@@ -99,6 +131,13 @@ class Given {
         const Setting* setting = find(path);
         if (setting == nullptr) throw std::runtime_error(file + ": " + path + " is missing");
         return *setting;
+    }
+
+    /// The number of a key, where it is there.
+    std::optional<double> real(const char* path) const {
+        const Setting* setting = find(path);
+        if (setting == nullptr) return std::nullopt;
+        return arrayOf<1>(*setting).front();
     }
 
     double positive(const char* path) const {
@@ -244,6 +283,48 @@ std::vector<std::string> transformBefore(const Vector& center, const Matrix& ori
     return words;
 }
 
+/// @throws std::runtime_error naming a key that says more of losses where there are none
+void requireLosses(const Given& given) {
+    if (given.find("medium.attenuation") != nullptr || given.find("medium.nepers") != nullptr)
+        return;
+    for (const char* path : {"medium.exponent", "medium.dispersion_frequency"})
+        if (const Setting* setting = given.find(path))
+            refuse(*setting, "goes with an attenuation, and there is none");
+}
+
+pistonfield::Medium mediumOf(const Given& given) {
+    requireLosses(given);
+    pistonfield::Medium medium;
+    medium.speed =
+        given.find("medium.speed") == nullptr ? usualSpeed : given.positive("medium.speed");
+    medium.attenuation = given.real("medium.attenuation").value_or(medium.attenuation);
+    medium.exponent = given.real("medium.exponent").value_or(medium.exponent);
+    medium.nepers = given.real("medium.nepers");
+    medium.dispersionFrequency = given.real("medium.dispersion_frequency");
+    return medium;
+}
+
+pistonfield::Wave waveOf(const Given& given) {
+    const double frequency = given.positive("frequency");
+    const pistonfield::Medium medium = mediumOf(given);
+    try {
+        return waveIn(medium, frequency);
+    } catch (const pistonfield::InvalidRequest& error) {
+        const std::string key =
+            error.field() == "dispersionFrequency" ? "dispersion_frequency" : error.field();
+        if (const Setting* setting = given.find(("medium." + key).c_str()))
+            refuse(*setting, error.reason());
+        refuse(given.need("frequency"), "with this speed there is no wavenumber");
+    }
+}
+
+/// Where losses are said, or where else they are none.
+const std::string& placeOfLosses(const Given& given) {
+    for (const char* path : {"medium.attenuation", "medium.nepers"})
+        if (const Setting* setting = given.find(path)) return setting->origin;
+    return given.need("frequency").origin;
+}
+
 std::vector<std::string> wordsOf(const std::array<std::int64_t, 3>& sizes) {
     return {std::to_string(sizes[0]), std::to_string(sizes[1]), std::to_string(sizes[2])};
 }
@@ -253,7 +334,7 @@ std::vector<std::string> wordsOf(const std::array<std::int64_t, 3>& sizes) {
 std::string Key::path() const { return *table == '\0' ? name : std::string(table) + "." + name; }
 
 const std::vector<std::string>& tables() {
-    static const std::vector<std::string> names{"medium", "piston", "grid"};
+    static const std::vector<std::string> names{"medium", "piston", "grid", "array"};
     return names;
 }
 
@@ -283,24 +364,27 @@ std::string instead(const std::string& name) {
 
 std::vector<Setting> translated(const std::vector<Setting>& settings, const std::string& file) {
     const Given given(settings, file);
-    const double frequency = given.positive("frequency");
-    const double speed =
-        given.find("medium.speed") == nullptr ? usualSpeed : given.positive("medium.speed");
+    const pistonfield::Wave wave = waveOf(given);
     // The values have no unit: these make Pa of them, wherever they are read.
     for (const char* path : {"medium.density", "velocity"})
         if (given.find(path) != nullptr) static_cast<void>(given.positive(path));
     const Grid grid = gridOf(given);
-    const std::string width = numbers::textOf(given.side("piston.width"));
-    const std::string height = numbers::textOf(given.side("piston.height"));
-    // In this order the functions round, too.
-    const double wavenumber = 2 * std::numbers::pi * frequency / speed;
-    return {
+    std::vector<Setting> request{
         {"transform", transformBefore(centerOf(given), orientationOf(given), grid), grid.place},
         {"sizes", wordsOf(grid.sizes), grid.sizesPlace},
-        {"l", {height}, given.need("piston.height").origin},
-        {"s", {width}, given.need("piston.width").origin},
-        {"k", {numbers::textOf(wavenumber)}, given.need("frequency").origin},
+        {"k", {numbers::textOf(wave.wavenumber)}, given.need("frequency").origin},
+        {"attenuation", {numbers::textOf(wave.attenuation)}, placeOfLosses(given)},
     };
+    const Setting* array = given.find("array");
+    const Setting* piston = given.find("piston");
+    if (array != nullptr && piston != nullptr) refuse(*piston, "excludes " + array->origin);
+    if (array != nullptr || given.find("shape") != nullptr) return request;
+    const auto add = [&](const char* name, const char* path) {
+        request.push_back({name, {numbers::textOf(given.side(path))}, given.need(path).origin});
+    };
+    add("l", "piston.height");
+    add("s", "piston.width");
+    return request;
 }
 
 }  // namespace run::siForm

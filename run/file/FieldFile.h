@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -37,10 +38,13 @@ struct Layout {
     Slabs slabs() const { return {box, slabSizes}; }
     /// Bytes of a slab's values and magnitudes.
     std::int64_t slabBytes() const;
-    /// Bytes of all slabs, those at the far ends having as much room as the others. These and the
-    /// magnitudes may be more than 64 bits count.
+    /// Bytes of all slabs, those at the far ends having as much room as the others, and of an
+    /// array's elements. These and the magnitudes may be more than 64 bits count.
     double bytes() const {
-        return static_cast<double>(slabs().count()) * static_cast<double>(slabBytes());
+        constexpr double bytesOfAnElement = 13 * sizeof(double);
+        const std::size_t elements = request.array ? request.array->elements.size() : 0;
+        return static_cast<double>(slabs().count()) * static_cast<double>(slabBytes()) +
+               static_cast<double>(elements) * bytesOfAnElement;
     }
 };
 
@@ -67,11 +71,15 @@ struct Provenance {
     std::int64_t undefined = 0;  ///< points whose value is no number
     /// What was measured of a field with a tolerance, by the last run that worked on it.
     std::optional<pistonfield::Accuracy> accuracy = std::nullopt;
+    /// Of a field of an array or of a piston with an outline: the name of what computed it, in the
+    /// last run.
+    std::string engine = {};
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
 /// [z][y][x], and the request, conventions and units as attributes of the root; a table is the
-/// dataset "table".
+/// dataset "table", an array the datasets "elements" and "weights", and the outline of a piston
+/// that is no rectangle the dataset "outline".
 ///
 /// Everything but values gets its place when the file is created; from then on slabs and their
 /// entries are written where they belong, and nothing else changes but, in one page, the

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "run/file/Hdf5.h"
 
+#include <array>
 #include <cerrno>
 #include <initializer_list>
 #include <stdexcept>
@@ -66,6 +67,17 @@ std::vector<hsize_t> dimensionsOf(const Dataset& dataset, hid_t type, const std:
     if (checked(H5Tequal(stored, type), name) == 0)
         throw std::runtime_error("the dataset '" + name + "' is of another type");
     return dimensionsOf(Space(H5Dget_space(dataset), name));
+}
+
+void writeRows(hid_t file, const char* name, std::span<const double> numbers, std::size_t columns) {
+    const std::array<hsize_t, 2> sizes{numbers.size() / columns, columns};
+    const Space space(H5Screate_simple(2, sizes.data(), nullptr), name);
+    const Properties properties(H5Pcreate(H5P_DATASET_CREATE), name);
+    checked(H5Pset_obj_track_times(properties, false), "times");
+    const Dataset dataset(
+        H5Dcreate2(file, name, H5T_IEEE_F64LE, space, H5P_DEFAULT, properties, H5P_DEFAULT), name);
+    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, numbers.data()),
+            name);
 }
 
 void beSilent() { static_cast<void>(H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr)); }

@@ -4,6 +4,8 @@
 
 #include <hdf5.h>
 
+#include <cstddef>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -72,6 +74,9 @@ std::vector<hsize_t> dimensionsOf(const Space& space);
 /// The same of a dataset's, after its type has been found to be this one.
 /// @throws std::runtime_error where the dataset has another type
 std::vector<hsize_t> dimensionsOf(const Dataset& dataset, hid_t type, const std::string& name);
+
+/// Creates a dataset of numbers, so many in a row.
+void writeRows(hid_t file, const char* name, std::span<const double> numbers, std::size_t columns);
 
 /// Keeps HDF5 from printing its failures: their reasons are in the exceptions.
 void beSilent();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -12,16 +13,18 @@
 #include <utility>
 #include <vector>
 
+#include "run/file/arrayDatasets.h"
 #include "run/file/attributes.h"
 #include "run/file/joinedParts.h"
+#include "run/file/outlineDataset.h"
 #include "run/file/revision.h"
 #include "run/requestNames.h"
+#include "run/shapedPiston.h"
 
 namespace run::metadata {
 
 using hdf5::checked;
 using hdf5::Dataset;
-using hdf5::Properties;
 using hdf5::Space;
 using pistonfield::Accuracy;
 
@@ -31,6 +34,11 @@ constexpr const char* creator = "pistonfield-run";
 constexpr std::int64_t ruleFormat = 2;
 /// Of fields with a tolerance, so that programs that know none refuse them.
 constexpr std::int64_t toleranceFormat = 3;
+/// Of fields of arrays, which have a tolerance too; likewise.
+constexpr std::int64_t arrayFormat = 4;
+/// Of fields, maybe of arrays, in a medium with losses or in another baffle than a rigid one, or of
+/// pistons of other shapes; likewise.
+constexpr std::int64_t contourFormat = 5;
 constexpr const char* tableName = "table";
 constexpr const char* digestName = "digest";
 
@@ -63,26 +71,36 @@ constexpr std::array toleranceReals{"tolerance", "error_bound", "error", "evalua
 constexpr std::array toleranceIntegers{"behind", "error_points"};
 constexpr const char* relativeName = "relative";
 
-bool hasTolerance(hid_t file) { return attributes::readInteger(file, "format") == toleranceFormat; }
+// Where it is that of an array, or of a piston with an outline.
+constexpr const char* engineName = "engine";
+
+// And where the format is `contourFormat`.
+constexpr const char* attenuationName = "attenuation";
+constexpr const char* baffleName = "baffle";
+
+std::int64_t formatFor(const pistonfield::Request& request) {
+    if (takesContours(request)) return contourFormat;
+    if (request.array) return arrayFormat;
+    return request.tolerance ? toleranceFormat : ruleFormat;
+}
+
+bool hasContours(hid_t file) { return attributes::readInteger(file, "format") == contourFormat; }
+
+bool hasArray(hid_t file) {
+    return attributes::readInteger(file, "format") == arrayFormat ||
+           (hasContours(file) && arrayDatasets::areIn(file));
+}
+
+bool hasOutline(hid_t file) { return hasContours(file) && outlineDataset::isIn(file); }
+
+bool hasEngine(hid_t file) { return hasArray(file) || hasOutline(file); }
+
+bool hasTolerance(hid_t file) { return attributes::readInteger(file, "format") != ruleFormat; }
 
 /// The rule as files have it: none where a tolerance decides.
 pistonfield::Rule ruleOf(const pistonfield::Request& request) {
     if (request.tolerance) return {.order = 0, .table = {}};
     return request.rule;
-}
-
-/// A dataset, because attributes have at most 64 kB.
-void writeTable(hid_t file, const std::vector<double>& table) {
-    if (table.empty()) return;
-    const std::array<hsize_t, 2> sizes{table.size() / 2, 2};
-    const Space space(H5Screate_simple(2, sizes.data(), nullptr), tableName);
-    const Properties properties(H5Pcreate(H5P_DATASET_CREATE), tableName);
-    checked(H5Pset_obj_track_times(properties, false), "times");
-    const Dataset dataset(
-        H5Dcreate2(file, tableName, H5T_IEEE_F64LE, space, H5P_DEFAULT, properties, H5P_DEFAULT),
-        tableName);
-    checked(H5Dwrite(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, table.data()),
-            tableName);
 }
 
 std::vector<double> readTable(hid_t file, std::int64_t order) {
@@ -144,6 +162,12 @@ pistonfield::Request readRequest(hid_t file) {
         request.tolerance = {attributes::readReal(file, "tolerance"),
                              relativeCalled(attributes::readText(file, relativeName))};
         request.behind = attributes::readInteger(file, "behind") != 0;
+        if (hasArray(file)) request.array = arrayDatasets::read(file);
+        if (hasOutline(file)) request.array = shapedPiston(outlineDataset::read(file));
+        if (hasContours(file)) {
+            request.wave.attenuation = attributes::readReal(file, attenuationName);
+            request.baffle = baffleCalled(attributes::readText(file, baffleName));
+        }
         return request;
     }
     const std::int64_t order = attributes::readInteger(file, "order");
@@ -182,7 +206,34 @@ void addTolerance(hid_t file, Digest& digest) {
     digest.add(attributes::readText(file, relativeName));
 }
 
-Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
+void addContours(const pistonfield::Request& request, Digest& digest) {
+    digest.add(std::array{request.wave.attenuation});
+    digest.add(nameOf(request.baffle));
+}
+
+/// What radiates in place of a rectangle.
+void writeSource(hid_t file, const pistonfield::Request& request) {
+    if (const pistonfield::Outline* outline = shapeOf(request))
+        return outlineDataset::write(file, *outline);
+    for (const pistonfield::Element& element : request.array->elements)
+        if (element.outline)
+            throw std::runtime_error("elements with outlines have no place in a file");
+    arrayDatasets::write(file, *request.array);
+}
+
+/// The same.
+void addSource(const pistonfield::Request& request, Digest& digest) {
+    if (const pistonfield::Outline* outline = shapeOf(request))
+        return digest.add(outlineDataset::rowsOf(*outline));
+    const pistonfield::Array& array = *request.array;
+    digest.add(arrayDatasets::rowsOf(array.elements));
+    std::vector<double> weights;
+    for (const std::complex<double>& weight : array.weights)
+        weights.insert(weights.end(), {weight.real(), weight.imag()});
+    digest.add(weights);
+}
+
+Digest::Value digestOf(hid_t file, const pistonfield::Request& request) {
     Digest digest;
     for (const Numbers& each : reals())
         digest.add(attributes::readReals(file, each.name, each.dimensions));
@@ -192,8 +243,13 @@ Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
     const std::int64_t magnitude =
         checked(H5Lexists(file, "magnitude", H5P_DEFAULT), "the magnitude");
     digest.add(std::span(&magnitude, 1));
-    digest.add(table);
+    digest.add(request.rule.table);
     if (hasTolerance(file)) addTolerance(file, digest);
+    if (takesContours(request)) addContours(request, digest);
+    if (request.array) {
+        addSource(request, digest);
+        digest.add(attributes::readText(file, engineName));
+    }
     for (const JoinedPart& part : joinedParts::read(file)) {
         digest.add(part.file);
         digest.add(part.box.first);
@@ -204,15 +260,52 @@ Digest::Value digestOf(hid_t file, const std::vector<double>& table) {
     return digest.value();
 }
 
+/// The pressure of a piston or of an element that is driven by 1, over j*rho*c*u0.
+std::string pressureOf(const pistonfield::Request& request) {
+    const std::string integral =
+        std::string("integral over the ") + (hasElements(request) ? "element" : "piston") + " of " +
+        (takesContours(request) ? "exp(-j*(k - j*attenuation)*R)/R dS" : "exp(-j*k*R)/R dS");
+    switch (request.baffle) {
+        case pistonfield::Baffle::rigid:
+            return "k/(2 pi) * " + integral;
+        case pistonfield::Baffle::soft:
+            return "j/(2 pi) * derivative along its normal of the " + integral;
+        case pistonfield::Baffle::free:
+            break;
+    }
+    return "1/(4 pi) * (k + j * derivative along its normal) of the " + integral;
+}
+
+std::string conventionsOf(const pistonfield::Request& request) {
+    return std::string("p = ") +
+           (hasElements(request) ? "sum over the elements of weight * " : "") +
+           pressureOf(request) +
+           ", for the time dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa";
+}
+
+std::string unitsOf(const pistonfield::Request& request) {
+    const bool inMetres = hasElements(request);
+    const std::string unit = inMetres ? "m" : "that unit";
+    const char* lengths = "transform, l and s in one unit of length";
+    if (inMetres)
+        lengths =
+            "transform and elements (width, height, centre, directions of width and height) in m";
+    else if (request.array)
+        lengths = "transform and outline in one unit of length, angles in radians";
+    return lengths + (", k in radians per " + unit) +
+           (takesContours(request) ? ", attenuation in Np per " + unit : "") +
+           ", pressure and magnitude without unit, seconds in s, peak_memory in bytes";
+}
+
 }  // namespace
 
 void requireOurs(hid_t file, const std::string& name) {
     const auto found = formatOf(file);
     if (!found) throw std::runtime_error(name + " is not a file of " + creator);
-    if (*found != ruleFormat && *found != toleranceFormat)
+    if (*found < ruleFormat || *found > contourFormat)
         throw std::runtime_error(name + " has the format " + std::to_string(*found) +
-                                 ", and this version reads " + std::to_string(ruleFormat) +
-                                 " and " + std::to_string(toleranceFormat) + " alone");
+                                 ", and this version reads " + std::to_string(ruleFormat) + " to " +
+                                 std::to_string(contourFormat) + " alone");
 }
 
 Digest::Value identityOf(const Layout& layout) {
@@ -233,6 +326,8 @@ Digest::Value identityOf(const Layout& layout) {
         digest.add(nameOf(request.tolerance->of));
         digest.add(std::array{std::int64_t{request.behind ? 1 : 0}});
     }
+    if (takesContours(request)) addContours(request, digest);
+    if (request.array) addSource(request, digest);
     return digest.value();
 }
 
@@ -241,7 +336,7 @@ void write(hid_t file, const Layout& layout) {
     const pistonfield::Rule rule = ruleOf(request);
     attributes::write(file, "creator", std::string(creator));
     attributes::write(file, "version", revision());
-    attributes::write(file, "format", request.tolerance ? toleranceFormat : ruleFormat);
+    attributes::write(file, "format", formatFor(request));
     attributes::write(file, "identity", text(identityOf(layout)));
     attributes::write(file, "transform", request.lattice.transform, {4, 4});
     attributes::write(file, "sizes", request.lattice.sizes, {3});
@@ -250,18 +345,21 @@ void write(hid_t file, const Layout& layout) {
     attributes::write(file, "k", request.wave.wavenumber);
     attributes::write(file, "mode", std::string(nameOf(request.mode)));
     attributes::write(file, "order", std::int64_t{rule.order});
-    writeTable(file, rule.table);
+    // A dataset, because attributes have at most 64 kB.
+    if (!rule.table.empty()) hdf5::writeRows(file, tableName, rule.table, 2);
     if (request.tolerance) writeTolerance(file, request);
+    if (request.array) {
+        writeSource(file, request);
+        attributes::write(file, engineName, std::string());
+    }
+    if (takesContours(request)) {
+        attributes::write(file, attenuationName, request.wave.attenuation);
+        attributes::write(file, baffleName, std::string(nameOf(request.baffle)));
+    }
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
-    attributes::write(
-        file, "conventions",
-        std::string("p = k/(2 pi) * integral over the piston of exp(-j*k*R)/R dS, for the time "
-                    "dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa"));
-    attributes::write(
-        file, "units",
-        std::string("transform, l and s in one unit of length, k in radians per that unit, "
-                    "pressure and magnitude without unit, seconds in s, peak_memory in bytes"));
+    attributes::write(file, "conventions", conventionsOf(request));
+    attributes::write(file, "units", unitsOf(request));
     attributes::write(
         file, "axes",
         std::string("pressure[iz][iy][ix] is at transform * (ix, iy, iz, 1), divided by the "
@@ -290,6 +388,7 @@ void writeProvenance(hid_t file, const Provenance& provenance) {
     change("host", provenance.host);
     change("started", provenance.started);
     change("finished", provenance.finished);
+    if (hasEngine(file)) change(engineName, provenance.engine);
     attributes::replace(file, changed);
     attributes::write(file, "seconds", provenance.seconds);
     attributes::write(file, "processes", provenance.processes);
@@ -310,16 +409,17 @@ Provenance readProvenance(hid_t file) {
             attributes::readInteger(file, "peak_memory"),
             attributes::readInteger(file, "complete") != 0,
             attributes::readInteger(file, "undefined"),
-            readAccuracy(file)};
+            readAccuracy(file),
+            hasEngine(file) ? attributes::readText(file, engineName) : ""};
 }
 
 void seal(hid_t file) {
-    attributes::write(file, digestName, digestOf(file, readRequest(file).rule.table), {2});
+    attributes::write(file, digestName, digestOf(file, readRequest(file)), {2});
 }
 
 void requireSealed(hid_t file, const Layout& layout) {
     const std::vector<std::uint64_t> stored = attributes::readUnsigned(file, digestName, {2});
-    const Digest::Value found = digestOf(file, layout.request.rule.table);
+    const Digest::Value found = digestOf(file, layout.request);
     if (!std::equal(stored.begin(), stored.end(), found.begin()) ||
         attributes::readText(file, "identity") != text(identityOf(layout)))
         throw std::runtime_error(

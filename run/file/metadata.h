@@ -7,8 +7,9 @@
 #include "run/file/FieldFile.h"
 
 /// What a file says of its field: the request, conventions, and how it came about, as attributes of
-/// the root; a table is the dataset "table". All throw std::runtime_error naming what is not there
-/// or not as it is written.
+/// the root; a table is the dataset "table", an array those of `arrayDatasets`, the outline of a
+/// piston that of `outlineDataset`. All throw
+/// std::runtime_error naming what is not there or not as it is written.
 namespace run::metadata {
 
 /// @throws std::runtime_error naming the file where it is none of this program, or of another

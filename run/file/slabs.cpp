@@ -20,9 +20,8 @@ std::int64_t even(std::int64_t size, std::int64_t most) {
     return divideUp(size, divideUp(size, std::clamp<std::int64_t>(most, 1, size)));
 }
 
-}  // namespace
-
-Sizes slabSizes(const Sizes& sizes, std::int64_t points) {
+/// Sizes of slabs of points that each take their own time.
+Sizes slabSizesOfPoints(const Sizes& sizes, std::int64_t points) {
     // Rows are kept whole up to here: what is written of a row at once is long in any case.
     constexpr std::int64_t longRow = 4096;
     const std::int64_t x = even(sizes[0], std::min(points, longRow));
@@ -30,6 +29,31 @@ Sizes slabSizes(const Sizes& sizes, std::int64_t points) {
     const auto side = static_cast<std::int64_t>(std::sqrt(static_cast<double>(rows)));
     const std::int64_t z = even(sizes[2], std::max(side, rows / sizes[1]));
     return {x, even(sizes[1], rows / z), z};
+}
+
+}  // namespace
+
+Sizes slabSizes(const Sizes& sizes, std::int64_t points, const Sizes& tile) {
+    Sizes tiles{};
+    std::int64_t pointsOfTile = 1;
+    for (std::size_t i = 0; i < tiles.size(); ++i) {
+        tiles[i] = divideUp(sizes[i], tile[i]);
+        pointsOfTile *= std::min(tile[i], sizes[i]);
+    }
+    if (pointsOfTile > points) return slabSizesOfPoints(sizes, points);
+    Sizes slab = slabSizesOfPoints(tiles, points / pointsOfTile);
+    for (std::size_t i = 0; i < slab.size(); ++i) slab[i] = std::min(slab[i] * tile[i], sizes[i]);
+    return slab;
+}
+
+double tilesIn(const LatticeBox& box, const Sizes& tile) {
+    double count = 1;
+    for (std::size_t i = 0; i < tile.size(); ++i) {
+        const std::int64_t first = box.first[i] / tile[i];
+        const std::int64_t last = (box.first[i] + box.size[i] - 1) / tile[i];
+        count *= static_cast<double>(last - first + 1);
+    }
+    return count;
 }
 
 Slabs::Slabs(const LatticeBox& whole, const Sizes& sizes)

@@ -9,8 +9,13 @@ namespace run {
 /// The sizes of the slabs that a box is cut into: of about `points` points each, whole rows along x
 /// where they are not long, and as even as whole numbers allow.
 /// @param points 1 or more
-std::array<std::int64_t, 3> slabSizes(const std::array<std::int64_t, 3>& sizes,
-                                      std::int64_t points);
+/// @param tile   sizes of boxes that may take as long in parts as whole: they are kept whole where
+///     they have `points` points at most
+std::array<std::int64_t, 3> slabSizes(const std::array<std::int64_t, 3>& sizes, std::int64_t points,
+                                      const std::array<std::int64_t, 3>& tile = {1, 1, 1});
+
+/// How many tiles, which a lattice is cut into from its first point on, have points in a box.
+double tilesIn(const LatticeBox& box, const std::array<std::int64_t, 3>& tile);
 
 /// A box cut into slabs, which are numbered x fastest, then y, then z. Those at its far ends may be
 /// smaller.
