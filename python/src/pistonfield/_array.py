@@ -1,0 +1,547 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""Arrays of pistons."""
+
+from __future__ import annotations
+
+import os
+from collections.abc import Iterable, Iterator
+from typing import Any, overload
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _checks, _library
+from ._piston import Piston
+
+_NAMES = {
+    "columns": "elements",
+    "rows": "elements",
+    "pitch_x": "pitch",
+    "pitch_y": "pitch",
+    "kerf_x": "kerf",
+    "kerf_y": "kerf",
+    "rings": "counts",
+}
+
+_Columns = npt.NDArray[np.float64]
+
+
+class Array:
+    """Pistons that radiate together, each as if in an infinite rigid baffle of its own plane.
+
+    `Array.line`, `Array.matrix`, `Array.convex` and `Array.bowl` build arrays about the origin that
+    radiate to +z; their `center` and `orientation` then move and turn the whole array.
+    `Array.from_table` reads one from a file. An array is a sequence of its elements.
+
+    Parameters
+    ----------
+    elements : iterable of Piston
+        The elements; one or more.
+    weights : array_like, optional
+        How they are driven where `pressure` is given no weights: a complex amplitude for each, in
+        units of the velocity. By default all are 1.
+
+    Examples
+    --------
+    >>> import pistonfield as pf
+    >>> array = pf.Array.line(elements=64, pitch=0.3e-3, width=0.27e-3, height=10e-3)
+    >>> array
+    <Array of 64 elements, 19.17 by 10 by 0 mm>
+    >>> array[0].width
+    0.00027
+    """
+
+    __slots__ = ("_columns", "_weights")
+
+    _columns: _Columns
+    _weights: npt.NDArray[np.complex128]
+
+    def __init__(self, elements: Iterable[Piston], *, weights: npt.ArrayLike | None = None) -> None:
+        rows = [_row(element) for element in _each(elements)]
+        if not rows:
+            raise ValueError("elements: an array has one or more")
+        driven = None
+        if weights is not None:
+            driven = _checks.complexes(weights, "weights", "one for each element")
+            if driven.shape != (len(rows),):
+                raise ValueError(
+                    f"weights: must be {len(rows)} numbers, one for each element, "
+                    f"not of the shape {driven.shape}"
+                )
+        self._set(np.array(rows), driven)
+
+    def _set(self, columns: _Columns, weights: npt.NDArray[np.complex128] | None) -> None:
+        self._columns = columns
+        self._weights = np.ones(len(columns), complex) if weights is None else weights
+        self._columns.flags.writeable = False
+        self._weights.flags.writeable = False
+
+    @classmethod
+    def _of(cls, columns: _Columns, weights: npt.NDArray[np.complex128] | None = None) -> Array:
+        array = cls.__new__(cls)
+        array._set(columns, weights)
+        return array
+
+    @classmethod
+    def line(
+        cls,
+        *,
+        elements: int,
+        width: float,
+        height: float,
+        pitch: float | None = None,
+        kerf: float | None = None,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place elements side by side along x.
+
+        Parameters
+        ----------
+        elements : int
+            Their number.
+        width, height : float
+            Sides of an element along x and y, in m.
+        pitch : float, optional
+            From centre to centre, in m.
+        kerf : float, optional
+            In its place: from edge to edge, in m.
+        center : array_like, optional
+            Where the array's origin goes, three numbers in m.
+        orientation : array_like, optional
+            3 by 3 rotation matrix whose columns are the array's x, y and z.
+
+        Returns
+        -------
+        Array
+            From the least x on.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> pf.Array.line(elements=3, pitch=1e-3, width=0.9e-3, height=5e-3).center[:, 0]
+        array([-0.001,  0.   ,  0.001])
+        """
+        given = _library.Line(
+            elements=_checks.whole(elements, "elements"),
+            width=_checks.real(width, "width"),
+            height=_checks.real(height, "height"),
+            pitch=_number(pitch, "pitch"),
+            kerf=_number(kerf, "kerf"),
+        )
+        return cls._built(_library.functions.array_line, given, center, orientation)
+
+    @classmethod
+    def matrix(
+        cls,
+        *,
+        elements: tuple[int, int],
+        width: float,
+        height: float,
+        pitch: npt.ArrayLike | None = None,
+        kerf: npt.ArrayLike | None = None,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place elements in columns along x and rows along y.
+
+        Parameters
+        ----------
+        elements : (int, int)
+            The numbers of columns and of rows.
+        width, height : float
+            Sides of an element along x and y, in m.
+        pitch : float or (float, float), optional
+            From centre to centre in m: for both directions, or along x and y.
+        kerf : float or (float, float), optional
+            In its place: from edge to edge, in m.
+        center : array_like, optional
+            Where the array's origin goes, three numbers in m.
+        orientation : array_like, optional
+            3 by 3 rotation matrix whose columns are the array's x, y and z.
+
+        Returns
+        -------
+        Array
+            Row by row: from the least y on, and in each row from the least x on.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> pf.Array.matrix(elements=(32, 32), pitch=1e-3, width=0.9e-3, height=0.9e-3)
+        <Array of 1024 elements, 31.9 by 31.9 by 0 mm>
+        """
+        columns, rows = _counts_of_matrix(elements)
+        pitch_x, pitch_y = _both(pitch, "pitch")
+        kerf_x, kerf_y = _both(kerf, "kerf")
+        given = _library.Matrix(
+            columns=columns,
+            rows=rows,
+            width=_checks.real(width, "width"),
+            height=_checks.real(height, "height"),
+            pitch_x=_library.optional_number(pitch_x),
+            kerf_x=_library.optional_number(kerf_x),
+            pitch_y=_library.optional_number(pitch_y),
+            kerf_y=_library.optional_number(kerf_y),
+        )
+        return cls._built(_library.functions.array_matrix, given, center, orientation)
+
+    @classmethod
+    def convex(
+        cls,
+        *,
+        elements: int,
+        radius: float,
+        width: float,
+        height: float,
+        pitch: float | None = None,
+        angle: float | None = None,
+        kerf: float | None = None,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place elements side by side on the outside of a cylinder, whose axis is along y.
+
+        The middle of the array is at the origin.
+
+        Parameters
+        ----------
+        elements : int
+            Their number.
+        radius : float
+            The cylinder's, in m.
+        width, height : float
+            Sides of an element along the arc and along y, in m.
+        pitch : float, optional
+            From centre to centre along the arc, in m.
+        angle : float, optional
+            In its place: from centre to centre as seen from the axis, in degrees.
+        kerf : float, optional
+            In its place: from edge to edge, in m.
+        center : array_like, optional
+            Where the array's origin goes, three numbers in m.
+        orientation : array_like, optional
+            3 by 3 rotation matrix whose columns are the array's x, y and z.
+
+        Returns
+        -------
+        Array
+            From the least x on.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> pf.Array.convex(elements=64, radius=60e-3, angle=0.9, width=0.9e-3, height=10e-3)
+        <Array of 64 elements, 57.77 by 10 by 7.412 mm>
+        """
+        given = _library.Convex(
+            elements=_checks.whole(elements, "elements"),
+            radius=_checks.real(radius, "radius"),
+            width=_checks.real(width, "width"),
+            height=_checks.real(height, "height"),
+            pitch=_number(pitch, "pitch"),
+            angle=_angle(angle, "angle"),
+            kerf=_number(kerf, "kerf"),
+        )
+        return cls._built(_library.functions.array_convex, given, center, orientation)
+
+    @classmethod
+    def bowl(
+        cls,
+        *,
+        radius: float,
+        width: float,
+        height: float,
+        aperture: float | None = None,
+        opening_angle: float | None = None,
+        hole: float = 0.0,
+        elements: int | None = None,
+        pitch: float | None = None,
+        kerf: float | None = None,
+        counts: Iterable[int] | None = None,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place elements on the inside of a spherical cap, with its apex at the origin.
+
+        They radiate to its focus, at z = radius. With `elements` they lie along a spiral, each in
+        its own part of the surface; otherwise in rings, as `pitch`, `kerf` or `counts` say.
+
+        Parameters
+        ----------
+        radius : float
+            Of curvature, in m.
+        width, height : float
+            Sides of an element along the ring and across it, in m.
+        aperture : float, optional
+            Diameter of the rim, in m.
+        opening_angle : float, optional
+            In its place: that of the rim as seen from the focus, in degrees.
+        hole : float, optional
+            Diameter of a hole about the apex, in m; 0 is none.
+        elements : int, optional
+            The number of elements of a spiral.
+        pitch : float, optional
+            Of rings: the least distance of centres along them and between them, in m.
+        kerf : float, optional
+            In its place: the least distance from edge to edge, in m.
+        counts : iterable of int, optional
+            In its place: the elements of each ring, from the innermost on.
+        center : array_like, optional
+            Where the array's origin goes, three numbers in m.
+        orientation : array_like, optional
+            3 by 3 rotation matrix whose columns are the array's x, y and z.
+
+        Returns
+        -------
+        Array
+            From the apex outwards.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> bowl = pf.Array.bowl(radius=0.1, aperture=0.1, elements=256, width=3e-3, height=3e-3)
+        >>> len(bowl)
+        256
+        """
+        rings = None if counts is None else [_checks.whole(count, "counts") for count in counts]
+        numbers = None
+        if rings is not None:
+            if not rings:
+                raise ValueError("counts: there must be one or more")
+            numbers = _library.whole_numbers(rings)
+        given = _library.Bowl(
+            radius=_checks.real(radius, "radius"),
+            aperture=_number(aperture, "aperture"),
+            opening_angle=_angle(opening_angle, "opening_angle"),
+            hole=_checks.real(hole, "hole"),
+            width=_checks.real(width, "width"),
+            height=_checks.real(height, "height"),
+            elements=_library.optional_whole(_checks.optional_whole(elements, "elements")),
+            kerf=_number(kerf, "kerf"),
+            pitch=_number(pitch, "pitch"),
+            counts=numbers,
+            rings=0 if rings is None else len(rings),
+        )
+        return cls._built(_library.functions.array_bowl, given, center, orientation)
+
+    @classmethod
+    def from_table(
+        cls,
+        path: str | os.PathLike[str],
+        *,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        r"""Read an array from comma-separated values.
+
+        Parameters
+        ----------
+        path : str or path
+            A file whose first line names the columns: x [mm], y [mm], z [mm], width [mm],
+            height [mm], with units of m, cm, mm or um. Optional: normal x, normal y, normal z;
+            along x, ... of the direction of the width, up x, ... of the height; and amplitude
+            and phase [deg], or re and im, of weights.
+        center : array_like, optional
+            Where the table's origin goes, three numbers in m.
+        orientation : array_like, optional
+            3 by 3 rotation matrix whose columns are the table's x, y and z.
+
+        Returns
+        -------
+        Array
+            Line by line, with the weights of the table where it has some.
+
+        Examples
+        --------
+        >>> import pathlib, tempfile
+        >>> import pistonfield as pf
+        >>> with tempfile.TemporaryDirectory() as folder:
+        ...     table = pathlib.Path(folder) / "array.csv"
+        ...     _ = table.write_text("x [mm],y [mm],width [mm],height [mm]\n-1,0,2,5\n1,0,2,5\n")
+        ...     array = pf.Array.from_table(table)
+        >>> array
+        <Array of 2 elements, 4 by 5 by 0 mm>
+        """
+        try:
+            name = os.fsencode(path)
+        except TypeError:
+            raise TypeError(f"path: must be a path, not {type(path).__name__}") from None
+        if b"\0" in name:
+            raise ValueError("path: must be a path without zeros")
+        # For the operating system's own words about what cannot be opened.
+        with open(path, "rb"):
+            pass
+        pose = _pose(center, orientation)
+        columns, weights = _library.take_array(
+            _library.functions.array_read, name, {"elements": "table"}
+        )
+        return cls._of(_moved(columns, *pose), weights)
+
+    @classmethod
+    def _built(
+        cls,
+        make: Any,
+        given: Any,
+        center: npt.ArrayLike,
+        orientation: npt.ArrayLike | None,
+    ) -> Array:
+        pose = _pose(center, orientation)
+        try:
+            columns, _ = _library.take_array(make, given, _NAMES)
+        except ValueError as refusal:
+            # One word stands for both directions.
+            text = str(refusal)
+            for name in ("pitch", "kerf"):
+                text = text.replace(f"{name}_x", name).replace(f"{name}_y", name)
+            raise ValueError(text) from None
+        return cls._of(_moved(columns, *pose))
+
+    @property
+    def width(self) -> npt.NDArray[np.float64]:
+        """Sides of the elements along their x, in m; not to be written, as all of these."""
+        return self._columns[:, 0]
+
+    @property
+    def height(self) -> npt.NDArray[np.float64]:
+        """Sides of the elements along their y, in m."""
+        return self._columns[:, 1]
+
+    @property
+    def center(self) -> npt.NDArray[np.float64]:
+        """The elements' centres in m, a row of x, y and z for each."""
+        return self._columns[:, 2:5]
+
+    @property
+    def orientation(self) -> npt.NDArray[np.float64]:
+        """For each element a rotation whose columns are its x, its y and its normal."""
+        along, up = self._columns[:, 5:8], self._columns[:, 8:11]
+        axes = np.stack([along, up, _normals(self._columns)], axis=-1)
+        axes.flags.writeable = False
+        return axes
+
+    @property
+    def weights(self) -> npt.NDArray[np.complex128]:
+        """How the elements are driven where `pressure` is given no weights."""
+        return self._weights
+
+    def __len__(self) -> int:
+        return len(self._columns)
+
+    def __iter__(self) -> Iterator[Piston]:
+        return (self[i] for i in range(len(self)))
+
+    @overload
+    def __getitem__(self, key: int) -> Piston: ...
+    @overload
+    def __getitem__(self, key: slice) -> Array: ...
+    def __getitem__(self, key: int | slice) -> Piston | Array:
+        if isinstance(key, slice):
+            columns = self._columns[key].copy()
+            if not len(columns):
+                raise ValueError("array: the slice has no elements")
+            return Array._of(columns, self._weights[key].copy())
+        number = range(len(self))[_checks.whole(key, "array's index")]
+        row = self._columns[number]
+        turn = np.stack([row[5:8], row[8:11], np.cross(row[5:8], row[8:11])], axis=-1)
+        return Piston(width=row[0], height=row[1], center=row[2:5], orientation=turn)
+
+    def __repr__(self) -> str:
+        corners = corners_of(self).reshape(-1, 3)
+        sides = " by ".join(f"{1e3 * side:.4g}" for side in np.ptp(corners, axis=0))
+        plural = "" if len(self) == 1 else "s"
+        return f"<Array of {len(self)} element{plural}, {sides} mm>"
+
+    def __eq__(self, other: object) -> bool:
+        if not isinstance(other, Array):
+            return NotImplemented
+        return np.array_equal(self._columns, other._columns) and np.array_equal(
+            self._weights, other._weights
+        )
+
+    __hash__ = None  # type: ignore[assignment]
+
+    def __reduce__(self) -> tuple[Any, ...]:
+        return Array._of, (self._columns.copy(), self._weights.copy())
+
+
+def rows_of(array: Array) -> _Columns:
+    """Give the elements as the library takes them: a row of 11 numbers for each."""
+    return array._columns
+
+
+def corners_of(array: Array) -> npt.NDArray[np.float64]:
+    """Give the four corners of each element, in turn, in m."""
+    rows = array._columns
+    along = 0.5 * rows[:, 0:1] * rows[:, 5:8]
+    up = 0.5 * rows[:, 1:2] * rows[:, 8:11]
+    center = rows[:, 2:5]
+    return np.stack(
+        [center - along - up, center + along - up, center + along + up, center - along + up], axis=1
+    )
+
+
+def _each(elements: Any) -> Iterator[Any]:
+    try:
+        return iter(elements)
+    except TypeError:
+        raise TypeError(
+            f"elements: must be several of Piston, not {type(elements).__name__}"
+        ) from None
+
+
+def _row(element: Any) -> list[float]:
+    if not isinstance(element, Piston):
+        raise TypeError(f"elements: each must be a Piston, not {type(element).__name__}")
+    turn = element.orientation
+    return [element.width, element.height, *element.center, *turn[:, 0], *turn[:, 1]]
+
+
+def _normals(rows: _Columns) -> npt.NDArray[np.float64]:
+    return np.cross(rows[:, 5:8], rows[:, 8:11])
+
+
+def _number(value: Any, name: str) -> Any:
+    return _library.optional_number(_checks.optional_real(value, name))
+
+
+def _angle(value: Any, name: str) -> Any:
+    degrees = _checks.optional_real(value, name)
+    return _library.optional_number(None if degrees is None else degrees * np.pi / 180)
+
+
+def _counts_of_matrix(elements: Any) -> tuple[int, int]:
+    try:
+        listed = [_checks.whole(count, "elements") for count in elements]
+    except TypeError:
+        raise TypeError("elements: must be two whole numbers, of columns and of rows") from None
+    if len(listed) != 2:
+        raise ValueError("elements: must be two whole numbers, of columns and of rows")
+    return listed[0], listed[1]
+
+
+def _both(value: Any, name: str) -> tuple[float | None, float | None]:
+    """Read one number for both directions or two, or none."""
+    if value is None:
+        return None, None
+    numbers = np.atleast_1d(_checks.reals(value, name, "one number or two"))
+    if numbers.shape not in ((1,), (2,)):
+        raise ValueError(f"{name}: must be one number, or two along x and y")
+    return float(numbers[0]), float(numbers[-1])
+
+
+_Pose = tuple[npt.NDArray[np.float64], npt.NDArray[np.float64] | None]
+
+
+def _pose(center: npt.ArrayLike, orientation: npt.ArrayLike | None) -> _Pose:
+    turn = None if orientation is None else _checks.rotation(orientation, "orientation")
+    return _checks.vector(center, "center"), turn
+
+
+def _moved(rows: _Columns, center: npt.NDArray[np.float64], turn: Any) -> _Columns:
+    if turn is not None:
+        for first in (2, 5, 8):
+            rows[:, first : first + 3] = rows[:, first : first + 3] @ turn.T
+    rows[:, 2:5] += center
+    return rows

@@ -1,0 +1,204 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""Pictures of fields and arrays, to scale."""
+
+from __future__ import annotations
+
+from collections.abc import Mapping
+from typing import TYPE_CHECKING, Any
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _checks
+from ._array import Array, corners_of
+from ._grid import Grid, checked
+from ._piston import Piston
+
+if TYPE_CHECKING:
+    from matplotlib.axes import Axes
+
+_SCALES = {"MPa": 1e6, "kPa": 1e3, "Pa": 1.0}
+
+
+def plot(
+    what: npt.ArrayLike | Piston | Array,
+    grid: Grid | None = None,
+    *,
+    at: Mapping[str, float] | None = None,
+    quantity: str = "magnitude",
+    limits: tuple[float, float] | None = None,
+    cmap: Any = None,
+    ax: Axes | None = None,
+) -> Axes:
+    """Draw a field's plane or profile, or an array, to scale and in mm.
+
+    It takes Matplotlib.
+
+    Parameters
+    ----------
+    what : array_like, Piston or Array
+        The pressure in Pa on a grid, or what radiates.
+    grid : Grid, optional
+        Of a pressure: the grid that it was computed on, aligned with the axes.
+    at : dict, optional
+        Of a field in three dimensions, where the plane lies: ``{"y": 0}`` takes the layer next to
+        y = 0. Two of these make a profile.
+    quantity : {"magnitude", "phase", "real", "level"}, optional
+        The magnitude, the phase in degrees, the real part, or the level in dB below the largest
+        magnitude.
+    limits : (float, float), optional
+        Of the colours, in the unit that the bar names.
+    cmap : optional
+        The colours, as Matplotlib takes them.
+    ax : matplotlib.axes.Axes, optional
+        Where to draw; by default in a new figure.
+
+    Returns
+    -------
+    matplotlib.axes.Axes
+        What was drawn into; of an array in three dimensions.
+
+    Examples
+    --------
+    >>> import matplotlib
+    >>> matplotlib.use("Agg")
+    >>> import numpy as np
+    >>> import pistonfield as pf
+    >>> grid = pf.Grid(x=np.linspace(-15e-3, 15e-3, 61), y=0, z=np.linspace(1e-3, 60e-3, 60))
+    >>> p = pf.pressure(pf.Piston(width=7.5e-3, height=5e-3), grid, 1e6)
+    >>> pf.plot(p, grid).get_xlabel()
+    'z (mm)'
+    """
+    try:
+        from matplotlib import pyplot
+    except ImportError as failure:
+        raise ImportError("plot takes Matplotlib: pip install matplotlib") from failure
+    if isinstance(what, (Piston, Array)):
+        if grid is not None:
+            raise TypeError("grid: goes with a pressure, not with what radiates")
+        array = what if isinstance(what, Array) else Array([what])
+        return _draw_array(array, ax, pyplot)
+    if grid is None:
+        raise TypeError("grid: is missing: give the grid that the pressure was computed on")
+    values = np.asarray(what)
+    shape = checked(grid).shape
+    if values.shape != shape:
+        raise ValueError(f"what: must be of the shape of the grid, {shape}, not {values.shape}")
+    shown, label = _shown(values, _checks.word(quantity, "quantity", _QUANTITIES))
+    shown, axes = _layer(shown, grid, at or {})
+    if ax is None:
+        _, ax = pyplot.subplots(layout="constrained")
+    if len(axes) == 1:
+        return _draw_profile(ax, shown, axes, label, limits)
+    return _draw_plane(ax, shown, axes, label, limits, cmap)
+
+
+_QUANTITIES = ("magnitude", "phase", "real", "level")
+
+_Axis = tuple[str, npt.NDArray[np.float64]]
+
+
+def _shown(values: npt.NDArray[Any], quantity: str) -> tuple[npt.NDArray[Any], str]:
+    """Give the values to draw, and what they are."""
+    if quantity == "phase":
+        return np.angle(values, deg=True), "phase (°)"
+    magnitude = np.abs(values)
+    largest = magnitude.max()
+    if quantity == "level":
+        with np.errstate(divide="ignore", invalid="ignore"):
+            return 20 * np.log10(magnitude / largest), "level (dB)"
+    unit = next((name for name, scale in _SCALES.items() if largest >= scale), "Pa")
+    if quantity == "real":
+        return values.real / _SCALES[unit], f"real part of p ({unit})"
+    return magnitude / _SCALES[unit], f"|p| ({unit})"
+
+
+def _layer(
+    values: npt.NDArray[Any], grid: Grid, at: Mapping[str, float]
+) -> tuple[npt.NDArray[Any], list[_Axis]]:
+    """Give the values at some coordinates, and the axes that remain."""
+    coordinates = {"x": grid.x, "y": grid.y, "z": grid.z}
+    for name in at:
+        _checks.word(name, "at", coordinates)
+    key: list[Any] = [slice(None)] * 3
+    axes = []
+    for i, (name, along) in enumerate(coordinates.items()):
+        if name in at:
+            key[i] = int(np.abs(along - _checks.real(at[name], f"at[{name!r}]")).argmin())
+        elif along.size == 1:
+            key[i] = 0
+        else:
+            axes.append((name, 1e3 * along))
+    if len(axes) not in (1, 2):
+        raise ValueError(
+            f"at: the field has {len(axes)} directions; say where along the others, "
+            "such as at={'y': 0}"
+        )
+    return values[tuple(key)], axes
+
+
+def _draw_plane(
+    ax: Axes,
+    values: npt.NDArray[Any],
+    axes: list[_Axis],
+    label: str,
+    limits: tuple[float, float] | None,
+    cmap: Any,
+) -> Axes:
+    # What is further away lies further to the right.
+    (up, up_at), (along, along_at) = axes
+    if along != "z":
+        (up, up_at), (along, along_at) = (along, along_at), (up, up_at)
+        values = values.T
+    low, high = limits if limits is not None else (None, None)
+    image = ax.pcolormesh(
+        along_at, up_at, values, vmin=low, vmax=high, cmap=cmap, shading="nearest"
+    )
+    ax.set_aspect("equal")
+    ax.set_xlabel(f"{along} (mm)")
+    ax.set_ylabel(f"{up} (mm)")
+    # As high as the plane, which may be flat.
+    ax.figure.colorbar(image, cax=ax.inset_axes((1.03, 0, 0.03, 1)), label=label)
+    return ax
+
+
+def _draw_profile(
+    ax: Axes,
+    values: npt.NDArray[Any],
+    axes: list[_Axis],
+    label: str,
+    limits: tuple[float, float] | None,
+) -> Axes:
+    ((along, along_at),) = axes
+    ax.plot(along_at, values)
+    ax.set_xlabel(f"{along} (mm)")
+    ax.set_ylabel(label)
+    if limits is not None:
+        ax.set_ylim(*limits)
+    return ax
+
+
+def _draw_array(array: Array, ax: Any, pyplot: Any) -> Axes:
+    from matplotlib.ticker import MaxNLocator
+    from mpl_toolkits.mplot3d.art3d import Poly3DCollection
+
+    corners = 1e3 * corners_of(array)
+    if ax is None:
+        ax = pyplot.figure(layout="constrained").add_subplot(projection="3d")
+    if not hasattr(ax, "set_zlim"):
+        raise ValueError("ax: an array takes axes in three dimensions, projection='3d'")
+    ax.add_collection3d(
+        Poly3DCollection(corners, facecolor="tab:blue", edgecolor="black", linewidth=0.3, alpha=0.8)
+    )
+    least, most = corners.min(axis=(0, 1)), corners.max(axis=(0, 1))
+    margin = 0.05 * (most - least).max()
+    sides = most - least + 2 * margin
+    ax.set_box_aspect(sides)
+    for i, name in enumerate("xyz"):
+        axis = getattr(ax, f"{name}axis")
+        getattr(ax, f"set_{name}lim")(least[i] - margin, most[i] + margin)
+        axis.set_label_text(f"{name} (mm)")
+        # Numbers have room along a side that is long.
+        axis.set_major_locator(MaxNLocator(max(1, round(6 * sides[i] / sides.max()))))
+    return ax  # type: ignore[no-any-return]
