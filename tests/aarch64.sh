@@ -17,7 +17,7 @@ cmake -S /usr/src/googletest -B "$googletest" -G Ninja --toolchain "$PWD/cmake/a
 cmake --build "$googletest" --target install
 
 say "building the library and its tests in build-aarch64/"
-programs=(ReferenceTest core_test parallel_test lanes_test cuda_runtime_test FastNearfieldTest method_test field_test
+programs=(ReferenceTest core_test parallel_test lanes_test cuda_runtime_test FastNearfieldTest method_test field_test arrays_test beam_test signals_test
   NearFieldRoundingTest gpu_test kernels_test matlab_src_test)
 cmake --preset aarch64 -D GTest_ROOT="$googletest/installed"
 cmake --build --preset aarch64 --target "${programs[@]}"

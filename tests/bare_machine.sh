@@ -28,6 +28,17 @@ apt_connection() {
   apt-config dump | grep -E '^Acquire::(https?::|Check-|Retries)' || true
 }
 
+# What pip is told on this machine of the certificates of its servers, the new machines' pip needs, too.
+pip_connection() { # BASE
+  local certificates=${PIP_CERT:-}
+  if [[ -z $certificates && -f /etc/pip.conf ]]; then
+    certificates=$(sed -n 's/^cert *= *//p' /etc/pip.conf)
+  fi
+  [[ -f $certificates ]] || return 0
+  install -m 644 "$certificates" "$1/etc/pip-certificates.crt"
+  printf '[global]\ncert = /etc/pip-certificates.crt\n' >"$1/etc/pip.conf"
+}
+
 # isolated COMMAND...: runs it in namespaces, so that its mounts and processes end with it. An interrupt
 # is not ignored there as it is by the shell's other background processes.
 isolated() {
@@ -69,6 +80,7 @@ make_base() {
     no_machine "$(grep --max-count=1 '^E: ' "$report" || tail --lines=1 "$report")"
   echo bare >"$base/etc/hostname"
   printf '127.0.0.1 localhost\n127.0.1.1 bare\n' >"$base/etc/hosts"
+  pip_connection "$base"
   chroot "$base" useradd --create-home --shell /bin/bash user
   echo 'user ALL=(ALL:ALL) NOPASSWD: ALL' >"$base/etc/sudoers.d/user"
   chmod 440 "$base/etc/sudoers.d/user"

@@ -26,12 +26,12 @@ ctest --preset coverage --parallel "$(nproc)" \
 counts=build-coverage/counts.json
 excluded=$(grep --invert-match -e '^#' -e '^$' tests/coverage-exclusions.txt | paste --serial --delimiters '|')
 gcovr --root . --filter core/ --filter FastNearfield/ --filter method/ --filter field/ \
-  --filter capi/ --filter matlab_src/ \
+  --filter arrays/ --filter beam/ --filter signals/ --filter capi/ --filter matlab_src/ \
   --exclude-throw-branches --exclude-unreachable-branches --exclude-lines-by-pattern "($excluded)\$" \
   --json "$counts" build-coverage
 
 failures=0
-for room in core FastNearfield method field capi matlab_src; do
+for room in core FastNearfield method field arrays beam signals capi matlab_src; do
   say "$room"
   gcovr --add-tracefile "$counts" --filter "$room/" --print-summary \
     --fail-under-line 100 --fail-under-branch 95 || failures=$((failures + 1))

@@ -11,7 +11,7 @@ cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.."
 if (($# == 0)); then
   # Those of the toolkit backend need the toolkit's own.
   mapfile -t headers < <(git ls-files '*.h' | grep --extended-regexp \
-    '^(capi|core|cuda_runtime|FastNearfield|field|lanes|matlab_src|method|parallel|run)/' | grep --invert-match /toolkit/)
+    '^(arrays|beam|capi|core|cuda_runtime|FastNearfield|field|lanes|matlab_src|method|parallel|run|signals)/' | grep --invert-match /toolkit/)
   set -- "${headers[@]}"
 fi
 

@@ -5,45 +5,12 @@
 
 #include <limits.h>
 #include <math.h>
-#include <stdio.h>
 #include <string.h>
 
-#include "pistonfield.h"
+#include "tests/capi/checks.h"
 #include "tests/capi/sampleField.h"
 
-static int failures = 0;
-
-static void expect(int holds, const char* what, int line) {
-    if (holds) return;
-    ++failures;
-    printf("line %d: not so: %s\n", line, what);
-}
-
-/// A macro because only a macro has the text and the line.
-#define EXPECT(condition) expect((condition) != 0, #condition, __LINE__)
-
-/// Looks at the outcome of a call whose message was `message`.
-static void expectOutcome(pistonfield_status status, pistonfield_status expected, const char* text,
-                          const char* expectedText, int line) {
-    if (status == expected && strcmp(text, expectedText) == 0) return;
-    ++failures;
-    printf("line %d: status %d, \"%s\" in place of %d, \"%s\"\n", line, (int)status, text,
-           (int)expected, expectedText);
-}
-
-#define EXPECT_OUTCOME(call, status, expectedText) \
-    expectOutcome((call), (status), message.text, (expectedText), __LINE__)
-
-static pistonfield_message message;
-
 static const pistonfield_box whole = {{0, 0, 0}, {7, 5, 4}};
-
-static pistonfield_plan* planFor(const pistonfield_request* request) {
-    pistonfield_plan* plan = NULL;
-    EXPECT_OUTCOME(pistonfield_plan_create(request, &plan, &message), PISTONFIELD_SUCCESS, "");
-    EXPECT(plan != NULL);
-    return plan;
-}
 
 static pistonfield_plan* samplePlan(int32_t mode) {
     const pistonfield_request request = sampleRequest(mode);
@@ -108,6 +75,8 @@ static void fillsTheDefaults(void) {
     EXPECT(request.tolerance == 0 && request.tolerance_of == PISTONFIELD_LARGEST);
     EXPECT(request.behind == 0);
     EXPECT(request.x == NULL && request.y == NULL && request.z == NULL && request.points == 0);
+    EXPECT(request.array == NULL && request.elements == 0);
+    EXPECT(request.weights == NULL && request.weightings == 0);
 
     pistonfield_conduct conduct;
     memset(&conduct, 0xff, sizeof conduct);
@@ -115,6 +84,7 @@ static void fillsTheDefaults(void) {
                    PISTONFIELD_SUCCESS, "");
     EXPECT(conduct.size == sizeof conduct);
     EXPECT(conduct.progress == NULL && conduct.user == NULL && conduct.threads == 0);
+    EXPECT(conduct.to_next_field == 0);
 }
 
 static void refusesStructsOfAnotherSize(void) {
@@ -132,12 +102,12 @@ static void refusesStructsOfAnotherSize(void) {
         EXPECT(plan == NULL);
     }
     EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 8 bytes is not that of interface 1 to 3");
+                   "request: a size of 8 bytes is not that of interface 1 to 6");
 
     pistonfield_plan* plan = NULL;
     request.size = 0;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 0 bytes is not that of interface 1 to 3; call "
+                   "request: a size of 0 bytes is not that of interface 1 to 6; call "
                    "pistonfield_request_init first");
     plan = samplePlan(PISTONFIELD_CPU);
     pistonfield_conduct conduct;
@@ -147,10 +117,10 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
         PISTONFIELD_INVALID_ARGUMENT,
-        "conduct: a size of 40 bytes is not that of interface 1 to 3; call "
+        "conduct: a size of 48 bytes is not that of interface 1 to 6; call "
         "pistonfield_conduct_init first");
     EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "conduct: a size of 0 bytes is not that of interface 1 to 3");
+                   "conduct: a size of 0 bytes is not that of interface 1 to 6");
     pistonfield_plan_destroy(plan);
 }
 
@@ -822,5 +792,8 @@ int main(void) {
     refusesStridesThatCannotBe();
     isWatchedAndStopped();
     takesANumberOfThreads();
+    testArrays();
+    testDriving();
+    testContours();
     return failures == 0 ? 0 : 1;
 }

@@ -6,6 +6,7 @@
 
 #include "lanes/Pack.h"
 #include "lanes/estimates.h"
+#include "lanes/exponential.h"
 #include "lanes/sinCos.h"
 #include "lanes/sinCosUpToSign.h"
 
@@ -31,6 +32,18 @@ lanes::Mask<Pack<T, W>> maskOf(const bool* mask) {
     Pack<T, W> sign{};
     for (int i = 0; i < W; ++i) sign[i] = mask[i] ? T(-1) : T(1);
     return sign < T(0);
+}
+
+template <class T, int W>
+auto exponentialOn() -> void (*)(const T*, T*, T*) {
+    if constexpr (sizeof(T) == sizeof(double))
+        return [](const T* powers, T* values, T* lessOne) {
+            const auto all = lanes::exponential(packOf<T, W>(powers));
+            unpack<T, W>(all.value, values);
+            unpack<T, W>(all.lessOne, lessOne);
+        };
+    else
+        return nullptr;
 }
 
 template <class T, int W>
@@ -63,7 +76,8 @@ PackOperations<T> operationsOn() {
                 unpack<T, W>(lanes::select(maskOf<T, W>(mask), packOf<T, W>(a), packOf<T, W>(b)),
                              selected);
             },
-            [](const bool* mask) { return lanes::any(maskOf<T, W>(mask)); }};
+            [](const bool* mask) { return lanes::any(maskOf<T, W>(mask)); },
+            exponentialOn<T, W>()};
 }
 
 template <class T, int W = lanes::width<T>>

@@ -19,6 +19,8 @@ struct PackOperations {
     void (*absolute)(const T* values, T* magnitudes);
     void (*select)(const bool* mask, const T* a, const T* b, T* selected);
     bool (*any)(const bool* mask);
+    /// exp(x) and exp(x) - 1; of doubles alone.
+    void (*exponential)(const T* powers, T* values, T* lessOne);
 };
 
 /// Packs of every register size that the instruction set has, and of half the smallest in floats.

@@ -13,10 +13,10 @@
 
 #include "cuda_runtime/emulated/Emulator.h"
 #include "field/Plan.h"
-#include "matlab_src/Gateway.h"
 #include "parallel/threads.h"
 #include "tests/field/smallRequest.h"
 #include "tests/matlab_src/SubstituteHost.h"
+#include "tests/matlab_src/askModule.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EmulatedDevices.h"
 
@@ -85,31 +85,11 @@ class InternalGatewayTest : public testing::Test {
   protected:
     void SetUp() override { theHost().reset(); }
 
-    static host::Array* answerTo(const std::vector<const host::Array*>& arguments) {
-        host::Array* output = nullptr;
-        answerCall(1, output, arguments);
-        return output;
-    }
-
-    /// The error that a call ends with: "identifier | text".
-    static std::string refusalOf(const std::vector<const host::Array*>& arguments) {
-        try {
-            answerTo(arguments);
-        } catch (const substitute::HostError& error) {
-            return error.identifier + " | " + error.text;
-        }
-        return "none";
-    }
-
-    /// That of a good question with another value at a position.
-    static std::string refusalOf(std::size_t position, const host::Array* value) {
+    /// The error of a good question with another value at a position.
+    static std::string refusalWith(std::size_t position, const host::Array* value) {
         std::vector<const host::Array*> arguments = question("cpu");
         arguments[position] = value;
         return refusalOf(arguments);
-    }
-
-    static std::string refusal(const std::string& reason, const std::string& text) {
-        return "pistonfield:pistonfield_internal:" + reason + " | " + text;
     }
 };
 
@@ -287,6 +267,137 @@ TEST_F(InternalGatewayTest, NamesWhatIsWrongWithAListOfPoints) {
     EXPECT_THAT(refusalOf(arguments), testing::StartsWith(refusal("box", "")));
 }
 
+/// Two elements, the second of them turned about y and wider, and two weightings of them.
+struct SmallArray {
+    pistonfield::Array array{{{{0.4, 0.5}, {{-0.3, 0, 0}, {1, 0, 0}, {0, 1, 0}}},
+                              {{0.6, 0.5}, {{0.4, 0.1, -0.2}, {0.8, 0, -0.6}, {0, 1, 0}}}},
+                             {{1, 0.5}, {0, -2}, {0, 0}, {0.25, 1}}};
+
+    pistonfield::Request request(const std::string& mode, bool behind = false) const {
+        pistonfield::Request request =
+            smallRequestWithin(1e-3, pistonfield::Tolerance::Of::local, mode);
+        request.array = array;
+        request.behind = behind;
+        return request;
+    }
+
+    /// What asks for the field in the box; of a list, at the points of it.
+    static std::vector<const host::Array*> field(const std::string& mode,
+                                                 const SmallList* list = nullptr) {
+        std::vector<const host::Array*> arguments = questionWithin(1e-3, "local", mode);
+        arguments[0] = text("array_field_within");
+        const std::vector<const host::Array*> elements{
+            doubles({0.4, 0.6}, {1, 2}),
+            number(0.5),
+            doubles({-0.3, 0, 0, 0.4, 0.1, -0.2}, {3, 2}),
+            doubles({1, 0, 0, 0, 1, 0, 0, 0, 1, 0.8, 0, -0.6, 0, 1, 0, 0.6, 0, 0.8}, {3, 3, 2}),
+            doubles({1, 0, 0, 0.25}, {2, 2}),
+            doubles({0.5, -2, 0, 1}, {2, 2}),
+            number(list == nullptr ? 0 : 1)};
+        arguments.erase(arguments.begin() + 3, arguments.begin() + 5);
+        arguments.insert(arguments.begin() + 3, elements.begin(), elements.end());
+        if (list != nullptr) {
+            arguments[0] = text("array_field_within_of_list");
+            arguments[1] = list->x;
+            arguments[2] = list->y;
+            arguments.insert(arguments.begin() + 3, list->z);
+            arguments[15] = triple({2, 0, 0});
+            arguments[16] = triple({5, 1, 1});
+        }
+        return arguments;
+    }
+
+    /// What asks for the accuracy.
+    static std::vector<const host::Array*> accuracy(const std::string& mode) {
+        auto arguments = field(mode);
+        arguments[0] = text("array_accuracy");
+        arguments.erase(arguments.end() - 3, arguments.end() - 1);
+        return arguments;
+    }
+};
+
+TEST_F(InternalGatewayTest, AnswersWithTheFieldsOfAnArray) {
+    const SmallArray small;
+    for (const std::string mode : {"cpu", "cpusp", "cuda", "cudadp"}) {
+        Field wanted(static_cast<std::size_t>(2 * box.points()));
+        pistonfield::Plan(small.request(mode, true)).compute(box, wanted.data());
+        auto arguments = SmallArray::field(mode);
+        arguments[9] = number(1);
+        host::Array* const output = answerTo(arguments);
+        EXPECT_EQ(substitute::valuesOf(output), wanted) << mode;
+        EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 4, 4}));
+    }
+}
+
+TEST_F(InternalGatewayTest, AnswersWithTheFieldsOfAnArrayAtAListOfPoints) {
+    const SmallList list;
+    pistonfield::Request request = SmallArray().request("cpu", true);
+    request.points = list.points;
+    request.lattice.sizes = {8, 1, 1};
+    Field wanted(10);
+    pistonfield::Plan(request).compute({{2, 0, 0}, {5, 1, 1}}, wanted.data());
+    host::Array* const output = answerTo(SmallArray::field("cpu", &list));
+    EXPECT_EQ(substitute::valuesOf(output), wanted);
+    EXPECT_EQ(output->dimensions, (substitute::Dimensions{5, 1, 2}));
+}
+
+TEST_F(InternalGatewayTest, AnswersWithTheAccuracyOfAnArrayAndItsEngine) {
+    const pistonfield::Plan plan(SmallArray().request("cpu", true));
+    const pistonfield::Accuracy wanted = plan.accuracy().value();
+    auto arguments = SmallArray::accuracy("cpu");
+    arguments[9] = number(1);
+    host::Array* const row = answerTo(arguments);
+    EXPECT_FALSE(row->complex);
+    const double* const values = host::realData(row);
+    EXPECT_EQ(std::vector<double>(values, values + 3),
+              (std::vector<double>{wanted.bound, wanted.error, wanted.evaluations}));
+    EXPECT_EQ(std::string(values + 3, values + row->count()), plan.engine());
+}
+
+TEST_F(InternalGatewayTest, RefusesPointsBehindAnElement) {
+    for (const auto& asked : {SmallArray::field("cpu"), SmallArray::accuracy("cpu")})
+        EXPECT_THAT(refusalOf(asked), testing::MatchesRegex(".*:transform . transform: the point "
+                                                            ".* lies behind element 2"));
+}
+
+TEST_F(InternalGatewayTest, NamesWhatIsWrongWithAnArray) {
+    const auto with = [](std::size_t position, const host::Array* value) {
+        auto arguments = SmallArray::field("cpu");
+        arguments[9] = number(1);
+        arguments[position] = value;
+        return refusalOf(arguments);
+    };
+    const auto wrong = [](const std::string& text) {
+        return refusal("elements", "elements: " + text);
+    };
+    EXPECT_EQ(with(9, number(0.5)), refusal("behind", "behind: must be whole"));
+    EXPECT_EQ(with(3, doubles({1, 2, 3}, {1, 3})),
+              wrong("width has 3 numbers, not 2 of 2 elements"));
+    EXPECT_EQ(with(4, doubles({}, {0, 0})), wrong("height has 0 numbers, not 2 of 2 elements"));
+    EXPECT_EQ(with(5, doubles({1, 2}, {1, 2})), wrong("the centres must be 3 by N numbers"));
+    EXPECT_EQ(with(5, doubles({}, {3, 0})), wrong("the centres must be 3 by N numbers"));
+    EXPECT_EQ(with(6, doubles({1, 0, 0, 0, 1, 0, 0, 0, 1}, {3, 3})),
+              wrong("orientation has 9 numbers, not 18 of 2 elements"));
+    for (const double z : {-1.0, 0.9, double{NAN}})
+        EXPECT_EQ(
+            with(6, doubles({1, 0, 0, 0, 1, 0, 0, 0, 1, 1, 0, 0, 0, 1, 0, 0, 0, z}, {3, 3, 2})),
+            wrong("element 2: the columns of the orientation must be of length 1, at right "
+                  "angles, the third the cross product of the others"));
+    EXPECT_THAT(with(3, doubles({0.4, -1}, {1, 2})),
+                testing::StartsWith(wrong("element 2: the sides must be lengths above 0")));
+    for (std::size_t i = 3; i < 7; ++i)
+        EXPECT_EQ(with(i, text("text")), wrong("must be full, real and of class double"));
+    EXPECT_EQ(with(7, doubles({1, 2}, {2, 1})),
+              refusal("weights", "weights: there are 2 real and 4 imaginary parts"));
+    EXPECT_EQ(with(8, text("text")),
+              refusal("weights", "weights: must be full, real and of class double"));
+    EXPECT_EQ(with(14, number(1)),
+              refusal("first", "first: must be full, real and of class double, with 3 elements"));
+    auto arguments = SmallArray::accuracy("cuda");
+    arguments.pop_back();
+    EXPECT_EQ(refusalOf(arguments), refusal("arguments", "arguments: 14 in the place of 15"));
+}
+
 TEST_F(InternalGatewayTest, AnswersBehindThePistonByTheMirroredPoint) {
     std::vector<const host::Array*> arguments = questionWithin(1e-6, "largest", "cpu");
     arguments[2] = arguments[10] = triple({1, 1, 1});
@@ -326,31 +437,33 @@ TEST_F(InternalGatewayTest, NamesTheArgumentThatIsWrong) {
              {substitute::arrayOf("single", {1, count}), substitute::sparseOf("double", {1, count}),
               substitute::complexOf(std::vector<double>(count, 1), {1, count}),
               substitute::arrayOf("double", {1, count + 1}), text("text")})
-            EXPECT_EQ(refusalOf(position, wrong), wanted);
+            EXPECT_EQ(refusalWith(position, wrong), wanted);
     }
-    EXPECT_EQ(refusalOf(0, number(1)), refusal("question", "question: must be a text"));
-    EXPECT_EQ(refusalOf(0, text("else")), refusal("question", "question: 'else' is none"));
+    EXPECT_EQ(refusalWith(0, number(1)), refusal("question", "question: must be a text"));
+    EXPECT_EQ(refusalWith(0, text("else")), refusal("question", "question: 'else' is none"));
     EXPECT_EQ(refusalOf({}), refusal("question", "question: there is none"));
     EXPECT_EQ(refusalOf({text("field")}), refusal("arguments", "arguments: 1 in the place of 11"));
-    EXPECT_EQ(refusalOf(6, number(1)), refusal("mode", "mode: must be a text"));
+    EXPECT_EQ(refusalWith(6, number(1)), refusal("mode", "mode: must be a text"));
     using namespace std::string_literals;
-    EXPECT_EQ(refusalOf(6, text("cpu\0x"s)), refusal("mode", "mode: must be a text without zeros"));
-    EXPECT_EQ(refusalOf(0, text("field\0"s)),
+    EXPECT_EQ(refusalWith(6, text("cpu\0x"s)),
+              refusal("mode", "mode: must be a text without zeros"));
+    EXPECT_EQ(refusalWith(0, text("field\0"s)),
               refusal("question", "question: must be a text without zeros"));
-    EXPECT_EQ(refusalOf(3, number(-1)), refusal("width", "width: must be a length above 0"));
+    EXPECT_EQ(refusalWith(3, number(-1)), refusal("width", "width: must be a length above 0"));
     for (const double order : {0.0, 18001.0, 1e10})
-        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be from 1 to 18000"));
+        EXPECT_EQ(refusalWith(7, number(order)),
+                  refusal("order", "order: must be from 1 to 18000"));
     for (const double order : {1.5, double{NAN}, 1e16, double{INFINITY}})
-        EXPECT_EQ(refusalOf(7, number(order)), refusal("order", "order: must be whole"));
-    EXPECT_EQ(refusalOf(10, number(1025)), refusal("threads", "threads: must be from 0 to 1024"));
+        EXPECT_EQ(refusalWith(7, number(order)), refusal("order", "order: must be whole"));
+    EXPECT_EQ(refusalWith(10, number(1025)), refusal("threads", "threads: must be from 0 to 1024"));
 }
 
 TEST_F(InternalGatewayTest, RefusesABoxBeyondTheLatticeBeforeThereIsAResult) {
-    EXPECT_EQ(refusalOf(9, triple({5, 4, 3})),
+    EXPECT_EQ(refusalWith(9, triple({5, 4, 3})),
               refusal("box",
                       "3 points from 2 on do not lie within the lattice's 4 along its "
                       "direction z"));
-    EXPECT_EQ(refusalOf(9, triple({5, -4, 2})),
+    EXPECT_EQ(refusalWith(9, triple({5, -4, 2})),
               refusal("box",
                       "-4 points from 0 on do not lie within the lattice's 5 along its "
                       "direction y"));

@@ -287,10 +287,10 @@ double* resultImaginary(Array* result) {
     return substitute::dataOf(result, result->imaginary);
 }
 
-Array* createRow(std::initializer_list<double> values) {
-    theHost().enter("createRow");
-    theHost().log(EventKind::creation, "1x" + std::to_string(values.size()));
-    return substitute::doubles(values, {1, values.size()});
+Array* createReal(std::size_t rows, std::size_t columns) {
+    theHost().enter("createReal");
+    theHost().log(EventKind::creation, std::to_string(rows) + "x" + std::to_string(columns));
+    return substitute::doubles(std::vector<double>(rows * columns), {rows, columns});
 }
 
 void print(const std::string& text) {

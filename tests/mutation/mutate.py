@@ -54,6 +54,13 @@ TESTS = {
     "matlab_src/FieldRequest.cpp": GATEWAY,
     "matlab_src/Gateway.cpp": GATEWAY,
     "matlab_src/InternalGateway.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/NamedValues.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/arrayArguments.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/arrayBuilding.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/arrayDriving.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/beamQuestions.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/fieldQuestions.cpp": ["matlab_src/internal_gateway_test"],
+    "matlab_src/questionArguments.cpp": ["matlab_src/internal_gateway_test"],
     "matlab_src/MatlabErrorHandler.cpp": GATEWAY,
     "matlab_src/mexFunction.cpp": MODULE,
     "matlab_src/sizes.cpp": GATEWAY,
@@ -82,6 +89,12 @@ TESTS |= {str(file.relative_to(ROOT)): RUN for file in sorted((ROOT / "run").rgl
           if file.name != "main.cpp"}
 TESTS |= {str(file.relative_to(ROOT)): ["field/field_test"]
           for file in sorted((ROOT / "field").glob("*.cpp"))}
+TESTS |= {str(file.relative_to(ROOT)): ["arrays/arrays_test"]
+          for file in sorted((ROOT / "arrays").glob("*.cpp"))}
+TESTS |= {str(file.relative_to(ROOT)): ["beam/beam_test"]
+          for file in sorted((ROOT / "beam").glob("*.cpp"))}
+TESTS |= {str(file.relative_to(ROOT)): ["signals/signals_test"]
+          for file in sorted((ROOT / "signals").glob("*.cpp"))}
 TESTS |= {str(file.relative_to(ROOT)): METHOD
           for file in sorted((ROOT / "method").iterdir()) if file.suffix in (".cpp", ".h")}
 

@@ -18,10 +18,10 @@ end
 
 % Starts a field of minutes, waits until it shows progress, and interrupts it: the time that the
 % process then takes to end [s]. An interrupt ends it with an exit status, a crash would by a signal.
-function seconds = time_to_end(options, points)
+function seconds = time_to_end(options, points, source)
   [process, output] = start_octave(sprintf([ ...
-    'pistonfield_pressure(struct(''width'', 7.5e-3, ''height'', 5e-3), %s, ', ...
-    '''frequency'', 1e6, %s, ''progress'', ''text'');'], points, options));
+    'pistonfield_pressure(%s, %s, ''frequency'', 1e6, %s, ''progress'', ''text'');'], ...
+    source, points, options));
   shown = wait_for(output, ' s left');
   start = tic();
   kill(process, SIG().INT);
@@ -52,10 +52,13 @@ function shown = wait_for(output, text)
 end
 
 % A busy machine may hold up one of them.
-function ends_on_interrupt(options, points)
+function ends_on_interrupt(options, points, source)
+  if nargin < 3
+    source = 'struct(''width'', 7.5e-3, ''height'', 5e-3)';
+  end
   seconds = Inf;
   for attempt = 1:3
-    seconds = min(seconds, time_to_end(options, points));
+    seconds = min(seconds, time_to_end(options, points, source));
     if seconds <= 2
       break
     end
@@ -97,5 +100,12 @@ for precision = {'double', 'single'}
 end
 it('it ends on Ctrl-C at a list of points', ...
    @() ends_on_interrupt('''tolerance'', 1e-12, ''threads'', 1', list));
+
+matrix = ['pistonfield_array(''matrix'', ''elements'', [16 16], ''pitch'', 1e-3, ', ...
+          '''width'', 0.9e-3, ''height'', 0.8e-3)'];
+it('it ends on Ctrl-C when an array radiates', ...
+   @() ends_on_interrupt('''tolerance'', 1e-9, ''threads'', 1', volume, matrix));
+it('two fields of an array keep within their memory', ...
+   @() keeps_within('weights', 'two', [4 600 600], 2 * (4 * 16 + 56) * 600 ^ 2));
 
 finish();

@@ -69,3 +69,23 @@ block c 2 >program.c
 bash -eu compile.sh
 ./a.out >list.txt
 grep -q '^ *0 *0\.7889$' list.txt
+
+echo "an array"
+block c 3 >program.c
+bash -eu compile.sh
+./a.out >array.txt
+grep -q '^ *20 *1\.9933 *1\.2732$' array.txt
+
+echo "an array that is built and focused"
+block c 4 >program.c
+bash -eu compile.sh
+./a.out >focus.txt
+read -r _ _ _ _ found _ _ _ most <focus.txt
+[[ $found == "$most" ]]
+
+echo "a disc in a medium with losses"
+block c 5 >program.c
+bash -eu compile.sh
+./a.out >losses.txt
+# exp(-jKz) less z/R exp(-jKR) of the rim's distance R, K = k - 5.8j.
+grep -q '^ *10 *1\.1089$' losses.txt

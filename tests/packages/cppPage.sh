@@ -57,8 +57,22 @@ bash -eu compile.sh
 ./a.out | tee tolerance.txt
 grep -q '^bound 1e-06, measured [0-9.]*e-\(0[789]\|1[0-9]\) at 512 points' tolerance.txt
 
-echo "the program for a device, through pkg-config"
+echo "the program of an array, through pkg-config"
 block cpp 3 >program.cpp
+bash -eu compile.sh
+./a.out | tee array.txt
+grep -q '^128 elements fill ' array.txt
+# The largest pressure is at the focus.
+[[ $(tail -n +2 array.txt | sort -k 3 -g | tail -n 1) == *' 5.0 mm '* ]]
+
+echo "the program of a beam, through pkg-config"
+block cpp 4 >program.cpp
+bash -eu compile.sh
+./a.out | tee beam.txt
+grep -q '^Peak pressure ' beam.txt
+
+echo "the program for a device, through pkg-config"
+block cpp 5 >program.cpp
 bash -eu compile.sh
 ./a.out | tee device.txt
 # The same point: 233.337 kPa are what 1500 kPa/(m/s) * 0.1 m/s make of it.

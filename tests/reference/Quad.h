@@ -14,6 +14,8 @@ using Quad = long double;
 
 inline Quad sqrtq(Quad x) noexcept { return std::sqrt(x); }
 inline Quad fabsq(Quad x) noexcept { return std::fabs(x); }
+inline Quad expq(Quad x) noexcept { return std::exp(x); }
+inline Quad expm1q(Quad x) noexcept { return std::expm1(x); }
 inline void sincosq(Quad x, Quad* sine, Quad* cosine) noexcept {
     *sine = std::sin(x);
     *cosine = std::cos(x);
@@ -28,6 +30,8 @@ using Quad = __float128;
 extern "C" {
 __float128 sqrtq(__float128 x) noexcept;
 __float128 fabsq(__float128 x) noexcept;
+__float128 expq(__float128 x) noexcept;
+__float128 expm1q(__float128 x) noexcept;
 void sincosq(__float128 x, __float128* sine, __float128* cosine) noexcept;
 }
 

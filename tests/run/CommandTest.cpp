@@ -13,6 +13,7 @@
 #include "run/commands/notes.h"
 #include "run/commands/options.h"
 #include "run/commands/partNames.h"
+#include "run/commands/readTable.h"
 #include "run/commands/readText.h"
 #include "run/file/revision.h"
 #include "tests/support/Refused.h"
@@ -33,7 +34,9 @@ using testing::StartsWith;
 
 using Words = std::vector<std::string>;
 
-Command read(const Words& words) { return run::readCommand(words, &run::readText); }
+Command read(const Words& words) {
+    return run::readCommand(words, {&run::readText, &run::readTable});
+}
 
 /// A command line that says how to compute; the test fails where it does not.
 ComputeCommand computing(const Words& words) { return std::get<ComputeCommand>(read(words)); }
@@ -77,7 +80,7 @@ TEST(CommandLine, HasAFieldAndTheUsualWork) {
                 ElementsAre(Pair("k", "-k"), Pair("l", "-l"), Pair("s", "-s"),
                             Pair("sizes", "--sizes"), Pair("transform", "--transform")));
     EXPECT_EQ(command.part, std::nullopt);
-    EXPECT_EQ(command.slabPoints, 262144);
+    EXPECT_EQ(command.slabPoints, std::nullopt);
     EXPECT_EQ(command.threads, std::nullopt);
     EXPECT_EQ(command.deflate, 0);
     EXPECT_TRUE(command.magnitude);
@@ -188,6 +191,22 @@ TEST(CommandLine, HasWhatComputesWithATolerance) {
     EXPECT_EQ(modeOf({"--device", "gpu", "--precision", "single"}), Mode::cuda);
     EXPECT_EQ(modeOf({"--precision", "single", "--device", "cpu"}), Mode::cpusp);
     EXPECT_EQ(modeOf({"--device", "cpu"}), Mode::cpu);
+}
+
+TEST(CommandLine, HasLossesAndABaffle) {
+    const ComputeCommand command =
+        computing(complete({"--tolerance", "1e-6", "--attenuation", "2.5", "--baffle", "free"}));
+    EXPECT_EQ(command.request.wave.attenuation, 2.5);
+    EXPECT_EQ(command.request.baffle, pistonfield::Baffle::free);
+    EXPECT_NO_THROW(checkComplete(command));
+    const ComputeCommand usual = computing(complete({"--tolerance", "1e-6"}));
+    EXPECT_EQ(usual.request.wave.attenuation, 0);
+    EXPECT_EQ(usual.request.baffle, pistonfield::Baffle::rigid);
+    EXPECT_EQ(contradiction(command, usual.request), "--attenuation");
+    pistonfield::Request other = command.request;
+    other.baffle = pistonfield::Baffle::soft;
+    EXPECT_EQ(contradiction(command, other), "--baffle");
+    EXPECT_EQ(contradiction(usual, command.request), std::nullopt);
 }
 
 TEST(CommandLine, WithAToleranceThatIsNoneIsRefused) {
@@ -577,9 +596,10 @@ TEST_F(CommandFiles, SiRequestIsTheRawOne) {
     EXPECT_EQ(request.rule.order, 12);
     EXPECT_THAT(
         command.given,
-        ElementsAre(Pair("k", name + ":1: frequency"), Pair("l", name + ":9: piston.height"),
-                    Pair("order", name + ":2: order"), Pair("s", name + ":8: piston.width"),
-                    Pair("sizes", name + ":11: grid"), Pair("transform", name + ":11: grid")));
+        ElementsAre(Pair("attenuation", name + ":1: frequency"), Pair("k", name + ":1: frequency"),
+                    Pair("l", name + ":9: piston.height"), Pair("order", name + ":2: order"),
+                    Pair("s", name + ":8: piston.width"), Pair("sizes", name + ":11: grid"),
+                    Pair("transform", name + ":11: grid")));
     EXPECT_NO_THROW(checkComplete(command));
 }
 
@@ -884,6 +904,39 @@ TEST(CommandLine, TakesNumbersInEveryFormThatPeopleWrite) {
 
 TEST(Revision, HasTheVersionAndWhatItWasBuiltFrom) {
     EXPECT_THAT(run::revision(), testing::MatchesRegex("[0-9]+\\.[0-9]+\\.[0-9]+ \\(.+\\)"));
+}
+
+TEST(BeamCommand, takesASourceAlone) {
+    const auto beam = std::get<run::BeamCommand>(read({"beam", "request.toml"}));
+    EXPECT_EQ(beam.source, "request.toml");
+    EXPECT_FALSE(beam.json || beam.axis || beam.threads || beam.duty || beam.derating);
+    EXPECT_TRUE(beam.hydrophone.empty());
+    EXPECT_FALSE(beam.drive.speed || beam.drive.density || beam.drive.velocity);
+}
+
+TEST(BeamCommand, takesWhatIsSaidOfTheDriveAndTheReport) {
+    const auto beam = std::get<run::BeamCommand>(
+        read({"beam", "field.h5",  "--json", "--velocity",   "0.1",  "--speed", "1500", "--density",
+              "1000", "--duty",    "0.01",   "--derating",   "0.5",  "--axis",  "1",    "0",
+              "-1",   "--threads", "2",      "--hydrophone", "1e-3", "2e-3"}));
+    EXPECT_TRUE(beam.json);
+    EXPECT_EQ(beam.drive.velocity, 0.1);
+    EXPECT_EQ(beam.drive.speed, 1500);
+    EXPECT_EQ(beam.drive.density, 1000);
+    EXPECT_EQ(beam.duty, 0.01);
+    EXPECT_EQ(beam.derating, 0.5);
+    EXPECT_EQ(beam.axis, (std::array<double, 3>{1, 0, -1}));
+    EXPECT_EQ(beam.threads, 2U);
+    EXPECT_THAT(beam.hydrophone, ElementsAre(1e-3, 2e-3));
+}
+
+TEST(BeamCommand, namesTheOptionThatIsWrong) {
+    EXPECT_THAT(complaint({"beam", "field.h5", "--duty", "half"}), StartsWith("--duty: "));
+    EXPECT_THAT(complaint({"beam", "field.h5", "--threads", "0"}), StartsWith("--threads: "));
+    EXPECT_THAT(complaint({"beam", "field.h5", "--axis", "1", "2"}), StartsWith("--axis "));
+    EXPECT_THAT(complaint({"beam", "field.h5", "--hydrophone", "wide"}),
+                StartsWith("--hydrophone: "));
+    EXPECT_THAT(complaint({"beam"}), HasSubstr("source"));
 }
 
 }  // namespace

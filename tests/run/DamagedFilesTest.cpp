@@ -94,7 +94,7 @@ TEST_F(DamagedFiles, ThatWereCutSayHowMuchIsThere) {
                                  std::to_string(whole.size()) +
                                  " bytes are there; --resume computes the others");
     }
-    for (const std::size_t size : {5000, 1}) {
+    for (const std::size_t size : {std::size_t{5000}, std::size_t{1}}) {
         setContents(path, whole.substr(0, size));
         EXPECT_THAT(refusal(), testing::StartsWith(" cannot be opened as HDF5: "));
     }
@@ -128,9 +128,9 @@ TEST_F(DamagedFiles, WithTextsOfAnotherKindAreRefused) {
 }
 
 TEST_F(DamagedFiles, OfAnotherFormatOfThisProgramAreRefused) {
-    for (const std::int64_t format : {1, 4})
+    for (const std::int64_t format : {1, 6})
         EXPECT_EQ(refusalWith("format", format), " has the format " + std::to_string(format) +
-                                                     ", and this version reads 2 and 3 alone");
+                                                     ", and this version reads 2 to 5 alone");
 }
 
 /// Neither is a file without a tolerance taken for one with it, nor the other way around.
@@ -165,6 +165,33 @@ TEST_F(DamagedFiles, InWhichAnythingElseIsSaidOfAToleranceAreRefused) {
               " is damaged: tolerance: must be above 0 and below 1");
     EXPECT_EQ(refusalWith("relative", std::string("all")),
               " is damaged: relative: 'all' is none of largest, local");
+}
+
+TEST_F(DamagedFiles, WithoutWhatBelongsToAnArrayAreRefused) {
+    layout = arrayLayout();
+    EXPECT_THAT(refusalAfter([](hid_t file) { H5Ldelete(file, "elements", H5P_DEFAULT); }),
+                testing::StartsWith(" is damaged: elements: "));
+    EXPECT_EQ(refusalAfter([](hid_t file) { H5Ldelete(file, "weights", H5P_DEFAULT); }),
+              " is damaged: array: 0 are not one or several for each of the 2 elements");
+    EXPECT_THAT(refusalAfter([](hid_t file) { H5Adelete(file, "engine"); }),
+                testing::StartsWith(" is damaged: the attribute 'engine': "));
+}
+
+/// Neither is a field of a piston taken for one of an array, nor the other way around.
+TEST_F(DamagedFiles, OfTheFormatOfArraysAreRefused) {
+    layout = tolerantLayout();
+    EXPECT_THAT(refusalWith("format", std::int64_t{4}),
+                testing::StartsWith(" is damaged: elements: "));
+    layout = arrayLayout();
+    EXPECT_EQ(refusalWith("format", std::int64_t{3}), " is damaged: l: must be a length above 0");
+}
+
+TEST_F(DamagedFiles, InWhichAnythingElseIsSaidOfAnArrayAreRefused) {
+    layout = arrayLayout();
+    constexpr const char* other =
+        " is damaged: what it says of its field is not what this program has written there";
+    EXPECT_EQ(refusalWith("engine", std::string("runs")), other);
+    EXPECT_EQ(refusalWith("l", 1.0), other);
 }
 
 TEST_F(DamagedFiles, WithoutAnAttributeAreRefused) {

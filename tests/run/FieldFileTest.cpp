@@ -105,6 +105,68 @@ TEST_F(FieldFiles, KeepsATolerance) {
             }
 }
 
+TEST_F(FieldFiles, KeepsAnArray) {
+    FieldFile::create(path, arrayLayout());
+    expectSame(FieldFile(path, Access::read).layout(), arrayLayout());
+}
+
+TEST_F(FieldFiles, HasAnIdentityForEachArray) {
+    std::vector<Layout> layouts(6, arrayLayout());
+    layouts[1].request.array->weights[1] += 1e-9;
+    layouts[2].request.array->elements[0].piston.width *= 1.25;
+    layouts[3].request.array->elements[0].pose.centre[2] -= 1e-9;
+    layouts[4].request.array->elements[1].pose = {};
+    layouts[5].request.array.reset();
+    std::set<run::Digest::Value> identities;
+    for (const Layout& layout : layouts) identities.insert(run::metadata::identityOf(layout));
+    EXPECT_EQ(identities.size(), layouts.size());
+}
+
+TEST_F(FieldFiles, KeepsLossesAndABaffle) {
+    for (const pistonfield::Baffle baffle :
+         {pistonfield::Baffle::rigid, pistonfield::Baffle::soft, pistonfield::Baffle::free})
+        for (Layout layout : {lossyLayout(), arrayLayout()}) {
+            layout.request.wave.attenuation = 0.1;
+            layout.request.baffle = baffle;
+            FieldFile::create(path, layout);
+            expectSame(FieldFile(path, Access::read).layout(), layout);
+        }
+}
+
+TEST_F(FieldFiles, KeepsAnOutline) {
+    const std::vector<pistonfield::Outline> outlines{
+        pistonfield::discOutline(0.3), pistonfield::ringOutline(0.1, 1.0 / 3),
+        pistonfield::sectorOutline(0.1, 0.2, -0.7, 2.1),
+        pistonfield::polygonOutline({{0, 0}, {0.1, 0.2}, {0.3, -1.0 / 3}}),
+        pistonfield::polygonOutline({{-1, -1}, {1, -1}, {0, 1}}, {{{-.1, 0}, {.1, 0}, {0, .1}}})};
+    std::set<run::Digest::Value> identities;
+    for (const pistonfield::Outline& outline : outlines) {
+        const Layout layout = shapedLayout(outline);
+        FieldFile::create(path, layout);
+        expectSame(FieldFile(path, Access::read).layout(), layout);
+        identities.insert(run::metadata::identityOf(layout));
+    }
+    EXPECT_EQ(identities.size(), outlines.size());
+}
+
+TEST_F(FieldFiles, KeepsNoElementsWithOutlines) {
+    Layout layout = shapedLayout(pistonfield::discOutline(0.3));
+    layout.request.array->weights[0] = 2;
+    EXPECT_EQ(refused([&] { FieldFile::create(path, layout); }),
+              "elements with outlines have no place in a file");
+}
+
+TEST_F(FieldFiles, HasAnIdentityForEachMediumAndBaffle) {
+    std::vector<Layout> layouts(5, lossyLayout());
+    layouts[0] = tolerantLayout();
+    layouts[1].request.wave.attenuation += 1e-16;
+    layouts[2].request.wave.attenuation = 0;
+    layouts[3].request.baffle = pistonfield::Baffle::free;
+    std::set<run::Digest::Value> identities;
+    for (const Layout& layout : layouts) identities.insert(run::metadata::identityOf(layout));
+    EXPECT_EQ(identities.size(), layouts.size());
+}
+
 /// To programs that know no tolerance, too, which take no other format than 2.
 TEST_F(FieldFiles, HasAFormatOfItsOwnWithATolerance) {
     const auto numberIn = [&](const char* name) {
@@ -117,6 +179,10 @@ TEST_F(FieldFiles, HasAFormatOfItsOwnWithATolerance) {
     FieldFile::create(path, tolerantLayout());
     EXPECT_EQ(numberIn("format"), 3);
     EXPECT_EQ(numberIn("order"), 0);
+    FieldFile::create(path, arrayLayout());
+    EXPECT_EQ(numberIn("format"), 4);
+    FieldFile::create(path, lossyLayout());
+    EXPECT_EQ(numberIn("format"), 5);
 }
 
 TEST_F(FieldFiles, HasAnIdentityForEachTolerance) {
@@ -422,6 +488,7 @@ void expectSame(const Provenance& a, const Provenance& b) {
     EXPECT_EQ(a.peakMemory, b.peakMemory);
     EXPECT_EQ(a.complete, b.complete);
     EXPECT_EQ(a.undefined, b.undefined);
+    EXPECT_EQ(a.engine, b.engine);
     ASSERT_EQ(a.accuracy.has_value(), b.accuracy.has_value());
     if (!a.accuracy) return;
     EXPECT_EQ(a.accuracy->bound, b.accuracy->bound);
@@ -467,6 +534,19 @@ TEST_F(FieldFiles, KeepsTheAccuracyThatWasMeasuredOfATolerance) {
     }
 }
 
+TEST_F(FieldFiles, KeepsTheEngineOfAnArray) {
+    FieldFile::create(path, arrayLayout());
+    expectSame(FieldFile(path, Access::read).provenance(), {});
+    Provenance provenance = accountOf('a', 2);
+    for (const char* engine : {"sum", "convolution", ""}) {
+        provenance.engine = engine;
+        FieldFile file(path, Access::write);
+        file.setProvenance(provenance);
+        file.close();
+        expectSame(FieldFile(path, Access::read).provenance(), provenance);
+    }
+}
+
 /// The only page that is written when a run ends, but for texts, which lie apart.
 constexpr std::size_t firstPage = 8192;
 constexpr std::size_t pageBytes = 4096;
@@ -501,11 +581,13 @@ TEST_F(FieldFiles, HaveTheirHeaderInThePageHoweverOftenTheirAccountIsWritten) {
     Layout withTable = smallLayout("cuda");
     withTable.request.rule.order = 3;
     withTable.request.rule.table = {-1, 2, 0, 4, 1, 2};
-    for (const Layout& layout : {withTable, tolerantLayout({}, true)}) {
+    for (const Layout& layout : {withTable, tolerantLayout({}, true), arrayLayout()}) {
         FieldFile::create(path, layout);
         for (int i = 0; i < 100; ++i) {
             FieldFile file(path, Access::write);
-            file.setProvenance(accountOf(static_cast<char>('a' + i % 26), i));
+            Provenance account = accountOf(static_cast<char>('a' + i % 26), i);
+            account.engine = i % 2 == 0 ? "convolution" : "sum";
+            file.setProvenance(account);
             file.close();
             haddr_t address = 0;
             const H5O_hdr_info_t info = header(path, address);

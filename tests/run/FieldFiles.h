@@ -6,9 +6,11 @@
 
 #include <complex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "run/file/FieldFile.h"
+#include "run/shapedPiston.h"
 #include "tests/field/smallRequest.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -25,6 +27,33 @@ inline run::Layout tolerantLayout(const pistonfield::Tolerance& tolerance = {}, 
     layout.request.rule = {};
     layout.request.tolerance = tolerance;
     layout.request.behind = behind;
+    return layout;
+}
+
+/// A layout of a request for an array of two elements, one of them tilted.
+inline run::Layout arrayLayout() {
+    run::Layout layout = tolerantLayout();
+    layout.request.piston = {};
+    const pistonfield::Element flat{{.width = 0.1, .height = 1.0 / 3}, {{-0.2, 0, -1}}};
+    const pistonfield::Element tilted{{.width = 0.2, .height = 0.3},
+                                      {{0.3, 0.1, -1}, {0.8, 0, 0.6}, {0, 1, 0}}};
+    layout.request.array = pistonfield::Array{{flat, tilted}, {{1, 0}, {0.1, -1.0 / 3}}};
+    return layout;
+}
+
+/// A layout of a request with losses in a soft baffle.
+inline run::Layout lossyLayout() {
+    run::Layout layout = tolerantLayout();
+    layout.request.wave.attenuation = 1.0 / 3;
+    layout.request.baffle = pistonfield::Baffle::soft;
+    return layout;
+}
+
+/// A layout of a request for a piston of another shape.
+inline run::Layout shapedLayout(pistonfield::Outline outline) {
+    run::Layout layout = tolerantLayout();
+    layout.request.piston = {};
+    layout.request.array = run::shapedPiston(std::move(outline));
     return layout;
 }
 

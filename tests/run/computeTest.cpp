@@ -179,6 +179,22 @@ TEST_F(Commands, ComputeKeepsWhatWasMeasuredOfATolerance) {
     EXPECT_EQ(valuesIn<double>(path), values);
 }
 
+TEST_F(Commands, ComputeHasTheBitsOfThePlanWithLossesInAnyBaffle) {
+    command.request.rule = {};
+    command.request.tolerance = pistonfield::Tolerance{1e-5};
+    command.request.wave.attenuation = 0.25;
+    command.given.emplace("tolerance", "--tolerance");
+    for (const pistonfield::Baffle baffle :
+         {pistonfield::Baffle::rigid, pistonfield::Baffle::soft, pistonfield::Baffle::free}) {
+        command.request.baffle = baffle;
+        EXPECT_THAT(compute(command), HasSubstr(" is complete, 140 points\n"));
+        Values values(140);
+        pistonfield::Plan(command.request).compute(command.request.lattice.box(), values.data());
+        EXPECT_EQ(valuesIn<double>(path), values);
+        std::filesystem::remove(path);
+    }
+}
+
 TEST_F(Commands, ComputeNamesTheOptionOfWhatThePlanRefuses) {
     command.request.rule = {};
     command.request.tolerance = pistonfield::Tolerance{1e-4};

@@ -50,11 +50,13 @@ class ForeignFilesTest(ProgramTest):
             self.assert_refused_untouched(name, "is not a file of pistonfield-run")
 
     def test_of_another_format(self):
-        # A field with a tolerance would have the format 3, and more to say.
+        # Fields with a tolerance, of arrays and with losses would have these, and more to say.
         for number, complaint in [
             (1, "has the format 1, and this version"),
             (3, "field.h5 is damaged: the attribute 'tolerance': "),
-            (4, "has the format 4, and this version"),
+            (4, "field.h5 is damaged: the attribute 'tolerance': "),
+            (5, "field.h5 is damaged: the attribute 'tolerance': "),
+            (6, "has the format 6, and this version"),
         ]:
             self.run_program(*options(), "--no-magnitude", "field.h5")
             with h5py.File(self.at("field.h5"), "r+") as file:

@@ -40,6 +40,76 @@ TEST(Notes, TellPointsBehindThePiston) {
     EXPECT_THAT(notesOn(layout), IsEmpty());
 }
 
+TEST(Notes, TellPointsBehindAnElementWhereThoseAreAskedFor) {
+    run::Layout layout = usual();
+    layout.request.piston = {};
+    layout.request.tolerance.emplace();
+    const pistonfield::Element flat{{.width = 7.5e-3, .height = 5e-3}, {}};
+    pistonfield::Element tilted = flat;
+    tilted.pose = {{-10e-3, 0, 0}, {0.8, 0, -0.6}, {0, 1, 0}};
+    layout.request.array = pistonfield::Array{{flat, tilted}, {1, 1}};
+    layout.request.behind = true;
+    EXPECT_THAT(notesOn(layout), IsEmpty());
+    layout.request.array->elements[1].pose.centre = {10e-3, 0, 0};
+    EXPECT_THAT(notesOn(layout), ElementsAre("some points lie behind elements, where values are "
+                                             "those of the points before it"));
+    layout.request.behind = false;
+    EXPECT_THAT(notesOn(layout), IsEmpty());
+}
+
+TEST(Notes, TellElementsThatOverlap) {
+    run::Layout layout = usual();
+    layout.request.piston = {};
+    layout.request.tolerance.emplace();
+    const pistonfield::Element element{{.width = 7.5e-3, .height = 5e-3}, {}};
+    pistonfield::Element other = element;
+    other.pose.centre = {7.5e-3, 0, 0};
+    layout.request.array = pistonfield::Array{{element, other}, {1, 1}};
+    EXPECT_THAT(notesOn(layout), IsEmpty());
+    layout.request.array->elements[1].pose.centre[0] = 7.4e-3;
+    EXPECT_THAT(notesOn(layout), ElementsAre("1 pair of elements overlaps: 1 and 2"));
+    layout.request.array = pistonfield::Array{std::vector(50, element), {}};
+    EXPECT_THAT(notesOn(layout),
+                ElementsAre("at least 1000 pairs of elements overlap, as 1 and 2"));
+}
+
+TEST(Notes, TellThatSlabsCutWhatIsComputedAsOne) {
+    run::Layout layout = usual();
+    layout.slabSizes = {10, 20, 2};
+    EXPECT_THAT(notesOnCuts(layout, {1, 1, 1}), IsEmpty());
+    EXPECT_THAT(notesOnCuts(layout, {10, 20, 1}), IsEmpty());
+    EXPECT_THAT(notesOnCuts(layout, {10, 64, 2}), IsEmpty());
+    layout.slabSizes = {10, 8, 2};
+    EXPECT_THAT(notesOnCuts(layout, {10, 64, 1}),
+                ElementsAre("slabs cut boxes of 10 x 20 x 1 points that share their work, which is "
+                            "done up to 2.5 times: with more points, --slab, it takes less time "
+                            "and more memory"));
+}
+
+TEST(Notes, TellThatPartsDo) {
+    run::Layout layout = usual();
+    layout.box.size = {10, 20, 3};
+    layout.slabSizes = {10, 20, 3};
+    EXPECT_THAT(notesOnCuts(layout, {10, 20, 1}), IsEmpty());
+    EXPECT_THAT(notesOnCuts(layout, {10, 1, 30}),
+                ElementsAre("parts cut boxes of 10 x 1 x 30 points that share their work, which is "
+                            "done up to 10 times: one run of many processes takes less"));
+}
+
+TEST(Notes, TellOfTheLargestElement) {
+    run::Layout layout = usual();
+    layout.request.tolerance.emplace();
+    const pistonfield::Element small{{.width = 1e-7, .height = 2e-7}, {}};
+    pistonfield::Element larger = small;
+    larger.piston.height = 5e-7;
+    larger.pose.centre = {1e-6, 0, 0};
+    pistonfield::Element last = small;
+    last.pose.centre = {2e-6, 0, 0};
+    layout.request.array = pistonfield::Array{{small, larger, last}, {1, 1, 1}};
+    EXPECT_THAT(notesOn(layout),
+                ElementsAre(StartsWith("the largest element measures 0.000333333 wavelengths")));
+}
+
 /// The height of the lowest point, in numbers that nothing rounds.
 TEST(Notes, TellPointsBehindThePistonWhereverTheyAre) {
     const auto noted = [](const std::array<double, 4>& height, double divisor,

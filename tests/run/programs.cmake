@@ -9,7 +9,7 @@ function(pistonfield_has_h5py result interpreter)
     set(${result} FALSE PARENT_SCOPE)
   endif()
 endfunction()
-find_program(PISTONFIELD_PYTHON python3 VALIDATOR pistonfield_has_h5py REQUIRED
+find_program(PISTONFIELD_PYTHON_WITH_H5PY python3 VALIDATOR pistonfield_has_h5py REQUIRED
   DOC "A Python 3 that has h5py")
 
 # Preloaded, it makes writes fail, or ends the process in place of one.
@@ -51,12 +51,12 @@ endif()
 # A script that is a test; what follows its name are its arguments.
 function(pistonfield_program_test name script)
   add_test(NAME run.${name}
-    COMMAND ${PISTONFIELD_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/${script}.py ${ARGN})
+    COMMAND ${PISTONFIELD_PYTHON_WITH_H5PY} ${CMAKE_CURRENT_SOURCE_DIR}/${script}.py ${ARGN})
   set_tests_properties(run.${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "${environment}")
 endfunction()
 
 foreach(script values starting processes parts outputs no_room damage interruptions options si_units
-    tolerance)
+    tolerance losses shapes array_fields beam)
   pistonfield_program_test(${script} ${script})
 endforeach()
 # One of its parts needs root.
@@ -67,6 +67,6 @@ pistonfield_program_test(decimals decimals 100000)
 # The argument is the number of fields that are computed in spite of kills.
 pistonfield_program_test(kills.quick kills 8)
 add_test(NAME run.kills.full
-  COMMAND ${PISTONFIELD_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/kills.py 50 CONFIGURATIONS soak)
+  COMMAND ${PISTONFIELD_PYTHON_WITH_H5PY} ${CMAKE_CURRENT_SOURCE_DIR}/kills.py 50 CONFIGURATIONS soak)
 set_tests_properties(run.kills.full PROPERTIES
   LABELS soak TIMEOUT 1200 ENVIRONMENT "${environment}")

@@ -70,6 +70,17 @@ def slab_boxes(file):
     ]
 
 
+def blocks_of(page):
+    """The indented blocks of a page, without what indents them."""
+    blocks = [[]]
+    for line in page.read_text().splitlines():
+        if line.startswith("    ") or not line:
+            blocks[-1].append(line[4:])
+        else:
+            blocks.append([])
+    return ["\n".join(block) for block in blocks]
+
+
 class ProgramTest(unittest.TestCase):
     """A test with a folder of its own, in which the program runs."""
 

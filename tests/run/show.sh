@@ -50,6 +50,9 @@ grep --quiet '^device = "gpu"$' request.toml
 same_again --tolerance 1e-3 --precision single --behind
 grep --quiet '^precision = "single"$' request.toml
 grep --quiet '^behind = true$' request.toml
+same_again --tolerance 1e-4 --attenuation 0.7 --baffle free
+grep --quiet '^attenuation = 0.69999999999999996$' request.toml
+grep --quiet '^baffle = "free"$' request.toml
 
 # Of a part it is the request of the whole field.
 "$program" "${request[@]}" --part 2/2 cut.h5

@@ -8,7 +8,7 @@ from pathlib import Path
 
 import h5py
 import numpy
-from programs import TILTED, ProgramTest, arrays, options
+from programs import TILTED, ProgramTest, arrays, blocks_of, options
 
 PAGE = Path(__file__).parents[2] / "docs" / "run.md"
 REQUEST = ("transform", "sizes", "l", "s", "k", "mode", "order")
@@ -37,17 +37,6 @@ def listed(matrix):
 def attributes(path):
     with h5py.File(path, "r") as file:
         return {name: file.attrs[name] for name in REQUEST}
-
-
-def blocks_of(page):
-    """The indented blocks of a page, without what indents them."""
-    blocks = [[]]
-    for line in page.read_text().splitlines():
-        if line.startswith("    ") or not line:
-            blocks[-1].append(line[4:])
-        else:
-            blocks.append([])
-    return ["\n".join(block) for block in blocks]
 
 
 class SiTest(ProgramTest):

@@ -123,6 +123,58 @@ TEST(SlabSizes, OfFewPointsAreTheWholeBox) {
     EXPECT_EQ(slabSizes({1, 1, 1}, 1), (Sizes{1, 1, 1}));
 }
 
+// --- tiles
+
+TEST(SlabSizes, AreOfWholeTiles) {
+    // Planes across z, of which 6 fit, and 5 are as even as they can be.
+    EXPECT_EQ(slabSizes({40, 50, 9}, 13000, {40, 50, 1}), (Sizes{40, 50, 5}));
+    // Planes across x.
+    EXPECT_EQ(slabSizes({9, 50, 40}, 13000, {1, 50, 40}), (Sizes{5, 50, 40}));
+    // Some lines of a plane, the last tile being smaller.
+    EXPECT_EQ(slabSizes({100, 1, 300}, 20000, {100, 1, 64}), (Sizes{100, 1, 192}));
+    EXPECT_EQ(slabSizes({100, 1, 40}, 20000, {100, 1, 64}), (Sizes{100, 1, 40}));
+    // In a part that is smaller than a tile that is all there is.
+    EXPECT_EQ(slabSizes({40, 20, 3}, 2400, {40, 50, 1}), (Sizes{40, 20, 3}));
+}
+
+TEST(SlabSizes, CutTilesOfMorePoints) {
+    EXPECT_EQ(slabSizes({40, 50, 9}, 2000, {40, 50, 1}), (Sizes{40, 50, 1}));
+    EXPECT_EQ(slabSizes({40, 50, 9}, 1999, {40, 50, 1}), slabSizes({40, 50, 9}, 1999));
+}
+
+TEST(SlabSizes, OfTilesAreNeverMoreThanTheirPointsNorTheBox) {
+    Random random(3);
+    const auto drawn = [&](double most) {
+        Sizes sizes{};
+        for (auto& size : sizes) size = static_cast<std::int64_t>(random.magnitude(0, most));
+        return sizes;
+    };
+    for (int i = 0; i < 10000; ++i) {
+        const Sizes sizes = drawn(4);
+        const Sizes tile = drawn(3);
+        const auto points = static_cast<std::int64_t>(random.magnitude(0, 8));
+        const Sizes slab = slabSizes(sizes, points, tile);
+        ASSERT_LE(slab[0] * slab[1] * slab[2], points);
+        std::int64_t pointsOfTile = 1;
+        for (std::size_t axis = 0; axis < 3; ++axis)
+            pointsOfTile *= std::min(sizes[axis], tile[axis]);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            ASSERT_GE(slab[axis], 1);
+            ASSERT_LE(slab[axis], sizes[axis]);
+            const bool isCut = pointsOfTile <= points && slab[axis] < sizes[axis];
+            ASSERT_EQ(isCut ? slab[axis] % tile[axis] : 0, 0);
+        }
+    }
+}
+
+TEST(Tiles, AreCountedFromTheLatticesFirstPoint) {
+    const Sizes tile{4, 1, 10};
+    EXPECT_EQ(run::tilesIn({{0, 0, 0}, {4, 1, 10}}, tile), 1);
+    EXPECT_EQ(run::tilesIn({{3, 7, 9}, {1, 1, 1}}, tile), 1);
+    EXPECT_EQ(run::tilesIn({{3, 7, 9}, {2, 1, 2}}, tile), 4);
+    EXPECT_EQ(run::tilesIn({{4, 0, 0}, {9, 5, 21}}, tile), 3 * 5 * 3);
+}
+
 // --- parts
 
 std::vector<LatticeBox> parts(std::int64_t of, const Sizes& sizes) {

@@ -6,7 +6,7 @@
 function [output, folder] = run_example(name)
   project = fileparts(fileparts(fileparts(fileparts(mfilename('fullpath')))));
   folder = fullfile(project, 'build', 'demo');
-  picture = fullfile(folder, [regexprep(name, '^example\d_', ''), '.png']);
+  picture = fullfile(folder, [regexprep(name, '^example\d+_', ''), '.png']);
   if exist(picture, 'file')
     unlink(picture);
   end

@@ -15,6 +15,29 @@
 #include <FastNearfield/RectangularPiston2.h>
 #include <FastNearfield/RectangularPistonCuda.h>
 #include <FastNearfield/Transducer.h>
+#include <arrays/AnnularArray.h>
+#include <arrays/ApodisedPiston.h>
+#include <arrays/ArrayReport.h>
+#include <arrays/BowlArray.h>
+#include <arrays/ConvexArray.h>
+#include <arrays/Foci.h>
+#include <arrays/HoneycombArray.h>
+#include <arrays/RadiatedPower.h>
+#include <arrays/Window.h>
+#include <arrays/arrayTable.h>
+#include <arrays/curvedPistons.h>
+#include <arrays/elementPressures.h>
+#include <arrays/pistonShapes.h>
+#include <arrays/planarArrays.h>
+#include <arrays/quantised.h>
+#include <arrays/steering.h>
+#include <beam/Beam.h>
+#include <beam/BeamField.h>
+#include <beam/BeamReport.h>
+#include <beam/GridField.h>
+#include <beam/Hydrophone.h>
+#include <beam/Samples.h>
+#include <beam/SourceField.h>
 #include <core/Constants.h>
 #include <core/ErrorHandler.h>
 #include <core/Grid.h>
@@ -27,10 +50,16 @@
 #include <core/cudahelper.h>
 #include <core/limits.h>
 #include <cuda_runtime/runtime.h>
+#include <field/Array.h>
+#include <field/Medium.h>
 #include <field/Plan.h>
 #include <field/Request.h>
+#include <method/Outline.h>
 #include <parallel/threads.h>
 #include <pistonfield.h>
+#include <signals/PulsePlan.h>
+#include <signals/Signal.h>
+#include <signals/SpectralField.h>
 
 #include <array>
 #include <cmath>
@@ -99,6 +128,20 @@ bool refuses() {
     return false;
 }
 
+/// The pressure of an array of one element, whose power goes both ways.
+std::complex<double> ofAnArray() {
+    const auto elements =
+        elementsOf(pistonfield::LineArray{.elements = 1, .width = s, .height = l});
+    const auto p =
+        pistonfield::elementPressures(elements, {.wavenumber = k}, {{0}, {0}, {z}}, 1e-8);
+    const auto power = [&](pistonfield::PowerBy way) {
+        return pistonfield::radiatedPower(elements, {1.0}, {.wavenumber = k}, way).value;
+    };
+    const double change =
+        power(pistonfield::PowerBy::faces) / power(pistonfield::PowerBy::farField) - 1;
+    return p.front() + change;
+}
+
 bool agrees(const char* where, std::complex<double> p) {
     const double difference = std::abs(p - surfaceSum());
     std::printf("%s: |p| = %.6f, off by %.1e\n", where, std::abs(p), difference);
@@ -111,6 +154,7 @@ int main() {
     pistonfield::useThreads(2);
     const bool cpu = agrees("cpu", onCpu());
     const bool plan = agrees("plan", planned());
+    const bool array = agrees("array", ofAnArray());
     const bool device = agrees("device", onDevice());
-    return cpu && device && plan && refuses() && pistonfield_interface() > 0 ? 0 : 1;
+    return cpu && array && device && plan && refuses() && pistonfield_interface() > 0 ? 0 : 1;
 }

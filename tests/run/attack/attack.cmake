@@ -14,7 +14,7 @@ function(pistonfield_attack part processes)
       set(properties TIMEOUT 28800 LABELS soak)
     endif()
     add_test(NAME run.attack.${part}.${share}
-      COMMAND ${PISTONFIELD_PYTHON} ${CMAKE_CURRENT_SOURCE_DIR}/attack/${part}.py ${share}
+      COMMAND ${PISTONFIELD_PYTHON_WITH_H5PY} ${CMAKE_CURRENT_SOURCE_DIR}/attack/${part}.py ${share}
       ${configurations})
     set_tests_properties(run.attack.${part}.${share} PROPERTIES
       PROCESSORS ${processes} ENVIRONMENT "${environment};PYTHONPATH=${CMAKE_CURRENT_SOURCE_DIR}"

@@ -1,7 +1,7 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
 """Every byte that is no value of the field is flipped once: in a plain, a compressed, a joined, an
-unfinished file and one with a table. verify and h5py judge every flip, all commands a sample of them. The
+unfinished file, one with a table and one of an array. verify and h5py judge every flip, all commands a sample of them. The
 quick share flips some of the bytes."""
 
 import os
@@ -91,6 +91,17 @@ class MetadataTest(Attack):
         )
         self.at("rule.txt").write_bytes(rule.stdout)
         self.run_program(*options(table="rule.txt", **REQUEST), "--slab", SLAB, self.field)
+        self.attack()
+
+    def test_of_an_array(self):
+        request = ["[array]", 'kind = "line"', "elements = 3", "pitch = 1e-3"]
+        request += ["width = 0.8e-3", "height = 5e-3", "focus = [1e-3, 0, 20e-3]"]
+        self.at("request.toml").write_text("\n".join(request))
+        lattice = options(tolerance=1e-6, **REQUEST)
+        for name in ("-l", "-s"):
+            at = lattice.index(name)
+            del lattice[at : at + 2]
+        self.run_program("--request", "request.toml", *lattice, "--slab", SLAB, self.field)
         self.attack()
 
     def test_unfinished(self):
