@@ -24,6 +24,7 @@
 #include "bench/Fields.h"
 #include "bench/Limit.h"
 #include "bench/Reference.h"
+#include "bench/limitSets.h"
 #include "core/cudahelper.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
@@ -260,25 +261,6 @@ void addSetUps() {
         RectangularPistonCuda2 evaluator(piston.l, piston.s, piston.k);
         benchmark::DoNotOptimize(evaluator.doubleRule.abscissas);
     });
-}
-
-/// The loops of an instruction set, if the processor has it.
-struct LimitSet {
-    const char* name;
-    bool runnable;
-    LimitLoops loops;
-};
-
-/// From best to least.
-std::array<LimitSet, 3> limitSets() {
-    const bool v3 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma") &&
-                    __builtin_cpu_supports("bmi2");
-    const bool v4 = v3 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                    __builtin_cpu_supports("avx512cd") && __builtin_cpu_supports("avx512dq") &&
-                    __builtin_cpu_supports("avx512vl");
-    return {LimitSet{"v4", v4, bench::v4::limitLoops()},
-            LimitSet{"v3", v3, bench::v3::limitLoops()},
-            LimitSet{"baseline", true, bench::baseline::limitLoops()}};
 }
 
 void timeLimit(benchmark::State& state, const LimitLoop& loop) {
