@@ -11,10 +11,10 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
 require_packages octave "${picture_packages[@]}"
 
-for example in examples/example[0-9]_*.m; do
+for example in examples/example[0-9]*_*.m; do
   say "running $example"
   octave-cli --no-history --no-init-file --no-window-system "$example"
-  name=${example#examples/example?_}
+  name=${example#*_}
   picture=build/demo/${name%.m}.png
   if [[ -e $picture ]]; then
     cp -- "$picture" docs/images/
