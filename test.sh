@@ -16,3 +16,6 @@ cmake --build --preset default
 
 say "running the tests"
 ctest --preset default --parallel "$(nproc)"
+
+say "testing the package for Python"
+python/check.sh

@@ -12,12 +12,13 @@ cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." || exit
 export LC_ALL=C.UTF-8
 
 # What the project's scripts and tests call is in these; tests/bare_machine.sh shows that none is missing.
-module_packages=(cmake ninja-build g++ octave octave-dev)
+module_packages=(cmake ninja-build g++ octave octave-dev libkissfft-dev)
 picture_packages=(gnuplot-nox ghostscript fonts-freefont-otf)
 test_packages=(git libgtest-dev libgmock-dev dpkg-dev file pkg-config)
 run_packages=(pkg-config libcli11-dev libopenmpi-dev openmpi-bin libhdf5-openmpi-dev libxxhash-dev
   libtomlplusplus-dev)
 reader_packages=(python3-h5py)
+python_packages=(cmake ninja-build g++ libkissfft-dev python3-venv unzip)
 host_packages=(iproute2 util-linux mount)
 slurm_packages=(slurm-wlm munge)
 memory_check_packages=(valgrind)
@@ -100,7 +101,7 @@ require_demo_packages() {
 
 require_test_packages() {
   require_packages "${module_packages[@]}" "${picture_packages[@]}" "${test_packages[@]}" \
-    "${run_packages[@]}" "${reader_packages[@]}" "${host_packages[@]}"
+    "${run_packages[@]}" "${reader_packages[@]}" "${python_packages[@]}" "${host_packages[@]}"
 }
 
 # Whether the tests' libraries are here; without them only the rest can be configured.
