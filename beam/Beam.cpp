@@ -119,8 +119,10 @@ class Arc {
         constexpr int halvings = 13;  // of steps that end before the first one behind
         double last = 0;
         double part = pi / 256;
-        for (int i = 0; i < halvings; ++i, part /= 2)
+        for (int i = 0; i < halvings; ++i) {
             while (last + part <= pi && source.isBefore(at(sign * (last + part)))) last += part;
+            part /= 2;
+        }
         return last;
     }
 

@@ -26,9 +26,10 @@ std::vector<double> weighted(const Samples& samples, const Region& region,
     const auto placeOf = [&](std::size_t number) {
         const auto& sizes = samples.lattice.sizes;
         const auto n = static_cast<std::int64_t>(number);
+        const std::int64_t line = n / sizes[0];
+        const std::int64_t plane = line / sizes[1];
         return region.placeOf({static_cast<double>(n % sizes[0]),
-                               static_cast<double>(n / sizes[0] % sizes[1]),
-                               static_cast<double>(n / sizes[0] / sizes[1])});
+                               static_cast<double>(line % sizes[1]), static_cast<double>(plane)});
     };
     // Factors are at most 1, so that most samples need none once large ones have theirs.
     std::vector<std::size_t> order;
@@ -162,9 +163,10 @@ BeamPeak findPeak(const BeamField& field, const Samples& samples, const PlaceFac
     keepBest(candidates, 8, 0.9);
     constexpr int halvings = 8;
     double width = 0.125;
-    for (int i = 0; i < halvings; ++i, width /= 2) {
+    for (int i = 0; i < halvings; ++i) {
         climb.step(candidates, width);
         keepBest(candidates, i < 2 ? 4 : 1, 0.99);
+        width /= 2;
     }
     const Candidate best = *std::max_element(candidates.begin(), candidates.end(), isLess);
     const Vector3 place = region.placeOf(best.at);

@@ -141,8 +141,9 @@ void narrowAll(const BeamField& field, std::vector<Side>& sides) {
 
 std::array<BeamReaches, 3> reachesAlong(const BeamField& field, const std::array<Line, 3>& lines,
                                         double value, const StepAt& stepAt) {
-    std::vector<double> levels;
-    for (const double level : beamLevels) levels.push_back(value * std::pow(10, level / 20));
+    std::vector<double> levels(beamLevels.size());
+    std::transform(beamLevels.begin(), beamLevels.end(), levels.begin(),
+                   [&](double level) { return value * std::pow(10, level / 20); });
     std::vector<Side> sides;
     for (const Line& line : lines)
         for (const double reach : {line.range.from, line.range.to})

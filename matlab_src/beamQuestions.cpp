@@ -115,6 +115,7 @@ host::Array* readingsOfHydrophone(Arguments arguments) {
     const std::vector<HydrophoneReading> readings =
         hydrophoneReadings(SourceField(request), hydrophone, points, request.wave);
     std::vector<double> row;
+    row.reserve(3 * readings.size());
     for (const HydrophoneReading& reading : readings) row.push_back(reading.pressure.real());
     for (const HydrophoneReading& reading : readings) row.push_back(reading.pressure.imag());
     for (const HydrophoneReading& reading : readings) row.push_back(reading.change);

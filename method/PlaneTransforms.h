@@ -6,9 +6,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <memory>
-#include <new>
 #include <optional>
+#include <vector>
 
 #include "method/Fft.h"
 
@@ -21,13 +20,11 @@ class BundleNumbers {
     BundleNumbers() = default;
 
     /// @throws std::bad_alloc
-    explicit BundleNumbers(std::size_t count) : chunks((count + perChunk - 1) / perChunk) {
-        if (chunks > 0) numbers = std::make_unique<Chunk[]>(chunks);
-    }
+    explicit BundleNumbers(std::size_t count) : chunks((count + perChunk - 1) / perChunk) {}
 
-    F* data() noexcept { return numbers[0].numbers; }
-    const F* data() const noexcept { return numbers[0].numbers; }
-    std::size_t bytes() const noexcept { return chunks * sizeof(Chunk); }
+    F* data() noexcept { return chunks[0].numbers; }
+    const F* data() const noexcept { return chunks[0].numbers; }
+    std::size_t bytes() const noexcept { return chunks.size() * sizeof(Chunk); }
 
   private:
     static constexpr std::size_t perChunk = Fft<F>::alignment / sizeof(F);
@@ -36,8 +33,7 @@ class BundleNumbers {
         F numbers[perChunk];
     };
 
-    std::size_t chunks = 0;
-    std::unique_ptr<Chunk[]> numbers;
+    std::vector<Chunk> chunks;
 };
 
 /// Complex numbers of a plane, in two arrays: those with the coordinates (i, j) at
