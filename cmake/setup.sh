@@ -114,15 +114,15 @@ tests_can_be_built() {
 
 build_fuzzer() {
   require_packages "${module_packages[@]}" "${fuzz_packages[@]}"
-  cmake --preset fuzz
-  cmake --build --preset fuzz
+  cmake --preset asan -D PISTONFIELD_TESTS="$(tests_can_be_built && echo ON || echo OFF)"
+  cmake --build --preset asan --target gateway_fuzzer
 }
 
 # fuzz CALLS SEED: calls the gateway with arguments that the fuzzer makes up from the seed.
 fuzz() {
-  local log=build-fuzz/fuzz-$2.log
-  build-fuzz/tests/fuzz/gateway_fuzzer -runs="$1" -seed="$2" -max_len=1024 -len_control=0 \
-    -artifact_prefix=build-fuzz/ 2>"$log" ||
-    { tail --lines=50 "$log"; die "the fuzzer has a finding, in build-fuzz/"; }
+  local log=build-asan/fuzz-$2.log
+  build-asan/tests/fuzz/gateway_fuzzer -runs="$1" -seed="$2" -max_len=1024 -len_control=0 \
+    -artifact_prefix=build-asan/ 2>"$log" ||
+    { tail --lines=50 "$log"; die "the fuzzer has a finding, in build-asan/"; }
   say "the fuzzer, seed $2: $(grep '^Done' "$log")"
 }
