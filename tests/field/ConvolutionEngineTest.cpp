@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "ArrayCase.h"
+#include "ContourCase.h"
+#include "FieldCase.h"
 #include "field/ArrayEngine.h"
 #include "field/ElementGrid.h"
 #include "method/Fft.h"
@@ -24,13 +26,23 @@ using Of = Tolerance::Of;
 
 namespace {
 
-/// A request's convolution engine, whether or not sums would take less time.
 template <class T>
+std::shared_ptr<const ArrayEngine<T>> sumOf(const std::shared_ptr<const ArrayTerms>& terms) {
+    return makeSumEngine<T>(terms);
+}
+
+template <class T>
+std::shared_ptr<const ArrayEngine<T>> sumOf(const std::shared_ptr<const ContourTerms>& terms) {
+    return makeContourSumEngine<T>(terms);
+}
+
+/// A request's convolution engine, whether or not sums would take less time.
+template <class T, class Terms = ArrayTerms>
 struct Convolution {
     explicit Convolution(const Request& asked)
         : request(asked),
-          terms(std::make_shared<const ArrayTerms>(request)),
-          sum(makeSumEngine<T>(terms)),
+          terms(std::make_shared<const Terms>(request)),
+          sum(sumOf<T>(terms)),
           engine(makeConvolutionEngine<T>(terms, sum)) {}
 
     std::vector<std::complex<T>> fill(const LatticeBox& box, unsigned threads = 1) const {
@@ -41,7 +53,7 @@ struct Convolution {
     }
 
     Request request;
-    std::shared_ptr<const ArrayTerms> terms;
+    std::shared_ptr<const Terms> terms;
     std::shared_ptr<const ArrayEngine<T>> sum;
     std::unique_ptr<const ArrayEngine<T>> engine;
 };
@@ -58,6 +70,20 @@ double worstIn(const Request& request, std::size_t points, Random& random) {
 double worstOf(const Request& request, std::size_t points, Random& random) {
     return request.inSingle() ? worstIn<float>(request, points, random)
                               : worstIn<double>(request, points, random);
+}
+
+/// The same of integrals along outlines.
+template <class T>
+double worstAlongOutlines(const ContourCase& drawn, std::size_t points, Random& random) {
+    const Convolution<T, ContourTerms> convolution(drawn.request);
+    if (!convolution.engine) return HUGE_VAL;
+    const auto values = convolution.fill(drawn.request.lattice.box());
+    return worstOf(drawn, {values.begin(), values.end()}, points, random);
+}
+
+double worstAlongOutlines(const ContourCase& drawn, std::size_t points, Random& random) {
+    return drawn.request.inSingle() ? worstAlongOutlines<float>(drawn, points, random)
+                                    : worstAlongOutlines<double>(drawn, points, random);
 }
 
 Request withTolerance(Request request, double value, Of of = Of::largest) {
@@ -344,6 +370,24 @@ TEST_F(ConvolutionEngineTest, KeepsTolerancesOfRandomRequests) {
     }
     RecordProperty("worst", std::to_string(worst));
     EXPECT_GE(convolved, cases / 2) << refused << " refused";
+}
+
+TEST_F(ConvolutionEngineTest, KeepsTolerancesOfRandomRequestsForAnyOutline) {
+    int convolved = 0;
+    double worst = 0;
+    constexpr int cases = 30;
+    for (int i = 0; i < cases; ++i) {
+        ContourCase drawn = drawContourGrid(random);
+        drawn.request = takenPlan(drawn.request).request();
+        const double ratio = worstAlongOutlines(drawn, 2, random);
+        if (std::isinf(ratio)) continue;
+        EXPECT_LE(ratio, 1) << describe(drawn.request);
+        worst = std::max(worst, ratio);
+        ++convolved;
+    }
+    RecordProperty("worst", std::to_string(worst));
+    RecordProperty("convolved", convolved);
+    EXPECT_GE(convolved, cases / 2);
 }
 
 TEST(ElementGridTest, BoundsWhatSpreadingAdds) {
