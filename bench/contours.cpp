@@ -150,6 +150,7 @@ void compare(const Asked& asked, double tolerance) {
 }  // namespace
 
 int main() {
+    std::setvbuf(stdout, nullptr, _IOLBF, 1 << 12);
     std::puts(
         "16 by 16 discs of 0.9 wavelengths, one wavelength apart, focused at 20 wavelengths, 0.5 "
         "dB/(cm MHz);\n128 by 128 by 30 points a quarter wavelength apart along x and y, z from 3 "
