@@ -23,10 +23,13 @@ Pose::Vector Pose::placeOf(const Vector& point) const noexcept {
     return {product(from, alongWidth), product(from, alongHeight), product(from, normal())};
 }
 
+bool Element::isShapedAs(const Element& other) const {
+    if (!outline || !other.outline) return outline == other.outline && piston == other.piston;
+    return outline == other.outline || *outline == *other.outline;
+}
+
 bool Element::operator==(const Element& other) const {
-    const bool sameOutline =
-        outline == other.outline || (outline && other.outline && *outline == *other.outline);
-    return piston == other.piston && pose == other.pose && sameOutline;
+    return piston == other.piston && pose == other.pose && isShapedAs(other);
 }
 
 }  // namespace pistonfield

@@ -47,6 +47,9 @@ struct Element {
     /// Instead of the piston, whose sides then mean nothing: any flat one. Equal ones share it.
     std::shared_ptr<const Outline> outline{};
 
+    /// Whether the other one has an equal outline, or where there is none an equal piston.
+    bool isShapedAs(const Element& other) const;
+
     bool operator==(const Element& other) const;
 };
 

@@ -12,15 +12,15 @@ namespace pistonfield {
 
 template <class T>
 std::vector<std::complex<double>> ArrayEngine<T>::valuesAt(const std::vector<Index>& points) const {
-    const std::size_t weightings = terms->array().weightings();
-    std::vector<std::complex<double>> values(points.size() * weightings);
+    const auto fields = static_cast<std::size_t>(terms->request().fields());
+    std::vector<std::complex<double>> values(points.size() * fields);
     inParallel(static_cast<std::int64_t>(points.size()), 1, threadCount(),
                [&](std::int64_t first, std::int64_t last) {
-                   std::vector<std::complex<T>> ofPoint(weightings);
+                   std::vector<std::complex<T>> ofPoint(fields);
                    for (auto i = static_cast<std::size_t>(first);
                         i < static_cast<std::size_t>(last); ++i) {
                        this->fill({points[i], {1, 1, 1}}, interleaved(ofPoint.data(), 1), 1);
-                       std::copy(ofPoint.begin(), ofPoint.end(), &values[i * weightings]);
+                       std::copy(ofPoint.begin(), ofPoint.end(), &values[i * fields]);
                    }
                });
     return values;
@@ -37,10 +37,7 @@ template <class T>
 std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request) {
     const auto terms = std::make_shared<const ArrayTerms>(request);
     if (isOnGpu(request.mode)) return makeDeviceSumEngine<T>(terms);
-    const std::shared_ptr<const ArrayEngine<T>> sum = makeSumEngine<T>(terms);
-    auto convolution = makeConvolutionEngine<T>(terms, sum);
-    if (convolution && convolution->secondsOfAPoint() < sum->secondsOfAPoint()) return convolution;
-    return sum;
+    return fastestOf<T>(terms, std::shared_ptr<const ArrayEngine<T>>(makeSumEngine<T>(terms)));
 }
 
 template class ArrayEngine<float>;

@@ -8,15 +8,16 @@
 #include <vector>
 
 #include "field/ArrayTerms.h"
+#include "field/ContourTerms.h"
 #include "field/Engine.h"
 
 namespace pistonfield {
 
-/// An engine of a request for an array, which says how exact it is.
+/// An engine of a request for elements that radiate together, which says how exact it is.
 template <class T>
 class ArrayEngine : public Engine<T> {
   public:
-    using Index = ArrayTerms::Index;
+    using Index = ElementTerms::Index;
 
     double evaluationsOfAPoint() const override {
         // Of a million elements this takes about a second.
@@ -30,21 +31,20 @@ class ArrayEngine : public Engine<T> {
     /// The evaluations of the integrand at some points, on average, of all elements together.
     virtual double meanEvaluations(const std::vector<Index>& points) const = 0;
 
-    /// About what a point of a box of all points takes on one core, in all weightings.
+    /// About what a point of a box of all points takes on one core, all of its fields.
     virtual double secondsOfAPoint() const {
         constexpr double secondsOfAnEvaluation = 1e-9;
         return evaluationsOfAPoint() * secondsOfAnEvaluation;
     }
 
   protected:
-    explicit ArrayEngine(std::shared_ptr<const ArrayTerms> terms) : terms(std::move(terms)) {}
+    explicit ArrayEngine(std::shared_ptr<const ElementTerms> terms) : terms(std::move(terms)) {}
 
-    /// The values of all weightings at some points, point by point.
+    /// The values of all fields at some points, point by point.
     virtual std::vector<std::complex<double>> valuesAt(const std::vector<Index>& points) const;
 
-    const std::shared_ptr<const ArrayTerms> terms;
-
   private:
+    const std::shared_ptr<const ElementTerms> terms;
     mutable std::once_flag isCounted;
     mutable double evaluations = 0;
 };
@@ -60,6 +60,12 @@ std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request);
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms);
 
+/// The engine that sums up integrals along the elements' outlines, or the one piston's.
+/// @throws std::bad_alloc
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeContourSumEngine(
+    std::shared_ptr<const ContourTerms> terms);
+
 /// The engine that sums them up on a device.
 /// @throws DeviceFailure, std::bad_alloc
 template <class T>
@@ -69,10 +75,24 @@ std::unique_ptr<const ArrayEngine<T>> makeDeviceSumEngine(std::shared_ptr<const 
 /// the request is for others, where it takes more than a second and far longer than sums, where
 /// rounding would take too much of the tolerance or it needs too much memory, and in builds without
 /// a library for Fourier transforms.
-/// @param sum sums up what is too near to elements that are on no grid
+/// @param sum sums up what is too near to elements that are on no grid, and what is so near that
+///     velocities grow beyond bounds
 /// @throws std::bad_alloc
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    std::shared_ptr<const ArrayTerms> terms, std::shared_ptr<const ArrayEngine<T>> sum);
+    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum);
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
+    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum);
+
+/// An engine that sums up, or where that takes less time the one that convolves.
+/// @throws std::bad_alloc
+template <class T, class Terms>
+std::shared_ptr<const ArrayEngine<T>> fastestOf(const std::shared_ptr<const Terms>& terms,
+                                                std::shared_ptr<const ArrayEngine<T>> sum) {
+    std::shared_ptr<const ArrayEngine<T>> convolution = makeConvolutionEngine<T>(terms, sum);
+    const bool isFaster = convolution && convolution->secondsOfAPoint() < sum->secondsOfAPoint();
+    return isFaster ? convolution : sum;
+}
 
 }  // namespace pistonfield

@@ -9,7 +9,6 @@
 
 #include "field/PatchSums.h"
 #include "field/errorLimits.h"
-#include "field/samplePoints.h"
 #include "parallel/threads.h"
 
 namespace pistonfield {
@@ -20,16 +19,14 @@ namespace {
 constexpr std::size_t mostPreviewed = 1 << 23;
 constexpr std::size_t mostMeasured = 1 << 19;
 
-std::string nameOfElement(std::size_t i) { return "element " + std::to_string(i + 1); }
-
-/// Some of many, evenly spread.
-std::vector<ArrayTerms::Index> thinned(const std::vector<ArrayTerms::Index>& all,
-                                       std::size_t most) {
-    const std::size_t every = (all.size() + most - 1) / most;
-    std::vector<ArrayTerms::Index> some;
-    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
-    return some;
+std::vector<Pose::Vector> centresOf(const Array& array) {
+    std::vector<Pose::Vector> centres;
+    centres.reserve(array.elements.size());
+    for (const Element& element : array.elements) centres.push_back(element.pose.centre);
+    return centres;
 }
+
+std::string nameOfElement(std::size_t i) { return "element " + std::to_string(i + 1); }
 
 /// Does a work with ranges of the points' numbers, in threads.
 template <class Work>
@@ -47,9 +44,10 @@ double distanceOf(const Pose::Vector& v) { return std::hypot(v[0], v[1], v[2]); 
 }  // namespace
 
 ArrayTerms::ArrayTerms(const Request& request)
-    : theRequest(request), thePositions(request), fields(request.array->elements, request.wave) {
+    : ElementTerms(request, request.array->elements.size(), {mostPreviewed, 8, mostMeasured, 2}),
+      fields(request.array->elements, request.wave) {
     requireSides();
-    reach = reachWithin();
+    reach = reachFrom(centresOf(array()));
     if (!request.behind) requireBefore();
     previews = previewsOf();
     const double rounding = roundingIn(request.inSingle());
@@ -59,35 +57,16 @@ ArrayTerms::ArrayTerms(const Request& request)
 }
 
 void ArrayTerms::requireSides() const {
-    const double wavelength = 2 * std::numbers::pi / theRequest.wave.wavenumber;
+    const double wavelength = 2 * std::numbers::pi / request().wave.wavenumber;
     for (std::size_t i = 0; i < fields.count(); ++i)
         for (const double side : {fields[i].piston.width, fields[i].piston.height})
             if (const std::string reason = whySideIsRefused(side / wavelength); !reason.empty())
                 throw InvalidRequest("elements", nameOfElement(i) + ": " + reason);
 }
 
-double ArrayTerms::reachWithin() const {
-    const auto bounds = thePositions.bounds();
-    double square = 0;
-    for (std::size_t axis = 0; axis < bounds.size(); ++axis) {
-        double farthest = 0;
-        for (const Element& element : array().elements)
-            for (const double bound : bounds[axis])
-                farthest = std::max(farthest, std::abs(bound - element.pose.centre[axis]));
-        square += farthest * farthest;
-    }
-    const double distance = theRequest.wave.wavenumber * std::sqrt(square);
-    requireReach(std::isfinite(distance) ? distance : HUGE_VAL, theRequest);
-    // The positions and the centres are rounded as well.
-    double centre = 0;
-    for (const Element& element : array().elements)
-        centre = std::max(centre, distanceOf(element.pose.centre));
-    return std::max(distance, thePositions.reach() + theRequest.wave.wavenumber * centre);
-}
-
 void ArrayTerms::requireBefore() const {
-    const auto bounds = thePositions.bounds();
-    const double rounding = 8 * 0x1p-53 * reach / theRequest.wave.wavenumber;
+    const auto bounds = positions().bounds();
+    const double rounding = 8 * 0x1p-53 * reach / request().wave.wavenumber;
     for (std::size_t i = 0; i < fields.count(); ++i) {
         const Pose& pose = fields[i].pose;
         const Pose::Vector normal = pose.normal();
@@ -96,8 +75,8 @@ void ArrayTerms::requireBefore() const {
             least += std::min((bounds[axis][0] - pose.centre[axis]) * normal[axis],
                               (bounds[axis][1] - pose.centre[axis]) * normal[axis]);
         if (least >= -rounding) continue;
-        if (const auto position = thePositions.firstBehind(pose, rounding))
-            refuseBehind(*position, nameOfElement(i), theRequest);
+        if (const auto position = positions().firstBehind(pose, rounding))
+            refuseBehind(*position, nameOfElement(i), request());
     }
 }
 
@@ -109,29 +88,17 @@ ErrorLimit ArrayTerms::limitOf(const Face& face, double part) const {
     return {part * share * least};
 }
 
-std::vector<ArrayTerms::Index> ArrayTerms::coarsePoints() const {
-    return thinned(samplePoints(theRequest.lattice.sizes, false),
-                   std::max<std::size_t>(8, mostPreviewed / fields.count()));
-}
-
-std::vector<ArrayTerms::Index> ArrayTerms::fewPoints() const { return thinned(coarsePoints(), 18); }
-
-std::vector<ArrayTerms::Index> ArrayTerms::finePoints() const {
-    return thinned(samplePoints(theRequest.lattice.sizes, true),
-                   std::max<std::size_t>(2, mostMeasured / fields.count()));
-}
-
 std::vector<std::complex<double>> ArrayTerms::previewAt(const std::vector<Index>& points,
                                                         double fraction) const {
     const std::size_t weightings = array().weightings();
     const auto limitOf = [fraction](const Face& face) { return localLimit(face, fraction); };
-    const PatchSums<double> sums(array(), theRequest.wave, limitOf, {1, 1});
+    const PatchSums<double> sums(array(), request().wave, limitOf, {1, 1});
     std::vector<std::complex<double>> values(points.size() * weightings);
     inThreads(points, [&](std::size_t first, std::size_t last) {
         PatchSums<double>::Work work(sums);
         for (std::size_t i = first; i < last; ++i) {
             LatticePatches::Piece piece{};
-            const auto position = thePositions.at(points[i]);
+            const auto position = positions().at(points[i]);
             std::copy(position.begin(), position.end(), piece.patch.middle);
             piece.patch.count[0] = piece.patch.count[1] = 1;
             piece.count = {1, 1};
@@ -150,7 +117,7 @@ std::vector<std::complex<double>> ArrayTerms::pressureAt(const std::vector<Index
     inThreads(points, [&](std::size_t first, std::size_t last) {
         GroupValues<double> group;
         for (std::size_t number = first; number < last; ++number) {
-            const auto position = thePositions.at(points[number]);
+            const auto position = positions().at(points[number]);
             for (std::size_t i = 0; i < fields.count();) {
                 const int some = fields.alike(i);
                 fields.computeAt(position, i, some, localLimit(fields.faceOf(i), fraction), group);
@@ -176,7 +143,7 @@ std::vector<ArrayTerms::Amplitudes> ArrayTerms::amplitudesAt(
     inThreads(points, [&](std::size_t first, std::size_t last) {
         std::vector<double> local(fields.count());
         for (std::size_t number = first; number < last; ++number) {
-            const auto position = thePositions.at(points[number]);
+            const auto position = positions().at(points[number]);
             for (std::size_t i = 0; i < local.size(); ++i)
                 local[i] =
                     localAmplitude(fields.faceOf(i), distanceOf(fields[i].pose.placeOf(position)));
@@ -197,7 +164,7 @@ double ArrayTerms::roundingIn(bool inSingle) const {
     double perElement = 0;
     for (const Face& face : fields.differentFaces())
         perElement = std::max(perElement, roundingOfIntegrals(face, inSingle));
-    const bool inTwo = inSingle && isOnGpu(theRequest.mode);
+    const bool inTwo = inSingle && isOnGpu(request().mode);
     perElement += (inTwo ? roundingOfPhaseInTwo : roundingOfPhase) * reach;
     if (isLocal()) return perElement;
     double most = 0;
@@ -235,7 +202,7 @@ Accuracy ArrayTerms::measure(const std::vector<std::complex<double>>& values) co
     const std::vector<Amplitudes> amplitudes =
         isLocal() ? amplitudesAt(points) : std::vector<Amplitudes>();
     const std::size_t weightings = previews.size();
-    Accuracy measured{theRequest.tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
+    Accuracy measured{request().tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
     for (std::size_t i = 0; i < finer.size(); ++i) {
         const double unit = isLocal() ? amplitudes[i].sum : previews[i % weightings].largest;
         const double error = std::abs(values[i] - finer[i]) / unit;

@@ -3,8 +3,10 @@
 #include "field/ContourEngine.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
+#include "field/ArrayEngine.h"
 #include "field/ContourTerms.h"
 #include "field/GroupRuns.h"
 #include "parallel/threads.h"
@@ -14,22 +16,25 @@ namespace pistonfield {
 
 namespace {
 
+/// About what an evaluation of the integrand takes on one core.
+constexpr double secondsOfAnEvaluation = 6e-9;
+
 template <class T>
-class ContourEngine : public Engine<T> {
+class ContourEngine : public ArrayEngine<T> {
   public:
     using Index = ContourTerms::Index;
 
-    explicit ContourEngine(const Request& request)
-        : terms(request), evaluations(meanEvaluations(terms.fewPoints())) {}
+    explicit ContourEngine(std::shared_ptr<const ContourTerms> asked)
+        : ArrayEngine<T>(asked), terms(std::move(asked)) {}
 
     std::string_view name() const noexcept override { return "contours"; }
 
     void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
-        const GroupRuns runs(box, terms.request().lattice.sizes);
+        const GroupRuns runs(box, terms->request().lattice.sizes);
         const unsigned most = threads == 0 ? threadCount() : std::min(threads, mostThreads);
         // Pieces of groups that are worth a thread's turn.
         const std::int64_t perTurn = std::clamp<std::int64_t>(
-            static_cast<std::int64_t>(2e4 / std::max(1.0, evaluations)), 1, 16);
+            static_cast<std::int64_t>(2e4 / std::max(1.0, this->evaluationsOfAPoint())), 1, 16);
         inParallel(runs.count(), perTurn, runs.count() > perTurn ? most : 1,
                    [&](std::int64_t first, std::int64_t last) {
                        Work work;
@@ -39,30 +44,33 @@ class ContourEngine : public Engine<T> {
 
     std::int64_t pieceToWatch(unsigned threads) const override {
         constexpr double piece = 0.05;
-        constexpr double secondsOfAnEvaluation = 6e-9;
-        const double points = piece / (secondsOfAnEvaluation * std::max(1.0, evaluations));
+        const double points = piece / secondsOfAPoint();
         const unsigned count = threads == 0 ? threadCount() : threads;
         return std::max<std::int64_t>(groupSize, static_cast<std::int64_t>(points)) *
                std::min(count, usableCores());
     }
 
-    double evaluationsOfAPoint() const override { return evaluations; }
-    std::int64_t largestPiece() const noexcept override { return std::int64_t{1} << 30; }
+    double meanEvaluations(const std::vector<Index>& points) const override {
+        ContourFields::Work work;
+        double sum = 0;
+        for (const Index& index : points) {
+            GroupPlaces places;
+            terms->positions().group(terms->numberOf(index) / groupSize, places);
+            for (std::size_t i = 0; i < terms->fields().count(); ++i)
+                sum += terms->fields().evaluationsOf(i, places, terms->limitOf(i), work);
+        }
+        return sum / static_cast<double>(points.size());
+    }
 
-    std::optional<Accuracy> accuracy() const override {
-        const std::vector<Index> points = terms.finePoints();
-        Accuracy measured = terms.measure(valuesAt(points));
-        measured.evaluations = evaluations;
-        return measured;
+    double secondsOfAPoint() const override {
+        return secondsOfAnEvaluation * std::max(1.0, this->evaluationsOfAPoint());
     }
 
     std::int64_t memoryOf(const LatticeBox& /*box*/) const noexcept override {
         constexpr std::int64_t ofNodes = 1 << 20;
-        const auto ofSums = static_cast<std::int64_t>(terms.weightings() * sizeof(Work::sums[0]));
+        const auto ofSums = static_cast<std::int64_t>(terms->weightings() * sizeof(Work::sums[0]));
         return usableCores() * (ofNodes + ofSums);
     }
-
-    std::int64_t deviceMemoryOf(const LatticeBox& /*box*/) const noexcept override { return 0; }
 
   private:
     struct Work {
@@ -71,21 +79,22 @@ class ContourEngine : public Engine<T> {
     };
 
     int sumUp(const GroupPlaces& places, Work& work) const {
-        const auto limitOf = [this](std::size_t element) { return terms.limitOf(element); };
-        return terms.sumUp(places, limitOf, work.sums, work.fields);
+        const auto limitOf = [this](std::size_t element) { return terms->limitOf(element); };
+        return terms->sumUp(places, limitOf, work.sums, work.fields);
     }
 
     void fill(const GroupRuns::Piece& piece, const Destination<T>& to, Work& work) const {
         if (piece.first == piece.last) return;
         GroupPlaces places;
-        terms.positions().group(piece.group, places);
+        terms->positions().group(piece.group, places);
         sumUp(places, work);
-        const std::int64_t components = terms.request().components();
+        const std::int64_t components = terms->request().components();
         for (std::size_t w = 0; w < work.sums.size(); ++w)
             for (std::int64_t i = piece.first; i < piece.last; ++i) {
                 std::complex<double> values[3];
                 const auto inGroup = static_cast<std::size_t>(i - piece.beginOfGroup());
-                ContourTerms::componentsOf(work.sums[w][inGroup], terms.request().quantity, values);
+                ContourTerms::componentsOf(work.sums[w][inGroup], terms->request().quantity,
+                                           values);
                 for (std::int64_t c = 0; c < components; ++c) {
                     const Destination<T> at =
                         to.field(static_cast<std::int64_t>(w) * components + c)
@@ -96,43 +105,29 @@ class ContourEngine : public Engine<T> {
             }
     }
 
-    /// The components of all weightings, point by point.
-    std::vector<std::complex<double>> valuesAt(const std::vector<Index>& points) const {
-        std::vector<std::complex<double>> values;
-        std::vector<std::complex<T>> ofPoint(static_cast<std::size_t>(terms.request().fields()));
-        for (const Index& index : points) {
-            fill({index, {1, 1, 1}}, interleaved(ofPoint.data(), 1), 1);
-            values.insert(values.end(), ofPoint.begin(), ofPoint.end());
-        }
-        return values;
-    }
-
-    double meanEvaluations(const std::vector<Index>& points) const {
-        ContourFields::Work work;
-        double sum = 0;
-        for (const Index& index : points) {
-            GroupPlaces places;
-            const std::array<std::int64_t, 3>& sizes = terms.request().lattice.sizes;
-            const std::int64_t number = (index[2] * sizes[1] + index[1]) * sizes[0] + index[0];
-            terms.positions().group(number / groupSize, places);
-            for (std::size_t i = 0; i < terms.fields().count(); ++i)
-                sum += terms.fields().evaluationsOf(i, places, terms.limitOf(i), work);
-        }
-        return sum / static_cast<double>(points.size());
-    }
-
-    ContourTerms terms;
-    double evaluations;
+    std::shared_ptr<const ContourTerms> terms;
 };
 
 }  // namespace
 
 template <class T>
-std::unique_ptr<const Engine<T>> makeContourEngine(const Request& request) {
-    return std::make_unique<const ContourEngine<T>>(request);
+std::unique_ptr<const ArrayEngine<T>> makeContourSumEngine(
+    std::shared_ptr<const ContourTerms> terms) {
+    return std::make_unique<const ContourEngine<T>>(std::move(terms));
 }
 
-template std::unique_ptr<const Engine<float>> makeContourEngine(const Request&);
-template std::unique_ptr<const Engine<double>> makeContourEngine(const Request&);
+template <class T>
+std::shared_ptr<const Engine<T>> makeContourEngine(const Request& request) {
+    const auto terms = std::make_shared<const ContourTerms>(request);
+    return fastestOf<T>(terms,
+                        std::shared_ptr<const ArrayEngine<T>>(makeContourSumEngine<T>(terms)));
+}
+
+template std::unique_ptr<const ArrayEngine<float>> makeContourSumEngine(
+    std::shared_ptr<const ContourTerms>);
+template std::unique_ptr<const ArrayEngine<double>> makeContourSumEngine(
+    std::shared_ptr<const ContourTerms>);
+template std::shared_ptr<const Engine<float>> makeContourEngine(const Request&);
+template std::shared_ptr<const Engine<double>> makeContourEngine(const Request&);
 
 }  // namespace pistonfield

@@ -8,11 +8,11 @@
 
 namespace pistonfield {
 
-/// The engine of pistons of any outline, in media with losses, for any baffle and quantity.
-/// Arithmetic is in double precision.
+/// The engine of pistons of any outline, in media with losses, for any baffle and quantity: of an
+/// array the one that takes the least time. Arithmetic is in double precision, but for transforms.
 /// @param request outlives it
 /// @throws what `ContourTerms` throws
 template <class T>
-std::unique_ptr<const Engine<T>> makeContourEngine(const Request& request);
+std::shared_ptr<const Engine<T>> makeContourEngine(const Request& request);
 
 }  // namespace pistonfield

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <numbers>
 #include <utility>
@@ -14,6 +15,38 @@ namespace {
 
 /// The distance of the centre below which the local amplitude does not grow.
 double nearestOf(const OutlineField& outline) { return std::sqrt(outline.area()) / 4; }
+
+/// Bounds of what a field is at most: integrals over the face of the magnitudes of
+/// exp(-jkR)/R, or of its derivatives of an order 1 or 2, in the units of p or v.
+struct Magnitudes {
+    double wavenumber;  ///< b of k = b - ja
+    double magnitude;   ///< |k|
+    double area;
+
+    /// At distances from all of the face: those of the face's nearest point.
+    double far(int order, double nearest) const noexcept {
+        if (nearest <= 0) return std::numeric_limits<double>::infinity();
+        const double perRadius = 1 / nearest;
+        const double ofFirst = magnitude + perRadius;
+        const double ofSecond = (magnitude * magnitude + 2 * ofFirst * perRadius) / wavenumber;
+        const double perLength = order == 0 ? wavenumber : order == 1 ? ofFirst : ofSecond;
+        return area / (2 * std::numbers::pi) * perLength * perRadius;
+    }
+
+    /// At a height over the plane: those of a disc of that area about the foot, which has the
+    /// largest integrals of what falls with the distance.
+    double near(int order, bool isVelocity, double height) const noexcept {
+        const double radius = std::sqrt(area / std::numbers::pi);
+        if (order == 0) return wavenumber * radius;
+        // Of the normal derivative alone 1/R^2 is times z/R: the solid angle.
+        if (!isVelocity) return 1 + magnitude * radius;
+        if (height <= 0) return std::numeric_limits<double>::infinity();
+        const double ratio = radius / height;
+        const double logarithm = std::log1p(ratio * ratio);
+        if (order == 1) return magnitude * radius + logarithm / 2;
+        return (magnitude * (magnitude * radius + logarithm) + 2 / height) / wavenumber;
+    }
+};
 
 }  // namespace
 
@@ -124,10 +157,16 @@ PlacesInFrame ContourFields::placed(std::size_t element, const GroupPlaces& plac
 int ContourFields::compute(std::size_t element, const GroupPlaces& places,
                            const DecayingLimit& limit, std::array<PointField, groupSize>& values,
                            Work& work) const {
+    return computeInFrame(element, placed(element, places), limit, values, work);
+}
+
+int ContourFields::computeInFrame(std::size_t element, const PlacesInFrame& places,
+                                  const DecayingLimit& limit,
+                                  std::array<PointField, groupSize>& values, Work& work) const {
     const Pose& pose = elements[element].pose;
     const Pose::Vector normal = pose.normal();
-    const int evaluations = outlineOf(element).compute(placed(element, places), derivatives, limit,
-                                                       work.potentials, work.outline);
+    const int evaluations =
+        outlineOf(element).compute(places, derivatives, limit, work.potentials, work.outline);
     for (std::size_t i = 0; i < groupSize; ++i) {
         values[i] = fieldAt(work.potentials, i, baffle, withVelocity, wave.wavenumber);
         const auto [x, y, z] = values[i].velocity;
@@ -140,8 +179,23 @@ int ContourFields::compute(std::size_t element, const GroupPlaces& places,
 
 int ContourFields::evaluationsOf(std::size_t element, const GroupPlaces& places,
                                  const DecayingLimit& limit, Work& work) const {
-    return outlineOf(element).evaluations(placed(element, places), derivatives, limit,
-                                          work.outline);
+    return evaluationsInFrame(element, placed(element, places), limit, work);
+}
+
+int ContourFields::evaluationsInFrame(std::size_t element, const PlacesInFrame& places,
+                                      const DecayingLimit& limit, Work& work) const {
+    return outlineOf(element).evaluations(places, derivatives, limit, work.outline);
+}
+
+double ContourFields::largestAt(std::size_t element, double distance,
+                                double height) const noexcept {
+    const OutlineField& outline = outlineOf(element);
+    const double nearest = std::max(height, distance - outline.circle().radius);
+    const Magnitudes magnitudes{wave.wavenumber, std::hypot(wave.wavenumber, wave.attenuation),
+                                outline.area()};
+    const int order = static_cast<int>(withVelocity) + static_cast<int>(baffle != Baffle::rigid);
+    return std::min(magnitudes.near(order, withVelocity, height), magnitudes.far(order, nearest)) *
+           std::exp(-wave.attenuation * nearest);
 }
 
 }  // namespace pistonfield

@@ -59,9 +59,19 @@ class ContourFields {
     int compute(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,
                 std::array<PointField, groupSize>& values, Work& work) const;
 
-    /// What `compute` returns.
+    /// The same at points in the element's frame.
+    int computeInFrame(std::size_t element, const PlacesInFrame& places, const DecayingLimit& limit,
+                       std::array<PointField, groupSize>& values, Work& work) const;
+
+    /// What `compute` returns, and what `computeInFrame` does.
     int evaluationsOf(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,
                       Work& work) const;
+    int evaluationsInFrame(std::size_t element, const PlacesInFrame& places,
+                           const DecayingLimit& limit, Work& work) const;
+
+    /// What |p| of an element that is driven by 1 is at most, and |v| where it is asked for, at
+    /// points no nearer to its plane than `height` and to its circle's centre than `distance`.
+    double largestAt(std::size_t element, double distance, double height) const noexcept;
 
   private:
     double excessOf(std::size_t element, double lead) const noexcept;

@@ -9,7 +9,6 @@
 #include <string>
 
 #include "field/errorLimits.h"
-#include "field/samplePoints.h"
 #include "parallel/threads.h"
 
 namespace pistonfield {
@@ -43,9 +42,11 @@ std::string nameOfElement(const Request& request, std::size_t i) {
 }  // namespace
 
 ContourTerms::ContourTerms(const Request& request)
-    : theRequest(request), thePositions(request), theFields(request) {
+    : ElementTerms(request, request.array ? request.array->elements.size() : 1,
+                   {mostPreviewed, 8, mostMeasured, 8}),
+      theFields(request) {
     requireSizes();
-    reach = reachWithin();
+    reach = reachFrom(centres());
     if (!request.behind) requireBefore();
     excess = excessWithin();
     previews = previewsOf();
@@ -62,8 +63,8 @@ ContourTerms::ContourTerms(const Request& request)
 
 std::complex<double> ContourTerms::weight(std::size_t weighting,
                                           std::size_t element) const noexcept {
-    if (!theRequest.array) return 1;
-    return theRequest.array->weights[weighting * theFields.count() + element];
+    if (!request().array) return 1;
+    return request().array->weights[weighting * theFields.count() + element];
 }
 
 void ContourTerms::add(const std::array<PointField, groupSize>& values, std::complex<double> weight,
@@ -76,18 +77,18 @@ void ContourTerms::add(const std::array<PointField, groupSize>& values, std::com
 }
 
 void ContourTerms::requireSizes() const {
-    const double wavelength = 2 * std::numbers::pi / theRequest.wave.wavenumber;
+    const double wavelength = 2 * std::numbers::pi / request().wave.wavenumber;
     const auto require = [&](double side, const char* field, const std::string& element) {
         if (const std::string reason = whySideIsRefused(side / wavelength); !reason.empty())
             throw InvalidRequest(field, element + reason);
     };
-    if (!theRequest.array) {
-        require(theRequest.piston.width, "width", "");
-        require(theRequest.piston.height, "height", "");
+    if (!request().array) {
+        require(request().piston.width, "width", "");
+        require(request().piston.height, "height", "");
         return;
     }
     for (std::size_t i = 0; i < theFields.count(); ++i) {
-        const std::string element = nameOfElement(theRequest, i) + ": ";
+        const std::string element = nameOfElement(request(), i) + ": ";
         if (theFields[i].outline) {
             require(2 * theFields.outlineOf(i).circle().radius, "elements", element);
         } else {
@@ -97,39 +98,26 @@ void ContourTerms::requireSizes() const {
     }
 }
 
-double ContourTerms::reachWithin() const {
-    const auto bounds = thePositions.bounds();
+std::vector<Pose::Vector> ContourTerms::centres() const {
     // Those of the elements' frames, and of the circles about their outlines.
-    std::vector<Pose::Vector> centres;
+    std::vector<Pose::Vector> all;
+    all.reserve(2 * theFields.count());
     for (std::size_t i = 0; i < theFields.count(); ++i) {
-        centres.push_back(theFields[i].pose.centre);
-        centres.push_back(theFields.centreOf(i));
+        all.push_back(theFields[i].pose.centre);
+        all.push_back(theFields.centreOf(i));
     }
-    double square = 0;
-    double centre = 0;
-    for (std::size_t axis = 0; axis < bounds.size(); ++axis) {
-        double farthest = 0;
-        for (const Pose::Vector& about : centres)
-            for (const double bound : bounds[axis])
-                farthest = std::max(farthest, std::abs(bound - about[axis]));
-        square += farthest * farthest;
-    }
-    for (const Pose::Vector& about : centres) centre = std::max(centre, distanceOf(about));
-    const double distance = theRequest.wave.wavenumber * std::sqrt(square);
-    requireReach(std::isfinite(distance) ? distance : HUGE_VAL, theRequest);
-    // The positions and the centres are rounded as well.
-    return std::max(distance, thePositions.reach() + theRequest.wave.wavenumber * centre);
+    return all;
 }
 
 void ContourTerms::requireBefore() const {
-    const double rounding = 8 * 0x1p-53 * reach / theRequest.wave.wavenumber;
+    const double rounding = 8 * 0x1p-53 * reach / request().wave.wavenumber;
     for (std::size_t i = 0; i < theFields.count(); ++i)
-        if (const auto position = thePositions.firstBehind(theFields[i].pose, rounding))
-            refuseBehind(*position, nameOfElement(theRequest, i), theRequest);
+        if (const auto position = positions().firstBehind(theFields[i].pose, rounding))
+            refuseBehind(*position, nameOfElement(request(), i), request());
 }
 
 double ContourTerms::unitOf(const Preview& preview) const noexcept {
-    switch (theRequest.quantity) {
+    switch (request().quantity) {
         case Quantity::pressure:
             return preview.pressure;
         case Quantity::velocity:
@@ -140,43 +128,17 @@ double ContourTerms::unitOf(const Preview& preview) const noexcept {
     return preview.pressure * preview.velocity;
 }
 
-DecayingLimit ContourTerms::limitOf(std::size_t element) const noexcept {
-    if (isLocal()) return theFields.localLimit(element, share);
+DecayingLimit ContourTerms::limitOf(std::size_t element, double part) const noexcept {
+    if (isLocal()) return theFields.localLimit(element, part * share);
     double least = std::numeric_limits<double>::infinity();
     for (const Preview& preview : previews) {
-        const bool needsPressure = theRequest.quantity != Quantity::velocity;
+        const bool needsPressure = request().quantity != Quantity::velocity;
         const double largest = !withVelocity() ? preview.pressure
                                : needsPressure ? std::min(preview.pressure, preview.velocity)
                                                : preview.velocity;
         least = std::min(least, largest / preview.weights);
     }
-    return {{share * least}, false};
-}
-
-std::vector<ContourTerms::Index> ContourTerms::thinned(std::vector<Index> all,
-                                                       std::size_t mostPairs) const {
-    const std::size_t most = std::max<std::size_t>(8, mostPairs / theFields.count());
-    const std::size_t every = (all.size() + most - 1) / most;
-    std::vector<Index> some;
-    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
-    return some;
-}
-
-std::vector<ContourTerms::Index> ContourTerms::coarsePoints() const {
-    return thinned(samplePoints(theRequest.lattice.sizes, false), mostPreviewed);
-}
-
-std::vector<ContourTerms::Index> ContourTerms::fewPoints() const {
-    const std::vector<Index> points = coarsePoints();
-    constexpr std::size_t most = 18;
-    const std::size_t every = (points.size() + most - 1) / most;
-    std::vector<Index> few;
-    for (std::size_t i = 0; i < points.size(); i += every) few.push_back(points[i]);
-    return few;
-}
-
-std::vector<ContourTerms::Index> ContourTerms::finePoints() const {
-    return thinned(samplePoints(theRequest.lattice.sizes, true), mostMeasured);
+    return {{part * share * least}, false};
 }
 
 std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points,
@@ -192,7 +154,7 @@ std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points,
                    GroupPlaces places;
                    for (auto i = static_cast<std::size_t>(first);
                         i < static_cast<std::size_t>(last); ++i) {
-                       const auto [x, y, z] = thePositions.at(points[i]);
+                       const auto [x, y, z] = positions().at(points[i]);
                        std::fill_n(places.x, groupSize, x);
                        std::fill_n(places.y, groupSize, y);
                        std::fill_n(places.z, groupSize, z);
@@ -222,15 +184,15 @@ void ContourTerms::componentsOf(const PointField& field, Quantity quantity,
 std::vector<std::complex<double>> ContourTerms::valuesAt(const std::vector<Index>& points,
                                                          double fraction) const {
     const std::vector<PointField> fields = fieldsAt(points, fraction);
-    const auto components = static_cast<std::size_t>(theRequest.components());
+    const auto components = static_cast<std::size_t>(request().components());
     std::vector<std::complex<double>> values(fields.size() * components);
     for (std::size_t i = 0; i < fields.size(); ++i)
-        componentsOf(fields[i], theRequest.quantity, &values[i * components]);
+        componentsOf(fields[i], request().quantity, &values[i * components]);
     return values;
 }
 
 double ContourTerms::amplitudeAt(const Index& index, std::size_t weighting) const {
-    const auto position = thePositions.at(index);
+    const auto position = positions().at(index);
     double sum = 0;
     for (std::size_t i = 0; i < theFields.count(); ++i)
         sum +=
@@ -240,7 +202,7 @@ double ContourTerms::amplitudeAt(const Index& index, std::size_t weighting) cons
 }
 
 double ContourTerms::roundedAmplitudeAt(const Index& index, std::size_t weighting) const {
-    const auto position = thePositions.at(index);
+    const auto position = positions().at(index);
     double sum = 0;
     for (std::size_t i = 0; i < theFields.count(); ++i) {
         const double distance = distanceOf(differenceOf(position, theFields.centreOf(i)));
@@ -274,8 +236,8 @@ auto ContourTerms::previewsOf() const -> std::vector<Preview> {
 }
 
 double ContourTerms::excessWithin() const {
-    if (theRequest.wave.attenuation == 0) return 1;
-    const auto bounds = thePositions.bounds();
+    if (request().wave.attenuation == 0) return 1;
+    const auto bounds = positions().bounds();
     double most = 1;
     for (std::size_t i = 0; i < theFields.count(); ++i)
         most = std::max(most, theFields.excessWithin(i, bounds));
@@ -286,7 +248,7 @@ double ContourTerms::roundingOfAnElement() const {
     // In the integrals edges cancel, the more the longer the boundary, and phases are up to those
     // of the sides; the factors are above the largest errors seen.
     double most = 0;
-    const double k = theRequest.wave.wavenumber;
+    const double k = request().wave.wavenumber;
     constexpr double unit = 0x1p-53;
     for (std::size_t i = 0; i < theFields.count(); ++i)
         most = std::max(most, unit * (256 + 2 * k * perimeterOf(theFields.outlineOf(i).outline())));
@@ -295,8 +257,8 @@ double ContourTerms::roundingOfAnElement() const {
 
 double ContourTerms::rounding() const {
     const double ofElement = roundingOfAnElement();
-    const double ofResult = theRequest.inSingle() ? 0x1p-23 : 0;
-    const bool isProduct = theRequest.quantity == Quantity::intensity;
+    const double ofResult = request().inSingle() ? 0x1p-23 : 0;
+    const bool isProduct = request().quantity == Quantity::intensity;
     if (isLocal()) {
         // Pressures and velocities are about twice the local amplitude at most, times the excess.
         const double relative = excess * (ofElement + ofResult);
@@ -306,7 +268,7 @@ double ContourTerms::rounding() const {
     for (const Preview& preview : previews) {
         const double largest =
             withVelocity() ? std::min(preview.pressure, preview.velocity) : preview.pressure;
-        if (!(unitOf(preview) >= leastUnit(theRequest)))
+        if (!(unitOf(preview) >= leastUnit(request())))
             return std::numeric_limits<double>::infinity();
         most = std::max(most, ofElement * preview.amplitude / largest);
     }
@@ -316,9 +278,9 @@ double ContourTerms::rounding() const {
 Accuracy ContourTerms::measure(const std::vector<std::complex<double>>& values) const {
     const std::vector<Index> points = finePoints();
     const auto finer = valuesAt(points, 1e-14);
-    const auto components = static_cast<std::size_t>(theRequest.components());
+    const auto components = static_cast<std::size_t>(request().components());
     const std::size_t count = weightings();
-    Accuracy measured{theRequest.tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
+    Accuracy measured{request().tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
     for (std::size_t i = 0; i < points.size() * count; ++i) {
         double square = 0;
         for (std::size_t c = 0; c < components; ++c)
@@ -328,9 +290,9 @@ Accuracy ContourTerms::measure(const std::vector<std::complex<double>>& values) 
         double unit = unitOf(previews[i % count]);
         if (isLocal()) {
             unit = amplitudeAt(points[i / count], i % count);
-            if (theRequest.quantity == Quantity::intensity) unit *= unit;
+            if (request().quantity == Quantity::intensity) unit *= unit;
         }
-        const double error = std::sqrt(square) / std::max(unit, leastUnit(theRequest));
+        const double error = std::sqrt(square) / std::max(unit, leastUnit(request()));
         if (!(error <= measured.error) && !std::isnan(measured.error)) measured.error = error;
     }
     return measured;

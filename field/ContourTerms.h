@@ -8,33 +8,26 @@
 #include <vector>
 
 #include "field/ContourFields.h"
-#include "field/Plan.h"
-#include "field/Positions.h"
+#include "field/ElementTerms.h"
 
 namespace pistonfield {
 
 /// What a tolerance means for integrals along contours: the limits that the errors in exact
 /// arithmetic keep once rounding has its share. The error of a vector is its length.
-class ContourTerms {
+class ContourTerms : public ElementTerms {
   public:
-    using Index = std::array<std::int64_t, 3>;
-
     /// @param request outlives this
     /// @throws InvalidRequest where a piston is too small or too large for the wavelength, points
     ///     are too far away, a point lies behind a piston and was not asked for, or double
     ///     precision cannot keep the tolerance; std::bad_alloc
     explicit ContourTerms(const Request& request);
 
-    const Request& request() const noexcept { return theRequest; }
-    const Positions& positions() const noexcept { return thePositions; }
     const ContourFields& fields() const noexcept { return theFields; }
-    std::size_t weightings() const noexcept {
-        return theRequest.array ? theRequest.array->weightings() : 1;
-    }
     std::complex<double> weight(std::size_t weighting, std::size_t element) const noexcept;
 
-    /// The limit of an element that is driven by 1.
-    DecayingLimit limitOf(std::size_t element) const noexcept;
+    /// The limit of an element that is driven by 1, for a part of what is left of the tolerance
+    /// once rounding has its share.
+    DecayingLimit limitOf(std::size_t element, double part = 1) const noexcept;
 
     /// The fields of all weightings at a group's points, weighting by weighting, each element
     /// within a limit.
@@ -53,23 +46,12 @@ class ContourTerms {
         return evaluations;
     }
 
-    /// Points spread over all of them, at which one looks beforehand; fewer with many elements.
-    std::vector<Index> coarsePoints() const;
-
-    /// Some of these: 18 at the most.
-    std::vector<Index> fewPoints() const;
-
-    /// Others, at which the accuracy is measured.
-    std::vector<Index> finePoints() const;
-
     /// The quantity's components at some points, of all weightings point by point, within a
     /// fraction of the local amplitude.
     std::vector<std::complex<double>> valuesAt(const std::vector<Index>& points,
                                                double fraction) const;
 
-    /// How exact values at the fine points are, in the same order.
-    /// @throws std::bad_alloc
-    Accuracy measure(const std::vector<std::complex<double>>& values) const;
+    Accuracy measure(const std::vector<std::complex<double>>& values) const override;
 
     /// The components of a quantity. On a piston's edge, where a velocity is infinite, all of them
     /// are.
@@ -84,12 +66,11 @@ class ContourTerms {
         double weights = 0;    ///< the sum of the weights' magnitudes
     };
 
-    bool isLocal() const noexcept { return theRequest.tolerance->of == Tolerance::Of::local; }
-    bool withVelocity() const noexcept { return theRequest.quantity != Quantity::pressure; }
+    bool withVelocity() const noexcept { return request().quantity != Quantity::pressure; }
     static void add(const std::array<PointField, groupSize>& values, std::complex<double> weight,
                     std::array<PointField, groupSize>& sum);
     void requireSizes() const;
-    double reachWithin() const;
+    std::vector<Pose::Vector> centres() const;
     void requireBefore() const;
     std::vector<PointField> fieldsAt(const std::vector<Index>& points, double fraction) const;
     double amplitudeAt(const Index& index, std::size_t weighting) const;
@@ -99,10 +80,7 @@ class ContourTerms {
     double roundingOfAnElement() const;
     double rounding() const;
     double unitOf(const Preview& preview) const noexcept;
-    std::vector<Index> thinned(std::vector<Index> all, std::size_t mostPairs) const;
 
-    const Request& theRequest;
-    Positions thePositions;
     ContourFields theFields;
     double reach = 0;  ///< the largest distance of a point from an element, times the wavenumber
     std::vector<Preview> previews;

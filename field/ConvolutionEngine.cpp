@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "field/ArrayEngine.h"
+#include "field/ConvolvedElement.h"
 #include "field/ElementGrid.h"
-#include "field/PistonLattice.h"
 #include "field/errorLimits.h"
 #include "field/pieces.h"
 #include "method/PlaneTransforms.h"
@@ -24,7 +24,7 @@ namespace pistonfield {
 
 namespace {
 
-using Index = ArrayTerms::Index;
+using Index = ElementTerms::Index;
 
 /// The parts of a limit that the transforms' rounding and the spreading of elements may take.
 constexpr double shareOfTransforms = 1.0 / 16;
@@ -36,11 +36,8 @@ constexpr double mostKept = 256e6;
 constexpr double mostOfThread = 1e9;
 constexpr double mostOfThreads = 2e9;
 
-/// About what computations take, on one core: for an evaluation of the integrand and for all else
-/// at a point of an element's field; for a complex number of a transform along one direction, per
-/// doubling of its length; for a number of a product.
-constexpr double secondsOfAnEvaluation = 0.5e-9;
-constexpr double secondsOfAFieldPoint = 2e-9;
+/// About what computations take, on one core: for a complex number of a transform along one
+/// direction, per doubling of its length; for a number of a product.
 constexpr double secondsOfATransform = 0.3e-9;
 constexpr double secondsOfAProduct = 1e-9;
 
@@ -176,21 +173,25 @@ struct Choice {
 };
 
 /// Chooses how the elements of a plane are placed on grids.
+template <class K>
 class GridChooser {
   public:
-    GridChooser(const ArrayTerms& terms, const ElementPlane& plane, double secondsOfSums)
-        : terms(terms), plane(plane), secondsOfSums(secondsOfSums) {}
+    GridChooser(const ConvolvedElement<K>& element, const ElementPlane& plane, double secondsOfSums)
+        : element(element),
+          request(element.terms()->request()),
+          plane(plane),
+          secondsOfSums(secondsOfSums) {}
 
     Choice best() const {
         Choice best;
         const auto& directions = plane.directions();
         const auto isExact = [](const auto& direction) { return direction.division.has_value(); };
         if (std::all_of(directions.begin(), directions.end(), isExact))
-            best = {std::nullopt, 0, secondsOf(std::nullopt, 0)};
+            best = {std::nullopt, element.nearest(), secondsOf(std::nullopt, element.nearest())};
         const bool isWhole = std::all_of(directions.begin(), directions.end(),
                                          [](const auto& d) { return d.division == 1; });
-        if (isWhole) return best;
-        const double wavelength = 2 * std::numbers::pi / terms.request().wave.wavenumber;
+        if (isWhole || !element.spreadFace()) return best;
+        const double wavelength = 2 * std::numbers::pi / request.wave.wavenumber;
         for (const double parts : {3.0, 4.0, 6.0, 8.0, 12.0, 16.0})
             for (int nodes = 4; nodes <= 16; nodes += 2) {
                 const Spreading spreading{wavelength / parts, nodes};
@@ -204,11 +205,10 @@ class GridChooser {
   private:
     /// The least distance from the plane at which spreading keeps its share.
     double nearestOf(const Spreading& spreading) const {
-        const ElementGrid grid(plane, terms.request().lattice.sizes, spreading, false);
-        const double k = terms.request().wave.wavenumber;
-        const Face face = faceOf(plane.element().piston, terms.request().wave);
+        const ElementGrid grid(plane, request.lattice.sizes, spreading, false);
+        const double k = request.wave.wavenumber;
+        const Face face = *element.spreadFace();
         const double faceReach = std::hypot(face.halfX, face.halfY);
-        const ErrorLimit limit = terms.limitOf(face, shareOfSpreading);
         const auto keeps = [&](double distance) {
             double error = 0;
             double reach = faceReach;
@@ -218,7 +218,8 @@ class GridChooser {
                         sumOfFactors(spreading.nodes) * error;
                 reach += axis.spacing * spreading.nodes / 2;
             }
-            return farAmplitude(face) * error <= limit.at(k * (distance + reach));
+            return farAmplitude(face) * error <=
+                   element.limitAt(distance + reach, shareOfSpreading);
         };
         const double wavelength = 2 * std::numbers::pi / k;
         double distance = wavelength / 64;
@@ -228,7 +229,7 @@ class GridChooser {
     }
 
     double secondsOf(const std::optional<Spreading>& spreading, double nearest) const {
-        const Index& sizes = terms.request().lattice.sizes;
+        const Index& sizes = request.lattice.sizes;
         constexpr double never = std::numeric_limits<double>::infinity();
         // Grids that are so much finer than the lattice take more than sums.
         constexpr double finest = 1024;
@@ -245,42 +246,44 @@ class GridChooser {
         const double divisions =
             static_cast<double>(sheets.division[0]) * static_cast<double>(sheets.division[1]);
         const double near = partOfNearSheets(plane, sheets, nearest);
-        const auto weightings = static_cast<double>(terms.array().weightings());
+        const auto weightings = static_cast<double>(element.terms()->weightings());
         const auto rows = static_cast<double>(plane.rows());
         const double transform = points * std::log2(points) * secondsOfATransform;
-        const double each =
-            rows * divisions * points * (secondsOfAFieldPoint + 4 * secondsOfAnEvaluation) +
-            (rows * divisions + weightings) * transform +
-            rows * divisions * weightings * points * secondsOfAProduct;
-        const double all = static_cast<double>(terms.request().lattice.box().points());
+        const auto [ofAPoint, ofAnEvaluation] = element.seconds();
+        const double each = rows * divisions * points * (ofAPoint + 4 * ofAnEvaluation) +
+                            static_cast<double>(element.components()) *
+                                ((rows * divisions + weightings) * transform +
+                                 rows * divisions * weightings * points * secondsOfAProduct);
+        const double all = static_cast<double>(request.lattice.box().points());
         return (1 - near) * static_cast<double>(sheets.count()) * each + near * all * secondsOfSums;
     }
 
-    const ArrayTerms& terms;
+    const ConvolvedElement<K>& element;
+    const Request& request;
     const ElementPlane& plane;
     double secondsOfSums;
 };
 
-/// Convolves sheet by sheet of the lattice, with transforms in F.
-template <class T, class F>
+/// Convolves sheet by sheet of the lattice, an element's field in K with transforms in F.
+template <class T, class K, class F>
 class ConvolutionEngine : public ArrayEngine<T> {
   public:
-    ConvolutionEngine(std::shared_ptr<const ArrayTerms> asked,
+    ConvolutionEngine(std::shared_ptr<const ConvolvedElement<K>> convolved,
                       std::shared_ptr<const ArrayEngine<T>> sum, const ElementPlane& plane,
                       const Choice& choice)
-        : ArrayEngine<T>(std::move(asked)),
+        : ArrayEngine<T>(convolved->terms()),
+          element(std::move(convolved)),
+          terms(element->terms()),
           sum(std::move(sum)),
           plane(plane),
-          grid(this->plane, terms->request().lattice.sizes, choice.spreading),
+          grid(this->plane, request().lattice.sizes, choice.spreading),
           nearest(choice.nearest),
-          sheets(grid, terms->request().lattice.sizes),
+          sheets(grid, request().lattice.sizes),
           transforms(sheets.leastNumbers(), sheets.isPlane) {
-        const Face face = faceOf(plane.element().piston, terms->request().wave);
         const double share = 1 - shareOfTransforms - (choice.spreading ? shareOfSpreading : 0);
-        const ErrorLimit limit = terms->limitOf(face, share / grid.enlargement());
         for (std::size_t row = 0; row < plane.rows(); ++row)
-            fields.push_back(std::make_unique<const PistonLattice<T>>(
-                plane.element().piston, terms->request().wave, grid.latticeOf(row), limit));
+            fields.push_back(
+                element->on(grid.latticeOf(row), sheets.directions[0], share / grid.enlargement()));
     }
 
     /// Prepares the weights' spectra.
@@ -352,11 +355,10 @@ class ConvolutionEngine : public ArrayEngine<T> {
     std::int64_t pieceToWatch(unsigned threads) const override {
         // Pieces are cut along the last direction first. Where sheets lie across that one, whole
         // layers of it are whole sheets; else cuts would have sheets computed anew.
-        const Index& sizes = terms->request().lattice.sizes;
+        const Index& sizes = request().lattice.sizes;
         std::size_t last = 2;
         while (last > 0 && sizes[last] == 1) --last;
-        const std::int64_t all =
-            std::min(terms->request().lattice.box().points(), this->largestPiece());
+        const std::int64_t all = std::min(request().lattice.box().points(), this->largestPiece());
         std::int64_t layer = 1;
         for (std::size_t i = 0; i < last; ++i) layer *= sizes[i];
         std::int64_t layers = 1;
@@ -375,7 +377,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
         double evaluations = 0;
         std::size_t number = 0;
         for (const Index& index : points) {
-            const PistonLattice<T>& field = *fields[number++ % fields.size()];
+            const ElementLattice<K>& field = *fields[number++ % fields.size()];
             Index at = index;
             for (std::size_t i = 0; i < sheets.used; ++i) {
                 const std::size_t along = sheets.directions[i];
@@ -388,7 +390,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
     }
 
     double secondsOfAPoint() const override {
-        const auto all = static_cast<double>(terms->request().lattice.box().points());
+        const auto all = static_cast<double>(request().lattice.box().points());
         const auto spectra = static_cast<double>(grid.terms().size());
         const auto many = static_cast<double>(weightings());
         constexpr double precision = sizeof(F) == 4 ? 1 : 2;
@@ -396,10 +398,12 @@ class ConvolutionEngine : public ArrayEngine<T> {
         constexpr double widest = precision;
         const double points = transforms.points();
         const double transform = points * std::log2(points) * secondsOfATransform * widest;
-        const double ofSheets = (spectra + many * (keeps ? 1 : 1 + spectra)) * transform +
-                                spectra * many * points * secondsOfAProduct * precision;
-        const double convolved = this->evaluationsOfAPoint() * secondsOfAnEvaluation +
-                                 fieldPointsOfAPoint() * secondsOfAFieldPoint +
+        const double ofSheets = static_cast<double>(components()) *
+                                ((spectra + many * (keeps ? 1 : 1 + spectra)) * transform +
+                                 spectra * many * points * secondsOfAProduct * precision);
+        const auto [ofAPoint, ofAnEvaluation] = element->seconds();
+        const double convolved = this->evaluationsOfAPoint() * ofAnEvaluation +
+                                 fieldPointsOfAPoint() * ofAPoint +
                                  static_cast<double>(sheets.count()) * ofSheets / all;
         if (nearest == 0) return convolved;
         const double near = partOfNearSheets(plane, sheets, nearest);
@@ -419,36 +423,39 @@ class ConvolutionEngine : public ArrayEngine<T> {
         std::map<std::int64_t, std::vector<std::size_t>> bySheets;
         for (std::size_t i = 0; i < points.size(); ++i)
             bySheets[sheets.within({points[i], {1, 1, 1}}).front()].push_back(i);
-        std::vector<std::complex<double>> values(points.size() * weightings());
+        std::vector<std::complex<double>> values(points.size() * resultFields());
         Work work = makeWork();
         for (const auto& [number, members] : bySheets) {
             if (isNear(number)) {
-                for (const std::size_t i : members) sumAt(points[i], &values[i * weightings()]);
+                for (const std::size_t i : members) sumAt(points[i], &values[i * resultFields()]);
                 continue;
             }
             // Weighting by weighting, as all of them may be many.
             const LatticeBox box = sheets.box(number);
-            std::vector<std::complex<T>> ofSheets(static_cast<std::size_t>(box.points()));
+            const auto count = static_cast<std::size_t>(box.points());
+            const std::size_t ofWeighting = resultFields() / weightings();
+            std::vector<std::complex<T>> ofSheets(count * ofWeighting);
             transformFields(box, {{}, {}, threadCount()}, work);
             for (std::size_t w = 0; w < weightings(); ++w) {
-                fillWeighting(w, box, box, box, interleaved(ofSheets.data()), work);
+                fillWeighting(w, box, box, box, interleaved(ofSheets.data(), box.points()), work);
                 for (const std::size_t i : members)
-                    values[i * weightings() + w] = std::complex<double>(
-                        ofSheets[static_cast<std::size_t>(numberIn(box, points[i]))]);
+                    for (std::size_t c = 0; c < ofWeighting; ++c)
+                        values[i * resultFields() + w * ofWeighting + c] = std::complex<double>(
+                            ofSheets[c * count +
+                                     static_cast<std::size_t>(numberIn(box, points[i]))]);
             }
         }
         return values;
     }
 
   private:
-    using ArrayEngine<T>::terms;
-
     /// What a thread works on.
     struct Work {
         typename PlaneTransforms<F>::Work transforms;
-        std::vector<T> field;      ///< an element's: real parts, then imaginary ones
-        BundleNumbers<F> spectra;  ///< of that, of all terms
+        std::vector<K> field;      ///< an element's components: real parts, then imaginary ones
+        BundleNumbers<F> spectra;  ///< of these, of all terms or all weightings
         BundleNumbers<F> weights;  ///< where they are not kept
+        std::vector<std::complex<K>> factors;  ///< of intensities
     };
 
     /// Works that threads take and give back.
@@ -479,7 +486,17 @@ class ConvolutionEngine : public ArrayEngine<T> {
         std::vector<std::shared_ptr<Work>> works;
     };
 
-    std::size_t weightings() const { return terms->array().weightings(); }
+    const Request& request() const noexcept { return terms->request(); }
+    const Array& array() const noexcept { return *request().array; }
+    std::size_t weightings() const noexcept { return array().weightings(); }
+    std::size_t components() const noexcept { return element->components(); }
+
+    /// The fields that are asked for.
+    std::size_t resultFields() const noexcept {
+        return static_cast<std::size_t>(request().fields());
+    }
+
+    bool isProduct() const noexcept { return request().quantity == Quantity::intensity; }
 
     /// What transforms there and back multiply by, taken back.
     double factor() const { return 1 / static_cast<double>(transforms.transformed()); }
@@ -499,22 +516,29 @@ class ConvolutionEngine : public ArrayEngine<T> {
 
     /// How many points of elements' fields are computed for a point of the lattice.
     double fieldPointsOfAPoint() const {
-        const auto all = static_cast<double>(terms->request().lattice.box().points());
+        const auto all = static_cast<double>(request().lattice.box().points());
         const Index& enlarged = fields.front()->sizes();
         return static_cast<double>(fields.size()) * static_cast<double>(enlarged[0]) *
                static_cast<double>(enlarged[1]) * static_cast<double>(enlarged[2]) / all;
     }
 
     Work makeWork() const {
-        return {transforms.makeWork(), std::vector<T>(2 * fieldNumbers()),
+        return {transforms.makeWork(), std::vector<K>(2 * components() * fieldNumbers()),
                 BundleNumbers<F>(spectraAtOnce() * transforms.numbers()),
-                BundleNumbers<F>(keeps ? 0 : grid.terms().size() * weightNumbers())};
+                BundleNumbers<F>(keeps ? 0 : grid.terms().size() * weightNumbers()),
+                std::vector<std::complex<K>>(numbersOfFactors())};
+    }
+
+    /// The complex numbers of sheets that intensities are made of.
+    std::size_t numbersOfFactors() const noexcept {
+        if (!isProduct()) return 0;
+        return components() * static_cast<std::size_t>(sheets.box(0).points());
     }
 
     std::size_t bytesOfWork() const noexcept {
         return sizeof(F) * (transforms.numbersOfWork() + spectraAtOnce() * transforms.numbers() +
                             (keeps ? 0 : grid.terms().size() * weightNumbers())) +
-               sizeof(T) * 2 * fieldNumbers();
+               sizeof(K) * 2 * (components() * fieldNumbers() + numbersOfFactors());
     }
 
     unsigned workersFor(std::int64_t numbers) const noexcept {
@@ -528,7 +552,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
     double transformWeights(std::size_t weighting, std::size_t term,
                             typename PlaneTransforms<F>::Work& work, F* spectrum) const {
         const std::complex<double>* const weights =
-            &terms->array().weights[weighting * terms->array().elements.size()];
+            &array().weights[weighting * array().elements.size()];
         const auto [first, second] = sheets.places;
         const auto numbers = grid.weightsOf(grid.terms()[term], weights);
         std::vector<double> scaled;
@@ -577,17 +601,16 @@ class ConvolutionEngine : public ArrayEngine<T> {
         const double unit = std::numeric_limits<F>::epsilon() / 2;
         const double relative =
             peak * perDoubling * unit * std::log2(static_cast<double>(transforms.transformed()));
-        const Face face = faceOf(plane.element().piston, terms->request().wave);
-        const ErrorLimit limit = terms->limitOf(face, shareOfTransforms);
         double weights = 0;
-        const std::size_t elements = terms->array().elements.size();
+        const std::size_t elements = array().elements.size();
         for (std::size_t i = 0; i < elements; ++i)
-            weights += std::abs(terms->array().weights[weighting * elements + i]);
+            weights += std::abs(array().weights[weighting * elements + i]);
         const std::int64_t count = sheets.count();
         const std::int64_t every = std::max<std::int64_t>(1, count / 16);
         for (std::int64_t number = 0; number < count; number += every)
-            if (relative * meanFieldIn(number) * (norm + most) >
-                weights * limit.at(face.k * farthestIn(number)))
+            if (!isNear(number) &&
+                relative * meanFieldIn(number) * (norm + most) >
+                    weights * element->limitAt(farthestIn(number), shareOfTransforms))
                 return false;
         return true;
     }
@@ -595,7 +618,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
     /// A bound of the root of the mean square of an element's field on sheets.
     double meanFieldIn(std::int64_t number) const {
         const Lattice lattice = grid.latticeOf(0);
-        const Face face = faceOf(plane.element().piston, terms->request().wave);
+        const double height = distanceOf(plane, sheets, number);
         const LatticeBox box = sheets.box(number);
         const std::size_t a = sheets.directions[0];
         const std::size_t b = sheets.directions[1];
@@ -625,7 +648,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
                            static_cast<double>(sheets.isPlane ? 0 : box.first[b]);
                 index[sheets.past] = static_cast<double>(box.first[sheets.past]);
                 const double distance = std::max(0.0, lengthOf(placeAt(index)) - reach);
-                const double amplitude = localAmplitude(face, distance);
+                const double amplitude = element->largestAt(distance, height);
                 sum += amplitude * amplitude;
             }
         return std::sqrt(sum) / cells;
@@ -655,7 +678,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
         return farthest;
     }
 
-    /// Whether spreading the elements is not exact enough on sheets.
+    /// Whether spreading the elements is not exact enough on sheets, or velocities grow too large.
     bool isNear(std::int64_t number) const { return distanceOf(plane, sheets, number) < nearest; }
 
     /// Computes those points of sheets that lie in a box.
@@ -667,7 +690,10 @@ class ConvolutionEngine : public ArrayEngine<T> {
         transformFields(ofSheets, conduct, work);
         for (std::size_t w = 0; w < weightings(); ++w) {
             if (conduct.stop.stop_requested()) throw Stopped();
-            fillWeighting(w, ofSheets, wanted, box, to.field(static_cast<std::int64_t>(w)), work);
+            const auto first = static_cast<std::int64_t>(w) * request().components();
+            Destination<T> of = to.field(first);
+            of.toNextField = to.toNextField;
+            fillWeighting(w, ofSheets, wanted, box, of, work);
         }
     }
 
@@ -675,7 +701,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
     void transformFields(const LatticeBox& ofSheets, const Conduct& conduct, Work& work) const {
         for (std::size_t term = 0; term < grid.terms().size();) {
             const std::size_t row = grid.terms()[term].row;
-            fillField(row, ofSheets, work, conduct.threads);
+            fillField(row, ofSheets, work, conduct);
             for (; term < grid.terms().size() && grid.terms()[term].row == row; ++term) {
                 if (conduct.stop.stop_requested()) throw Stopped();
                 transformField(term, ofSheets, work);
@@ -683,13 +709,31 @@ class ConvolutionEngine : public ArrayEngine<T> {
         }
     }
 
-    /// Transforms back what a weighting makes of the terms.
+    /// Transforms back what a weighting makes of the terms, all components.
     /// @param wanted what of the sheets goes to its place in a box
     void fillWeighting(std::size_t w, const LatticeBox& ofSheets, const LatticeBox& wanted,
                        const LatticeBox& box, const Destination<T>& to, Work& work) const {
-        const Destination<T> begin = to.from(numberIn(box, wanted.first));
+        const F* const weights = addsUp() ? nullptr : weightsOf(w, work);
+        for (std::size_t c = 0; c < components(); ++c) {
+            const auto at = static_cast<std::int64_t>(c);
+            if (isProduct())
+                fillComponent(w, c, weights, ofSheets, wanted, wanted,
+                              interleaved(work.factors.data(), wanted.points()).field(at), work);
+            else
+                fillComponent(w, c, weights, ofSheets, wanted, box, to.field(at), work);
+        }
+        if (isProduct()) fillIntensities(wanted, box, to, work);
+    }
+
+    /// Transforms back a component.
+    /// @param weights of the weighting, or null where the terms are added up already
+    template <class U>
+    void fillComponent(std::size_t w, std::size_t component, const F* weights,
+                       const LatticeBox& ofSheets, const LatticeBox& wanted, const LatticeBox& box,
+                       const Destination<U>& to, Work& work) const {
+        const Destination<U> begin = to.from(numberIn(box, wanted.first));
         const auto strides = stridesOf(box.size);
-        Plane<T> target{begin.re, begin.im, {}, {}};
+        Plane<U> target{begin.re, begin.im, {}, {}};
         std::array<std::int64_t, 2> first{};
         for (std::size_t i = 0; i < 2; ++i) {
             const std::size_t along = sheets.directions[i];
@@ -697,20 +741,47 @@ class ConvolutionEngine : public ArrayEngine<T> {
             target.sizes[i] = wanted.size[along];
             first[i] = wanted.first[along] - ofSheets.first[along] + sheets.places[i] - 1;
         }
-        const F* const weights = addsUp() ? nullptr : weightsOf(w, work);
         const auto make = [&](std::size_t block, F* numbers) {
             if (weights == nullptr) {
-                const F* const sums =
-                    work.spectra.data() + w * transforms.numbers() + block * blockSize();
-                std::copy_n(sums, blockSize(), numbers);
+                std::copy_n(spectrumOf(w, component, work) + block * blockSize(), blockSize(),
+                            numbers);
                 return;
             }
             for (std::size_t term = 0; term < grid.terms().size(); ++term)
-                transforms.multiply(
-                    work.spectra.data() + term * transforms.numbers() + block * blockSize(),
-                    weightsIn(weights, term, block), term > 0, numbers);
+                transforms.multiply(spectrumOf(term, component, work) + block * blockSize(),
+                                    weightsIn(weights, term, block), term > 0, numbers);
         };
         transforms.inverse(typename PlaneTransforms<F>::Make(make), first, target, work.transforms);
+    }
+
+    /// Forms intensities of the pressures and velocities of what is wanted of sheets.
+    void fillIntensities(const LatticeBox& wanted, const LatticeBox& box, const Destination<T>& to,
+                         const Work& work) const {
+        const auto points = static_cast<std::size_t>(wanted.points());
+        std::size_t number = 0;
+        for (std::int64_t z = 0; z < wanted.size[2]; ++z)
+            for (std::int64_t y = 0; y < wanted.size[1]; ++y) {
+                const std::ptrdiff_t row =
+                    numberIn(box, {wanted.first[0], wanted.first[1] + y, wanted.first[2] + z});
+                for (std::int64_t x = 0; x < wanted.size[0]; ++x, ++number) {
+                    PointField field;
+                    field.pressure = work.factors[number];
+                    for (std::size_t axis = 0; axis < 3; ++axis)
+                        field.velocity[axis] = work.factors[(axis + 1) * points + number];
+                    const auto intensity = intensityOf(field);
+                    for (std::size_t axis = 0; axis < 3; ++axis) {
+                        const Destination<T> at =
+                            to.field(static_cast<std::int64_t>(axis)).from(row + x);
+                        *at.re = static_cast<T>(intensity[axis].real());
+                        *at.im = static_cast<T>(intensity[axis].imag());
+                    }
+                }
+            }
+    }
+
+    /// One of the spectra that a thread works on: of a term or a weighting, and a component.
+    F* spectrumOf(std::size_t number, std::size_t component, Work& work) const {
+        return work.spectra.data() + (number * components() + component) * transforms.numbers();
     }
 
     std::size_t blockSize() const { return transforms.blockSize(); }
@@ -721,7 +792,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
 
     /// The spectra of what a thread works on.
     std::size_t spectraAtOnce() const noexcept {
-        return addsUp() ? weightings() : grid.terms().size();
+        return components() * (addsUp() ? weightings() : grid.terms().size());
     }
 
     /// The block of a weighting's spectra that belongs to one of a term's field. Lines have all the
@@ -747,16 +818,18 @@ class ConvolutionEngine : public ArrayEngine<T> {
     }
 
     void fillField(std::size_t row, const LatticeBox& ofSheets, Work& work,
-                   unsigned threads) const {
-        T* const re = work.field.data();
-        fields[row]->fill(fieldBox(ofSheets), {re, re + fieldNumbers(), 1}, threads);
+                   const Conduct& conduct) const {
+        K* const re = work.field.data();
+        const auto toNext = static_cast<std::ptrdiff_t>(2 * fieldNumbers());
+        fields[row]->fill(fieldBox(ofSheets), {re, re + fieldNumbers(), 1, toNext},
+                          {conduct.stop, {}, conduct.threads});
     }
 
-    /// Transforms a term's part of an element's field.
+    /// Transforms a term's part of an element's field, all components.
     void transformField(std::size_t term, const LatticeBox& ofSheets, Work& work) const {
         const LatticeBox box = fieldBox(ofSheets);
         const auto strides = stridesOf(box.size);
-        Plane<const T> plane{work.field.data(), work.field.data() + fieldNumbers(), {}, {}};
+        Plane<const K> plane{work.field.data(), work.field.data() + fieldNumbers(), {}, {}};
         std::ptrdiff_t begin = 0;
         for (std::size_t i = 0; i < 2; ++i) {
             const std::size_t along = sheets.directions[i];
@@ -767,17 +840,24 @@ class ConvolutionEngine : public ArrayEngine<T> {
         }
         plane.re += begin;
         plane.im += begin;
+        for (std::size_t c = 0; c < components(); ++c) {
+            transformComponent(term, c, plane, work);
+            plane.re += 2 * fieldNumbers();
+            plane.im += 2 * fieldNumbers();
+        }
+    }
+
+    void transformComponent(std::size_t term, std::size_t component, const Plane<const K>& plane,
+                            Work& work) const {
         const auto take = [&](std::size_t block, const F* numbers) {
+            const std::size_t at = block * blockSize();
             if (!addsUp()) {
-                std::copy_n(
-                    numbers, blockSize(),
-                    work.spectra.data() + term * transforms.numbers() + block * blockSize());
+                std::copy_n(numbers, blockSize(), spectrumOf(term, component, work) + at);
                 return;
             }
             for (std::size_t w = 0; w < weightings(); ++w)
-                transforms.multiply(
-                    numbers, weightsIn(weightsOf(w, work), term, block), term > 0,
-                    work.spectra.data() + w * transforms.numbers() + block * blockSize());
+                transforms.multiply(numbers, weightsIn(weightsOf(w, work), term, block), term > 0,
+                                    spectrumOf(w, component, work) + at);
         };
         transforms.forward(plane, work.transforms, typename PlaneTransforms<F>::Take(take));
     }
@@ -788,11 +868,11 @@ class ConvolutionEngine : public ArrayEngine<T> {
         std::vector<std::complex<T>> values;
         inPieces(part, sum->pieceToWatch(1), [&](const LatticeBox& wanted) {
             if (conduct.stop.stop_requested()) throw Stopped();
-            values.resize(weightings() * static_cast<std::size_t>(wanted.points()));
+            values.resize(resultFields() * static_cast<std::size_t>(wanted.points()));
             sum->fill(wanted, interleaved(values.data(), wanted.points()), 1);
             const std::complex<T>* value = values.data();
-            for (std::size_t w = 0; w < weightings(); ++w)
-                value = copied(value, wanted, box, to.field(static_cast<std::int64_t>(w)));
+            for (std::size_t f = 0; f < resultFields(); ++f)
+                value = copied(value, wanted, box, to.field(static_cast<std::int64_t>(f)));
         });
     }
 
@@ -814,57 +894,76 @@ class ConvolutionEngine : public ArrayEngine<T> {
     /// The bytes of the values that a thread sums up at a time.
     std::int64_t bytesOfSums() const noexcept {
         const std::int64_t points = std::min(sheets.box(0).points(), sum->pieceToWatch(1));
-        return points * static_cast<std::int64_t>(weightings() * sizeof(std::complex<T>));
+        return points * static_cast<std::int64_t>(resultFields() * sizeof(std::complex<T>));
     }
 
     void sumAt(const Index& point, std::complex<double>* values) const {
-        std::vector<std::complex<T>> ofPoint(weightings());
+        std::vector<std::complex<T>> ofPoint(resultFields());
         sum->fill({point, {1, 1, 1}}, interleaved(ofPoint.data(), 1), 1);
         std::copy(ofPoint.begin(), ofPoint.end(), values);
     }
 
+    std::shared_ptr<const ConvolvedElement<K>> element;
+    std::shared_ptr<const ElementTerms> terms;
     std::shared_ptr<const ArrayEngine<T>> sum;
     ElementPlane plane;
     ElementGrid grid;
     double nearest;
     Sheets sheets;
     PlaneTransforms<F> transforms;
-    std::vector<std::unique_ptr<const PistonLattice<T>>> fields;  ///< of the rows
+    std::vector<std::unique_ptr<const ElementLattice<K>>> fields;  ///< of the rows
     bool keeps = false;
     BundleNumbers<F> kept;
 };
 
-template <class T, class F>
-std::unique_ptr<const ArrayEngine<T>> engineIn(std::shared_ptr<const ArrayTerms> terms,
+template <class T, class K, class F>
+std::unique_ptr<const ArrayEngine<T>> engineIn(std::shared_ptr<const ConvolvedElement<K>> element,
                                                std::shared_ptr<const ArrayEngine<T>> sum,
                                                const ElementPlane& plane, const Choice& choice) {
-    auto engine =
-        std::make_unique<ConvolutionEngine<T, F>>(std::move(terms), std::move(sum), plane, choice);
+    auto engine = std::make_unique<ConvolutionEngine<T, K, F>>(std::move(element), std::move(sum),
+                                                               plane, choice);
     if (!engine->prepare()) return nullptr;
     return engine;
+}
+
+template <class T, class K>
+std::unique_ptr<const ArrayEngine<T>> engineOf(std::shared_ptr<const ConvolvedElement<K>> element,
+                                               std::shared_ptr<const ArrayEngine<T>> sum) {
+    const Request& request = element->terms()->request();
+    if (!haveFft() || !request.array) return nullptr;
+    const auto plane = ElementPlane::of(request);
+    if (!plane) return nullptr;
+    const Choice choice = GridChooser<K>(*element, *plane, sum->secondsOfAPoint()).best();
+    // Where sums are far ahead not even its preparation would pay.
+    const double sums =
+        static_cast<double>(request.lattice.box().points()) * sum->secondsOfAPoint();
+    if (!(choice.seconds < 1 + 10 * sums)) return nullptr;
+    if constexpr (sizeof(T) == 4)
+        if (auto engine = engineIn<T, K, float>(element, sum, *plane, choice)) return engine;
+    return engineIn<T, K, double>(std::move(element), std::move(sum), *plane, choice);
 }
 
 }  // namespace
 
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    std::shared_ptr<const ArrayTerms> terms, std::shared_ptr<const ArrayEngine<T>> sum) {
-    if (!haveFft()) return nullptr;
-    const auto plane = ElementPlane::of(terms->request());
-    if (!plane) return nullptr;
-    const Choice choice = GridChooser(*terms, *plane, sum->secondsOfAPoint()).best();
-    // Where sums are far ahead not even its preparation would pay.
-    const double sums =
-        static_cast<double>(terms->request().lattice.box().points()) * sum->secondsOfAPoint();
-    if (!(choice.seconds < 1 + 10 * sums)) return nullptr;
-    if constexpr (sizeof(T) == 4)
-        if (auto engine = engineIn<T, float>(terms, sum, *plane, choice)) return engine;
-    return engineIn<T, double>(terms, sum, *plane, choice);
+    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum) {
+    return engineOf<T, T>(makeConvolvedRectangle<T>(terms), std::move(sum));
+}
+
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
+    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum) {
+    return engineOf<T, double>(makeConvolvedOutline(terms), std::move(sum));
 }
 
 template std::unique_ptr<const ArrayEngine<float>> makeConvolutionEngine(
-    std::shared_ptr<const ArrayTerms>, std::shared_ptr<const ArrayEngine<float>>);
+    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<float>>);
 template std::unique_ptr<const ArrayEngine<double>> makeConvolutionEngine(
-    std::shared_ptr<const ArrayTerms>, std::shared_ptr<const ArrayEngine<double>>);
+    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<double>>);
+template std::unique_ptr<const ArrayEngine<float>> makeConvolutionEngine(
+    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<float>>);
+template std::unique_ptr<const ArrayEngine<double>> makeConvolutionEngine(
+    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<double>>);
 
 }  // namespace pistonfield

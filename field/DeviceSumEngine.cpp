@@ -29,7 +29,8 @@ class DeviceSumEngine : public ArrayEngine<T> {
 
     /// The device is brought up for a field that can be computed.
     explicit DeviceSumEngine(std::shared_ptr<const ArrayTerms> asked)
-        : ArrayEngine<T>(std::move(asked)),
+        : ArrayEngine<T>(asked),
+          terms(std::move(asked)),
           fields(terms->array().elements, terms->request().wave),
           rounds(terms->array().elements,
                  [this](std::size_t element) { return fields.shapeOf(element); }) {
@@ -115,8 +116,6 @@ class DeviceSumEngine : public ArrayEngine<T> {
     }
 
   private:
-    using ArrayEngine<T>::terms;
-
     static constexpr std::int64_t groupsOfATurn = 16;
     static constexpr std::size_t mostNear = 1 << 14;
 
@@ -260,6 +259,7 @@ class DeviceSumEngine : public ArrayEngine<T> {
         }
     }
 
+    std::shared_ptr<const ArrayTerms> terms;
     ElementFields<T> fields;
     ElementRounds rounds;
     std::vector<ErrorLimit> limits;  ///< of each face

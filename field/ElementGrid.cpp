@@ -48,7 +48,7 @@ std::vector<double> factorsOf(int nodes, double from) {
 }  // namespace
 
 std::optional<ElementPlane> ElementPlane::of(const Request& request) {
-    if (request.points || request.array->elements.size() < 2) return std::nullopt;
+    if (request.points || !request.array || request.array->elements.size() < 2) return std::nullopt;
     ElementPlane plane(request);
     double reach = 0;
     for (const Element& element : request.array->elements)
@@ -71,7 +71,7 @@ bool ElementPlane::isOne() const {
     };
     return std::all_of(request->array->elements.begin(), request->array->elements.end(),
                        [&](const Element& other) {
-                           return other.piston == first.piston &&
+                           return other.isShapedAs(first) &&
                                   isNear(other.pose.alongWidth, first.pose.alongWidth) &&
                                   isNear(other.pose.alongHeight, first.pose.alongHeight) &&
                                   std::abs(product(difference(other.pose.centre, first.pose.centre),

@@ -27,8 +27,8 @@ class ElementPlane {
         std::optional<int> division;  ///< ticks are so many-th of steps apart, to rounding
     };
 
-    /// None where the elements or the points lie otherwise.
-    /// @param request has an array; outlives this
+    /// None where the elements or the points lie otherwise, or there is no array.
+    /// @param request outlives this
     static std::optional<ElementPlane> of(const Request& request);
 
     const std::vector<Direction>& directions() const noexcept { return inPlane; }

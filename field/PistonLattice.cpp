@@ -49,10 +49,10 @@ PistonLattice<T>::PistonLattice(const RectangularPiston& piston, const Wave& wav
 
 template <class T>
 void PistonLattice<T>::fill(const LatticeBox& box, const Destination<T>& to,
-                            unsigned threads) const {
-    if (aligned) return aligned->fill(box, to, threads);
+                            const Conduct& conduct) const {
+    if (aligned) return aligned->fill(box, to, conduct.threads);
     const GroupRuns runs(box, sizes());
-    inParallel(runs.count(), 16, threads, [&](std::int64_t first, std::int64_t last) {
+    inParallel(runs.count(), 16, conduct.threads, [&](std::int64_t first, std::int64_t last) {
         GroupPoints points;
         GroupValues<T> values;
         for (std::int64_t number = first; number < last; ++number) {

@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "field/AlignedField.h"
+#include "field/ConvolvedElement.h"
 #include "field/Positions.h"
 #include "field/Request.h"
 #include "method/RectangleField.h"
@@ -16,23 +15,22 @@ namespace pistonfield {
 /// The field of one piston on a lattice in its frame, within a limit of its error: along the axes
 /// where the lattice lies so, else point by point.
 template <class T>
-class PistonLattice {
+class PistonLattice : public ElementLattice<T> {
   public:
-    using Index = std::array<std::int64_t, 3>;
+    using Index = typename ElementLattice<T>::Index;
 
     /// @throws std::bad_alloc
     PistonLattice(const RectangularPiston& piston, const Wave& wave, const Lattice& lattice,
                   const ErrorLimit& limit);
 
-    const Index& sizes() const noexcept { return request.lattice.sizes; }
+    const Index& sizes() const noexcept override { return request.lattice.sizes; }
 
-    /// Computes a box of the lattice. A value's bits do not depend on the box.
-    /// @throws std::bad_alloc
-    void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const;
+    /// A value's bits do not depend on the box, which may be any.
+    void fill(const LatticeBox& box, const Destination<T>& to,
+              const Conduct& conduct) const override;
 
-    /// The evaluations of the integrand that a point takes, on average over those that are computed
-    /// with it or mirrored.
-    double evaluationsOf(const Index& index) const;
+    /// On average over those as well that are mirrored.
+    double evaluationsOf(const Index& index) const override;
 
   private:
     Request request;

@@ -20,7 +20,8 @@ class SumEngine : public ArrayEngine<T> {
     using Index = ArrayTerms::Index;
 
     explicit SumEngine(std::shared_ptr<const ArrayTerms> asked)
-        : ArrayEngine<T>(std::move(asked)),
+        : ArrayEngine<T>(asked),
+          terms(std::move(asked)),
           patches(terms->request()),
           sums(
               terms->array(), terms->request().wave,
@@ -95,8 +96,6 @@ class SumEngine : public ArrayEngine<T> {
     }
 
   private:
-    using ArrayEngine<T>::terms;
-
     void store(const LatticePatches::Piece& piece, const typename PatchSums<T>::Work& work,
                const Destination<T>& to) const {
         for (std::size_t w = 0; w < terms->array().weightings(); ++w) {
@@ -113,6 +112,7 @@ class SumEngine : public ArrayEngine<T> {
         }
     }
 
+    std::shared_ptr<const ArrayTerms> terms;
     LatticePatches patches;
     PatchSums<T> sums;
 };

@@ -111,8 +111,12 @@ class PanelOrders {
 
     /// Whether a panel is short enough for a bound.
     static bool isShort(const SeenPanel& panel) {
-        if (panel.radius == 0) return panel.half <= longest * panel.distance;
-        return panel.half <= longestArc * panel.distance && panel.half <= panel.radius / 2;
+        return isFar(panel) && (panel.radius == 0 || panel.half <= panel.radius / 2);
+    }
+
+    /// Whether the points are far enough from a panel; an arc may have to be cut all the same.
+    static bool isFar(const SeenPanel& panel) {
+        return panel.half <= (panel.radius == 0 ? longest : longestArc) * panel.distance;
     }
 
     Rung rungOf(const SeenPanel& panel, double error) const {
@@ -180,7 +184,7 @@ PanelChoice choosePanels(const Outline& outline, const PointBall& points, bool b
         const SeenPanel seen = orders.see(edge, from, to);
         if (PanelOrders::isShort(seen)) {
             panels.push_back({&edge, from, to, 0});
-        } else if (seen.half < points.radius) {
+        } else if (seen.half < points.radius && !PanelOrders::isFar(seen)) {
             choice = PanelChoice::tooFarApart;
         } else if (cuts == mostCuts) {
             choice = PanelChoice::touching;

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <utility>
 
+#include "ArrayCase.h"
 #include "FieldCase.h"
 #include "field/Positions.h"
 
@@ -225,13 +226,8 @@ std::vector<double> unitsOf(const Request& request) {
     return units;
 }
 
-}  // namespace
-
-ContourCase drawContourCase(Random& random) {
-    ContourCase drawn;
-    Request& request = drawn.request;
-    const double wavelength = random.magnitude(-1, 1);
-    const double k = turn / wavelength;
+/// The medium, the baffle, the quantity, the mode and the tolerance.
+void drawWhatIsAsked(Request& request, double k, Random& random) {
     request.wave = {k, random.below(3) == 0 ? 0 : k * random.magnitude(-4, -0.5)};
     request.baffle = static_cast<Baffle>(random.below(3));
     request.quantity = static_cast<Quantity>(random.below(3));
@@ -240,6 +236,20 @@ ContourCase drawContourCase(Random& random) {
         .value = random.magnitude(request.inSingle() ? -5 : -9, -2),
         .of = random.below(2) == 0 ? Tolerance::Of::local : Tolerance::Of::largest};
     request.behind = true;
+}
+
+/// What has engines of its own gets losses.
+void requireContours(Request& request) {
+    if (!takesContours(request)) request.wave.attenuation = 1e-3 * request.wave.wavenumber;
+}
+
+}  // namespace
+
+ContourCase drawContourCase(Random& random) {
+    ContourCase drawn;
+    Request& request = drawn.request;
+    const double wavelength = random.magnitude(-1, 1);
+    drawWhatIsAsked(request, turn / wavelength, random);
     Array& array = request.array.emplace();
     const std::size_t count = 1 + random.below(3);
     for (std::size_t i = 0; i < count; ++i) {
@@ -257,8 +267,44 @@ ContourCase drawContourCase(Random& random) {
         request.lattice = {.transform = {},
                            .sizes = {static_cast<std::int64_t>(request.points->x.size()), 1, 1}};
     }
-    // The others have engines of their own.
-    if (!takesContours(request)) request.wave.attenuation = 1e-3 * k;
+    requireContours(request);
+    return drawn;
+}
+
+ContourCase drawContourGrid(Random& random) {
+    ContourCase drawn;
+    Element element;
+    const auto source = drawShape(element, random.magnitude(-1, 0.3), random);
+    const std::array<double, 2> steps{random.between(0.1, 0.8), random.between(0.1, 0.8)};
+    const auto parts = static_cast<double>(1 + random.below(4));
+    ElementLayout layout{};
+    layout.across = 2 + static_cast<int>(random.below(4));
+    layout.along = 1 + static_cast<int>(random.below(4));
+    layout.pitchX = steps[0] * static_cast<double>(1 + random.below(3)) / parts;
+    layout.pitchY = steps[1] * static_cast<double>(1 + random.below(3)) / parts;
+    layout.turn = random.below(2) == 0 ? 0 : random.between(-1, 1);
+    const auto weightings = 1 + static_cast<int>(random.below(2));
+    std::array<std::size_t, 3> directions{0, 1, 2};
+    for (std::size_t i = 3; i > 1; --i) std::swap(directions[i - 1], directions[random.below(i)]);
+    std::array<std::int64_t, 3> sizes{};
+    std::array<double, 3> stepsOf{};
+    for (std::size_t i = 0; i < 3; ++i) {
+        const bool isAcross = directions[i] == 2;
+        sizes[i] = 1 + static_cast<std::int64_t>(random.below(isAcross ? 4 : 30));
+        stepsOf[i] = isAcross ? random.between(0.1, 2) : steps[directions[i]];
+    }
+    const double nearest = random.magnitude(-1.5, 1.5);
+    Request& request = drawn.request;
+    request = requestOf(arrayOf(layout, 1, weightings, random),
+                        latticeAbout(sizes, stepsOf, nearest, directions), Mode::cpu);
+    for (Element& other : request.array->elements) {
+        other.piston = element.piston;
+        other.outline = element.outline;
+        drawn.sources.push_back(source);
+    }
+    drawWhatIsAsked(request, turn, random);
+    if (random.below(2) == 0) request = turned(request, random);
+    requireContours(request);
     return drawn;
 }
 

@@ -22,6 +22,10 @@ struct ContourCase {
 /// from 0.03 to 100 wavelengths away.
 ContourCase drawContourCase(Random& random);
 
+/// Two to twenty equal pistons of any shape on a grid of a lattice's steps or of parts of these,
+/// along the axes or turned in space; else the same.
+ContourCase drawContourGrid(Random& random);
+
 std::string describe(const pistonfield::Request& request);
 
 /// How far values are off at some points, in parts of what the tolerance allows: 1 is the limit.

@@ -15,7 +15,10 @@
 #include <vector>
 
 #include "ArrayCase.h"
+#include "ContourCase.h"
+#include "FieldCase.h"
 #include "field/ArrayEngine.h"
+#include "field/ConvolvedElement.h"
 #include "field/ElementGrid.h"
 #include "method/Fft.h"
 
@@ -24,13 +27,23 @@ using Of = Tolerance::Of;
 
 namespace {
 
-/// A request's convolution engine, whether or not sums would take less time.
 template <class T>
+std::shared_ptr<const ArrayEngine<T>> sumOf(const std::shared_ptr<const ArrayTerms>& terms) {
+    return makeSumEngine<T>(terms);
+}
+
+template <class T>
+std::shared_ptr<const ArrayEngine<T>> sumOf(const std::shared_ptr<const ContourTerms>& terms) {
+    return makeContourSumEngine<T>(terms);
+}
+
+/// A request's convolution engine, whether or not sums would take less time.
+template <class T, class Terms = ArrayTerms>
 struct Convolution {
     explicit Convolution(const Request& asked)
         : request(asked),
-          terms(std::make_shared<const ArrayTerms>(request)),
-          sum(makeSumEngine<T>(terms)),
+          terms(std::make_shared<const Terms>(request)),
+          sum(sumOf<T>(terms)),
           engine(makeConvolutionEngine<T>(terms, sum)) {}
 
     std::vector<std::complex<T>> fill(const LatticeBox& box, unsigned threads = 1) const {
@@ -41,7 +54,7 @@ struct Convolution {
     }
 
     Request request;
-    std::shared_ptr<const ArrayTerms> terms;
+    std::shared_ptr<const Terms> terms;
     std::shared_ptr<const ArrayEngine<T>> sum;
     std::unique_ptr<const ArrayEngine<T>> engine;
 };
@@ -58,6 +71,20 @@ double worstIn(const Request& request, std::size_t points, Random& random) {
 double worstOf(const Request& request, std::size_t points, Random& random) {
     return request.inSingle() ? worstIn<float>(request, points, random)
                               : worstIn<double>(request, points, random);
+}
+
+/// The same of integrals along outlines.
+template <class T>
+double worstAlongOutlines(const ContourCase& drawn, std::size_t points, Random& random) {
+    const Convolution<T, ContourTerms> convolution(drawn.request);
+    if (!convolution.engine) return HUGE_VAL;
+    const auto values = convolution.fill(drawn.request.lattice.box());
+    return worstOf(drawn, {values.begin(), values.end()}, points, random);
+}
+
+double worstAlongOutlines(const ContourCase& drawn, std::size_t points, Random& random) {
+    return drawn.request.inSingle() ? worstAlongOutlines<float>(drawn, points, random)
+                                    : worstAlongOutlines<double>(drawn, points, random);
 }
 
 Request withTolerance(Request request, double value, Of of = Of::largest) {
@@ -344,6 +371,123 @@ TEST_F(ConvolutionEngineTest, KeepsTolerancesOfRandomRequests) {
     }
     RecordProperty("worst", std::to_string(worst));
     EXPECT_GE(convolved, cases / 2) << refused << " refused";
+}
+
+TEST_F(ConvolutionEngineTest, KeepsTolerancesOfRandomRequestsForAnyOutline) {
+    int convolved = 0;
+    double worst = 0;
+    constexpr int cases = 12;
+    for (int i = 0; i < cases; ++i) {
+        ContourCase drawn = drawContourGrid(random);
+        drawn.request = takenPlan(drawn.request).request();
+        const double ratio = worstAlongOutlines(drawn, 2, random);
+        if (std::isinf(ratio)) continue;
+        EXPECT_LE(ratio, 1) << describe(drawn.request);
+        worst = std::max(worst, ratio);
+        ++convolved;
+    }
+    RecordProperty("worst", std::to_string(worst));
+    RecordProperty("convolved", convolved);
+    EXPECT_GE(convolved, cases / 2);
+}
+
+/// Discs in a lossy medium, by two weightings, before a lattice of 30 by 20 points a sheet.
+Request discs(Quantity quantity, Baffle baffle, std::int64_t sheets = 2, double nearest = 0.4) {
+    Random random{9};
+    Request request =
+        requestOf(arrayOf({4, 3, 0.5, 0.75}, 1, 2, random),
+                  latticeAbout({30, 20, sheets}, {0.25, 0.25, 0.7}, nearest), Mode::cpu);
+    const auto disc = std::make_shared<const Outline>(discOutline(0.2));
+    for (Element& element : request.array->elements) element.outline = disc;
+    request.wave.attenuation = 0.05;
+    request.quantity = quantity;
+    request.baffle = baffle;
+    return withTolerance(request, 1e-7);
+}
+
+TEST_F(ConvolutionEngineTest, IsTakenForAnyOutlineWhereSumsTakeLonger) {
+    const Request request = discs(Quantity::velocity, Baffle::free);
+    const Plan plan(request);
+    EXPECT_EQ(plan.engine(), "convolution");
+    const auto accuracy = plan.accuracy();
+    EXPECT_LE(accuracy->error, accuracy->bound);
+    EXPECT_LE(accuracy->bound, 1e-7);
+    // A sheet has three components of an element and six spectra at least.
+    EXPECT_GT(plan.cost(request.lattice.box()).memory, 9 * 16 * 30 * 20);
+    Request other = request;
+    other.array->elements.back().outline =
+        std::make_shared<const Outline>(discOutline(0.2));  // an equal one
+    EXPECT_EQ(Plan(other).engine(), "convolution");
+    other.array->elements.back().outline = std::make_shared<const Outline>(discOutline(0.21));
+    EXPECT_EQ(Plan(other).engine(), "contours");
+    // Off the lattice's steps.
+    other = request;
+    other.array->elements.back().pose.centre[0] += 0.01;
+    EXPECT_EQ(Plan(other).engine(), "contours");
+    // After that the losses leave less on the way than transforms have digits for.
+    other = request;
+    other.wave.attenuation = 5;
+    other.lattice.transform[10] = 20;
+    other.tolerance->of = Of::local;
+    EXPECT_EQ(Plan(other).engine(), "contours");
+}
+
+TEST_F(ConvolutionEngineTest, ForAnyOutlineHasTheSameBitsInEveryBoxAndOnEveryThread) {
+    for (const Quantity quantity : {Quantity::pressure, Quantity::velocity, Quantity::intensity}) {
+        const Convolution<double, ContourTerms> convolution(discs(quantity, Baffle::soft, 4));
+        ASSERT_TRUE(convolution.engine);
+        const auto whole = convolution.fill(convolution.request.lattice.box());
+        EXPECT_EQ(convolution.fill(convolution.request.lattice.box(), 3), whole);
+        const LatticeBox box{{3, 2, 1}, {17, 5, 3}};
+        const auto part = convolution.fill(box, 2);
+        std::size_t number = 0;
+        for (std::size_t f = 0; f < static_cast<std::size_t>(convolution.request.fields()); ++f)
+            for (std::size_t z = 1; z < 4; ++z)
+                for (std::size_t y = 2; y < 7; ++y)
+                    for (std::size_t x = 3; x < 20; ++x)
+                        ASSERT_EQ(part[number++], whole[((f * 4 + z) * 20 + y) * 30 + x]);
+    }
+}
+
+/// There are points on rims, where velocities are infinite.
+TEST_F(ConvolutionEngineTest, LeavesVelocitiesInTheElementsPlaneToSums) {
+    for (const Quantity quantity : {Quantity::pressure, Quantity::velocity, Quantity::intensity}) {
+        Request request = discs(quantity, Baffle::rigid, 2, 0);
+        for (Element& element : request.array->elements)
+            element.outline = std::make_shared<const Outline>(discOutline(0.25));
+        const Convolution<double, ContourTerms> convolution(request);
+        ASSERT_TRUE(convolution.engine);
+        const auto whole = convolution.fill(request.lattice.box());
+        std::vector<std::complex<double>> sums(whole.size());
+        convolution.sum->fill(request.lattice.box(),
+                              interleaved(sums.data(), request.lattice.box().points()), 1);
+        double farthest = 0;
+        for (std::size_t i = 0; i < sums.size(); ++i) {
+            const bool inPlane = i % (std::size_t{30} * 20 * 2) < std::size_t{30} * 20;
+            if (inPlane && quantity != Quantity::pressure) {
+                ASSERT_EQ(whole[i], sums[i]);
+            } else {
+                farthest = std::max(farthest, std::abs(whole[i] - sums[i]));
+            }
+        }
+        EXPECT_LE(farthest, 1e-5);
+        EXPECT_GT(farthest, 0);
+    }
+}
+
+TEST(ConvolvedOutlineTest, EndsWithoutItsFieldWhereItIsStopped) {
+    const Request request = discs(Quantity::pressure, Baffle::soft);
+    const auto element = makeConvolvedOutline(std::make_shared<const ContourTerms>(request));
+    const Lattice lattice = latticeAbout({40, 5, 1}, {0.25, 0.25, 0.7}, 0.4);
+    const auto field = element->on(lattice, 0, 1);
+    std::stop_source stop;
+    stop.request_stop();
+    constexpr std::complex<double> untouched(7, 7);
+    std::vector<std::complex<double>> values(200, untouched);
+    field->fill(lattice.box(), interleaved(values.data()), {.stop = stop.get_token()});
+    EXPECT_THAT(values, testing::Each(untouched));
+    field->fill(lattice.box(), interleaved(values.data()), {});
+    EXPECT_THAT(values, testing::Each(testing::Ne(untouched)));
 }
 
 TEST(ElementGridTest, BoundsWhatSpreadingAdds) {
