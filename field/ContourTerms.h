@@ -80,6 +80,7 @@ class ContourTerms {
     struct Preview {
         double pressure = 0;  ///< lower bounds of the largest |p| and |v|
         double velocity = 0;
+        bool hasVelocity = false;  ///< whether |v| is finite at any of the points
         double amplitude = 0;  ///< what the elements' rounding is a part of, weighted and summed up
         double weights = 0;    ///< the sum of the weights' magnitudes
     };
@@ -91,6 +92,7 @@ class ContourTerms {
     void requireSizes() const;
     double reachWithin() const;
     void requireBefore() const;
+    void requireVelocities() const;
     std::vector<PointField> fieldsAt(const std::vector<Index>& points, double fraction) const;
     double amplitudeAt(const Index& index, std::size_t weighting) const;
     double roundedAmplitudeAt(const Index& index, std::size_t weighting) const;

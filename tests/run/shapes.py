@@ -8,7 +8,7 @@ import unittest
 
 import h5py
 import numpy
-from programs import ProgramTest, arrays, datasets
+from programs import ProgramTest, arrays, attributes, datasets, values_of
 
 K = 2 * math.pi * 1e6 / 1500
 LOSSES = 15.0
@@ -44,17 +44,6 @@ POLYGON = """shape = "polygon"
 corners = [[-4e-3, -3e-3], [-4e-3, 5e-3], [1e-3, 5e-3], [1e-3, 2e-3], [3e-3, 2e-3], [3e-3, -3e-3]]
 """
 SHAPES = (DISC, RING, SECTOR, SLICE, POLYGON)
-
-
-def attributes(path):
-    with h5py.File(path) as file:
-        return dict(file.attrs)
-
-
-def values_of(path):
-    values = arrays(path)
-    values.pop("slabs", None)
-    return values
 
 
 def from_circle(radius, z, baffle):
@@ -266,8 +255,8 @@ class AccountTest(ShapeTest):
         self.assertTrue(shown.endswith('\n[piston]\nshape = "disc"\nradius = 0.01\n'), shown)
         message = self.refused("show", "--elements", "field.h5")
         self.assertIn("field.h5 has the field of no array", message)
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "field.h5"))
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "request.toml"))
+        self.assertIn("beams are measured of the pressure of", self.refused("beam", "field.h5"))
+        self.assertIn("beams are measured of the pressure of", self.refused("beam", "request.toml"))
 
     def test_notes_are_about_the_piston(self):
         words = ("--request", "request.toml", "--behind", "--estimate", "field.h5")

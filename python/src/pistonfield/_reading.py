@@ -18,7 +18,7 @@ from ._grid import Grid
 from ._medium import WATER, Medium
 from ._piston import Piston
 
-_FORMATS = (2, 3, 4, 5)
+_FORMATS = (2, 3, 4, 5, 6)
 
 
 class Field:
