@@ -21,7 +21,6 @@ using pistonfield::StraightEdge;
 namespace {
 
 constexpr const char* datasetName = "outline";
-constexpr std::size_t columns = 7;
 constexpr double straight = 0;
 constexpr double arc = 1;
 
@@ -71,6 +70,12 @@ Outline read(hid_t file) {
     std::vector<double> rows(sizes[0] * columns);
     checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, rows.data()),
             datasetName);
+    return outlineOf(rows);
+}
+
+Outline outlineOf(std::span<const double> rows) {
+    if (rows.size() % columns != 0)
+        throw std::runtime_error("outline: takes rows of 7 numbers, one for each edge");
     Outline outline;
     for (std::size_t i = 0; i < rows.size(); i += columns) {
         if (rows[i] == static_cast<double>(outline.loops.size())) outline.loops.emplace_back();
