@@ -534,6 +534,19 @@ end
 %! p = array_there_and_back(folder, array, [1; 1i; 0.5], grid, drive);
 %! assert(p, pistonfield_pressure(array, grid, drive{:}, 'weights', [1; 1i; 0.5]));
 
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % and arrays of other shapes
+%! array = pistonfield_array('annular', 'elements', 3, 'radius', 10e-3 / 3, 'kerf', 0.1e-3);
+%! w = [1; 1i; 0.5];
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5};
+%! pistonfield_request(file, array, grid, drive{:}, 'weights', w, 'overwrite', true);
+%! field = fullfile(folder, 'rings.h5');
+%! run('--request', strrep(file, '"', '\"'), '--overwrite', field);
+%! [p, request, ~, found, weights] = pistonfield_read(field, 'piston', array, drive{:});
+%! assert(p, pistonfield_pressure(array, grid, drive{:}, 'weights', w));
+%! assert({request.elements, weights}, {3, w});
+%! assert({found.outlines, found.outline, found.center}, ...
+%!        {array.outlines, array.outline, array.center});
+
 %!test % what is told of an array is what pistonfield_pressure tells
 %! array = pistonfield_array('line', 'elements', 3, 'pitch', 2e-3, 'width', 1e-3, 'height', 2e-3);
 %! info = pistonfield_request(file, array, grid, 'frequency', 1e6, 'overwrite', true);

@@ -68,7 +68,16 @@ function [array, weights] = array_in(file)
   rows = h5read(file, '/elements');
   normals = cross(rows(6:8, :), rows(9:11, :), 1);
   pairs = h5read(file, '/weights');
-  [array, weights] = array_of_table([rows; normals; pairs.r(:).'; pairs.i(:).']);
+  outlines = [];
+  if any(strcmp({h5info(file, '/').Datasets.Name}, 'outlines'))
+    outlines = h5read(file, '/outlines');
+    outlines(1:2, :) = outlines(1:2, :) + 1;
+    numbers = double(h5read(file, '/outline_of')) + 1;
+    require(all(numbers > 0), 'pistonfield_read', 'array', ...
+            'some elements of %s are rectangles and others have outlines', file);
+    rows(2, :) = numbers(:).';
+  end
+  [array, weights] = array_of_table([rows; normals; pairs.r(:).'; pairs.i(:).'], outlines);
 end
 
 % Of several components at each point a last dimension.

@@ -77,8 +77,9 @@ function [array, weights] = array_by_program(caller, program, file)
   cleaning = onCleanup(@() delete_if_there(table));
   text = run_program(caller, program, {'show', '--elements', file});
   write_text(caller, table, text);
-  [array, weights] = array_of_table(ask_module(caller, struct('elements', 'file'), ...
-                                               'array_of_table', table));
+  names = struct('elements', 'file');
+  [array, weights] = array_of_table(ask_module(caller, names, 'array_of_table', table), ...
+                                    ask_module(caller, names, 'outlines_of_table', table));
 end
 
 function numbers = numbers_in(text)

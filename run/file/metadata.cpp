@@ -39,7 +39,7 @@ constexpr std::int64_t arrayFormat = 4;
 /// Of fields, maybe of arrays, in a medium with losses or in another baffle than a rigid one, or of
 /// pistons of other shapes; likewise.
 constexpr std::int64_t contourFormat = 5;
-/// Of velocities and intensities; likewise.
+/// Of velocities and intensities, and of arrays whose elements have outlines; likewise.
 constexpr std::int64_t quantityFormat = 6;
 constexpr const char* tableName = "table";
 constexpr const char* digestName = "digest";
@@ -83,8 +83,10 @@ constexpr const char* baffleName = "baffle";
 // And where it is `quantityFormat`.
 constexpr const char* quantityName = "quantity";
 
+/// Whether the format is `quantityFormat`.
 bool takesQuantity(const pistonfield::Request& request) {
-    return request.quantity != pistonfield::Quantity::pressure;
+    return request.quantity != pistonfield::Quantity::pressure ||
+           (hasElements(request) && arrayDatasets::haveOutlines(request.array->elements));
 }
 
 std::int64_t formatFor(const pistonfield::Request& request) {
@@ -230,9 +232,6 @@ void addContours(const pistonfield::Request& request, Digest& digest) {
 void writeSource(hid_t file, const pistonfield::Request& request) {
     if (const pistonfield::Outline* outline = shapeOf(request))
         return outlineDataset::write(file, *outline);
-    for (const pistonfield::Element& element : request.array->elements)
-        if (element.outline)
-            throw std::runtime_error("elements with outlines have no place in a file");
     arrayDatasets::write(file, *request.array);
 }
 
@@ -242,6 +241,10 @@ void addSource(const pistonfield::Request& request, Digest& digest) {
         return digest.add(outlineDataset::rowsOf(*outline));
     const pistonfield::Array& array = *request.array;
     digest.add(arrayDatasets::rowsOf(array.elements));
+    if (arrayDatasets::haveOutlines(array.elements)) {
+        digest.add(arrayDatasets::outlineRowsOf(array.elements));
+        digest.add(arrayDatasets::outlineOf(array.elements));
+    }
     std::vector<double> weights;
     for (const std::complex<double>& weight : array.weights)
         weights.insert(weights.end(), {weight.real(), weight.imag()});

@@ -16,6 +16,7 @@ using hdf5::Dataset;
 using pistonfield::Arc;
 using pistonfield::Outline;
 using pistonfield::OutlineEdge;
+using pistonfield::PlaneVector;
 using pistonfield::StraightEdge;
 
 namespace {
@@ -35,9 +36,10 @@ Row rowOf(const Arc& edge) {
     return {arc, edge.centre[0], edge.centre[1], edge.radius, edge.from, edge.sweep};
 }
 
-OutlineEdge edgeOf(const double* row) {
-    if (row[0] == straight) return StraightEdge{{row[1], row[2]}, {row[3], row[4]}};
-    if (row[0] == arc) return Arc{{row[1], row[2]}, row[3], row[4], row[5]};
+OutlineEdge edgeOf(const double* row, double unit) {
+    const PlaneVector begin{row[1] / unit, row[2] / unit};
+    if (row[0] == straight) return StraightEdge{begin, {row[3] / unit, row[4] / unit}};
+    if (row[0] == arc) return Arc{begin, row[3] / unit, row[4], row[5]};
     throw std::runtime_error("outline: an edge is neither straight nor an arc");
 }
 
@@ -73,7 +75,7 @@ Outline read(hid_t file) {
     return outlineOf(rows);
 }
 
-Outline outlineOf(std::span<const double> rows) {
+Outline outlineOf(std::span<const double> rows, double unit) {
     if (rows.size() % columns != 0)
         throw std::runtime_error("outline: takes rows of 7 numbers, one for each edge");
     Outline outline;
@@ -81,7 +83,7 @@ Outline outlineOf(std::span<const double> rows) {
         if (rows[i] == static_cast<double>(outline.loops.size())) outline.loops.emplace_back();
         if (rows[i] + 1 != static_cast<double>(outline.loops.size()))
             throw std::runtime_error("outline: its loops do not follow each other");
-        outline.loops.back().push_back(edgeOf(&rows[i + 1]));
+        outline.loops.back().push_back(edgeOf(&rows[i + 1], unit));
     }
     return outline;
 }

@@ -27,7 +27,7 @@ inline constexpr std::size_t columns = 7;
 /// An outline's numbers, edge by edge as a row has them.
 std::vector<double> rowsOf(const pistonfield::Outline& outline);
 
-/// The outline of such numbers.
-pistonfield::Outline outlineOf(std::span<const double> rows);
+/// The outline of such numbers, whose lengths are divided by a unit.
+pistonfield::Outline outlineOf(std::span<const double> rows, double unit = 1);
 
 }  // namespace run::outlineDataset
