@@ -73,7 +73,8 @@ class Field:
     def __getitem__(self, key: Any) -> npt.NDArray[Any]:
         dimensions = len(self._values.shape)
         keys = _all_keys(key, dimensions)
-        stored = np.asarray(self._values[(*keys[2::-1], *keys[3:])])
+        in_file = (*keys[2::-1], *keys[3:])
+        stored = np.asarray(self._values[in_file])
         # The components, where any are left, stay the last direction.
         components = dimensions > 3 and not _is_index(keys[3])
         points = stored.ndim - components
