@@ -9,11 +9,14 @@
 #include <cmath>
 #include <fstream>
 #include <istream>
+#include <map>
+#include <memory>
 #include <numbers>
 #include <optional>
 #include <ostream>
 #include <string_view>
 #include <utility>
+#include <variant>
 #include <vector>
 
 #include "arrays/vectors.h"
@@ -50,28 +53,18 @@ enum Column : std::size_t {
     phase,
     re,
     im,
+    outline,
     columns
 };
 
 constexpr std::array<Quantity, columns> quantities{{
-    {"x", Measure::length},
-    {"y", Measure::length},
-    {"z", Measure::length},
-    {"width", Measure::length},
-    {"height", Measure::length},
-    {"normal x", Measure::number},
-    {"normal y", Measure::number},
-    {"normal z", Measure::number},
-    {"along x", Measure::number},
-    {"along y", Measure::number},
-    {"along z", Measure::number},
-    {"up x", Measure::number},
-    {"up y", Measure::number},
-    {"up z", Measure::number},
-    {"amplitude", Measure::number},
-    {"phase", Measure::angle},
-    {"re", Measure::number},
-    {"im", Measure::number},
+    {"x", Measure::length},        {"y", Measure::length},        {"z", Measure::length},
+    {"width", Measure::length},    {"height", Measure::length},   {"normal x", Measure::number},
+    {"normal y", Measure::number}, {"normal z", Measure::number}, {"along x", Measure::number},
+    {"along y", Measure::number},  {"along z", Measure::number},  {"up x", Measure::number},
+    {"up y", Measure::number},     {"up z", Measure::number},     {"amplitude", Measure::number},
+    {"phase", Measure::angle},     {"re", Measure::number},       {"im", Measure::number},
+    {"outline", Measure::length},
 }};
 
 /// How many of a unit are a metre, or how many units a radian is.
@@ -155,6 +148,50 @@ std::string quoted(std::string_view text) {
     return between('\'', shown, '\'');
 }
 
+/// Writes a number with the fewest digits that are read as it.
+void write(std::ostream& to, double number) {
+    std::array<char, 32> digits{};
+    const auto* const end = std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
+    to.write(digits.data(), end - digits.data());
+}
+
+/// Writes an outline as a cell has it: numbers with spaces between them, edges with semicolons,
+/// loops with slashes.
+void write(std::ostream& to, const Outline& outline) {
+    const auto writeAll = [&to](const auto& numbers) {
+        const char* before = "";
+        for (const double number : numbers) {
+            to << before;
+            write(to, number);
+            before = " ";
+        }
+    };
+    const char* before = "";
+    for (const Loop& loop : outline.loops) {
+        for (const OutlineEdge& edge : loop) {
+            to << before;
+            before = "; ";
+            if (const auto* side = std::get_if<StraightEdge>(&edge))
+                writeAll(std::array{side->from[0], side->from[1], side->to[0], side->to[1]});
+            else if (const auto* arc = std::get_if<Arc>(&edge))
+                writeAll(
+                    std::array{arc->centre[0], arc->centre[1], arc->radius, arc->from, arc->sweep});
+        }
+        before = " / ";
+    }
+}
+
+/// The parts of a text between separators.
+std::vector<std::string_view> partsOf(std::string_view text, char separator) {
+    std::vector<std::string_view> parts;
+    for (;;) {
+        const std::size_t end = std::min(text.find(separator), text.size());
+        parts.push_back(trimmed(text.substr(0, end)));
+        if (end == text.size()) return parts;
+        text.remove_prefix(end + 1);
+    }
+}
+
 /// A table while it is read.
 class Table {
   public:
@@ -197,7 +234,8 @@ class Table {
 
     /// Reads up to the next line's end, and no endless line.
     bool getLine() {
-        constexpr std::size_t longest = 65536;
+        // An outline of as many edges as there may be.
+        constexpr std::size_t longest = 1048576;
         line.clear();
         char next = 0;
         while (from.get(next)) {
@@ -240,7 +278,9 @@ class Table {
         }
         headings = std::move(cells);
         for (const Column needed : {x, y, width, height})
-            if (!cellOf[needed]) refuseLine("there is no column " + nameOf(needed));
+            if (!cellOf[needed] && (!cellOf[outline] || needed == x || needed == y))
+                refuseLine("there is no column " + nameOf(needed));
+        requireTogether({width, height});
         requireTogether({normalX, normalY, normalZ});
         requireTogether({alongX, alongY, alongZ});
         requireTogether({upX, upY, upZ});
@@ -293,11 +333,45 @@ class Table {
         if (cells.size() != headings.size())
             refuseLine("there are " + std::to_string(cells.size()) + " cells for " +
                        std::to_string(headings.size()) + " columns");
+        shape = cellOf[outline] ? cells[*cellOf[outline]] : std::string();
         for (std::size_t column = 0; column < columns; ++column)
-            if (cellOf[column])
+            if (cellOf[column] && column != outline)
                 numbers[column] = numberIn(*cellOf[column], cells[*cellOf[column]]) / inOne[column];
+        if (!shape.empty()) return;
+        if (!cellOf[width])
+            refuseCell(*cellOf[outline], "is empty, and there are no columns width and height");
         for (const Column side : {width, height})
             if (!(numbers[side] > 0)) refuseCell(*cellOf[side], "must be above 0");
+    }
+
+    /// The outline in a row's cell. Elements with the same text share one.
+    std::shared_ptr<const Outline> outlineOfRow() {
+        std::shared_ptr<const Outline>& known = outlines[shape];
+        if (known) return known;
+        Outline read;
+        for (const std::string_view loop : partsOf(shape, '/')) {
+            read.loops.emplace_back();
+            for (const std::string_view edge : partsOf(loop, ';'))
+                read.loops.back().push_back(edgeIn(edge));
+        }
+        known = std::make_shared<const Outline>(std::move(read));
+        return known;
+    }
+
+    OutlineEdge edgeIn(std::string_view text) const {
+        constexpr std::size_t ofSide = 4;
+        constexpr std::size_t ofArc = 5;
+        std::vector<double> of;
+        for (const std::string_view word : partsOf(text, ' '))
+            if (!word.empty()) of.push_back(numberIn(*cellOf[outline], word));
+        const double unit = inOne[outline];
+        if (of.size() == ofSide)
+            return StraightEdge{{of[0] / unit, of[1] / unit}, {of[2] / unit, of[3] / unit}};
+        if (of.size() == ofArc)
+            return Arc{{of[0] / unit, of[1] / unit}, of[2] / unit, of[3], of[4]};
+        refuseCell(*cellOf[outline],
+                   "an edge is the 4 numbers of a straight one or the 5 of an arc, and not " +
+                       std::to_string(of.size()));
     }
 
     double numberIn(std::size_t cell, std::string_view text) const {
@@ -313,8 +387,12 @@ class Table {
         return {numbers[first], numbers[first + 1], numbers[first + 2]};
     }
 
-    Element element() const {
-        Element element{{numbers[width], numbers[height]}, {}};
+    Element element() {
+        Element element;
+        if (shape.empty())
+            element.piston = {numbers[width], numbers[height]};
+        else
+            element.outline = outlineOfRow();
         element.pose = axes();
         element.pose.centre = {numbers[x], numbers[y], cellOf[z] ? numbers[z] : 0};
         return element;
@@ -384,19 +462,25 @@ class Table {
     std::array<std::optional<std::size_t>, columns> cellOf{};  ///< where each column stands
     std::array<double, columns> inOne{};                       ///< of each column's unit
     std::array<double, columns> numbers{};                     ///< of the row
+    std::string shape;                                         ///< the row's outline, as a text
+    std::map<std::string, std::shared_ptr<const Outline>> outlines;  ///< by their texts
 };
 
-/// Writes numbers with the fewest digits that are read as them.
+/// Writes the cells of an element.
 class Row {
   public:
     explicit Row(std::ostream& to) : to(to) {}
 
     void add(double number) {
-        std::array<char, 32> digits{};
-        const auto* const end =
-            std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr;
         to << separator;
-        to.write(digits.data(), end - digits.data());
+        write(to, number);
+        separator = ",";
+    }
+
+    /// An outline, or an empty cell where there is none.
+    void add(const Outline* outline) {
+        to << separator;
+        if (outline != nullptr) write(to, *outline);
         separator = ",";
     }
 
@@ -425,18 +509,20 @@ void writeArray(std::ostream& to, const Array& array) {
     if (!array.weights.empty() && array.weights.size() != array.elements.size())
         throw InvalidRequest("weights", "a table has one for each element, or none");
     const bool hasWeights = !array.weights.empty();
-    to << "x [m],y [m],z [m],width [m],height [m],normal x,normal y,normal z,along x,along y,along "
-          "z,up x,up y,up z"
-       << (hasWeights ? ",re,im\n" : "\n");
+    const auto isShaped = [](const Element& element) { return element.outline != nullptr; };
+    const bool hasOutlines = std::any_of(array.elements.begin(), array.elements.end(), isShaped);
+    const bool hasSides = !std::all_of(array.elements.begin(), array.elements.end(), isShaped);
+    to << "x [m],y [m],z [m]" << (hasSides ? ",width [m],height [m]" : "")
+       << ",normal x,normal y,normal z,along x,along y,along z,up x,up y,up z"
+       << (hasWeights ? ",re,im" : "") << (hasOutlines ? ",outline [m]\n" : "\n");
     for (std::size_t i = 0; i < array.elements.size(); ++i) {
-        const auto& [piston, pose, outline] = array.elements[i];
-        if (outline)
-            throw InvalidRequest("elements", "element " + std::to_string(i + 1) +
-                                                 " is no rectangle, which a table has alone");
+        const auto& [piston, pose, shape] = array.elements[i];
         Row row(to);
         row.add(pose.centre);
-        row.add(piston.width);
-        row.add(piston.height);
+        if (hasSides) {
+            row.add(shape ? 0 : piston.width);
+            row.add(shape ? 0 : piston.height);
+        }
         row.add(pose.normal());
         row.add(pose.alongWidth);
         row.add(pose.alongHeight);
@@ -444,6 +530,7 @@ void writeArray(std::ostream& to, const Array& array) {
             row.add(array.weights[i].real());
             row.add(array.weights[i].imag());
         }
+        if (hasOutlines) row.add(shape.get());
         row.end();
     }
 }

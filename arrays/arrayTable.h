@@ -22,6 +22,12 @@ namespace pistonfield {
 ///   up x, up y, up z               the direction of the height, together with the width's
 ///   amplitude, phase [deg]         the weight, with either of the two or both; or phase [rad]; or:
 ///   re, im                         the weight's real and imaginary part
+///   outline [mm]                   in place of the sides any flat shape, the edges in turn: x and
+///   y
+///                                  of both ends of a straight one; of an arc x and y of its
+///                                  centre, its radius, the angle where it begins, and the one by
+///                                  which it turns, in radians; "; " between edges and " / "
+///                                  between loops. An element with an empty cell has its sides
 /// Empty lines and those that begin with # are left out; names and numbers may stand in double
 /// quotes. Without a weight's column the array has no weights.
 /// @param name what errors call the source
@@ -34,7 +40,7 @@ Array readArrayFile(const std::string& path);
 
 /// Writes an array as `readArray` reads it, in metres, with all digits: what is read is equal to
 /// it, if its elements are. The stream's state says whether it was written.
-/// @throws InvalidRequest where there are several weightings, or an element is no rectangle
+/// @throws InvalidRequest where there are several weightings
 void writeArray(std::ostream& to, const Array& array);
 
 }  // namespace pistonfield

@@ -50,6 +50,7 @@ ContourTerms::ContourTerms(const Request& request)
     if (!request.behind) requireBefore();
     excess = excessWithin();
     previews = previewsOf();
+    requireVelocities();
     const double rounded = rounding();
     const double asked = request.tolerance->value;
     if (!(asked >= 2 * rounded && rounded >= 0)) refuseTolerance(2 * rounded, request);
@@ -96,6 +97,17 @@ void ContourTerms::requireSizes() const {
             require(theFields[i].piston.height, "elements", element);
         }
     }
+}
+
+void ContourTerms::requireVelocities() const {
+    if (!withVelocity() || isLocal()) return;
+    for (const Preview& preview : previews)
+        if (!preview.hasVelocity)
+            throw InvalidRequest(
+                fieldOfPoints(request()),
+                "at all points that were looked at the velocity is infinite: they lie on an edge "
+                "of the source. There is no largest |v| for the tolerance to be relative to; take "
+                "one of the local amplitude, or other points");
 }
 
 std::vector<Pose::Vector> ContourTerms::centres() const {
@@ -229,8 +241,9 @@ auto ContourTerms::previewsOf() const -> std::vector<Preview> {
         of.amplitude = std::max(of.amplitude, roundedAmplitudeAt(points[i / count], i % count));
         of.pressure = std::max(of.pressure, std::abs(fields[i].pressure) - error * amplitude);
         // On an edge a velocity is infinite, which says nothing of the others.
-        if (std::isfinite(velocity))
-            of.velocity = std::max(of.velocity, velocity - error * amplitude);
+        if (!std::isfinite(velocity)) continue;
+        of.hasVelocity = true;
+        of.velocity = std::max(of.velocity, velocity - error * amplitude);
     }
     return seen;
 }

@@ -62,6 +62,7 @@ class ContourTerms : public ElementTerms {
     struct Preview {
         double pressure = 0;  ///< lower bounds of the largest |p| and |v|
         double velocity = 0;
+        bool hasVelocity = false;  ///< whether |v| is finite at any of the points
         double amplitude = 0;  ///< what the elements' rounding is a part of, weighted and summed up
         double weights = 0;    ///< the sum of the weights' magnitudes
     };
@@ -72,6 +73,7 @@ class ContourTerms : public ElementTerms {
     void requireSizes() const;
     std::vector<Pose::Vector> centres() const;
     void requireBefore() const;
+    void requireVelocities() const;
     std::vector<PointField> fieldsAt(const std::vector<Index>& points, double fraction) const;
     double amplitudeAt(const Index& index, std::size_t weighting) const;
     double roundedAmplitudeAt(const Index& index, std::size_t weighting) const;

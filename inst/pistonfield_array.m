@@ -78,7 +78,8 @@ function [array, weights] = pistonfield_array(kind, varargin)
   %                     x [mm], y [mm], z [mm], width [mm], height [mm]; with units of m, cm, mm or
   %                     um. Optional: normal x, normal y, normal z; along x, ... of the direction of
   %                     the width, up x, ... of the height; and amplitude and phase [deg], or re and
-  %                     im, of weights
+  %                     im, of weights; in place of the sides outline [mm], as 'save' writes it and
+  %                     docs/run.md says
   %
   %   'along_x'       - apodised: the velocity along x, from -1 to 1 at the ends of the side: the
   %                     coefficients of 1, x, x^2, ...; the name of a window of pistonfield_focus, or
@@ -158,7 +159,7 @@ function [array, weights] = pistonfield_array(kind, varargin)
   outlines = [];
   switch kind
     case 'table'
-      columns = columns_of_table(caller, given);
+      [columns, outlines] = columns_of_table(caller, given);
     case 'list'
       [columns, outlines] = columns_of_list(caller, given);
     case 'apodised'
@@ -204,13 +205,16 @@ function [given, pose] = read_parameters(caller, pairs)
            'the cross product of the others']);
 end
 
-function columns = columns_of_table(caller, given)
+% The table of outlines is empty where the elements are rectangles.
+function [columns, outlines] = columns_of_table(caller, given)
   others = setdiff(fieldnames(given), {'file', 'center', 'orientation'});
   require(isempty(others), caller, 'options', ...
           '''%s'' says nothing about an array of a table; there are: file', [others{1:min(1, end)}]);
   require(isfield(given, 'file') && ischar(given.file) && ~isempty(given.file), caller, 'file', ...
           'file must be the name of a table');
-  columns = ask_module(caller, struct('elements', 'file'), 'array_of_table', given.file);
+  names = struct('elements', 'file');
+  columns = ask_module(caller, names, 'array_of_table', given.file);
+  outlines = ask_module(caller, names, 'outlines_of_table', given.file);
 end
 
 % Tiles with their weights, and the estimated error of their field.
@@ -386,6 +390,7 @@ end
 
 % Tables may say anything; what is built does not overlap.
 function warn_of_overlaps(caller, array)
+  array = read_array(caller, array);
   found = ask_module(caller, struct('elements', 'file'), 'array_overlaps', array.width, ...
                      array.height, array.center, array.orientation);
   if found(1) > 0
@@ -537,6 +542,32 @@ end
 %!   end
 %!   clear remove;
 %! end
+
+%!test % and so does one whose elements have outlines
+%! rings = pistonfield_array('annular', 'elements', 4, 'radius', 10e-3 / 3, 'kerf', 0.1e-3);
+%! square = [-1 -1; 1 -1; 1 1; -1 1] / 300;
+%! list = pistonfield_array('list', 'pistons', {pistonfield_piston('disc', 'radius', 1e-3 / 3), ...
+%!   pistonfield_piston('polygon', 'corners', square, 'holes', {square / 7}, 'center', [0.1 0 0]), ...
+%!   struct('width', 1e-3, 'height', 2e-3, 'center', [0 0.1 0]), ...
+%!   pistonfield_piston('disc', 'radius', 1e-3 / 3, 'center', [0 0 0.1])});
+%! for array = {rings, list}
+%!   name = new_name();
+%!   remove = onCleanup(@() unlink(name));
+%!   w = exp(1i * (1:columns(array{1}.center)).') / 3;
+%!   for weights = {[], w}
+%!     pistonfield_array(array{1}, 'save', name, 'weights', weights{1}, 'overwrite', true);
+%!     [back, found] = pistonfield_array('table', 'file', name);
+%!     for field = {'outlines', 'outline', 'center', 'orientation'}
+%!       assert(back.(field{1}), array{1}.(field{1}));
+%!     end
+%!     assert(found, weights{1});
+%!   end
+%!   clear remove;
+%! end
+%! name = write_table('x [m],y [m],width [m],height [m],outline [m]', '0,0,1,1,', ...
+%!                    '9,0,0,0,0 0 1 0 7');
+%! fail('pistonfield_array("table", "file", name)', 'some are rectangles and others have outlines');
+%! unlink(name);
 
 %!test % a file that exists is kept, and nothing is left of what cannot be saved
 %! name = write_table('mine');

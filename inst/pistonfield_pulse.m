@@ -10,7 +10,7 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
   %   It is computed from the pulse's spectrum: a field for each frequency, within a tolerance, and
   %   their sum. Frequencies that the tolerance does not need are left out. Times begin with the first
   %   arrival at any of the points, so that a distance takes no time, and end with the last one of the
-  %   pulse's end. The medium has no losses.
+  %   pulse's end. Of a medium with losses that holds of each frequency, with its own wavenumber.
   %
   %   info.error estimates how far the pressures are off. What a signal has near half the rate is off
   %   by most: take a rate of eight times the highest frequency that matters, or more.
@@ -42,6 +42,8 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
   % OPTIONAL INPUTS (names and values)
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
   %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
+  %   'attenuation', 'exponent', 'dispersion', 'dispersionfrequency'
+  %                - losses of the medium, as pistonfield_pressure takes them; default none
   %   'weights'    - of an array, N by 1: the elements' velocities, in units of the signal; default 1
   %   'delays'     - of an array, N numbers: how much later each element moves [s]; default 0
   %   'tolerance'  - the largest error of each frequency's field, relative to its largest |p|, and
@@ -86,10 +88,11 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
   [place, shape] = read_place(caller, source, grid, options.behind);
   modes = struct('double', 'cpu', 'single', 'cpusp');
 
-  names = struct('elements', 'array', 'wavenumber', 'speed');
+  names = struct('elements', 'array', 'wavenumber', 'speed', ...
+                 'dispersionFrequency', 'dispersionfrequency');
   answer = ask_module(caller, names, 'pulse', place{:}, radiating{:}, double(options.behind), ...
                       modes.(options.precision), options.tolerance, real(options.samples), ...
-                      options.imaginary, options.perSecond, options.speed, options.delays, ...
+                      options.imaginary, options.perSecond, options.medium, options.delays, ...
                       options.threads);
   perSecond = options.perSecond;
   if ~isempty(options.imaginary)
@@ -107,7 +110,8 @@ end
 % step, and imaginary the parts of a spectrum.
 function options = read_pulse_options(caller, given)
   defaults = struct('signal', [], 'rate', [], 'amplitudes', [], 'step', [], 'speed', 1482, ...
-                    'density', 998, 'weights', [], 'delays', [], 'tolerance', 1e-3, ...
+                    'density', 998, 'attenuation', [], 'exponent', [], 'dispersion', [], ...
+                    'dispersionfrequency', [], 'weights', [], 'delays', [], 'tolerance', 1e-3, ...
                     'precision', 'double', 'behind', false, 'threads', []);
   options = read_options(caller, defaults, given);
   bySpectrum = ~isempty(options.amplitudes);
@@ -128,6 +132,7 @@ function options = read_pulse_options(caller, given)
   if bySpectrum
     options.imaginary = imag(options.samples);
   end
+  options.medium = read_medium(caller, options);
   options.perSecond = options.(names{2});
   require_word(caller, 'precision', options.precision, {'double', 'single'});
   require_flag(caller, 'behind', options.behind);
@@ -142,6 +147,21 @@ function options = read_pulse_options(caller, given)
           options.threads == fix(options.threads) && options.threads <= most), ...
           caller, 'threads', 'threads must be a whole number from 1 to %d', most);
   options.threads = double(options.threads);
+end
+
+% The speed, the attenuation, the exponent and the frequency of dispersion.
+function medium = read_medium(caller, options)
+  options.frequency = 1e6;  % any, as no losses are given for one alone
+  options.nepers = [];
+  wave = read_wave(caller, options);
+  medium = [options.speed; 0; 1];
+  if ~isempty(options.attenuation)
+    medium(2) = double(options.attenuation);
+  end
+  if ~isempty(options.exponent)
+    medium(3) = double(options.exponent);
+  end
+  medium = [medium; wave.dispersionFrequency];
 end
 
 % What radiates, and as the module takes it.
@@ -253,6 +273,32 @@ end
 %! end
 %! assert(max(abs(p)), alone, 0.03 * alone);
 
+%!test % losses, and the phase speed that goes with them, on the axis of a disc
+%! signal = u((0:64) / fs);
+%! n = 4096;  % a period of far more than the pulse takes
+%! f = (1:n / 2 - 1) * fs / n;
+%! spectrum = fft(signal, n)(2:n / 2);
+%! point = [0 0 20e-3];
+%! for exponent = [1 1.5]
+%!   for dispersion = [false true]
+%!     nepers = 100 * log(10) / 20 * 3 * (f / 1e6) .^ exponent;
+%!     k = 2 * pi * f / c;
+%!     if dispersion && exponent == 1
+%!       k = k - 2 / pi * nepers .* log(f / 1e6);
+%!     elseif dispersion
+%!       k = k + tan(pi * exponent / 2) * nepers .* (1 - (f / 1e6) .^ (1 - exponent));
+%!     end
+%!     lossy = k - 1i * nepers;
+%!     field = 998 * 2 * pi * f ./ lossy .* ...
+%!             (exp(-1i * lossy * 20e-3) - exp(-1i * lossy * hypot(20e-3, 10e-3)));
+%!     options = {'signal', signal, 'rate', fs, 'attenuation', 3, 'exponent', exponent, ...
+%!                'dispersion', dispersion, 'tolerance', 1e-5};
+%!     [p, t, info] = pistonfield_pulse(disc, point, options{:});
+%!     expected = 2 / n * real((field .* spectrum) * exp(2i * pi * f.' * t));
+%!     assert(p(:).', expected, (info.error + 1e-4) * max(abs(expected)));
+%!   end
+%! end
+
 %!test % amplitudes of frequencies stand for one period of their sum
 %! a = [0 0 0 1 2i 0.5];
 %! df = 2e5;
@@ -276,6 +322,10 @@ end
 %! pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0], 'rate', 1e6, 'weights', 1);
 %!error <delays: 2 are not one for each element of an array>
 %! pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0], 'rate', 1e6, 'delays', [1 2]);
+%!error <exponent goes with attenuation>
+%! pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0], 'rate', 1e6, 'exponent', 2);
+%!error <attenuation: must be 0 or above>
+%! pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0], 'rate', 1e6, 'attenuation', -1);
 %!error <source.radius must be a length above 0>
 %! pistonfield_pulse(struct('radius', -1), [0 0 1], 'signal', [0 1 0], 'rate', 1e6);
 %!error id=pistonfield:pistonfield_pulse:behind

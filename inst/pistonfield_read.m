@@ -2,9 +2,9 @@ function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   % pistonfield_read: the field in a file of pistonfield-run, all of it or a box, and its grid.
   %
   % DESCRIPTION
-  %   Reads the complex pressure that the program pistonfield-run has computed into an HDF5 file,
-  %   the request that it was computed from, and the grid that the values lie on, as
-  %   pistonfield_plot takes it.
+  %   Reads the complex pressure, particle velocity or intensity that the program pistonfield-run has
+  %   computed into an HDF5 file, the request that it was computed from, and the grid that the values
+  %   lie on, as pistonfield_plot takes it.
   %
   %   The file has the values that the module pistonfield would return, without unit, and the grid
   %   as the piston sees it, which lies in z = 0 around the origin. With the piston and the
@@ -33,19 +33,24 @@ function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   %
   % OPTIONAL INPUTS (names and values)
   %   'piston'   - the piston that radiates, as pistonfield_pressure takes it. The file has its
-  %                sides, and neither its center nor its orientation. Or the array, of as many
-  %                elements as the file's
+  %                sides, or its outline, which is not compared, and neither its center nor its
+  %                orientation. Or the array, of as many elements as the file's
   %   'frequency', 'speed', 'density', 'velocity', 'power'
   %              - as for pistonfield_pressure, with the same values when left out. They scale the
   %                field to Pa, once there is a frequency; lengths in the file are then in m. The
   %                other options of pistonfield_pressure are taken and ignored.
+  %   'attenuation', 'exponent', 'nepers', 'dispersion', 'dispersionfrequency', 'baffle', 'quantity'
+  %              - as for pistonfield_request. They have to fit the file; with dispersion they are
+  %                needed once there is a frequency
   %   'weights'  - the array's, which are taken for 'power' alone
   %   'program'  - pistonfield-run, with its folder; MATLAB does without
   %
   % OUTPUTS
   %   p          - the pressure, complex, single in the modes of single precision, of the size
   %                count: [Pa] with a frequency; else without unit, as the module gives it, and
-  %                times 1i*rho*c*u0 it is in Pa
+  %                times 1i*rho*c*u0 it is in Pa. Of a file with the velocity [m/s] or the intensity
+  %                [W/m^2] its three components, in a last dimension, along the axes of the frame
+  %                in which the piston is given
   %   request    - struct with the fields
   %                  transform    4 by 4: the point (ix, iy, iz), counted from 0, of the whole
   %                               lattice lies at transform * [ix; iy; iz; 1]. The module takes
@@ -81,6 +86,7 @@ function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   %                rectangle, whose l and s are 0,
   %                  attenuation  losses, in Np per unit of length
   %                  baffle       'rigid', 'soft' or 'free'
+  %                  quantity     'pressure', 'velocity' or 'intensity', of every field
   %                and, of the field of an array, whose l and s are 0,
   %                  elements     how many there are; empty where there is one piston
   %                  engine       the name of what computed, such as 'sum'
@@ -120,11 +126,18 @@ function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   require(request.complete, caller, 'incomplete', ...
           '%s is not complete: pistonfield-run --resume completes it', file);
   count = check_box(caller, first, count, source.points);
+  require(isempty(options.quantity) || isequal(options.quantity, request.quantity), caller, ...
+          'quantity', 'the file has the %s', request.quantity);
   unit = unit_of(caller, request, options);
-  grid = grid_of(request, piston_of(caller, request, options), double(first(:)'), count);
+  piston = piston_of(caller, request, options);
+  grid = grid_of(request, piston, double(first(:)'), count);
   p = source.read(first, count);
   if ~isempty(unit)
     p = unit * p;
+  end
+  components = components_of_request(request);
+  if components > 1
+    p = reshape(turn_components(reshape(p, [], components), piston.orientation), [count, components]);
   end
   array = [];
   weights = [];
@@ -137,7 +150,9 @@ end
 
 % Where no option of pistonfield_pressure is there, none has to be.
 function options = read_field_options(caller, given)
-  own = struct('program', '', 'piston', [], 'weights', []);
+  own = struct('program', '', 'piston', [], 'weights', [], 'quantity', [], 'attenuation', [], ...
+               'exponent', [], 'nepers', [], 'dispersion', [], 'dispersionfrequency', [], ...
+               'baffle', []);
   isOwn = @(name) ischar(name) && isfield(own, name);
   if all(cellfun(isOwn, given(1:2:end)))
     options = read_options(caller, own, given);
@@ -147,21 +162,29 @@ function options = read_field_options(caller, given)
   end
 end
 
-% What makes Pa of the values in the file, or nothing where that is not asked for.
+% What gives the values in the file their unit, or nothing where that is not asked for.
 function unit = unit_of(caller, request, options)
   unit = [];
   if isempty(options.frequency)
     return
   end
-  k = 2 * pi * options.frequency / options.speed;
+  wave = read_wave(caller, options);
+  k = wave.wavenumber;
   require(is_near(k, request.k), caller, 'frequency', ...
           ['the wavenumber is %.9g in the file; the frequency %g Hz and the speed %g m/s make ', ...
            'it %.9g rad/m'], request.k, options.frequency, options.speed, k);
-  unit = 1i * options.density * options.speed * velocity_of(caller, request, k, options);
+  hasLosses = ~isempty(options.attenuation) || ~isempty(options.nepers);
+  found = max([0, request.attenuation]);
+  require(~hasLosses || is_near(wave.attenuation, found), caller, 'attenuation', ...
+          'the losses are %.9g Np/m in the file, and %.9g by what is given', found, wave.attenuation);
+  unit = unit_of_quantity(request.quantity, options.density * wave.speed, ...
+                          velocity_of(caller, request, k, options));
 end
 
 % The amplitude of the velocity, which for an array is what its weights are relative to.
 function velocity = velocity_of(caller, request, k, options)
+  require(isempty(options.baffle) || isequal(options.baffle, baffle_of(request)), caller, ...
+          'baffle', 'the baffle is %s in the file', baffle_of(request));
   require(isempty(request.baffle) || ~isempty(options.velocity), caller, 'power', ...
           ['the power is known of rectangles in a rigid baffle without losses alone; give the ', ...
            'velocity']);
@@ -200,10 +223,24 @@ function piston = piston_of(caller, request, options)
   end
   require(isempty(request.elements), caller, 'piston', ...
           'the file has the field of %s, and of no piston', name_of(request));
-  piston = read_piston(caller, options.piston);
+  piston = read_source(caller, options.piston);
+  isShaped = isfield(piston, 'outlines');
+  require(isShaped == (request.l == 0), caller, 'piston', ...
+          'of the piston in the file and the one that is given, one is a rectangle and one is not');
+  if isShaped
+    return
+  end
   require(is_near(piston.width, request.s) && is_near(piston.height, request.l), ...
           caller, 'piston', ['the piston in the file measures %.9g by %.9g (x by y), and the ', ...
           'one that is given %.9g by %.9g m'], request.s, request.l, piston.width, piston.height);
+end
+
+% A file with none has a rigid one.
+function baffle = baffle_of(request)
+  baffle = request.baffle;
+  if isempty(baffle)
+    baffle = 'rigid';
+  end
 end
 
 function text = name_of(request)

@@ -13,6 +13,10 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   or, with 'mode' or 'order', the mode and the order that pistonfield_pressure would take. It has
   %   the velocity where a power is given.
   %
+  %   A disc, a ring, a sector and a polygon are written as what they are, a polygon with holes edge by
+  %   edge; losses, the baffle and the quantity as pistonfield_pressure, pistonfield_velocity and
+  %   pistonfield_intensity take them.
+  %
   %   The elements of an array, with their weights, go into a table beside the file, of its name with
   %   the ending .csv, which the file names: the two belong together.
   %
@@ -27,17 +31,20 @@ function info = pistonfield_request(file, piston, grid, varargin)
   % INPUTS
   %   file         - the name of the file to write, such as 'request.toml'
   %   piston       - struct with width and height [m], and optionally center [m] and orientation;
-  %                  see pistonfield_pressure; or an array, as it takes it
+  %                  or one of another shape, made by pistonfield_piston; see pistonfield_pressure; or
+  %                  an array, as it takes it
   %   grid         - the points [m], made by pistonfield_grid; none may lie behind the piston, or any
   %                  element, but with 'behind'
   %   'frequency'  - frequency [Hz]
   %
   % OPTIONAL INPUTS (names and values)
   %   'speed', 'density', 'velocity', 'power', 'tolerance', 'relative', 'precision', 'device',
-  %   'behind', 'mode', 'order'
+  %   'behind', 'mode', 'order', 'attenuation', 'exponent', 'nepers', 'dispersion',
+  %   'dispersionfrequency', 'baffle'
   %                - as for pistonfield_pressure, with the same values when left out. A grid that
   %                  touches the piston's plane aslant is written with 'behind', as rounding may put
   %                  its points there
+  %   'quantity'   - 'pressure' (default), 'velocity' or 'intensity'
   %   'weights'    - of an array: one column, as for pistonfield_pressure
   %   'overwrite'  - true: replace files that exist, which is refused otherwise
   %   The other options of pistonfield_pressure are taken and ignored, so that one list of options
@@ -47,7 +54,7 @@ function info = pistonfield_request(file, piston, grid, varargin)
   %   info         - struct with the fields
   %                    engine, tolerance, bound, error, evaluations, order, estimate
   %                                as pistonfield_pressure tells them
-  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    wavenumber  2*pi*frequency / speed [rad/m], of the phase
   %                    velocity    the amplitude of the piston's normal velocity, or what the
   %                                weights are relative to [m/s]
   %                    power       the radiated power [W]; NaN of an array, unless it was given
@@ -78,13 +85,18 @@ function info = pistonfield_request(file, piston, grid, varargin)
   require_module(caller);
   require(ischar(file) && isrow(file) && ~isempty(file), caller, 'file', 'file must be the name of a file');
   source = read_source(caller, piston);
-  require(~isfield(source, 'outlines'), caller, 'piston', ...
-          'a request file has rectangles alone: write other shapes by hand, as docs/run.md has them');
   require_grid(caller, grid);
-  options = read_pressure_options(caller, varargin, struct('weights', [], 'overwrite', false));
+  options = read_pressure_options(caller, varargin, struct('weights', [], 'overwrite', false, ...
+                                                           'quantity', 'pressure', ...
+                                                           'attenuation', [], 'exponent', [], ...
+                                                           'nepers', [], 'dispersion', [], ...
+                                                           'dispersionfrequency', [], ...
+                                                           'baffle', []));
   require_flag(caller, 'overwrite', options.overwrite);
+  require_word(caller, 'quantity', options.quantity, {'pressure', 'velocity', 'intensity'});
   [source, ~, fields] = with_weights(caller, source, options);
   require(fields == 1, caller, 'weights', 'a request has one column of weights, and not %d', fields);
+  options.physics = read_physics(caller, options.quantity, source, options);
   require_rows(caller, grid.sizes, options.mode, options.arithmetic);
   isArray = isfield(source, 'weights');
   place = grid.transform;
@@ -101,7 +113,7 @@ function info = pistonfield_request(file, piston, grid, varargin)
             source.count, ceil(numel(rows) / 1e6));
   end
 
-  k = 2 * pi * options.frequency / options.speed;
+  k = options.physics.wavenumber;
   [velocity, power] = drive_of(caller, source, k, options);
   found = field_accuracy(caller, place, grid.sizes, source, k, options);
   options.velocity = velocity;
@@ -110,7 +122,7 @@ function info = pistonfield_request(file, piston, grid, varargin)
     write_text(caller, table, rows);
     radiating = array_text(table);
   else
-    radiating = piston_text(source);
+    radiating = piston_text(piston, source);
   end
   write_text(caller, file, request_text(radiating, grid, options));
   if nargout > 0
@@ -137,36 +149,94 @@ function text = array_text(table)
                  ['table = "', name, '"']);
 end
 
-function text = piston_text(piston)
-  lines = {
-    '[piston]'
-    ['width = ', number(piston.width), '  # along its x']
-    ['height = ', number(piston.height), '  # along its y']
-    ['center = ', list(piston.center)]
-    '# The columns are its x, its y and its normal.'
-    ['orientation = ', list_of_rows(piston.orientation)]};
+% given is the piston before it was read.
+function text = piston_text(given, piston)
+  lines = [
+    {'[piston]'}
+    shape_lines(given, piston)
+    {['center = ', list(piston.center)]
+     '# The columns are its x, its y and its normal.'
+     ['orientation = ', list_of_rows(piston.orientation)]}];
   text = sprintf('%s\n', lines{:});
+end
+
+function lines = shape_lines(given, piston)
+  if ~isfield(piston, 'outlines')
+    lines = {['width = ', number(piston.width), '  # along its x']
+             ['height = ', number(piston.height), '  # along its y']};
+    return
+  end
+  names = struct('disc', {{'radius'}}, 'ring', {{'inner', 'outer'}}, ...
+                 'sector', {{'inner', 'outer', 'angles'}}, 'polygon', {{'corners'}});
+  if isfield(given, 'holes') && ~isempty(given.holes)
+    lines = {'shape = "outline"'
+             '# For each edge the number of its loop; a 0, x and y of both ends and a 0; or of an arc'
+             '# a 1, x and y of its centre, its radius, the angle where it begins and its sweep.'
+             ['edges = ', list_of_rows([piston.outlines(2, :) - 1; piston.outlines(3:8, :)].')]};
+    return
+  end
+  lines = {['shape = "', given.shape, '"']};
+  for name = names.(given.shape)
+    if ~isfield(given, name{1})
+      continue
+    end
+    value = double(full(given.(name{1})));
+    switch name{1}
+      case 'corners'
+        line = ['corners = ', list_of_rows(value)];
+      case 'angles'
+        line = ['angles_degrees = ', list(value)];
+      otherwise
+        line = [name{1}, ' = ', number(value)];
+    end
+    lines{end + 1, 1} = line; %#ok<AGROW>
+  end
 end
 
 % radiating is the table of what radiates.
 function text = request_text(radiating, grid, options)
-  lines = {
-    '# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
-    ['frequency = ', number(options.frequency)]
-    ['velocity = ', number(options.velocity), '  # ', meaning_of_velocity(radiating)]
-    exactness_text(options)
-    ''
-    '[medium]'
-    ['speed = ', number(options.speed)]
-    ['density = ', number(options.density)]
-    ''
-    radiating
-    '[grid]'
-    '# The rows are the steps along its three directions and the first point, as pistonfield_grid'
-    '# has them.'
-    ['transform = ', list_of_rows(grid.transform)]
-    ['sizes = ', list(grid.sizes)]};
+  lines = [
+    {'# A field for pistonfield-run, in SI units: m, s, kg, Hz.'
+     ['frequency = ', number(options.frequency)]
+     ['velocity = ', number(options.velocity), '  # ', meaning_of_velocity(radiating)]
+     exactness_text(options)}
+    physics_lines(options)
+    {''
+     '[medium]'
+     ['speed = ', number(options.speed)]
+     ['density = ', number(options.density)]}
+    losses_lines(options)
+    {''
+     radiating
+     '[grid]'
+     '# The rows are the steps along its three directions and the first point, as pistonfield_grid'
+     '# has them.'
+     ['transform = ', list_of_rows(grid.transform)]
+     ['sizes = ', list(grid.sizes)]}];
   text = sprintf('%s\n', lines{:});
+end
+
+% What is not as it usually is.
+function lines = physics_lines(options)
+  lines = cell(0, 1);
+  if ~strcmp(options.physics.baffle, 'rigid')
+    lines{end + 1, 1} = ['baffle = "', options.physics.baffle, '"'];
+  end
+  if ~strcmp(options.quantity, 'pressure')
+    lines{end + 1, 1} = ['quantity = "', options.quantity, '"'];
+  end
+end
+
+function lines = losses_lines(options)
+  lines = cell(0, 1);
+  for name = {'attenuation', 'exponent', 'nepers'}
+    if ~isempty(options.(name{1}))
+      lines{end + 1, 1} = [name{1}, ' = ', number(double(options.(name{1})))]; %#ok<AGROW>
+    end
+  end
+  if ~isempty(options.physics.dispersionFrequency)
+    lines{end + 1, 1} = ['dispersion_frequency = ', number(options.physics.dispersionFrequency)];
+  end
 end
 
 function text = meaning_of_velocity(radiating)
@@ -417,6 +487,65 @@ end
 %! [p, request] = array_there_and_back(folder, array, [], around, drive);
 %! assert(request.behind);
 %! assert(p, pistonfield_pressure(array, around, drive{:}));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % losses, baffles and shapes keep all bits
+%! square = [-1 -1; 1 -1; 1 1; -1 1];
+%! shapes = {piston
+%!           pistonfield_piston('disc', 'radius', 2e-3 / 3, 'center', [1e-3 0 0])
+%!           pistonfield_piston('ring', 'inner', 1e-3, 'outer', 7e-3 / 3)
+%!           pistonfield_piston('sector', 'outer', 2e-3, 'angles', [-20.1 70.7])
+%!           pistonfield_piston('sector', 'inner', 1e-3, 'outer', 2e-3, 'angles', [10 100] / 7)
+%!           pistonfield_piston('polygon', 'corners', 7e-3 / 3 * square([1 4 3 2], :))
+%!           pistonfield_piston('polygon', 'corners', 7e-3 / 3 * square, 'holes', {1e-3 / 3 * square})};
+%! losses = {{}, {'attenuation', 0.7 / 3}, {'nepers', 10 / 3, 'baffle', 'soft'}, ...
+%!           {'attenuation', 0.5, 'exponent', 1.1, 'dispersion', true}, {'baffle', 'free'}, ...
+%!           {'nepers', 1, 'dispersion', true, 'dispersionfrequency', 2e6}, {}};
+%! for i = 1:numel(shapes)
+%!   drive = [{'frequency', 0.8e6, 'velocity', 0.3, 'tolerance', 1e-5}, losses{i}];
+%!   p = there_and_back(folder, shapes{i}, grid, drive);
+%!   assert(p, pistonfield_pressure(shapes{i}, grid, drive{:}));
+%! end
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % and so do velocities and intensities
+%! disc = pistonfield_piston('disc', 'radius', 2e-3 / 3, 'center', [0 1e-3 0], ...
+%!                           'orientation', [0 0 1; 0 -1 0; 1 0 0]);
+%! aside = pistonfield_grid((1:4) * 0.7e-3, (-2:3) * 0.9e-3, (1:5) * 1.1e-3);
+%! for source = {piston, disc}
+%!   drive = {'frequency', 0.8e6, 'velocity', 0.3, 'density', 900, 'nepers', 3, 'tolerance', 1e-5};
+%!   [v, request] = there_and_back(folder, source{1}, aside, [drive, {'quantity', 'velocity'}]);
+%!   [x, y, z] = pistonfield_velocity(source{1}, aside, drive{:});
+%!   assert(v, cat(4, x, y, z));
+%!   assert(request.quantity, 'velocity');
+%!   box = pistonfield_read(fullfile(folder, 'there.h5'), [2 3 1], [2 1 4], 'piston', source{1}, ...
+%!                          drive{:});
+%!   assert(box, v(2:3, 3, 1:4, :));
+%!   s = there_and_back(folder, source{1}, aside, [drive, {'quantity', 'intensity'}]);
+%!   [x, y, z] = pistonfield_intensity(source{1}, aside, drive{:});
+%!   assert(s, cat(4, x, y, z));
+%! end
+%! field = fullfile(folder, 'there.h5');
+%! fail('pistonfield_read(field, "quantity", "pressure")', 'the file has the intensity');
+%! fail('pistonfield_read(field, "piston", piston)', 'one is a rectangle and one is not');
+%! fail('pistonfield_read(field, "frequency", 0.8e6, "nepers", 2)', 'losses are 3 Np/m in the file');
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % and arrays in a medium with losses
+%! array = pistonfield_array('line', 'elements', 3, 'pitch', 2e-3, 'width', 1e-3, 'height', 2e-3);
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5, 'attenuation', 0.5, 'exponent', 1.5};
+%! p = array_there_and_back(folder, array, [1; 1i; 0.5], grid, drive);
+%! assert(p, pistonfield_pressure(array, grid, drive{:}, 'weights', [1; 1i; 0.5]));
+
+%!testif ; ! isempty(getenv('PISTONFIELD_RUN')) % and arrays of other shapes
+%! array = pistonfield_array('annular', 'elements', 3, 'radius', 10e-3 / 3, 'kerf', 0.1e-3);
+%! w = [1; 1i; 0.5];
+%! drive = {'frequency', 1e6, 'tolerance', 1e-5};
+%! pistonfield_request(file, array, grid, drive{:}, 'weights', w, 'overwrite', true);
+%! field = fullfile(folder, 'rings.h5');
+%! run('--request', strrep(file, '"', '\"'), '--overwrite', field);
+%! [p, request, ~, found, weights] = pistonfield_read(field, 'piston', array, drive{:});
+%! assert(p, pistonfield_pressure(array, grid, drive{:}, 'weights', w));
+%! assert({request.elements, weights}, {3, w});
+%! assert({found.outlines, found.outline, found.center}, ...
+%!        {array.outlines, array.outline, array.center});
 
 %!test % what is told of an array is what pistonfield_pressure tells
 %! array = pistonfield_array('line', 'elements', 3, 'pitch', 2e-3, 'width', 1e-3, 'height', 2e-3);

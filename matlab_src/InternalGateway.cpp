@@ -73,6 +73,7 @@ constexpr std::array known{
     Question{"array", builtArray},
     Question{"array_outlines", outlinesOfArray},
     Question{"array_of_table", arrayOfTable},
+    Question{"outlines_of_table", outlinesOfTable},
     Question{"array_overlaps", overlapsOfArray},
     Question{"apodised", tilesOfApodised},
     Question{"curved", tilesOfCurved},

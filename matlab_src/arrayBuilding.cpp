@@ -174,6 +174,18 @@ host::Array* outlinesOfArray(Arguments arguments) {
     return tableOf(outlinesOf(builtElements(arguments)));
 }
 
+host::Array* outlinesOfTable(Arguments arguments) {
+    expectArguments(arguments, 2);
+    const Array array = readArrayFile(textOf(arguments[1], "file"));
+    const Outlines outlines = outlinesOf(array.elements);
+    const auto isShaped = [](const Element& element) { return element.outline != nullptr; };
+    if (!outlines.empty() && !std::all_of(array.elements.begin(), array.elements.end(), isShaped))
+        throw InvalidRequest("elements",
+                             "some are rectangles and others have outlines, which these functions "
+                             "do not take together: give the rectangles outlines, too");
+    return tableOf(outlines);
+}
+
 host::Array* arrayOfTable(Arguments arguments) {
     expectArguments(arguments, 2);
     const Array array = readArrayFile(textOf(arguments[1], "file"));

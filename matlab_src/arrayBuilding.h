@@ -27,6 +27,11 @@ host::Array* outlinesOfArray(Arguments arguments);
 /// @throws pistonfield::InvalidRequest: elements
 host::Array* arrayOfTable(Arguments arguments);
 
+/// The same argument: the table of the outlines of its elements, which has no column where they are
+/// rectangles.
+/// @throws pistonfield::InvalidRequest: elements, where only some of them are
+host::Array* outlinesOfTable(Arguments arguments);
+
 /// Elements, those that `elementsOf` reads: a row of the number of pairs that overlap, 1000 at
 /// most, and the numbers of the first two, counted from 1.
 /// @throws pistonfield::InvalidRequest: elements

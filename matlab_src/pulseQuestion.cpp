@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "field/Medium.h"
 #include "matlab_src/ThreadLimit.h"
 #include "matlab_src/arrayArguments.h"
 #include "matlab_src/questionArguments.h"
@@ -62,6 +63,18 @@ Signal signalIn(const host::Array* re, const host::Array* im, double rate) {
     return signalOf(complexNumbersOf(re, im, "signal"), rate);
 }
 
+/// The medium: its speed, attenuation and exponent, and where they are given the frequency at which
+/// that is the phase speed.
+WaveAt waveOf(const std::vector<double>& numbers) {
+    constexpr std::size_t least = 3;
+    if (numbers.size() != least && numbers.size() != least + 1)
+        throw InvalidRequest("speed", "takes the attenuation and the exponent behind it");
+    if (numbers[1] == 0) return lossless(numbers[0]);
+    Medium medium{.speed = numbers[0], .attenuation = numbers[1], .exponent = numbers[2]};
+    if (numbers.size() > least) medium.dispersionFrequency = numbers.back();
+    return [medium](double frequency) { return waveIn(medium, frequency); };
+}
+
 }  // namespace
 
 host::Array* pulseOf(Arguments arguments) {
@@ -76,7 +89,9 @@ host::Array* pulseOf(Arguments arguments) {
     request.field.mode = modeOf(others[0]);
     request.field.tolerance = Tolerance{numberOf(others[1], "tolerance")};
     request.signal = signalIn(others[2], others[3], numberOf(others[4], "rate"));
-    request.wave = lossless(numberOf(others[5], "speed"));
+    const std::vector<double> medium = numbersOf(others[5], "speed");
+    request.wave = waveOf(medium);
+    request.speed = medium.front();
     request.delays = numbersOf(others[6], "delays");
     const ThreadLimit limit(others[7]);
 

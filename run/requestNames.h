@@ -64,6 +64,23 @@ inline pistonfield::Baffle baffleCalled(const std::string& name) {
     throw pistonfield::InvalidRequest("baffle", "'" + name + "' is none of rigid, soft, free");
 }
 
+/// The name of a quantity, and of the dataset of its values.
+constexpr const char* nameOf(pistonfield::Quantity quantity) {
+    using pistonfield::Quantity;
+    if (quantity == Quantity::pressure) return "pressure";
+    return quantity == Quantity::velocity ? "velocity" : "intensity";
+}
+
+/// What is called so.
+/// @throws pistonfield::InvalidRequest
+inline pistonfield::Quantity quantityCalled(const std::string& name) {
+    using pistonfield::Quantity;
+    for (const Quantity quantity : {Quantity::pressure, Quantity::velocity, Quantity::intensity})
+        if (name == nameOf(quantity)) return quantity;
+    throw pistonfield::InvalidRequest("quantity",
+                                      "'" + name + "' is none of pressure, velocity, intensity");
+}
+
 /// The option, and the attribute of a file, that has a field of a request.
 inline std::string nameOfField(const std::string& field) {
     if (field == "height") return "l";

@@ -130,6 +130,8 @@ void checkPulse(const PulseRequest& request) {
         throw InvalidRequest("tolerance", "a pulse takes one of the largest value");
     if (field.quantity == Quantity::intensity)
         throw InvalidRequest("quantity", "a pulse has no intensity of a period");
+    if (!(std::isfinite(request.speed) && request.speed >= 0))
+        throw InvalidRequest("speed", "must be a speed of 0 or above");
     const std::vector<double>& delays = request.delays;
     if (!delays.empty() && (!field.array || delays.size() != field.array->elements.size()))
         throw InvalidRequest(
@@ -259,11 +261,18 @@ struct PulsePlan::Parts {
         return std::min(plane, strength.volume * slowness.most * peak.slope / (2 * pi * nearest));
     }
 
+    /// What the values of a frequency are relative to: pressures to its own phase speed.
+    Complex unitOf(std::size_t bin) const {
+        if (request.field.quantity != Quantity::pressure) return {1, 0};
+        if (request.speed == 0) return {0, 1};
+        const double frequency = spectrum.frequency(bin);
+        const double speed = 2 * pi * frequency / request.wave(frequency).wavenumber;
+        return {0, speed / request.speed};
+    }
+
     /// The phase, amplitude and unit that the values of a frequency get.
     Complex factorOf(std::size_t bin) const {
-        const Complex unit =
-            request.field.quantity == Quantity::pressure ? Complex(0, 1) : Complex(1, 0);
-        return unit * spectrum.amplitude(bin) *
+        return unitOf(bin) * spectrum.amplitude(bin) *
                std::polar(1.0, 2 * pi * std::remainder(spectrum.frequency(bin) * start, 1.0));
     }
 

@@ -29,6 +29,8 @@ struct PulseRequest {
     WaveAt wave;
     /// By how many seconds each element of the array moves later than the signal says, or none.
     std::vector<double> delays{};
+    /// The speed c in rho*c*u0, which pressures are parts of; 0: at each frequency its phase speed.
+    double speed = 0;
 };
 
 /// Estimates of how far a pulse is off, relative to the largest value of its weighting.
@@ -56,8 +58,8 @@ struct PulseError {
 class PulsePlan {
   public:
     /// @throws InvalidRequest of what the request has no field for; of `signal`, `rate`, `delays`,
-    ///     `tolerance`, `quantity`, and `wavenumber` where the wave at a frequency is none;
-    ///     std::bad_alloc
+    ///     `tolerance`, `quantity`, `speed`, and `wavenumber` where the wave at a frequency is
+    ///     none; std::bad_alloc
     explicit PulsePlan(PulseRequest request);
     PulsePlan(const PulsePlan&) = delete;
     PulsePlan& operator=(const PulsePlan&) = delete;
@@ -78,7 +80,8 @@ class PulsePlan {
     /// bytes a point, field and frequency.
     Cost cost() const;
 
-    /// Computes the pulse at all points: pressures over rho*c*u0, velocities over u0.
+    /// Computes the pulse at all points: pressures over rho*c*u0, of the request's speed c,
+    /// velocities over u0.
     /// @param values  room for times() times field.fields() times the points: for each field one
     ///     after the other the times, for each of them the points in grid point order
     /// @param conduct is told how many points of all frequencies are done

@@ -7,7 +7,8 @@ function source = field_by_matlab(caller, file)
   try
     contents = h5info(file, '/');
     names = {contents.Attributes.Name};
-    points = h5info(file, '/pressure').Dataspace.Size;
+    values = intersect({contents.Datasets.Name}, {'pressure', 'velocity', 'intensity'});
+    points = h5info(file, ['/', values{1}]).Dataspace.Size(end - 2:end);
   catch reason
     require(false, caller, 'file', '%s', reason.message);
   end
@@ -29,8 +30,10 @@ function source = field_by_matlab(caller, file)
     found.elements = h5info(file, '/elements').Dataspace.Size(2);
   end
   found.complete = found.complete ~= 0;
-  source = struct('request', field_request(found), 'points', points, ...
-                  'read', @(first, count) read(file, first, count), 'array', @() array_in(file));
+  request = field_request(found);
+  source = struct('request', request, 'points', points, ...
+                  'read', @(first, count) read(file, request, first, count), ...
+                  'array', @() array_in(file));
 end
 
 % Every part of a joined field has to be one of the same request and points, and complete.
@@ -65,10 +68,23 @@ function [array, weights] = array_in(file)
   rows = h5read(file, '/elements');
   normals = cross(rows(6:8, :), rows(9:11, :), 1);
   pairs = h5read(file, '/weights');
-  [array, weights] = array_of_table([rows; normals; pairs.r(:).'; pairs.i(:).']);
+  outlines = [];
+  if any(strcmp({h5info(file, '/').Datasets.Name}, 'outlines'))
+    outlines = h5read(file, '/outlines');
+    outlines(1:2, :) = outlines(1:2, :) + 1;
+    numbers = double(h5read(file, '/outline_of')) + 1;
+    require(all(numbers > 0), 'pistonfield_read', 'array', ...
+            'some elements of %s are rectangles and others have outlines', file);
+    rows(2, :) = numbers(:).';
+  end
+  [array, weights] = array_of_table([rows; normals; pairs.r(:).'; pairs.i(:).'], outlines);
 end
 
-function p = read(file, first, count)
-  pairs = h5read(file, '/pressure', double(first(:)'), count);
-  p = complex(pairs.r, pairs.i);
+% Of several components at each point a last dimension.
+function p = read(file, request, first, count)
+  components = components_of_request(request);
+  isSeveral = components > 1;
+  pairs = h5read(file, ['/', request.quantity], [ones(1, isSeveral), double(first(:)')], ...
+                 [repmat(components, 1, isSeveral), count]);
+  p = permute(reshape(complex(pairs.r, pairs.i), [components, count]), [2 3 4 1]);
 end

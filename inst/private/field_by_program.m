@@ -27,9 +27,10 @@ function source = field_by_program(caller, file, program)
   source.request = field_request(found);
   source.points = found.points;
   precision = precision_of(found.mode);
+  components = components_of_request(source.request);
   source.array = @() array_by_program(caller, program, file);
   source.read = @(first, count) ...
-    extract(caller, program, file, precision, found.first_point + first(:)' - 1, count);
+    extract(caller, program, file, precision, components, found.first_point + first(:)' - 1, count);
 end
 
 function program = find_program(caller, given)
@@ -76,8 +77,9 @@ function [array, weights] = array_by_program(caller, program, file)
   cleaning = onCleanup(@() delete_if_there(table));
   text = run_program(caller, program, {'show', '--elements', file});
   write_text(caller, table, text);
-  [array, weights] = array_of_table(ask_module(caller, struct('elements', 'file'), ...
-                                               'array_of_table', table));
+  names = struct('elements', 'file');
+  [array, weights] = array_of_table(ask_module(caller, names, 'array_of_table', table), ...
+                                    ask_module(caller, names, 'outlines_of_table', table));
 end
 
 function numbers = numbers_in(text)
@@ -91,7 +93,8 @@ function name = precision_of(mode)
   end
 end
 
-function p = extract(caller, program, file, precision, first, count)
+% Of several components at each point a last dimension.
+function p = extract(caller, program, file, precision, components, first, count)
   output = tempname();
   cleaning = onCleanup(@() delete_if_there(output));
   text = @(numbers) strsplit(sprintf('%d %d %d', numbers), ' ');
@@ -100,9 +103,9 @@ function p = extract(caller, program, file, precision, first, count)
   id = fopen(output);
   pairs = fread(id, [2, Inf], [precision, '=>', precision]);
   fclose(id);
-  require(size(pairs, 2) == prod(count), caller, 'file', 'of %d points in %s there are %d', ...
-          prod(count), file, size(pairs, 2));
-  p = reshape(complex(pairs(1, :), pairs(2, :)), count);
+  require(size(pairs, 2) == components * prod(count), caller, 'file', ...
+          'of %d points in %s there are %d', prod(count), file, size(pairs, 2) / components);
+  p = permute(reshape(complex(pairs(1, :), pairs(2, :)), [components, count]), [2 3 4 1]);
 end
 
 function delete_if_there(file)

@@ -28,7 +28,7 @@ function [values, shape, info] = field_of(caller, quantity, source, grid, given)
   k = options.physics.wavenumber;
   info = field_accuracy(caller, place, sizes, source, k, options);
   [velocity, power] = drive_of(caller, source, k, options);
-  unit = unit_of(quantity, options.density * options.physics.speed, velocity);
+  unit = unit_of_quantity(quantity, options.density * options.physics.speed, velocity);
   if options.byMode
     field = @(place, sizes, varargin) unit * module_field(place, sizes, source, k, options.mode, ...
                                                           info.order, options.threads, varargin{:});
@@ -58,30 +58,10 @@ function [values, shape, info] = field_of(caller, quantity, source, grid, given)
 end
 
 % Components along the axes of the frame in which the points are given. Those of a piston are computed
-% along its own. Not by a product of matrices, in which rounding may depend on neighbours.
+% along its own.
 function values = turned(values, source)
-  if size(values, 2) == 1 || isfield(source, 'weights') || isequal(source.orientation, eye(3))
-    return
-  end
-  own = values;
-  for i = 1:3
-    values(:, i, :) = source.orientation(i, 1) * own(:, 1, :) + ...
-                      source.orientation(i, 2) * own(:, 2, :) + ...
-                      source.orientation(i, 3) * own(:, 3, :);
-  end
-  % On an edge of the piston all are infinite, in its frame and in any other.
-  values(repmat(any(isinf(own), 2), [1, 3, 1])) = Inf;
-end
-
-% What the module's values are relative to, with the wave's impedance.
-function unit = unit_of(quantity, impedance, velocity)
-  switch quantity
-    case 'pressure'
-      unit = 1i * impedance * velocity;
-    case 'velocity'
-      unit = velocity;
-    case 'intensity'
-      unit = impedance * velocity ^ 2 / 2;
+  if ~isfield(source, 'weights')
+    values = turn_components(values, source.orientation);
   end
 end
 

@@ -58,7 +58,7 @@ def computed(program, tmp_path):
         request.write_text("".join(parts))
         file = tmp_path / "field.h5"
         subprocess.run(
-            [program, "--request", request, file],
+            [program, "--request", request, "--overwrite", file],
             check=True,
             env={**os.environ, "OMPI_ALLOW_RUN_AS_ROOT": "1"},
             capture_output=True,
@@ -97,6 +97,39 @@ def test_the_array_of_a_field_is_in_its_file(computed, line):
     with pf.read(computed(REQUEST, ARRAY, GRID), frequency=1e6) as field:
         assert field.source == line
         np.testing.assert_array_equal(field[...], wanted)
+
+
+def _differences(values: np.ndarray, steps: list[float]) -> np.ndarray:
+    """Give the gradient in the middle of three points along each direction."""
+    parts = [np.gradient(values, step, axis=axis) for axis, step in enumerate(steps)]
+    return np.stack(parts, axis=-1)[1, 1, 1]
+
+
+def test_velocities_and_intensities_have_components(computed):
+    grid = "[grid]\nx = [2e-3, 1e-6, 3]\ny = [1e-3, 1e-6, 3]\nz = [9e-3, 1e-6, 3]\n"
+    request = REQUEST.replace("1e-6\n", "1e-11\n")
+    with pf.read(computed(request, PISTON, grid), frequency=1e6, velocity=0.2) as field:
+        pressure = field[...]
+        assert field.quantity == "pressure"
+    # By Euler's equation, whose differences err by (k h)^2 / 6 and the pressure's 1e-11 / (k h).
+    wanted = -_differences(pressure, [1e-6] * 3) / (2j * np.pi * 1e6 * 998)
+    velocity = computed('quantity = "velocity"\n', request, PISTON, grid)
+    with pf.read(velocity, frequency=1e6, velocity=0.2) as field:
+        assert field.shape == (3, 3, 3, 3)
+        assert field.grid.shape == (3, 3, 3)
+        assert repr(field) == "<Field of 3 by 3 by 3 points, m/s>"
+        found = field[1, 1, 1]
+        np.testing.assert_allclose(found, wanted, rtol=0, atol=1e-5 * np.abs(wanted).max())
+        everything = field[...]
+        np.testing.assert_array_equal(everything[1, 1, 1], found)
+        np.testing.assert_array_equal(field[:, 0, 1:, 2], everything[:, 0, 1:, 2])
+        np.testing.assert_array_equal(field[2], everything[2])
+        with pytest.raises(IndexError, match="^field: there are four"):
+            _ = field[0, 0, 0, 0, 0]
+    file = computed('quantity = "intensity"\n', request, PISTON, grid)
+    with pf.read(file, frequency=1e6, velocity=0.2) as field:
+        wanted = pressure[1, 1, 1] * np.conj(found) / 2
+        np.testing.assert_allclose(field[1, 1, 1], wanted, rtol=1e-9)
 
 
 def test_what_does_not_fit_a_file_is_refused(computed, tmp_path):

@@ -59,6 +59,8 @@ bool sameArray(const Request& a, const Request& b) { return a.array == b.array; 
 
 bool sameBaffle(const Request& a, const Request& b) { return a.baffle == b.baffle; }
 
+bool sameQuantity(const Request& a, const Request& b) { return a.quantity == b.quantity; }
+
 bool sameTable(const Request& a, const Request& b) {
     return sameKind(a, b) && a.rule.table == b.rule.table;
 }
@@ -74,7 +76,7 @@ using pistonfield::RectangularPiston;
 using pistonfield::Tolerance;
 using pistonfield::Wave;
 
-constexpr std::array<RequestOption, 17> requestOptions{{
+constexpr std::array<RequestOption, 18> requestOptions{{
     {"transform", true, &same<&Request::lattice, &Lattice::transform>},
     {"sizes", true, &same<&Request::lattice, &Lattice::sizes>},
     {"l", true, &same<&Request::piston, &RectangularPiston::height>},
@@ -84,6 +86,7 @@ constexpr std::array<RequestOption, 17> requestOptions{{
     {"k", true, &same<&Request::wave, &Wave::wavenumber>},
     {"attenuation", false, &same<&Request::wave, &Wave::attenuation>},
     {"baffle", false, &sameBaffle},
+    {"quantity", false, &sameQuantity},
     {"mode", false, &sameOfKind<&Request::mode>},
     {"order", false, &sameOfKind<&Request::rule>},
     {"table", false, &sameTable},
@@ -247,6 +250,7 @@ void setRequest(Request& request, const Setting& setting, const TextReader& read
     if (name == "k") request.wave.wavenumber = realOf(setting.words);
     if (name == "attenuation") request.wave.attenuation = realOf(setting.words);
     if (name == "baffle") request.baffle = named(setting.words, baffleCalled);
+    if (name == "quantity") request.quantity = named(setting.words, quantityCalled);
     if (name == "mode") request.mode = named(setting.words, pistonfield::modeCalled);
     setTolerance(request, setting);
     if (name == "order")

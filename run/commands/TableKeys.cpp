@@ -3,6 +3,7 @@
 #include "run/commands/TableKeys.h"
 
 #include <algorithm>
+#include <numbers>
 #include <stdexcept>
 
 #include "run/numbers.h"
@@ -71,6 +72,29 @@ std::vector<double> TableKeys::reals(const std::string& key) const {
 
 std::vector<std::int64_t> TableKeys::wholes(const std::string& key) const {
     return listOf(find(key), numbers::whole);
+}
+
+const Setting* TableKeys::findAngle(const std::string& key) const {
+    const Setting* radians = find(key);
+    const Setting* degrees = find(key + std::string(inDegrees));
+    if (radians != nullptr && degrees != nullptr) refuse(*degrees, "excludes " + radians->origin);
+    return radians != nullptr ? radians : degrees;
+}
+
+std::vector<double> TableKeys::angles(const std::string& key) const {
+    const Setting* setting = findAngle(key);
+    std::vector<double> values = listOf(setting, numbers::real);
+    if (setting == nullptr || !setting->name.ends_with(inDegrees)) return values;
+    constexpr double halfTurn = 180;
+    // As the functions for Octave do it, to the last bit.
+    for (double& value : values) value = value * std::numbers::pi / halfTurn;
+    return values;
+}
+
+std::optional<double> TableKeys::angle(const std::string& key) const {
+    const std::vector<double> values = angles(key);
+    if (values.empty()) return std::nullopt;
+    return values.front();
 }
 
 void TableKeys::requireNoOthers(const std::string& kind,

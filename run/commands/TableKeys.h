@@ -6,6 +6,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "run/commands/options.h"
@@ -14,6 +15,9 @@ namespace run {
 
 /// Keys of the tables of a request file by their paths, as "array.kind".
 using TableSettings = std::map<std::string, Setting>;
+
+/// What follows the name of a key for an angle that is in degrees.
+inline constexpr std::string_view inDegrees = "_degrees";
 
 /// @throws std::runtime_error naming where a setting is
 [[noreturn]] void refuse(const Setting& setting, const std::string& reason);
@@ -41,6 +45,15 @@ class TableKeys {
     /// The numbers of a list; none where it is missing.
     std::vector<double> reals(const std::string& key) const;
     std::vector<std::int64_t> wholes(const std::string& key) const;
+
+    /// Of an angle, or a list of them: the key of this name, in radians, or the one with _degrees
+    /// behind it; null where there is none.
+    /// @throws std::runtime_error where there are both
+    const Setting* findAngle(const std::string& key) const;
+
+    /// The same, in radians.
+    std::optional<double> angle(const std::string& key) const;
+    std::vector<double> angles(const std::string& key) const;
 
     /// @throws std::runtime_error naming a key that is none of these
     void requireNoOthers(const std::string& kind, const std::vector<std::string>& known) const;

@@ -49,8 +49,11 @@ std::string unitOf(const std::string& key) {
 /// Says which key a request for an array is wrong in, and in what its number is.
 [[noreturn]] void refuseMember(const Keys& keys, const InvalidRequest& reason) {
     const std::string key = keyOf(reason.field());
-    const std::string text = reason.reason() + unitOf(key);
-    if (const Setting* setting = keys.find(key)) refuse(*setting, text);
+    const Setting* const setting = keys.findAngle(key);
+    const bool isInDegrees = setting != nullptr && setting->name.ends_with(inDegrees);
+    const std::string unit = isInDegrees ? "; it is in degrees" : unitOf(key);
+    const std::string text = reason.reason() + unit;
+    if (setting != nullptr) refuse(*setting, text);
     refuse(keys.table(), key + ": " + text);
 }
 
@@ -81,14 +84,14 @@ Elements convexOf(const Keys& keys) {
                                                .width = keys.neededReal("width"),
                                                .height = keys.neededReal("height"),
                                                .pitch = keys.real("pitch"),
-                                               .angle = keys.real("angle"),
+                                               .angle = keys.angle("angle"),
                                                .kerf = keys.real("kerf")});
 }
 
 pistonfield::Bowl bowlOf(const Keys& keys) {
     return {.radius = keys.neededReal("radius"),
             .aperture = keys.real("aperture"),
-            .openingAngle = keys.real("opening_angle"),
+            .openingAngle = keys.angle("opening_angle"),
             .hole = keys.real("hole").value_or(0)};
 }
 
@@ -119,11 +122,14 @@ const std::vector<Kind>& kinds() {
     static const std::vector<Kind> all{
         {"line", {"elements", "pitch", "kerf"}, &lineOf},
         {"matrix", {"columns", "rows", "pitch_x", "kerf_x", "pitch_y", "kerf_y"}, &matrixOf},
-        {"convex", {"elements", "radius", "pitch", "angle", "kerf"}, &convexOf},
+        {"convex", {"elements", "radius", "pitch", "angle", "angle_degrees", "kerf"}, &convexOf},
         {"rings",
-         {"radius", "aperture", "opening_angle", "hole", "pitch", "kerf", "counts"},
+         {"radius", "aperture", "opening_angle", "opening_angle_degrees", "hole", "pitch", "kerf",
+          "counts"},
          &ringsOf},
-        {"spiral", {"radius", "aperture", "opening_angle", "hole", "elements"}, &spiralOf},
+        {"spiral",
+         {"radius", "aperture", "opening_angle", "opening_angle_degrees", "hole", "elements"},
+         &spiralOf},
     };
     return all;
 }

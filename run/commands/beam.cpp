@@ -98,6 +98,7 @@ void requireField(const ComputeCommand& asked) {
 
 /// What has a request computed by integrals along outlines.
 std::string whatOf(const Request& request) {
+    if (request.quantity != pistonfield::Quantity::pressure) return "quantity";
     if (shapeOf(request) != nullptr) return "shape";
     return request.wave.attenuation > 0 ? "attenuation" : "baffle";
 }
@@ -105,9 +106,9 @@ std::string whatOf(const Request& request) {
 /// What a beam is compared with, as the radiated power, is known of rectangles alone.
 void requireRigid(const Request& request) {
     if (takesContours(request))
-        throw InvalidRequest(
-            whatOf(request),
-            "beams are measured of rectangles in rigid baffles without losses alone");
+        throw InvalidRequest(whatOf(request),
+                             "beams are measured of the pressure of rectangles in rigid baffles "
+                             "without losses alone");
 }
 
 void ofRequest(const BeamCommand& command) {

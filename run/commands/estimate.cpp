@@ -30,6 +30,15 @@ std::int64_t memoryOf(const Layout& layout, const pistonfield::Plan& plan) {
     return peakMemory() + 2 * layout.slabBytes() + cost.memory + cost.deviceMemory;
 }
 
+/// What a tolerance is relative to the largest of, or to what that is locally.
+std::string symbolOf(const pistonfield::Request& request) {
+    using pistonfield::Quantity;
+    if (request.quantity == Quantity::pressure) return "|p|";
+    if (request.quantity == Quantity::velocity) return "|v|";
+    const bool isLocal = request.tolerance->of == pistonfield::Tolerance::Of::local;
+    return isLocal ? "intensity" : "|p| times the largest |v|";
+}
+
 /// By what the values come about.
 std::string wayOf(const pistonfield::Request& request) {
     if (!request.tolerance)
@@ -38,7 +47,7 @@ std::string wayOf(const pistonfield::Request& request) {
     return std::string(precisionOf(request.mode)) + " precision" +
            (isOnGpu(request.mode) ? " on a GPU" : "") + ", tolerance " +
            numbers::textOf(request.tolerance->value) + " of the " + nameOf(request.tolerance->of) +
-           " |p|";
+           " " + symbolOf(request);
 }
 
 /// What is said of the wave and the baffle, where that is not what it usually is.
@@ -90,6 +99,9 @@ Outlook printEstimate(const std::filesystem::path& output, const Layout& layout,
     constexpr double nano = 1e-9;
     std::cout << "field   " << x << " x " << y << " x " << z << " points, " << wayOf(layout.request)
               << "\n";
+    if (layout.request.components() > 1)
+        std::cout << "values  " << nameOf(layout.request.quantity) << ", "
+                  << layout.request.components() << " components at each point\n";
     if (const std::string wave = waveOf(layout.request); !wave.empty())
         std::cout << "wave    " << wave << "\n";
     if (const pistonfield::Outline* outline = shapeOf(layout.request))

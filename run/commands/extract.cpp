@@ -46,7 +46,7 @@ void forPieces(FieldReader& source, const LatticeBox& box,
     const std::int64_t x = std::min(box.size[0], pointsAtATime);
     const std::int64_t y = x < box.size[0] ? 1 : std::max<std::int64_t>(1, pointsAtATime / x);
     const Slabs pieces(box, {x, y, 1});
-    const std::int64_t bytes = source.layout().request.valueBytes();
+    const std::int64_t bytes = source.layout().pointBytes();
     std::string values;
     for (std::int64_t i = 0; i < pieces.count(); ++i) {
         const LatticeBox piece = pieces.slab(i);

@@ -49,17 +49,23 @@ bool reachesBehind(const Layout& layout) {
            });
 }
 
-/// The piston, or the square about it, or the largest element of an array.
+/// The piston, or the square about it, or the same of the largest element of an array.
 pistonfield::RectangularPiston largestOf(const pistonfield::Request& request) {
     if (!request.array) return request.piston;
     if (const pistonfield::Outline* outline = shapeOf(request)) {
         const double side = 2 * circleAbout(*outline).radius;
         return {side, side};
     }
-    const auto longest = [](const pistonfield::Element& element) {
-        return std::max(element.piston.width, element.piston.height);
+    const auto pistonOf = [](const pistonfield::Element& element) {
+        if (!element.outline) return element.piston;
+        const double side = 2 * circleAbout(*element.outline).radius;
+        return pistonfield::RectangularPiston{side, side};
     };
-    return std::ranges::max(request.array->elements, {}, longest).piston;
+    const auto longest = [&](const pistonfield::Element& element) {
+        const auto [width, height] = pistonOf(element);
+        return std::max(width, height);
+    };
+    return pistonOf(std::ranges::max(request.array->elements, {}, longest));
 }
 
 /// Which elements lie in each other, as no pistons can.

@@ -21,7 +21,7 @@ inline constexpr const char* fieldGroup = "The field";
 inline constexpr const char* workGroup = "The work";
 inline constexpr const char* overwriteText = "replace the output where there is one";
 
-inline constexpr std::array<Option, 23> computeOptions{{
+inline constexpr std::array<Option, 24> computeOptions{{
     {"transform", 16, "NUMBER", fieldGroup,
      "16 numbers, row by row: takes a point's indices (ix, iy, iz, 1) to its position before the "
      "piston, which lies in z = 0 around the origin"},
@@ -33,6 +33,9 @@ inline constexpr std::array<Option, 23> computeOptions{{
      "with a tolerance: losses of the medium, in nepers per unit of length; 0 by default"},
     {"baffle", 1, "WORD", fieldGroup,
      "with a tolerance, the plane about the piston: rigid (the default), soft or free"},
+    {"quantity", 1, "WORD", fieldGroup,
+     "with a tolerance, what is computed: pressure (the default), velocity, that of the fluid's "
+     "particles, or intensity; of these two the three components"},
     {"mode", 1, "MODE", fieldGroup,
      "cpu (double precision; the default), cpusp (single), cuda (single, on a GPU), or cudadp "
      "(double, but for roots, sines and cosines, on a GPU)"},

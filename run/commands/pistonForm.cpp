@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "arrays/pistonShapes.h"
+#include "run/file/outlineDataset.h"
 #include "run/numbers.h"
 #include "run/shapedPiston.h"
 
@@ -34,9 +35,11 @@ Outline ringOf(const TableKeys& keys) {
 }
 
 Outline sectorOf(const TableKeys& keys) {
-    const Setting& angles = keys.need("angles");
-    const std::vector<double> ends = keys.reals("angles");
-    if (ends.size() != 2) refuse(angles, "takes where it begins and where it ends, in radians");
+    const Setting* const angles = keys.findAngle("angles");
+    const std::vector<double> ends = keys.angles("angles");
+    if (ends.size() != 2)
+        refuse(angles == nullptr ? keys.need("angles") : *angles,
+               "takes where it begins and where it ends");
     return pistonfield::sectorShape(keys.real("inner").value_or(0), keys.neededReal("outer"),
                                     ends[0], ends[1]);
 }
@@ -53,6 +56,17 @@ Outline polygonOf(const TableKeys& keys) {
     return pistonfield::polygonShape(places, {});
 }
 
+/// Any shape, by its edges.
+Outline outlineOf(const TableKeys& keys) {
+    const Setting& edges = keys.need("edges");
+    const std::vector<double> rows = keys.reals("edges");
+    try {
+        return outlineDataset::outlineOf(rows);
+    } catch (const std::runtime_error& error) {
+        refuse(edges, error.what());
+    }
+}
+
 /// A shape, and the keys that it takes.
 struct Shape {
     std::string name;
@@ -64,8 +78,11 @@ const std::vector<Shape>& shapes() {
     static const std::vector<Shape> all{
         {"disc", {"shape", "center", "orientation", "radius"}, &discOf},
         {"ring", {"shape", "center", "orientation", "inner", "outer"}, &ringOf},
-        {"sector", {"shape", "center", "orientation", "inner", "outer", "angles"}, &sectorOf},
+        {"sector",
+         {"shape", "center", "orientation", "inner", "outer", "angles", "angles_degrees"},
+         &sectorOf},
         {"polygon", {"shape", "center", "orientation", "corners"}, &polygonOf},
+        {"outline", {"shape", "center", "orientation", "edges"}, &outlineOf},
     };
     return all;
 }
@@ -144,6 +161,18 @@ Description polygonLike(const Loop& loop) {
     return {text + "]\n", pistonfield::polygonOutline(corners)};
 }
 
+/// Of any other outline, edge by edge.
+std::string edgesOf(const Outline& outline) {
+    const std::vector<double> rows = outlineDataset::rowsOf(outline);
+    std::string text = textOfShape("outline") + "edges = [";
+    for (std::size_t i = 0; i < rows.size(); i += outlineDataset::columns) {
+        const auto row = rows.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto columns = static_cast<std::ptrdiff_t>(outlineDataset::columns);
+        text.append(i == 0 ? "" : ",\n    ").append(listed({row, row + columns}));
+    }
+    return text + "]\n";
+}
+
 Description described(const Outline& outline) {
     const Loop& loop = outline.loops.front();
     const Arc* arc = std::get_if<Arc>(&loop.front());
@@ -154,7 +183,8 @@ Description described(const Outline& outline) {
 }  // namespace
 
 bool isOfShape(const std::string& key) {
-    constexpr std::array names{"shape", "radius", "inner", "outer", "angles", "corners"};
+    constexpr std::array names{"shape",  "radius",         "inner",   "outer",
+                               "angles", "angles_degrees", "corners", "edges"};
     return std::ranges::find(names, key) != names.end();
 }
 
@@ -165,15 +195,14 @@ pistonfield::Array pistonOf(const TableSettings& settings) {
     try {
         return shapedPiston(shape.outline(keys));
     } catch (const InvalidRequest& error) {
-        refuse(keys.need(error.field()), error.reason());
+        const Setting* const found = keys.findAngle(error.field());
+        refuse(found == nullptr ? keys.need(error.field()) : *found, error.reason());
     }
 }
 
 std::string textOf(const Outline& outline) {
     const Description description = described(outline);
-    if (description.outline != outline)
-        throw std::runtime_error("the outline of its piston is that of no shape");
-    return description.text;
+    return description.outline == outline ? description.text : edgesOf(outline);
 }
 
 }  // namespace run::pistonForm

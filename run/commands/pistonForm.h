@@ -18,8 +18,7 @@ bool isOfShape(const std::string& key);
 /// @throws std::runtime_error naming the line and the key that is wrong
 pistonfield::Array pistonOf(const TableSettings& settings);
 
-/// The lines of a table with a shape.
-/// @throws std::runtime_error where no shape has that outline
+/// The lines of a table with a shape, or where no shape has that outline, with its edges.
 std::string textOf(const pistonfield::Outline& outline);
 
 }  // namespace run::pistonForm

@@ -15,6 +15,7 @@
 
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
+#include "run/pointwise.h"
 
 namespace run {
 
@@ -37,8 +38,8 @@ class Stopwatch {
         along = most[2] > 1 ? 2 : 1;
         placesInSlab = most[along];
         const Sizes largest = sizesOf(layout.slabSizes, rowsOf(most) * most[0]);
-        values.resize(static_cast<std::size_t>(largest[0] * largest[1] * largest[2] *
-                                               layout.request.valueBytes()));
+        values.resize(
+            static_cast<std::size_t>(largest[0] * largest[1] * largest[2] * layout.pointBytes()));
     }
 
     /// Seconds that a point takes on average. It is timed at places all over the field, and again
@@ -150,7 +151,7 @@ class Stopwatch {
         constexpr std::chrono::milliseconds longEnough{200};
         const auto timed = [&] {
             const Clock::time_point begin = Clock::now();
-            plan.computeNative(box, values.data(), conduct);
+            computePointwise(plan, box, values.data(), conduct);
             return std::chrono::duration<double>(Clock::now() - begin);
         };
         const std::chrono::duration<double> first = timed();

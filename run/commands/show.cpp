@@ -89,6 +89,8 @@ void showRequest(const pistonfield::Request& request) {
     if (takesContours(request)) {
         line("attenuation", request.wave.attenuation);
         line("baffle", std::quoted(nameOf(request.baffle)));
+        if (request.quantity != pistonfield::Quantity::pressure)
+            line("quantity", std::quoted(nameOf(request.quantity)));
     }
     if (request.tolerance) return showTolerance(request);
     line("mode", std::quoted(nameOf(request.mode)));

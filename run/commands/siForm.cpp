@@ -20,7 +20,7 @@ namespace run::siForm {
 
 namespace {
 
-constexpr std::array<Key, 43> keys{{
+constexpr std::array<Key, 47> keys{{
     {"", "frequency", false},
     {"", "velocity", false},
     {"medium", "speed", false},
@@ -38,7 +38,9 @@ constexpr std::array<Key, 43> keys{{
     {"piston", "inner", false},
     {"piston", "outer", false},
     {"piston", "angles", true},
+    {"piston", "angles_degrees", true},
     {"piston", "corners", true, false, 2},
+    {"piston", "edges", true, false, 7},
     {"grid", "transform", true},
     {"grid", "sizes", true},
     {"grid", "x", true},
@@ -60,8 +62,10 @@ constexpr std::array<Key, 43> keys{{
     {"array", "kerf_y", false},
     {"array", "radius", false},
     {"array", "angle", false},
+    {"array", "angle_degrees", false},
     {"array", "aperture", false},
     {"array", "opening_angle", false},
+    {"array", "opening_angle_degrees", false},
     {"array", "hole", false},
     {"array", "counts", true},
 }};

@@ -28,7 +28,6 @@ using hdf5::Type;
 
 namespace {
 
-constexpr const char* pressureName = "pressure";
 constexpr const char* magnitudeName = "magnitude";
 constexpr const char* entriesName = "slabs";
 
@@ -39,25 +38,38 @@ std::string boundName(const char* dataset, const Digest::Value& identity) {
 }
 
 /// Sizes or coordinates in the order of the file, slowest first.
-using Extent = std::array<hsize_t, 3>;
+using Extent = std::vector<hsize_t>;
 
-Extent extent(const std::array<std::int64_t, 3>& xyz) {
-    return {static_cast<hsize_t>(xyz[2]), static_cast<hsize_t>(xyz[1]),
-            static_cast<hsize_t>(xyz[0])};
+/// @param last of the direction of components, where a point has several; it comes last
+Extent extent(const std::array<std::int64_t, 3>& xyz, std::int64_t components, std::int64_t last) {
+    Extent extent{static_cast<hsize_t>(xyz[2]), static_cast<hsize_t>(xyz[1]),
+                  static_cast<hsize_t>(xyz[0])};
+    if (components > 1) extent.push_back(static_cast<hsize_t>(last));
+    return extent;
 }
 
-Space spaceOf(const std::array<std::int64_t, 3>& sizes) {
-    return {H5Screate_simple(3, extent(sizes).data(), nullptr), "a space"};
+Extent extentOf(const std::array<std::int64_t, 3>& sizes, std::int64_t components) {
+    return extent(sizes, components, components);
+}
+
+Space spaceOf(const std::array<std::int64_t, 3>& sizes, std::int64_t components) {
+    const Extent all = extentOf(sizes, components);
+    return {H5Screate_simple(static_cast<int>(all.size()), all.data(), nullptr), "a space"};
+}
+
+/// The place of a box within another one, from the first point of that on.
+Extent beginOf(const LatticeBox& whole, const LatticeBox& box, std::int64_t components) {
+    Extent begin = extent(box.first, components, 0);
+    const Extent origin = extent(whole.first, components, 0);
+    std::transform(begin.begin(), begin.end(), origin.begin(), begin.begin(), std::minus<>());
+    return begin;
 }
 
 /// The space of a box with another, which lies within it, selected.
-Space selected(const LatticeBox& whole, const LatticeBox& box) {
-    Space space = spaceOf(whole.size);
-    Extent begin = extent(box.first);
-    const Extent origin = extent(whole.first);
-    std::transform(begin.begin(), begin.end(), origin.begin(), begin.begin(), std::minus<>());
-    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, begin.data(), nullptr,
-                                extent(box.size).data(), nullptr),
+Space selected(const LatticeBox& whole, const LatticeBox& box, std::int64_t components) {
+    Space space = spaceOf(whole.size, components);
+    checked(H5Sselect_hyperslab(space, H5S_SELECT_SET, beginOf(whole, box, components).data(),
+                                nullptr, extentOf(box.size, components).data(), nullptr),
             "a box");
     return space;
 }
@@ -123,9 +135,10 @@ Properties datasetProperties() {
 }
 
 /// Where every value has its place from the beginning, or with compression as it is written.
-Properties chunkProperties(const Layout& layout, int deflate) {
+Properties chunkProperties(const Layout& layout, int deflate, std::int64_t components) {
     Properties properties = datasetProperties();
-    checked(H5Pset_chunk(properties, 3, extent(layout.slabSizes).data()), "chunks");
+    const Extent chunk = extentOf(layout.slabSizes, components);
+    checked(H5Pset_chunk(properties, static_cast<int>(chunk.size()), chunk.data()), "chunks");
     checked(H5Pset_fill_time(properties, H5D_FILL_TIME_NEVER), "fill time");
     if (deflate == 0) {
         checked(H5Pset_alloc_time(properties, H5D_ALLOC_TIME_EARLY), "allocation time");
@@ -144,12 +157,13 @@ std::string unpatterned(const std::filesystem::path& path) {
 }
 
 Properties virtualProperties(const Layout& layout, const std::vector<JoinedPart>& parts,
-                             const char* dataset) {
+                             const char* dataset, std::int64_t components) {
     Properties properties = datasetProperties();
     for (const JoinedPart& part : parts)
-        checked(H5Pset_virtual(properties, selected(layout.box, part.box),
+        checked(H5Pset_virtual(properties, selected(layout.box, part.box, components),
                                unpatterned(part.file).c_str(),
-                               boundName(dataset, part.identity).c_str(), spaceOf(part.box.size)),
+                               boundName(dataset, part.identity).c_str(),
+                               spaceOf(part.box.size, components)),
                 "a part");
     return properties;
 }
@@ -264,10 +278,13 @@ File openFile(const std::string& name, FieldFile::Access access,
     return file;
 }
 
-/// The sizes of a dataset of three dimensions.
-std::array<std::int64_t, 3> sizesOf(const Dataset& dataset, hid_t type, const char* name) {
+/// The points that a dataset has along each direction.
+std::array<std::int64_t, 3> sizesOf(const Dataset& dataset, hid_t type, const char* name,
+                                    std::int64_t components) {
     const std::vector<hsize_t> sizes = hdf5::dimensionsOf(dataset, type, name);
-    if (sizes.size() != 3)
+    const bool hasComponents =
+        components == 1 || (sizes.size() == 4 && sizes.back() == static_cast<hsize_t>(components));
+    if (sizes.size() != (components == 1 ? 3 : 4) || !hasComponents)
         throw std::runtime_error(std::string("the dataset '") + name +
                                  "' has another number of dimensions");
     return {static_cast<std::int64_t>(sizes[2]), static_cast<std::int64_t>(sizes[1]),
@@ -311,11 +328,13 @@ Properties creationOf(const Dataset& dataset) {
     return {H5Dget_create_plist(dataset), "a dataset's properties"};
 }
 
-void requireChunks(const Layout& layout, const Dataset& dataset) {
+void requireChunks(const Layout& layout, const Dataset& dataset, std::int64_t components) {
     const Properties creation = creationOf(dataset);
-    Extent chunk{};
-    if (H5Pget_layout(creation) != H5D_CHUNKED || H5Pget_chunk(creation, 3, chunk.data()) != 3 ||
-        chunk != extent(layout.slabSizes))
+    const Extent expected = extentOf(layout.slabSizes, components);
+    const auto rank = static_cast<int>(expected.size());
+    Extent chunk(expected.size());
+    if (H5Pget_layout(creation) != H5D_CHUNKED ||
+        H5Pget_chunk(creation, rank, chunk.data()) != rank || chunk != expected)
         throw std::runtime_error("its slabs are not its chunks");
 }
 
@@ -331,7 +350,7 @@ std::string textFrom(Get get) {
 
 /// Other readers find the values by what HDF5 has written down, and this program by the parts.
 void requireParts(const Layout& layout, const Dataset& dataset, const char* name,
-                  const std::vector<JoinedPart>& parts) {
+                  std::int64_t components, const std::vector<JoinedPart>& parts) {
     const Properties creation = creationOf(dataset);
     std::size_t count = 0;
     bool same = H5Pget_layout(creation) == H5D_VIRTUAL &&
@@ -344,13 +363,14 @@ void requireParts(const Layout& layout, const Dataset& dataset, const char* name
                textFrom([&](char* text, std::size_t size) {
                    return H5Pget_virtual_dsetname(creation, i, text, size);
                }) == boundName(name, parts[i].identity) &&
-               checked(H5Sextent_equal(place, spaceOf(layout.box.size)), "a part's place") > 0 &&
-               H5Sget_select_npoints(place) == parts[i].box.points();
-        Extent first{};
-        Extent last{};
+               checked(H5Sextent_equal(place, spaceOf(layout.box.size, components)),
+                       "a part's place") > 0 &&
+               H5Sget_select_npoints(place) == parts[i].box.points() * components;
+        const Extent expected = extent(parts[i].box.first, components, 0);
+        const Extent size = extentOf(parts[i].box.size, components);
+        Extent first(size.size());
+        Extent last(size.size());
         same = same && H5Sget_select_bounds(place, first.data(), last.data()) >= 0;
-        const Extent expected = extent(parts[i].box.first);
-        const Extent size = extent(parts[i].box.size);
         for (std::size_t j = 0; j < first.size(); ++j)
             same = same && first[j] == expected[j] && last[j] == expected[j] + size[j] - 1;
     }
@@ -362,7 +382,7 @@ void requireParts(const Layout& layout, const Dataset& dataset, const char* name
 }  // namespace
 
 std::int64_t Layout::slabBytes() const {
-    const std::int64_t each = request.valueBytes() + (magnitude ? std::int64_t{sizeof(float)} : 0);
+    const std::int64_t each = pointBytes() + (magnitude ? std::int64_t{sizeof(float)} : 0);
     return slabSizes[0] * slabSizes[1] * slabSizes[2] * each;
 }
 
@@ -379,17 +399,17 @@ void FieldFile::create(const std::filesystem::path& path, const Layout& layout, 
                        std::string_view head) {
     File file = createFile(path, head);
     metadata::write(file, layout);
-    const Space points = spaceOf(layout.box.size);
-    const Properties chunks = chunkProperties(layout, deflate);
     const Digest::Value identity = metadata::identityOf(layout);
-    const auto create = [&](const char* name, hid_t type) {
-        createDataset(file, name, type, points, chunks);
+    const auto create = [&](const char* name, hid_t type, std::int64_t components) {
+        createDataset(file, name, type, spaceOf(layout.box.size, components),
+                      chunkProperties(layout, deflate, components));
         checked(H5Lcreate_soft((std::string("/") + name).c_str(), file,
                                boundName(name, identity).c_str(), H5P_DEFAULT, H5P_DEFAULT),
                 name);
     };
-    create(pressureName, complexType(layout.request.inSingle()));
-    if (layout.magnitude) create(magnitudeName, H5T_IEEE_F32LE);
+    create(nameOf(layout.request.quantity), complexType(layout.request.inSingle()),
+           layout.request.components());
+    if (layout.magnitude) create(magnitudeName, H5T_IEEE_F32LE, 1);
 
     const auto count = static_cast<hsize_t>(layout.slabs().count());
     const Properties properties = datasetProperties();
@@ -405,11 +425,11 @@ void FieldFile::createJoined(const std::filesystem::path& path, const Layout& la
     File file = createFile(path, head);
     metadata::write(file, layout);
     joinedParts::write(file, parts);
-    const Space points = spaceOf(layout.box.size);
-    const auto create = [&](const char* name, hid_t type, const void* missing) {
-        const Properties properties = virtualProperties(layout, parts, name);
+    const auto create = [&](const char* name, hid_t type, std::int64_t components,
+                            const void* missing) {
+        const Properties properties = virtualProperties(layout, parts, name, components);
         checked(H5Pset_fill_value(properties, type, missing), "the fill value");
-        createDataset(file, name, type, points, properties);
+        createDataset(file, name, type, spaceOf(layout.box.size, components), properties);
     };
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     constexpr float floatNan = std::numeric_limits<float>::quiet_NaN();
@@ -417,11 +437,13 @@ void FieldFile::createJoined(const std::filesystem::path& path, const Layout& la
     constexpr std::array floatMissing{floatNan, floatNan};
     const bool single = layout.request.inSingle();
     const Type type = complexType(single);
+    const char* const name = nameOf(layout.request.quantity);
+    const std::int64_t components = layout.request.components();
     if (single)
-        create(pressureName, type, floatMissing.data());
+        create(name, type, components, floatMissing.data());
     else
-        create(pressureName, type, missing.data());
-    if (layout.magnitude) create(magnitudeName, H5T_IEEE_F32LE, &floatNan);
+        create(name, type, components, missing.data());
+    if (layout.magnitude) create(magnitudeName, H5T_IEEE_F32LE, 1, &floatNan);
     finish(file, path);
 }
 
@@ -442,33 +464,36 @@ FieldFile::FieldFile(const std::filesystem::path& path, Access access,
 void FieldFile::openContents() {
     metadata::requireOurs(file, name);
     readSoundly(name, [this] {
-        pressure = openDataset(file, pressureName);
         metadata::read(file, contents);
+        const char* const called = nameOf(contents.request.quantity);
+        const std::int64_t components = contents.request.components();
+        values = openDataset(file, called);
         valueType = complexType(contents.request.inSingle());
-        contents.box.size = sizesOf(pressure, valueType, pressureName);
+        contents.box.size = sizesOf(values, valueType, called, components);
         contents.magnitude = exists(file, magnitudeName);
         requireSound(contents);
         metadata::requireSealed(file, contents);
         if (contents.magnitude) {
             magnitude = openDataset(file, magnitudeName);
-            if (sizesOf(magnitude, H5T_IEEE_F32LE, magnitudeName) != contents.box.size)
+            if (sizesOf(magnitude, H5T_IEEE_F32LE, magnitudeName, 1) != contents.box.size)
                 throw std::runtime_error("it has not one magnitude for each value");
         }
         joinedOf = joinedParts::read(file);
         if (joined()) return openParts();
-        requireChunks(contents, pressure);
-        if (contents.magnitude) requireChunks(contents, magnitude);
+        requireChunks(contents, values, components);
+        if (contents.magnitude) requireChunks(contents, magnitude, 1);
         entries = openEntries(file, contents.slabs().count());
     });
 }
 
 void FieldFile::openParts() {
-    requireParts(contents, pressure, pressureName, joinedOf);
-    if (contents.magnitude) requireParts(contents, magnitude, magnitudeName, joinedOf);
+    requireParts(contents, values, nameOf(contents.request.quantity), contents.request.components(),
+                 joinedOf);
+    if (contents.magnitude) requireParts(contents, magnitude, magnitudeName, 1, joinedOf);
 }
 
 bool FieldFile::compressed() const {
-    return checked(H5Pget_nfilters(creationOf(pressure)), "filters") > 0;
+    return checked(H5Pget_nfilters(creationOf(values)), "filters") > 0;
 }
 
 std::vector<SlabRecord> FieldFile::records() const {
@@ -507,32 +532,33 @@ void FieldFile::record(std::int64_t slab, const SlabRecord& record) {
             name + " cannot be written");
 }
 
-void FieldFile::write(const LatticeBox& box, const void* values, const float* magnitudes) {
-    const Space to = selected(contents.box, box);
-    const Space from = spaceOf(box.size);
-    const auto writeTo = [&](const Dataset& dataset, hid_t type, const void* data) {
+void FieldFile::write(const LatticeBox& box, const void* data, const float* magnitudes) {
+    const auto writeTo = [&](const Dataset& dataset, hid_t type, std::int64_t components,
+                             const void* from) {
+        const Space to = selected(contents.box, box, components);
         errno = 0;  // a failure's number is to be its own
-        checked(H5Dwrite(dataset, type, from, to, H5P_DEFAULT, data), name + " cannot be written");
-        behind->wrote(box.points() * static_cast<std::int64_t>(H5Tget_size(type)));
+        checked(H5Dwrite(dataset, type, spaceOf(box.size, components), to, H5P_DEFAULT, from),
+                name + " cannot be written");
+        behind->wrote(box.points() * components * static_cast<std::int64_t>(H5Tget_size(type)));
     };
-    writeTo(pressure, valueType, values);
-    if (magnitudes != nullptr) writeTo(magnitude, H5T_IEEE_F32LE, magnitudes);
+    writeTo(values, valueType, contents.request.components(), data);
+    if (magnitudes != nullptr) writeTo(magnitude, H5T_IEEE_F32LE, 1, magnitudes);
 }
 
-void FieldFile::read(const LatticeBox& box, void* values, float* magnitudes) const {
+void FieldFile::read(const LatticeBox& box, void* data, float* magnitudes) const {
+    readInto(box, box, data);
+    if (magnitudes == nullptr) return;
     const ReadingGuard guard(name, bytesAround(box, contents));
-    const Space from = selected(contents.box, box);
-    const Space to = spaceOf(box.size);
-    checked(H5Dread(pressure, valueType, to, from, H5P_DEFAULT, values), name + " cannot be read");
-    if (magnitudes != nullptr)
-        checked(H5Dread(magnitude, H5T_IEEE_F32LE, to, from, H5P_DEFAULT, magnitudes),
-                name + " cannot be read");
+    checked(H5Dread(magnitude, H5T_IEEE_F32LE, spaceOf(box.size, 1), selected(contents.box, box, 1),
+                    H5P_DEFAULT, magnitudes),
+            name + " cannot be read");
 }
 
-void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const {
+void FieldFile::readInto(const LatticeBox& whole, const LatticeBox& piece, void* data) const {
     const ReadingGuard guard(name, bytesAround(piece, contents));
-    checked(H5Dread(pressure, valueType, selected(whole, piece), selected(contents.box, piece),
-                    H5P_DEFAULT, values),
+    const std::int64_t components = contents.request.components();
+    checked(H5Dread(values, valueType, selected(whole, piece, components),
+                    selected(contents.box, piece, components), H5P_DEFAULT, data),
             name + " cannot be read");
 }
 
@@ -562,7 +588,7 @@ void FieldFile::setIncomplete() {
 void FieldFile::close() {
     entries = {};
     magnitude = {};
-    pressure = {};
+    values = {};
     file.reset(name + " cannot be closed");
     if (behind) behind->finish();
 }
@@ -570,7 +596,7 @@ void FieldFile::close() {
 void FieldFile::abandon() noexcept {
     entries.abandon();
     magnitude.abandon();
-    pressure.abandon();
+    values.abandon();
     file.abandon();
 }
 

@@ -36,6 +36,8 @@ struct Layout {
     bool magnitude = true;                    ///< whether |p| is there too, for viewers
 
     Slabs slabs() const { return {box, slabSizes}; }
+    /// Bytes of a point's values.
+    std::int64_t pointBytes() const { return request.valueBytes() * request.components(); }
     /// Bytes of a slab's values and magnitudes.
     std::int64_t slabBytes() const;
     /// Bytes of all slabs, those at the far ends having as much room as the others, and of an
@@ -77,7 +79,8 @@ struct Provenance {
 };
 
 /// A field on disk: an HDF5 file with the dataset "pressure", of compounds {r, i} in the order
-/// [z][y][x], and the request, conventions and units as attributes of the root; a table is the
+/// [z][y][x], or "velocity" or "intensity", whose three components are in a fourth direction, the
+/// fastest one; and the request, conventions and units as attributes of the root; a table is the
 /// dataset "table", an array the datasets "elements" and "weights", and the outline of a piston
 /// that is no rectangle the dataset "outline".
 ///
@@ -123,12 +126,13 @@ class FieldFile {
     /// Writes an entry: a finished slab has the checksum of its values.
     void record(std::int64_t slab, const SlabRecord& entry);
 
-    /// Moves the values of a box, and where magnitudes are not null, theirs too.
-    void write(const LatticeBox& box, const void* values, const float* magnitudes);
-    void read(const LatticeBox& box, void* values, float* magnitudes) const;
+    /// Moves the values of a box, the components of a point one after the other, and where
+    /// magnitudes are not null, theirs too.
+    void write(const LatticeBox& box, const void* data, const float* magnitudes);
+    void read(const LatticeBox& box, void* data, float* magnitudes) const;
 
     /// Copies the values of a piece to where they belong among those of a whole box.
-    void readInto(const LatticeBox& whole, const LatticeBox& piece, void* values) const;
+    void readInto(const LatticeBox& whole, const LatticeBox& piece, void* data) const;
 
     Provenance provenance() const;
     /// Collective where the file was opened so, with the same provenance from all.
@@ -153,7 +157,7 @@ class FieldFile {
     Layout contents;
     std::vector<JoinedPart> joinedOf;
     hdf5::Type valueType;
-    hdf5::Dataset pressure;
+    hdf5::Dataset values;
     hdf5::Dataset magnitude;
     hdf5::Dataset entries;
     std::optional<WriteBehind> behind;  ///< of a file to write

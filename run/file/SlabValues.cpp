@@ -5,6 +5,7 @@
 #define XXH_INLINE_ALL
 #include <xxhash.h>
 
+#include <algorithm>
 #include <cmath>
 #include <new>
 #include <stdexcept>
@@ -16,21 +17,28 @@ namespace run {
 
 namespace {
 
-/// @param values complex values of T, as pairs
+/// The lengths of vectors.
+/// @param values complex values of T, as pairs, so many for each point
 template <class T>
-void fillMagnitudes(const std::byte* values, std::size_t points, float* magnitudes) {
+void fillMagnitudes(const std::byte* values, std::size_t components, std::size_t points,
+                    float* magnitudes) {
     const T* pair = reinterpret_cast<const T*>(values);
-    for (std::size_t i = 0; i < points; ++i, pair += 2)
-        magnitudes[i] = static_cast<float>(std::sqrt(pair[0] * pair[0] + pair[1] * pair[1]));
+    for (std::size_t i = 0; i < points; ++i) {
+        T sum = 0;
+        for (std::size_t c = 0; c < components; ++c, pair += 2)
+            sum += pair[0] * pair[0] + pair[1] * pair[1];
+        magnitudes[i] = static_cast<float>(std::sqrt(sum));
+    }
 }
 
-/// How many complex values of T have a part that is no number.
+/// How many points have a value of T with a part that is no number.
 template <class T>
-std::uint32_t countUndefined(const std::byte* values, std::size_t points) {
-    const T* pair = reinterpret_cast<const T*>(values);
+std::uint32_t countUndefined(const std::byte* values, std::size_t components, std::size_t points) {
+    const T* part = reinterpret_cast<const T*>(values);
+    const std::size_t parts = 2 * components;
     std::uint32_t count = 0;
-    for (std::size_t i = 0; i < points; ++i, pair += 2)
-        count += std::isnan(pair[0]) || std::isnan(pair[1]) ? 1 : 0;
+    for (std::size_t i = 0; i < points; ++i, part += parts)
+        count += std::any_of(part, part + parts, [](T each) { return std::isnan(each); }) ? 1 : 0;
     return count;
 }
 
@@ -38,11 +46,12 @@ std::uint32_t countUndefined(const std::byte* values, std::size_t points) {
 
 SlabValues::SlabValues(const Layout& layout)
     : singlePrecision(layout.request.inSingle()),
-      valueBytes(static_cast<std::size_t>(layout.request.valueBytes())) {
+      components(static_cast<std::size_t>(layout.request.components())),
+      pointBytes(static_cast<std::size_t>(layout.pointBytes())) {
     const auto& [x, y, z] = layout.slabSizes;
     const auto points = static_cast<std::size_t>(x * y * z);
     try {
-        values = std::make_unique_for_overwrite<std::byte[]>(points * valueBytes);
+        values = std::make_unique_for_overwrite<std::byte[]>(points * pointBytes);
         if (layout.magnitude) magnitudes = std::make_unique_for_overwrite<float[]>(points);
     } catch (const std::bad_alloc&) {
         throw std::runtime_error("there is not enough memory for a slab of " +
@@ -57,9 +66,9 @@ void SlabValues::compute(const Computation& computation, const LatticeBox& box) 
     if (!magnitudes) return;
     const auto points = static_cast<std::size_t>(box.points());
     if (singlePrecision)
-        fillMagnitudes<float>(values.get(), points, magnitudes.get());
+        fillMagnitudes<float>(values.get(), components, points, magnitudes.get());
     else
-        fillMagnitudes<double>(values.get(), points, magnitudes.get());
+        fillMagnitudes<double>(values.get(), components, points, magnitudes.get());
 }
 
 void SlabValues::write(FieldFile& file, const LatticeBox& box) const {
@@ -74,7 +83,7 @@ std::uint64_t SlabValues::checksum(const LatticeBox& box) const {
     const auto points = static_cast<std::size_t>(box.points());
     XXH3_state_t state;
     XXH3_64bits_reset(&state);
-    XXH3_64bits_update(&state, values.get(), points * valueBytes);
+    XXH3_64bits_update(&state, values.get(), points * pointBytes);
     if (magnitudes) XXH3_64bits_update(&state, magnitudes.get(), points * sizeof(float));
     return XXH3_64bits_digest(&state);
 }
@@ -82,8 +91,8 @@ std::uint64_t SlabValues::checksum(const LatticeBox& box) const {
 SlabRecord SlabValues::record(const LatticeBox& box) const {
     const auto points = static_cast<std::size_t>(box.points());
     return {checksum(box), true,
-            singlePrecision ? countUndefined<float>(values.get(), points)
-                            : countUndefined<double>(values.get(), points)};
+            singlePrecision ? countUndefined<float>(values.get(), components, points)
+                            : countUndefined<double>(values.get(), components, points)};
 }
 
 bool SlabValues::match(const SlabRecord& record, const LatticeBox& box) const {

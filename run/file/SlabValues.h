@@ -12,7 +12,7 @@
 namespace run {
 
 /// Computes the values of a box, in the precision of the request, into memory that has room for
-/// them.
+/// them, the components of a point one after the other.
 using Computation = std::function<void(const LatticeBox& box, void* values)>;
 
 /// The values of one slab at a time, with their magnitudes where the file has them.
@@ -35,7 +35,8 @@ class SlabValues {
 
   private:
     bool singlePrecision;
-    std::size_t valueBytes;
+    std::size_t components;
+    std::size_t pointBytes;
     // Not set to anything: the threads that compute the values are the first to touch the memory.
     std::unique_ptr<std::byte[]> values;
     std::unique_ptr<float[]> magnitudes;

@@ -39,6 +39,8 @@ constexpr std::int64_t arrayFormat = 4;
 /// Of fields, maybe of arrays, in a medium with losses or in another baffle than a rigid one, or of
 /// pistons of other shapes; likewise.
 constexpr std::int64_t contourFormat = 5;
+/// Of velocities and intensities, and of arrays whose elements have outlines; likewise.
+constexpr std::int64_t quantityFormat = 6;
 constexpr const char* tableName = "table";
 constexpr const char* digestName = "digest";
 
@@ -74,17 +76,29 @@ constexpr const char* relativeName = "relative";
 // Where it is that of an array, or of a piston with an outline.
 constexpr const char* engineName = "engine";
 
-// And where the format is `contourFormat`.
+// And where the format is `contourFormat` or more.
 constexpr const char* attenuationName = "attenuation";
 constexpr const char* baffleName = "baffle";
 
+// And where it is `quantityFormat`.
+constexpr const char* quantityName = "quantity";
+
+/// Whether the format is `quantityFormat`.
+bool takesQuantity(const pistonfield::Request& request) {
+    return request.quantity != pistonfield::Quantity::pressure ||
+           (hasElements(request) && arrayDatasets::haveOutlines(request.array->elements));
+}
+
 std::int64_t formatFor(const pistonfield::Request& request) {
+    if (takesQuantity(request)) return quantityFormat;
     if (takesContours(request)) return contourFormat;
     if (request.array) return arrayFormat;
     return request.tolerance ? toleranceFormat : ruleFormat;
 }
 
-bool hasContours(hid_t file) { return attributes::readInteger(file, "format") == contourFormat; }
+bool hasQuantity(hid_t file) { return attributes::readInteger(file, "format") >= quantityFormat; }
+
+bool hasContours(hid_t file) { return attributes::readInteger(file, "format") >= contourFormat; }
 
 bool hasArray(hid_t file) {
     return attributes::readInteger(file, "format") == arrayFormat ||
@@ -168,6 +182,8 @@ pistonfield::Request readRequest(hid_t file) {
             request.wave.attenuation = attributes::readReal(file, attenuationName);
             request.baffle = baffleCalled(attributes::readText(file, baffleName));
         }
+        if (hasQuantity(file))
+            request.quantity = quantityCalled(attributes::readText(file, quantityName));
         return request;
     }
     const std::int64_t order = attributes::readInteger(file, "order");
@@ -209,15 +225,13 @@ void addTolerance(hid_t file, Digest& digest) {
 void addContours(const pistonfield::Request& request, Digest& digest) {
     digest.add(std::array{request.wave.attenuation});
     digest.add(nameOf(request.baffle));
+    if (takesQuantity(request)) digest.add(nameOf(request.quantity));
 }
 
 /// What radiates in place of a rectangle.
 void writeSource(hid_t file, const pistonfield::Request& request) {
     if (const pistonfield::Outline* outline = shapeOf(request))
         return outlineDataset::write(file, *outline);
-    for (const pistonfield::Element& element : request.array->elements)
-        if (element.outline)
-            throw std::runtime_error("elements with outlines have no place in a file");
     arrayDatasets::write(file, *request.array);
 }
 
@@ -227,6 +241,10 @@ void addSource(const pistonfield::Request& request, Digest& digest) {
         return digest.add(outlineDataset::rowsOf(*outline));
     const pistonfield::Array& array = *request.array;
     digest.add(arrayDatasets::rowsOf(array.elements));
+    if (arrayDatasets::haveOutlines(array.elements)) {
+        digest.add(arrayDatasets::outlineRowsOf(array.elements));
+        digest.add(arrayDatasets::outlineOf(array.elements));
+    }
     std::vector<double> weights;
     for (const std::complex<double>& weight : array.weights)
         weights.insert(weights.end(), {weight.real(), weight.imag()});
@@ -276,11 +294,38 @@ std::string pressureOf(const pistonfield::Request& request) {
     return "1/(4 pi) * (k + j * derivative along its normal) of the " + integral;
 }
 
+/// What a file's values are of p, and what gives them a unit.
+std::string quantityOf(const pistonfield::Request& request) {
+    switch (request.quantity) {
+        case pistonfield::Quantity::pressure:
+            break;
+        case pistonfield::Quantity::velocity:
+            return "; velocity is v = -grad p / k, times u0 the particle velocity in m/s";
+        case pistonfield::Quantity::intensity:
+            return "; intensity is j * p * conj(v), of v = -grad p / k; times rho*c*|u0|^2/2 it is "
+                   "in W/m^2, its real part the active and its imaginary part the reactive one";
+    }
+    return "";
+}
+
 std::string conventionsOf(const pistonfield::Request& request) {
     return std::string("p = ") +
            (hasElements(request) ? "sum over the elements of weight * " : "") +
            pressureOf(request) +
-           ", for the time dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa";
+           ", for the time dependence exp(+j*omega*t); times j*rho*c*u0 it is the pressure in Pa" +
+           quantityOf(request);
+}
+
+std::string axesOf(const pistonfield::Request& request) {
+    const std::string at =
+        " is at transform * (ix, iy, iz, 1), divided by the transform's last element; indices "
+        "count from first_point";
+    const std::string name = nameOf(request.quantity);
+    if (request.components() == 1) return name + "[iz][iy][ix]" + at;
+    return name +
+           "[iz][iy][ix][0, 1, 2], the components along x, y and z of the frame of these "
+           "positions," +
+           at;
 }
 
 std::string unitsOf(const pistonfield::Request& request) {
@@ -293,8 +338,9 @@ std::string unitsOf(const pistonfield::Request& request) {
     else if (request.array)
         lengths = "transform and outline in one unit of length, angles in radians";
     return lengths + (", k in radians per " + unit) +
-           (takesContours(request) ? ", attenuation in Np per " + unit : "") +
-           ", pressure and magnitude without unit, seconds in s, peak_memory in bytes";
+           (takesContours(request) ? ", attenuation in Np per " + unit : "") + ", " +
+           nameOf(request.quantity) +
+           " and magnitude without unit, seconds in s, peak_memory in bytes";
 }
 
 }  // namespace
@@ -302,10 +348,10 @@ std::string unitsOf(const pistonfield::Request& request) {
 void requireOurs(hid_t file, const std::string& name) {
     const auto found = formatOf(file);
     if (!found) throw std::runtime_error(name + " is not a file of " + creator);
-    if (*found < ruleFormat || *found > contourFormat)
+    if (*found < ruleFormat || *found > quantityFormat)
         throw std::runtime_error(name + " has the format " + std::to_string(*found) +
                                  ", and this version reads " + std::to_string(ruleFormat) + " to " +
-                                 std::to_string(contourFormat) + " alone");
+                                 std::to_string(quantityFormat) + " alone");
 }
 
 Digest::Value identityOf(const Layout& layout) {
@@ -356,14 +402,13 @@ void write(hid_t file, const Layout& layout) {
         attributes::write(file, attenuationName, request.wave.attenuation);
         attributes::write(file, baffleName, std::string(nameOf(request.baffle)));
     }
+    if (takesQuantity(request))
+        attributes::write(file, quantityName, std::string(nameOf(request.quantity)));
     attributes::write(file, "first_point", layout.box.first, {3});
     attributes::write(file, "slab_sizes", layout.slabSizes, {3});
     attributes::write(file, "conventions", conventionsOf(request));
     attributes::write(file, "units", unitsOf(request));
-    attributes::write(
-        file, "axes",
-        std::string("pressure[iz][iy][ix] is at transform * (ix, iy, iz, 1), divided by the "
-                    "transform's last element; indices count from first_point"));
+    attributes::write(file, "axes", axesOf(request));
     for (const char* name : {"host", "started", "finished"})
         attributes::write(file, name, std::string());
     attributes::write(file, "seconds", 0.0);

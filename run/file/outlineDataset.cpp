@@ -16,12 +16,12 @@ using hdf5::Dataset;
 using pistonfield::Arc;
 using pistonfield::Outline;
 using pistonfield::OutlineEdge;
+using pistonfield::PlaneVector;
 using pistonfield::StraightEdge;
 
 namespace {
 
 constexpr const char* datasetName = "outline";
-constexpr std::size_t columns = 7;
 constexpr double straight = 0;
 constexpr double arc = 1;
 
@@ -36,9 +36,10 @@ Row rowOf(const Arc& edge) {
     return {arc, edge.centre[0], edge.centre[1], edge.radius, edge.from, edge.sweep};
 }
 
-OutlineEdge edgeOf(const double* row) {
-    if (row[0] == straight) return StraightEdge{{row[1], row[2]}, {row[3], row[4]}};
-    if (row[0] == arc) return Arc{{row[1], row[2]}, row[3], row[4], row[5]};
+OutlineEdge edgeOf(const double* row, double unit) {
+    const PlaneVector begin{row[1] / unit, row[2] / unit};
+    if (row[0] == straight) return StraightEdge{begin, {row[3] / unit, row[4] / unit}};
+    if (row[0] == arc) return Arc{begin, row[3] / unit, row[4], row[5]};
     throw std::runtime_error("outline: an edge is neither straight nor an arc");
 }
 
@@ -71,12 +72,18 @@ Outline read(hid_t file) {
     std::vector<double> rows(sizes[0] * columns);
     checked(H5Dread(dataset, H5T_NATIVE_DOUBLE, H5S_ALL, H5S_ALL, H5P_DEFAULT, rows.data()),
             datasetName);
+    return outlineOf(rows);
+}
+
+Outline outlineOf(std::span<const double> rows, double unit) {
+    if (rows.size() % columns != 0)
+        throw std::runtime_error("outline: takes rows of 7 numbers, one for each edge");
     Outline outline;
     for (std::size_t i = 0; i < rows.size(); i += columns) {
         if (rows[i] == static_cast<double>(outline.loops.size())) outline.loops.emplace_back();
         if (rows[i] + 1 != static_cast<double>(outline.loops.size()))
             throw std::runtime_error("outline: its loops do not follow each other");
-        outline.loops.back().push_back(edgeOf(&rows[i + 1]));
+        outline.loops.back().push_back(edgeOf(&rows[i + 1], unit));
     }
     return outline;
 }

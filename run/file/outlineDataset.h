@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <cstddef>
+#include <span>
 #include <vector>
 
 #include "method/Outline.h"
@@ -19,7 +21,13 @@ bool isIn(hid_t file);
 void write(hid_t file, const pistonfield::Outline& outline);
 pistonfield::Outline read(hid_t file);
 
+/// The numbers of a row.
+inline constexpr std::size_t columns = 7;
+
 /// An outline's numbers, edge by edge as a row has them.
 std::vector<double> rowsOf(const pistonfield::Outline& outline);
+
+/// The outline of such numbers, whose lengths are divided by a unit.
+pistonfield::Outline outlineOf(std::span<const double> rows, double unit = 1);
 
 }  // namespace run::outlineDataset

@@ -10,6 +10,7 @@
 
 #include "field/Plan.h"
 #include "run/formatting.h"
+#include "run/pointwise.h"
 #include "run/processes/Interruption.h"
 #include "run/processes/Progress.h"
 
@@ -42,7 +43,7 @@ void Worker::compute(const SlabNumbers& numbers) {
     std::optional<std::int64_t> numberOfReady;
     ranks.together([&] { plan.emplace(file.layout().request); });
     const Computation computation = [&](const LatticeBox& box, void* to) {
-        plan->computeNative(box, to);
+        computePointwise(*plan, box, to);
     };
     const auto writeReady = [&] {
         if (!numberOfReady) return;

@@ -6,7 +6,9 @@
 
 #include <cmath>
 #include <fstream>
+#include <memory>
 #include <numbers>
+#include <set>
 #include <sstream>
 #include <streambuf>
 #include <string>
@@ -18,8 +20,12 @@
 
 namespace {
 
+using pistonfield::Arc;
 using pistonfield::Array;
+using pistonfield::Loop;
+using pistonfield::Outline;
 using pistonfield::Pose;
+using pistonfield::StraightEdge;
 
 Array read(const std::string& text) {
     std::istringstream from(text);
@@ -97,6 +103,58 @@ TEST(ArrayTable, IsReadAsItIsWritten) {
     }
 }
 
+TEST(ArrayTable, OfOutlinesIsReadAsItIsWritten) {
+    Array array{randomElements(12, 3, 7), {}};
+    const auto ring = std::make_shared<const Outline>(pistonfield::ringOutline(1.0 / 3, 5.0 / 7));
+    const auto corners = std::make_shared<const Outline>(
+        pistonfield::polygonOutline({{-1.0 / 3, 0}, {0.1, -1e-9}, {2.0 / 7, 1}}));
+    for (std::size_t i = 0; i < array.elements.size(); ++i) {
+        if (i % 3 == 0) continue;
+        array.elements[i].piston = {};
+        array.elements[i].outline = i % 3 == 1 ? ring : corners;
+    }
+    Array shaped = array;
+    std::erase_if(shaped.elements, [](const auto& element) { return !element.outline; });
+    shaped.weights.assign(shaped.elements.size(), {1.0 / 3, -2});
+    for (const Array& each : {array, shaped}) {
+        std::stringstream text;
+        pistonfield::writeArray(text, each);
+        const Array found = pistonfield::readArray(text, "text");
+        EXPECT_EQ(found, each);
+        // Equal outlines are one.
+        std::set<const Outline*> outlines;
+        for (const auto& element : found.elements)
+            if (element.outline) outlines.insert(element.outline.get());
+        EXPECT_EQ(outlines.size(), 2);
+    }
+}
+
+TEST(ArrayTable, ReadsOutlinesInTheirUnit) {
+    const Array array =
+        read("x [m],y [m],outline [mm]\n1,2,0 0 3 0 3.5;0 0 3 3.5 2.75 / 1 2 3 4\n");
+    const Outline& outline = *array.elements.front().outline;
+    ASSERT_EQ(outline.loops.size(), 2);
+    EXPECT_EQ(outline.loops[0], (Loop{Arc{{0, 0}, 3e-3, 0, 3.5}, Arc{{0, 0}, 3e-3, 3.5, 2.75}}));
+    EXPECT_EQ(outline.loops[1], (Loop{StraightEdge{{1e-3, 2e-3}, {3e-3, 4e-3}}}));
+}
+
+TEST(ArrayTable, NamesTheCellOfAnOutlineThatIsNone) {
+    const auto row = [](const std::string& text) {
+        return refusal("x [m],y [m],outline [mm]\n" + text);
+    };
+    const std::string cell = "elements: array.csv, line 2, column 3 (outline [mm]): ";
+    EXPECT_EQ(row("0,0,"), cell + "is empty, and there are no columns width and height");
+    EXPECT_EQ(row("0,0,1 2 3"), cell +
+                                    "an edge is the 4 numbers of a straight one or the 5 of an "
+                                    "arc, and not 3");
+    EXPECT_EQ(row("0,0,1 2 3 4;"), cell +
+                                       "an edge is the 4 numbers of a straight one or the 5 of "
+                                       "an arc, and not 0");
+    EXPECT_EQ(row("0,0,1 2 x 4"), cell + "'x' is no number");
+    EXPECT_EQ(refusal("x [m],y [m],outline [m],width [m]\n"),
+              "elements: array.csv, line 1: there is no column height, but others of its kind");
+}
+
 TEST(ArrayTable, WritesOneWeighting) {
     std::ostringstream text;
     const Array array{randomElements(2, 1, 1), {1, 2, 3, 4}};
@@ -172,7 +230,7 @@ std::string endless(const std::string& text) {
 }
 
 TEST(ArrayTable, RefusesAnEndlessLine) {
-    EXPECT_EQ(endless("x"), "elements: array.csv, line 1: it has more than 65536 characters");
+    EXPECT_EQ(endless("x"), "elements: array.csv, line 1: it has more than 1048576 characters");
 }
 
 TEST(ArrayTable, RefusesMoreElementsThanAnArrayHas) {

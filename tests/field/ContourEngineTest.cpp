@@ -360,6 +360,24 @@ TEST(ContourEngine, HasInfiniteVelocitiesOnEdgesAndPressures) {
     }
 }
 
+TEST(ContourEngine, SaysWhereVelocitiesAreInfiniteAtAllPoints) {
+    Request request = smallRequest(1e-6);
+    request.array.emplace().elements = {{request.piston, Pose{}, {}}};
+    request.array->weights = {1};
+    for (const Quantity quantity : {Quantity::velocity, Quantity::intensity}) {
+        request.quantity = quantity;
+        request.tolerance->of = Of::largest;
+        const Request onEdges = withPoints(request, {{0.6, -0.6}, {0, 0.1}, {0, 0}});
+        EXPECT_EQ(refused([&] { Plan{onEdges}; }),
+                  "points: at all points that were looked at the velocity is infinite: they lie on "
+                  "an edge of the source. There is no largest |v| for the tolerance to be relative "
+                  "to; take one of the local amplitude, or other points");
+        request.tolerance->of = Of::local;
+        for (const Complex& value : computed(withPoints(request, {{0.6, -0.6}, {0, 0.1}, {0, 0}})))
+            EXPECT_EQ(value, Complex(infinity));
+    }
+}
+
 TEST(ContourEngine, IsNothingWhereLossesLeaveNothing) {
     Request request = smallRequest(1e-6);
     request.wave.attenuation = 0.5;

@@ -128,9 +128,9 @@ TEST_F(DamagedFiles, WithTextsOfAnotherKindAreRefused) {
 }
 
 TEST_F(DamagedFiles, OfAnotherFormatOfThisProgramAreRefused) {
-    for (const std::int64_t format : {1, 6})
+    for (const std::int64_t format : {1, 7})
         EXPECT_EQ(refusalWith("format", format), " has the format " + std::to_string(format) +
-                                                     ", and this version reads 2 to 5 alone");
+                                                     ", and this version reads 2 to 6 alone");
 }
 
 /// Neither is a file without a tolerance taken for one with it, nor the other way around.

@@ -149,11 +149,50 @@ TEST_F(FieldFiles, KeepsAnOutline) {
     EXPECT_EQ(identities.size(), outlines.size());
 }
 
-TEST_F(FieldFiles, KeepsNoElementsWithOutlines) {
-    Layout layout = shapedLayout(pistonfield::discOutline(0.3));
-    layout.request.array->weights[0] = 2;
-    EXPECT_EQ(refused([&] { FieldFile::create(path, layout); }),
-              "elements with outlines have no place in a file");
+TEST_F(FieldFiles, KeepsElementsWithOutlines) {
+    std::vector<Layout> layouts(4, shapedLayout(pistonfield::ringOutline(0.1, 1.0 / 3)));
+    std::set<run::Digest::Value> identities;
+    for (std::size_t i = 0; i < layouts.size(); ++i) {
+        pistonfield::Array& array = *layouts[i].request.array;
+        const pistonfield::Element ring = array.elements.front();
+        array.elements = {ring, arrayLayout().request.array->elements.front(), ring};
+        array.elements[2].outline = std::make_shared<const pistonfield::Outline>(
+            pistonfield::discOutline(i == 1 ? 0.2 : 0.3));
+        if (i == 2) std::swap(array.elements[0], array.elements[2]);
+        if (i == 3) array.elements[2] = ring;
+        array.weights = {1, {2, 0.5}, 3};
+        FieldFile::create(path, layouts[i]);
+        const FieldFile file(path, Access::read);
+        expectSame(file.layout(), layouts[i]);
+        identities.insert(run::metadata::identityOf(layouts[i]));
+    }
+    EXPECT_EQ(identities.size(), layouts.size());
+}
+
+TEST_F(FieldFiles, KeepsAQuantityAndItsComponents) {
+    std::set<run::Digest::Value> identities;
+    for (const pistonfield::Quantity quantity :
+         {pistonfield::Quantity::pressure, pistonfield::Quantity::velocity,
+          pistonfield::Quantity::intensity}) {
+        Layout layout = lossyLayout();
+        layout.request.quantity = quantity;
+        FieldFile::create(path, layout);
+        FieldFile file(path, Access::write);
+        expectSame(file.layout(), layout);
+        identities.insert(run::metadata::identityOf(layout));
+        // A box of values, each of another size, goes to its place and back.
+        const LatticeBox box{{layout.box.first[0] + 1, layout.box.first[1], layout.box.first[2]},
+                             {2, 2, 1}};
+        std::vector<std::complex<double>> values(
+            static_cast<std::size_t>(box.points() * layout.request.components()));
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] = {static_cast<double>(i), -1.0 / static_cast<double>(i + 1)};
+        file.write(box, values.data(), nullptr);
+        std::vector<std::complex<double>> found(values.size());
+        file.read(box, found.data(), nullptr);
+        EXPECT_EQ(found, values);
+    }
+    EXPECT_EQ(identities.size(), 3);
 }
 
 TEST_F(FieldFiles, HasAnIdentityForEachMediumAndBaffle) {

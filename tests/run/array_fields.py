@@ -257,6 +257,18 @@ class KindsTest(ArrayTest):
             expected.append([0.8e-3, 5e-3] + place + along + [0, 1, 0])
         numpy.testing.assert_allclose(rows, expected, rtol=0, atol=1e-15)
 
+    def test_may_have_their_angles_in_degrees(self):
+        for kind, name, degrees in [
+            ('kind = "convex"\nelements = 3\nradius = 40e-3\n', "angle", 1.7),
+            ('kind = "spiral"\nelements = 20\nradius = 60e-3\n', "opening_angle", 21.3),
+        ]:
+            found = []
+            sides = "width = 0.8e-3\nheight = 1e-3\n"
+            for value in (f"_degrees = {degrees}\n", f" = {degrees * math.pi / 180!r}\n"):
+                self.compute(kind + sides + name + value, "--behind", "--overwrite")
+                found.append(self.elements()[0])
+            self.assert_same_bits(*found)
+
     def test_are_bowls(self):
         radius = 60e-3
         bowl = f"radius = {radius}\nwidth = 2e-3\nheight = 2e-3\naperture = 30e-3\nhole = 6e-3\n"
@@ -721,6 +733,17 @@ class ErrorsTest(ArrayTest):
         message = self.complaint(self.LINE + "center = [0, 0, 0]\n")
         self.assertEqual(message, "request.toml:18: array.center is no option")
 
+    def test_name_the_degrees_that_were_typed(self):
+        bowl = 'kind = "spiral"\nelements = 4\nradius = 0.1\nwidth = 1e-3\nheight = 1e-3\n'
+        message = self.complaint(bowl + "opening_angle_degrees = 200\n")
+        self.assertEqual(
+            message,
+            "request.toml:18: array.opening_angle_degrees: must be above 0 and at most pi; it is "
+            "in degrees",
+        )
+        message = self.complaint(bowl + "opening_angle = 1\nopening_angle_degrees = 20\n")
+        self.assertIn("array.opening_angle_degrees: excludes request.toml:18: array.open", message)
+
     def test_name_the_unit_of_what_was_typed(self):
         convex = 'kind = "convex"\nelements = 4\nradius = 40e-3\nwidth = 0.8e-3\nheight = 5e-3\n'
         bowl = 'kind = "spiral"\nelements = 4\nradius = 0.1\nwidth = 1e-3\nheight = 1e-3\n'
@@ -796,6 +819,95 @@ class ErrorsTest(ArrayTest):
         self.write(self.LINE + "radius = 1\n")
         message = self.refused("--request", "request.toml", "field.h5", ranks=3)
         self.assertIn("request.toml:18: array.radius: is no key of the kind line", message)
+
+
+class OutlinesTest(ArrayTest):
+    """Elements of other shapes than rectangles."""
+
+    # A disc, a tilted triangle, the disc elsewhere, and a rectangle.
+    DISC = f"0 0 1 0 {math.pi!r}; 0 0 1 {math.pi!r} {math.pi!r}"
+    SHAPES = (
+        "x [mm], y [mm], z [mm], width [mm], height [mm], normal x, normal y, normal z, along x, "
+        "along y, along z, re, im, outline [mm]\n"
+        f"-2, 0, 0, 0, 0, 0, 0, 1, 1, 0, 0, 1, 0, {DISC}\n"
+        "4, 0, 1, 0, 0, -0.6, 0, 0.8, 0.8, 0, 0.6, 0, 2, -1 -1 1 -1; 1 -1 0 2; 0 2 -1 -1\n"
+        f"3, 1, 0, 0, 0, 0, 0, 1, 1, 0, 0, 0.5, -1, {DISC}\n"
+        "0, -3, 0, 0.8, 2, 0, 0, 1, 1, 0, 0, 0, 1,\n"
+    )
+    TURN = [[0.8, 0, -0.6], [0, 1, 0], [0.6, 0, 0.8]]
+    PISTONS = (
+        (1, 'shape = "disc"\nradius = 1e-3\ncenter = [-2e-3, 0, 0]\n'),
+        (
+            2j,
+            'shape = "polygon"\ncorners = [[-1e-3, -1e-3], [1e-3, -1e-3], [0, 2e-3]]\n'
+            f"center = [4e-3, 0, 1e-3]\norientation = {TURN}\n",
+        ),
+        (0.5 - 1j, 'shape = "disc"\nradius = 1e-3\ncenter = [3e-3, 1e-3, 0]\n'),
+        (1j, "width = 0.8e-3\nheight = 2e-3\ncenter = [0, -3e-3, 0]\n"),
+    )
+
+    def test_radiate_as_pistons_of_their_shapes(self):
+        said = self.compute(table=self.SHAPES)
+        self.assertIn("\narray   4 elements, by the engine contours\n", said)
+        self.assertNotIn("note", said)
+        expected = 0
+        for weight, piston in self.PISTONS:
+            head = HEAD.format(more="").replace("[array]", "[piston]")
+            self.at("piston.toml").write_text(head + piston)
+            self.run_program("--request", "piston.toml", "piston.h5", "--overwrite")
+            expected = expected + weight * self.pressure("piston.h5")
+        off = numpy.max(abs(self.pressure() - expected))
+        self.assertLessEqual(off, 5e-9 * numpy.max(abs(expected)))
+
+    def test_are_kept_with_the_field_and_shown(self):
+        self.compute(table=self.SHAPES)
+        whole = arrays(self.at("field.h5"))
+        self.assertEqual(whole["outlines"].shape, (5, 8))
+        self.assertEqual(whole["outline_of"].tolist(), [0, 1, 0, -1])
+        with h5py.File(self.at("field.h5")) as file:
+            self.assertEqual(file.attrs["format"], 6)
+            self.assertEqual(file.attrs["quantity"], "pressure")
+        # Out of the field's file, and out of the table that is shown.
+        self.at("again.toml").write_text(self.run_program("show", "field.h5").out)
+        self.run_program("--request", "again.toml", "again.h5")
+        self.assert_same_field(self.at("again.h5"), whole)
+        shown = self.run_program("show", "--elements", "field.h5").out
+        self.compute(table=shown, output="shown.h5")
+        self.assert_same_field(self.at("shown.h5"), whole)
+        self.compute('table = "elements.csv"\n', "--resume", table=self.SHAPES)
+        other = self.SHAPES.replace("0 2 -1 -1", "0 2 -1 -1.0000001").replace(
+            "-1 -1 1", "-1 -1.0000001 1"
+        )
+        message = self.complaint('table = "elements.csv"\n', "--resume", table=other)
+        self.assertIn("array differs from the request that field.h5 was begun with", message)
+
+    def test_may_come_from_hdf5_in_any_unit(self):
+        self.compute(table=self.SHAPES)
+        whole = arrays(self.at("field.h5"))
+        with h5py.File(self.at("elements.h5"), "w") as file:
+            file["elements"] = whole["elements"] * ([1000] * 5 + [1] * 6)
+            file["elements"].attrs["units"] = "mm"
+            file["weights"] = whole["weights"]
+            lengths = [1, 1, 1, 1000, 1000, 1000, 1, 1]
+            straight = [1, 1, 1, 1000, 1000, 1000, 1000, 1]
+            rows = whole["outlines"]
+            file["outlines"] = rows * numpy.where(rows[:, 2:3] == 1, [lengths], [straight])
+            file["outline_of"] = whole["outline_of"]
+        self.compute('table = "elements.h5"\n', output="other.h5")
+        found = self.pressure("other.h5")
+        off = numpy.max(abs(found - whole["pressure"]))
+        self.assertLessEqual(off, 3e-9 * numpy.max(abs(found)))
+        with h5py.File(self.at("elements.h5"), "r+") as file:
+            file["outline_of"][2] = 7
+        message = self.complaint('table = "elements.h5"\n')
+        self.assertIn("elements.h5: outline_of: there is no outline 7", message)
+
+    def test_that_were_changed_are_refused(self):
+        for name, place in [("outlines", (0, 5)), ("outline_of", (2,))]:
+            self.compute('table = "elements.csv"\n', "--overwrite", table=self.SHAPES)
+            with h5py.File(self.at("field.h5"), "r+") as file:
+                file[name][place] = 1
+            self.assertIn("field.h5 is damaged: ", self.refused("show", "field.h5"))
 
 
 if __name__ == "__main__":

@@ -9,7 +9,16 @@ import unittest
 
 import h5py
 import numpy
-from programs import TILTED, ProgramTest, arrays, options
+from programs import (
+    TILTED,
+    TILTED_POINTS,
+    ProgramTest,
+    arrays,
+    attributes,
+    options,
+    tilted_place,
+    values_of,
+)
 
 L, S, K = 5e-3, 7.5e-3, 4188.79
 BAFFLES = ("rigid", "soft", "free")
@@ -21,27 +30,11 @@ def request(tolerance=1e-6, attenuation=LOSSES, baffle="soft", **others):
     return options(tolerance=tolerance, attenuation=attenuation, baffle=baffle, **others)
 
 
-def attributes(path):
-    with h5py.File(path) as file:
-        return dict(file.attrs)
-
-
-def values_of(path):
-    """Values and magnitudes, without what depends on the slabs."""
-    values = arrays(path)
-    values.pop("slabs", None)
-    return values
-
-
 class ValuesTest(ProgramTest):
-    # Of the tilted lattice, near and far.
-    POINTS = [(0, 0, 0), (18, 16, 22), (9, 8, 11), (0, 16, 0), (17, 1, 20), (3, 9, 2), (12, 0, 7)]
-
     @staticmethod
     def integrals(at, attenuation):
         """What the pressure is in each baffle, by sums over the piston, and about how large."""
-        iz, iy, ix = at
-        x, y, z, _ = numpy.array(TILTED).reshape(4, 4) @ [ix, iy, iz, 1] / TILTED[-1]
+        x, y, z = tilted_place(at)
         # Smooth at this distance: 100 nodes a side are exact to rounding.
         nodes, weights = numpy.polynomial.legendre.leggauss(100)
         u, v = numpy.meshgrid(nodes * S / 2, nodes * L / 2)
@@ -71,7 +64,7 @@ class ValuesTest(ProgramTest):
         pressure = arrays(self.at("field.h5"))["pressure"]
         self.assertEqual(pressure.dtype, "c16" if how["precision"] == "double" else "c8")
         largest = numpy.max(abs(pressure))
-        for at in self.POINTS:
+        for at in TILTED_POINTS:
             values, local = self.integrals(at, attenuation)
             unit = largest if how["relative"] == "largest" else local
             self.assertLessEqual(abs(pressure[at] - values[baffle]), tolerance * unit)
@@ -208,14 +201,14 @@ class AccountTest(ProgramTest):
                 message = self.refused("show", "field.h5")
                 self.assertIn("what it says of its field is not what this program", message)
         with h5py.File(self.at("field.h5"), "r+") as file:
-            file.attrs.modify("format", 6)
+            file.attrs.modify("format", 7)
         message = self.refused("show", "field.h5")
-        self.assertIn("has the format 6, and this version reads 2 to 5 alone", message)
+        self.assertIn("has the format 7, and this version reads 2 to 6 alone", message)
 
     def test_is_no_beam_yet(self):
         self.run_program(*request(), "field.h5")
         message = self.refused("beam", "field.h5")
-        self.assertIn("field.h5: attenuation: beams are measured of rectangles", message)
+        self.assertIn("field.h5: attenuation: beams are measured of the pressure of", message)
 
 
 class MistakesTest(ProgramTest):

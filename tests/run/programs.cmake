@@ -56,7 +56,7 @@ function(pistonfield_program_test name script)
 endfunction()
 
 foreach(script values starting processes parts outputs no_room damage interruptions options si_units
-    tolerance losses shapes array_fields beam)
+    tolerance losses quantities shapes array_fields beam)
   pistonfield_program_test(${script} ${script})
 endforeach()
 # One of its parts needs root.

@@ -25,7 +25,18 @@ os.environ.setdefault("OMPI_MCA_pml", "ob1")
 os.environ.setdefault("OMPI_MCA_btl", "self,vader")
 
 # A plane's rotation and shear, and a last element to divide by. Every point lies before the piston.
+# Of its 23 by 17 by 19 points some, near and far, are TILTED_POINTS.
 TILTED = [2e-4, 5e-5, -3e-5, -6e-3, -4e-5, 2.4e-4, 6e-5, -5e-3, 3e-5, -2e-5, 4e-4, 3e-3, 0, 0, 0, 2]
+
+TILTED_POINTS = [
+    (0, 0, 0),
+    (18, 16, 22),
+    (9, 8, 11),
+    (0, 16, 0),
+    (17, 1, 20),
+    (3, 9, 2),
+    (12, 0, 7),
+]
 
 
 def options(transform=None, sizes=(23, 17, 19), l=5e-3, s=7.5e-3, k=4188.79, **others):
@@ -56,6 +67,25 @@ def arrays(path):
     """What is in the datasets of a file."""
     with h5py.File(path, "r") as file:
         return {name: dataset[...] for name, dataset in datasets(file).items()}
+
+
+def attributes(path):
+    """What a file says of its field."""
+    with h5py.File(path, "r") as file:
+        return dict(file.attrs)
+
+
+def values_of(path):
+    """What is in the datasets of a file, without what depends on the slabs."""
+    values = arrays(path)
+    values.pop("slabs", None)
+    return values
+
+
+def tilted_place(at):
+    """Where a point of the tilted lattice lies, by its indices in the order of a file."""
+    iz, iy, ix = at
+    return (numpy.array(TILTED).reshape(4, 4) @ [ix, iy, iz, 1] / TILTED[-1])[:3]
 
 
 def slab_boxes(file):

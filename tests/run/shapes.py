@@ -8,7 +8,7 @@ import unittest
 
 import h5py
 import numpy
-from programs import ProgramTest, arrays, datasets
+from programs import ProgramTest, arrays, attributes, datasets, values_of
 
 K = 2 * math.pi * 1e6 / 1500
 LOSSES = 15.0
@@ -44,17 +44,6 @@ POLYGON = """shape = "polygon"
 corners = [[-4e-3, -3e-3], [-4e-3, 5e-3], [1e-3, 5e-3], [1e-3, 2e-3], [3e-3, 2e-3], [3e-3, -3e-3]]
 """
 SHAPES = (DISC, RING, SECTOR, SLICE, POLYGON)
-
-
-def attributes(path):
-    with h5py.File(path) as file:
-        return dict(file.attrs)
-
-
-def values_of(path):
-    values = arrays(path)
-    values.pop("slabs", None)
-    return values
 
 
 def from_circle(radius, z, baffle):
@@ -149,6 +138,35 @@ class ValuesTest(ShapeTest):
         flat = corners.replace("[", "").replace("]", "")
         same = self.compute(f'shape = "polygon"\ncorners = [{flat}]\n', output="flat.h5")
         self.assert_same_bits(same, found)
+
+    def test_of_angles_are_in_radians_or_degrees(self):
+        degrees = SECTOR.replace("angles = [-0.3, 1.1]", "angles_degrees = [-20.1, 70]")
+        radians = [-20.1 * math.pi / 180, 70 * math.pi / 180]
+        found = self.compute(degrees)
+        expected = self.compute(SECTOR.replace("[-0.3, 1.1]", str(radians)), output="other.h5")
+        self.assert_same_bits(found, expected)
+
+    def test_of_an_outline_with_a_hole_are_those_of_two_polygons(self):
+        loops = [[[-4, -3], [4, -3], [4, 3], [-4, 3]], [[-1, -1], [-1, 1], [1, 1], [1, -1]]]
+        fields = [
+            self.compute(
+                f'shape = "polygon"\ncorners = {(1e-3 * numpy.array(loop)).tolist()}\n',
+                output=f"{number}.h5",
+            )
+            for number, loop in enumerate(loops)
+        ]
+        edges = [
+            [number, 0, *(1e-3 * numpy.array([loop[i - 1], loop[i]])).ravel().tolist(), 0]
+            for number, loop in enumerate(loops)
+            for i in range(4)
+        ]
+        found = self.compute(f'shape = "outline"\nedges = {edges}\n')
+        self.assert_close(found, fields[0] - fields[1], 3e-9)
+        shown = self.run_program("show", "field.h5").out
+        self.assertIn('shape = "outline"\nedges = [[0, 0, -0.004,', shown)
+        self.at("again.toml").write_text(shown)
+        self.run_program("--request", "again.toml", "again.h5")
+        self.assert_same_field(self.at("again.h5"), arrays(self.at("field.h5")))
 
     def test_are_those_of_a_lattice_in_raw_numbers(self):
         self.compute(DISC)
@@ -266,8 +284,8 @@ class AccountTest(ShapeTest):
         self.assertTrue(shown.endswith('\n[piston]\nshape = "disc"\nradius = 0.01\n'), shown)
         message = self.refused("show", "--elements", "field.h5")
         self.assertIn("field.h5 has the field of no array", message)
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "field.h5"))
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "request.toml"))
+        self.assertIn("beams are measured of the pressure of", self.refused("beam", "field.h5"))
+        self.assertIn("beams are measured of the pressure of", self.refused("beam", "request.toml"))
 
     def test_notes_are_about_the_piston(self):
         words = ("--request", "request.toml", "--behind", "--estimate", "field.h5")
@@ -300,6 +318,21 @@ class MistakesTest(ShapeTest):
             ('shape = "polygon"\ncorners = [[0, 0], [1, 1]]\n', "14: piston.corners: a polygon"),
             ('shape = "polygon"\ncorners = [[0, 0], [1, 0], [inf, 1]]\n', "14: piston.corners: e"),
             (crossing, "14: piston.corners: "),
+            (SECTOR + "angles_degrees = [0, 9]\n", "17: piston.angles_degrees: excludes request.to"),
+            (
+                SECTOR.replace("angles = [-0.3, 1.1]", "angles_degrees = [0, 361]"),
+                "16: piston.angles_degrees: must rise, by less than a whole turn",
+            ),
+            ('shape = "outline"\n', "13: piston.shape: edges is missing"),
+            ('shape = "outline"\nedges = [0, 0, 1]\n', "14: piston.edges: outline: takes rows of 7"),
+            (
+                'shape = "outline"\nedges = [[1, 0, 0, 0, 1, 1, 0]]\n',
+                "14: piston.edges: outline: its loops do not follow each other",
+            ),
+            (
+                'shape = "outline"\nedges = [[0, 0, 0, 0, 1, 1, 0]]\n',
+                "13: piston.shape: element 1: its outline: ",
+            ),
         ]:
             with self.subTest(piston=piston):
                 self.assertIn(f"request.toml:{complaint}", self.complaint(piston))

@@ -9,7 +9,16 @@ import unittest
 
 import h5py
 import numpy
-from programs import TILTED, ProgramTest, arrays, options
+from programs import (
+    TILTED,
+    TILTED_POINTS,
+    ProgramTest,
+    arrays,
+    attributes,
+    options,
+    tilted_place,
+    values_of,
+)
 
 L, S, K = 5e-3, 7.5e-3, 4188.79
 
@@ -25,33 +34,17 @@ def both_sides():
     return request(1e-8, transform=BOTH_SIDES, sizes=(6, 5, 7), l=1.25, s=2.5, k=7)
 
 
-def attributes(path):
-    with h5py.File(path) as file:
-        return dict(file.attrs)
-
-
-def values_of(path):
-    """Values and magnitudes, without what depends on the slabs."""
-    values = arrays(path)
-    values.pop("slabs", None)
-    return values
-
-
 class ValuesTest(ProgramTest):
-    # Of the tilted lattice, near and far.
-    POINTS = [(0, 0, 0), (18, 16, 22), (9, 8, 11), (0, 16, 0), (17, 1, 20), (3, 9, 2), (12, 0, 7)]
-
     def expected(self, at):
         """The integral over the piston, and what a local tolerance is relative to."""
-        iz, iy, ix = at
-        place = numpy.array(TILTED).reshape(4, 4) @ [ix, iy, iz, 1] / TILTED[-1]
+        place = tilted_place(at)
         # Smooth at this distance: 100 nodes a side are exact to rounding.
         nodes, weights = numpy.polynomial.legendre.leggauss(100)
         u, v = numpy.meshgrid(nodes * S / 2, nodes * L / 2)
         areas = numpy.outer(weights, weights) * S * L / 4
         distance = numpy.sqrt((place[0] - u) ** 2 + (place[1] - v) ** 2 + place[2] ** 2)
         wave = numpy.exp(-1j * K * distance) / distance
-        reach = max(numpy.linalg.norm(place[:3]), numpy.sqrt(S * L) / 4)
+        reach = max(numpy.linalg.norm(place), numpy.sqrt(S * L) / 4)
         local = min(1, K * S * L / (2 * numpy.pi * reach))
         return K / (2 * numpy.pi) * numpy.sum(areas * wave), local
 
@@ -62,7 +55,7 @@ class ValuesTest(ProgramTest):
         self.assertEqual(pressure.dtype, "c16" if precision == "double" else "c8")
         largest = numpy.max(abs(pressure))
         worst = 0
-        for at in self.POINTS:
+        for at in TILTED_POINTS:
             value, local = self.expected(at)
             unit = largest if relative == "largest" else local
             worst = max(worst, abs(pressure[at] - value) / unit)

@@ -18,23 +18,30 @@ from ._grid import Grid
 from ._medium import WATER, Medium
 from ._piston import Piston
 
-_FORMATS = (2, 3, 4, 5)
+_FORMATS = (2, 3, 4, 5, 6)
+
+# The quantities, of which a file has one as a dataset, and their units.
+_UNITS = {"pressure": "Pa", "velocity": "m/s", "intensity": "W/m^2"}
 
 
 class Field:
     """The field in a file, of which only what is asked for is read.
 
     `read` makes it. An index gives values, as of an array of the field's shape:
-    ``field[:, 0, 10]``; ``field[...]`` or ``numpy.asarray(field)`` all of them. Under ``with`` the
-    file is closed at the end.
+    ``field[:, 0, 10]``; ``field[...]`` or ``numpy.asarray(field)`` all of them. Velocities and
+    intensities have a fourth direction, the components along x, y and z of the piston's or the
+    array's frame. Under ``with`` the file is closed at the end.
 
     Attributes
     ----------
+    quantity : str
+        What the values are: "pressure", "velocity" or "intensity", whose real part is the active
+        and whose imaginary part the reactive one.
     grid : Grid
         Where the values lie, in the frame of the piston or the array.
     source : Piston, Array or None
-        What radiates; None where it is a piston of another shape, whose edges are the file's
-        dataset "outline".
+        What radiates; None where it is a piston of another shape, or an array of such, whose edges
+        are the file's dataset "outline" or "outlines".
     wavenumber : float
         In rad/m, where the request was in m.
     attributes : dict
@@ -45,16 +52,17 @@ class Field:
         self._file = file
         self._unit = unit
         self.attributes: dict[str, Any] = {name: _plain(file.attrs[name]) for name in file.attrs}
-        self._values = file["pressure"]
+        self.quantity: str = _quantity(file)
+        self._values = file[self.quantity]
         self.wavenumber = float(self.attributes["k"])
         self.grid = self._grid()
         self.source = self._source()
 
     @property
-    def shape(self) -> tuple[int, int, int]:
-        """The number of points along each direction."""
-        z, y, x = self._values.shape
-        return x, y, z
+    def shape(self) -> tuple[int, ...]:
+        """The number of points along each direction, and of components where there are several."""
+        z, y, x, *components = self._values.shape
+        return (x, y, z, *components)
 
     @property
     def dtype(self) -> np.dtype[Any]:
@@ -63,8 +71,15 @@ class Field:
         return dtype
 
     def __getitem__(self, key: Any) -> npt.NDArray[Any]:
-        keys = _all_keys(key)
-        values: npt.NDArray[Any] = np.asarray(self._values[keys[::-1]]).transpose()
+        dimensions = len(self._values.shape)
+        keys = _all_keys(key, dimensions)
+        in_file = (*keys[2::-1], *keys[3:])
+        stored = np.asarray(self._values[in_file])
+        # The components, where any are left, stay the last direction.
+        components = dimensions > 3 and not _is_index(keys[3])
+        points = stored.ndim - components
+        axes = (*reversed(range(points)), *range(points, stored.ndim))
+        values: npt.NDArray[Any] = stored.transpose(axes)
         if self._unit is not None:
             np.multiply(values, self._unit, out=values)
         return values
@@ -92,7 +107,7 @@ class Field:
 
     def __repr__(self) -> str:
         sizes = " by ".join(str(size) for size in self.grid.shape)
-        unit = "Pa" if self._unit is not None else "without unit"
+        unit = _UNITS[self.quantity] if self._unit is not None else "without unit"
         return f"<Field of {sizes} points, {unit}>"
 
     def _grid(self) -> Grid:
@@ -100,10 +115,10 @@ class Field:
         transform = transform / transform[3, 3]
         first = np.asarray(self.attributes["first_point"], float)
         steps = transform[:3, :3]
-        return Grid(origin=transform[:3, 3] + steps @ first, steps=steps, sizes=self.shape)
+        return Grid(origin=transform[:3, 3] + steps @ first, steps=steps, sizes=self.shape[:3])
 
     def _source(self) -> Piston | Array | None:
-        if "outline" in self._file:
+        if "outline" in self._file or "outlines" in self._file:
             return None
         if "elements" not in self._file:
             return Piston(width=self.attributes["s"], height=self.attributes["l"])
@@ -121,7 +136,7 @@ def read(
     """Open a field that pistonfield-run has computed.
 
     It takes h5py. The file has neither the medium nor the velocity: with the frequency, which has
-    to fit the file, values are in Pa; without it they have no unit.
+    to fit the file, values are in Pa, m/s or W/m^2; without it they have no unit.
 
     Parameters
     ----------
@@ -162,18 +177,23 @@ def read(
         if frequency is None:
             return Field(opened, None)
         _require_wavenumber(float(opened.attrs["k"]), medium.wavenumber(frequency))
-        return Field(opened, 1j * factor)
+        units = {"pressure": 1j * factor, "velocity": velocity, "intensity": factor * velocity / 2}
+        return Field(opened, units[_quantity(opened)])
     except BaseException:
         opened.close()
         raise
 
 
+def _quantity(file: Any) -> str:
+    return next((name for name in _UNITS if name in file), "")
+
+
 def _require_field(file: Any, name: Any) -> None:
-    if "pressure" not in file or "format" not in file.attrs:
+    if not _quantity(file) or "format" not in file.attrs:
         raise ValueError(f"file: {name} is no field of pistonfield-run")
     found = int(file.attrs["format"])
     if found not in _FORMATS:
-        raise ValueError(f"file: {name} has the format {found}, which is none of 2 to 5")
+        raise ValueError(f"file: {name} has the format {found}, which is none of 2 to 6")
     if not file.attrs["complete"]:
         raise ValueError(f"file: {name} is not complete; pistonfield-run --resume completes it")
 
@@ -185,17 +205,18 @@ def _require_wavenumber(found: float, wanted: float) -> None:
         )
 
 
-def _all_keys(key: Any) -> tuple[Any, ...]:
-    """Give a key for each of the three directions."""
+def _all_keys(key: Any, dimensions: int) -> tuple[Any, ...]:
+    """Give a key for each of the three directions, and of components."""
     keys = key if isinstance(key, tuple) else (key,)
     if not all(part is Ellipsis or isinstance(part, slice) or _is_index(part) for part in keys):
         raise TypeError("field: an index is made of whole numbers, slices and ...")
-    if keys.count(Ellipsis) > 1 or len(keys) - keys.count(Ellipsis) > 3:
-        raise IndexError("field: there are three directions")
+    if keys.count(Ellipsis) > 1 or len(keys) - keys.count(Ellipsis) > dimensions:
+        count = "three" if dimensions == 3 else "four"
+        raise IndexError(f"field: there are {count} directions")
     if Ellipsis not in keys:
         keys = (*keys, Ellipsis)
     at = keys.index(Ellipsis)
-    return (*keys[:at], *(slice(None),) * (4 - len(keys)), *keys[at + 1 :])
+    return (*keys[:at], *(slice(None),) * (dimensions + 1 - len(keys)), *keys[at + 1 :])
 
 
 def _is_index(part: Any) -> bool:
