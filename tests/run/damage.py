@@ -56,7 +56,7 @@ class ForeignFilesTest(ProgramTest):
             (3, "field.h5 is damaged: the attribute 'tolerance': "),
             (4, "field.h5 is damaged: the attribute 'tolerance': "),
             (5, "field.h5 is damaged: the attribute 'tolerance': "),
-            (6, "has the format 6, and this version"),
+            (7, "has the format 7, and this version"),
         ]:
             self.run_program(*options(), "--no-magnitude", "field.h5")
             with h5py.File(self.at("field.h5"), "r+") as file:
