@@ -144,9 +144,7 @@ def test_losses_change_the_weights_of_several_foci():
     tissue = pf.Medium(speed=1540, density=1050, attenuation=3)
     demanded = [1e5, 5e4j]
     weights = pf.focus(array, foci, 1e6, medium=tissue, pressures=demanded, velocity=0.1)
-    p = pf.pressure(
-        array, foci, 1e6, medium=tissue, weights=weights, velocity=0.1, tolerance=1e-9
-    )
+    p = pf.pressure(array, foci, 1e6, medium=tissue, weights=weights, velocity=0.1, tolerance=1e-9)
     np.testing.assert_allclose(p, demanded, atol=1e-6 * 1e5)
 
 
