@@ -111,6 +111,19 @@ GridField fieldFrom(const pistonfield_sampled& given) {
     return {lattice, std::move(values)};
 }
 
+Beam beamOfSource(const pistonfield_request* request, const BeamOptions& options,
+                  const pistonfield_conduct* conduct) {
+    const Request source = requestOf(request);
+    if (source.points) throw InvalidRequest("points", "a beam is looked for within a lattice");
+    const Watched watched(conduct);
+    return beamOf(source, sampled(source, watched.get()), options, watched.get());
+}
+
+Beam beamOfSamples(const pistonfield_sampled* sampled, const BeamOptions& options) {
+    const pistonfield_sampled& given = required(sampled, "sampled");
+    return beamOf(fieldFrom(given), {given.wavenumber}, options);
+}
+
 }  // namespace
 
 pistonfield_status pistonfield_beam_options_init(pistonfield_beam_options* options,
@@ -126,24 +139,18 @@ pistonfield_status pistonfield_beam_of_request(const pistonfield_request* reques
                                                const pistonfield_conduct* conduct,
                                                pistonfield_beam** beam,
                                                pistonfield_message* message) noexcept {
-    const auto measure = [&](const BeamOptions& asked) {
-        const Request source = requestOf(request);
-        if (source.points) throw InvalidRequest("points", "a beam is looked for within a lattice");
-        const Watched watched(conduct);
-        return beamOf(source, sampled(source, watched.get()), asked, watched.get());
-    };
-    return report(options, measure, beam, message);
+    return report(
+        options, [&](const BeamOptions& asked) { return beamOfSource(request, asked, conduct); },
+        beam, message);
 }
 
 pistonfield_status pistonfield_beam_of_samples(const pistonfield_sampled* sampled,
                                                const pistonfield_beam_options* options,
                                                pistonfield_beam** beam,
                                                pistonfield_message* message) noexcept {
-    const auto measure = [&](const BeamOptions& asked) {
-        const pistonfield_sampled& given = required(sampled, "sampled");
-        return beamOf(fieldFrom(given), {given.wavenumber}, asked);
-    };
-    return report(options, measure, beam, message);
+    return report(
+        options, [&](const BeamOptions& asked) { return beamOfSamples(sampled, asked); }, beam,
+        message);
 }
 
 void pistonfield_beam_destroy(pistonfield_beam* beam) noexcept { delete beam; }
