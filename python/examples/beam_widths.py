@@ -7,7 +7,6 @@ measured within a region, and drawn into a profile across the axis through the p
 """
 
 import numpy as np
-from matplotlib import pyplot
 
 import pistonfield as pf
 

@@ -95,4 +95,4 @@ block c 6 >program.c
 bash -eu compile.sh
 ./a.out >beam.txt
 # A bowl in the place of the rings has 2 * 2.215/(k a) * 40 mm at -6 dB, 4.2 mm.
-awk '/^  lateral 1/ { found = $7 } END { exit !(found > 4.1 && found < 4.5) }' beam.txt
+awk '/^  lateral 1/ { found = $8 } END { exit !(found > 4.1 && found < 4.5) }' beam.txt
