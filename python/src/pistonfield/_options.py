@@ -67,8 +67,8 @@ velocity : float, optional
     The amplitude u0 of the piston's normal velocity in m/s, 1 by default. That of an element is its
     weight times u0.
 power : float, optional
-    In place of the velocity: the radiated power, a period's mean, in W. That of an array, with its
-    weights, may take seconds to find.
+    In place of the velocity: the radiated power, a period's mean, in W, as `power` finds it: that
+    of an array, with its weights, may take seconds.
 weights : array_like, optional
     Of an array: the elements' complex amplitudes in units of the velocity, (N,); or (M, N) for M
     weightings with a field each, for little more time than one. By default the array's own, which
@@ -81,7 +81,7 @@ relative : {"largest", "local"}, optional
     over its elements.
 precision : {"double", "single"}, optional
     Of the arithmetic. Single keeps tolerances down to about 1e-5 and refuses others. All but the
-    pressure of rectangles without losses in a rigid baffle takes double.
+    pressure of rectangles without losses in a rigid baffle is computed in double all the same.
 threads : int, optional
     The most threads. By default as the environment variable PISTONFIELD_THREADS says, else one for
     each core that the process may use. Values do not depend on it.

@@ -31,12 +31,12 @@ def power(
     """Find the power that a piston or an array radiates in a rigid baffle, a period's mean.
 
     Of elements in one plane, which are each other's baffle, it is the power that goes through their
-    faces; of others what arrives far away, in the half space before them. It takes a medium without
-    losses.
+    faces; of others what arrives far away, in the half space before them. It takes
+    rectangles and a medium without losses.
 
     Parameters
     ----------
-    source : Piston, Disc, Ring, Sector, Polygon or Array
+    source : Piston or Array
         What radiates.
     frequency : float
         In Hz.
