@@ -3,30 +3,22 @@
 
 // Arrays for C: what the room arrays/ builds and reads.
 
-#include <algorithm>
-#include <complex>
-#include <cstddef>
 #include <cstdint>
-#include <iterator>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "arrays/AnnularArray.h"
 #include "arrays/BowlArray.h"
 #include "arrays/ConvexArray.h"
+#include "arrays/HoneycombArray.h"
 #include "arrays/arrayTable.h"
 #include "arrays/planarArrays.h"
+#include "capi/builtArray.h"
 #include "capi/elements.h"
-#include "capi/memberNames.h"
 #include "capi/outcome.h"
 #include "capi/pistonfield.h"
-
-struct pistonfield_array {
-    std::vector<pistonfield_element> elements;
-    std::vector<std::complex<double>> weights;
-};
 
 namespace {
 
@@ -94,21 +86,30 @@ Array bowlFrom(const pistonfield_bowl& given) {
     return undriven(elementsOf(BowlSpiral{bowl, *given.elements, given.width, given.height}));
 }
 
-/// Makes an array of what a function builds from what is given.
-template <class Given, class Build>
-pistonfield_status make(const Given* given, const char* argument, Build build,
-                        pistonfield_array** array, pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] {
-        required(array, "array") = nullptr;
-        requireGiven(given, argument);
-        const Array built = namedForC([&] { return build(*given); });
-        auto made = std::make_unique<pistonfield_array>();
-        made->elements.reserve(built.elements.size());
-        std::transform(built.elements.begin(), built.elements.end(),
-                       std::back_inserter(made->elements), elementFor);
-        made->weights = built.weights;
-        *array = made.release();
-    });
+/// So many numbers of a caller.
+/// @throws InvalidRequest of `name` where there are too many
+std::vector<double> numbersFrom(const double* given, std::int64_t count, const char* name) {
+    if (given == nullptr) return {};
+    constexpr auto most = static_cast<std::int64_t>(Array::mostElements);
+    if (count < 0 || count > most)
+        throw InvalidRequest(
+            name, std::to_string(count) + " are not within 0 to " + std::to_string(most));
+    return {given, given + count};
+}
+
+Array annularFrom(const pistonfield_annular& given) {
+    return undriven(elementsOf(AnnularArray{.radii = numbersFrom(given.radii, given.count, "radii"),
+                                            .elements = optionalFrom(given.elements),
+                                            .radius = optionalFrom(given.radius),
+                                            .inner = optionalFrom(given.inner),
+                                            .kerf = given.kerf}));
+}
+
+Array honeycombFrom(const pistonfield_honeycomb& given) {
+    return undriven(elementsOf(HoneycombArray{.rings = given.rings,
+                                              .width = given.width,
+                                              .pitch = optionalFrom(given.pitch),
+                                              .kerf = optionalFrom(given.kerf)}));
 }
 
 }  // namespace
@@ -128,31 +129,55 @@ const double* pistonfield_array_weights(const pistonfield_array* array) noexcept
     return reinterpret_cast<const double*>(array->weights.data());
 }
 
+const pistonfield_outline* pistonfield_array_outlines(const pistonfield_array* array) noexcept {
+    return array != nullptr && !array->outlines.empty() ? array->outlines.data() : nullptr;
+}
+
+const std::int64_t* pistonfield_array_outline_of(const pistonfield_array* array) noexcept {
+    return array != nullptr && !array->outlineOf.empty() ? array->outlineOf.data() : nullptr;
+}
+
+std::int64_t pistonfield_array_outline_count(const pistonfield_array* array) noexcept {
+    return array != nullptr ? static_cast<std::int64_t>(array->outlines.size()) : 0;
+}
+
 pistonfield_status pistonfield_array_line(const pistonfield_line* line, pistonfield_array** array,
                                           pistonfield_message* message) noexcept {
-    return make(line, "line", lineFrom, array, message);
+    return makeArray(line, "line", lineFrom, array, message);
 }
 
 pistonfield_status pistonfield_array_matrix(const pistonfield_matrix* matrix,
                                             pistonfield_array** array,
                                             pistonfield_message* message) noexcept {
-    return make(matrix, "matrix", matrixFrom, array, message);
+    return makeArray(matrix, "matrix", matrixFrom, array, message);
 }
 
 pistonfield_status pistonfield_array_convex(const pistonfield_convex* convex,
                                             pistonfield_array** array,
                                             pistonfield_message* message) noexcept {
-    return make(convex, "convex", convexFrom, array, message);
+    return makeArray(convex, "convex", convexFrom, array, message);
 }
 
 pistonfield_status pistonfield_array_bowl(const pistonfield_bowl* bowl, pistonfield_array** array,
                                           pistonfield_message* message) noexcept {
-    return make(bowl, "bowl", bowlFrom, array, message);
+    return makeArray(bowl, "bowl", bowlFrom, array, message);
+}
+
+pistonfield_status pistonfield_array_annular(const pistonfield_annular* annular,
+                                             pistonfield_array** array,
+                                             pistonfield_message* message) noexcept {
+    return makeArray(annular, "annular", annularFrom, array, message);
+}
+
+pistonfield_status pistonfield_array_honeycomb(const pistonfield_honeycomb* honeycomb,
+                                               pistonfield_array** array,
+                                               pistonfield_message* message) noexcept {
+    return makeArray(honeycomb, "honeycomb", honeycombFrom, array, message);
 }
 
 pistonfield_status pistonfield_array_read(const char* path, pistonfield_array** array,
                                           pistonfield_message* message) noexcept {
-    return make(
+    return makeArray(
         path, "path", [path](const char& /*first*/) { return readArrayFile(path); }, array,
         message);
 }

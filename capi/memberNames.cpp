@@ -14,13 +14,14 @@ struct Names {
     std::string_view ofLibrary, ofC;
 };
 
-constexpr std::array<Names, 7> names{{{"pitchX", "pitch_x"},
+constexpr std::array<Names, 8> names{{{"pitchX", "pitch_x"},
                                       {"pitchY", "pitch_y"},
                                       {"kerfX", "kerf_x"},
                                       {"kerfY", "kerf_y"},
                                       {"openingAngle", "opening_angle"},
                                       {"leastRatio", "least_ratio"},
-                                      {"largestWeight", "largest_weight"}}};
+                                      {"largestWeight", "largest_weight"},
+                                      {"dispersionFrequency", "dispersion_frequency"}}};
 
 }  // namespace
 

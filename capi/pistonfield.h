@@ -2,7 +2,7 @@
 /* SPDX-License-Identifier: BSD-3-Clause */
 
 /// The field of a rectangular piston, or of an array of flat pistons, for C and for every language
-/// that can call C; and arrays, and weights that drive them.
+/// that can call C; and arrays, weights that drive them, and what their beams are like.
 ///
 /// Functions that can fail return a status and write a text about it where the caller wants one;
 /// the library keeps nothing between calls but the plans. Any thread may call any function, and any
@@ -15,7 +15,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 6
+#define PISTONFIELD_INTERFACE 7
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -526,6 +526,210 @@ pistonfield_status pistonfield_weights_round_delays(
 pistonfield_status pistonfield_weights_round_amplitudes(
     double* weights, int64_t count, int64_t levels,
     pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// What waves travel in, with losses that grow as a power of the frequency f in MHz:
+/// attenuation*f^exponent. Lengths are in m. Since interface 7, as what follows.
+typedef struct pistonfield_medium {
+    double speed;          ///< of sound, in m/s
+    double attenuation;    ///< in dB/(cm*MHz^exponent)
+    double exponent;       ///< from 0 to below 3
+    const double* nepers;  ///< instead of the attenuation: in Np/m at the frequency itself, or null
+    /// The frequency in Hz at which the phase speed is `speed`: elsewhere that differs as losses
+    /// demand, since no wave may arrive before it was sent. Null: it is `speed` at every one.
+    const double* dispersion_frequency;
+} pistonfield_medium;
+
+/// Finds the members `wavenumber` and `attenuation` of a request in m.
+/// @param frequency in Hz
+/// @param wavenumber,attenuation where they go, in rad/m and Np/m
+pistonfield_status pistonfield_wave(const pistonfield_medium* medium, double frequency,
+                                    double* wavenumber, double* attenuation,
+                                    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The outlines of an array's elements, as a request has them; null where it is null or all are
+/// rectangles.
+const pistonfield_outline* pistonfield_array_outlines(const pistonfield_array* array)
+    PISTONFIELD_NOEXCEPT;
+
+/// For each element the number of its outline, or -1; null where there are no outlines.
+const int64_t* pistonfield_array_outline_of(const pistonfield_array* array) PISTONFIELD_NOEXCEPT;
+
+/// The number of its outlines.
+int64_t pistonfield_array_outline_count(const pistonfield_array* array) PISTONFIELD_NOEXCEPT;
+
+/// Concentric rings in the plane z = 0 about the origin, radiating to +z; the innermost one may be
+/// a disc.
+typedef struct pistonfield_annular {
+    const double* radii;      ///< where they end: the inner radius of the first one, 0 of a disc,
+                              ///< and the outer ones of all, rising; or null:
+    int64_t count;            ///< numbers in `radii`
+    const int64_t* elements;  ///< so many rings of equal areas, or null
+    const double* radius;     ///< their outer radius
+    const double* inner;      ///< the inner radius of the first one; null: 0
+    double kerf;              ///< from ring to ring
+} pistonfield_annular;
+
+/// Regular hexagons in rings about one in the middle, in the plane z = 0, radiating to +z. A row of
+/// centres lies along x.
+typedef struct pistonfield_honeycomb {
+    int64_t rings;        ///< about the middle: 0 is one hexagon, 1 are 7, 2 are 19
+    double width;         ///< of a hexagon, from side to side
+    const double* pitch;  ///< from centre to centre; this, or:
+    const double* kerf;   ///< from side to side; of one hexagon neither is needed
+} pistonfield_honeycomb;
+
+/// Makes an array of rings from the innermost one on.
+pistonfield_status pistonfield_array_annular(const pistonfield_annular* annular,
+                                             pistonfield_array** array,
+                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Makes an array of hexagons ring by ring from the middle on, each ring from the x axis towards
+/// the y axis.
+pistonfield_status pistonfield_array_honeycomb(const pistonfield_honeycomb* honeycomb,
+                                               pistonfield_array** array,
+                                               pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Makes an array of one element at the origin: a disc.
+pistonfield_status pistonfield_array_disc(double radius, pistonfield_array** array,
+                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same of what lies between two circles.
+/// @param inner 0 leaves a disc
+pistonfield_status pistonfield_array_ring(double inner, double outer, pistonfield_array** array,
+                                          pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same of a part of a ring, or with the inner radius 0 of a disc.
+/// @param from,to angles from the x axis towards the y axis in radians, rising by less than a turn.
+///     What is wrong with them is an invalid request of `angles`
+pistonfield_status pistonfield_array_sector(double inner, double outer, double from, double to,
+                                            pistonfield_array** array,
+                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// A polygon, and holes in it: x and y of each corner, in any sense of turning.
+typedef struct pistonfield_polygon {
+    const double* corners;
+    int64_t count;              ///< of corners
+    const double* holes;        ///< the corners of all holes, one after the other
+    const int64_t* hole_sizes;  ///< the number of corners of each of them
+    int64_t hole_count;         ///< numbers in `hole_sizes`
+} pistonfield_polygon;
+
+/// The same of a polygon.
+pistonfield_status pistonfield_array_polygon(const pistonfield_polygon* polygon,
+                                             pistonfield_array** array,
+                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Finds weights as `pistonfield_weights_of_focus`, for the elements and the wave of a request,
+/// which may have outlines and losses. Of the request the array, its outlines, the wavenumber, the
+/// attenuation and the baffle count, which has to be the rigid one; so in the next three.
+pistonfield_status pistonfield_request_focus(const pistonfield_request* request,
+                                             const pistonfield_places* focus, double* weights,
+                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same as `pistonfield_weights_of_foci`.
+pistonfield_status pistonfield_request_foci(const pistonfield_request* request,
+                                            const pistonfield_foci* foci, double* weights,
+                                            pistonfield_foci_result* result,
+                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same as `pistonfield_weights_of_plane_wave`.
+pistonfield_status pistonfield_request_plane_wave(
+    const pistonfield_request* request, const double* direction, double* weights,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same as `pistonfield_weights_window`.
+pistonfield_status pistonfield_request_window(const pistonfield_request* request,
+                                              const pistonfield_window* window, double* weights,
+                                              pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Finds the power that the source of a request radiates, per density*speed*|u0|^2: an area. Of
+/// elements in one plane, which are each other's baffle, it is what goes through the faces; of
+/// others what arrives far away, in the half space before them. Its points mean nothing. An array
+/// has one weighting.
+/// @param conduct or null; its progress function is told 0 points, so that it can stop
+/// @param power where it goes. The power in W is power*density*speed*u0^2, with lengths in m
+pistonfield_status pistonfield_request_power(const pistonfield_request* request,
+                                             const pistonfield_conduct* conduct, double* power,
+                                             pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// How a beam is measured, and what makes its values pressures. Lengths are in m.
+/// `pistonfield_beam_options_init` comes first.
+typedef struct pistonfield_beam_options {
+    size_t size;               ///< bytes of this struct where the program was compiled
+    double frequency;          ///< in Hz
+    double speed;              ///< of sound, in m/s
+    double density;            ///< in kg/m^3
+    double velocity;           ///< u0, in m/s
+    double duty;               ///< the part of the time in which the source is driven, up to 1
+    double derating;           ///< in dB/(cm MHz), over the distance from the face
+    const double* axis;        ///< three numbers, the direction that the beam goes in; null: from
+                               ///< the source's centre to the peak
+    const double* hydrophone;  ///< the size of a hydrophone that looks along the axis: the diameter
+                               ///< of a disc or two sides
+    int32_t hydrophone_sides;  ///< numbers in `hydrophone`, 0 to 2
+    int32_t without_power;     ///< not 0: the radiated power, which may take long, is not found
+    // Members that are added later mean nothing where they are 0.
+} pistonfield_beam_options;
+
+/// Fills the options with what applies where nothing is said: water at 20 degrees Celsius, 1 m/s, a
+/// duty of 1 and 0.3 dB/(cm MHz). The frequency has to be set.
+/// @param size sizeof(pistonfield_beam_options)
+pistonfield_status pistonfield_beam_options_init(pistonfield_beam_options* options, size_t size,
+                                                 pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// What a beam is like: its figures, and a table of them for people.
+typedef struct pistonfield_beam pistonfield_beam;
+
+/// Measures the beam of a request's source within what its lattice spans; the field is computed
+/// wherever it is looked at. It takes a tolerance, which is that of the search.
+/// @param conduct or null; its progress function is told how many points have been looked at
+/// @param beam where the beam goes, or null after a failure
+pistonfield_status pistonfield_beam_of_request(const pistonfield_request* request,
+                                               const pistonfield_beam_options* options,
+                                               const pistonfield_conduct* conduct,
+                                               pistonfield_beam** beam,
+                                               pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// A field whose values at a lattice's points are known.
+typedef struct pistonfield_sampled {
+    double transform[16];  ///< as that of a request
+    int64_t sizes[3];
+    double wavenumber;
+    const double* values;  ///< p at each point, a real and an imaginary part, x fastest
+} pistonfield_sampled;
+
+/// The same of such a field, between whose points it is interpolated; distances from the face are
+/// those from the plane z = 0.
+pistonfield_status pistonfield_beam_of_samples(const pistonfield_sampled* sampled,
+                                               const pistonfield_beam_options* options,
+                                               pistonfield_beam** beam,
+                                               pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Ends a beam. Null is fine.
+void pistonfield_beam_destroy(pistonfield_beam* beam) PISTONFIELD_NOEXCEPT;
+
+/// The number of its figures; 0 where it is null.
+int64_t pistonfield_beam_count(const pistonfield_beam* beam) PISTONFIELD_NOEXCEPT;
+
+/// One thing that there is to say of a beam, in SI units; all that it points to is there as long as
+/// the beam.
+typedef struct pistonfield_figure {
+    const char* name;       ///< such as "widths" or, in a group, "peak.pressure"
+    const double* numbers;  ///< row by row; not a number where there is none
+    int64_t rows;
+    int64_t columns;
+    int32_t rank;     ///< 0 a number, 1 a list, 2 a table
+    int32_t is_flag;  ///< not 0: its numbers are 1 for yes and 0 for no
+} pistonfield_figure;
+
+/// Tells one of them; figures may be added. docs/functions.md says what they are.
+/// @param number from 0 on
+pistonfield_status pistonfield_beam_figure(const pistonfield_beam* beam, int64_t number,
+                                           pistonfield_figure* figure,
+                                           pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The table; null where the beam is null.
+const char* pistonfield_beam_table(const pistonfield_beam* beam) PISTONFIELD_NOEXCEPT;
 
 #ifdef __cplusplus
 }

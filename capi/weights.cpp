@@ -20,6 +20,7 @@
 #include "capi/memberNames.h"
 #include "capi/outcome.h"
 #include "capi/pistonfield.h"
+#include "capi/requests.h"
 
 namespace {
 
@@ -31,11 +32,10 @@ static_assert(PISTONFIELD_ALONG_X == static_cast<int>(WindowAlong::x));
 static_assert(PISTONFIELD_ALONG_Y == static_cast<int>(WindowAlong::y));
 static_assert(PISTONFIELD_ALONG_RADIUS == static_cast<int>(WindowAlong::radius));
 
-std::vector<Element> elementsOf(const pistonfield_driven& given) {
-    return elementsFrom(given.array, given.elements);
+DrivenElements drivenElementsOf(const pistonfield_driven* given) {
+    const pistonfield_driven& array = required(given, "driven");
+    return {elementsFrom(array.array, array.elements), {array.wavenumber}};
 }
-
-Wave waveOf(const pistonfield_driven& given) { return {given.wavenumber}; }
 
 PointList pointsOf(const pistonfield_places& given) {
     return pointsFrom(given.x, given.y, given.z, given.points);
@@ -87,6 +87,50 @@ WindowAlong alongNumbered(std::int32_t number) {
     return static_cast<WindowAlong>(number);
 }
 
+void findFocus(const DrivenElements& array, const pistonfield_places* focus, double* weights) {
+    const pistonfield_places& place = required(focus, "focus");
+    requireGiven(weights, "weights");
+    write(focusWeights(array.elements, array.wave, onlyPlace(place), place.tolerance,
+                       place.behind != 0),
+          weights);
+}
+
+void findFoci(const DrivenElements& array, const pistonfield_foci* foci, double* weights,
+              pistonfield_foci_result* result) {
+    const Foci demanded = fociFrom(required(foci, "foci"));
+    requireGiven(weights, "weights");
+    const FociWeights found =
+        namedForC([&] { return weightsOf(demanded, array.elements, array.wave); });
+    write(found.weights, weights);
+    if (result != nullptr)
+        *result = {static_cast<std::int64_t>(found.dropped),
+                   found.leastKept,
+                   found.efficiency,
+                   found.iterations,
+                   found.scale,
+                   found.residual};
+}
+
+void findPlaneWave(const DrivenElements& array, const double* direction, double* weights) {
+    requireGiven(direction, "direction");
+    requireGiven(weights, "weights");
+    write(planeWaveWeights(array.elements, array.wave, {direction[0], direction[1], direction[2]}),
+          weights);
+}
+
+void applyWindow(const DrivenElements& array, const pistonfield_window* window, double* weights) {
+    const pistonfield_window& given = required(window, "window");
+    requireGiven(given.name, "name");
+    requireGiven(weights, "weights");
+    const Window shape{windowCalled(given.name), given.parameter};
+    const std::vector<double> values =
+        windowValues(shape, alongNumbered(given.along), array.elements);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        weights[2 * i] *= values[i];
+        weights[2 * i + 1] *= values[i];
+    }
+}
+
 /// Replaces so many weights by what a function makes of them.
 template <class Change>
 pistonfield_status change(double* weights, std::int64_t count, const Change& made,
@@ -106,48 +150,40 @@ pistonfield_status change(double* weights, std::int64_t count, const Change& mad
 pistonfield_status pistonfield_weights_of_focus(const pistonfield_driven* driven,
                                                 const pistonfield_places* focus, double* weights,
                                                 pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] {
-        const pistonfield_driven& array = required(driven, "driven");
-        const pistonfield_places& place = required(focus, "focus");
-        requireGiven(weights, "weights");
-        write(focusWeights(elementsOf(array), waveOf(array), onlyPlace(place), place.tolerance,
-                           place.behind != 0),
-              weights);
-    });
+    return outcomeOf(message, [&] { findFocus(drivenElementsOf(driven), focus, weights); });
+}
+
+pistonfield_status pistonfield_request_focus(const pistonfield_request* request,
+                                             const pistonfield_places* focus, double* weights,
+                                             pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] { findFocus(drivenElementsOf(request), focus, weights); });
 }
 
 pistonfield_status pistonfield_weights_of_foci(const pistonfield_driven* driven,
                                                const pistonfield_foci* foci, double* weights,
                                                pistonfield_foci_result* result,
                                                pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] {
-        const pistonfield_driven& array = required(driven, "driven");
-        const Foci demanded = fociFrom(required(foci, "foci"));
-        requireGiven(weights, "weights");
-        const FociWeights found =
-            namedForC([&] { return weightsOf(demanded, elementsOf(array), waveOf(array)); });
-        write(found.weights, weights);
-        if (result != nullptr)
-            *result = {static_cast<std::int64_t>(found.dropped),
-                       found.leastKept,
-                       found.efficiency,
-                       found.iterations,
-                       found.scale,
-                       found.residual};
-    });
+    return outcomeOf(message, [&] { findFoci(drivenElementsOf(driven), foci, weights, result); });
+}
+
+pistonfield_status pistonfield_request_foci(const pistonfield_request* request,
+                                            const pistonfield_foci* foci, double* weights,
+                                            pistonfield_foci_result* result,
+                                            pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] { findFoci(drivenElementsOf(request), foci, weights, result); });
 }
 
 pistonfield_status pistonfield_weights_of_plane_wave(const pistonfield_driven* driven,
                                                      const double* direction, double* weights,
                                                      pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] {
-        const pistonfield_driven& array = required(driven, "driven");
-        requireGiven(direction, "direction");
-        requireGiven(weights, "weights");
-        write(planeWaveWeights(elementsOf(array), waveOf(array),
-                               {direction[0], direction[1], direction[2]}),
-              weights);
-    });
+    return outcomeOf(message, [&] { findPlaneWave(drivenElementsOf(driven), direction, weights); });
+}
+
+pistonfield_status pistonfield_request_plane_wave(const pistonfield_request* request,
+                                                  const double* direction, double* weights,
+                                                  pistonfield_message* message) noexcept {
+    return outcomeOf(message,
+                     [&] { findPlaneWave(drivenElementsOf(request), direction, weights); });
 }
 
 void pistonfield_direction(double azimuth, double elevation, double* direction) noexcept {
@@ -161,10 +197,10 @@ pistonfield_status pistonfield_element_pressures(const pistonfield_driven* drive
                                                  double* pressures,
                                                  pistonfield_message* message) noexcept {
     return outcomeOf(message, [&] {
-        const pistonfield_driven& array = required(driven, "driven");
+        const DrivenElements array = drivenElementsOf(driven);
         const pistonfield_places& given = required(places, "places");
         requireGiven(pressures, "pressures");
-        write(elementPressures(elementsOf(array), waveOf(array), pointsOf(given), given.tolerance,
+        write(elementPressures(array.elements, array.wave, pointsOf(given), given.tolerance,
                                given.behind != 0),
               pressures);
     });
@@ -173,19 +209,13 @@ pistonfield_status pistonfield_element_pressures(const pistonfield_driven* drive
 pistonfield_status pistonfield_weights_window(const pistonfield_driven* driven,
                                               const pistonfield_window* window, double* weights,
                                               pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] {
-        const pistonfield_driven& array = required(driven, "driven");
-        const pistonfield_window& given = required(window, "window");
-        requireGiven(given.name, "name");
-        requireGiven(weights, "weights");
-        const Window shape{windowCalled(given.name), given.parameter};
-        const std::vector<double> values =
-            windowValues(shape, alongNumbered(given.along), elementsOf(array));
-        for (std::size_t i = 0; i < values.size(); ++i) {
-            weights[2 * i] *= values[i];
-            weights[2 * i + 1] *= values[i];
-        }
-    });
+    return outcomeOf(message, [&] { applyWindow(drivenElementsOf(driven), window, weights); });
+}
+
+pistonfield_status pistonfield_request_window(const pistonfield_request* request,
+                                              const pistonfield_window* window, double* weights,
+                                              pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] { applyWindow(drivenElementsOf(request), window, weights); });
 }
 
 pistonfield_status pistonfield_weights_round_phases(double* weights, std::int64_t count,

@@ -23,7 +23,18 @@ numpydoc_show_class_members = False
 nitpicky = False
 
 EXAMPLES = Path(__file__).parent.parent / "examples"
-ORDER = ["first_field", "focused_line", "two_foci", "bowl", "directivity", "rounded_delays"]
+ORDER = [
+    "first_field",
+    "focused_line",
+    "two_foci",
+    "bowl",
+    "directivity",
+    "rounded_delays",
+    "disc_intensity",
+    "tissue",
+    "annular",
+    "beam_widths",
+]
 
 
 def section(example: Path, folder: Path) -> str:

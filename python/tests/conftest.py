@@ -15,11 +15,8 @@ settings.register_profile("project", deadline=None, derandomize=True)
 settings.load_profile("project")
 
 
-def rayleigh(
-    piston: pf.Piston, point, frequency: float, medium: pf.Medium = pf.WATER, velocity: float = 1
-) -> complex:
-    """The surface integral at a point, by a quadrature that knows nothing of the library."""
-    wavenumber = 2 * np.pi * frequency / medium.speed
+def surface_integral(piston: pf.Piston, point, wavenumber: complex) -> complex:
+    """The integral of exp(-jkR)/R, by a quadrature that knows nothing of the library."""
     at = piston.orientation.T @ (np.asarray(point, float) - piston.center)
 
     def wave(y: float, x: float) -> complex:
@@ -34,7 +31,15 @@ def rayleigh(
             epsrel=1e-9,
         )[0]
 
-    surface = integral(np.real) + 1j * integral(np.imag)
+    return integral(np.real) + 1j * integral(np.imag)
+
+
+def rayleigh(
+    piston: pf.Piston, point, frequency: float, medium: pf.Medium = pf.WATER, velocity: float = 1
+) -> complex:
+    """The pressure that the surface integral makes, without losses."""
+    wavenumber = 2 * np.pi * frequency / medium.speed
+    surface = surface_integral(piston, point, wavenumber)
     return 1j * frequency * medium.density * velocity * surface
 
 

@@ -32,6 +32,20 @@ one = pistonfield_focus(line, [3 1 20] * 1e-3, drive{{1:6}}, 'apodization', {{'t
 two = pistonfield_focus(matrix, foci, drive{{:}}, 'pressures', [1e5, -2e5i], 'iterations', 5);
 away = pistonfield_focus(bowl, [], drive{{1:6}}, 'steer', [20 10], 'quantized', 50e-9);
 w = [one, (1:8).' * (1 - 2i)];
+tissue = {{drive{{:}}, 'attenuation', 2, 'exponent', 1.5}};
+dispersive = {{tissue{{:}}, 'dispersion', true}};
+disc = pistonfield_piston('disc', 'radius', 2e-3);
+plate = pistonfield_piston('polygon', 'corners', [-2 -1; 2 -1; 0 2] * 1e-3, ...
+                           'holes', {{[0 0; 1 0; 0 1] * 0.5e-3}});
+annular = pistonfield_array('annular', 'elements', 4, 'radius', 4e-3, 'kerf', 0.1e-3);
+comb = pistonfield_array('honeycomb', 'rings', 1, 'width', 2e-3, 'pitch', 2.1e-3);
+axial = pistonfield_focus(annular, [0 0 20] * 1e-3, drive{{1:6}});
+[vx, vy, vz] = pistonfield_velocity(disc, grid, drive{{:}});
+[ix, iy, iz] = pistonfield_intensity(piston, grid, drive{{:}}, 'baffle', 'free');
+[wx, wy, wz] = pistonfield_velocity(line, grid, tissue{{:}}, 'weights', w);
+region = pistonfield_grid((-4:4) * 1e-3, (-4:4) * 1e-3, (4:2:30) * 1e-3);
+r = pistonfield_beam(piston, region, drive{{:}}, 'duty', 0.1, 'hydrophone', 1e-3);
+[~, by_power] = pistonfield_pressure(line, [0 0 1], drive{{1:6}}, 'weights', one, 'power', 2);
 results = {{
   pistonfield_pressure(piston, grid, drive{{:}})
   pistonfield_pressure(piston, grid, drive{{:}}, 'precision', 'single', 'relative', 'local')
@@ -45,6 +59,19 @@ results = {{
   away
   complex(convex.center, 0)
   complex(convex.orientation, 0)
+  pistonfield_pressure(disc, grid, drive{{:}})
+  pistonfield_pressure(plate, grid, drive{{:}}, 'baffle', 'soft')
+  pistonfield_pressure(piston, grid, tissue{{:}})
+  pistonfield_pressure(piston, grid, dispersive{{:}})
+  pistonfield_pressure(annular, grid, drive{{:}}, 'weights', axial)
+  pistonfield_pressure(comb, grid, drive{{:}})
+  cat(4, vx, vy, vz)
+  cat(4, ix, iy, iz)
+  permute(cat(5, wx, wy, wz), [1 2 3 5 4])
+  axial
+  complex(by_power.velocity, 0)
+  complex([r.peak.pressure, r.mechanical_index, r.widths(1, 2), r.derated.spta, r.power, ...
+           r.hydrophone.pressure], 0)
 }};
 file = fopen('{output}', 'w');
 for i = 1:numel(results)
@@ -76,6 +103,44 @@ def octave(sources, tmp_path_factory):
         results.append(numbers[2 : 2 + 2 * count].view(complex))
         numbers = numbers[2 + 2 * count :]
     return results
+
+
+def newer_quantities(piston, grid, line, weights):
+    fluid = {"speed": 1540, "density": 1050}
+    tissue = {**fluid, "attenuation": 2, "exponent": 1.5}
+    medium = pf.Medium(**fluid)
+    disc = pf.Disc(radius=2e-3)
+    hole = np.array([[0, 0], [1, 0], [0, 1]]) * 0.5e-3
+    plate = pf.Polygon(corners=np.array([[-2, -1], [2, -1], [0, 2]]) * 1e-3, holes=[hole])
+    annular = pf.Array.annular(elements=4, radius=4e-3, kerf=0.1e-3)
+    axial = pf.focus(annular, [0, 0, 20e-3], 0.8e6, medium=medium)
+    drive = {"frequency": 0.8e6, "medium": medium, "velocity": 0.03}
+    lossy = {**drive, "medium": pf.Medium(**tissue)}
+    dispersive = {**drive, "medium": pf.Medium(**tissue, dispersion_frequency=1e6)}
+    side = np.arange(-4, 5) * 1e-3
+    region = pf.Grid(x=side, y=side, z=np.arange(4, 31, 2) * 1e-3)
+    b = pf.beam(piston, region, duty=0.1, hydrophone=1e-3, **drive)
+    by_power = np.sqrt(2 / pf.power(line, 0.8e6, medium=medium, weights=weights[0]))
+    return [
+        pf.pressure(disc, grid, **drive),
+        pf.pressure(plate, grid, baffle="soft", **drive),
+        pf.pressure(piston, grid, **lossy),
+        pf.pressure(piston, grid, **dispersive),
+        pf.pressure(annular, grid, weights=axial, **drive),
+        pf.pressure(pf.Array.honeycomb(rings=1, width=2e-3, pitch=2.1e-3), grid, **drive),
+        pf.particle_velocity(disc, grid, **drive),
+        pf.intensity(piston, grid, baffle="free", **drive),
+        np.moveaxis(pf.particle_velocity(line, grid, weights=weights, **lossy), 0, -1),
+        axial,
+        np.array([by_power + 0j]),
+        np.array(
+            [
+                *(b.peak.pressure, b.mechanical_index, b.widths[0, 1], b.derated.spta),
+                *(b.power, b.hydrophone.pressure),
+            ]
+        )
+        + 0j,
+    ]
 
 
 def test_fields_and_weights_are_those_of_octave(octave, piston, grid, line):
@@ -114,10 +179,15 @@ def test_fields_and_weights_are_those_of_octave(octave, piston, grid, line):
         away,
         convex.center.T + 0j,
         np.moveaxis(convex.orientation, 0, -1) + 0j,
+        *newer_quantities(piston, grid, line, w),
     ]
     assert len(found) == len(octave)
     for i, (values, wanted) in enumerate(zip(found, octave, strict=True)):
         if i == 8:  # the demanded pressures are divided by a complex unit there
             np.testing.assert_allclose(values, wanted, rtol=1e-11)
+        elif i == len(found) - 1:  # the search begins at samples that are rounded otherwise
+            np.testing.assert_allclose(values, wanted, rtol=1e-7)
+        elif values.size == 1:  # a root is taken of a quotient here, there of another one
+            np.testing.assert_allclose(values, wanted, rtol=1e-14)
         else:
             np.testing.assert_array_equal(values.ravel(order="F"), wanted, err_msg=f"result {i}")

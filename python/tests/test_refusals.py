@@ -30,7 +30,11 @@ HUGE = {"origin": [0, 0, 1], "steps": np.eye(3)}
         ({"medium": (1482, 998)}, TypeError, "^medium: must be a Medium, not tuple"),
         ({"weights": [1]}, TypeError, "^weights: go with an Array, not a Piston"),
         ({"progress": 3}, TypeError, "^progress: must be callable, not int"),
-        ({"source": {"width": 1}}, TypeError, "^source: must be a Piston or an Array, not dict"),
+        (
+            {"source": {"width": 1}},
+            TypeError,
+            "^source: must be a Piston, another shape or an Array, not",
+        ),
         ({"grid": None}, TypeError, r"^grid: must be a Grid or an \(N, 3\) array, not NoneType"),
         ({"grid": "here"}, TypeError, "^grid: must be a Grid"),
         ({"grid": [0, 0, 1]}, ValueError, r"^points: must be an \(N, 3\) array"),

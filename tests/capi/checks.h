@@ -37,4 +37,7 @@ void testDriving(void);
 /// The tests of losses, baffles, quantities and outlines.
 void testContours(void);
 
+/// The tests of media and shapes, and of the weights, powers and beams of requests.
+void testSources(void);
+
 #endif

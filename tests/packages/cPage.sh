@@ -89,3 +89,10 @@ bash -eu compile.sh
 ./a.out >losses.txt
 # exp(-jKz) less z/R exp(-jKR) of the rim's distance R, K = k - 5.8j.
 grep -q '^ *10 *1\.1089$' losses.txt
+
+echo "rings that are focused, and their beam"
+block c 6 >program.c
+bash -eu compile.sh
+./a.out >beam.txt
+# A bowl in the place of the rings has 2 * 2.215/(k a) * 40 mm at -6 dB, 4.2 mm.
+awk '/^  lateral 1/ { found = $8 } END { exit !(found > 4.1 && found < 4.5) }' beam.txt

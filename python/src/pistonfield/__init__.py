@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: the pistonfield developers
 # SPDX-License-Identifier: BSD-3-Clause
-"""The pressure fields of flat rectangular pistons and of arrays of them.
+"""The sound fields of flat pistons of any shape and of arrays of them.
 
 All quantities are in SI units. The time dependence is exp(+jωt).
 
@@ -13,6 +13,8 @@ All quantities are in SI units. The time dependence is exp(+jωt).
 """
 
 from ._array import Array
+from ._beam import Beam, beam
+from ._fields import intensity, particle_velocity, pressure
 from ._focus import focus
 from ._grid import Grid
 from ._library import version
@@ -20,8 +22,9 @@ from ._medium import WATER, Medium
 from ._piston import Piston
 from ._plan import Accuracy, Cost, Plan
 from ._plotting import plot
-from ._pressure import pressure
+from ._power import power
 from ._reading import Field, read
+from ._shapes import Disc, Polygon, Ring, Sector, Shape
 from ._xarray import to_xarray
 
 __version__ = version()
@@ -30,15 +33,25 @@ __all__ = [
     "WATER",
     "Accuracy",
     "Array",
+    "Beam",
     "Cost",
+    "Disc",
     "Field",
     "Grid",
     "Medium",
     "Piston",
     "Plan",
+    "Polygon",
+    "Ring",
+    "Sector",
+    "Shape",
     "__version__",
+    "beam",
     "focus",
+    "intensity",
+    "particle_velocity",
     "plot",
+    "power",
     "pressure",
     "read",
     "to_xarray",

@@ -12,7 +12,11 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks, _library
+from ._documents import documented
+from ._flat import Flat
+from ._outline import Outline
 from ._piston import Piston
+from ._shapes import Shape
 
 _NAMES = {
     "columns": "elements",
@@ -26,17 +30,23 @@ _NAMES = {
 
 _Columns = npt.NDArray[np.float64]
 
+_POSE = """center : array_like, optional
+    Where the array's origin goes, three numbers in m.
+orientation : array_like, optional
+    3 by 3 rotation matrix whose columns are the array's x, y and z."""
+
 
 class Array:
     """Pistons that radiate together, each as if in an infinite rigid baffle of its own plane.
 
-    `Array.line`, `Array.matrix`, `Array.convex` and `Array.bowl` build arrays about the origin that
-    radiate to +z; their `center` and `orientation` then move and turn the whole array.
-    `Array.from_table` reads one from a file. An array is a sequence of its elements.
+    `Array.line`, `Array.matrix`, `Array.convex`, `Array.bowl`, `Array.annular` and
+    `Array.honeycomb` build arrays about the origin that radiate to +z; their `center` and
+    `orientation` then move and turn the whole array. `Array.from_table` reads one from a file. An
+    array is a sequence of its elements.
 
     Parameters
     ----------
-    elements : iterable of Piston
+    elements : iterable of Piston, Disc, Ring, Sector or Polygon
         The elements; one or more.
     weights : array_like, optional
         How they are driven where `pressure` is given no weights: a complex amplitude for each, in
@@ -52,13 +62,16 @@ class Array:
     0.00027
     """
 
-    __slots__ = ("_columns", "_weights")
+    __slots__ = ("_columns", "_outline_of", "_outlines", "_weights")
 
     _columns: _Columns
     _weights: npt.NDArray[np.complex128]
+    _outlines: tuple[Outline, ...]
+    _outline_of: npt.NDArray[np.int64] | None
 
-    def __init__(self, elements: Iterable[Piston], *, weights: npt.ArrayLike | None = None) -> None:
-        rows = [_row(element) for element in _each(elements)]
+    def __init__(self, elements: Iterable[Flat], *, weights: npt.ArrayLike | None = None) -> None:
+        listed = list(_each(elements))
+        rows = [row_of(element) for element in listed]
         if not rows:
             raise ValueError("elements: an array has one or more")
         driven = None
@@ -69,21 +82,30 @@ class Array:
                     f"weights: must be {len(rows)} numbers, one for each element, "
                     f"not of the shape {driven.shape}"
                 )
-        self._set(np.array(rows), driven)
+        self._set(np.array(rows), driven, *_outlines_of(listed))
 
-    def _set(self, columns: _Columns, weights: npt.NDArray[np.complex128] | None) -> None:
+    def _set(
+        self,
+        columns: _Columns,
+        weights: npt.NDArray[np.complex128] | None = None,
+        outlines: tuple[Outline, ...] = (),
+        outline_of: npt.NDArray[np.int64] | None = None,
+    ) -> None:
         self._columns = columns
         self._weights = np.ones(len(columns), complex) if weights is None else weights
+        self._outlines = outlines
+        self._outline_of = outline_of
         self._columns.flags.writeable = False
         self._weights.flags.writeable = False
 
     @classmethod
-    def _of(cls, columns: _Columns, weights: npt.NDArray[np.complex128] | None = None) -> Array:
+    def _of(cls, columns: _Columns, *others: Any) -> Array:
         array = cls.__new__(cls)
-        array._set(columns, weights)
+        array._set(columns, *others)
         return array
 
     @classmethod
+    @documented(pose=_POSE)
     def line(
         cls,
         *,
@@ -107,10 +129,7 @@ class Array:
             From centre to centre, in m.
         kerf : float, optional
             In its place: from edge to edge, in m.
-        center : array_like, optional
-            Where the array's origin goes, three numbers in m.
-        orientation : array_like, optional
-            3 by 3 rotation matrix whose columns are the array's x, y and z.
+        {pose}
 
         Returns
         -------
@@ -133,6 +152,7 @@ class Array:
         return cls._built(_library.functions.array_line, given, center, orientation)
 
     @classmethod
+    @documented(pose=_POSE)
     def matrix(
         cls,
         *,
@@ -156,10 +176,7 @@ class Array:
             From centre to centre in m: for both directions, or along x and y.
         kerf : float or (float, float), optional
             In its place: from edge to edge, in m.
-        center : array_like, optional
-            Where the array's origin goes, three numbers in m.
-        orientation : array_like, optional
-            3 by 3 rotation matrix whose columns are the array's x, y and z.
+        {pose}
 
         Returns
         -------
@@ -188,6 +205,7 @@ class Array:
         return cls._built(_library.functions.array_matrix, given, center, orientation)
 
     @classmethod
+    @documented(pose=_POSE)
     def convex(
         cls,
         *,
@@ -219,10 +237,7 @@ class Array:
             In its place: from centre to centre as seen from the axis, in degrees.
         kerf : float, optional
             In its place: from edge to edge, in m.
-        center : array_like, optional
-            Where the array's origin goes, three numbers in m.
-        orientation : array_like, optional
-            3 by 3 rotation matrix whose columns are the array's x, y and z.
+        {pose}
 
         Returns
         -------
@@ -247,6 +262,7 @@ class Array:
         return cls._built(_library.functions.array_convex, given, center, orientation)
 
     @classmethod
+    @documented(pose=_POSE)
     def bowl(
         cls,
         *,
@@ -288,10 +304,7 @@ class Array:
             In its place: the least distance from edge to edge, in m.
         counts : iterable of int, optional
             In its place: the elements of each ring, from the innermost on.
-        center : array_like, optional
-            Where the array's origin goes, three numbers in m.
-        orientation : array_like, optional
-            3 by 3 rotation matrix whose columns are the array's x, y and z.
+        {pose}
 
         Returns
         -------
@@ -325,6 +338,110 @@ class Array:
             rings=0 if rings is None else len(rings),
         )
         return cls._built(_library.functions.array_bowl, given, center, orientation)
+
+    @classmethod
+    @documented(pose=_POSE)
+    def annular(
+        cls,
+        *,
+        radii: npt.ArrayLike | None = None,
+        elements: int | None = None,
+        radius: float | None = None,
+        inner: float | None = None,
+        kerf: float = 0.0,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place concentric rings about the origin; the innermost one may be a disc.
+
+        Where they end is said by `radii`, or by `elements` and `radius`: the rings then have equal
+        areas.
+
+        Parameters
+        ----------
+        radii : array_like, optional
+            The inner radius of the first ring, 0 of a disc, and the outer ones of all, rising, in
+            m; with a kerf the middles of the gaps.
+        elements : int, optional
+            In its place: the number of rings.
+        radius : float, optional
+            The outer radius of the last of so many rings, in m.
+        inner : float, optional
+            The inner radius of the first of so many rings, in m; 0 by default.
+        kerf : float, optional
+            From ring to ring, in m.
+        {pose}
+
+        Returns
+        -------
+        Array
+            From the innermost ring on.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> pf.Array.annular(elements=8, radius=12e-3, kerf=0.1e-3)
+        <Array of 8 elements, 24 by 24 by 0 mm>
+        """
+        edges: list[float] = []
+        if radii is not None:
+            edges = _checks.reals(radii, "radii", "rising numbers").reshape(-1).tolist()
+        given = _library.Annular(
+            radii=_library.numbers(edges) if radii is not None else None,
+            count=len(edges),
+            elements=_library.optional_whole(_checks.optional_whole(elements, "elements")),
+            radius=_number(radius, "radius"),
+            inner=_number(inner, "inner"),
+            kerf=_checks.real(kerf, "kerf"),
+        )
+        return cls._built(_library.functions.array_annular, given, center, orientation)
+
+    @classmethod
+    @documented(pose=_POSE)
+    def honeycomb(
+        cls,
+        *,
+        rings: int,
+        width: float,
+        pitch: float | None = None,
+        kerf: float | None = None,
+        center: npt.ArrayLike = (0, 0, 0),
+        orientation: npt.ArrayLike | None = None,
+    ) -> Array:
+        """Place regular hexagons in rings about one in the middle.
+
+        Sides of neighbours are parallel, and a row of centres lies along x.
+
+        Parameters
+        ----------
+        rings : int
+            About the middle: 0 is one hexagon, 1 are 7, 2 are 19.
+        width : float
+            Of a hexagon, from side to side, in m.
+        pitch : float, optional
+            From centre to centre, in m.
+        kerf : float, optional
+            In its place: from side to side, in m.
+        {pose}
+
+        Returns
+        -------
+        Array
+            Ring by ring from the middle on, each ring from the x axis towards the y axis.
+
+        Examples
+        --------
+        >>> import pistonfield as pf
+        >>> len(pf.Array.honeycomb(rings=2, width=3e-3, kerf=0.2e-3))
+        19
+        """
+        given = _library.Honeycomb(
+            rings=_checks.whole(rings, "rings"),
+            width=_checks.real(width, "width"),
+            pitch=_number(pitch, "pitch"),
+            kerf=_number(kerf, "kerf"),
+        )
+        return cls._built(_library.functions.array_honeycomb, given, center, orientation)
 
     @classmethod
     def from_table(
@@ -374,10 +491,10 @@ class Array:
         with open(path, "rb"):
             pass
         pose = _pose(center, orientation)
-        columns, weights = _library.take_array(
-            _library.functions.array_read, name, {"elements": "table"}
+        built = _library.take_array(
+            _library.functions.array_read, name, names={"elements": "table"}
         )
-        return cls._of(_moved(columns, *pose), weights)
+        return cls._of(_moved(built.rows, *pose), built.weights)
 
     @classmethod
     def _built(
@@ -389,23 +506,31 @@ class Array:
     ) -> Array:
         pose = _pose(center, orientation)
         try:
-            columns, _ = _library.take_array(make, given, _NAMES)
+            built = _library.take_array(make, given, names=_NAMES)
         except ValueError as refusal:
             # One word stands for both directions.
             text = str(refusal)
             for name in ("pitch", "kerf"):
                 text = text.replace(f"{name}_x", name).replace(f"{name}_y", name)
             raise ValueError(text) from None
-        return cls._of(_moved(columns, *pose))
+        rows = _moved(built.rows, *pose)
+        if built.outline_of is None:
+            return cls._of(rows)
+        outlines = tuple(Outline(edges) for edges in built.outlines)
+        shaped = built.outline_of >= 0
+        rows[shaped, :2] = np.array([outline.sides for outline in outlines])[
+            built.outline_of[shaped]
+        ]
+        return cls._of(rows, None, outlines, built.outline_of)
 
     @property
     def width(self) -> npt.NDArray[np.float64]:
-        """Sides of the elements along their x, in m; not to be written, as all of these."""
+        """Extents of the elements along their x, in m; not to be written, as all of these."""
         return self._columns[:, 0]
 
     @property
     def height(self) -> npt.NDArray[np.float64]:
-        """Sides of the elements along their y, in m."""
+        """Extents of the elements along their y, in m."""
         return self._columns[:, 1]
 
     @property
@@ -429,41 +554,53 @@ class Array:
     def __len__(self) -> int:
         return len(self._columns)
 
-    def __iter__(self) -> Iterator[Piston]:
+    def __iter__(self) -> Iterator[Piston | Shape]:
         return (self[i] for i in range(len(self)))
 
     @overload
-    def __getitem__(self, key: int) -> Piston: ...
+    def __getitem__(self, key: int) -> Piston | Shape: ...
     @overload
     def __getitem__(self, key: slice) -> Array: ...
-    def __getitem__(self, key: int | slice) -> Piston | Array:
+    def __getitem__(self, key: int | slice) -> Piston | Shape | Array:
         if isinstance(key, slice):
             columns = self._columns[key].copy()
             if not len(columns):
                 raise ValueError("array: the slice has no elements")
-            return Array._of(columns, self._weights[key].copy())
+            of = None if self._outline_of is None else self._outline_of[key].copy()
+            return Array._of(columns, self._weights[key].copy(), self._outlines, of)
         number = range(len(self))[_checks.whole(key, "array's index")]
         row = self._columns[number]
         turn = np.stack([row[5:8], row[8:11], np.cross(row[5:8], row[8:11])], axis=-1)
+        which = -1 if self._outline_of is None else int(self._outline_of[number])
+        if which >= 0:
+            return Shape(outline=self._outlines[which], center=row[2:5], orientation=turn)
         return Piston(width=row[0], height=row[1], center=row[2:5], orientation=turn)
 
     def __repr__(self) -> str:
-        corners = corners_of(self).reshape(-1, 3)
-        sides = " by ".join(f"{1e3 * side:.4g}" for side in np.ptp(corners, axis=0))
+        rims = np.concatenate([rim.reshape(-1, 3) for face in faces_of(self) for rim in face])
+        sides = " by ".join(f"{1e3 * side:.4g}" for side in np.ptp(rims, axis=0))
         plural = "" if len(self) == 1 else "s"
         return f"<Array of {len(self)} element{plural}, {sides} mm>"
 
     def __eq__(self, other: object) -> bool:
         if not isinstance(other, Array):
             return NotImplemented
-        return np.array_equal(self._columns, other._columns) and np.array_equal(
-            self._weights, other._weights
+        return (
+            np.array_equal(self._columns, other._columns)
+            and np.array_equal(self._weights, other._weights)
+            and self._each_outline() == other._each_outline()
         )
 
     __hash__ = None  # type: ignore[assignment]
 
     def __reduce__(self) -> tuple[Any, ...]:
-        return Array._of, (self._columns.copy(), self._weights.copy())
+        parts = (self._columns.copy(), self._weights.copy(), self._outlines, self._outline_of)
+        return Array._of, parts
+
+    def _each_outline(self) -> list[Outline | None]:
+        if self._outline_of is None:
+            return []
+        return [self._outlines[of] if of >= 0 else None for of in self._outline_of]
 
 
 def rows_of(array: Array) -> _Columns:
@@ -471,15 +608,42 @@ def rows_of(array: Array) -> _Columns:
     return array._columns
 
 
-def corners_of(array: Array) -> npt.NDArray[np.float64]:
-    """Give the four corners of each element, in turn, in m."""
-    rows = array._columns
-    along = 0.5 * rows[:, 0:1] * rows[:, 5:8]
-    up = 0.5 * rows[:, 1:2] * rows[:, 8:11]
-    center = rows[:, 2:5]
-    return np.stack(
-        [center - along - up, center + along - up, center + along + up, center - along + up], axis=1
+def shapes_of(array: Array) -> tuple[tuple[Outline, ...], npt.NDArray[np.int64] | None]:
+    """Give the outlines, and for each element the number of its one or -1."""
+    return array._outlines, array._outline_of
+
+
+def faces_of(array: Array) -> list[list[npt.NDArray[np.float64]]]:
+    """Give the rims of faces in m, of equal outlines together.
+
+    For each outline, or for all rectangles, a list of its loops: (elements, points, 3) each.
+    """
+    rows, of = array._columns, array._outline_of
+    if of is None:
+        return [[_placed(rows, _corners(rows))]]
+    faces = []
+    if (of < 0).any():
+        faces.append([_placed(rows[of < 0], _corners(rows[of < 0]))])
+    for number in np.unique(of[of >= 0]):
+        loops = array._outlines[number].loops()
+        faces.append([_placed(rows[of == number], loop) for loop in loops])
+    return faces
+
+
+def _corners(rows: _Columns) -> npt.NDArray[np.float64]:
+    """Give the four corners of rectangles in their own planes, in turn."""
+    corners: npt.NDArray[np.float64] = rows[:, None, :2] / 2 * [[-1, -1], [1, -1], [1, 1], [-1, 1]]
+    return corners
+
+
+def _placed(rows: _Columns, flat: npt.NDArray[np.float64]) -> npt.NDArray[np.float64]:
+    """Give where points in the planes of elements lie."""
+    placed: npt.NDArray[np.float64] = (
+        rows[:, None, 2:5]
+        + flat[..., 0, None] * rows[:, None, 5:8]
+        + flat[..., 1, None] * rows[:, None, 8:11]
     )
+    return placed
 
 
 def _each(elements: Any) -> Iterator[Any]:
@@ -491,11 +655,26 @@ def _each(elements: Any) -> Iterator[Any]:
         ) from None
 
 
-def _row(element: Any) -> list[float]:
-    if not isinstance(element, Piston):
-        raise TypeError(f"elements: each must be a Piston, not {type(element).__name__}")
+def row_of(element: Any) -> list[float]:
+    """Give an element as the library takes it: 11 numbers."""
+    if not isinstance(element, Flat):
+        raise TypeError(
+            "elements: each must be a Piston or of another shape, such as a Disc, not "
+            f"{type(element).__name__}"
+        )
     turn = element.orientation
-    return [element.width, element.height, *element.center, *turn[:, 0], *turn[:, 1]]
+    return [*element.sides, *element.center, *turn[:, 0], *turn[:, 1]]
+
+
+def _outlines_of(
+    elements: list[Flat],
+) -> tuple[tuple[Outline, ...], npt.NDArray[np.int64] | None]:
+    numbers: dict[Outline, int] = {}
+    of = [
+        -1 if element.outline is None else numbers.setdefault(element.outline, len(numbers))
+        for element in elements
+    ]
+    return tuple(numbers), np.array(of, np.int64) if numbers else None
 
 
 def _normals(rows: _Columns) -> npt.NDArray[np.float64]:

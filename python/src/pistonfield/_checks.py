@@ -123,7 +123,24 @@ def points(value: Any, name: str) -> npt.NDArray[np.float64]:
     return listed
 
 
+_PROCESSOR = (1, 3, 11)
+"""Devices of DLPack whose memory the processor reads: its own, and what it shares with a GPU."""
+
+
+def require_host(value: Any, name: str) -> None:
+    """Refuse an array in the memory of a GPU, by DLPack or the CUDA array interface."""
+    on_device = hasattr(value, "__cuda_array_interface__")
+    if not on_device and hasattr(value, "__dlpack_device__"):
+        on_device = value.__dlpack_device__()[0] not in _PROCESSOR
+    if on_device:
+        raise TypeError(
+            f"{name}: is in the memory of a GPU, for which this build of the package has no "
+            "support: it computes on the processor; copy the array there"
+        )
+
+
 def _numeric(value: Any, name: str, kinds: str, what: str) -> npt.NDArray[Any]:
+    require_host(value, name)
     try:
         numbers = np.asarray(value)
     except ValueError:

@@ -12,9 +12,10 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks, _library, _medium
-from ._array import Array, rows_of
+from ._array import Array
 from ._jobs import interruptible
 from ._medium import WATER, Medium
+from ._request import Source, new_request
 
 _log = logging.getLogger("pistonfield")
 
@@ -22,6 +23,7 @@ _PLAIN = ("rectangular", "hann", "hamming", "blackman")
 _TUNABLE = ("tukey", "kaiser", "gaussian")
 
 _NAMES = {
+    "attenuation": "medium",
     "bits": "phase_bits",
     "direction": "plane_wave",
     "elements": "array",
@@ -132,15 +134,17 @@ def focus(
     """
     if not isinstance(array, Array):
         raise TypeError(f"array: must be an Array, not {type(array).__name__}")
-    wavenumber = _medium.checked(medium).wavenumber(frequency)
-    unit = _medium.pascal(medium, _checks.positive(velocity, "velocity", "a velocity in m/s"))
+    request = new_request(medium, frequency)
+    unit = _medium.pascal(
+        medium, frequency, _checks.positive(velocity, "velocity", "a velocity in m/s")
+    )
     limit = drive_limit
     if limit is not None:
         limit = _checks.positive(limit, "drive_limit", "a number")
     _require_one_aim(point, steer, plane_wave)
     if pressures is not None and point is None:
         raise ValueError("pressures: are demanded at points, which there are none of")
-    asked = _Asked(array, wavenumber)
+    asked = _Asked(array, request)
     if point is not None:
         weights = asked.at_points(
             _places(point),
@@ -161,12 +165,14 @@ def focus(
 
 
 class _Asked:
-    """Questions about the weights of an array at a wavenumber."""
+    """Questions about the weights of an array that radiates a wave."""
 
-    def __init__(self, array: Array, wavenumber: float) -> None:
-        self._held: list[npt.NDArray[Any]] = []
+    def __init__(self, array: Array, request: _library.Request) -> None:
+        self._held: list[Any] = []
         self._count = len(array)
-        self._driven = _library.Driven(self._hold(rows_of(array)), self._count, wavenumber)
+        self._source = Source(array, None)
+        self._source.fill(request)
+        self._request = request
 
     def at_points(
         self,
@@ -186,7 +192,7 @@ class _Asked:
         )
         weights = np.empty(self._count, complex)
         if len(points) == 1 and pressures is None:
-            self._ask(_library.functions.weights_of_focus, places, self._hold(weights))
+            self._ask(_library.functions.request_focus, places, self._hold(weights))
             weights *= 1 if limit is None else limit
             return weights
         demanded = _demanded(len(points), pressures, unit)
@@ -200,7 +206,7 @@ class _Asked:
             max(-(2**31), min(iterations, 2**31 - 1)),
         )
         result = _library.FociResult()
-        self._ask(_library.functions.weights_of_foci, foci, self._hold(weights), result)
+        self._ask(_library.functions.request_foci, foci, self._hold(weights), result)
         if result.dropped:
             _log.warning(
                 "focus: %d singular values were dropped: pressures are off by up to %.2g of the "
@@ -212,7 +218,7 @@ class _Asked:
 
     def of_plane_wave(self, direction: Any) -> _Weights:
         weights = np.empty(self._count, complex)
-        self._ask(_library.functions.weights_of_plane_wave, direction, self._hold(weights))
+        self._ask(_library.functions.request_plane_wave, direction, self._hold(weights))
         return weights
 
     def apodize(self, weights: _Weights, apodization: Any, along: str) -> None:
@@ -220,7 +226,7 @@ class _Asked:
             return
         name, parameter = _window(apodization)
         window = _library.Window(name.encode(), parameter, _library.ALONG[along])
-        self._ask(_library.functions.weights_window, window, self._hold(weights))
+        self._ask(_library.functions.request_window, window, self._hold(weights))
 
     def _hold(self, values: npt.NDArray[Any]) -> int:
         """Give an array's address, and keep it: a call may outlive its interrupted caller."""
@@ -229,7 +235,7 @@ class _Asked:
 
     def _ask(self, function: Any, *arguments: Any) -> None:
         try:
-            interruptible(lambda: _library.call(function, self._driven, *arguments, names=_NAMES))
+            interruptible(lambda: _library.call(function, self._request, *arguments, names=_NAMES))
         except ValueError as refusal:
             text = str(refusal)
             if " lies behind " in text:

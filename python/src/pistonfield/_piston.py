@@ -6,17 +6,17 @@ from __future__ import annotations
 
 from typing import Any
 
-import numpy as np
 import numpy.typing as npt
 
 from . import _checks
+from ._flat import Flat
 
 LEAST_SIDE = 1e-7
 """The library takes thinner sides for something else."""
 
 
-class Piston:
-    """A flat rectangular piston in an infinite rigid baffle in its own plane.
+class Piston(Flat):
+    """A flat rectangular piston.
 
     Parameters
     ----------
@@ -30,6 +30,10 @@ class Piston:
         3 by 3 rotation matrix whose columns are the piston's x, its y and its normal, the direction
         that it radiates to. By default it lies in the plane z = 0 and radiates to +z.
 
+    See Also
+    --------
+    Disc, Ring, Sector, Polygon : pistons of other shapes.
+
     Examples
     --------
     >>> import pistonfield as pf
@@ -37,7 +41,7 @@ class Piston:
     Piston(width=0.0075, height=0.005)
     """
 
-    __slots__ = ("_center", "_height", "_orientation", "_width")
+    __slots__ = ("_height", "_width")
 
     def __init__(
         self,
@@ -49,12 +53,7 @@ class Piston:
     ) -> None:
         self._width = _side(width, "width")
         self._height = _side(height, "height")
-        self._center = _checks.vector(center, "center")
-        self._orientation = (
-            np.eye(3) if orientation is None else _checks.rotation(orientation, "orientation")
-        )
-        self._center.flags.writeable = False
-        self._orientation.flags.writeable = False
+        super().__init__(center, orientation)
 
     @property
     def width(self) -> float:
@@ -67,45 +66,19 @@ class Piston:
         return self._height
 
     @property
-    def center(self) -> npt.NDArray[np.float64]:
-        """The centre, three numbers in m; not to be written."""
-        return self._center
+    def sides(self) -> tuple[float, float]:
+        """Both of them, in m."""
+        return self._width, self._height
 
     @property
-    def orientation(self) -> npt.NDArray[np.float64]:
-        """Columns: the piston's x, its y and its normal; not to be written."""
-        return self._orientation
+    def outline(self) -> None:
+        """None: a rectangle is known by its sides."""
+        return None
 
-    def __repr__(self) -> str:
-        parts = [f"width={self.width!r}", f"height={self.height!r}"]
-        if self.center.any():
-            parts.append(f"center={self.center.tolist()}")
-        if not np.array_equal(self.orientation, np.eye(3)):
-            parts.append(f"orientation={self.orientation.tolist()}")
-        return f"Piston({', '.join(parts)})"
-
-    def __eq__(self, other: object) -> bool:
-        if not isinstance(other, Piston):
-            return NotImplemented
-        return self._values() == other._values()
-
-    def __hash__(self) -> int:
-        return hash(self._values())
-
-    def __reduce__(self) -> tuple[Any, ...]:
-        return _piston, (self.width, self.height, self.center, self.orientation)
-
-    def _values(self) -> tuple[float, ...]:
-        return (self.width, self.height, *self.center.tolist(), *self.orientation.ravel().tolist())
-
-
-def _piston(
-    width: float,
-    height: float,
-    center: npt.NDArray[np.float64],
-    orientation: npt.NDArray[np.float64],
-) -> Piston:
-    return Piston(width=width, height=height, center=center, orientation=orientation)
+    @property
+    def parameters(self) -> dict[str, Any]:
+        """The sides by their names."""
+        return {"width": self._width, "height": self._height}
 
 
 def _side(value: Any, name: str) -> float:

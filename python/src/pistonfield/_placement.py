@@ -7,8 +7,8 @@ from __future__ import annotations
 import numpy as np
 import numpy.typing as npt
 
+from ._flat import Flat
 from ._grid import Grid
-from ._piston import Piston
 
 _Numbers = npt.NDArray[np.float64]
 
@@ -17,7 +17,7 @@ _ROUNDING = 64 * float(np.finfo(np.float64).eps)
 plane but for it."""
 
 
-def grid_before(piston: Piston, grid: Grid, behind: bool) -> tuple[_Numbers, _Numbers]:
+def grid_before(piston: Flat, grid: Grid, behind: bool) -> tuple[_Numbers, _Numbers]:
     """Give the grid's origin and steps in the piston's frame.
 
     Unless `behind`, a grid that reaches behind the piston's plane is refused.
@@ -36,7 +36,7 @@ def grid_before(piston: Piston, grid: Grid, behind: bool) -> tuple[_Numbers, _Nu
     return origin, steps
 
 
-def points_before(piston: Piston, points: _Numbers, behind: bool) -> _Numbers:
+def points_before(piston: Flat, points: _Numbers, behind: bool) -> _Numbers:
     """Give a list of points in the piston's frame, three rows.
 
     Unless `behind`, points behind the piston's plane are refused.
@@ -64,6 +64,6 @@ def _require_before(z: _Numbers, points: _Numbers, center: _Numbers) -> None:
         )
 
 
-def _turned(vector: _Numbers, piston: Piston) -> _Numbers:
+def _turned(vector: _Numbers, piston: Flat) -> _Numbers:
     turn = piston.orientation
     return np.array([sum(vector[j] * turn[j, i] for j in range(3)) for i in range(3)])

@@ -10,19 +10,33 @@ import sys
 import weakref
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import Any, NoReturn
+from typing import TYPE_CHECKING, Any, NoReturn
 
 import numpy as np
 import numpy.typing as npt
 
-from . import _checks, _library, _medium, _placement
-from ._array import Array, rows_of
+from . import _checks, _library, _medium
+from ._array import Array
+from ._documents import documented
+from ._flat import Flat
 from ._grid import Grid
 from ._jobs import Job, interruptible
-from ._medium import WATER, Medium
+from ._options import (
+    OPTIONS,
+    SOURCE,
+    FieldOptions,
+    Progress,
+    Settings,
+    settings,
+    with_options,
+)
 from ._piston import Piston
+from ._power import velocity_of
+from ._request import NAMES, Place, Source, new_request, refuse
 
-Progress = Callable[[int, int], object]
+if TYPE_CHECKING:
+    from ._options import Unpack
+
 Box = int | slice | tuple[int | slice, ...]
 
 _LONG = 2e6
@@ -30,9 +44,6 @@ _LONG = 2e6
 
 _MANY_VALUES = 2**17
 """The same in values, which have to be put where they belong."""
-
-_MANY = 4096
-"""Points or elements from which on it takes hundredths of a second to make a plan."""
 
 _OUT = {"re": "out", "im": "out", "stride": "out", "to_next_field": "out"}
 
@@ -88,6 +99,7 @@ class _Part:
         return math.prod(self.sizes)
 
 
+@documented(source=SOURCE, options=OPTIONS)
 class Plan:
     """A field that is prepared: all of it, or parts of it, can be computed as often as one likes.
 
@@ -96,10 +108,10 @@ class Plan:
 
     Parameters
     ----------
-    source, grid, frequency
-        As of `pressure`.
-    medium, velocity, weights, tolerance, relative, precision, threads, behind
-        As of `pressure`, too.
+    {source}
+    {options}
+    quantity : {"pressure", "velocity", "intensity"}, optional
+        What is computed, as `pressure`, `particle_velocity` or `intensity` do.
 
     Examples
     --------
@@ -113,71 +125,94 @@ class Plan:
     True
     """
 
+    @with_options
     def __init__(
         self,
-        source: Piston | Array,
+        source: Flat | Array,
         grid: Grid | npt.ArrayLike,
         frequency: float,
         *,
-        medium: Medium = WATER,
-        velocity: float = 1.0,
-        weights: npt.ArrayLike | None = None,
-        tolerance: float = 1e-4,
-        relative: str = "largest",
-        precision: str = "double",
-        threads: int | None = None,
-        behind: bool = False,
+        quantity: str = "pressure",
+        **options: Unpack[FieldOptions],
     ) -> None:
-        request = _library.Request()
-        _library.call(_library.functions.request_init, request, ctypes.sizeof(request))
-        request.wavenumber = _medium.checked(medium).wavenumber(frequency)
-        self._unit = 1j * _medium.pascal(
-            medium, _checks.positive(velocity, "velocity", "a velocity in m/s")
-        )
-        request.tolerance = _checks.positive(tolerance, "tolerance", "a number")
-        request.tolerance_of = _library.RELATIVE[
-            _checks.word(relative, "relative", _library.RELATIVE)
-        ]
-        request.mode = _library.MODES[_checks.word(precision, "precision", _library.MODES)]
-        self._threads = _threads(threads)
-        given = _Given(source, weights, grid, _checks.flag(behind, "behind"))
-        self._fields = given.fields
-        self._has_weightings = given.has_weightings
-        self._place_shape = given.shape
-        given.fill(request)
+        given = settings("Plan", options)
+        self._quantity = _checks.word(quantity, "quantity", _library.QUANTITIES)
+        self._components = 1 if self._quantity == "pressure" else 3
+        request = new_request(given.medium, frequency)
+        request.tolerance = given.tolerance
+        request.tolerance_of = given.relative
+        request.mode = given.mode
+        request.baffle = given.baffle
+        request.quantity = _library.QUANTITIES[self._quantity]
+        self._threads = given.threads
+        elements = Source(source, given.weights)
+        place = Place(grid)
+        self._unit = self._unit_of(given, frequency, elements)
+        self._weightings = elements.weightings
+        self._has_weightings = elements.weights.ndim == 2
+        self._place_shape = place.shape
+        self._fill_request(request, source, elements, place, given.behind)
         _require_addressable(self.shape)
-
-        handle = ctypes.c_void_p()
-
-        def create() -> None:
-            _library.call(_library.functions.plan_create, request, handle, names=given.names)
-
-        try:
-            if given.is_large:
-                interruptible(create)
-            else:
-                create()
-        except ValueError as refusal:
-            _refuse(refusal)
-        self._handle = handle
+        self._handle = _created(request, place, len(elements.rows) * self._fields)
         # Threads may compute with it until the process ends.
-        weakref.finalize(self, _library.functions.plan_destroy, handle).atexit = False
+        weakref.finalize(self, _library.functions.plan_destroy, self._handle).atexit = False
         whole = self._part(None)
         self._whole = whole
         self._evaluations_of_point = self._cost(whole).evaluations / whole.points
         self._double = _library.functions.plan_compute_double
         self._single = _library.functions.plan_compute_float
 
+    def _unit_of(self, given: Settings, frequency: float, elements: Source) -> complex:
+        """Give what the library's values are relative to."""
+        velocity = velocity_of(given, frequency, elements)
+        pressure = _medium.pascal(given.medium, frequency, velocity)
+        if self._quantity == "pressure":
+            return 1j * pressure
+        return velocity if self._quantity == "velocity" else pressure * velocity / 2
+
+    def _fill_request(
+        self,
+        request: _library.Request,
+        source: Flat | Array,
+        elements: Source,
+        place: Place,
+        behind: bool,
+    ) -> None:
+        request.behind = behind
+        keep = True
+        if isinstance(source, Flat):
+            # The components of a vector are along the axes of the frame that a request is in.
+            keep = self._components > 1 and source.is_turned
+            place.see_from(source, behind, keep=keep)
+            # Its points have been looked at, with an allowance for rounding.
+            request.behind = True
+            if not keep:
+                elements.stand_at_origin()
+        if isinstance(source, Piston) and not keep:
+            request.width, request.height = source.sides
+        else:
+            elements.fill(request)
+        place.fill(request)
+
     @property
     def engine(self) -> str:
-        """What computes: "points", "runs", "sum" or "convolution"; others may be added."""
+        """What computes: "points", "runs", "sum", "convolution" or "contours", or others."""
         name: bytes = _library.functions.plan_engine(self._handle)
         return name.decode()
 
     @property
     def shape(self) -> tuple[int, ...]:
-        """The shape of all values: several weightings come first."""
-        return (self._fields, *self._place_shape) if self._has_weightings else self._place_shape
+        """The shape of all values: several weightings come first, components last."""
+        return self._shape_around(self._place_shape)
+
+    @property
+    def _fields(self) -> int:
+        return self._weightings * self._components
+
+    def _shape_around(self, points: tuple[int, ...]) -> tuple[int, ...]:
+        first = (self._weightings,) if self._has_weightings else ()
+        last = (self._components,) if self._components > 1 else ()
+        return (*first, *points, *last)
 
     def cost(self, box: Box | None = None) -> Cost:
         """Tell what the field takes, or a part of it.
@@ -268,7 +303,7 @@ class Plan:
         Returns
         -------
         ndarray
-            The pressure in Pa, or `out`.
+            The pressure in Pa, the particle velocity in m/s or the intensity in W/m², or `out`.
 
         Examples
         --------
@@ -292,12 +327,12 @@ class Plan:
             self._fill(part, values, stride, to_next_field, None)
         else:
             self._fill_watched(part, values, stride, to_next_field, progress)
-        np.multiply(values, self._unit, out=values)
+        _scale(values, self._unit)
         return values
 
     def __repr__(self) -> str:
         sizes = " by ".join(str(size) for size in self._place_shape)
-        fields = f", {self._fields} weightings" if self._has_weightings else ""
+        fields = f", {self._weightings} weightings" if self._has_weightings else ""
         return f"<Plan of {sizes} points{fields}, {self.engine}>"
 
     def __reduce__(self) -> NoReturn:
@@ -339,13 +374,7 @@ class Plan:
         to_next_field: int,
         told: Callable[[int, object], int] | None,
     ) -> None:
-        conduct = _library.Conduct(
-            size=ctypes.sizeof(_library.Conduct),
-            threads=self._threads,
-            to_next_field=to_next_field,
-        )
-        if told is not None:
-            conduct.progress = _library.Progress(told)
+        conduct = _library.conduct(self._threads, told, to_next_field)
         box = _library.Box(part.first, part.sizes)
         is_double = values.dtype == np.complex128
         begin = _library.address(values)
@@ -365,42 +394,51 @@ class Plan:
     def _room(self, part: _Part, dtype: np.dtype[Any]) -> npt.NDArray[Any]:
         if dtype not in (np.complex128, np.complex64):
             raise TypeError(f"dtype: must be complex128 or complex64, not {dtype}")
-        order = part.shape[::-1]
-        if self._has_weightings:
-            values = np.empty((self._fields, *order), dtype)
-            axes = (0, *range(values.ndim - 1, 0, -1))
-        else:
-            values = np.empty(order, dtype)
-            axes = tuple(range(values.ndim - 1, -1, -1))
+        # Weightings, and in each the components, and in each the points from the last direction on.
+        values = np.empty((self._weightings, self._components, *part.shape[::-1]), dtype)
+        axes = (0, *range(values.ndim - 1, 1, -1), 1)
         room: npt.NDArray[Any] = np.transpose(values, axes)
-        return room
-
-    def _shape_of(self, part: _Part) -> tuple[int, ...]:
-        return (self._fields, *part.shape) if self._has_weightings else part.shape
+        if self._components == 1:
+            room = room[..., 0]
+        return room if self._has_weightings else room[0, ...]
 
     def _layout(self, part: _Part, out: Any) -> tuple[int, int]:
         """Read how far apart the values in `out` are, in real numbers."""
         if not isinstance(out, np.ndarray):
+            _checks.require_host(out, "out")
             raise TypeError(f"out: must be an array of NumPy, not {type(out).__name__}")
         if out.dtype not in (np.complex128, np.complex64) or not out.dtype.isnative:
             raise TypeError(f"out: must be of complex128 or complex64, not {out.dtype.str}")
         if not out.flags.writeable:
             raise ValueError("out: is read-only")
-        shape = self._shape_of(part)
+        shape = self._shape_around(part.shape)
         if out.shape != shape:
             raise ValueError(f"out: must be of the shape {shape}, not {out.shape}")
         number = out.itemsize // 2
-        strides = out.strides[1:] if self._has_weightings else out.strides
+        first = int(self._has_weightings)
+        strides = out.strides[first : first + len(part.shape)]
         step = _common_step(part.shape, strides, out.itemsize)
         if step is None or step <= 0 or step % number:
             raise ValueError(
                 "out: must have x fastest, then y, then z, as Plan.empty() makes it, "
                 "or numpy.empty(shape, complex, order='F') where there is one weighting"
             )
-        apart = out.strides[0] if self._has_weightings and self._fields > 1 else step * part.points
-        if apart <= 0 or apart % number:
-            raise ValueError("out: the weightings must follow each other")
+        apart = self._apart(out, step * part.points)
+        if apart is None or apart <= 0 or apart % number:
+            raise ValueError("out: the weightings must follow each other, and in each components")
         return step // number, apart // number
+
+    def _apart(self, out: npt.NDArray[Any], dense: int) -> int | None:
+        """Give the bytes from each field to the next one, where that is one number."""
+        apart = None
+        if self._components > 1:
+            apart = out.strides[-1]
+        if self._has_weightings and self._weightings > 1:
+            ofweightings = out.strides[0]
+            if apart is None:
+                return ofweightings
+            return apart if ofweightings == self._components * apart else None
+        return dense if apart is None else apart
 
     def _part(self, box: Any) -> _Part:
         sizes = self._place_shape
@@ -421,131 +459,36 @@ class Plan:
         return _Part((*firsts, *(0,) * others), (*counts, *(1,) * others), tuple(kept))
 
 
-class _Given:
-    """What radiates and where the field is asked for, as a request has it."""
+def _created(request: _library.Request, place: Place, drives: int) -> ctypes.c_void_p:
+    """Have the library make a plan, in a thread of its own where that may last."""
+    handle = ctypes.c_void_p()
+    names = {**NAMES, "sizes": place.name, "transform": place.name}
 
-    def __init__(self, source: Any, weights: Any, grid: Any, behind: bool) -> None:
-        self._behind = behind
-        self._source = source
-        if isinstance(source, Array):
-            self._rows = rows_of(source)
-            self._weights = _weights(source, weights)
-        elif isinstance(source, Piston):
-            if weights is not None:
-                raise TypeError("weights: go with an Array, not a Piston")
+    def create() -> None:
+        _library.call(_library.functions.plan_create, request, handle, names=names)
+
+    try:
+        if place.is_large or drives > 16:
+            interruptible(create)
         else:
-            raise TypeError(f"source: must be a Piston or an Array, not {type(source).__name__}")
-        self._place(grid)
-
-    def _place(self, grid: Any) -> None:
-        if isinstance(grid, Grid):
-            self.shape: tuple[int, ...] = grid.shape
-            origin, steps = grid.origin, grid.steps
-            if isinstance(self._source, Piston):
-                origin, steps = _placement.grid_before(self._source, grid, self._behind)
-            self._transform = np.eye(4)
-            self._transform[:3, :3] = steps
-            self._transform[:3, 3] = origin
-            self._points = None
-            return
-        if grid is None or isinstance(grid, (str, bytes)):
-            raise TypeError(f"grid: must be a Grid or an (N, 3) array, not {type(grid).__name__}")
-        points = _checks.points(grid, "points")
-        self.shape = (len(points),)
-        self._points = (
-            _placement.points_before(self._source, points, self._behind)
-            if isinstance(self._source, Piston)
-            else np.ascontiguousarray(points.T)
-        )
-
-    @property
-    def fields(self) -> int:
-        return 1 if isinstance(self._source, Piston) else math.prod(self._weights.shape[:-1])
-
-    @property
-    def has_weightings(self) -> bool:
-        return isinstance(self._source, Array) and self._weights.ndim == 2
-
-    @property
-    def is_large(self) -> bool:
-        """Whether it may take long to make a plan."""
-        points = 0 if self._points is None else self._points.shape[1]
-        elements = len(self._source) * self.fields if isinstance(self._source, Array) else 1
-        return points > _MANY or elements > 16
-
-    @property
-    def names(self) -> dict[str, str]:
-        place = "grid" if self._points is None else "points"
-        return {
-            "elements": "source",
-            "mode": "precision",
-            "sizes": place,
-            "transform": place,
-            "wavenumber": "frequency",
-            "weightings": "weights",
-        }
-
-    def fill(self, request: _library.Request) -> None:
-        # A piston's points have been looked at, with an allowance for rounding.
-        request.behind = self._behind or isinstance(self._source, Piston)
-        if isinstance(self._source, Piston):
-            request.width = self._source.width
-            request.height = self._source.height
-        else:
-            request.array = _library.address(self._rows)
-            request.elements = len(self._rows)
-            request.weights = _library.address(self._weights)
-            request.weightings = self.fields
-        if self._points is None:
-            request.transform[:] = self._transform.ravel().tolist()
-            request.sizes[:] = self.shape
-        else:
-            request.x, request.y, request.z = (_library.address(row) for row in self._points)
-            request.points = self.shape[0]
+            create()
+    except ValueError as refusal:
+        refuse(refusal)
+    return handle
 
 
-def _weights(array: Array, given: Any) -> npt.NDArray[np.complex128]:
-    """Read the weights: of one weighting, or a row for each of several."""
-    if given is None:
-        return array.weights
-    weights = _checks.complexes(given, "weights", "one for each element")
-    count = len(array)
-    if weights.ndim not in (1, 2) or weights.shape[-1] != count or weights.size == 0:
-        hint = ""
-        if weights.ndim == 2 and weights.shape[0] == count:
-            hint = "; give them transposed, weights.T"
-        raise ValueError(
-            f"weights: must be of the shape ({count},) or (M, {count}), a row for each of M "
-            f"weightings, not {weights.shape}{hint}"
-        )
-    return weights
-
-
-def _threads(given: Any) -> int:
-    if given is None:
-        return 0
-    threads = _checks.whole(given, "threads")
-    if not 1 <= threads <= _library.MOST_THREADS:
-        raise ValueError(
-            f"threads: must be a whole number from 1 to {_library.MOST_THREADS}, not {threads}"
-        )
-    return threads
+def _scale(values: npt.NDArray[Any], unit: complex) -> None:
+    """Multiply values; infinite ones by a real number stay what they are."""
+    if isinstance(unit, complex):
+        np.multiply(values, unit, out=values)
+        return
+    for part in (values.real, values.imag):
+        np.multiply(part, unit, out=part)
 
 
 def _require_addressable(shape: tuple[int, ...]) -> None:
     if 16 * math.prod(shape) > sys.maxsize:
         raise MemoryError(f"grid: the {math.prod(shape)} values have no place in memory")
-
-
-def _refuse(refusal: ValueError) -> NoReturn:
-    """Raise a refusal of the library in the words of the package."""
-    text = str(refusal)
-    if " lies behind " in text:
-        _, _, said = text.partition(": ")
-        raise ValueError(f"behind: {said}, where there is no field") from None
-    if "wavelengths" in text:
-        text += "; lengths are in m, the speed in m/s, the frequency in Hz"
-    raise ValueError(text) from None
 
 
 def _common_step(sizes: tuple[int, ...], strides: tuple[int, ...], itemsize: int) -> int | None:

@@ -11,9 +11,9 @@ import numpy as np
 import numpy.typing as npt
 
 from . import _checks
-from ._array import Array, corners_of
+from ._array import Array, faces_of
+from ._flat import Flat
 from ._grid import Grid, checked
-from ._piston import Piston
 
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
@@ -22,7 +22,7 @@ _SCALES = {"MPa": 1e6, "kPa": 1e3, "Pa": 1.0}
 
 
 def plot(
-    what: npt.ArrayLike | Piston | Array,
+    what: npt.ArrayLike | Flat | Array,
     grid: Grid | None = None,
     *,
     at: Mapping[str, float] | None = None,
@@ -37,7 +37,7 @@ def plot(
 
     Parameters
     ----------
-    what : array_like, Piston or Array
+    what : array_like, Piston, Disc, Ring, Sector, Polygon or Array
         The pressure in Pa on a grid, or what radiates.
     grid : Grid, optional
         Of a pressure: the grid that it was computed on, aligned with the axes.
@@ -74,7 +74,7 @@ def plot(
         from matplotlib import pyplot
     except ImportError as failure:
         raise ImportError("plot takes Matplotlib: pip install matplotlib") from failure
-    if isinstance(what, (Piston, Array)):
+    if isinstance(what, (Flat, Array)):
         if grid is not None:
             raise TypeError("grid: goes with a pressure, not with what radiates")
         array = what if isinstance(what, Array) else Array([what])
@@ -181,17 +181,20 @@ def _draw_profile(
 
 def _draw_array(array: Array, ax: Any, pyplot: Any) -> Axes:
     from matplotlib.ticker import MaxNLocator
-    from mpl_toolkits.mplot3d.art3d import Poly3DCollection
+    from mpl_toolkits.mplot3d.art3d import Line3DCollection, Poly3DCollection
 
-    corners = 1e3 * corners_of(array)
+    faces = [[1e3 * rim for rim in face] for face in faces_of(array)]
     if ax is None:
         ax = pyplot.figure(layout="constrained").add_subplot(projection="3d")
     if not hasattr(ax, "set_zlim"):
         raise ValueError("ax: an array takes axes in three dimensions, projection='3d'")
-    ax.add_collection3d(
-        Poly3DCollection(corners, facecolor="tab:blue", edgecolor="black", linewidth=0.3, alpha=0.8)
-    )
-    least, most = corners.min(axis=(0, 1)), corners.max(axis=(0, 1))
+    for face in faces:
+        ax.add_collection3d(Poly3DCollection(_filled(face), facecolor="tab:blue", alpha=0.8))
+        for rim in face:
+            closed = np.concatenate([rim, rim[:, :1]], axis=1)
+            ax.add_collection3d(Line3DCollection(closed, color="black", linewidth=0.3))
+    corners = np.concatenate([rim.reshape(-1, 3) for face in faces for rim in face])
+    least, most = corners.min(axis=0), corners.max(axis=0)
     margin = 0.05 * (most - least).max()
     sides = most - least + 2 * margin
     ax.set_box_aspect(sides)
@@ -202,3 +205,11 @@ def _draw_array(array: Array, ax: Any, pyplot: Any) -> Axes:
         # Numbers have room along a side that is long.
         axis.set_major_locator(MaxNLocator(max(1, round(6 * sides[i] / sides.max()))))
     return ax  # type: ignore[no-any-return]
+
+
+def _filled(face: list[npt.NDArray[np.float64]]) -> npt.NDArray[np.float64]:
+    """Give polygons whose way goes from the first rim to each of the others and back."""
+    way = [face[0], face[0][:, :1]]
+    for hole in face[1:]:
+        way += [hole, hole[:, :1], face[0][:, :1]]
+    return np.concatenate(way, axis=1)

@@ -168,9 +168,9 @@ def read(
         name = os.fspath(file)
     except TypeError:
         raise TypeError(f"file: must be a path, not {type(file).__name__}") from None
-    factor = _medium.pascal(
-        _medium.checked(medium), _checks.positive(velocity, "velocity", "a velocity in m/s")
-    )
+    speed = _checks.positive(velocity, "velocity", "a velocity in m/s")
+    _medium.checked(medium)
+    factor = 0.0 if frequency is None else _medium.pascal(medium, frequency, speed)
     opened = h5py.File(name, "r")
     try:
         _require_field(opened, name)
