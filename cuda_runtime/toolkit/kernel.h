@@ -96,8 +96,8 @@ __device__ inline double sum(double a, double b) { return __dadd_rn(a, b); }
 __device__ inline float absolute(float v) { return fabsf(v); }
 __device__ inline double absolute(double v) { return fabs(v); }
 
-// Single precision: correctly rounded square root, fast approximate reciprocal. Neither has a branch
-// for squared distances that are subnormal or zero: no pressure is finite there.
+// Single precision: correctly rounded square root, fast approximate reciprocal. Neither has a
+// branch for squared distances that are subnormal or zero: no pressure is finite there.
 
 /// Of a number from 2^-101 on; below the result may be the next number, and of 0 it is none.
 __device__ inline float squareRoot(float v) {
