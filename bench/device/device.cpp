@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <iostream>
 #include <limits>
 #include <numbers>
@@ -190,15 +191,14 @@ void measureCalls(std::int64_t most) {
         const double copy = copyTime(points);
         std::printf("%10lld %14.1f %14.1f %14.1f %14.1f\n", static_cast<long long>(points),
                     single / 1e3, twice / 1e3, processor / 1e3, copy / 1e3);
-        static_cast<void>(std::fflush(stdout));
         if (!breakEven && single < processor) breakEven = points;
     }
     if (breakEven)
         std::printf(
-            "break-even: the device takes less time than the processor from %lld points on\n\n",
+            "break-even: the device takes less time than the processor from %lld points on\n",
             static_cast<long long>(*breakEven));
     else
-        std::printf("break-even: none, the processor takes less time at any number of points\n\n");
+        std::printf("break-even: none, the processor takes less time at any number of points\n");
 }
 
 void measureArray(std::int64_t points) {
@@ -216,7 +216,7 @@ void measureArray(std::int64_t points) {
     const double time = leastTime(2, [&] {
         plan.compute(plan.request().lattice.box(), pistonfield::interleaved(values.data()));
     });
-    std::printf("array of %d elements, %lld points, %s: %.4f ns for a point and an element\n",
+    std::printf("array of %d elements, %lld points, %s: %.4f ns for a point and an element\n\n",
                 side * side, static_cast<long long>(points), plan.engine().data(),
                 time / (static_cast<double>(points) * side * side));
 }
@@ -236,6 +236,8 @@ std::int64_t mostPoints(int count, char** arguments) {
 
 int main(int count, char** arguments) {
     try {
+        // What is done is told, also where the time is up in the middle.
+        static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ));
         const std::int64_t most = mostPoints(count, arguments);
         nameDevice();
         measureContext();
@@ -243,8 +245,8 @@ int main(int count, char** arguments) {
         measureKernel<float, Complex>("single", singlePistonModule(), ofKernel);
         measureKernel<double, Complexd>("double", doublePistonModule(), ofKernel);
         std::printf("\n");
-        measureCalls(most);
         measureArray(std::min<std::int64_t>(most, 1'000'000));
+        measureCalls(most);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "device_bench: %s\n", error.what());
         return 1;

@@ -14,8 +14,6 @@ namespace {
 
 }  // namespace
 
-HeldDevices::~HeldDevices() { static_cast<void>(letGo()); }
-
 ::cudaError_t HeldDevices::join(int device, CUcontext& context) {
     const std::lock_guard lock(mutex);
     const auto [held, isNew] = devices.insert(device);

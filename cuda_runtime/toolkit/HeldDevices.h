@@ -20,7 +20,7 @@ class HeldDevices {
     HeldDevices() = default;
     HeldDevices(const HeldDevices&) = delete;
     HeldDevices& operator=(const HeldDevices&) = delete;
-    ~HeldDevices();
+    ~HeldDevices() = default;
 
     /// A unit of work begins on a device.
     /// @param context the device's primary context

@@ -2,12 +2,17 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "cuda_runtime/toolkit/Process.h"
 
+#include <unistd.h>
+
 namespace cuda_runtime::toolkit {
 
-Process::Process() : constants(theConstants()) {}
+Process::Process() : constants(theConstants()), maker(getpid()) {}
 
 Process::~Process() {
+    // In a forked child the driver works no more, and what is held is the parent's.
+    if (getpid() != maker) return;
     while (!units.empty()) static_cast<void>(end(units.front()));
+    static_cast<void>(letGo());
 }
 
 ::cudaError_t Process::begin(int device, UnitOfWork*& unit) {

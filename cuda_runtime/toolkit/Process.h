@@ -4,6 +4,8 @@
 
 #include <cuda_runtime_api.h>
 
+#include <sys/types.h>
+
 #include <list>
 #include <mutex>
 
@@ -19,7 +21,8 @@ class Process {
     Process();
     Process(const Process&) = delete;
     Process& operator=(const Process&) = delete;
-    /// Ends the units of work whose threads did not.
+    /// Ends the units of work whose threads did not, and lets go of the devices. A forked child
+    /// leaves both to its parent.
     ~Process();
 
     /// Begins a unit of work of the calling thread; on failure `unit` is null.
@@ -31,6 +34,7 @@ class Process {
 
   private:
     Constants& constants;
+    pid_t maker;
     HeldDevices held;
     std::mutex mutex;
     std::list<UnitOfWork> units;

@@ -4,6 +4,8 @@
 // What a thread leaves on a device that it shares with the rest of the process: the calls of the
 // driver in their order, the memory and the constants, over a substitute for the CUDA runtime.
 #include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -198,22 +200,34 @@ TEST_F(UnitsOfWorkTest, GoOnWhenTheModuleLetsGoOfTheDevices) {
     EXPECT_EQ(primary().holders, 0);
 }
 
+/// Ends the process after some memory was allocated, and tells what is left then.
+void leave(bool inForkedChild) {
+    substituteRuntime() = {};
+    static_cast<void>(std::atexit([] {
+        const SubstituteRuntime::Primary& primary = substituteRuntime().primary;
+        std::cerr << "holders " << primary.holders << ", calls "
+                  << std::count(substituteRuntime().calls.begin(), substituteRuntime().calls.end(),
+                                "cudaFree");
+    }));
+    void* address = nullptr;
+    static_cast<void>(cudaMalloc(&address, 4));
+    if (inForkedChild && fork() != 0) {
+        int status = 0;
+        static_cast<void>(wait(&status));
+        std::_Exit(WEXITSTATUS(status));
+    }
+    std::exit(0);
+}
+
 // At the end of the process as when the module is unloaded.
 TEST(UnitsOfWorkDeathTest, EndWhenTheModuleGoes) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto leave = [] {
-        substituteRuntime() = {};
-        static_cast<void>(std::atexit([] {
-            const SubstituteRuntime::Primary& primary = substituteRuntime().primary;
-            std::cerr << "holders " << primary.holders << ", calls "
-                      << std::count(substituteRuntime().calls.begin(),
-                                    substituteRuntime().calls.end(), "cudaFree");
-        }));
-        void* address = nullptr;
-        static_cast<void>(cudaMalloc(&address, 4));
-        std::exit(0);
-    };
-    EXPECT_EXIT(leave(), testing::ExitedWithCode(0), "holders 0, calls 1");
+    EXPECT_EXIT(leave(false), testing::ExitedWithCode(0), "holders 0, calls 1");
+}
+
+TEST(UnitsOfWorkDeathTest, AreLeftToTheParentByAForkedChild) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(leave(true), testing::ExitedWithCode(0), "holders 2, calls 0");
 }
 
 }  // namespace

@@ -88,7 +88,7 @@ printf '#!/bin/sh\necho "checked: $*"\n' >bin/compute-sanitizer
 chmod +x bin/compute-sanitizer
 expect 0 packed/on_device.sh run
 for line in '^GPU       a GPU, 580.1$' '^racecheck +passed ' 'checked: --tool memcheck --error-exitcode 1 ' \
-    '^bench +passed ' 'device_bench, called with 100000000$'; do
+    '^bench +passed ' 'device_bench, called with 1000000000$'; do
     says "$line" packed/summary.txt
 done
 
