@@ -80,8 +80,8 @@ cudaError_t cudaLaunch(const void* entry);
 cudaError_t cudaThreadSynchronize();
 
 /// Ends the calling thread's context: its memory and its pending work are gone, and the constants
-/// that it wrote last are zero. Over the toolkit that is what the thread did through this interface;
-/// the device's primary context, which the whole process shares, goes on.
+/// that it wrote last are zero. Over the toolkit that is what the thread did through this
+/// interface; the device's primary context, which the whole process shares, goes on.
 cudaError_t cudaThreadExit();
 
 /// Lets go of what stays on the devices between contexts so that the next one is ready sooner:

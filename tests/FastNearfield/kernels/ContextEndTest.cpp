@@ -51,10 +51,12 @@ TYPED_TEST(ContextEndTest, TakesTheMemory) {
     EXPECT_NE(this->copyFrom(address), cudaSuccess);
 }
 
-TYPED_TEST(ContextEndTest, TakesPendingWorkAndALaunchThatHasNotBegun) {
+TYPED_TEST(ContextEndTest, TakesALaunchThatHasNotBegun) {
     EXPECT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
     EXPECT_EQ(cudaThreadExit(), cudaSuccess);
     EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_EQ(cudaLaunch(TypeParam::module().calculate.address()), cudaErrorMissingConfiguration);
+    EXPECT_EQ(cudaGetLastError(), cudaErrorMissingConfiguration);
     EXPECT_EQ(cudaThreadSynchronize(), cudaSuccess);
 }
 
