@@ -79,11 +79,19 @@ cudaError_t cudaLaunch(const void* entry);
 /// Waits for the device.
 cudaError_t cudaThreadSynchronize();
 
-/// Ends the context that this interface made for the calling thread, with all memory in it.
+/// Ends the calling thread's context: its memory and its pending work are gone, and the constants
+/// that it wrote last are zero. Over the toolkit that is what the thread did through this
+/// interface; the device's primary context, which the whole process shares, goes on.
 cudaError_t cudaThreadExit();
 
-/// The last failure, cleared by reading it: one of this interface, else one that another caller of
-/// the installed runtime left pending.
+/// Lets go of what stays on the devices between contexts so that the next one is ready sooner:
+/// primary contexts over the toolkit, nothing on the emulation device. Contexts that are in use go
+/// on, and the module does the same when it is unloaded.
+/// @return the first failure
+cudaError_t letGoOfDevices();
+
+/// The last failure through this interface, cleared by reading it. What other callers of an
+/// installed runtime left pending is theirs.
 cudaError_t cudaGetLastError();
 const char* cudaGetErrorString(cudaError_t status);
 

@@ -96,13 +96,20 @@ __device__ inline double sum(double a, double b) { return __dadd_rn(a, b); }
 __device__ inline float absolute(float v) { return fabsf(v); }
 __device__ inline double absolute(double v) { return fabs(v); }
 
-// Single precision: correctly rounded square root, fast approximate reciprocal.
+// Single precision: correctly rounded square root, fast approximate reciprocal. Neither has a
+// branch for squared distances that are subnormal or zero: no pressure is finite there.
 
-__device__ inline float squareRoot(float v) { return __fsqrt_rn(v); }
+/// Of a number from 2^-101 on; below the result may be the next number, and of 0 it is none.
+__device__ inline float squareRoot(float v) {
+    float inverse;
+    asm("rsqrt.approx.ftz.f32 %0, %1;" : "=f"(inverse) : "f"(v));
+    const float root = __fmul_rn(v, inverse);
+    return __fmaf_rn(__fmaf_rn(-root, root, v), __fmul_rn(0.5F, inverse), root);
+}
 
 __device__ inline float reciprocal(float v) {
     float result;
-    asm("rcp.approx.f32 %0, %1;" : "=f"(result) : "f"(v));
+    asm("rcp.approx.ftz.f32 %0, %1;" : "=f"(result) : "f"(v));
     return result;
 }
 
@@ -128,7 +135,7 @@ __device__ inline SineAndCosine<float> sinCos(ReducedAngle<float> angle) {
 
 __device__ inline double squareRoot(double v) {
     float result;
-    asm("sqrt.approx.f32 %0, %1;" : "=f"(result) : "f"(static_cast<float>(v)));
+    asm("sqrt.approx.ftz.f32 %0, %1;" : "=f"(result) : "f"(static_cast<float>(v)));
     return result;
 }
 

@@ -5,23 +5,25 @@
 #include <cuda_runtime_api.h>
 
 #include <algorithm>
-#include <map>
 #include <optional>
-#include <string>
 #include <utility>
 
 #include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/PendingCall.h"
-#include "cuda_runtime/toolkit/OwnContext.h"
+#include "cuda_runtime/toolkit/Process.h"
 
 namespace cuda_runtime {
 
 namespace {
 
-/// What the classic runtime kept for the calling thread.
+using toolkit::process;
+using toolkit::UnitOfWork;
+
+/// What the classic runtime kept for the calling thread. Without a destructor, which would keep the
+/// module loaded until the thread ends.
 struct ThreadState {
     int device = 0;
-    toolkit::OwnContext context;
+    UnitOfWork* unit = nullptr;
     std::optional<PendingCall> pending;
     // Of this interface alone: the last error of the installed runtime is the whole process's.
     cudaError_t lastError = cudaSuccess;
@@ -30,11 +32,6 @@ struct ThreadState {
 ThreadState& state() {
     thread_local ThreadState instance;
     return instance;
-}
-
-std::map<std::string, ConstantSymbol>& constantRegistry() {
-    static std::map<std::string, ConstantSymbol> registry;
-    return registry;
 }
 
 cudaError_t remember(::cudaError_t status) {
@@ -54,17 +51,21 @@ cudaError_t remembered(Calls calls) {
     return remember(status);
 }
 
-/// Carries an operation out in the module's own context.
+/// Carries work out for the calling thread's unit of work, which begins where there is none.
+template <class Work>
+cudaError_t inUnit(Work work) {
+    return remembered([&work] {
+        UnitOfWork*& unit = state().unit;
+        const ::cudaError_t begun =
+            unit != nullptr ? ::cudaSuccess : process().begin(state().device, unit);
+        return begun != ::cudaSuccess ? begun : work(*unit);
+    });
+}
+
+/// Carries an operation out in the device's context.
 template <class Operation>
 cudaError_t inContext(Operation operation) {
-    return remembered([&] {
-        toolkit::OwnContext& context = state().context;
-        const ::cudaError_t entered = context.enter(state().device);
-        if (entered != ::cudaSuccess) return entered;
-        const ::cudaError_t status = operation();
-        const ::cudaError_t left = context.leave();
-        return status != ::cudaSuccess ? status : left;
-    });
+    return inUnit([&operation](UnitOfWork& unit) { return unit.carryOut(operation); });
 }
 
 ::cudaError_t propertiesOf(int device, cudaDeviceProp& properties) {
@@ -83,18 +84,9 @@ cudaError_t inContext(Operation operation) {
     const ::cudaError_t status = ::cudaGetDeviceCount(&count);
     if (status != ::cudaSuccess) return status;
     if (device < 0 || device >= count) return ::cudaErrorInvalidDevice;
-    if (state().context.exists() && device != state().device) return ::cudaErrorSetOnActiveProcess;
+    if (state().unit != nullptr && device != state().device) return ::cudaErrorSetOnActiveProcess;
     state().device = device;
     return ::cudaSuccess;
-}
-
-/// Without a device or a working driver every call of the runtime gives one and the same error,
-/// asking for the last one too: nobody has left it pending.
-bool runtimeWorks() {
-    int count = 0;
-    const bool works = ::cudaGetDeviceCount(&count) == ::cudaSuccess;
-    if (!works) static_cast<void>(::cudaGetLastError());
-    return works;
 }
 
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
@@ -115,11 +107,11 @@ cudaError_t cudaSetDevice(int device) {
 }
 
 cudaError_t cudaMalloc(void** address, std::size_t bytes) {
-    return inContext([=] { return ::cudaMalloc(address, bytes); });
+    return inUnit([=](UnitOfWork& unit) { return unit.allocate(address, bytes); });
 }
 
 cudaError_t cudaFree(void* address) {
-    return inContext([=] { return ::cudaFree(address); });
+    return inUnit([=](UnitOfWork& unit) { return unit.free(address); });
 }
 
 cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
@@ -129,11 +121,9 @@ cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpy
 
 cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind kind) {
-    return inContext([=] {
-        const auto found = constantRegistry().find(name);
-        if (found == constantRegistry().end()) return ::cudaErrorInvalidSymbol;
-        return ::cudaMemcpyToSymbol(found->second.symbol, from, bytes, offset,
-                                    static_cast<::cudaMemcpyKind>(kind));
+    return inUnit([=](UnitOfWork& unit) {
+        return toolkit::theConstants().write(unit, name, from, bytes, offset,
+                                             static_cast<::cudaMemcpyKind>(kind));
     });
 }
 
@@ -163,16 +153,15 @@ cudaError_t cudaThreadSynchronize() {
 
 cudaError_t cudaThreadExit() {
     state().pending.reset();
-    return remembered([] { return state().context.end(); });
+    UnitOfWork* const unit = std::exchange(state().unit, nullptr);
+    if (unit == nullptr) return cudaSuccess;
+    return remembered([unit] { return process().end(*unit); });
 }
 
-cudaError_t cudaGetLastError() {
-    const cudaError_t own = std::exchange(state().lastError, cudaSuccess);
-    const auto others = static_cast<cudaError_t>(::cudaPeekAtLastError());
-    if (own != cudaSuccess && own != others) return own;  // what another caller left is the next
-    static_cast<void>(::cudaGetLastError());
-    if (own != cudaSuccess) return own;
-    return others == cudaSuccess || runtimeWorks() ? others : cudaSuccess;
+cudaError_t cudaGetLastError() { return std::exchange(state().lastError, cudaSuccess); }
+
+cudaError_t letGoOfDevices() {
+    return remembered([] { return process().letGo(); });
 }
 
 const char* cudaGetErrorString(cudaError_t status) {
@@ -182,12 +171,11 @@ const char* cudaGetErrorString(cudaError_t status) {
 // The compiler's own code registers the kernels.
 DeviceModule::DeviceModule(std::span<const void* const>, std::span<const ConstantSymbol> constants)
     : constants(constants) {
-    for (const ConstantSymbol& symbol : constants)
-        constantRegistry().insert_or_assign(symbol.name, symbol);
+    for (const ConstantSymbol& symbol : constants) toolkit::theConstants().add(symbol);
 }
 
 DeviceModule::~DeviceModule() {
-    for (const ConstantSymbol& symbol : constants) constantRegistry().erase(symbol.name);
+    for (const ConstantSymbol& symbol : constants) toolkit::theConstants().remove(symbol);
 }
 
 }  // namespace cuda_runtime

@@ -5,6 +5,7 @@
 // nothing current, and works again when the driver does.
 #include <gmock/gmock.h>
 
+#include <array>
 #include <functional>
 #include <string>
 #include <vector>
@@ -21,9 +22,14 @@ using cuda_runtime::cudaError_t;
 using cuda_runtime::cudaErrorLaunchFailure;
 using cuda_runtime::cudaErrorMemoryAllocation;
 using cuda_runtime::cudaSuccess;
+using cuda_runtime::cudaThreadExit;
 using testing::IsEmpty;
 
 constexpr auto newerDriverNeeded = static_cast<cudaError_t>(36);
+
+/// What a first operation asks of the driver before it can begin.
+constexpr std::array<const char*, 3> beginnings{"cuInit", "cuDeviceGet",
+                                                "cuDevicePrimaryCtxRetain"};
 
 class ContextFailuresTest : public testing::Test {
   protected:
@@ -31,7 +37,8 @@ class ContextFailuresTest : public testing::Test {
 
     void TearDown() override {
         substituteRuntime().failing.clear();
-        EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
+        EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+        EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
         static_cast<void>(cuda_runtime::cudaGetLastError());
     }
 
@@ -45,28 +52,40 @@ class ContextFailuresTest : public testing::Test {
         substituteRuntime().failing.clear();
         substituteRuntime().missing.clear();
         EXPECT_EQ(work(), cudaSuccess);
-        EXPECT_THAT(contexts().current, IsEmpty());
-        EXPECT_EQ(contexts().live.size(), 1U);
+        EXPECT_THAT(substituteRuntime().current, IsEmpty());
+        EXPECT_EQ(primary().holders, 2);
     }
 
-    static const SubstituteRuntime::Contexts& contexts() { return substituteRuntime().contexts; }
+    static const SubstituteRuntime::Primary& primary() { return substituteRuntime().primary; }
 };
 
-TEST_F(ContextFailuresTest, ToCreateAContextAreReportedAndLeaveNone) {
-    for (const char* function : {"cuInit", "cuDeviceGet", "cuCtxCreate"}) {
-        substituteRuntime() = {};
+TEST_F(ContextFailuresTest, ToHoldTheContextAreReportedAndLeaveNone) {
+    for (const char* function : beginnings) {
         fail(function);
         for (int attempt = 0; attempt < 3; ++attempt) {
             EXPECT_EQ(work(), cudaErrorMemoryAllocation) << function;
             EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorMemoryAllocation);
             EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaSuccess);
         }
-        EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
-        EXPECT_THAT(contexts().live, IsEmpty());
+        EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+        EXPECT_EQ(primary().holders, 0);
         expectWorks();
-        EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
-        EXPECT_THAT(contexts().live, IsEmpty());
+        EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+        EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
+        EXPECT_EQ(primary().holders, 0);
     }
+}
+
+TEST_F(ContextFailuresTest, ToHoldAContextThatIsHeldAlreadyLeaveThatAlone) {
+    EXPECT_EQ(work(), cudaSuccess);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    for (const char* function : beginnings) {
+        fail(function);
+        EXPECT_EQ(work(), cudaErrorMemoryAllocation) << function;
+        EXPECT_EQ(primary().holders, 1);
+    }
+    expectWorks();
+    EXPECT_EQ(primary().made, 1);
 }
 
 TEST_F(ContextFailuresTest, ToEnterTheContextAreReportedAndLeaveIt) {
@@ -74,26 +93,22 @@ TEST_F(ContextFailuresTest, ToEnterTheContextAreReportedAndLeaveIt) {
     fail("cuCtxPushCurrent");
     EXPECT_EQ(work(), cudaErrorMemoryAllocation);
     expectWorks();
-    EXPECT_EQ(contexts().created, 1);
+    EXPECT_EQ(primary().made, 1);
 }
 
 TEST_F(ContextFailuresTest, ToLeaveTheContextAreReported) {
     fail("cuCtxPopCurrent");
     EXPECT_EQ(work(), cudaErrorMemoryAllocation);
-    EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
-    EXPECT_THAT(contexts().live, IsEmpty());
-    EXPECT_THAT(contexts().current, IsEmpty());
-    expectWorks();
+    EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorMemoryAllocation);
 }
 
-TEST_F(ContextFailuresTest, ToEndTheContextAreReportedOnceAndTheNextContextIsNew) {
+TEST_F(ContextFailuresTest, ToLetGoOfTheContextAreReported) {
     EXPECT_EQ(work(), cudaSuccess);
-    fail("cuCtxDestroy");
-    EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaErrorMemoryAllocation);
-    EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
-    substituteRuntime().failing.clear();
-    EXPECT_EQ(work(), cudaSuccess);
-    EXPECT_EQ(contexts().created, 2);
+    fail("cuDevicePrimaryCtxRelease");
+    EXPECT_EQ(cudaThreadExit(), cudaErrorMemoryAllocation);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaErrorMemoryAllocation);
+    EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
 }
 
 TEST_F(ContextFailuresTest, OfAnyOperationAreReportedAndLeaveNothingCurrent) {
@@ -101,7 +116,7 @@ TEST_F(ContextFailuresTest, OfAnyOperationAreReportedAndLeaveNothingCurrent) {
     int value = 0;
     void* address = nullptr;
     const std::vector<std::function<cudaError_t()>> operations{
-        [&] { return cudaMalloc(&address, 4); }, [&] { return cudaFree(address); },
+        [&] { return cudaMalloc(&address, 4); }, [&] { return cudaFree(nullptr); },
         [&] { return cudaMemcpy(&value, &value, 4, cudaMemcpyHostToDevice); },
         [&] {
             static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
@@ -113,14 +128,14 @@ TEST_F(ContextFailuresTest, OfAnyOperationAreReportedAndLeaveNothingCurrent) {
         substituteRuntime().operationsFail = true;
         EXPECT_EQ(operation(), cudaErrorLaunchFailure);
         EXPECT_EQ(cudaGetLastError(), cudaErrorLaunchFailure);
-        EXPECT_THAT(contexts().current, IsEmpty());
+        EXPECT_THAT(substituteRuntime().current, IsEmpty());
         substituteRuntime().operationsFail = false;
         expectWorks();
     }
 }
 
 TEST_F(ContextFailuresTest, ForWantOfAFunctionNameTheOldDriver) {
-    for (const char* function : {"cuInit", "cuDeviceGet", "cuCtxCreate"}) {
+    for (const char* function : beginnings) {
         substituteRuntime().missing = {function};
         EXPECT_EQ(work(), newerDriverNeeded) << function;
     }
@@ -128,7 +143,7 @@ TEST_F(ContextFailuresTest, ForWantOfAFunctionNameTheOldDriver) {
 }
 
 TEST_F(ContextFailuresTest, AreReportedWhenTheDeviceIsBroughtUp) {
-    for (const char* function : {"cuInit", "cuDeviceGet", "cuCtxCreate"}) {
+    for (const char* function : beginnings) {
         fail(function);
         const RecordedFailures failures(AfterFailure::throws);
         const Printed printed = captured([] { EXPECT_THROW(CudaDeviceThread device, Failure); });
@@ -136,7 +151,7 @@ TEST_F(ContextFailuresTest, AreReportedWhenTheDeviceIsBroughtUp) {
                     testing::ElementsAre(Failure{"status 2", 16, "core/cuda_init"}));
         EXPECT_EQ(printed.err,
                   "Cuda error: post cuda_init() in file 'core/cuda_init' in line 16 : status 2.\n");
-        EXPECT_THAT(contexts().live, IsEmpty());
+        EXPECT_EQ(primary().holders, 0);
     }
     expectWorks();
 }

@@ -28,10 +28,11 @@ class PendingErrorsTest : public testing::Test {
     void SetUp() override { substituteRuntime() = {}; }
 
     void TearDown() override {
-        const SubstituteRuntime::Contexts contexts = substituteRuntime().contexts;
+        const SubstituteRuntime::Primary primary = substituteRuntime().primary;
         substituteRuntime() = {};
-        substituteRuntime().contexts = contexts;
+        substituteRuntime().primary = primary;
         EXPECT_EQ(cuda_runtime::cudaThreadExit(), cudaSuccess);
+        EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
         static_cast<void>(cuda_runtime::cudaGetLastError());
     }
 
@@ -47,17 +48,16 @@ class PendingErrorsTest : public testing::Test {
     }
 };
 
-TEST_F(PendingErrorsTest, OfAnotherCallerAreReportedOnceByTheCheckAtAFunctionsEntry) {
+TEST_F(PendingErrorsTest, OfAnotherCallerAreNotThoseOfTheChecksHere) {
     leavePending(cudaErrorInvalidDevicePointer);
     const RecordedFailures failures(AfterFailure::returns);
     const Printed printed = captured([] {
         checkPending("pre do_calculate", "a/unit", 17);
         checkPending("calculate", "a/unit", 18);
     });
-    EXPECT_THAT(failures.failures, ElementsAre(Failure{"status 17", 17, "a/unit"}));
-    EXPECT_EQ(printed.err,
-              "Cuda error: pre do_calculate in file 'a/unit' in line 17 : status 17.\n");
-    EXPECT_EQ(pending(), cudaSuccess);
+    EXPECT_THAT(failures.failures, IsEmpty());
+    EXPECT_EQ(printed.err, "");
+    EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
 }
 
 TEST_F(PendingErrorsTest, OfAnotherCallerStayWhenOperationsSucceed) {
@@ -74,8 +74,9 @@ TEST_F(PendingErrorsTest, OfAnotherCallerOutliveAFailureOfTheModulesOwn) {
     EXPECT_EQ(work(), cudaErrorMemoryAllocation);
     EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorMemoryAllocation);
-    EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorInvalidDevicePointer);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaSuccess);
+    EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
+    substituteRuntime().failing.clear();
 }
 
 TEST_F(PendingErrorsTest, OfAnotherCallerOutliveALaunchThatIsNotConfigured) {
@@ -93,7 +94,7 @@ TEST_F(PendingErrorsTest, OfAnotherCallerAreNotClearedByAFailureInTheRuntime) {
     EXPECT_EQ(pending(), cudaErrorLaunchFailure);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorLaunchFailure);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaSuccess);
-    EXPECT_EQ(pending(), cudaSuccess);
+    EXPECT_EQ(pending(), cudaErrorLaunchFailure);
 }
 
 TEST_F(PendingErrorsTest, OfTheModuleAreNotThoseOfTheProcess) {
@@ -103,13 +104,23 @@ TEST_F(PendingErrorsTest, OfTheModuleAreNotThoseOfTheProcess) {
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorLaunchFailure);
 }
 
-TEST_F(PendingErrorsTest, FromBeforeAreClearedWhenTheDeviceIsBroughtUp) {
+TEST_F(PendingErrorsTest, OfAnotherCallerOutliveThatTheDeviceIsBroughtUpAndDown) {
     leavePending(cudaErrorInvalidDevicePointer);
     const RecordedFailures failures(AfterFailure::throws);
     const Printed printed = captured([] { const CudaDeviceThread device; });
     EXPECT_EQ(printed.err, "");
     EXPECT_THAT(failures.failures, IsEmpty());
-    EXPECT_EQ(pending(), cudaSuccess);
+    EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
+}
+
+TEST_F(PendingErrorsTest, OfThisModuleFromBeforeAreClearedWhenTheDeviceIsBroughtUp) {
+    substituteRuntime().operationsFail = true;
+    EXPECT_EQ(work(), cudaErrorLaunchFailure);
+    substituteRuntime().operationsFail = false;
+    const RecordedFailures failures(AfterFailure::throws);
+    const Printed printed = captured([] { const CudaDeviceThread device; });
+    EXPECT_EQ(printed.err, "");
+    EXPECT_THAT(failures.failures, IsEmpty());
 }
 
 TEST_F(PendingErrorsTest, FromBeforeDoNotHideThatThereIsNoDevice) {

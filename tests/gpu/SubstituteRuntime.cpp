@@ -4,7 +4,10 @@
 
 #include <cuda_runtime_api.h>
 
+#include <algorithm>
 #include <array>
+#include <cstring>
+#include <string_view>
 
 #include "core/cuda_init_kernel.h"
 
@@ -15,9 +18,12 @@ SubstituteRuntime& substituteRuntime() {
 
 const void* cuda_init_kernel_entry() { return &substituteRuntime(); }
 
+CUcontext SubstituteRuntime::handle() noexcept { return reinterpret_cast<CUcontext>(&primary); }
+
 namespace {
 
 CUresult outcomeOf(const char* function) {
+    substituteRuntime().calls.emplace_back(function);
     const auto found = substituteRuntime().failing.find(function);
     return found == substituteRuntime().failing.end() ? CUDA_SUCCESS : found->second;
 }
@@ -29,39 +35,39 @@ CUresult getDevice(CUdevice* device, int number) {
     return outcomeOf("cuDeviceGet");
 }
 
-CUresult createContext(CUcontext* context, unsigned /*flags*/, CUdevice /*device*/) {
-    if (const CUresult failure = outcomeOf("cuCtxCreate")) return failure;
-    auto& [created, live, current] = substituteRuntime().contexts;
-    static std::array<char, 100> addresses;
-    *context = reinterpret_cast<CUcontext>(&addresses.at(static_cast<std::size_t>(created++)));
-    live.insert(*context);
-    current.push_back(*context);
+CUresult retain(CUcontext* context, CUdevice /*device*/) {
+    if (const CUresult failure = outcomeOf("cuDevicePrimaryCtxRetain")) return failure;
+    SubstituteRuntime::Primary& primary = substituteRuntime().primary;
+    if (primary.holders++ == 0) ++primary.made;
+    *context = substituteRuntime().handle();
+    return CUDA_SUCCESS;
+}
+
+CUresult release(CUdevice /*device*/) {
+    if (const CUresult failure = outcomeOf("cuDevicePrimaryCtxRelease")) return failure;
+    SubstituteRuntime::Primary& primary = substituteRuntime().primary;
+    if (primary.holders == 0) return CUDA_ERROR_INVALID_CONTEXT;
+    if (--primary.holders > 0) return CUDA_SUCCESS;
+    const int made = primary.made;
+    primary = {};
+    primary.made = made;
     return CUDA_SUCCESS;
 }
 
 CUresult pushCurrent(CUcontext context) {
     if (const CUresult failure = outcomeOf("cuCtxPushCurrent")) return failure;
-    auto& contexts = substituteRuntime().contexts;
-    if (!contexts.live.contains(context)) return CUDA_ERROR_INVALID_CONTEXT;
-    contexts.current.push_back(context);
+    if (substituteRuntime().primary.holders == 0) return CUDA_ERROR_CONTEXT_IS_DESTROYED;
+    substituteRuntime().current.push_back(context);
     return CUDA_SUCCESS;
 }
 
 CUresult popCurrent(CUcontext* context) {
     if (const CUresult failure = outcomeOf("cuCtxPopCurrent")) return failure;
-    auto& current = substituteRuntime().contexts.current;
+    auto& current = substituteRuntime().current;
     if (current.empty()) return CUDA_ERROR_INVALID_CONTEXT;
     *context = current.back();
     current.pop_back();
     return CUDA_SUCCESS;
-}
-
-// A context that is current is destroyed as well, and is current no longer.
-CUresult destroyContext(CUcontext context) {
-    if (const CUresult failure = outcomeOf("cuCtxDestroy")) return failure;
-    auto& [created, live, current] = substituteRuntime().contexts;
-    std::erase(current, context);
-    return live.erase(context) == 1 ? CUDA_SUCCESS : CUDA_ERROR_INVALID_CONTEXT;
 }
 
 /// What a call of the runtime returns, and keeps as the last error where it is one.
@@ -72,8 +78,14 @@ cudaError_t ended(cudaError_t status) {
     return status;
 }
 
-cudaError_t operation() {
-    return ended(substituteRuntime().operationsFail ? cudaErrorLaunchFailure : cudaSuccess);
+/// Of an operation in the context that is current, which has to be the primary one.
+cudaError_t operation(const char* name) {
+    SubstituteRuntime& runtime = substituteRuntime();
+    runtime.calls.emplace_back(name);
+    if (runtime.current.empty() || runtime.current.back() != runtime.handle())
+        return ended(cudaErrorDeviceUninitialized);
+    const bool fails = runtime.operationsFail || runtime.primary.broken;
+    return ended(fails ? cudaErrorLaunchFailure : cudaSuccess);
 }
 
 }  // namespace
@@ -83,16 +95,23 @@ extern "C" {
 cudaError_t cudaGetDriverEntryPointByVersion(const char* symbol, void** function,
                                              unsigned /*version*/, unsigned long long /*flags*/,
                                              cudaDriverEntryPointQueryResult* outcome) {
-    static const std::map<std::string, void*> functions{
-        {"cuInit", reinterpret_cast<void*>(init)},
-        {"cuDeviceGet", reinterpret_cast<void*>(getDevice)},
-        {"cuCtxCreate", reinterpret_cast<void*>(createContext)},
-        {"cuCtxPushCurrent", reinterpret_cast<void*>(pushCurrent)},
-        {"cuCtxPopCurrent", reinterpret_cast<void*>(popCurrent)},
-        {"cuCtxDestroy", reinterpret_cast<void*>(destroyContext)}};
+    // Without a destructor: the module under test goes later.
+    struct Function {
+        std::string_view name;
+        void* address;
+    };
+    static const std::array<Function, 6> functions{
+        {{"cuInit", reinterpret_cast<void*>(init)},
+         {"cuDeviceGet", reinterpret_cast<void*>(getDevice)},
+         {"cuDevicePrimaryCtxRetain", reinterpret_cast<void*>(retain)},
+         {"cuDevicePrimaryCtxRelease", reinterpret_cast<void*>(release)},
+         {"cuCtxPushCurrent", reinterpret_cast<void*>(pushCurrent)},
+         {"cuCtxPopCurrent", reinterpret_cast<void*>(popCurrent)}}};
     if (!substituteRuntime().hasDriver) return ended(cudaErrorInsufficientDriver);
     const bool isThere = !substituteRuntime().missing.contains(symbol);
-    *function = isThere ? functions.at(symbol) : nullptr;
+    const auto* const found = std::find_if(functions.begin(), functions.end(),
+                                           [=](const Function& f) { return f.name == symbol; });
+    *function = isThere ? found->address : nullptr;
     *outcome = isThere ? cudaDriverEntryPointSuccess : cudaDriverEntryPointSymbolNotFound;
     return cudaSuccess;
 }
@@ -115,27 +134,48 @@ cudaError_t cudaDeviceGetAttribute(int* value, cudaDeviceAttr /*attribute*/, int
     return cudaSuccess;
 }
 
-cudaError_t cudaMalloc(void** /*address*/, std::size_t /*bytes*/) { return operation(); }
+cudaError_t cudaMalloc(void** address, std::size_t bytes) {
+    const cudaError_t status = operation("cudaMalloc");
+    if (status != cudaSuccess) return status;
+    static std::array<char, 1000> addresses;
+    static std::size_t used = 0;
+    *address = bytes == 0 ? nullptr : &addresses.at(used++);
+    if (bytes != 0) substituteRuntime().primary.memory.insert(*address);
+    return cudaSuccess;
+}
 
-cudaError_t cudaFree(void* /*address*/) { return operation(); }
+cudaError_t cudaFree(void* address) {
+    const cudaError_t status = operation("cudaFree");
+    if (status != cudaSuccess || address == nullptr) return status;
+    const bool wasThere = substituteRuntime().primary.memory.erase(address) == 1;
+    return ended(wasThere ? cudaSuccess : cudaErrorInvalidValue);
+}
 
 cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
                        cudaMemcpyKind /*kind*/) {
-    return operation();
+    return operation("cudaMemcpy");
 }
 
-cudaError_t cudaMemcpyToSymbol(const void* /*symbol*/, const void* /*from*/, std::size_t /*bytes*/,
-                               std::size_t /*offset*/, cudaMemcpyKind /*kind*/) {
-    return operation();
+cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t bytes,
+                               std::size_t offset, cudaMemcpyKind /*kind*/) {
+    const cudaError_t status = operation("cudaMemcpyToSymbol");
+    if (status != cudaSuccess) return status;
+    std::vector<std::byte>& constant = substituteRuntime().primary.constants[symbol];
+    constant.resize(std::max(constant.size(), offset + bytes));
+    std::memcpy(constant.data() + offset, from, bytes);
+    return cudaSuccess;
 }
 
 cudaError_t cudaLaunchKernel(const void* /*entry*/, dim3 /*grid*/, dim3 /*block*/,
                              void** /*arguments*/, std::size_t /*sharedBytes*/,
                              cudaStream_t /*stream*/) {
-    return operation();
+    const cudaError_t status = operation("cudaLaunchKernel");
+    if (status == cudaSuccess && substituteRuntime().kernelsFail)
+        substituteRuntime().primary.broken = true;
+    return status;
 }
 
-cudaError_t cudaDeviceSynchronize() { return operation(); }
+cudaError_t cudaDeviceSynchronize() { return operation("cudaDeviceSynchronize"); }
 
 cudaError_t cudaPeekAtLastError() {
     return ended(static_cast<cudaError_t>(substituteRuntime().lastError));

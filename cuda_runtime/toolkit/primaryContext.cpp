@@ -1,8 +1,6 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
-#include "cuda_runtime/toolkit/OwnContext.h"
-
-#include <utility>
+#include "cuda_runtime/toolkit/primaryContext.h"
 
 namespace cuda_runtime::toolkit {
 
@@ -28,40 +26,44 @@ template <class... Parameters, class... Arguments>
 // The functions' shapes at the versions asked for.
 using Init = CUresult (*)(unsigned);
 using GetDevice = CUresult (*)(CUdevice*, int);
-using CreateContext = CUresult (*)(CUcontext*, unsigned, CUdevice);
+using Retain = CUresult (*)(CUcontext*, CUdevice);
+using Release = CUresult (*)(CUdevice);
 using WithContext = CUresult (*)(CUcontext);
 using ToContext = CUresult (*)(CUcontext*);
 constexpr unsigned firstVersion = 2000;
-constexpr unsigned createVersion = 3020;
 constexpr unsigned contextVersion = 4000;
+constexpr unsigned retainVersion = 7000;
+constexpr unsigned releaseVersion = 11000;
+
+::cudaError_t handleOf(int device, CUdevice& handle) {
+    return callDriver("cuDeviceGet", firstVersion, GetDevice(), &handle, device);
+}
 
 }  // namespace
 
-::cudaError_t OwnContext::create(int device) {
+::cudaError_t retainPrimaryContext(int device, CUcontext& context) {
     CUdevice handle = 0;
     ::cudaError_t status = callDriver("cuInit", firstVersion, Init(), 0U);
+    if (status == ::cudaSuccess) status = handleOf(device, handle);
     if (status == ::cudaSuccess)
-        status = callDriver("cuDeviceGet", firstVersion, GetDevice(), &handle, device);
-    if (status == ::cudaSuccess)
-        status = callDriver("cuCtxCreate", createVersion, CreateContext(), &context, 0U, handle);
+        status = callDriver("cuDevicePrimaryCtxRetain", retainVersion, Retain(), &context, handle);
     return status;
 }
 
-::cudaError_t OwnContext::enter(int device) {
-    // A new context is current already.
-    if (context == nullptr) return create(device);
+::cudaError_t releasePrimaryContext(int device) {
+    CUdevice handle = 0;
+    const ::cudaError_t status = handleOf(device, handle);
+    if (status != ::cudaSuccess) return status;
+    return callDriver("cuDevicePrimaryCtxRelease", releaseVersion, Release(), handle);
+}
+
+::cudaError_t pushContext(CUcontext context) {
     return callDriver("cuCtxPushCurrent", contextVersion, WithContext(), context);
 }
 
-::cudaError_t OwnContext::leave() {
+::cudaError_t popContext() {
     CUcontext left = nullptr;
     return callDriver("cuCtxPopCurrent", contextVersion, ToContext(), &left);
-}
-
-::cudaError_t OwnContext::end() {
-    if (context == nullptr) return ::cudaSuccess;
-    return callDriver("cuCtxDestroy", contextVersion, WithContext(),
-                      std::exchange(context, nullptr));
 }
 
 }  // namespace cuda_runtime::toolkit
