@@ -34,15 +34,16 @@ std::optional<Accuracy> ArrayEngine<T>::accuracy() const {
 }
 
 template <class T>
-std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request) {
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared) {
     const auto terms = std::make_shared<const ArrayTerms>(request);
     if (isOnGpu(request.mode)) return makeDeviceSumEngine<T>(terms);
-    return fastestOf<T>(terms, std::shared_ptr<const ArrayEngine<T>>(makeSumEngine<T>(terms)));
+    return fastestOf<T>(terms,
+                        std::shared_ptr<const ArrayEngine<T>>(makeSumEngine<T>(terms, shared)));
 }
 
 template class ArrayEngine<float>;
 template class ArrayEngine<double>;
-template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&);
-template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&);
+template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&, SharedFaces*);
+template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&, SharedFaces*);
 
 }  // namespace pistonfield

@@ -132,7 +132,7 @@ function options = read_pulse_options(caller, given)
   if bySpectrum
     options.imaginary = imag(options.samples);
   end
-  options.medium = read_medium(caller, options);
+  options.medium = medium_of_pulse(caller, options);
   options.perSecond = options.(names{2});
   require_word(caller, 'precision', options.precision, {'double', 'single'});
   require_flag(caller, 'behind', options.behind);
@@ -150,7 +150,7 @@ function options = read_pulse_options(caller, given)
 end
 
 % The speed, the attenuation, the exponent and the frequency of dispersion.
-function medium = read_medium(caller, options)
+function medium = medium_of_pulse(caller, options)
   options.frequency = 1e6;  % any, as no losses are given for one alone
   options.nepers = [];
   wave = read_wave(caller, options);

@@ -3,17 +3,11 @@
 
 function physics = read_physics(caller, quantity, source, options)
   % physics = read_physics(caller, quantity, source, options): what the options of
-  % pistonfield_pressure say about the medium and the plane about a piston; a struct with
-  %   wavenumber   [rad/m], with the dispersion that was asked for
-  %   speed        of the phase [m/s]
-  %   dispersionFrequency  where that is the speed that was given [Hz]; empty without dispersion
-  %   attenuation  [Np/m]
-  %   baffle       'rigid', 'soft' or 'free'
+  % pistonfield_pressure say about the medium and the plane about a piston; the struct of read_medium
+  % with the fields
   %   quantity     'pressure', 'velocity' or 'intensity'
-  %   hasPower     whether the radiated power is known
   %   isPlain      whether this is a pressure before a rigid baffle without losses, of rectangles
-  physics = read_wave(caller, options);
-  physics.baffle = baffle_of(caller, options.baffle);
+  physics = read_medium(caller, options);
   physics.quantity = quantity;
   isShaped = isfield(source, 'outlines');
   reasons = {'attenuation', physics.attenuation > 0, 'losses are'
@@ -21,7 +15,6 @@ function physics = read_physics(caller, quantity, source, options)
              'quantity', ~strcmp(quantity, 'pressure'), ['the ', quantity, ' is']
              'piston', isShaped, 'other shapes than rectangles are'};
   reasons = reasons([reasons{:, 2}], :);
-  physics.hasPower = ~isShaped && strcmp(physics.baffle, 'rigid') && physics.attenuation == 0;
   physics.isPlain = isempty(reasons);
   if physics.isPlain
     return
@@ -32,17 +25,4 @@ function physics = read_physics(caller, quantity, source, options)
   require(strcmp(options.device, 'cpu'), caller, 'device', '%sdevice must be cpu', text);
   require(strcmp(options.precision, 'double'), caller, 'precision', ...
           '%sprecision must be double', text);
-  require(physics.hasPower || isempty(options.power), caller, 'power', ...
-          ['power goes with rectangles before a rigid baffle, without losses: give velocity ', ...
-           'instead']);
-end
-
-function baffle = baffle_of(caller, baffle)
-  if isempty(baffle)
-    baffle = 'rigid';
-  end
-  require(~strcmp(baffle, 'impedance'), caller, 'baffle', ...
-          ['a baffle of a given impedance is not computed: there are rigid, soft (without ', ...
-           'pressure) and free (none at all)']);
-  require_word(caller, 'baffle', baffle, {'rigid', 'soft', 'free'});
 end

@@ -151,6 +151,7 @@ TEST(Outline, ThatIsNotClosedIsRefused) {
 }
 
 TEST(Outline, WhoseEdgesCrossIsRefused) {
+    const auto refusal = [](const Outline& outline) { return ::refusal(outline).substr(0, 22); };
     const std::string crossing = "two of its edges cross";
     // Two edges of one loop; an edge through a corner; one that turns back; a corner on an edge.
     EXPECT_EQ(refusal(polygonOutline({{0, 0}, {3, 0}, {1, 2}, {2, 2}, {0, -1}})), crossing);
@@ -160,6 +161,54 @@ TEST(Outline, WhoseEdgesCrossIsRefused) {
     // A hole through the outer loop, and one with a common part of an edge.
     EXPECT_EQ(refusal(polygonOutline(square(1), {square(0.5, 1)})), crossing);
     EXPECT_EQ(refusal(polygonOutline(square(1), {square(0.5, 0.5)})), crossing);
+}
+
+/// A disc's loop elsewhere, as a hole's where the sweep is below 0.
+Loop circleAt(double x, double radius, double sweep) {
+    return {Arc{{x, 0}, radius, 0, sweep / 2}, Arc{{x, 0}, radius, sweep / 2, sweep / 2}};
+}
+
+TEST(Outline, WhoseArcsCrossIsRefusedByTheirEnds) {
+    // Two circles, and two arcs of the same one.
+    EXPECT_EQ(refusal({{circleAt(0, 1, 2 * pi), circleAt(0.8, 0.5, -2 * pi)}}),
+              "two of its edges cross: the arc between (1, 0) and (-1, 0), and the arc "
+              "between (0.3, 0) and (1.3, 0)");
+    const auto crosses = [](const Outline& outline) {
+        return refusal(outline).starts_with("two of its edges cross: ");
+    };
+    EXPECT_TRUE(crosses({{circleAt(0, 1, 2 * pi), circleAt(0, 1, 2 * pi)}}));
+    EXPECT_TRUE(
+        crosses({{sectorOutline(0, 1, 0, 2).loops[0], sectorOutline(0, 1, 1, 2).loops[0]}}));
+    // A rectangle whose upper edge is an arc that sags through the lower one, or ends above it.
+    const auto sagging = [](double depth) {
+        const double radius = (1 + depth * depth) / (2 * depth);
+        const double half = std::asin(1 / radius);
+        return Outline{{{StraightEdge{{-1, 0}, {1, 0}}, StraightEdge{{1, 0}, {1, 0.5}},
+                         Arc{{0, 0.5 + radius - depth}, radius, half - pi / 2, -2 * half},
+                         StraightEdge{{-1, 0.5}, {-1, 0}}}}};
+    };
+    EXPECT_TRUE(crosses(sagging(0.51)));
+    EXPECT_EQ(refusal(sagging(0.49)), "");
+    // A hole's corner on the rim, and one just inside.
+    const auto withHole = [](double x) {
+        return Outline{{circleAt(0, 1, 2 * pi),
+                        polygonOutline({}, {{{0, x}, {0.2, 0.5}, {-0.2, 0.5}}}).loops[1]}};
+    };
+    EXPECT_TRUE(crosses(withHole(1)));
+    EXPECT_EQ(refusal(withHole(0.999)), "");
+}
+
+TEST(Outline, WhoseArcsTouchIsNotRefused) {
+    // An arc that goes on along its neighbours, rounded; a hole that touches the rim; a lens.
+    for (const double half : {1.0, 1 / 3.0, 1e-3})
+        EXPECT_EQ(
+            refusal({{{StraightEdge{{-1, -half}, {1, -half}}, Arc{{1, 0}, half, -pi / 2, pi},
+                       StraightEdge{{1, half}, {-1, half}}, Arc{{-1, 0}, half, pi / 2, pi}}}}),
+            "");
+    EXPECT_EQ(refusal({{circleAt(0, 1, 2 * pi), circleAt(0.5, 0.5, -2 * pi)}}), "");
+    EXPECT_EQ(refusal({{{Arc{{-0.5, 0}, 1, -pi / 3, 2 * pi / 3},
+                         Arc{{0.5, 0}, 1, 2 * pi / 3, 2 * pi / 3}}}}),
+              "");
 }
 
 TEST(Outline, WhoseLoopsOverlapIsRefused) {

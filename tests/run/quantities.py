@@ -211,7 +211,7 @@ class OtherFieldTest(ProgramTest):
     def test_is_no_beam(self):
         self.run_program(*request(), "field.h5")
         message = self.refused("beam", "field.h5")
-        self.assertIn("field.h5: quantity: beams are measured of the pressure of", message)
+        self.assertIn("field.h5: quantity: beams are measured of pressures alone", message)
 
 
 class AccountTest(ProgramTest):
