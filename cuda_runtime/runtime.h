@@ -90,8 +90,8 @@ cudaError_t cudaThreadExit();
 /// @return the first failure
 cudaError_t letGoOfDevices();
 
-/// The last failure through this interface, cleared by reading it. What other callers of an
-/// installed runtime left pending is theirs.
+/// The last failure, cleared by reading it: one of this interface, else one that another caller of
+/// an installed runtime left pending to the thread. Of that one is told once, and it stays pending.
 cudaError_t cudaGetLastError();
 const char* cudaGetErrorString(cudaError_t status);
 

@@ -27,6 +27,8 @@ struct ThreadState {
     std::optional<PendingCall> pending;
     // Of this interface alone: the last error of the installed runtime is the whole process's.
     cudaError_t lastError = cudaSuccess;
+    /// The installed runtime's, of which this interface has told already.
+    cudaError_t toldOfOthers = cudaSuccess;
 };
 
 ThreadState& state() {
@@ -87,6 +89,15 @@ cudaError_t inContext(Operation operation) {
     if (state().unit != nullptr && device != state().device) return ::cudaErrorSetOnActiveProcess;
     state().device = device;
     return ::cudaSuccess;
+}
+
+/// Without a device or a working driver every call of the runtime gives one and the same error,
+/// asking for the last one too: nobody has left it pending.
+bool runtimeWorks() {
+    int count = 0;
+    const bool works = ::cudaGetDeviceCount(&count) == ::cudaSuccess;
+    if (!works) static_cast<void>(::cudaGetLastError());
+    return works;
 }
 
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
@@ -158,7 +169,14 @@ cudaError_t cudaThreadExit() {
     return remembered([unit] { return process().end(*unit); });
 }
 
-cudaError_t cudaGetLastError() { return std::exchange(state().lastError, cudaSuccess); }
+cudaError_t cudaGetLastError() {
+    const cudaError_t own = std::exchange(state().lastError, cudaSuccess);
+    const auto others = static_cast<cudaError_t>(::cudaPeekAtLastError());
+    if (own != cudaSuccess && own != others) return own;  // what another caller left is the next
+    const cudaError_t told = std::exchange(state().toldOfOthers, others);
+    if (own != cudaSuccess) return own;
+    return others == told || !runtimeWorks() ? cudaSuccess : others;
+}
 
 cudaError_t letGoOfDevices() {
     return remembered([] { return process().letGo(); });

@@ -48,16 +48,26 @@ class PendingErrorsTest : public testing::Test {
     }
 };
 
-TEST_F(PendingErrorsTest, OfAnotherCallerAreNotThoseOfTheChecksHere) {
+TEST_F(PendingErrorsTest, OfAnotherCallerAreReportedOnceByTheCheckAtAFunctionsEntry) {
     leavePending(cudaErrorInvalidDevicePointer);
     const RecordedFailures failures(AfterFailure::returns);
     const Printed printed = captured([] {
         checkPending("pre do_calculate", "a/unit", 17);
         checkPending("calculate", "a/unit", 18);
     });
-    EXPECT_THAT(failures.failures, IsEmpty());
-    EXPECT_EQ(printed.err, "");
+    EXPECT_THAT(failures.failures, ElementsAre(Failure{"status 17", 17, "a/unit"}));
+    EXPECT_EQ(printed.err,
+              "Cuda error: pre do_calculate in file 'a/unit' in line 17 : status 17.\n");
     EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
+}
+
+TEST_F(PendingErrorsTest, OfAnotherCallerAreReportedAgainOnceTheyWereCleared) {
+    for (int time = 0; time < 2; ++time) {
+        leavePending(cudaErrorInvalidDevicePointer);
+        EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorInvalidDevicePointer);
+        leavePending(cudaSuccess);
+        EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaSuccess);
+    }
 }
 
 TEST_F(PendingErrorsTest, OfAnotherCallerStayWhenOperationsSucceed) {
@@ -74,6 +84,7 @@ TEST_F(PendingErrorsTest, OfAnotherCallerOutliveAFailureOfTheModulesOwn) {
     EXPECT_EQ(work(), cudaErrorMemoryAllocation);
     EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorMemoryAllocation);
+    EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaErrorInvalidDevicePointer);
     EXPECT_EQ(cuda_runtime::cudaGetLastError(), cudaSuccess);
     EXPECT_EQ(pending(), cudaErrorInvalidDevicePointer);
     substituteRuntime().failing.clear();
