@@ -86,8 +86,6 @@ struct Accuracy {
     std::int64_t points;  ///< at which it was measured
 };
 
-class SharedFaces;
-
 /// Computes the field of a request, box by box.
 ///
 /// A point's bits depend neither on the box that it is in nor on the threads nor on the caller. A
@@ -105,7 +103,7 @@ class Plan {
     /// taken from other plans, and left to them. Values depend on whether there are others by less
     /// than the tolerance, not on which these are.
     /// @param shared outlives the constructor
-    Plan(Request request, SharedFaces& shared);
+    Plan(Request request, class SharedFaces& shared);
     Plan(const Plan&) = delete;
     Plan& operator=(const Plan&) = delete;
     Plan(Plan&& other) noexcept;
