@@ -59,7 +59,8 @@ class Pressures {
     Pressures(const Foci& foci, const std::vector<Element>& elements, const Wave& wave)
         : foci(foci),
           elements(elements.size()),
-          each(elementPressures(elements, wave, foci.points, foci.tolerance, foci.behind)) {}
+          each(elementPressures(elements, wave, foci.points, foci.tolerance, foci.behind,
+                                foci.baffle)) {}
 
     /// @param favours W of each element
     FociWeights solve(const std::vector<double>& favours) const {

@@ -25,6 +25,7 @@ struct Foci {
     int iterations = 0;   ///< of the weighting that evens the weights' magnitudes out, at most;
                           ///< up to 1000
     bool behind = false;  ///< see `elementPressures`
+    Baffle baffle = Baffle::rigid;
 };
 
 /// Weights for several foci.

@@ -7,7 +7,7 @@
 #include <memory>
 #include <vector>
 
-#include "field/Array.h"
+#include "field/Request.h"
 
 namespace pistonfield {
 
@@ -40,10 +40,22 @@ std::unique_ptr<const PowerSum> makePairPower(const std::vector<Element>& elemen
                                               const std::vector<std::complex<double>>& weights,
                                               double wavenumber, int refinement);
 
-/// By what arrives far away, in the half space before the array.
+/// By the mutual resistances of pairs of elements of any outlines, which lie in one plane and face
+/// the same way.
+/// @param elements,weights outlive it
+/// @param baffle rigid, or without losses soft
+/// @throws InvalidRequest of `elements` where they are so large that they take millions of places
+std::unique_ptr<const PowerSum> makeOutlinePower(const std::vector<Element>& elements,
+                                                 const std::vector<std::complex<double>>& weights,
+                                                 const Wave& wave, Baffle baffle, int refinement);
+
+/// By what arrives far away, in the half space before the array, without losses.
 /// @throws InvalidRequest of `elements` where their normals cancel or they are too far apart
 std::unique_ptr<const PowerSum> makeSpherePower(const std::vector<Element>& elements,
                                                 const std::vector<std::complex<double>>& weights,
-                                                double wavenumber, int refinement);
+                                                double wavenumber, Baffle baffle, int refinement);
+
+/// @throws InvalidRequest of `elements`, always: the power through them takes too many places
+[[noreturn]] void refuseTooManyPlaces();
 
 }  // namespace pistonfield

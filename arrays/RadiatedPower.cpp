@@ -22,13 +22,40 @@ void requirePositive(const char* name, double value) {
     if (!(std::isfinite(value) && value > 0)) throw InvalidRequest(name, "must be above 0");
 }
 
-/// The way that takes a sum of pairs, or the sphere: in one plane both find the same power.
-PowerBy wayOf(PowerBy way, const std::vector<Element>& elements) {
-    if (way == PowerBy::farField) return way;
+/// What finds a power.
+enum class Sum { rectangles, outlines, sphere };
+
+bool areRectangles(const std::vector<Element>& elements) {
+    return std::none_of(elements.begin(), elements.end(),
+                        [](const Element& element) { return element.outline != nullptr; });
+}
+
+/// With losses nothing arrives far away, and the integrals over the faces are those before a rigid
+/// baffle.
+void requirePower(const Wave& wave, PowerBy way, Baffle baffle) {
+    if (!(wave.attenuation >= 0 && wave.attenuation <= wave.wavenumber))
+        throw InvalidRequest("attenuation", "must be within 0 and the wavenumber");
+    if (wave.attenuation == 0) return;
+    if (baffle != Baffle::rigid)
+        throw InvalidRequest("attenuation",
+                             "with losses the power is known in a rigid baffle alone");
+    if (way == PowerBy::farField)
+        throw InvalidRequest("attenuation",
+                             "with losses no power arrives far away: it is that through the "
+                             "faces, of elements in one plane");
+}
+
+/// In one plane the sums of pairs and the sphere find the same power.
+Sum sumFor(PowerBy way, const std::vector<Element>& elements, const Wave& wave, Baffle baffle) {
+    requirePower(wave, way, baffle);
+    if (way == PowerBy::farField) return Sum::sphere;
     if (!areCoplanar(elements))
         throw InvalidRequest("elements",
                              "those that are not in one plane are not each other's baffle");
-    return areParallel(elements) ? PowerBy::faces : PowerBy::farField;
+    if (baffle == Baffle::free) return Sum::sphere;
+    if (wave.attenuation > 0 || baffle == Baffle::soft || !areRectangles(elements))
+        return Sum::outlines;
+    return areParallel(elements) ? Sum::rectangles : Sum::sphere;
 }
 
 }  // namespace
@@ -43,25 +70,23 @@ double RadiatedPower::velocityFor(double power, double density, double speed) co
 struct PowerSearch::Parts {
     std::vector<Element> elements;
     std::vector<std::complex<double>> weights;
-    double wavenumber;
-    PowerBy way;
+    Wave wave;
+    Baffle baffle;
+    Sum way;
     std::unique_ptr<const PowerSum> sum{};  ///< by the rule of the state
 };
 
 PowerSearch::PowerSearch(std::vector<Element> elements, std::vector<std::complex<double>> weights,
-                         const Wave& wave, PowerBy way, const PowerState& from)
+                         const Wave& wave, PowerBy way, const PowerState& from, Baffle baffle)
     : at(from) {
     requireElements(elements);
-    requireRectangles(elements);
     requireWeights(weights, elements);
     requirePositive("wavenumber", wave.wavenumber);
-    if (wave.attenuation != 0)
-        throw InvalidRequest("attenuation", "powers are known without losses alone");
     if (at.refinement < 0 || at.refinement > mostRefinements)
         throw InvalidRequest("state", "there is no such refinement");
-    const PowerBy best = wayOf(way, elements);
-    parts = std::make_unique<Parts>(
-        Parts{std::move(elements), std::move(weights), wave.wavenumber, best});
+    const Sum best = sumFor(way, elements, wave, baffle);
+    parts =
+        std::make_unique<Parts>(Parts{std::move(elements), std::move(weights), wave, baffle, best});
     prepare();
 }
 
@@ -70,8 +95,12 @@ PowerSearch& PowerSearch::operator=(PowerSearch&&) noexcept = default;
 PowerSearch::~PowerSearch() = default;
 
 void PowerSearch::prepare() {
-    const auto make = parts->way == PowerBy::faces ? makePairPower : makeSpherePower;
-    parts->sum = make(parts->elements, parts->weights, parts->wavenumber, at.refinement);
+    const auto& [elements, weights, wave, baffle, way, sum] = *parts;
+    parts->sum = way == Sum::sphere
+                     ? makeSpherePower(elements, weights, wave.wavenumber, baffle, at.refinement)
+                 : way == Sum::outlines
+                     ? makeOutlinePower(elements, weights, wave, baffle, at.refinement)
+                     : makePairPower(elements, weights, wave.wavenumber, at.refinement);
     if (at.parts < 0 || at.parts > parts->sum->parts())
         throw InvalidRequest("state", "there are no such parts");
 }
@@ -101,10 +130,20 @@ std::optional<RadiatedPower> PowerSearch::step(unsigned threads) {
     return std::nullopt;
 }
 
+PowerBy usualWay(const std::vector<Element>& elements) noexcept {
+    return areCoplanar(elements) ? PowerBy::faces : PowerBy::farField;
+}
+
+void refuseTooManyPlaces() {
+    throw InvalidRequest("elements",
+                         "their faces take too many places for the power through them; take the "
+                         "far field");
+}
+
 RadiatedPower radiatedPower(const std::vector<Element>& elements,
                             const std::vector<std::complex<double>>& weights, const Wave& wave,
-                            PowerBy way, const Conduct& conduct) {
-    PowerSearch search(elements, weights, wave, way);
+                            PowerBy way, const Conduct& conduct, Baffle baffle) {
+    PowerSearch search(elements, weights, wave, way, {}, baffle);
     for (;;) {
         if (conduct.stop.stop_requested()) throw Stopped();
         if (const auto power = search.step(conduct.threads)) return *power;

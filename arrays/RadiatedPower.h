@@ -16,16 +16,19 @@ namespace pistonfield {
 enum class PowerBy {
     faces,    ///< what goes through the faces: each element's velocity times the pressure of all
               ///< elements, averaged over its face. For elements in one plane, which are each
-              ///< other's baffle. With parallel sides it takes all pairs, and an integral for each
-              ///< way in which two of them lie to each other; turned in the plane, the far field,
-              ///< which is the same there
+              ///< other's baffle. It takes all pairs, and an integral for each way in which two of
+              ///< them lie to each other. The far field, which is the same there, is taken of
+              ///< rectangles that are turned in the plane, and without a baffle, where power goes
+              ///< through the plane beside the faces as well
     farField  ///< what arrives far away, in the half space before the array: the intensity over
               ///< the half sphere about its mean normal, of elements that radiate as each in its
-              ///< own baffle
+              ///< own baffle. There is none with losses
 };
 
 /// The power that an array radiates, per density*speed*|u0|^2 where u0 is the velocity that the
-/// weights are relative to: an area, in the square of the unit of length.
+/// weights are relative to: an area, in the square of the unit of length. The speed is that of the
+/// phase. With losses it is what leaves the faces, of which the medium takes up some at every
+/// distance.
 struct RadiatedPower {
     double value = 0;
     double change = 0;  ///< by how much the last refinement of the rule changed it
@@ -53,9 +56,11 @@ class PowerSearch {
     /// @throws InvalidRequest, of `elements` where they are not in one plane or so many wavelengths
     ///     large that they take millions of places, and it is to be found at their faces, or where
     ///     the normals cancel or their distances are above 1200 wavelengths, and it is to be found
-    ///     far away; of `state`; std::bad_alloc
+    ///     far away; of `attenuation` where there are losses and it is to be found far away, or the
+    ///     baffle is not rigid; of `state`; std::bad_alloc
     PowerSearch(std::vector<Element> elements, std::vector<std::complex<double>> weights,
-                const Wave& wave, PowerBy way, const PowerState& from = {});
+                const Wave& wave, PowerBy way, const PowerState& from = {},
+                Baffle baffle = Baffle::rigid);
     PowerSearch(const PowerSearch&) = delete;
     PowerSearch& operator=(const PowerSearch&) = delete;
     PowerSearch(PowerSearch&& other) noexcept;
@@ -85,6 +90,11 @@ class PowerSearch {
 /// @throws what `PowerSearch` throws; Stopped
 RadiatedPower radiatedPower(const std::vector<Element>& elements,
                             const std::vector<std::complex<double>>& weights, const Wave& wave,
-                            PowerBy way, const Conduct& conduct = {});
+                            PowerBy way, const Conduct& conduct = {},
+                            Baffle baffle = Baffle::rigid);
+
+/// How the power of elements is found by a caller who does not choose: through the faces where they
+/// are in one plane, else far away.
+PowerBy usualWay(const std::vector<Element>& elements) noexcept;
 
 }  // namespace pistonfield

@@ -9,7 +9,7 @@ namespace pistonfield {
 
 Request localRequest(const std::vector<Element>& elements,
                      std::vector<std::complex<double>> weights, const Wave& wave,
-                     const PointList& points, double tolerance, bool behind) {
+                     const PointList& points, double tolerance, bool behind, Baffle baffle) {
     Request request;
     request.array = Array{elements, std::move(weights)};
     request.wave = wave;
@@ -17,6 +17,7 @@ Request localRequest(const std::vector<Element>& elements,
     request.tolerance = Tolerance{tolerance, Tolerance::Of::local};
     request.points = points;
     request.behind = behind;
+    request.baffle = baffle;
     check(request);
     return request;
 }
@@ -24,14 +25,6 @@ Request localRequest(const std::vector<Element>& elements,
 void requireElements(const std::vector<Element>& elements) {
     const std::vector<std::complex<double>> equal(elements.size(), 1.0);
     localRequest(elements, equal, {1}, {{0}, {0}, {0}}, 0.5, true);
-}
-
-void requireRectangles(const std::vector<Element>& elements) {
-    for (std::size_t i = 0; i < elements.size(); ++i)
-        if (elements[i].outline)
-            throw InvalidRequest("elements", "element " + std::to_string(i + 1) +
-                                                 " is no rectangle: powers and beams are those "
-                                                 "of rectangles alone");
 }
 
 void requireWeights(const std::vector<std::complex<double>>& weights,

@@ -15,13 +15,11 @@ namespace pistonfield {
 /// @throws InvalidRequest; std::bad_alloc
 Request localRequest(const std::vector<Element>& elements,
                      std::vector<std::complex<double>> weights, const Wave& wave,
-                     const PointList& points, double tolerance, bool behind);
+                     const PointList& points, double tolerance, bool behind,
+                     Baffle baffle = Baffle::rigid);
 
 /// @throws InvalidRequest where they are none or one is no element; std::bad_alloc
 void requireElements(const std::vector<Element>& elements);
-
-/// @throws InvalidRequest of `elements` where one has an outline; std::bad_alloc
-void requireRectangles(const std::vector<Element>& elements);
 
 /// @throws InvalidRequest of `weights` unless there is one for each element, all are finite and one
 ///     is not 0

@@ -70,9 +70,9 @@ std::vector<std::complex<double>> pressuresByContours(const Request& request) {
 
 std::vector<std::complex<double>> elementPressures(const std::vector<Element>& elements,
                                                    const Wave& wave, const PointList& points,
-                                                   double tolerance, bool behind) {
+                                                   double tolerance, bool behind, Baffle baffle) {
     const std::vector<std::complex<double>> equal(elements.size(), 1.0);
-    const Request request = localRequest(elements, equal, wave, points, tolerance, behind);
+    const Request request = localRequest(elements, equal, wave, points, tolerance, behind, baffle);
     return takesContours(request) ? pressuresByContours(request) : pressuresByEdges(request);
 }
 

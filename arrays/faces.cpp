@@ -4,6 +4,7 @@
 
 #include <cmath>
 
+#include "arrays/boundaryNodes.h"
 #include "arrays/polygons.h"
 #include "arrays/rectangles.h"
 
@@ -12,6 +13,20 @@ namespace pistonfield {
 double areaOfFace(const Element& element) noexcept {
     if (element.outline) return areaOf(*element.outline);
     return element.piston.width * element.piston.height;
+}
+
+Vector3 centreOfFace(const Element& element) {
+    const Pose& pose = element.pose;
+    if (!element.outline) return pose.centre;
+    // By Gauss's theorem the integral of x is that of x^2/2 dy along the boundary.
+    PlaneVector moment{};
+    for (const auto& [at, along] : nodesAlong(*element.outline, 0, 0)) {
+        moment[0] += at[0] * at[0] / 2 * along[1];
+        moment[1] -= at[1] * at[1] / 2 * along[0];
+    }
+    const double area = areaOf(*element.outline);
+    return plus(plus(pose.centre, moment[0] / area, pose.alongWidth), moment[1] / area,
+                pose.alongHeight);
 }
 
 double reachOfFace(const Element& element) noexcept {

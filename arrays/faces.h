@@ -14,6 +14,9 @@ namespace pistonfield {
 
 double areaOfFace(const Element& element) noexcept;
 
+/// The mean of the places of the face.
+Vector3 centreOfFace(const Element& element);
+
 /// The largest distance of a point of the face from the element's centre.
 double reachOfFace(const Element& element) noexcept;
 

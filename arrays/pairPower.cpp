@@ -13,8 +13,8 @@
 
 #include "arrays/LegendreRule.h"
 #include "arrays/PowerSum.h"
+#include "arrays/pairOffsets.h"
 #include "arrays/vectors.h"
-#include "field/Request.h"
 
 namespace pistonfield {
 
@@ -92,25 +92,6 @@ class DifferenceRules {
     std::map<std::pair<double, double>, DifferenceRule> rules;
 };
 
-/// Two faces, one as it is seen from the other one.
-struct Offset {
-    std::size_t one, other;  ///< their shapes
-    std::int64_t x, y;       ///< in steps
-
-    bool operator==(const Offset&) const = default;
-};
-
-struct HashOfOffset {
-    std::size_t operator()(const Offset& offset) const noexcept {
-        // Odd factors without a pattern spread numbers that lie next to each other.
-        std::uint64_t hash = static_cast<std::uint64_t>(offset.x) * 0x9E3779B97F4A7C15U;
-        hash = (hash ^ (hash >> 29U)) + static_cast<std::uint64_t>(offset.y);
-        hash *= 0xBF58476D1CE4E5B9U;
-        hash = (hash ^ (hash >> 32U)) + offset.one * 0x94D049BB133111EBU + offset.other;
-        return hash * 0x9E3779B97F4A7C15U >> 7U;
-    }
-};
-
 class PairPower : public PowerSum {
   public:
     PairPower(const std::vector<Element>& elements,
@@ -130,8 +111,7 @@ class PairPower : public PowerSum {
                 {dot(from, frame.alongWidth), dot(from, frame.alongHeight), number.first->second});
             size = std::max({size, lengthOf(from), piston.width, piston.height});
         }
-        constexpr double rounding = 1e-12;  // offsets that differ by no more are the same
-        step = rounding * size;
+        step = offsetRounding * size;
         requirePlaces();
     }
 
@@ -169,7 +149,7 @@ class PairPower : public PowerSum {
         explicit Known(const PairPower& of) : rules(of.wavenumber, of.refinement) {}
 
         DifferenceRules rules;
-        std::unordered_map<Offset, double, HashOfOffset> resistances;
+        std::unordered_map<PairOffset, double, HashOfPairOffset> resistances;
     };
 
     void requirePlaces() {
@@ -182,19 +162,16 @@ class PairPower : public PowerSum {
         }
         mostPlaces = DifferenceRules::count(x, wavenumber, refinement) *
                      DifferenceRules::count(y, wavenumber, refinement);
-        if (!(mostPlaces <= most))
-            throw InvalidRequest("elements",
-                                 "their faces take too many places for the power through them; "
-                                 "take the far field");
+        if (!(mostPlaces <= most)) refuseTooManyPlaces();
     }
 
     /// Re(Z) of two faces: k/(2pi) times the integral of sin(kR)/R over both. It depends on how far
     /// one is from the other, and not to which side.
     double resistance(const Face& a, const Face& b, Known& known) const {
         constexpr std::size_t mostKnown = 1 << 17;
-        const Offset offset{std::min(a.shape, b.shape), std::max(a.shape, b.shape),
-                            std::llround(std::abs(a.x - b.x) / step),
-                            std::llround(std::abs(a.y - b.y) / step)};
+        const PairOffset offset{std::min(a.shape, b.shape), std::max(a.shape, b.shape),
+                                std::llround(std::abs(a.x - b.x) / step),
+                                std::llround(std::abs(a.y - b.y) / step)};
         const auto found = known.resistances.find(offset);
         if (found != known.resistances.end()) return found->second;
         const double value = integral(offset, known.rules);
@@ -202,7 +179,7 @@ class PairPower : public PowerSum {
         return value;
     }
 
-    double integral(const Offset& offset, DifferenceRules& rules) const {
+    double integral(const PairOffset& offset, DifferenceRules& rules) const {
         const Shape& one = shapes[offset.one];
         const Shape& other = shapes[offset.other];
         rules.limit();

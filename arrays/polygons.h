@@ -25,6 +25,9 @@ class Polygon {
     /// The distance to a face that does not overlap.
     double distanceTo(const Polygon& other) const;
 
+    /// The distance of a point.
+    double distanceToFace(const Vector3& point) const noexcept;
+
     /// How far along a ray from a point, in a direction of length 1, it meets the face, if it does.
     std::optional<double> metBy(const Vector3& from, const Vector3& direction) const noexcept;
 
@@ -37,7 +40,6 @@ class Polygon {
     Vector3 placed(const PlaneVector& point) const noexcept;
     bool holds(const PlaneVector& point) const noexcept;
     double distanceToRim(const PlaneVector& point) const noexcept;
-    double distanceToFace(const Vector3& point) const noexcept;
     bool isPiercedBy(const Polygon& other, double margin) const noexcept;
     bool isInPlaneOf(const Polygon& other, double margin) const noexcept;
     bool holdsInnerPointOf(const Polygon& other, double beside) const noexcept;

@@ -12,10 +12,10 @@ namespace pistonfield {
 
 std::vector<std::complex<double>> focusWeights(const std::vector<Element>& elements,
                                                const Wave& wave, const Pose::Vector& focus,
-                                               double tolerance, bool behind) {
+                                               double tolerance, bool behind, Baffle baffle) {
     const PointList point{{focus[0]}, {focus[1]}, {focus[2]}};
     std::vector<std::complex<double>> weights =
-        elementPressures(elements, wave, point, tolerance, behind);
+        elementPressures(elements, wave, point, tolerance, behind, baffle);
     for (std::complex<double>& weight : weights) weight = std::polar(1.0, -std::arg(weight));
     return weights;
 }

@@ -13,11 +13,12 @@ namespace pistonfield {
 /// there is the sum of the magnitudes of the elements' own. The phases are those of the elements'
 /// pressures, not of the distances, with an error of up to `tolerance` relative to the local
 /// amplitude.
-/// @param behind see `elementPressures`
+/// @param behind,baffle see `elementPressures`
 /// @throws InvalidRequest; std::bad_alloc
 std::vector<std::complex<double>> focusWeights(const std::vector<Element>& elements,
                                                const Wave& wave, const Pose::Vector& focus,
-                                               double tolerance = 1e-6, bool behind = false);
+                                               double tolerance = 1e-6, bool behind = false,
+                                               Baffle baffle = Baffle::rigid);
 
 /// The direction at an azimuth, from +z towards +x, and an elevation, from there towards +y, in
 /// radians: (sin(azimuth)cos(elevation), sin(elevation), cos(azimuth)cos(elevation)).

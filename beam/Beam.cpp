@@ -7,7 +7,6 @@
 #include <limits>
 #include <numbers>
 
-#include "arrays/arrangement.h"
 #include "beam/Region.h"
 #include "beam/SourceField.h"
 #include "beam/SourceGeometry.h"
@@ -202,21 +201,30 @@ HydrophoneBeam throughHydrophone(const Scene& scene, const Beam& beam,
     return told;
 }
 
-/// Where the faces take too many places, the power is found far away.
-RadiatedPower powerOf(const SourceGeometry& source, const Wave& wave) {
+/// Where the faces take too many places, the power is found far away. There is none where losses
+/// leave nothing of it there, or the baffle is not rigid.
+std::optional<RadiatedPower> powerOf(const SourceGeometry& source, const Request& request) {
+    const Wave& wave = request.wave;
+    const auto by = [&](PowerBy way) {
+        return radiatedPower(source.elements(), source.weights(), wave, way, {}, request.baffle);
+    };
+    const PowerBy way = usualWay(source.elements());
+    if (wave.attenuation > 0 && (way == PowerBy::farField || request.baffle != Baffle::rigid))
+        return std::nullopt;
     try {
-        if (areCoplanar(source.elements()))
-            return radiatedPower(source.elements(), source.weights(), wave, PowerBy::faces);
+        return by(way);
     } catch (const InvalidRequest& tooMany) {
-        if (tooMany.field() != "elements") throw;
+        if (tooMany.field() != "elements" || way == PowerBy::farField || wave.attenuation > 0)
+            throw;
     }
-    return radiatedPower(source.elements(), source.weights(), wave, PowerBy::farField);
+    return by(PowerBy::farField);
 }
 
-/// @param onArcs whether lobes are looked for on arcs about the source
-/// @param usual  the axis, where neither the options nor a source have one
+/// @param onArcs  whether lobes are looked for on arcs about the source
+/// @param usual   the axis, where neither the options nor a source have one
+/// @param request that of the source, or null
 Beam measured(const Scene& scene, const Samples& samples, const BeamOptions& options, bool onArcs,
-              const Vector3& usual) {
+              const Vector3& usual, const Request* request) {
     const PlaceFactor derating = deratingOf(scene, options.derating);
     Beam beam;
     beam.peak = findPeak(scene.field, samples);
@@ -230,7 +238,7 @@ Beam measured(const Scene& scene, const Samples& samples, const BeamOptions& opt
     beam.gain = scene.source != nullptr ? beam.peak.value / scene.source->meanDrive() : none;
     if (!options.hydrophone.empty())
         beam.hydrophone = throughHydrophone(scene, beam, options.hydrophone);
-    if (options.power && scene.source != nullptr) beam.power = powerOf(*scene.source, scene.wave);
+    if (options.power && request != nullptr) beam.power = powerOf(*scene.source, *request);
     return beam;
 }
 
@@ -242,7 +250,7 @@ Beam beamOf(const Request& request, const Samples& samples, const BeamOptions& o
     const SourceGeometry source(request);
     const Scene scene{field, Region(samples.lattice), &source, request.wave,
                       stepsBefore(source, request.wave)};
-    return measured(scene, samples, options, true, source.normal());
+    return measured(scene, samples, options, true, source.normal(), &request);
 }
 
 Beam beamOf(const GridField& field, const Wave& wave, const BeamOptions& options,
@@ -255,7 +263,7 @@ Beam beamOf(const GridField& field, const Wave& wave, const BeamOptions& options
                       [step](const Vector3& /*place*/) { return step; }};
     const Vector3 along = minus(region.placeOf({0, 0, 1}), region.placeOf({}));
     return measured(scene, samplesOf(field.lattice(), field.values()), options, false,
-                    unitOf(along));
+                    unitOf(along), request ? &*request : nullptr);
 }
 
 }  // namespace pistonfield

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "arrays/arrayRequests.h"
+#include "field/SharedFaces.h"
 
 namespace pistonfield {
 
@@ -27,15 +27,11 @@ PointList seenFrom(const Pose& pose, const PointList& points) {
 }  // namespace
 
 SourceField::SourceField(Request request, Conduct conduct)
-    : source(std::move(request)), conduct(std::move(conduct)) {
+    : source(std::move(request)),
+      conduct(std::move(conduct)),
+      shared(std::make_shared<SharedFaces>()) {
     if (source.quantity != Quantity::pressure)
         throw InvalidRequest("quantity", "a beam is that of the pressure");
-    if (source.baffle != Baffle::rigid)
-        throw InvalidRequest("baffle", "a beam is that of pistons in a rigid one");
-    if (source.wave.attenuation != 0)
-        throw InvalidRequest("attenuation",
-                             "a beam is looked at without losses; it can be derated");
-    if (source.array) requireRectangles(source.array->elements);
     if (source.fields() != 1)
         throw InvalidRequest("weights",
                              "a beam has one weighting, not " + std::to_string(source.fields()));
@@ -52,6 +48,7 @@ SourceField::SourceField(Request request, Conduct conduct)
     check(source);
     if (!source.array || source.array->elements.size() != 1) return;
     const Element& element = source.array->elements.front();
+    if (element.outline) return;
     source.piston = element.piston;
     pose = element.pose;
     weight = source.array->weights.front();
@@ -68,7 +65,7 @@ std::vector<std::complex<double>> SourceField::pressures(const PointList& points
     Conduct some{conduct.stop, {}, conduct.threads};
     if (conduct.progress)
         some.progress = [this](std::int64_t count) { conduct.progress(done + count); };
-    Plan(std::move(request)).compute(all, values.data(), some);
+    Plan(std::move(request), *shared).compute(all, values.data(), some);
     for (std::complex<double>& value : values) value *= weight;
     done += all.points();
     return values;

@@ -4,6 +4,7 @@
 
 #include <complex>
 #include <cstdint>
+#include <memory>
 #include <optional>
 
 #include "beam/BeamField.h"
@@ -33,7 +34,8 @@ class SourceField final : public BeamField {
     std::optional<Pose> pose;
     std::complex<double> weight = 1;
     Conduct conduct;
-    mutable std::int64_t done = 0;  ///< points that were computed
+    mutable std::int64_t done = 0;        ///< points that were computed
+    std::shared_ptr<SharedFaces> shared;  ///< by the plans of all points
 };
 
 }  // namespace pistonfield

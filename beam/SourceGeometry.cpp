@@ -7,37 +7,44 @@
 #include <cstddef>
 
 #include "arrays/arrangement.h"
-#include "arrays/rectangles.h"
+#include "arrays/faces.h"
 
 namespace pistonfield {
 
 namespace {
-
-double areaOf(const Element& element) noexcept {
-    return element.piston.width * element.piston.height;
-}
 
 /// How far a coordinate lies beyond a side that is centred on 0.
 double beyond(double coordinate, double side) noexcept {
     return std::max(0.0, std::abs(coordinate) - side / 2);
 }
 
+double distanceToRectangle(const Element& element, const Vector3& place) noexcept {
+    const Vector3 seen = element.pose.placeOf(place);
+    return std::hypot(beyond(seen[0], element.piston.width), beyond(seen[1], element.piston.height),
+                      seen[2]);
+}
+
 }  // namespace
 
 SourceGeometry::SourceGeometry(const Request& request)
     : faces(request.array ? request.array->elements
-                          : std::vector<Element>{{request.piston, Pose{}}}),
+                          : std::vector<Element>{{request.piston, Pose{}, {}}}),
       drive(request.array ? request.array->weights : std::vector<std::complex<double>>{1}) {
     if (faces.empty()) throw InvalidRequest("elements", "there are none");
     double area = 0;
-    for (const Element& element : faces) {
-        area += areaOf(element);
-        middle = plus(middle, areaOf(element), element.pose.centre);
+    centres.reserve(faces.size());
+    polygons.resize(faces.size());
+    for (std::size_t i = 0; i < faces.size(); ++i) {
+        const double part = areaOfFace(faces[i]);
+        centres.push_back(centreOfFace(faces[i]));
+        if (faces[i].outline) polygons[i].emplace(faces[i]);
+        area += part;
+        middle = plus(middle, part, centres.back());
     }
     middle = plus({}, 1 / area, middle);
     forward = meanNormal(faces).value_or(faces.front().pose.normal());
     for (const Element& element : faces)
-        for (const Vector3& corner : cornersOf(element))
+        for (const Vector3& corner : cornersOfFace(element))
             size = std::max(size, 2 * lengthOf(minus(corner, middle)));
 }
 
@@ -45,8 +52,8 @@ double SourceGeometry::meanDrive() const noexcept {
     double sum = 0;
     double area = 0;
     for (std::size_t i = 0; i < faces.size(); ++i) {
-        sum += areaOf(faces[i]) * std::abs(drive[i]);
-        area += areaOf(faces[i]);
+        sum += areaOfFace(faces[i]) * std::abs(drive[i]);
+        area += areaOfFace(faces[i]);
     }
     return sum / area;
 }
@@ -58,18 +65,16 @@ bool SourceGeometry::isBefore(const Vector3& place) const noexcept {
 
 double SourceGeometry::distanceFrom(const Vector3& place) const noexcept {
     double least = HUGE_VAL;
-    for (const Element& element : faces) {
-        const Vector3 seen = element.pose.placeOf(place);
-        least = std::min(least, std::hypot(beyond(seen[0], element.piston.width),
-                                           beyond(seen[1], element.piston.height), seen[2]));
-    }
+    for (std::size_t i = 0; i < faces.size(); ++i)
+        least = std::min(least, polygons[i] ? polygons[i]->distanceToFace(place)
+                                            : distanceToRectangle(faces[i], place));
     return least;
 }
 
 std::vector<double> SourceGeometry::sortedPlacesAlong(const Vector3& direction) const {
     std::vector<double> places;
-    for (const Element& element : faces)
-        places.push_back(dot(minus(element.pose.centre, middle), direction));
+    places.reserve(centres.size());
+    for (const Vector3& centre : centres) places.push_back(dot(minus(centre, middle), direction));
     std::sort(places.begin(), places.end());
     const double rounding = 1e-6 * size;
     places.erase(std::unique(places.begin(), places.end(),

@@ -6,7 +6,7 @@
 #include <optional>
 #include <vector>
 
-#include "arrays/vectors.h"
+#include "arrays/polygons.h"
 #include "field/Request.h"
 
 namespace pistonfield {
@@ -20,7 +20,7 @@ class SourceGeometry {
     const std::vector<Element>& elements() const noexcept { return faces; }
     const std::vector<std::complex<double>>& weights() const noexcept { return drive; }
 
-    /// The mean of the elements' centres, each times its area.
+    /// The mean of the faces' places.
     const Vector3& centre() const noexcept { return middle; }
 
     /// The direction of the mean normal; where the normals cancel, that of the first element.
@@ -29,7 +29,7 @@ class SourceGeometry {
     /// The direction along the width of the first element.
     const Vector3& alongWidth() const noexcept { return faces.front().pose.alongWidth; }
 
-    /// Twice the distance of the furthest corner from the centre.
+    /// Twice the distance of the furthest corner from the centre; of an arc, of points along it.
     double aperture() const noexcept { return size; }
 
     /// The mean of |weight|, each times its element's area.
@@ -38,10 +38,10 @@ class SourceGeometry {
     /// Whether a place lies before all elements.
     bool isBefore(const Vector3& place) const noexcept;
 
-    /// The distance of a place from the nearest face.
+    /// The distance of a place from the nearest face; see `Polygon`.
     double distanceFrom(const Vector3& place) const noexcept;
 
-    /// How far the elements' centres are apart along a direction, where they are in one plane and
+    /// How far the faces' centres are apart along a direction, where they are in one plane and
     /// their places along it follow each other at equal distances.
     std::optional<double> pitchAlong(const Vector3& direction) const;
 
@@ -53,6 +53,8 @@ class SourceGeometry {
 
     std::vector<Element> faces;
     std::vector<std::complex<double>> drive;
+    std::vector<Vector3> centres;                  ///< of the faces
+    std::vector<std::optional<Polygon>> polygons;  ///< of those that have an outline
     Vector3 middle{};
     Vector3 forward{};
     double size = 0;

@@ -34,10 +34,10 @@ std::optional<Accuracy> ArrayEngine<T>::accuracy() const {
 }
 
 template <class T>
-std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request) {
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared) {
     const auto terms = std::make_shared<const ArrayTerms>(request);
     if (isOnGpu(request.mode)) return makeDeviceSumEngine<T>(terms);
-    const std::shared_ptr<const ArrayEngine<T>> sum = makeSumEngine<T>(terms);
+    const std::shared_ptr<const ArrayEngine<T>> sum = makeSumEngine<T>(terms, shared);
     auto convolution = makeConvolutionEngine<T>(terms, sum);
     if (convolution && convolution->secondsOfAPoint() < sum->secondsOfAPoint()) return convolution;
     return sum;
@@ -45,7 +45,7 @@ std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request) {
 
 template class ArrayEngine<float>;
 template class ArrayEngine<double>;
-template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&);
-template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&);
+template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&, SharedFaces*);
+template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&, SharedFaces*);
 
 }  // namespace pistonfield

@@ -9,6 +9,7 @@
 
 #include "field/ArrayTerms.h"
 #include "field/Engine.h"
+#include "field/SharedFaces.h"
 
 namespace pistonfield {
 
@@ -51,14 +52,17 @@ class ArrayEngine : public Engine<T> {
 
 /// The engine that takes the least time for a request for an array.
 /// @param request outlives it
+/// @param shared  what engines at other points know as well, or null
 /// @throws what `ArrayTerms` throws; DeviceFailure
 template <class T>
-std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request);
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared);
 
 /// The engine that sums up the elements' fields.
+/// @param shared what engines at other points know as well, or null
 /// @throws std::bad_alloc
 template <class T>
-std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms);
+std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms,
+                                                    SharedFaces* shared = nullptr);
 
 /// The engine that sums them up on a device.
 /// @throws DeviceFailure, std::bad_alloc

@@ -7,33 +7,17 @@
 
 namespace pistonfield {
 
-namespace {
-
-ErrorLimit partOf(const ErrorLimit& limit, double part) {
-    return {limit.fixed * part, limit.local * part, limit.nearest};
-}
-
-}  // namespace
-
-template <class T>
-PatchSums<T>::Level::Level(const Face& face, const ErrorLimit& limit, int count)
-    : parts(face, count), part(parts.part(), partOf(limit, 1.0 / count)) {}
-
-template <class T>
-PatchSums<T>::Shape::Shape(const Face& face, const ErrorLimit& limit) : limit(limit) {
-    for (int parts = 1; parts <= packSize; parts *= 2)
-        levels.push_back(std::make_unique<const Level>(face, limit, parts));
-}
-
 template <class T>
 PatchSums<T>::PatchSums(const Array& array, const Wave& wave,
                         const std::function<ErrorLimit(const Face&)>& limitOf,
-                        const std::array<int, 2>& counts)
+                        const std::array<int, 2>& counts, SharedFaces* shared)
     : array(array),
       fields(array.elements, wave),
       rules{RowRules<T>(counts[0]), RowRules<T>(counts[1])} {
     for (const Face& face : fields.differentFaces())
-        shapes.push_back(std::make_unique<const Shape>(face, limitOf(face)));
+        shapes.push_back(shared != nullptr
+                             ? shared->of<T>(face, limitOf(face))
+                             : std::make_shared<const FaceLevels<T>>(face, limitOf(face)));
     for (std::size_t i = 0; i < fields.count(); ++i) numbers.push_back(i);
     std::stable_sort(numbers.begin(), numbers.end(), [this](std::size_t a, std::size_t b) {
         return fields.shapeOf(a) < fields.shapeOf(b);
@@ -86,7 +70,7 @@ void PatchSums<T>::addSome(const Some& some, std::size_t number, const LatticePa
                            Work& work) const {
     if (work.units.size() == work.used) work.units.push_back(std::make_unique<Unit>());
     Unit& unit = *work.units[work.used];
-    const Level& level = *shapes[some.shape]->levels[number];
+    const typename FaceLevels<T>::Level& level = *shapes[some.shape]->levels[number];
     unit.some = some;
     unit.parts = &level.parts;
     unit.pack = number == 0 ? &wholes[some.pack] : &unit.ownPack;

@@ -11,8 +11,9 @@
 #include <vector>
 
 #include "field/ElementFields.h"
-#include "field/FarFace.h"
+#include "field/FaceLevels.h"
 #include "field/LatticePatches.h"
+#include "field/SharedFaces.h"
 
 namespace pistonfield {
 
@@ -27,10 +28,11 @@ class PatchSums {
     /// @param array   outlives this
     /// @param limitOf of the error of an element's field that is driven by 1
     /// @param counts  points of a patch's rows, and its rows
+    /// @param shared  what sums at other points know as well, or null
     /// @throws std::bad_alloc
     PatchSums(const Array& array, const Wave& wave,
               const std::function<ErrorLimit(const Face&)>& limitOf,
-              const std::array<int, 2>& counts);
+              const std::array<int, 2>& counts, SharedFaces* shared = nullptr);
 
     class Work;
 
@@ -46,21 +48,6 @@ class PatchSums {
   private:
     static constexpr std::size_t mostUnits = 16;
     static constexpr int levels = 5;
-
-    /// A face whole, and in ever smaller parts.
-    struct Level {
-        Level(const Face& face, const ErrorLimit& limit, int count);
-
-        FaceParts parts;
-        FarFace<T> part;
-    };
-
-    struct Shape {
-        Shape(const Face& face, const ErrorLimit& limit);
-
-        ErrorLimit limit;
-        std::vector<std::unique_ptr<const Level>> levels;
-    };
 
     /// Elements of one shape whose numbers stand at `first` of `numbers` and next to it.
     struct Some {
@@ -85,7 +72,7 @@ class PatchSums {
 
     const Array& array;
     ElementFields<T> fields;
-    std::vector<std::unique_ptr<const Shape>> shapes;
+    std::vector<std::shared_ptr<const FaceLevels<T>>> shapes;
     std::vector<std::size_t> numbers;  ///< of the elements, shape by shape
     std::vector<Some> packs;
     std::vector<FacePack<T>> wholes;  ///< of each of these

@@ -25,19 +25,19 @@ using EnginePointer = std::shared_ptr<const Engine<T>>;
 using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
-EnginePointer<T> engineIn(const Request& request) {
+EnginePointer<T> engineIn(const Request& request, SharedFaces* shared) {
     if (takesContours(request)) return makeContourEngine<T>(request);
-    if (request.array) return makeArrayEngine<T>(request);
+    if (request.array) return makeArrayEngine<T>(request, shared);
     const bool onGpu = isOnGpu(request.mode);
     if (request.tolerance)
         return onGpu ? makeDeviceToleranceEngine<T>(request) : makeCpuToleranceEngine<T>(request);
     return onGpu ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
-AnyEngine engineOf(const Request& request) {
+AnyEngine engineOf(const Request& request, SharedFaces* shared) {
     check(request);
-    if (isInSingle(request.mode)) return engineIn<float>(request);
-    return engineIn<double>(request);
+    if (isInSingle(request.mode)) return engineIn<float>(request, shared);
+    return engineIn<double>(request, shared);
 }
 
 void requireWithin(const LatticeBox& box, const Lattice& lattice) {
@@ -101,13 +101,17 @@ void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box
 }  // namespace
 
 struct Plan::Parts {
-    explicit Parts(Request asked) : request(std::move(asked)), engine(engineOf(request)) {}
+    Parts(Request asked, SharedFaces* shared)
+        : request(std::move(asked)), engine(engineOf(request, shared)) {}
 
     Request request;
     AnyEngine engine;
 };
 
-Plan::Plan(Request request) : parts(std::make_unique<const Parts>(std::move(request))) {}
+Plan::Plan(Request request) : parts(std::make_unique<const Parts>(std::move(request), nullptr)) {}
+
+Plan::Plan(Request request, SharedFaces& shared)
+    : parts(std::make_unique<const Parts>(std::move(request), &shared)) {}
 
 Plan::Plan(Plan&&) noexcept = default;
 Plan& Plan::operator=(Plan&&) noexcept = default;

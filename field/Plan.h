@@ -98,6 +98,12 @@ class Plan {
   public:
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
     explicit Plan(Request request);
+
+    /// The same of an array at points of which there are few: what it knows of its elements is
+    /// taken from other plans, and left to them. Values depend on whether there are others by less
+    /// than the tolerance, not on which these are.
+    /// @param shared outlives the constructor
+    Plan(Request request, class SharedFaces& shared);
     Plan(const Plan&) = delete;
     Plan& operator=(const Plan&) = delete;
     Plan(Plan&& other) noexcept;

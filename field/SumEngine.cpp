@@ -19,12 +19,13 @@ class SumEngine : public ArrayEngine<T> {
   public:
     using Index = ArrayTerms::Index;
 
-    explicit SumEngine(std::shared_ptr<const ArrayTerms> asked)
+    SumEngine(std::shared_ptr<const ArrayTerms> asked, SharedFaces* shared)
         : ArrayEngine<T>(std::move(asked)),
           patches(terms->request()),
           sums(
               terms->array(), terms->request().wave,
-              [this](const Face& face) { return terms->limitOf(face); }, patches.counts()) {}
+              [this](const Face& face) { return terms->limitOf(face); }, patches.counts(), shared) {
+    }
 
     std::string_view name() const noexcept override { return "sum"; }
 
@@ -120,12 +121,14 @@ class SumEngine : public ArrayEngine<T> {
 }  // namespace
 
 template <class T>
-std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms) {
-    return std::make_unique<const SumEngine<T>>(std::move(terms));
+std::unique_ptr<const ArrayEngine<T>> makeSumEngine(std::shared_ptr<const ArrayTerms> terms,
+                                                    SharedFaces* shared) {
+    return std::make_unique<const SumEngine<T>>(std::move(terms), shared);
 }
 
-template std::unique_ptr<const ArrayEngine<float>> makeSumEngine(std::shared_ptr<const ArrayTerms>);
-template std::unique_ptr<const ArrayEngine<double>> makeSumEngine(
-    std::shared_ptr<const ArrayTerms>);
+template std::unique_ptr<const ArrayEngine<float>> makeSumEngine(std::shared_ptr<const ArrayTerms>,
+                                                                 SharedFaces*);
+template std::unique_ptr<const ArrayEngine<double>> makeSumEngine(std::shared_ptr<const ArrayTerms>,
+                                                                  SharedFaces*);
 
 }  // namespace pistonfield

@@ -20,7 +20,7 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   %   [report, text] = pistonfield_beam(...)
   %
   % INPUTS
-  %   source       - a piston or an array, as pistonfield_pressure takes them
+  %   source       - a piston of any shape or an array, as pistonfield_pressure takes them
   %   p            - in its place a complex pressure [Pa], as pistonfield_pressure returns it: an
   %                  array of the grid's sizes. It should have 6 points in a wavelength of |p|^2 or
   %                  more
@@ -31,7 +31,8 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   %
   % OPTIONAL INPUTS (names and values)
   %   'speed', 'density', 'weights', 'velocity', 'power', 'tolerance', 'relative', 'precision',
-  %   'device', 'behind', 'memory', 'threads', 'progress'
+  %   'device', 'behind', 'memory', 'threads', 'progress', 'attenuation', 'exponent', 'nepers',
+  %   'dispersion', 'dispersionfrequency', 'baffle'
   %                - as those of pistonfield_pressure, with one column of weights. The tolerance,
   %                  the precision and the device are those of the search. With p only the first
   %                  two count
@@ -44,7 +45,8 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   %                  default 1
   %   'derating'   - attenuation [dB/(cm MHz)] that pressures are derated by, over the distance from
   %                  the nearest face, or with p from the plane z = 0; default 0.3, that of IEC
-  %                  62359 and of the AIUM/NEMA output display standard
+  %                  62359 and of the AIUM/NEMA output display standard. It comes on top of the
+  %                  medium's own losses: the standards derate fields in water
   %   'hydrophone' - the active face of a hydrophone that looks along the axis: the diameter of a
   %                  disc or [width height] of a rectangle, along the first and the second lateral
   %                  direction [m]. The report then has what it would tell
@@ -54,7 +56,7 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   % OUTPUTS
   %   report       - struct with the fields, NaN where there is none, as of a width that ends beyond
   %                  the region
-  %                    frequency [Hz], speed [m/s], density [kg/m^3], velocity [m/s], duty,
+  %                    frequency [Hz], speed, of the phase [m/s], density [kg/m^3], velocity [m/s], duty,
   %                    wavelength [m]
   %                    peak         struct of the largest |p|: pressure [Pa], place [m], depth, its
   %                                 distance from the face [m], on_edge, true where it lies on the
@@ -98,7 +100,9 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   %                                 pressure [Pa], the magnitude of p averaged over its face, error
   %                                 of the average [Pa], level relative to the peak [dB], and
   %                                 widths as above [m]
-  %                    power        the radiated power, a period's mean [W]; not with p
+  %                    power        the radiated power, a period's mean [W], as that of
+  %                                 pistonfield_pressure; not with p, nor with losses unless all
+  %                                 faces are in one plane and the baffle is rigid
   %   text         - the table
   %
   % EXAMPLES
@@ -127,11 +131,10 @@ function [report, text] = pistonfield_beam(source, grid, varargin)
   require_module(caller);
   require_grid(caller, grid);
   [options, own] = read_beam_options(caller, varargin);
-  k = 2 * pi * options.frequency / options.speed;
   if isnumeric(source)
-    answer = of_pressure(caller, source, grid, k, options);
+    answer = of_pressure(caller, source, grid, options);
   else
-    answer = of_source(caller, source, grid, k, options, without(varargin, fieldnames(own)));
+    answer = of_source(caller, source, grid, options, without(varargin, fieldnames(own)));
   end
   count = answer(1);
   text = char(answer(2 + count:end));
@@ -145,7 +148,7 @@ end
 % The options, and the defaults of those that pistonfield_pressure has none of.
 function [options, own] = read_beam_options(caller, given)
   own = struct('axis', [], 'duty', 1, 'derating', 0.3, 'hydrophone', [], 'total_power', true);
-  others = own;
+  others = medium_defaults(own);
   others.weights = [];
   options = read_pressure_options(caller, given, others);
   require(~options.byMode, caller, 'mode', ...
@@ -171,33 +174,36 @@ function pairs = without(pairs, names)
 end
 
 % What the module is told of the drive, and what is asked for.
-function pairs = pairs_of(options, velocity, power)
-  pairs = {'frequency', options.frequency, 'speed', options.speed, 'density', options.density, ...
+function pairs = pairs_of(options, speed, velocity, power)
+  pairs = {'frequency', options.frequency, 'speed', speed, 'density', options.density, ...
            'velocity', velocity, 'duty', options.duty, 'derating', options.derating, ...
            'axis', options.axis, 'hydrophone', options.hydrophone, 'power', double(power)};
 end
 
-function answer = of_source(caller, given, grid, k, options, pairs)
+function answer = of_source(caller, given, grid, options, pairs)
   source = source_as_array(caller, given, options.weights);
+  physics = read_physics(caller, 'pressure', source, options);
   names = struct('elements', 'source', 'transform', 'grid', 'sizes', 'grid');
-  lattice = ask_module(caller, names, 'beam_search', grid.transform, grid.sizes, k);
+  lattice = ask_module(caller, names, 'beam_search', grid.transform, grid.sizes, ...
+                       physics.wavenumber);
   search = grid;
   search.transform = reshape(lattice(1:16), 4, 4);
   search.sizes = lattice(17:19);
   [p, info] = pistonfield_pressure(given, search, pairs{:});
-  magnitudes = abs(p) / (options.density * options.speed * info.velocity);
-  question = array_question('beam', source, k, options.tolerance);
-  pairs = pairs_of(options, info.velocity, options.total_power);
+  magnitudes = abs(p) / (options.density * physics.speed * info.velocity);
+  question = array_question('beam', source, physics, options.tolerance);
+  pairs = pairs_of(options, physics.speed, info.velocity, options.total_power);
   answer = ask_module(caller, names, question{:}, search.transform, search.sizes, ...
                       magnitudes(:), options.threads, pairs{:});
 end
 
-function answer = of_pressure(caller, p, grid, k, options)
+function answer = of_pressure(caller, p, grid, options)
+  k = 2 * pi * options.frequency / options.speed;
   sizes = [grid.sizes, 1];
   require(isfloat(p) && isequal([size(p), ones(1, 4 - ndims(p))], sizes), caller, 'p', ...
           'p must be complex numbers, %d by %d by %d as the grid', grid.sizes);
   p = double(p) / (options.density * options.speed);
-  pairs = pairs_of(options, 1, false);
+  pairs = pairs_of(options, options.speed, 1, false);
   answer = ask_module(caller, struct('values', 'p', 'transform', 'grid', 'sizes', 'grid'), ...
                       'beam_of_grid', grid.transform, grid.sizes, real(p(:)), imag(p(:)), k, ...
                       pairs{:});
@@ -270,6 +276,34 @@ end
 %! r = call('power', 2);
 %! assert(r.power, 2, 1e-5);
 %! assert(~isfield(call('total_power', false), 'power'));
+
+%!test % a disc has the beam of its closed form on the axis, with losses and its power
+%! disc = pistonfield_piston('disc', 'radius', 8e-3);
+%! axial = pistonfield_grid(0, 0, (25:5:120) * 1e-3);
+%! r = pistonfield_beam(disc, axial, 'frequency', 1e6, 'nepers', 5);
+%! k = 2 * pi / r.wavelength;
+%! s = 5 + 1i * k;
+%! p = @(z) 998 * 1482 * k * abs((exp(-s * z) - exp(-s * sqrt(z .^ 2 + 64e-6))) / s);
+%! [z, least] = fminbnd(@(z) -p(z), 30e-3, 60e-3, optimset('TolX', 1e-9));
+%! assert(r.peak.pressure, -least, 1e-6 * r.peak.pressure);
+%! assert(r.peak.place, [0 0 z], 1e-5);
+%! assert(r.peak.depth, r.peak.place(3), 1e-12);
+%! assert(p(z + r.behind(3, 2)), -least * 10 ^ (-6 / 20), 1e-4 * r.peak.pressure);
+%! [~, info] = pistonfield_pressure(disc, [0 0 0.1], 'frequency', 1e6, 'nepers', 5, ...
+%!                                  'power', r.power);
+%! assert(info.velocity, 1, 1e-7);
+
+%!test % an array of hexagons before a soft baffle
+%! honeycomb = pistonfield_array('honeycomb', 'rings', 1, 'width', 3e-3, 'pitch', 3.2e-3);
+%! plane = pistonfield_grid((-6:2:6) * 1e-3, 0, (10:4:50) * 1e-3);
+%! medium = {'frequency', 1e6, 'baffle', 'soft'};
+%! r = pistonfield_beam(honeycomb, plane, medium{:}, 'hydrophone', 1e-3);
+%! p = pistonfield_pressure(honeycomb, r.peak.place, medium{:}, 'tolerance', 1e-9);
+%! assert(r.peak.pressure, abs(p), 1e-7 * abs(p));
+%! q = pistonfield_hydrophone(honeycomb, r.peak.place, medium{:}, 'hydrophone', 1e-3);
+%! assert(r.hydrophone.pressure, abs(q), 1e-7 * abs(q));
+%! [~, info] = pistonfield_pressure(honeycomb, [0 0 0.1], medium{:}, 'power', r.power);
+%! assert(info.velocity, 1, 1e-7);
 
 %!test % a piston that is moved and turned has the same beam there
 %! turn = [cosd(30) 0 sind(30); 0 1 0; -sind(30) 0 cosd(30)];

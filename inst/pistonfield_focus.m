@@ -25,6 +25,13 @@ function [weights, info] = pistonfield_focus(array, points, varargin)
   % OPTIONAL INPUTS (names and values)
   %   'speed'      - speed of sound [m/s]; default 1482, water at 20 degrees Celsius
   %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
+  %   'attenuation' - the medium's losses [dB/(cm MHz^y)], with which the elements' own fields are
+  %                  found; this and the next ones are as those of pistonfield_pressure
+  %   'exponent'   - y; default 1
+  %   'nepers'     - instead of the attenuation: the losses at the frequency [Np/m]
+  %   'dispersion' - true: the phase speed depends on the frequency as losses demand; default false
+  %   'dispersionfrequency' - where the phase speed is the speed [Hz]; default 1e6
+  %   'baffle'     - the plane about each element: 'rigid' (default), 'soft' or 'free'
   %   'velocity'   - the amplitude u0 that pistonfield_pressure is to have [m/s]; default 1. Pressures
   %                  in Pa depend on it, and on the density
   %   'pressures'  - the complex pressures that are demanded at the points [Pa], one for each. By
@@ -72,7 +79,7 @@ function [weights, info] = pistonfield_focus(array, points, varargin)
   %                                where nothing was demanded
   %                    scale       what 'drive_limit' multiplied weights and pressures by
   %                    iterations  that were made
-  %                    wavenumber  2*pi*frequency / speed [rad/m]
+  %                    wavenumber  2*pi*frequency / speed, of the phase [rad/m]
   %
   % EXAMPLES
   %   array = pistonfield_array('matrix', 'elements', [32 32], 'pitch', 1e-3, 'width', 0.9e-3, ...
@@ -102,16 +109,20 @@ function [weights, info] = pistonfield_focus(array, points, varargin)
   array = read_array(caller, array);
   options = read_focus_options(caller, varargin);
   way = way_of(caller, points, options);
-  ask = asker(caller, array, 2 * pi * options.frequency / options.speed);
+  medium = read_medium(caller, options);
+  ask = asker(caller, array, medium);
   info = struct('pressures', [], 'drive', NaN, 'efficiency', NaN, 'dropped', 0, ...
                 'least_kept', NaN, 'residual', NaN, 'scale', 1, 'iterations', 0, ...
-                'wavenumber', 2 * pi * options.frequency / options.speed);
+                'wavenumber', medium.wavenumber);
+  options.speed = medium.speed;
   if strcmp(way, 'points')
     points = read_points(caller, points);
     warn_of_far_foci(array, points, info.wavenumber);
     [weights, info] = focused(caller, ask, points, options, info);
   else
-    weights = ask('weights_of_plane_wave', direction_of(caller, way, options));
+    weights = ask_module(caller, names_for_focus(), 'weights_of_plane_wave', array.width, ...
+                         array.height, array.center, array.orientation, medium.wavenumber, ...
+                         direction_of(caller, way, options));
     weights = weights * first_of(options.drive_limit, 1);
   end
   weights = apodized(caller, array, weights, options);
@@ -131,7 +142,7 @@ function options = read_focus_options(caller, given)
                     'steer', [], 'plane_wave', [], 'apodization', [], 'along', 'x', ...
                     'quantized', [], 'phase_bits', [], 'amplitude_levels', [], ...
                     'tolerance', 1e-8, 'behind', false, 'threads', []);
-  options = read_options(caller, defaults, given);
+  options = read_options(caller, medium_defaults(defaults), given);
   require(~isempty(options.frequency), caller, 'frequency', 'frequency is missing: give it in Hz');
   maybe = {'drive_limit', 'quantized', 'phase_bits', 'amplitude_levels'};
   maybe = maybe(~cellfun(@(name) isempty(options.(name)), maybe));
@@ -175,12 +186,18 @@ function warn_of_far_foci(array, points, k)
   end
 end
 
-% A question to the module about the elements' waves: ask(question, ...).
-function ask = asker(caller, array, k)
+% What the functions call what the module names.
+function names = names_for_focus()
   names = struct('elements', 'array', 'leastRatio', 'least_ratio', 'largestWeight', 'drive_limit', ...
                  'direction', 'plane_wave');
-  ask = @(question, varargin) ask_module(caller, names, question, array.width, array.height, ...
-                                         array.center, array.orientation, k, varargin{:});
+end
+
+% A question to the module about the elements' waves at points: ask(question, ...).
+function ask = asker(caller, array, medium)
+  ask = @(question, varargin) ask_module(caller, names_for_focus(), question, array.width, ...
+                                         array.height, array.center, array.orientation, ...
+                                         medium.wavenumber, medium.attenuation, medium.baffle, ...
+                                         varargin{:});
 end
 
 function [weights, info] = focused(caller, ask, points, options, info)
@@ -307,6 +324,19 @@ end
 %! assert(abs(w), 3 * ones(9, 1), 1e-12);
 %! own = at(focus, eye(9), 'speed', 1000);
 %! assert(abs(at(focus, w, 'speed', 1000)), 3 * sum(abs(own(:))), 1e-6 * sum(abs(own(:))));
+
+%!test % an array of shapes, in a medium with losses and before a soft baffle, is focused by its field
+%! rings = pistonfield_array('annular', 'radius', 12e-3, 'elements', 4);
+%! medium = {'attenuation', 1, 'dispersion', true, 'baffle', 'soft', 'frequency', 2e6};
+%! focus = [1 0 25] * 1e-3;
+%! [w, info] = pistonfield_focus(rings, focus, medium{:});
+%! own = pistonfield_pressure(rings, focus, medium{:}, 'weights', eye(4), 'tolerance', 1e-9);
+%! assert(angle(w .* own(:) ./ (w(1) * own(1))), zeros(4, 1), 1e-6);
+%! assert(info.pressures, own(:).' * w, 1e-6 * abs(info.pressures));
+%! foci = [1 0 25; -1 0 30] * 1e-3;
+%! w = pistonfield_focus(rings, foci, medium{:}, 'pressures', [1e5, -2e5]);
+%! p = pistonfield_pressure(rings, foci, medium{:}, 'weights', w, 'tolerance', 1e-9);
+%! assert(p, [1e5; -2e5], 1);
 
 %!test % several foci have the pressures that are demanded, in Pa, with the least norm
 %! foci = [3 1 20; -4 0 25; 0 -1 15] * 1e-3;

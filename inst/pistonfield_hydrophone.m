@@ -14,7 +14,7 @@ function [p, error] = pistonfield_hydrophone(source, points, varargin)
   %   [p, error] = pistonfield_hydrophone(source, points, ..., name, value, ...)
   %
   % INPUTS
-  %   source       - a piston or an array, as pistonfield_pressure takes them
+  %   source       - a piston of any shape or an array, as pistonfield_pressure takes them
   %   points       - where the hydrophone's centre is [m]: N by 3, or a struct with x, y and z
   %   'frequency'  - frequency [Hz]
   %   'hydrophone' - the diameter of a disc, or [width height] of a rectangle [m]; at most 100
@@ -25,7 +25,8 @@ function [p, error] = pistonfield_hydrophone(source, points, varargin)
   %   0, 1
   %   'along'      - the direction of a rectangle's width, 3-vector; what of it lies along the
   %                  normal is left out. Default 1, 0, 0
-  %   'speed', 'density', 'weights', 'velocity', 'tolerance', 'threads'
+  %   'speed', 'density', 'weights', 'velocity', 'tolerance', 'threads', 'attenuation', 'exponent',
+  %   'nepers', 'dispersion', 'dispersionfrequency', 'baffle'
   %                - as those of pistonfield_pressure, with one column of weights; the tolerance is
   %                  1e-8 at most
   %
@@ -53,7 +54,8 @@ function [p, error] = pistonfield_hydrophone(source, points, varargin)
   require_module(caller);
   require(is_point_list(points), caller, 'points', ...
           'points must be N by 3: rows of x, y and z; or a struct with x, y and z');
-  others = struct('weights', [], 'hydrophone', [], 'normal', [0 0 1], 'along', [1 0 0]);
+  others = medium_defaults(struct('weights', [], 'hydrophone', [], 'normal', [0 0 1], ...
+                                  'along', [1 0 0]));
   options = read_pressure_options(caller, varargin, others);
   require(~options.byMode, caller, 'mode', ...
           'a hydrophone''s pressure is computed within a tolerance: it takes no mode and no order');
@@ -67,12 +69,12 @@ function [p, error] = pistonfield_hydrophone(source, points, varargin)
   if isList
     shape = [numel(points.x), 1];
   end
-  k = 2 * pi * options.frequency / options.speed;
-  question = array_question('hydrophone', source_as_array(caller, source, options.weights), k, ...
-                            options.tolerance);
+  source = source_as_array(caller, source, options.weights);
+  physics = read_physics(caller, 'pressure', source, options);
+  question = array_question('hydrophone', source, physics, options.tolerance);
   answer = ask_module(caller, struct('elements', 'source'), question{:}, points.x, points.y, ...
                       points.z, lengths, along, across, options.threads);
-  unit = options.density * options.speed * options.velocity;
+  unit = options.density * physics.speed * options.velocity;
   parts = reshape(answer, [], 3);
   p = reshape(1i * unit * complex(parts(:, 1), parts(:, 2)), shape);
   error = reshape(unit * parts(:, 3), shape);

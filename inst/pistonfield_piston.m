@@ -196,6 +196,5 @@ end
 %!error <piston.shape must be one of> at(struct('shape', 7))
 %!error <other shapes than rectangles .* there is no order>
 %! at(struct('shape', 'disc', 'radius', 1e-3), 'tolerance', [], 'order', 9);
-%!error <give velocity instead> at(struct('shape', 'disc', 'radius', 1e-3), 'power', 1)
 %!error <takes rectangles alone> pistonfield_order(struct('shape', 'disc', 'radius', 1e-3), ...
 %!                                                 pistonfield_grid(0, 0, 1), 'frequency', 1e6)

@@ -68,7 +68,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %   'density'    - density [kg/m^3]; default 998, water at 20 degrees Celsius
   %   'attenuation' - of the medium [dB/(cm MHz^y)]; default 0. Water has 0.0022 at y = 2, soft tissue
   %                  about 0.5 at y = 1. Its values are exp(-a*R) further off, with a in Np/m at the
-  %                  frequency: 1 Np is 8.69 dB. With losses, power is refused
+  %                  frequency: 1 Np is 8.69 dB
   %   'exponent'   - y, with which the attenuation grows as a power of the frequency, from 0 to below
   %                  3; default 1
   %   'nepers'     - instead of the attenuation: a itself, at the frequency [Np/m]
@@ -92,7 +92,10 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  R * u0^2 / 2 with the piston's radiation resistance R, integrated numerically
   %                  (Burnett and Soroka, J. Acoust. Soc. Am. 51, 1618-1623, 1972). That of
   %                  an array, with its weights, is found at the faces of elements in one plane, which
-  %                  are each other's baffle, and far away of others; this may take seconds
+  %                  are each other's baffle, and far away of others; this may take seconds. So is
+  %                  that of other shapes and before a soft baffle; without one it is what arrives far
+  %                  away in the half space before the piston. With losses it is what leaves the
+  %                  faces, of elements in one plane in a rigid baffle; others are refused
   %   'tolerance'  - the largest error, above 0 and below 1; default 1e-4. It is kept for pistons
   %                  with sides of 1e-5 to 2000 wavelengths, and others are refused
   %   'relative'   - what the error of a value is relative to: 'largest' (default), the largest |p|
@@ -151,7 +154,7 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    wavenumber  2*pi*frequency / speed [rad/m], with dispersion that of the
   %                                phase speed
   %                    velocity    u0 [m/s]
-  %                    power       the radiated power [W]; NaN of an array, unless it was given, and
+  %                    power       the radiated power [W]; NaN unless it was given of an array, and
   %                                with losses, other baffles or other shapes
   %                    elements    of the array; 1 of a piston
   %                    weightings  the number of fields
@@ -1298,11 +1301,37 @@ end
 %! at(piston, [0 0 1], 'device', 'gpu', 'attenuation', 1);
 %!error <losses are computed .* precision must be double>
 %! at(piston, [0 0 1], 'precision', 'single', 'attenuation', 1);
-%!error <power goes with rectangles before a rigid baffle, without losses: give velocity>
-%! at(piston, [0 0 1], 'power', 1, 'attenuation', 1);
-%!error <power goes with rectangles> at(piston, [0 0 1], 'power', 1, 'baffle', 'free')
-%!error <power goes with rectangles>
-%! at(pistonfield_array('annular', 'elements', 3, 'radius', 1e-3), [0 0 1], 'power', 1);
+%!error <attenuation: with losses the power is known in a rigid baffle alone>
+%! at(piston, [0 0 1], 'power', 1, 'attenuation', 1, 'baffle', 'soft');
+
+%!test % the power of a disc is that of its resistance, pi a^2 (1 - J1(2ka)/(ka)), and that of rings
+%! % that fill it
+%! face = pistonfield_piston('disc', 'radius', 2e-3);
+%! rings = pistonfield_array('annular', 'radius', 2e-3, 'elements', 3);
+%! for source = {face, rings}
+%!   [~, info] = at(source{1}, [0 0 9e-3], 'power', 3);
+%!   ka = 2e-3 * info.wavenumber;
+%!   resistance = 998 * 1482 * pi * 4e-6 * (1 - besselj(1, 2 * ka) / ka);
+%!   assert(resistance * info.velocity ^ 2 / 2, 3, 1e-7);
+%! end
+
+%!test % a soft baffle's is what |p|^2 carries away, and no baffle's, too
+%! face = pistonfield_piston('disc', 'radius', 2e-3);
+%! velocity = @(varargin) getfield(nthargout(2, @() at(face, [0 0 9e-3], 'power', 1, ...
+%!                                                     varargin{:})), 'velocity');
+%! wavenumber = 2 * pi * 1e6 / 1482;
+%! pattern = @(t) 2 * pi * 2e-3 * besselj(1, wavenumber * 2e-3 * sin(t)) ./ (wavenumber * sin(t));
+%! carried = @(f) 998 * 1482 * wavenumber ^ 2 / (4 * pi) * ...
+%!                quad(@(t) (pattern(t) .* f(cos(t))) .^ 2 .* sin(t), 0, pi / 2);
+%! assert(carried(@(c) c) * velocity('baffle', 'soft') ^ 2, 1, 1e-6);
+%! assert(carried(@(c) (1 + c) / 2) * velocity('baffle', 'free') ^ 2, 1, 1e-6);
+%! assert(carried(@(c) 1) * velocity() ^ 2, 1, 1e-6);
+%! % Through the face: k/2 times the integral of the area that the disc shares with itself at a
+%! % distance, times what arrives from there.
+%! area = @(r) 8e-6 * acos(r / 4e-3) - r / 2 .* sqrt(16e-6 - r .^ 2);
+%! leaving = 998 * 1482 * wavenumber / 2 * ...
+%!           quad(@(r) area(r) .* exp(-100 * r) .* sin(wavenumber * r), 0, 4e-3);
+%! assert(leaving * velocity('nepers', 100) ^ 2, 1, 1e-6);
 %!error <array.outlines must be 8 by E> at(struct('kind', 'odd', 'outlines', ones(7, 3), ...
 %!                                                'outline', 1, 'center', zeros(3, 1), ...
 %!                                                'orientation', eye(3)), [0 0 1])

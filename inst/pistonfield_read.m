@@ -163,8 +163,8 @@ end
 % The amplitude of the velocity, which for an array is what its weights are relative to.
 function velocity = velocity_of(caller, request, k, options)
   require(isempty(request.baffle) || ~isempty(options.velocity), caller, 'power', ...
-          ['the power is known of rectangles in a rigid baffle without losses alone; give the ', ...
-           'velocity']);
+          ['the power of a file with losses, another baffle or another shape is not found; give ', ...
+           'the velocity']);
   if isempty(request.elements)
     sides = struct('width', request.s, 'height', request.l);
     velocity = velocity_and_power(sides, k, options);

@@ -13,7 +13,6 @@
 #include "arrays/Foci.h"
 #include "arrays/RadiatedPower.h"
 #include "arrays/Window.h"
-#include "arrays/arrangement.h"
 #include "arrays/elementPressures.h"
 #include "arrays/quantised.h"
 #include "arrays/steering.h"
@@ -41,8 +40,6 @@ Asked read(Arguments arguments, std::size_t others) {
     expectArguments(arguments, 1 + elementArguments + others);
     return {elementsOf(arguments.subspan(1)), arguments.subspan(1 + elementArguments)};
 }
-
-Wave waveOf(const host::Array* wavenumber) { return {numberOf(wavenumber, "wavenumber")}; }
 
 PointList pointsOf(Arguments arguments) {
     return {numbersOf(arguments[0], "points"), numbersOf(arguments[1], "points"),
@@ -75,27 +72,32 @@ WindowAlong alongOf(const host::Array* array) {
 }  // namespace
 
 host::Array* weightsOfFocus(Arguments arguments) {
-    const auto [elements, others] = read(arguments, 7);
-    const ThreadLimit limit(others[6]);
-    const Pose::Vector focus{numberOf(others[1], "points"), numberOf(others[2], "points"),
-                             numberOf(others[3], "points")};
-    return columnOf(focusWeights(elements, waveOf(others[0]), focus,
-                                 numberOf(others[4], "tolerance"), behindOf(others[5])));
+    const auto [elements, all] = read(arguments, mediumArguments + 6);
+    const auto [wave, baffle] = mediumOf(all);
+    const Arguments others = all.subspan(mediumArguments);
+    const ThreadLimit limit(others[5]);
+    const Pose::Vector focus{numberOf(others[0], "points"), numberOf(others[1], "points"),
+                             numberOf(others[2], "points")};
+    return columnOf(focusWeights(elements, wave, focus, numberOf(others[3], "tolerance"),
+                                 behindOf(others[4]), baffle));
 }
 
 host::Array* weightsOfFoci(Arguments arguments) {
-    const auto [elements, others] = read(arguments, 12);
-    const ThreadLimit limit(others[11]);
+    const auto [elements, all] = read(arguments, mediumArguments + 11);
+    const auto [wave, baffle] = mediumOf(all);
+    const Arguments others = all.subspan(mediumArguments);
+    const ThreadLimit limit(others[10]);
     Foci foci;
-    foci.points = pointsOf(others.subspan(1));
-    foci.pressures = complexNumbersOf(others[4], others[5], "pressures");
-    foci.tolerance = numberOf(others[6], "tolerance");
-    foci.leastRatio = numberOf(others[7], "leastRatio");
-    const double largest = numberOf(others[8], "largestWeight");
+    foci.points = pointsOf(others);
+    foci.pressures = complexNumbersOf(others[3], others[4], "pressures");
+    foci.tolerance = numberOf(others[5], "tolerance");
+    foci.leastRatio = numberOf(others[6], "leastRatio");
+    const double largest = numberOf(others[7], "largestWeight");
     if (largest != 0) foci.largestWeight = largest;
-    foci.iterations = wholeWithin(0, 1000000, others[9], "iterations");
-    foci.behind = behindOf(others[10]);
-    const FociWeights found = weightsOf(foci, elements, waveOf(others[0]));
+    foci.iterations = wholeWithin(0, 1000000, others[8], "iterations");
+    foci.behind = behindOf(others[9]);
+    foci.baffle = baffle;
+    const FociWeights found = weightsOf(foci, elements, wave);
     std::vector<double> answer{
         static_cast<double>(found.dropped),    found.leastKept, found.efficiency,
         static_cast<double>(found.iterations), found.scale,     found.residual};
@@ -106,8 +108,8 @@ host::Array* weightsOfFoci(Arguments arguments) {
 
 host::Array* weightsOfPlaneWave(Arguments arguments) {
     const auto [elements, others] = read(arguments, 2);
-    return columnOf(
-        planeWaveWeights(elements, waveOf(others[0]), numbersOf<3>(others[1], "direction")));
+    const Wave wave{numberOf(others[0], "wavenumber")};
+    return columnOf(planeWaveWeights(elements, wave, numbersOf<3>(others[1], "direction")));
 }
 
 host::Array* directionOfAngles(Arguments arguments) {
@@ -118,11 +120,14 @@ host::Array* directionOfAngles(Arguments arguments) {
 }
 
 host::Array* pressuresOfElements(Arguments arguments) {
-    const auto [elements, others] = read(arguments, 7);
-    const ThreadLimit limit(others[6]);
-    return columnsOf(elementPressures(elements, waveOf(others[0]), pointsOf(others.subspan(1)),
-                                      numberOf(others[4], "tolerance"), behindOf(others[5])),
-                     elements.size());
+    const auto [elements, all] = read(arguments, mediumArguments + 6);
+    const auto [wave, baffle] = mediumOf(all);
+    const Arguments others = all.subspan(mediumArguments);
+    const ThreadLimit limit(others[5]);
+    return columnsOf(
+        elementPressures(elements, wave, pointsOf(others), numberOf(others[3], "tolerance"),
+                         behindOf(others[4]), baffle),
+        elements.size());
 }
 
 host::Array* valuesOfWindow(Arguments arguments) {
@@ -148,14 +153,15 @@ host::Array* quantisedWeights(Arguments arguments) {
 }
 
 host::Array* powerOfArray(Arguments arguments) {
-    const auto [elements, others] = read(arguments, 5);
-    Weights weights = complexNumbersOf(others[0], others[1], "weights");
-    const auto from = numbersOf<4>(others[3], "state");
-    const ThreadLimit limit(others[4]);
-    const PowerBy way = areCoplanar(elements) ? PowerBy::faces : PowerBy::farField;
-    PowerSearch search(
-        elements, std::move(weights), waveOf(others[2]), way,
-        {static_cast<int>(whole(from[0], "state")), whole(from[1], "state"), from[2], from[3]});
+    const auto [elements, all] = read(arguments, mediumArguments + 4);
+    Weights weights = complexNumbersOf(all[0], all[1], "weights");
+    const auto [wave, baffle] = mediumOf(all.subspan(2));
+    const Arguments others = all.subspan(2 + mediumArguments);
+    const auto from = numbersOf<4>(others[0], "state");
+    const ThreadLimit limit(others[1]);
+    const PowerState state{static_cast<int>(whole(from[0], "state")), whole(from[1], "state"),
+                           from[2], from[3]};
+    PowerSearch search(elements, std::move(weights), wave, usualWay(elements), state, baffle);
     // So long that what a call takes beside it means little, and a user who stops it does not wait.
     constexpr std::chrono::milliseconds most(500);
     const auto end = std::chrono::steady_clock::now() + most;

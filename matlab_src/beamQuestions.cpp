@@ -27,14 +27,17 @@ Lattice latticeOf(Arguments arguments) {
 
 Wave waveOf(const host::Array* wavenumber) { return {numberOf(wavenumber, "wavenumber")}; }
 
-/// The request that an array, the wavenumber and the tolerance make up.
-constexpr std::size_t sourceArguments = arrayArguments + 2;
+/// The request that an array, the medium and the tolerance make up.
+constexpr std::size_t sourceArguments = arrayArguments + mediumArguments + 1;
 
 Request sourceOf(Arguments arguments) {
     Request request;
     request.array = arrayOf(arguments.first(arrayArguments));
-    request.wave = waveOf(arguments[arrayArguments]);
-    request.tolerance = Tolerance{numberOf(arguments[arrayArguments + 1], "tolerance")};
+    const auto [wave, baffle] = mediumOf(arguments.subspan(arrayArguments));
+    request.wave = wave;
+    request.baffle = baffle;
+    request.tolerance =
+        Tolerance{numberOf(arguments[arrayArguments + mediumArguments], "tolerance")};
     return request;
 }
 

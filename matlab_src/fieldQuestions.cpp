@@ -60,14 +60,6 @@ void readTolerance(Arguments arguments, Request& request) {
     request.tolerance = Tolerance{numberOf(arguments[0], "tolerance"), relationOf(arguments[1])};
 }
 
-Baffle baffleOf(const host::Array* array) {
-    const std::string word = textOf(array, "baffle");
-    if (word == "rigid") return Baffle::rigid;
-    if (word == "soft") return Baffle::soft;
-    if (word == "free") return Baffle::free;
-    throw InvalidRequest("baffle", "'" + word + "' is none of rigid, soft, free");
-}
-
 Quantity quantityOf(const host::Array* array) {
     const std::string word = textOf(array, "quantity");
     if (word == "pressure") return Quantity::pressure;

@@ -88,6 +88,19 @@ std::string textOf(const host::Array* array, const char* name) {
 
 Mode modeOf(const host::Array* array) { return modeCalled(textOf(array, "mode")); }
 
+Baffle baffleOf(const host::Array* array) {
+    const std::string word = textOf(array, "baffle");
+    if (word == "rigid") return Baffle::rigid;
+    if (word == "soft") return Baffle::soft;
+    if (word == "free") return Baffle::free;
+    throw InvalidRequest("baffle", "'" + word + "' is none of rigid, soft, free");
+}
+
+AskedMedium mediumOf(Arguments arguments) {
+    return {{numberOf(arguments[0], "wavenumber"), numberOf(arguments[1], "attenuation")},
+            baffleOf(arguments[2])};
+}
+
 host::Array* rowOf(const std::vector<double>& numbers) {
     host::Array* const row = host::createReal(1, numbers.size());
     std::copy(numbers.begin(), numbers.end(), host::resultReal(row));

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/Mode.h"
+#include "field/Request.h"
 #include "matlab_src/Arguments.h"
 
 /// What the arguments of a question to the functions' module hold. Each of these throws
@@ -51,6 +52,21 @@ std::array<std::int64_t, 3> indicesOf(const host::Array* array, const char* name
 std::string textOf(const host::Array* array, const char* name);
 
 pistonfield::Mode modeOf(const host::Array* array);
+
+/// rigid, soft or free.
+pistonfield::Baffle baffleOf(const host::Array* array);
+
+/// The arguments that `mediumOf` reads.
+constexpr std::size_t mediumArguments = 3;
+
+/// A wave and the plane about each piston.
+struct AskedMedium {
+    pistonfield::Wave wave;
+    pistonfield::Baffle baffle;
+};
+
+/// The wavenumber, the attenuation and the baffle.
+AskedMedium mediumOf(Arguments arguments);
 
 /// An answer of numbers in a row.
 host::Array* rowOf(const std::vector<double>& numbers);

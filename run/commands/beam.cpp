@@ -21,7 +21,6 @@
 #include "run/commands/readTable.h"
 #include "run/commands/readText.h"
 #include "run/file/FieldReader.h"
-#include "run/shapedPiston.h"
 
 namespace run {
 
@@ -53,7 +52,7 @@ RequestText readRequest(const std::filesystem::path& path) {
 }
 
 /// The drive: what the command line says counts first.
-BeamDrive driveOf(const BeamCommand& command, const Drive& inFile, double wavenumber) {
+BeamDrive driveOf(const BeamCommand& command, const Drive& inFile, const pistonfield::Wave& wave) {
     if (command.drive.speed && inFile.frequency)
         throw std::runtime_error("--speed: " + command.source.string() +
                                  " has a frequency, and with it the speed");
@@ -64,7 +63,11 @@ BeamDrive driveOf(const BeamCommand& command, const Drive& inFile, double wavenu
     drive.duty = command.duty.value_or(drive.duty);
     drive.derating = command.derating.value_or(drive.derating);
     // The file's, as a wavenumber made of it may have been rounded.
-    drive.frequency = inFile.frequency.value_or(wavenumber * drive.speed / (2 * std::numbers::pi));
+    constexpr double turn = 2 * std::numbers::pi;
+    drive.frequency = inFile.frequency.value_or(wave.wavenumber * drive.speed / turn);
+    // Losses may have changed the phase speed.
+    if (inFile.frequency && wave.attenuation > 0)
+        drive.speed = turn * drive.frequency / wave.wavenumber;
     check(drive);
     return drive;
 }
@@ -96,20 +99,6 @@ void requireField(const ComputeCommand& asked) {
             throw std::runtime_error(asked.requestFile.string() + ": " + needed + " is missing");
 }
 
-/// What has a request computed by integrals along outlines.
-std::string whatOf(const Request& request) {
-    if (shapeOf(request) != nullptr) return "shape";
-    return request.wave.attenuation > 0 ? "attenuation" : "baffle";
-}
-
-/// What a beam is compared with, as the radiated power, is known of rectangles alone.
-void requireRigid(const Request& request) {
-    if (takesContours(request))
-        throw InvalidRequest(
-            whatOf(request),
-            "beams are measured of rectangles in rigid baffles without losses alone");
-}
-
 void ofRequest(const BeamCommand& command) {
     RequestText asked = readRequest(command.source);
     requireField(asked.command);
@@ -121,8 +110,7 @@ void ofRequest(const BeamCommand& command) {
         request.rule = {};
     }
     check(request);
-    requireRigid(request);
-    const BeamDrive drive = driveOf(command, asked.drive, request.wave.wavenumber);
+    const BeamDrive drive = driveOf(command, asked.drive, request.wave);
     const BeamOptions options = optionsOf(command, drive);
     print(command, beamOf(request, sampled(request, {}), options), drive);
 }
@@ -148,8 +136,9 @@ std::vector<std::complex<double>> valuesOf(FieldReader& file) {
 void ofFile(const BeamCommand& command) {
     FieldReader file(command.source);
     const Request& request = file.layout().request;
-    requireRigid(request);
-    const BeamDrive drive = driveOf(command, {}, request.wave.wavenumber);
+    if (request.quantity != pistonfield::Quantity::pressure)
+        throw InvalidRequest("quantity", "a beam is that of the pressure");
+    const BeamDrive drive = driveOf(command, {}, request.wave);
     const GridField field(latticeOf(file.layout()),
                           request.inSingle() ? valuesOf<float>(file) : valuesOf<double>(file));
     print(command, beamOf(field, request.wave, optionsOf(command, drive), request), drive);

@@ -226,10 +226,11 @@ TEST_F(ArrayQuestionsTest, FocusesAndSteers) {
     const auto elements = elementsOf(convex);
     const PointList focus{{0.5}, {0.25}, {8}};
     EXPECT_EQ(
-        substitute::valuesOf(answerTo(
-            with(with(with(question("weights_of_focus", elements), {number(3.7)}), pointsOf(focus)),
-                 {number(1e-9), number(0), number(2)}))),
-        focusWeights(elements, wave, {0.5, 0.25, 8}, 1e-9));
+        substitute::valuesOf(answerTo(with(with(with(question("weights_of_focus", elements),
+                                                     {number(3.7), number(0.2), text("soft")}),
+                                                pointsOf(focus)),
+                                           {number(1e-9), number(0), number(2)}))),
+        focusWeights(elements, {wave.wavenumber, 0.2}, {0.5, 0.25, 8}, 1e-9, false, Baffle::soft));
     EXPECT_EQ(substitute::valuesOf(answerTo(with(question("weights_of_plane_wave", elements),
                                                  {number(3.7), doubles({1, 2, 3}, {3, 1})}))),
               planeWaveWeights(elements, wave, {1, 2, 3}));
@@ -240,9 +241,10 @@ TEST_F(ArrayQuestionsTest, FocusesAndSteers) {
 
 TEST_F(ArrayQuestionsTest, TellsTheElementsPressures) {
     const auto elements = elementsOf(convex);
-    const host::Array* const answer = answerTo(
-        with(with(with(question("element_pressures", elements), {number(3.7)}), pointsOf(points)),
-             {number(1e-9), number(0), number(0)}));
+    const host::Array* const answer = answerTo(with(
+        with(with(question("element_pressures", elements), {number(3.7), number(0), text("rigid")}),
+             pointsOf(points)),
+        {number(1e-9), number(0), number(0)}));
     EXPECT_EQ(answer->dimensions, (substitute::Dimensions{5, 2}));
     EXPECT_EQ(substitute::valuesOf(answer), elementPressures(elements, wave, points, 1e-9));
 }
@@ -250,7 +252,8 @@ TEST_F(ArrayQuestionsTest, TellsTheElementsPressures) {
 TEST_F(ArrayQuestionsTest, HandlesPointsBehindAsItIsTold) {
     const auto elements = elementsOf(convex);
     const auto asked = [&elements](double behind) {
-        return with(with(with(question("element_pressures", elements), {number(3.7)}),
+        return with(with(with(question("element_pressures", elements),
+                              {number(3.7), number(0), text("rigid")}),
                          pointsOf({{0.5}, {0}, {-8}})),
                     {number(1e-9), number(behind), number(0)});
     };
@@ -269,12 +272,15 @@ TEST_F(ArrayQuestionsTest, FindsWeightsOfSeveralFoci) {
         foci.tolerance = 1e-7;
         foci.leastRatio = 1e-5;
         foci.iterations = 3;
+        foci.baffle = Baffle::free;
         if (largest > 0) foci.largestWeight = largest;
         const FociWeights wanted = weightsOf(foci, elements, wave);
-        const auto found = numbersIn(answerTo(with(
-            with(with(with(question("weights_of_foci", elements), {number(3.7)}), pointsOf(points)),
-                 partsOf(pressures)),
-            {number(1e-7), number(1e-5), number(largest), number(3), number(0), number(1)})));
+        const auto found = numbersIn(answerTo(
+            with(with(with(with(question("weights_of_foci", elements),
+                                {number(3.7), number(0), text("free")}),
+                           pointsOf(points)),
+                      partsOf(pressures)),
+                 {number(1e-7), number(1e-5), number(largest), number(3), number(0), number(1)})));
         ASSERT_EQ(found.size(), 16U);
         EXPECT_EQ(std::vector<double>(found.begin(), found.begin() + 6),
                   (std::vector<double>{static_cast<double>(wanted.dropped), wanted.leastKept,
@@ -332,7 +338,8 @@ TEST_F(ArrayQuestionsTest, TellsThePowerAtTheFacesOrFarAway) {
             radiatedPower(elements, weights, wave, isFlat ? PowerBy::faces : PowerBy::farField);
         const auto asked = [&](const std::vector<double>& state, double threads) {
             return with(with(question("array_power", elements), partsOf(weights)),
-                        {number(3.7), doubles(state, {1, state.size()}), number(threads)});
+                        {number(3.7), number(0), text("rigid"), doubles(state, {1, state.size()}),
+                         number(threads)});
         };
         std::vector<double> answer(4);
         for (int i = 0; i < 100 && answer.size() == 4; ++i)

@@ -55,6 +55,8 @@ Arguments question(const std::string& name) {
             number(2),
             number(0),
             number(k),
+            number(0),
+            text("rigid"),
             number(1e-4)};
 }
 

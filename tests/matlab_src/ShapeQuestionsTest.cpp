@@ -173,11 +173,12 @@ TEST_F(ShapeQuestionsTest, BuildsArraysOfShapes) {
 
 TEST_F(ShapeQuestionsTest, TakesOutlinesInThePlaceOfSides) {
     const PointList points{{0.5, 3}, {0, 1}, {2, 4}};
-    auto* const answer =
-        answerTo(with(with({text("element_pressures")}, elements(table, {1, 2})),
-                      {number(3), doubles(points.x, {2, 1}), doubles(points.y, {2, 1}),
-                       doubles(points.z, {2, 1}), number(1e-6), number(0), number(0)}));
-    const auto wanted = elementPressures(sameElements(), {3}, points, 1e-6, false);
+    auto* const answer = answerTo(with(
+        with({text("element_pressures")}, elements(table, {1, 2})),
+        {number(3), number(0.1), text("soft"), doubles(points.x, {2, 1}), doubles(points.y, {2, 1}),
+         doubles(points.z, {2, 1}), number(1e-6), number(0), number(0)}));
+    const auto wanted =
+        elementPressures(sameElements(), {3, 0.1}, points, 1e-6, false, Baffle::soft);
     ASSERT_EQ(answer->count(), wanted.size());
     for (std::size_t i = 0; i < wanted.size(); ++i) {
         EXPECT_EQ(host::resultReal(answer)[i], wanted[i].real());

@@ -146,6 +146,35 @@ class BeamTest(ProgramTest):
         wanted = math.degrees(math.asin(SPEED / FREQUENCY / 2e-3))
         numpy.testing.assert_allclose(numpy.abs(angles), wanted, atol=0.05)
 
+    def test_of_a_disc_with_losses_is_that_of_its_axis(self):
+        radius, nepers = 8e-3, 5
+        k = 2 * math.pi * FREQUENCY / SPEED
+
+        def along(z, soft):
+            s = complex(nepers, k)
+            rim = math.hypot(z, radius)
+            if soft:
+                return abs(numpy.exp(-s * z) - z / rim * numpy.exp(-s * rim))
+            return abs(k / s * (numpy.exp(-s * z) - numpy.exp(-s * rim)))
+
+        for baffle in ("rigid", "soft"):
+            with self.subTest(baffle=baffle):
+                disc = (
+                    f"frequency = {FREQUENCY}\nvelocity = 0.3\nbaffle = '{baffle}'\n"
+                    f"tolerance = 1e-7\n[medium]\nnepers = {nepers}\n[piston]\nshape = 'disc'\nradius = {radius}\n"
+                    "[grid]\nx = 0\ny = 0\nz = [20e-3, 2e-3, 31]\n"
+                )
+                found = self.beam(text=disc)
+                unit = DENSITY * SPEED * 0.3
+                largest = max(along(0.02 + i * 1e-5, baffle == "soft") for i in range(6001))
+                self.assertAlmostEqual(found["peak"]["pressure"] / unit / largest, 1, delta=1e-6)
+                self.assertEqual("power" in found, baffle == "rigid")
+        self.run_program("--request", "request.toml", "field.h5")
+        words = ["beam", "field.h5", "--velocity", 0.3, "--json"]
+        of_file = json.loads(self.run_program(*words).out)
+        ratio = of_file["peak"]["pressure"] / found["peak"]["pressure"]
+        self.assertAlmostEqual(ratio, 1, delta=1e-3)
+
     def test_refuses_what_makes_no_beam(self):
         self.assertIn("--duty: ", self.complaint("--duty", 2))
         self.assertIn("--axis: ", self.complaint("--axis", 0, 0, 0))

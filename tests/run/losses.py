@@ -212,11 +212,6 @@ class AccountTest(ProgramTest):
         message = self.refused("show", "field.h5")
         self.assertIn("has the format 6, and this version reads 2 to 5 alone", message)
 
-    def test_is_no_beam_yet(self):
-        self.run_program(*request(), "field.h5")
-        message = self.refused("beam", "field.h5")
-        self.assertIn("field.h5: attenuation: beams are measured of rectangles", message)
-
 
 class MistakesTest(ProgramTest):
     def test_are_told_by_name(self):

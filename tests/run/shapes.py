@@ -266,8 +266,6 @@ class AccountTest(ShapeTest):
         self.assertTrue(shown.endswith('\n[piston]\nshape = "disc"\nradius = 0.01\n'), shown)
         message = self.refused("show", "--elements", "field.h5")
         self.assertIn("field.h5 has the field of no array", message)
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "field.h5"))
-        self.assertIn("beams are measured of rectangles", self.refused("beam", "request.toml"))
 
     def test_notes_are_about_the_piston(self):
         words = ("--request", "request.toml", "--behind", "--estimate", "field.h5")
