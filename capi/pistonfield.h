@@ -621,7 +621,7 @@ pistonfield_status pistonfield_array_polygon(const pistonfield_polygon* polygon,
 
 /// Finds weights as `pistonfield_weights_of_focus`, for the elements and the wave of a request,
 /// which may have outlines and losses. Of the request the array, its outlines, the wavenumber, the
-/// attenuation and the baffle count, which has to be the rigid one; so in the next three.
+/// attenuation and the baffle count; so in the next three.
 pistonfield_status pistonfield_request_focus(const pistonfield_request* request,
                                              const pistonfield_places* focus, double* weights,
                                              pistonfield_message* message) PISTONFIELD_NOEXCEPT;
@@ -644,8 +644,9 @@ pistonfield_status pistonfield_request_window(const pistonfield_request* request
 
 /// Finds the power that the source of a request radiates, per density*speed*|u0|^2: an area. Of
 /// elements in one plane, which are each other's baffle, it is what goes through the faces; of
-/// others what arrives far away, in the half space before them. Its points mean nothing. An array
-/// has one weighting.
+/// others what arrives far away, in the half space before them, as it is before a free baffle. With
+/// losses it is what leaves the faces, of elements in one plane before a rigid baffle. Its points
+/// mean nothing. An array has one weighting.
 /// @param conduct or null; its progress function is told 0 points, so that it can stop
 /// @param power where it goes. The power in W is power*density*speed*u0^2, with lengths in m
 pistonfield_status pistonfield_request_power(const pistonfield_request* request,

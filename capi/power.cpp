@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "arrays/RadiatedPower.h"
-#include "arrays/arrangement.h"
 #include "capi/Watched.h"
 #include "capi/outcome.h"
 #include "capi/pistonfield.h"
@@ -27,16 +26,10 @@ Array onlyWeighting(const Request& request) {
     return *request.array;
 }
 
-void requireRigid(const Request& request) {
-    if (request.baffle != Baffle::rigid)
-        throw InvalidRequest("baffle", "powers are those before a rigid one");
-}
-
 RadiatedPower powerOf(const Request& request, const Conduct& conduct) {
-    requireRigid(request);
     const Array array = onlyWeighting(request);
-    PowerSearch search(array.elements, array.weights, request.wave,
-                       areCoplanar(array.elements) ? PowerBy::faces : PowerBy::farField);
+    PowerSearch search(array.elements, array.weights, request.wave, usualWay(array.elements), {},
+                       request.baffle);
     for (;;) {
         if (conduct.progress) conduct.progress(0);
         if (conduct.stop.stop_requested()) throw Stopped();

@@ -211,12 +211,11 @@ pistonfield_request defaultRequest() {
 
 DrivenElements drivenElementsOf(const pistonfield_request* caller) {
     const auto given = completed(caller, requestSizes, "request");
-    if (valueNumbered(given.baffle, Baffle::free, "baffle") != Baffle::rigid)
-        throw InvalidRequest("baffle", "weights are those before a rigid one");
+    const Baffle baffle = valueNumbered(given.baffle, Baffle::free, "baffle");
     Array array;
     array.elements = elementsFrom(given.array, given.elements);
     if (hasOutlines(given)) takeOutlines(array, given);
-    return {std::move(array.elements), {given.wavenumber, given.attenuation}};
+    return {std::move(array.elements), {given.wavenumber, given.attenuation}, baffle};
 }
 
 }  // namespace pistonfield

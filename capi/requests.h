@@ -29,10 +29,10 @@ pistonfield_request defaultRequest();
 struct DrivenElements {
     std::vector<Element> elements;
     Wave wave;
+    Baffle baffle = Baffle::rigid;
 };
 
-/// @throws InvalidArgument; InvalidRequest, of `elements` where there is no array, of `baffle`
-///     unless that is rigid
+/// @throws InvalidArgument; InvalidRequest, of `elements` where there is no array
 DrivenElements drivenElementsOf(const pistonfield_request* given);
 
 }  // namespace pistonfield

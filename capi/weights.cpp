@@ -91,13 +91,14 @@ void findFocus(const DrivenElements& array, const pistonfield_places* focus, dou
     const pistonfield_places& place = required(focus, "focus");
     requireGiven(weights, "weights");
     write(focusWeights(array.elements, array.wave, onlyPlace(place), place.tolerance,
-                       place.behind != 0),
+                       place.behind != 0, array.baffle),
           weights);
 }
 
 void findFoci(const DrivenElements& array, const pistonfield_foci* foci, double* weights,
               pistonfield_foci_result* result) {
-    const Foci demanded = fociFrom(required(foci, "foci"));
+    Foci demanded = fociFrom(required(foci, "foci"));
+    demanded.baffle = array.baffle;
     requireGiven(weights, "weights");
     const FociWeights found =
         namedForC([&] { return weightsOf(demanded, array.elements, array.wave); });

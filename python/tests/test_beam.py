@@ -10,6 +10,7 @@ import time
 import numpy as np
 import pytest
 from conftest import turn
+from scipy import special
 from scipy.optimize import minimize_scalar
 
 import pistonfield as pf
@@ -188,10 +189,52 @@ def test_what_has_no_beam_is_refused(given, error, text):
         pf.beam(**arguments)
 
 
+@pytest.mark.parametrize("radius", [1e-4, 1e-3, 10e-3])
+def test_a_discs_power_has_its_closed_form(radius):
+    # rho c u0^2 A/2 times 1 - J1(2ka)/(ka).
+    wavenumber = 2 * np.pi * 1e6 / pf.WATER.speed
+    resistance = 1 - special.j1(2 * wavenumber * radius) / (wavenumber * radius)
+    wanted = pf.WATER.density * pf.WATER.speed * 0.1**2 / 2 * np.pi * radius**2 * resistance
+    assert pf.power(pf.Disc(radius=radius), 1e6, velocity=0.1) == pytest.approx(wanted, rel=1e-6)
+
+
+def test_a_beam_of_a_disc_with_losses_is_weaker_and_in_a_soft_baffle_another():
+    disc = pf.Disc(radius=4e-3)
+    lossy = pf.Medium(speed=1482, density=998, nepers=10)
+    side = np.linspace(-4e-3, 4e-3, 9)
+    region = pf.Grid(x=side, y=side, z=np.linspace(5e-3, 40e-3, 24))
+    plain = pf.beam(disc, region, 1e6, medium=pf.Medium(speed=1482, density=998))
+    weaker = pf.beam(disc, region, 1e6, medium=lossy)
+    soft = pf.beam(disc, region, 1e6, medium=lossy, baffle="soft")
+    k = complex(2 * np.pi * 1e6 / 1482, -10)
+    z = weaker.peak.place[2]
+    on_axis = abs(np.exp(-1j * k * z) - np.exp(-1j * k * np.hypot(z, 4e-3)))
+    wanted = 998 * 1482 * k.real / abs(k) * on_axis
+    assert weaker.peak.pressure == pytest.approx(wanted, rel=1e-3)
+    assert weaker.peak.pressure < 0.95 * plain.peak.pressure
+    assert abs(soft.peak.pressure / weaker.peak.pressure - 1) > 1e-3
+    assert "power" in weaker and "power" not in soft
+
+
+def test_weights_of_a_focus_depend_on_the_baffle(line):
+    point = [3e-3, 0, 8e-3]
+    rigid = pf.focus(line, point, 1e6)
+    free = pf.focus(line, point, 1e6, baffle="free")
+    assert abs(rigid - free).max() > 1e-4
+    # In phase there: the magnitudes add up.
+    alone = np.diag(free)
+    together = pf.pressure(line, [point], 1e6, weights=free, baffle="free")
+    each = pf.pressure(line, [point], 1e6, weights=alone, baffle="free")
+    assert abs(together).sum() == pytest.approx(abs(each).sum(), rel=1e-6)
+
+
 def test_what_radiates_no_known_power_is_refused(line):
     with pytest.raises(ValueError, match="^weights: a power is that of one weighting"):
         pf.power(line, 1e6, weights=np.ones((2, 8)))
-    with pytest.raises(ValueError, match="^medium: powers are known without losses"):
-        pf.power(line, 1e6, medium=pf.Medium(speed=1500, density=1000, nepers=1))
+    lossy = pf.Medium(speed=1500, density=1000, nepers=1)
+    with pytest.raises(ValueError, match="^medium: with losses the power is known in a rigid"):
+        pf.power(line, 1e6, medium=lossy, baffle="soft")
+    with pytest.raises(ValueError, match="^baffle: 'hard' is none of rigid, soft, free"):
+        pf.power(line, 1e6, baffle="hard")
     with pytest.raises(TypeError, match="^source: must be a Piston"):
         pf.power(3, 1e6)

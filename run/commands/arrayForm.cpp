@@ -197,7 +197,8 @@ std::vector<std::complex<double>> focused(const Keys& keys, const Setting& setti
     constexpr double tolerance = 1e-6;
     try {
         return pistonfield::focusWeights(array.elements, request.wave,
-                                         {point[0], point[1], point[2]}, tolerance, request.behind);
+                                         {point[0], point[1], point[2]}, tolerance, request.behind,
+                                         request.baffle);
     } catch (const InvalidRequest& error) {
         refuse(setting, error.what());
     }

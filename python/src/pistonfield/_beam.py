@@ -127,6 +127,7 @@ def beam(
     velocity: float | None = None,
     power: float | None = None,
     weights: npt.ArrayLike | None = None,
+    baffle: str = "rigid",
     tolerance: float = 1e-4,
     threads: int | None = None,
     axis: npt.ArrayLike | None = None,
@@ -154,13 +155,15 @@ def beam(
     frequency : float
         In Hz.
     medium : Medium, optional
-        The fluid, without losses; water by default.
+        The fluid; water by default. Derating comes on top of its losses.
     velocity : float, optional
         The amplitude u0 of the piston's normal velocity in m/s, 1 by default.
     power : float, optional
         In place of the velocity: the radiated power in W.
     weights : array_like, optional
         Of an array: the elements' complex amplitudes, (N,). By default the array's own.
+    baffle : {"rigid", "soft", "free"}, optional
+        What surrounds the piston in its plane.
     tolerance : float, optional
         Of the search.
     threads : int, optional
@@ -177,7 +180,8 @@ def beam(
         The active face of a hydrophone that looks along the axis: the diameter of a disc or the
         sides of a rectangle along both lateral directions, in m.
     total_power : bool, optional
-        Whether the radiated power is found, which takes seconds for hundreds of elements.
+        Whether the radiated power is found, which takes seconds for hundreds of elements. It is
+        left out where `power` refuses it.
     progress : callable, optional
         Is told now and then how many points have been looked at. What it raises ends the search.
 
@@ -212,6 +216,7 @@ def beam(
         "velocity": velocity,
         "power": power,
         "weights": weights,
+        "baffle": baffle,
         "tolerance": tolerance,
         "threads": threads,
     }
@@ -268,6 +273,7 @@ class _Asked:
         self.options.velocity = velocity_of(given, self._frequency, elements)
         request = self._request
         request.tolerance = given.tolerance
+        request.baffle = given.baffle
         if isinstance(source, Flat):
             place.see_from(source, behind=False, keep=True)
             request.behind = True

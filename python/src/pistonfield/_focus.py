@@ -15,6 +15,7 @@ from . import _checks, _library, _medium
 from ._array import Array
 from ._jobs import interruptible
 from ._medium import WATER, Medium
+from ._options import baffle_number
 from ._request import Source, new_request
 
 _log = logging.getLogger("pistonfield")
@@ -44,6 +45,7 @@ def focus(
     frequency: float,
     *,
     medium: Medium = WATER,
+    baffle: str = "rigid",
     velocity: float = 1.0,
     pressures: npt.ArrayLike | None = None,
     drive_limit: float | None = None,
@@ -77,6 +79,8 @@ def focus(
         In Hz.
     medium : Medium, optional
         The fluid; water by default.
+    baffle : {"rigid", "soft", "free"}, optional
+        What surrounds each element in its plane.
     velocity : float, optional
         The velocity in m/s that `pressure` is to have: `pressures` in Pa depend on it.
     pressures : array_like, optional
@@ -135,6 +139,7 @@ def focus(
     if not isinstance(array, Array):
         raise TypeError(f"array: must be an Array, not {type(array).__name__}")
     request = new_request(medium, frequency)
+    request.baffle = baffle_number(baffle)
     unit = _medium.pascal(
         medium, frequency, _checks.positive(velocity, "velocity", "a velocity in m/s")
     )

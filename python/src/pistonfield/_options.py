@@ -142,6 +142,11 @@ class Settings:
     behind: bool
 
 
+def baffle_number(given: Any) -> int:
+    """Give the library's number of a baffle."""
+    return _library.BAFFLES[_checks.word(given, "baffle", _library.BAFFLES)]
+
+
 def settings(function: str, options: FieldOptions) -> Settings:
     """Check the options of a field, of which those that are not given have their defaults."""
     for name in options:
@@ -151,10 +156,9 @@ def settings(function: str, options: FieldOptions) -> Settings:
     velocity, power = drive(given["velocity"], given["power"])
     relative = _checks.word(given["relative"], "relative", _library.RELATIVE)
     precision = _checks.word(given["precision"], "precision", _library.MODES)
-    baffle = _checks.word(given["baffle"], "baffle", _library.BAFFLES)
     return Settings(
         medium=_medium.checked(given["medium"]),
-        baffle=_library.BAFFLES[baffle],
+        baffle=baffle_number(given["baffle"]),
         velocity=velocity,
         power=power,
         weights=given["weights"],

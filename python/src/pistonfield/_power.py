@@ -15,7 +15,7 @@ from ._array import Array
 from ._flat import Flat
 from ._jobs import Job
 from ._medium import WATER, Medium
-from ._options import Settings, thread_count
+from ._options import Settings, baffle_number, thread_count
 from ._request import NAMES, Source, new_request
 
 
@@ -25,14 +25,16 @@ def power(
     *,
     medium: Medium = WATER,
     velocity: float = 1.0,
+    baffle: str = "rigid",
     weights: npt.ArrayLike | None = None,
     threads: int | None = None,
 ) -> float:
-    """Find the power that a piston or an array radiates in a rigid baffle, a period's mean.
+    """Find the power that a piston or an array radiates, a period's mean.
 
     Of elements in one plane, which are each other's baffle, it is the power that goes through their
-    faces; of others what arrives far away, in the half space before them. It takes
-    rectangles and a medium without losses.
+    faces; of others what arrives far away, in the half space before them, as it is without a
+    baffle. With losses it is what leaves the faces, of which the medium takes up some at every
+    distance: of elements in one plane in a rigid baffle; others are refused.
 
     Parameters
     ----------
@@ -45,6 +47,8 @@ def power(
     velocity : float, optional
         The amplitude u0 of the piston's normal velocity in m/s. That of an element is its weight
         times u0.
+    baffle : {"rigid", "soft", "free"}, optional
+        What surrounds the piston in its plane.
     weights : array_like, optional
         Of an array: the elements' complex amplitudes in units of the velocity, (N,). By default the
         array's own.
@@ -73,7 +77,7 @@ def power(
     fluid = _medium.checked(medium)
     speed = _checks.positive(velocity, "velocity", "a velocity in m/s")
     elements = Source(source, weights)
-    area = _area(elements, fluid, frequency, thread_count(threads))
+    area = _area(elements, fluid, frequency, thread_count(threads), baffle_number(baffle))
     return fluid.density * fluid.phase_speed(frequency) * area * speed * speed
 
 
@@ -89,7 +93,7 @@ def velocity_of(given: Settings, frequency: float, elements: Source) -> float:
 
 
 def _area(
-    elements: Source, medium: Medium, frequency: float, threads: int, baffle: int = 0
+    elements: Source, medium: Medium, frequency: float, threads: int, baffle: int
 ) -> float:
     """Give the power over rho c u0^2."""
     if elements.weights.ndim == 2 and len(elements.weights) > 1:
