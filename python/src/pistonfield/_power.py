@@ -92,9 +92,7 @@ def velocity_of(given: Settings, frequency: float, elements: Source) -> float:
     )
 
 
-def _area(
-    elements: Source, medium: Medium, frequency: float, threads: int, baffle: int
-) -> float:
+def _area(elements: Source, medium: Medium, frequency: float, threads: int, baffle: int) -> float:
     """Give the power over rho c u0^2."""
     if elements.weights.ndim == 2 and len(elements.weights) > 1:
         raise ValueError("weights: a power is that of one weighting")
