@@ -433,7 +433,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
             // Weighting by weighting, as all of them may be many.
             const LatticeBox box = sheets.box(number);
             const auto count = static_cast<std::size_t>(box.points());
-            const std::size_t ofWeighting = resultFields() / weightings();
+            const auto ofWeighting = static_cast<std::size_t>(request().components());
             std::vector<std::complex<T>> ofSheets(count * ofWeighting);
             transformFields(box, {{}, {}, threadCount()}, work);
             for (std::size_t w = 0; w < weightings(); ++w) {
