@@ -15,7 +15,7 @@ Complex ofCone(double x) noexcept {
     constexpr double small = 0.3;
     const double square = x * x;
     if (std::abs(x) < small) {
-        // The integral of t*cos(xt) and t*sin(xt), up to x^10.
+        // The integral of t*cos(xt) and t*sin(xt), up to x^8, which leaves 5e-12 at 0.3.
         const double re =
             1.0 / 2 -
             square * (1.0 / 8 - square * (1.0 / 144 - square * (1.0 / 5760 - square / 403200)));

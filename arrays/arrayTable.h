@@ -22,9 +22,8 @@ namespace pistonfield {
 ///   up x, up y, up z               the direction of the height, together with the width's
 ///   amplitude, phase [deg]         the weight, with either of the two or both; or phase [rad]; or:
 ///   re, im                         the weight's real and imaginary part
-///   outline [mm]                   in place of the sides any flat shape, the edges in turn: x and
-///   y
-///                                  of both ends of a straight one; of an arc x and y of its
+///   outline [mm]                   in place of the sides any flat shape, edge by edge: x and y of
+///                                  both ends of a straight one; of an arc x and y of its
 ///                                  centre, its radius, the angle where it begins, and the one by
 ///                                  which it turns, in radians; "; " between edges and " / "
 ///                                  between loops. An element with an empty cell has its sides

@@ -106,7 +106,7 @@ Result measure(const char* name, const Request& request, int repetitions) {
         plan.compute(box, result.values.data(), {.threads = 1});
         result.time = std::min(result.time, seconds() - start);
     }
-    const double points = static_cast<double>(box.points());
+    const auto points = static_cast<double>(box.points());
     const double all = result.time;
     result.time *= 1e9 / (points * side * side);
     std::printf("%-28s %7.0e  %-11s %9.2f %9.1f %10.3f %8.1e %8.1f\n", name,
@@ -150,7 +150,7 @@ void compare(const Asked& asked, double tolerance) {
 }  // namespace
 
 int main() {
-    std::setvbuf(stdout, nullptr, _IOLBF, 1 << 12);
+    static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, 1 << 12));
     std::puts(
         "16 by 16 discs of 0.9 wavelengths, one wavelength apart, focused at 20 wavelengths, 0.5 "
         "dB/(cm MHz);\n128 by 128 by 30 points a quarter wavelength apart along x and y, z from 3 "

@@ -64,8 +64,10 @@ BeamOptions optionsFrom(const pistonfield_beam_options& given, const BeamDrive& 
     if (given.hydrophone_sides < 0 || given.hydrophone_sides > 2)
         throw InvalidRequest(
             "hydrophone", std::to_string(given.hydrophone_sides) + " sides are not within 0 to 2");
-    if (given.hydrophone_sides > 0)
+    if (given.hydrophone_sides > 0) {
+        requireGiven(given.hydrophone, "hydrophone");
         options.hydrophone.assign(given.hydrophone, given.hydrophone + given.hydrophone_sides);
+    }
     return options;
 }
 

@@ -404,7 +404,9 @@ pistonfield_status pistonfield_array_bowl(const pistonfield_bowl* bowl, pistonfi
 /// a line for each element. Columns, in any order, with m, cm, mm or um behind a length's name: x
 /// [mm], y [mm], z [mm], width [mm], height [mm]; normal x, normal y, normal z; along x, ... of the
 /// width's direction, up x, ... of the height's; and of weights amplitude and phase [deg] or phase
-/// [rad], or re and im. Only x, y, width and height are needed.
+/// [rad], or re and im; since interface 7 in place of the sides outline [mm], edge by edge. Only x, y
+/// and the width and the height or the outline are needed. Elements with outlines, which
+/// `pistonfield_array_outlines` gives, have sides of 0.
 /// @param path of the file. What is wrong is an invalid request, also where it cannot be read; the
 ///     text names the line and the column
 pistonfield_status pistonfield_array_read(const char* path, pistonfield_array** array,
@@ -645,8 +647,8 @@ pistonfield_status pistonfield_request_window(const pistonfield_request* request
 /// Finds the power that the source of a request radiates, per density*speed*|u0|^2: an area. Of
 /// elements in one plane, which are each other's baffle, it is what goes through the faces; of
 /// others what arrives far away, in the half space before them, as it is before a free baffle. With
-/// losses it is what leaves the faces, of elements in one plane before a rigid baffle. Its points
-/// mean nothing. An array has one weighting.
+/// losses it is what leaves the faces, of elements in one plane before a rigid baffle. An array has
+/// one weighting. The tolerance and the points change nothing, but have to be those of a request.
 /// @param conduct or null; its progress function is told 0 points, so that it can stop
 /// @param power where it goes. The power in W is power*density*speed*u0^2, with lengths in m
 pistonfield_status pistonfield_request_power(const pistonfield_request* request,

@@ -605,14 +605,31 @@ class ConvolutionEngine : public ArrayEngine<T> {
         const std::size_t elements = array().elements.size();
         for (std::size_t i = 0; i < elements; ++i)
             weights += std::abs(array().weights[weighting * elements + i]);
+        const auto keepsIn = [&](std::int64_t number) {
+            return isNear(number) ||
+                   relative * meanFieldIn(number) * (norm + most) <=
+                       weights * element->limitAt(farthestIn(number), shareOfTransforms);
+        };
         const std::int64_t count = sheets.count();
         const std::int64_t every = std::max<std::int64_t>(1, count / 16);
         for (std::int64_t number = 0; number < count; number += every)
-            if (!isNear(number) &&
-                relative * meanFieldIn(number) * (norm + most) >
-                    weights * element->limitAt(farthestIn(number), shareOfTransforms))
-                return false;
-        return true;
+            if (!keepsIn(number)) return false;
+        // Losses make limits the least on the last sheet, and velocities are the largest on the
+        // nearest one.
+        return keepsIn(count - 1) && keepsIn(nearestSheet());
+    }
+
+    /// The nearest of the sheets that are convolved.
+    std::int64_t nearestSheet() const {
+        std::int64_t found = 0;
+        double least = std::numeric_limits<double>::infinity();
+        for (std::int64_t number = 0; number < sheets.count(); ++number) {
+            const double distance = distanceOf(plane, sheets, number);
+            if (isNear(number) || distance >= least) continue;
+            least = distance;
+            found = number;
+        }
+        return found;
     }
 
     /// A bound of the root of the mean square of an element's field on sheets.

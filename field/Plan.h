@@ -86,6 +86,8 @@ struct Accuracy {
     std::int64_t points;  ///< at which it was measured
 };
 
+class SharedFaces;
+
 /// Computes the field of a request, box by box.
 ///
 /// A point's bits depend neither on the box that it is in nor on the threads nor on the caller. A
@@ -99,11 +101,11 @@ class Plan {
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
     explicit Plan(Request request);
 
-    /// The same of an array at points of which there are few: what it knows of its elements is
-    /// taken from other plans, and left to them. Values depend on whether there are others by less
-    /// than the tolerance, not on which these are.
+    /// For the beams of this library: the same of an array at few points. What it knows of its
+    /// elements is taken from other plans, and left to them. Values depend on whether there are
+    /// others by less than the tolerance, not on which these are.
     /// @param shared outlives the constructor
-    Plan(Request request, class SharedFaces& shared);
+    Plan(Request request, SharedFaces& shared);
     Plan(const Plan&) = delete;
     Plan& operator=(const Plan&) = delete;
     Plan(Plan&& other) noexcept;

@@ -154,8 +154,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                    wavenumber  2*pi*frequency / speed [rad/m], with dispersion that of the
   %                                phase speed
   %                    velocity    u0 [m/s]
-  %                    power       the radiated power [W]; NaN unless it was given of an array, and
-  %                                with losses, other baffles or other shapes
+  %                    power       the radiated power [W]; NaN unless it was given of an array, with
+  %                                losses, another baffle or another shape
   %                    elements    of the array; 1 of a piston
   %                    weightings  the number of fields
   %                    slabs       the number of slabs

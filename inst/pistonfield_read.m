@@ -128,6 +128,10 @@ function [p, request, grid, array, weights] = pistonfield_read(file, varargin)
   count = check_box(caller, first, count, source.points);
   require(isempty(options.quantity) || isequal(options.quantity, request.quantity), caller, ...
           'quantity', 'the file has the %s', request.quantity);
+  require(isempty(options.baffle) || isequal(options.baffle, baffle_of(request)), caller, ...
+          'baffle', 'the baffle is %s in the file', baffle_of(request));
+  require(isempty(options.nepers) || is_near(options.nepers, max([0, request.attenuation])), ...
+          caller, 'nepers', 'the losses are %.9g Np/m in the file', max([0, request.attenuation]));
   unit = unit_of(caller, request, options);
   piston = piston_of(caller, request, options);
   grid = grid_of(request, piston, double(first(:)'), count);
@@ -183,8 +187,6 @@ end
 
 % The amplitude of the velocity, which for an array is what its weights are relative to.
 function velocity = velocity_of(caller, request, k, options)
-  require(isempty(options.baffle) || isequal(options.baffle, baffle_of(request)), caller, ...
-          'baffle', 'the baffle is %s in the file', baffle_of(request));
   require(isempty(request.baffle) || ~isempty(options.velocity), caller, 'power', ...
           ['the power of a file with losses, another baffle or another shape is not found; give ', ...
            'the velocity']);

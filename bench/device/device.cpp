@@ -38,7 +38,6 @@ namespace {
 
 using namespace cuda_runtime;
 using pistonfield::Array;
-using pistonfield::Lattice;
 using pistonfield::Mode;
 using pistonfield::Plan;
 using pistonfield::Request;
@@ -204,9 +203,10 @@ void measureCalls(std::int64_t most) {
 void measureArray(std::int64_t points) {
     constexpr int side = 16;
     Array array;
-    for (int i = 0; i < side * side; ++i)
-        array.elements.push_back({.piston = {.width = 0.5, .height = 0.5},
-                                  .pose = {.centre = {0.5 * (i % side), 0.5 * (i / side), 0}}});
+    for (int i = 0; i < side; ++i)
+        for (int j = 0; j < side; ++j)
+            array.elements.push_back({.piston = {.width = 0.5, .height = 0.5},
+                                      .pose = {.centre = {0.5 * j, 0.5 * i, 0}}});
     array.weights.assign(array.elements.size(), 1);
     Request request = planeOf(points, Mode::cuda);
     request.array = std::move(array);
@@ -248,7 +248,7 @@ int main(int count, char** arguments) {
         measureArray(std::min<std::int64_t>(most, 1'000'000));
         measureCalls(most);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "device_bench: %s\n", error.what());
+        static_cast<void>(std::fprintf(stderr, "device_bench: %s\n", error.what()));
         return 1;
     }
 }

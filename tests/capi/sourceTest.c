@@ -302,6 +302,9 @@ static void measuresABeam(void) {
     EXPECT_OUTCOME(pistonfield_beam_figure(beam, 1000, &figure, &message),
                    PISTONFIELD_INVALID_ARGUMENT, "number: 1000 is no figure's");
     pistonfield_beam_destroy(beam);
+    options.hydrophone_sides = 1;
+    EXPECT_OUTCOME(pistonfield_beam_of_request(&request, &options, NULL, &beam, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "hydrophone: is null");
     options.hydrophone_sides = 3;
     EXPECT_OUTCOME(pistonfield_beam_of_request(&request, &options, NULL, &beam, &message),
                    PISTONFIELD_INVALID_REQUEST, "hydrophone: 3 sides are not within 0 to 2");

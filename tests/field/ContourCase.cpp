@@ -350,7 +350,8 @@ double worstOf(const ContourCase& drawn, const std::vector<Complex>& values, std
                                                               : std::numeric_limits<double>::min());
             }
             const double share = std::sqrt(square) / (request.tolerance->value * unit);
-            if (!(share <= worst)) worst = share;
+            // No number is the worst, and stays.
+            if (!std::isnan(worst) && !(share <= worst)) worst = share;
         }
     return worst;
 }

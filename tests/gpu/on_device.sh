@@ -20,6 +20,9 @@
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
+script=$(realpath -- "${BASH_SOURCE[0]}")
+usual=$(realpath -m -- "$(dirname -- "$script")/../../build-gpu/on_device")
+readonly script usual
 # Each is packed as it is named here, without folders.
 readonly programs=(tests/FastNearfield/kernels/kernels_test tests/gpu/gpu_process_test
     tests/field/field_test tests/capi/static_interface_test bench/device/device_bench)
@@ -51,7 +54,7 @@ pack() {
         { ldd "$folder/${program##*/}" 2>/dev/null || true; } | awk '/libquadmath/ { print $3 }' |
             xargs --no-run-if-empty cp --dereference --target-directory="$folder"
     done
-    cp -- "${BASH_SOURCE[0]}" "$folder/on_device.sh"
+    cp -- "$script" "$folder/on_device.sh"
     printf '%s\n' "${PISTONFIELD_REVISION:-$(git describe --always --dirty 2>/dev/null || echo unknown)}" \
         >"$folder/revision"
     local bytes
@@ -62,7 +65,7 @@ pack() {
 
 build() {
     local folder=$1
-    cd -- "$(dirname -- "${BASH_SOURCE[0]}")/../.."
+    cd -- "$(dirname -- "$script")/../.."
     cmake --preset gpu
     cmake --build --preset gpu
     pack build-gpu "$folder"
@@ -186,7 +189,7 @@ run() {
 }
 
 case ${1:-} in
-build) build "$(realpath -m -- "${2:-build-gpu/on_device}")" ;;
+build) build "$(realpath -m -- "${2:-$usual}")" ;;
 pack)
     (($# == 3)) || die "pack takes BUILD and FOLDER"
     pack "$2" "$3"
@@ -196,8 +199,8 @@ run)
     run "$@"
     ;;
 '')
-    build "$(realpath -m -- build-gpu/on_device)"
-    run "$(realpath -m -- build-gpu/on_device)"
+    build "$usual"
+    run "$usual"
     ;;
 *) die "the first argument is build, pack or run" ;;
 esac
