@@ -404,8 +404,8 @@ pistonfield_status pistonfield_array_bowl(const pistonfield_bowl* bowl, pistonfi
 /// a line for each element. Columns, in any order, with m, cm, mm or um behind a length's name: x
 /// [mm], y [mm], z [mm], width [mm], height [mm]; normal x, normal y, normal z; along x, ... of the
 /// width's direction, up x, ... of the height's; and of weights amplitude and phase [deg] or phase
-/// [rad], or re and im; since interface 7 in place of the sides outline [mm], edge by edge. Only x, y
-/// and the width and the height or the outline are needed. Elements with outlines, which
+/// [rad], or re and im; since interface 7 in place of the sides outline [mm], edge by edge. Only x,
+/// y, and width and height or outline, are needed. Elements with outlines, which
 /// `pistonfield_array_outlines` gives, have sides of 0.
 /// @param path of the file. What is wrong is an invalid request, also where it cannot be read; the
 ///     text names the line and the column

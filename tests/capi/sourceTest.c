@@ -204,8 +204,8 @@ static void findsWeightsOfARequest(void) {
     EXPECT_OUTCOME(pistonfield_request_focus(&request, &focus, before, &message),
                    PISTONFIELD_SUCCESS, "");
     request.baffle = PISTONFIELD_RIGID;
-    EXPECT_OUTCOME(pistonfield_request_focus(&request, &focus, same, &message),
-                   PISTONFIELD_SUCCESS, "");
+    EXPECT_OUTCOME(pistonfield_request_focus(&request, &focus, same, &message), PISTONFIELD_SUCCESS,
+                   "");
     EXPECT(!isNear(before[0], same[0], 1e-9));
     pistonfield_array_destroy(array);
 }
