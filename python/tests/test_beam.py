@@ -2,10 +2,12 @@
 # SPDX-License-Identifier: BSD-3-Clause
 """Radiated powers, and what beams are like."""
 
+import gc
 import signal
 import subprocess
 import sys
 import time
+import weakref
 
 import numpy as np
 import pytest
@@ -239,3 +241,29 @@ def test_what_radiates_no_known_power_is_refused(line):
         pf.power(line, 1e6, baffle="hard")
     with pytest.raises(TypeError, match="^source: must be a Piston"):
         pf.power(3, 1e6)
+
+
+def test_a_search_that_is_left_alone_keeps_its_pressures(monkeypatch):
+    from pistonfield import _beam
+
+    works, given = [], []
+    address = _beam._library.address
+
+    class LeftAlone:
+        def __init__(self, work):
+            works.append(work)
+
+        def run(self):
+            raise KeyboardInterrupt
+
+    def noted(values):
+        given.append(weakref.ref(values))
+        return address(values)
+
+    monkeypatch.setattr(_beam, "Job", LeftAlone)
+    monkeypatch.setattr(_beam._library, "address", noted)
+    with pytest.raises(KeyboardInterrupt):
+        pf.beam(np.ones(REGION.shape, complex), REGION, 1e6)
+    gc.collect()
+    assert works
+    assert given[0]() is not None

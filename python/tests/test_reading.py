@@ -132,6 +132,16 @@ def test_velocities_and_intensities_have_components(computed):
         np.testing.assert_allclose(field[1, 1, 1], wanted, rtol=1e-9)
 
 
+def test_on_an_edge_a_velocity_is_infinite_and_no_part_of_it_lost(computed):
+    disc = '[piston]\nshape = "disc"\nradius = 2e-3\n'
+    grid = "[grid]\nx = [0, 1e-3, 3]\ny = [0, 1e-3, 2]\nz = [0, 1e-3, 2]\n"
+    file = computed('quantity = "velocity"\n', REQUEST, disc, grid)
+    with pf.read(file, frequency=1e6, velocity=0.2) as field:
+        assert np.isinf(field[2, 0, 0]).any()
+        assert not np.isnan(field[...]).any()
+        np.testing.assert_allclose(field[0, 0, 0, 2], 0.2, atol=1e-5)
+
+
 def test_what_does_not_fit_a_file_is_refused(computed, tmp_path):
     file = computed(REQUEST, PISTON, GRID)
     with pytest.raises(ValueError, match="^frequency: the wavenumber would be"):

@@ -158,6 +158,25 @@ def test_a_honeycomb_fills_a_plane():
     np.testing.assert_allclose(kerf.center, array.center, atol=1e-15)
 
 
+@pytest.mark.parametrize(
+    "outline",
+    [
+        "0 0 0.005 0 6.283185307179586",
+        "0 0 0.005 0 3.141592653589793; 0 0 0.005 3.141592653589793 3.141592653589793",
+    ],
+)
+def test_an_outline_of_a_table_is_kept(tmp_path, outline):
+    path = tmp_path / "array.csv"
+    path.write_text(f"x [m],y [m],outline [m],amplitude\n0,0,{outline},2\n")
+    array = pf.Array.from_table(path, center=[1e-3, 0, 0], orientation=turn(20, 1))
+    disc = pf.Disc(radius=5e-3, center=[1e-3, 0, 0], orientation=turn(20, 1))
+    np.testing.assert_allclose([array.width, array.height], [[10e-3]] * 2, rtol=1e-12)
+    points = [[10e-3, 1e-3, 30e-3], [0, 0, 20e-3]]
+    wanted = 2 * pf.pressure(disc, points, 1e6, tolerance=1e-9)
+    found = pf.pressure(array, points, 1e6, tolerance=1e-9)
+    np.testing.assert_allclose(found, wanted, rtol=0, atol=1e-7 * abs(wanted).max())
+
+
 def test_shapes_are_drawn():
     matplotlib.use("Agg")
     from matplotlib import pyplot
@@ -198,6 +217,12 @@ def test_shapes_are_drawn():
         (pf.Array.annular, {}, ValueError, "^elements: is missing; or give radii"),
         (pf.Array.annular, {"elements": 0, "radius": 1}, ValueError, "^elements: "),
         (pf.Array.honeycomb, {"rings": 1, "width": 1e-3}, ValueError, "^pitch: one of"),
+        (
+            pf.Array.honeycomb,
+            {"rings": -1, "width": 1e-3, "kerf": 1e-4},
+            ValueError,
+            "^rings: -1 is not within",
+        ),
         (pf.Array, {"elements": [pf.Disc]}, TypeError, "^elements: each must be a Piston or"),
     ],
 )

@@ -441,7 +441,7 @@ class Array:
             pitch=_number(pitch, "pitch"),
             kerf=_number(kerf, "kerf"),
         )
-        return cls._built(_library.functions.array_honeycomb, given, center, orientation)
+        return cls._built(_library.functions.array_honeycomb, given, center, orientation, {})
 
     @classmethod
     def from_table(
@@ -457,9 +457,10 @@ class Array:
         ----------
         path : str or path
             A file whose first line names the columns: x [mm], y [mm], z [mm], width [mm],
-            height [mm], with units of m, cm, mm or um. Optional: normal x, normal y, normal z;
-            along x, ... of the direction of the width, up x, ... of the height; and amplitude
-            and phase [deg], or re and im, of weights.
+            height [mm], with units of m, cm, mm or um; or in place of the sides outline [mm], as
+            docs/run.md has it. Optional: normal x, normal y, normal z; along x, ... of the
+            direction of the width, up x, ... of the height; and amplitude and phase [deg], or re
+            and im, of weights.
         center : array_like, optional
             Where the table's origin goes, three numbers in m.
         orientation : array_like, optional
@@ -494,7 +495,7 @@ class Array:
         built = _library.take_array(
             _library.functions.array_read, name, names={"elements": "table"}
         )
-        return cls._of(_moved(built.rows, *pose), built.weights)
+        return cls._taken(built, pose)
 
     @classmethod
     def _built(
@@ -503,25 +504,31 @@ class Array:
         given: Any,
         center: npt.ArrayLike,
         orientation: npt.ArrayLike | None,
+        names: _library.Names = _NAMES,
     ) -> Array:
         pose = _pose(center, orientation)
         try:
-            built = _library.take_array(make, given, names=_NAMES)
+            built = _library.take_array(make, given, names=names)
         except ValueError as refusal:
             # One word stands for both directions.
             text = str(refusal)
             for name in ("pitch", "kerf"):
                 text = text.replace(f"{name}_x", name).replace(f"{name}_y", name)
             raise ValueError(text) from None
+        return cls._taken(built, pose)
+
+    @classmethod
+    def _taken(cls, built: _library.Elements, pose: _Pose) -> Array:
+        """Move and turn what the library has made."""
         rows = _moved(built.rows, *pose)
         if built.outline_of is None:
-            return cls._of(rows)
+            return cls._of(rows, built.weights)
         outlines = tuple(Outline(edges) for edges in built.outlines)
         shaped = built.outline_of >= 0
         rows[shaped, :2] = np.array([outline.sides for outline in outlines])[
             built.outline_of[shaped]
         ]
-        return cls._of(rows, None, outlines, built.outline_of)
+        return cls._of(rows, built.weights, outlines, built.outline_of)
 
     @property
     def width(self) -> npt.NDArray[np.float64]:

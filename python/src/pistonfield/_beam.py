@@ -300,6 +300,8 @@ class _Asked:
             raise ValueError(f"p: must be of the shape of the grid, {region.shape}, not {p.shape}")
         # x is fastest in the library.
         values = np.ascontiguousarray(p.T) / (self.options.density * self.options.speed)
+        # The library reads them in a thread that may outlive this call.
+        self._values = values
         self.options.without_power = True
         sampled = _library.Sampled(
             wavenumber=self._request.wavenumber, values=_library.address(values)

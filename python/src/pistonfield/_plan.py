@@ -33,6 +33,7 @@ from ._options import (
 from ._piston import Piston
 from ._power import velocity_of
 from ._request import NAMES, Place, Source, new_request, refuse
+from ._scaling import scale
 
 if TYPE_CHECKING:
     from ._options import Unpack
@@ -327,7 +328,7 @@ class Plan:
             self._fill(part, values, stride, to_next_field, None)
         else:
             self._fill_watched(part, values, stride, to_next_field, progress)
-        _scale(values, self._unit)
+        scale(values, self._unit)
         return values
 
     def __repr__(self) -> str:
@@ -475,15 +476,6 @@ def _created(request: _library.Request, place: Place, drives: int) -> ctypes.c_v
     except ValueError as refusal:
         refuse(refusal)
     return handle
-
-
-def _scale(values: npt.NDArray[Any], unit: complex) -> None:
-    """Multiply values; infinite ones by a real number stay what they are."""
-    if isinstance(unit, complex):
-        np.multiply(values, unit, out=values)
-        return
-    for part in (values.real, values.imag):
-        np.multiply(part, unit, out=part)
 
 
 def _require_addressable(shape: tuple[int, ...]) -> None:

@@ -17,6 +17,7 @@ from ._array import Array
 from ._grid import Grid
 from ._medium import WATER, Medium
 from ._piston import Piston
+from ._scaling import scale
 
 _FORMATS = (2, 3, 4, 5, 6)
 
@@ -81,7 +82,7 @@ class Field:
         axes = (*reversed(range(points)), *range(points, stored.ndim))
         values: npt.NDArray[Any] = stored.transpose(axes)
         if self._unit is not None:
-            np.multiply(values, self._unit, out=values)
+            scale(values, self._unit)
         return values
 
     def __array__(self, dtype: Any = None, copy: bool | None = None) -> npt.NDArray[Any]:
@@ -177,7 +178,7 @@ def read(
         if frequency is None:
             return Field(opened, None)
         _require_wavenumber(float(opened.attrs["k"]), medium.wavenumber(frequency))
-        units = {"pressure": 1j * factor, "velocity": velocity, "intensity": factor * velocity / 2}
+        units = {"pressure": 1j * factor, "velocity": speed, "intensity": factor * speed / 2}
         return Field(opened, units[_quantity(opened)])
     except BaseException:
         opened.close()
