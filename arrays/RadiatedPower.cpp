@@ -136,8 +136,8 @@ PowerBy usualWay(const std::vector<Element>& elements) noexcept {
 
 void refuseTooManyPlaces() {
     throw InvalidRequest("elements",
-                         "their faces take too many places for the power through them; take the "
-                         "far field");
+                         "their faces take too many places for the power through them; "
+                         "without losses take the far field");
 }
 
 RadiatedPower radiatedPower(const std::vector<Element>& elements,

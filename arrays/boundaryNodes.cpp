@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "arrays/boundaryNodes.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "arrays/LegendreRule.h"
 
@@ -15,7 +17,16 @@ int orderAlong(const OutlineEdge& edge, double part, double wavenumber, int refi
     const double bend = arc != nullptr ? std::abs(arc->sweep) : 0;
     const double radians = part * (wavenumber * lengthOf(edge) / 2 + bend);
     const double order = radians + 2.5 * std::cbrt(radians) + 4;
-    return static_cast<int>(std::ceil(order * (1 + refinement / 3.0)));
+    constexpr double most = std::numeric_limits<int>::max();
+    return static_cast<int>(std::min(most, std::ceil(order * (1 + refinement / 3.0))));
+}
+
+std::size_t nodesOf(const Outline& outline, double wavenumber, int refinement) noexcept {
+    std::size_t count = 0;
+    for (const Loop& loop : outline.loops)
+        for (const OutlineEdge& edge : loop)
+            count += static_cast<std::size_t>(orderAlong(edge, 1, wavenumber, refinement));
+    return count;
 }
 
 std::vector<BoundaryNode> nodesAlong(const Outline& outline, double wavenumber, int refinement) {

@@ -13,6 +13,7 @@
 #include "arrays/BoundaryPanel.h"
 #include "arrays/MutualKernel.h"
 #include "arrays/PowerSum.h"
+#include "arrays/boundaryNodes.h"
 #include "arrays/faces.h"
 #include "arrays/pairOffsets.h"
 #include "arrays/vectors.h"
@@ -42,10 +43,8 @@ class OutlinePower : public PowerSum {
             faces.push_back(
                 {dot(from, frame.alongWidth), dot(from, frame.alongHeight), known->second});
         }
-        for (const Panels& panels : shapes) mostNodes = std::max(mostNodes, nodesOf(panels));
-        constexpr double most = 1 << 26;
-        if (!(static_cast<double>(mostNodes) * static_cast<double>(mostNodes) <= most))
-            refuseTooManyPlaces();
+        for (const Panels& panels : shapes) mostNodes = std::max(mostNodes, nodesIn(panels));
+        requireFew(mostNodes);
     }
 
     std::int64_t parts() const override { return static_cast<std::int64_t>(faces.size()); }
@@ -109,18 +108,27 @@ class OutlinePower : public PowerSum {
                 std::llround(perTurn * dot(element.pose.alongWidth, frame.alongHeight))};
     }
 
-    /// Panels about the origin of the element's frame, along the directions of all.
+    static void requireFew(std::size_t nodes) {
+        constexpr double most = 1 << 26;
+        if (!(static_cast<double>(nodes) * static_cast<double>(nodes) <= most))
+            refuseTooManyPlaces();
+    }
+
+    /// Panels about the origin of the element's frame, along the directions of all. Rules of high
+    /// orders take long: too many nodes are refused before these are made.
     static Panels panelsOf(const Element& element, const Pose& frame, const Wave& wave,
                            int refinement) {
         const RectangularPiston& piston = element.piston;
-        return panelsAlong(
-            element.outline ? *element.outline : rectangleOutline(piston.width, piston.height),
-            {dot(element.pose.alongWidth, frame.alongWidth),
-             dot(element.pose.alongWidth, frame.alongHeight)},
-            wave, refinement);
+        const Outline outline =
+            element.outline ? *element.outline : rectangleOutline(piston.width, piston.height);
+        requireFew(nodesOf(outline, wave.wavenumber, refinement));
+        return panelsAlong(outline,
+                           {dot(element.pose.alongWidth, frame.alongWidth),
+                            dot(element.pose.alongWidth, frame.alongHeight)},
+                           wave, refinement);
     }
 
-    static std::size_t nodesOf(const Panels& panels) noexcept {
+    static std::size_t nodesIn(const Panels& panels) noexcept {
         std::size_t count = 0;
         for (const BoundaryPanel& panel : panels) count += panel.nodes().size();
         return count;

@@ -31,6 +31,8 @@ double obliquityOf(Baffle baffle, double cosine) noexcept {
 }
 
 /// An array as it is seen from far away.
+/// Its patterns take nodes in proportion to the wavenumber: a reach of too many radians is refused
+/// before there are any.
 class FarField {
   public:
     FarField(const std::vector<Element>& elements, const std::vector<Complex>& weights, double k,
@@ -41,6 +43,11 @@ class FarField {
             middle = plus(middle, 1 / static_cast<double>(elements.size()), element.pose.centre);
         for (const Element& element : elements)
             reach = std::max(reach, k * farthestOfFace(element, middle));
+        constexpr double mostRadians = 8000;  // with all refinements the rules have their digits
+        if (!(reach <= mostRadians))
+            throw InvalidRequest("elements",
+                                 "are too far apart: the array's radius is above 1200 "
+                                 "wavelengths");
         sources.reserve(elements.size());
         for (std::size_t i = 0; i < elements.size(); ++i) {
             const auto& [piston, pose, outline] = elements[i];
@@ -145,8 +152,8 @@ class SpherePower : public PowerSum {
               cross(normal, std::abs(normal[0]) < 0.5 ? Vector3{1, 0, 0} : Vector3{0, 1, 0}))),
           other(cross(normal, across)),
           finer(std::pow(1.25, refinement)),
-          cosines(static_cast<int>(finer * (reachWithin() / 2 + 8))),
-          azimuths(static_cast<std::size_t>(finer * (2 * reachWithin() + 16))) {
+          cosines(static_cast<int>(finer * (field.reachInRadians() / 2 + 8))),
+          azimuths(static_cast<std::size_t>(finer * (2 * field.reachInRadians() + 16))) {
         // Of many elements a part is less than a ring.
         constexpr std::size_t mostPairs = 1 << 20;
         azimuthsOfAPart = std::clamp<std::size_t>(mostPairs / field.work(), 1, azimuths);
@@ -181,15 +188,6 @@ class SpherePower : public PowerSum {
     }
 
   private:
-    double reachWithin() const {
-        constexpr double mostRadians = 8000;  // with all refinements the rules have their digits
-        if (!(field.reachInRadians() <= mostRadians))
-            throw InvalidRequest("elements",
-                                 "are too far apart: the array's radius is above 1200 "
-                                 "wavelengths");
-        return field.reachInRadians();
-    }
-
     FarField field;
     Vector3 normal, across, other;
     double finer;

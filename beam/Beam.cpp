@@ -201,8 +201,8 @@ HydrophoneBeam throughHydrophone(const Scene& scene, const Beam& beam,
     return told;
 }
 
-/// Where the faces take too many places, the power is found far away. There is none where losses
-/// leave nothing of it there, or the baffle is not rigid.
+/// Where the faces take too many places, the power is found far away. With losses, which leave
+/// nothing of it there, there is none then, nor where the baffle is not rigid.
 std::optional<RadiatedPower> powerOf(const SourceGeometry& source, const Request& request) {
     const Wave& wave = request.wave;
     const auto by = [&](PowerBy way) {
@@ -214,8 +214,8 @@ std::optional<RadiatedPower> powerOf(const SourceGeometry& source, const Request
     try {
         return by(way);
     } catch (const InvalidRequest& tooMany) {
-        if (tooMany.field() != "elements" || way == PowerBy::farField || wave.attenuation > 0)
-            throw;
+        if (tooMany.field() != "elements" || way == PowerBy::farField) throw;
+        if (wave.attenuation > 0) return std::nullopt;
     }
     return by(PowerBy::farField);
 }

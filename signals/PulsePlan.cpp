@@ -250,15 +250,19 @@ struct PulsePlan::Parts {
         }
         dropped = spectrum.peakOf(left);
         topmost = spectrum.peakOf(top);
+        for (const std::size_t bin : bins)
+            largestUnit = std::max(largestUnit, std::abs(unitOf(bin)));
     }
 
     /// The most that a part of the signal can be at a point: twice what all faces have as plane
-    /// pistons, or what their volume velocity makes of its slope at the least distance.
+    /// pistons, or what their volume velocity makes of its slope at the least distance, in the
+    /// largest unit.
     double mostOf(const Peak& peak, const Strength& strength) const noexcept {
-        const double plane = 2 * strength.weight * peak.value;
+        const double plane = 2 * largestUnit * strength.weight * peak.value;
         const double nearest = arrivals.nearest();
         if (nearest == 0) return plane;
-        return std::min(plane, strength.volume * slowness.most * peak.slope / (2 * pi * nearest));
+        return std::min(
+            plane, largestUnit * strength.volume * slowness.most * peak.slope / (2 * pi * nearest));
     }
 
     /// What the values of a frequency are relative to: pressures to its own phase speed.
@@ -287,6 +291,7 @@ struct PulsePlan::Parts {
     std::vector<double> frequencies;
     Peak dropped;
     Peak topmost;
+    double largestUnit = 0;  ///< of the frequencies that are computed
 };
 
 namespace {

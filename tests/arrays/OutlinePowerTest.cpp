@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstddef>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <numbers>
 #include <optional>
@@ -16,6 +17,7 @@
 #include "FastNearfield/GaussLegendre.h"
 #include "arrays/HoneycombArray.h"
 #include "arrays/RadiatedPower.h"
+#include "arrays/boundaryNodes.h"
 #include "arrays/pistonShapes.h"
 #include "tests/support/Refused.h"
 
@@ -246,9 +248,24 @@ TEST(OutlinePower, RefusesWhatHasNone) {
                   radiatedPower(one, {1}, {1, 1.5}, PowerBy::faces);
               }),
               "attenuation: must be within 0 and the wavenumber");
-    EXPECT_EQ(refused([&] { radiatedPower(one, {1}, {1e5}, PowerBy::faces); }),
-              "elements: their faces take too many places for the power through them; take the far "
-              "field");
+    for (const double ka : {1e4, 1e5, 1e12})
+        EXPECT_EQ(refused([&] { radiatedPower(one, {1}, {ka}, PowerBy::faces); }),
+                  "elements: their faces take too many places for the power through them; without "
+                  "losses take the far field")
+            << ka;
+    // Far away at once as well: rules of so many nodes would never be done.
+    for (const double ka : {1e5, 1e12})
+        EXPECT_EQ(refused([&] { radiatedPower(one, {1}, {ka}, PowerBy::farField); }),
+                  "elements: are too far apart: the array's radius is above 1200 wavelengths")
+            << ka;
+}
+
+TEST(BoundaryNodes, AreCountedBeforeTheyAreMade) {
+    for (const Outline& outline : {discShape(1), ringShape(0.5, 2), sectorShape(0.4, 1.2, 0, 2)})
+        for (const double k : {0.0, 3.0, 200.0})
+            EXPECT_EQ(nodesOf(outline, k, 2), nodesAlong(outline, k, 2).size()) << k;
+    const Outline disc = discShape(1);
+    EXPECT_EQ(orderAlong(disc.loops[0][0], 1, 1e300, 6), std::numeric_limits<int>::max());
 }
 
 }  // namespace

@@ -227,8 +227,8 @@ TEST(RadiatedPower, RefusesWhatHasNone) {
     const std::vector<Element> one{{{1, 1}, {}}};
     const std::vector<Element> large{{{1, 1}, {}}};
     EXPECT_EQ(refused([&] { radiatedPower(large, {1}, {6e4}, PowerBy::faces); }),
-              "elements: their faces take too many places for the power through them; take the "
-              "far field");
+              "elements: their faces take too many places for the power through them; "
+              "without losses take the far field");
     for (const PowerBy way : ways) {
         EXPECT_EQ(refused([&] { radiatedPower({}, {}, {1}, way); }),
                   "elements: 0 are not within 1 to 1000000");

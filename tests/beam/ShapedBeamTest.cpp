@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "arrays/RadiatedPower.h"
+#include "arrays/pistonShapes.h"
 #include "arrays/planarArrays.h"
 #include "arrays/steering.h"
 #include "beam/Beam.h"
@@ -102,6 +104,19 @@ TEST(ShapedBeam, ofADiscRadiatesThePowerOfItsResistance) {
         pi * radius * radius / 2 * (1 - std::cyl_bessel_j(1.0, 2 * k * radius) / (k * radius));
     ASSERT_TRUE(beam.power.has_value());
     EXPECT_NEAR(beam.power->value, expected, 1e-8 * expected);
+}
+
+TEST(ShapedBeam, ofManyPlacesHasNoPowerWithLosses) {
+    // Each side has at least 8 nodes, and 8192 are the most.
+    std::vector<PlaneVector> corners;
+    for (int i = 0; i < 1200; ++i)
+        corners.push_back(
+            {radius * std::cos(2 * pi * i / 1200), radius * std::sin(2 * pi * i / 1200)});
+    const Element element{{}, {}, std::make_shared<const Outline>(polygonShape(corners, {}))};
+    EXPECT_THROW(radiatedPower({element}, {1}, {k, 0.02}, PowerBy::faces), InvalidRequest);
+    const Beam beam = measured(requestOf({element}, latticeOf(0, 1, 6, 40, 69), 0.02));
+    EXPECT_FALSE(beam.power.has_value());
+    EXPECT_GT(beam.peak.value, 1);
 }
 
 TEST(ShapedBeam, ofAFarDiscHasTheSideLobesOfItsPattern) {

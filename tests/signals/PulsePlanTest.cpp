@@ -321,6 +321,25 @@ TEST(PulsePlan, TellsWhatASignalThatIsSampledTooSeldomMayBeOffBy) {
     EXPECT_GT(Computed(request).error.folded, 0.01);
 }
 
+TEST(PulsePlan, IsInTheUnitOfASpeed) {
+    PulseRequest request = rectanglePulse(onAxis({10, 30}), 1e-3, 16);
+    const Computed own(request);
+    request.speed = 2 * c;
+    const Computed half(request);
+    ASSERT_EQ(half.values.size(), own.values.size());
+    for (std::size_t i = 0; i < own.values.size(); ++i)
+        EXPECT_NEAR(half.values[i], own.values[i] / 2, 1e-12);
+    // Errors are relative to the largest value.
+    const auto expectSame = [](double one, double other) {
+        EXPECT_GT(other, 0);
+        EXPECT_NEAR(one, other, 1e-9 * other);
+    };
+    expectSame(half.error.sampling, own.error.sampling);
+    expectSame(half.error.dropped, own.error.dropped);
+    expectSame(half.error.tolerance, own.error.tolerance);
+    expectSame(half.error.folded, own.error.folded);
+}
+
 TEST(PulsePlan, IsWatchedAndStopped) {
     const PulsePlan plan(rectanglePulse(onAxis({10, 20}), 1e-3, 16));
     std::vector<double> values(static_cast<std::size_t>(2 * plan.times()));
@@ -356,6 +375,8 @@ TEST(PulsePlan, OfWhatThereIsNoneIsRefused) {
               "tolerance: a pulse takes one of the largest value");
     EXPECT_EQ(refusedWith([](PulseRequest& r) { r.field.quantity = Quantity::intensity; }),
               "quantity: a pulse has no intensity of a period");
+    EXPECT_EQ(refusedWith([](PulseRequest& r) { r.speed = -1; }),
+              "speed: must be a speed of 0 or above");
     EXPECT_EQ(refusedWith([](PulseRequest& r) { r.delays = {1}; }),
               "delays: 1 are not one for each element of an array");
     EXPECT_EQ(refusedWith([](PulseRequest& r) {
