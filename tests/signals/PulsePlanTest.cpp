@@ -19,7 +19,6 @@ using pistonfield::Array;
 using pistonfield::Conduct;
 using pistonfield::discOutline;
 using pistonfield::Element;
-using pistonfield::InvalidRequest;
 using pistonfield::lossless;
 using pistonfield::Outline;
 using pistonfield::PointList;
