@@ -236,7 +236,7 @@ Print allocating(const Sizes& n) {
 }
 
 unsigned blocks(double covered, double each) {
-    return static_cast<unsigned>(std::ceil(covered / each));
+    return static_cast<unsigned>(static_cast<std::int64_t>(std::ceil(covered / each)));
 }
 
 /// A launch over a regular grid.
