@@ -68,7 +68,7 @@ struct Beam {
     BeamPeak derated;         ///< the largest |p| times the derating
     double deratedDepth = 0;  ///< its distance from the face
     std::optional<HydrophoneBeam> hydrophone;
-    std::optional<RadiatedPower> power;
+    std::optional<RadiatedPower> power;  ///< where it was asked for and is known
 };
 
 /// How a beam is measured.
