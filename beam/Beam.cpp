@@ -201,30 +201,36 @@ HydrophoneBeam throughHydrophone(const Scene& scene, const Beam& beam,
     return told;
 }
 
+/// The power, unless these elements have none that can be found in that way.
+std::optional<RadiatedPower> powerBy(PowerBy way, const SourceGeometry& source,
+                                     const Request& request, const Conduct& conduct) {
+    try {
+        return radiatedPower(source.elements(), source.weights(), request.wave, way, conduct,
+                             request.baffle);
+    } catch (const InvalidRequest& refusal) {
+        if (refusal.field() != "elements") throw;
+        return std::nullopt;
+    }
+}
+
 /// Where the faces take too many places, the power is found far away. With losses, which leave
 /// nothing of it there, there is none then, nor where the baffle is not rigid.
-std::optional<RadiatedPower> powerOf(const SourceGeometry& source, const Request& request) {
-    const Wave& wave = request.wave;
-    const auto by = [&](PowerBy way) {
-        return radiatedPower(source.elements(), source.weights(), wave, way, {}, request.baffle);
-    };
+std::optional<RadiatedPower> powerOf(const SourceGeometry& source, const Request& request,
+                                     const Conduct& conduct) {
     const PowerBy way = usualWay(source.elements());
-    if (wave.attenuation > 0 && (way == PowerBy::farField || request.baffle != Baffle::rigid))
+    const bool hasLosses = request.wave.attenuation > 0;
+    if (hasLosses && (way == PowerBy::farField || request.baffle != Baffle::rigid))
         return std::nullopt;
-    try {
-        return by(way);
-    } catch (const InvalidRequest& tooMany) {
-        if (tooMany.field() != "elements" || way == PowerBy::farField) throw;
-        if (wave.attenuation > 0) return std::nullopt;
-    }
-    return by(PowerBy::farField);
+    const Conduct silent{conduct.stop, {}, conduct.threads};
+    std::optional<RadiatedPower> power = powerBy(way, source, request, silent);
+    if (power || hasLosses || way == PowerBy::farField) return power;
+    return powerBy(PowerBy::farField, source, request, silent);
 }
 
 /// @param onArcs  whether lobes are looked for on arcs about the source
 /// @param usual   the axis, where neither the options nor a source have one
-/// @param request that of the source, or null
 Beam measured(const Scene& scene, const Samples& samples, const BeamOptions& options, bool onArcs,
-              const Vector3& usual, const Request* request) {
+              const Vector3& usual) {
     const PlaceFactor derating = deratingOf(scene, options.derating);
     Beam beam;
     beam.peak = findPeak(scene.field, samples);
@@ -238,7 +244,6 @@ Beam measured(const Scene& scene, const Samples& samples, const BeamOptions& opt
     beam.gain = scene.source != nullptr ? beam.peak.value / scene.source->meanDrive() : none;
     if (!options.hydrophone.empty())
         beam.hydrophone = throughHydrophone(scene, beam, options.hydrophone);
-    if (options.power && request != nullptr) beam.power = powerOf(*scene.source, *request);
     return beam;
 }
 
@@ -250,11 +255,13 @@ Beam beamOf(const Request& request, const Samples& samples, const BeamOptions& o
     const SourceGeometry source(request);
     const Scene scene{field, Region(samples.lattice), &source, request.wave,
                       stepsBefore(source, request.wave)};
-    return measured(scene, samples, options, true, source.normal(), &request);
+    Beam beam = measured(scene, samples, options, true, source.normal());
+    if (options.power) beam.power = powerOf(source, request, conduct);
+    return beam;
 }
 
 Beam beamOf(const GridField& field, const Wave& wave, const BeamOptions& options,
-            const std::optional<Request>& request) {
+            const std::optional<Request>& request, const Conduct& conduct) {
     std::optional<SourceGeometry> source;
     if (request) source.emplace(*request);
     const Region region(field.lattice());
@@ -262,8 +269,10 @@ Beam beamOf(const GridField& field, const Wave& wave, const BeamOptions& options
     const Scene scene{field, region, source ? &*source : nullptr, wave,
                       [step](const Vector3& /*place*/) { return step; }};
     const Vector3 along = minus(region.placeOf({0, 0, 1}), region.placeOf({}));
-    return measured(scene, samplesOf(field.lattice(), field.values()), options, false,
-                    unitOf(along), request ? &*request : nullptr);
+    Beam beam =
+        measured(scene, samplesOf(field.lattice(), field.values()), options, false, unitOf(along));
+    if (options.power && request) beam.power = powerOf(*source, *request, conduct);
+    return beam;
 }
 
 }  // namespace pistonfield

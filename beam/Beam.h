@@ -99,7 +99,8 @@ Beam beamOf(const Request& request, const Samples& samples, const BeamOptions& o
 /// lines through the peak. Distances from the face are those from the plane z = 0, unless a source
 /// is given.
 /// @param source of which the geometry is taken, not the field
+/// @param conduct of the search for the power: of progress it is told nothing
 Beam beamOf(const GridField& field, const Wave& wave, const BeamOptions& options,
-            const std::optional<Request>& source = std::nullopt);
+            const std::optional<Request>& source = std::nullopt, const Conduct& conduct = {});
 
 }  // namespace pistonfield

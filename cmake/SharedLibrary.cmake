@@ -33,4 +33,6 @@ if(NOT PISTONFIELD_SANITIZE)
 endif()
 set_target_properties(pistonfield_shared PROPERTIES
   OUTPUT_NAME pistonfield EXPORT_NAME shared VERSION ${PROJECT_VERSION} SOVERSION ${interface}
-  CXX_VISIBILITY_PRESET default LINK_DEPENDS ${map})
+  CXX_VISIBILITY_PRESET default LINK_DEPENDS ${map}
+  # Analysers read each source once, as the static library's.
+  EXPORT_COMPILE_COMMANDS OFF)

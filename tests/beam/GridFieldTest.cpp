@@ -8,6 +8,8 @@
 #include <complex>
 #include <cstdint>
 #include <limits>
+#include <numbers>
+#include <stop_token>
 #include <vector>
 
 #include "beam/Beam.h"
@@ -78,6 +80,23 @@ TEST(GridField, hasTheWidthsOfAGaussian) {
     EXPECT_TRUE(std::isnan(beam.gain));
     EXPECT_NEAR(beam.depth, middle[2], 2e-3);
     EXPECT_FALSE(beam.power.has_value());
+}
+
+TEST(GridField, hasThePowerOfASourceUnlessItLiesTooFarApart) {
+    // In two planes, so that their power is found far away.
+    const auto powerAt = [](double distance, const Conduct& conduct) {
+        const std::vector<Element> elements{{{1, 1}, {}}, {{1, 1}, Pose{{distance, 0, 1}}}};
+        Request source;
+        source.array = Array{elements, {1, 1}};
+        source.wave = {6};
+        return beamOf(gaussianField(), source.wave, {}, source, conduct).power;
+    };
+    const double wavelength = 2 * std::numbers::pi / 6;
+    EXPECT_TRUE(powerAt(10 * wavelength, {}).has_value());
+    EXPECT_FALSE(powerAt(3000 * wavelength, {}).has_value());
+    std::stop_source stopped;
+    stopped.request_stop();
+    EXPECT_THROW(powerAt(10 * wavelength, {stopped.get_token()}), Stopped);
 }
 
 TEST(GridField, saysThatAWidthIsBeyondTheRegion) {
