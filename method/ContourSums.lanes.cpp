@@ -2,66 +2,21 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "method/ContourSums.h"
 
-#include <cstring>
-
 #include "lanes/Pack.h"
 #include "lanes/estimates.h"
-#include "lanes/exponential.h"
-#include "lanes/sinCosUpToSign.h"
+#include "method/wavesAlong.h"
 
 namespace pistonfield {
 
 namespace {
 
 constexpr int W = lanes::width<double>;
-using V = lanes::Pack<double, W>;
+using V = DoublePack;
+using Number = ComplexPack;
 static_assert(groupSize % W == 0);
 
 /// Keeps quotients by D and R finite where these are 0, in products of them too.
 constexpr double tinySquare = 1e-80;
-
-V loaded(const double* numbers) {
-    V pack;
-    std::memcpy(&pack, numbers, sizeof pack);
-    return pack;
-}
-
-struct Number {
-    V re, im;
-};
-
-void add(Number& sum, const Number& value, V factor) {
-    sum.re = lanes::multiplyAdd(value.re, factor, sum.re);
-    sum.im = lanes::multiplyAdd(value.im, factor, sum.im);
-}
-
-void store(const Number& sum, ContourSums::Sum& to, int first) {
-    std::memcpy(to.re + first, &sum.re, sizeof sum.re);
-    std::memcpy(to.im + first, &sum.im, sizeof sum.im);
-}
-
-/// E - 1 and E = exp(-jk*path). With k = b - ja: exp(-a*path) - 1 of the attenuation, and of the
-/// phase v = b*path/2 the difference -2 sin(v) (sin(v) + j cos(v)), which does not cancel.
-struct Wave {
-    Number lessOne, value;
-};
-
-template <bool isLossy>
-[[gnu::always_inline]] inline Wave waveAt(V path, double wavenumber, double attenuation) {
-    const auto [s, c] = lanes::sinCosUpToSign(path * (wavenumber / 2));
-    Wave wave;
-    if constexpr (isLossy) {
-        const auto [decay, decayLessOne] = lanes::exponential(path * -attenuation);
-        const V twice = -2 * decay * s;
-        wave.lessOne = {lanes::multiplyAdd(twice, s, decayLessOne), twice * c};
-        wave.value = {lanes::multiplyAdd(twice, s, decay), twice * c};
-    } else {
-        const V twice = -2 * s;
-        wave.lessOne = {twice * s, twice * c};
-        wave.value = {1 + twice * s, twice * c};
-    }
-    return wave;
-}
 
 /// The sums of a pack of points.
 struct Sums {
@@ -92,7 +47,7 @@ template <Derivatives derivatives, bool isLossy, bool isBeside>
     // R^2 - Q^2, formed without cancellation.
     const V difference = isBeside ? node.x * (toX - at.x) + node.y * (toY - at.y) : D;
     const V path = difference * (all * (R * D));
-    const auto [lessOne, value] = waveAt<isLossy>(path, wavenumber, attenuation);
+    const auto [lessOne, value] = waveAlong<isLossy>(path, wavenumber, attenuation);
     const V angle = cross * (all * totalByR);
     add(sums.phi, lessOne, angle);
     add(sums.alongZ, lessOne, angle * at.z * perR);

@@ -61,11 +61,11 @@ struct OutlineField::Range {
 OutlineField::OutlineField(Outline outline, double wavenumber, double attenuation)
     : theOutline(std::move(outline)),
       theCircle(circleAbout(theOutline)),
+      centred(centredOn(theOutline, theCircle.centre)),
       theArea(areaOf(theOutline)),
       wavenumber(wavenumber),
-      attenuation(attenuation) {
-    centred = centredOn(theOutline, theCircle.centre);
-}
+      attenuation(attenuation),
+      faceRules(centred, theCircle.radius, wavenumber, attenuation) {}
 
 PointBall OutlineField::ballAbout(const PlacesInFrame& places, const Range& range) const {
     const auto middleOf = [&](auto at) {
@@ -92,10 +92,12 @@ PointBall OutlineField::ballAbout(const PlacesInFrame& places, const Range& rang
     return ball;
 }
 
-double OutlineField::errorAt(const PointBall& ball, bool beside, const DecayingLimit& limit) const {
+/// @param fromCentre whether the points' reference is the distance of the circle's centre, not z
+double OutlineField::errorAt(const PointBall& ball, bool fromCentre,
+                             const DecayingLimit& limit) const {
     const double distance = std::hypot(ball.foot[0], ball.foot[1], ball.z) + ball.radius;
     const double reference =
-        std::max(0.0, (beside ? distance - 2 * ball.radius : ball.z - ball.radius));
+        std::max(0.0, (fromCentre ? distance - 2 * ball.radius : ball.z - ball.radius));
     const double decay = attenuation * (reference - (limit.decays ? distance : 0));
     return limit.limit.at(wavenumber * distance) * std::exp(std::min(decay, 600.0));
 }
@@ -120,8 +122,20 @@ int OutlineField::inParts(const PlacesInFrame& places, const Range& range, Deriv
     return nodesOf(work.panels);
 }
 
+/// The rule over the face for all points of a group; null where it takes the boundary.
+const FaceRule* OutlineField::faceRuleFor(const PlacesInFrame& places,
+                                          const DecayingLimit& limit) const {
+    const PointBall ball = ballAbout(places, {0, groupSize});
+    const double nearest = std::hypot(ball.foot[0], ball.foot[1], ball.z) - ball.radius;
+    return faceRules.ruleFor(nearest, errorAt(ball, true, limit));
+}
+
 int OutlineField::compute(const PlacesInFrame& places, Derivatives derivatives,
                           const DecayingLimit& limit, Potentials& values, Work& work) const {
+    if (const FaceRule* const rule = faceRuleFor(places, limit)) {
+        computeByFace(*rule, places, derivatives, values);
+        return static_cast<int>(rule->size());
+    }
     return inParts(places, {0, groupSize}, derivatives, limit, work,
                    [&](const Range& range, bool beside, bool touches) {
                        computePart(places, range, beside, touches, derivatives, values, work);
@@ -130,19 +144,15 @@ int OutlineField::compute(const PlacesInFrame& places, Derivatives derivatives,
 
 int OutlineField::evaluations(const PlacesInFrame& places, Derivatives derivatives,
                               const DecayingLimit& limit, Work& work) const {
+    if (const FaceRule* const rule = faceRuleFor(places, limit))
+        return static_cast<int>(rule->size());
     return inParts(places, {0, groupSize}, derivatives, limit, work,
                    [](const Range& /*range*/, bool /*beside*/, bool /*touches*/) {});
 }
 
-void OutlineField::computePart(const PlacesInFrame& places, const Range& range, bool beside,
-                               bool touches, Derivatives derivatives, Potentials& values,
-                               Work& work) const {
-    work.nodes.clear();
-    for (const ContourPanel& panel : work.panels) {
-        rules.require(panel.rung);
-        addNodes(panel, rules.table()[panel.rung], work.nodes);
-    }
-    ContourPoints points;
+/// Some points as sums take them, the last one repeated.
+void OutlineField::placeInCircle(const PlacesInFrame& places, const Range& range, bool beside,
+                                 ContourPoints& points) const {
     points.count = static_cast<int>(range.count());
     points.beside = beside;
     for (std::size_t i = 0; i < groupSize; ++i) {
@@ -155,6 +165,45 @@ void OutlineField::computePart(const PlacesInFrame& places, const Range& range, 
                                               points.y[i] * points.y[i] + points.z[i] * points.z[i])
                                   : points.z[i];
     }
+}
+
+std::complex<double> OutlineField::waveAt(double reference) const {
+    return std::polar(std::exp(-attenuation * reference), -wavenumber * reference);
+}
+
+void OutlineField::computeByFace(const FaceRule& rule, const PlacesInFrame& places,
+                                 Derivatives derivatives, Potentials& values) const {
+    ContourPoints points;
+    placeInCircle(places, {0, groupSize}, true, points);
+    FaceSums sums;
+    faceSums().compute(rule.data(), rule.size(), wavenumber, attenuation, derivatives, points,
+                       sums);
+    for (std::size_t i = 0; i < groupSize; ++i) {
+        const double side = places.z[i] < 0 ? -1 : 1;
+        const double z = points.z[i];
+        const std::complex<double> wave = waveAt(points.reference[i]);
+        values.phi[i] = wave * sums.phi.at(i);
+        values.z[i] = -side * z * wave * sums.slope.at(i);
+        if (derivatives == Derivatives::none) continue;
+        values.x[i] = -wave * sums.slopeX.at(i);
+        values.y[i] = -wave * sums.slopeY.at(i);
+        if (derivatives != Derivatives::second) continue;
+        values.xz[i] = side * z * wave * sums.bendX.at(i);
+        values.yz[i] = side * z * wave * sums.bendY.at(i);
+        values.zz[i] = wave * (z * z * sums.bend.at(i) - sums.slope.at(i));
+    }
+}
+
+void OutlineField::computePart(const PlacesInFrame& places, const Range& range, bool beside,
+                               bool touches, Derivatives derivatives, Potentials& values,
+                               Work& work) const {
+    work.nodes.clear();
+    for (const ContourPanel& panel : work.panels) {
+        rules.require(panel.rung);
+        addNodes(panel, rules.table()[panel.rung], work.nodes);
+    }
+    ContourPoints points;
+    placeInCircle(places, range, beside, points);
     ContourSums sums;
     contourSums().compute(work.nodes.data(), work.nodes.size(), wavenumber, attenuation,
                           derivatives, points, sums);
@@ -162,9 +211,8 @@ void OutlineField::computePart(const PlacesInFrame& places, const Range& range, 
     const std::complex<double> factor = std::complex<double>(0, 1) / k;
     for (std::size_t i = 0; i < range.count(); ++i) {
         const std::size_t to = range.first + i;
-        const double Q = points.reference[i];
         const double side = places.z[to] < 0 ? -1 : 1;
-        const std::complex<double> wave = std::polar(std::exp(-attenuation * Q), -wavenumber * Q);
+        const std::complex<double> wave = waveAt(points.reference[i]);
         values.phi[to] = factor * wave * sums.phi.at(i);
         values.z[to] = side * wave * sums.alongZ.at(i);
         if (derivatives == Derivatives::none) continue;

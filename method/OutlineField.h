@@ -8,6 +8,7 @@
 
 #include "method/ContourPanels.h"
 #include "method/ContourSums.h"
+#include "method/FaceRules.h"
 #include "method/GroupOrders.h"
 #include "method/Outline.h"
 #include "method/Rules.h"
@@ -38,7 +39,7 @@ struct DecayingLimit {
 };
 
 /// The field of a flat piston of any outline at any points, in double precision, by integrals along
-/// its boundary.
+/// its boundary, and far away over its face.
 ///
 /// With psi the angle that the boundary sweeps, seen from a point's foot,
 /// phi = j/k * integral of (exp(-jkR) - exp(-jkz)) dpsi: exp(-jkR)/R dS is exp(-jkR) dR dpsi, and
@@ -48,6 +49,8 @@ struct DecayingLimit {
 /// of their integrands, but for the one by z, which is -k^2 phi less the ones by x and y, as phi
 /// solves the Helmholtz equation. From feet outside, psi adds up to nothing, and so does any number
 /// times dpsi.
+///
+/// Far from the piston rules over its face take the place of these.
 class OutlineField {
   public:
     /// What a thread computes with.
@@ -92,17 +95,24 @@ class OutlineField {
     int inParts(const PlacesInFrame& places, const Range& range, Derivatives derivatives,
                 const DecayingLimit& limit, Work& work, Use use) const;
     PointBall ballAbout(const PlacesInFrame& places, const Range& range) const;
-    double errorAt(const PointBall& ball, bool beside, const DecayingLimit& limit) const;
+    double errorAt(const PointBall& ball, bool fromCentre, const DecayingLimit& limit) const;
+    const FaceRule* faceRuleFor(const PlacesInFrame& places, const DecayingLimit& limit) const;
+    void placeInCircle(const PlacesInFrame& places, const Range& range, bool beside,
+                       ContourPoints& points) const;
+    std::complex<double> waveAt(double reference) const;
+    void computeByFace(const FaceRule& rule, const PlacesInFrame& places, Derivatives derivatives,
+                       Potentials& values) const;
     void computePart(const PlacesInFrame& places, const Range& range, bool beside, bool touches,
                      Derivatives derivatives, Potentials& values, Work& work) const;
 
     Outline theOutline;
-    Outline centred;  ///< the outline about the centre of its circle
     Circle theCircle;
+    Outline centred;  ///< the outline about the centre of its circle
     double theArea;
     double wavenumber;
     double attenuation;
     Rules<double> rules;
+    FaceRules faceRules;
 };
 
 }  // namespace pistonfield

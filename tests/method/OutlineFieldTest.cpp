@@ -134,6 +134,65 @@ TEST(OutlineField, KeepsItsLimitBeforeEveryShape) {
     }
 }
 
+/// From where rules over the face take the place of those along the boundary.
+TEST(OutlineField, KeepsItsLimitFarFromEveryShape) {
+    Random random(20261125);
+    for (const Shape& shape : shapes()) {
+        SCOPED_TRACE(shape.name);
+        for (const double losses : {0.0, 1e-3, 0.05}) {
+            const Complex k(random.magnitude(-1, 1.2), 0);
+            const Complex lossy(k.real(), -k.real() * losses);
+            const OutlineField field(shape.outline, lossy.real(), -lossy.imag());
+            const Circle& circle = field.circle();
+            double worst = 0;
+            for (int trial = 0; trial < 12; ++trial) {
+                const double distance = circle.radius * random.magnitude(0.4, 2);
+                const double height = random.between(-1, 1);
+                const double around = random.between(0, turn);
+                const double within = std::sqrt(1 - height * height) * distance;
+                const double spread = distance * random.magnitude(-3, -0.7);
+                std::vector<Point> points;
+                for (int i = 0; i < groupSize; ++i) {
+                    const double x = random.between(-spread, spread);
+                    const double y = random.between(-spread, spread);
+                    points.push_back({circle.centre[0] + within * std::cos(around) + x,
+                                      circle.centre[1] + within * std::sin(around) + y,
+                                      height * distance});
+                }
+                const Derivatives derivatives = allDerivatives[random.below(3)];
+                // Relative to the amplitude there, less what doubles keep of it.
+                const double limit = random.magnitude(-9, -1) * std::abs(lossy) * field.area() /
+                                     (turn * distance) * std::exp(lossy.imag() * distance);
+                const Potentials got = computed(field, points, limit, derivatives);
+                for (std::size_t i = 0; i < 2; ++i) {
+                    auto above = points[i];
+                    above.z = std::abs(above.z);
+                    auto exact = reference::flatIntegrals(shape.source, above, lossy);
+                    if (points[i].z < 0)
+                        for (Complex* odd : {&exact.z, &exact.xz, &exact.yz}) *odd = -*odd;
+                    worst = std::max(worst, errorOf(got, i, exact, lossy, derivatives) / limit);
+                }
+            }
+            EXPECT_LE(worst, 1) << losses;
+            EXPECT_GT(worst, 0) << losses;
+        }
+    }
+}
+
+TEST(OutlineField, TakesFewEvaluationsFarFromSmallPistons) {
+    // Half a wavelength across, at 1e-4 of the amplitude.
+    const double radius = turn / 4;
+    const double distance = 40 * radius;
+    for (const Outline& outline : {discOutline(radius), rectangleOutline(1.4 * radius, radius)}) {
+        const OutlineField field(outline, 1, 0);
+        const double limit = 1e-4 * field.area() / (turn * distance);
+        OutlineField::Work work;
+        EXPECT_LE(field.evaluations(placesOf({{distance, 0, 0}}), Derivatives::none,
+                                    fixedLimit(limit), work),
+                  40);
+    }
+}
+
 TEST(OutlineField, DecaysWithItsLimit) {
     Random random(20261123);
     for (const Shape& shape : shapes()) {
