@@ -70,6 +70,13 @@ template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeContourSumEngine(
     std::shared_ptr<const ContourTerms> terms);
 
+/// The engine that does so patch by patch of points; none where few pistons are so far from them
+/// that it takes less time.
+/// @throws std::bad_alloc
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeContourPatchEngine(
+    std::shared_ptr<const ContourTerms> terms);
+
 /// The engine that sums them up on a device.
 /// @throws DeviceFailure, std::bad_alloc
 template <class T>

@@ -113,6 +113,7 @@ class ContourEngine : public ArrayEngine<T> {
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeContourSumEngine(
     std::shared_ptr<const ContourTerms> terms) {
+    if (auto patches = makeContourPatchEngine<T>(terms)) return patches;
     return std::make_unique<const ContourEngine<T>>(std::move(terms));
 }
 

@@ -32,21 +32,19 @@ std::int64_t evenPart(std::int64_t count, std::int64_t most) {
     return (count + parts - 1) / parts;
 }
 
-/// Points along a direction of a patch: those of some wavelengths, beyond which near elements need
-/// too many nodes.
-int lengthOf(std::int64_t size, double stepInWavelengths, std::int64_t most) {
-    constexpr double wavelengths = 5;
+/// Points along a direction of a patch.
+/// @param inSteps what a patch may measure, in steps
+int lengthOf(std::int64_t size, double inSteps, std::int64_t most) {
     constexpr std::int64_t fewest = 8;
-    const double points = wavelengths / stepInWavelengths;
-    const std::int64_t within = points < static_cast<double>(most)
-                                    ? std::max(fewest, static_cast<std::int64_t>(points))
+    const std::int64_t within = inSteps < static_cast<double>(most)
+                                    ? std::max(fewest, static_cast<std::int64_t>(inSteps))
                                     : most;
     return static_cast<int>(evenPart(size, std::min(within, most)));
 }
 
 }  // namespace
 
-LatticePatches::LatticePatches(const Request& request)
+LatticePatches::LatticePatches(const Request& request, double wavelengths)
     : sizes(request.lattice.sizes),
       positions(request),
       directions(directionsOf(sizes)),
@@ -62,8 +60,8 @@ LatticePatches::LatticePatches(const Request& request)
         next[directions[i]] = 1;
         const auto to = positions.at(next);
         const double step = std::hypot(to[0] - origin[0], to[1] - origin[1], to[2] - origin[2]);
-        lengths[i] = lengthOf(sizes[directions[i]],
-                              step * request.wave.wavenumber / (2 * std::numbers::pi), most[i]);
+        const double wavelength = 2 * std::numbers::pi / request.wave.wavenumber;
+        lengths[i] = lengthOf(sizes[directions[i]], wavelengths * wavelength / step, most[i]);
     }
 }
 

@@ -17,7 +17,8 @@ namespace pistonfield {
 class LatticePatches {
   public:
     /// @param request outlives this
-    explicit LatticePatches(const Request& request);
+    /// @param wavelengths a patch measures about so many along a direction at the most
+    LatticePatches(const Request& request, double wavelengths);
 
     /// Points of a row, and rows.
     const std::array<int, 2>& counts() const noexcept { return lengths; }

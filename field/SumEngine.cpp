@@ -13,6 +13,9 @@ namespace pistonfield {
 
 namespace {
 
+/// Beyond so many near elements need too many nodes.
+constexpr double wavelengthsOfPatches = 5;
+
 /// Sums up the elements' fields, patch by patch of points.
 template <class T>
 class SumEngine : public ArrayEngine<T> {
@@ -22,7 +25,7 @@ class SumEngine : public ArrayEngine<T> {
     SumEngine(std::shared_ptr<const ArrayTerms> asked, SharedFaces* shared)
         : ArrayEngine<T>(asked),
           terms(std::move(asked)),
-          patches(terms->request()),
+          patches(terms->request(), wavelengthsOfPatches),
           sums(
               terms->array(), terms->request().wave,
               [this](const Face& face) { return terms->limitOf(face); }, patches.counts(), shared) {

@@ -24,6 +24,7 @@ using Index = std::array<std::int64_t, 3>;
 using Vector = std::array<double, 3>;
 
 constexpr unsigned seed = 20261128;
+constexpr double wavelengths = 5;  ///< that a patch measures at the most
 
 /// A request for an array of so many weightings on a lattice of any directions and divisor.
 Request requestOf(Random& random, const Index& sizes, std::size_t weightings = 1) {
@@ -87,7 +88,7 @@ void forEachPoint(const LatticePatches& patches, const LatticeBox& box, Work wor
 }
 
 void expectEveryPointOnce(const Request& request, const LatticeBox& box) {
-    const LatticePatches patches(request);
+    const LatticePatches patches(request, wavelengths);
     const Positions positions(request);
     std::vector<int> times(static_cast<std::size_t>(box.points()));
     forEachPoint(patches, box,
@@ -123,7 +124,7 @@ TEST(LatticePatches, LieInTiles) {
     Random random(seed + 6);
     for (int i = 0; i < 100; ++i) {
         const Request request = requestOf(random, drawSizes(random));
-        const LatticePatches patches(request);
+        const LatticePatches patches(request, wavelengths);
         const Index tile = patches.tile();
         LatticeBox box;
         for (std::size_t axis = 0; axis < 3; ++axis) {
@@ -168,7 +169,7 @@ TEST(LatticePatches, OfAListAreItsPoints) {
     auto& list = request.points.emplace();
     for (auto* coordinates : {&list.x, &list.y, &list.z})
         for (int i = 0; i < 50; ++i) coordinates->push_back(random.between(-100, 100));
-    const LatticePatches patches(request);
+    const LatticePatches patches(request, wavelengths);
     EXPECT_EQ(patches.counts(), (std::array{1, 1}));
     expectEveryPointOnce(request, request.lattice.box());
     expectEveryPointOnce(request, {{17, 0, 0}, {20, 1, 1}});
@@ -195,7 +196,7 @@ TEST(LatticePatches, DoNotDependOnTheBox) {
     for (int i = 0; i < 40; ++i) {
         const Request request = requestOf(random, drawSizes(random));
         const Index& sizes = request.lattice.sizes;
-        const LatticePatches patches(request);
+        const LatticePatches patches(request, wavelengths);
         std::vector<Bits> whole(static_cast<std::size_t>(request.lattice.box().points()));
         forEachPoint(patches, request.lattice.box(),
                      [&](std::int64_t number, const auto& piece, int point, int row) {
@@ -216,7 +217,7 @@ TEST(LatticePatches, AreOfFewWavelengthsAndNoMorePointsThanARowTakes) {
     Random random(seed + 5);
     for (int i = 0; i < 100; ++i) {
         const Request request = requestOf(random, drawSizes(random));
-        const LatticePatches patches(request);
+        const LatticePatches patches(request, wavelengths);
         const auto piece = LatticePatches::InBox(patches, request.lattice.box()).piece(0);
         const double wavelength = 2 * std::numbers::pi / request.wave.wavenumber;
         for (int k = 0; k < 2; ++k) {
@@ -224,7 +225,7 @@ TEST(LatticePatches, AreOfFewWavelengthsAndNoMorePointsThanARowTakes) {
             EXPECT_EQ(piece.patch.count[k], count);
             EXPECT_GE(count, 1);
             EXPECT_LE(count, pistonfield::mostInRow);
-            const double most = count > 8 ? 5 * wavelength : HUGE_VAL;
+            const double most = count > 8 ? wavelengths * wavelength : HUGE_VAL;
             EXPECT_LE(2 * piece.patch.half(k), most);
         }
     }
@@ -235,7 +236,7 @@ TEST(LatticePatches, AreSmallerOfManyWeightings) {
     Random random(seed + 6);
     for (const std::size_t weightings : {1U, 64U, 300U, 4096U}) {
         const Request request = requestOf(random, {300, 200, 2}, weightings);
-        const auto counts = LatticePatches(request).counts();
+        const auto counts = LatticePatches(request, wavelengths).counts();
         EXPECT_LE(static_cast<std::size_t>(counts[1]) * weightings,
                   std::max<std::size_t>(weightings, 4096));
         expectEveryPointOnce(request, {{100, 100, 0}, {90, 80, 2}});
@@ -246,7 +247,7 @@ TEST(LatticePatches, AreWholeInLayersOfPoints) {
     Random random(seed + 7);
     for (int i = 0; i < 60; ++i) {
         const Request request = requestOf(random, drawSizes(random));
-        const LatticePatches patches(request);
+        const LatticePatches patches(request, wavelengths);
         const std::int64_t points = patches.pointsOfLayer();
         EXPECT_GE(points, patches.counts()[0] * patches.counts()[1]);
         EXPECT_LE(points, request.lattice.box().points());

@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: the pistonfield developers
+// SPDX-License-Identifier: BSD-3-Clause
+#include <algorithm>
+#include <utility>
+
+#include "field/ArrayEngine.h"
+#include "field/LatticePatches.h"
+#include "field/PatchContours.h"
+#include "parallel/threads.h"
+#include "parallel/usableCores.h"
+
+namespace pistonfield {
+
+namespace {
+
+/// Longer patches take too many nodes for near elements, and shorter ones too many in all.
+constexpr double wavelengthsOfPatches = 10;
+
+/// Sums up the fields of pistons of any outline, patch by patch of points.
+template <class T>
+class ContourPatchEngine : public ArrayEngine<T> {
+  public:
+    using Index = ContourTerms::Index;
+
+    explicit ContourPatchEngine(std::shared_ptr<const ContourTerms> asked)
+        : ArrayEngine<T>(asked),
+          terms(std::move(asked)),
+          patches(terms->request(), wavelengthsOfPatches),
+          sums(*terms, patches.counts()) {}
+
+    std::string_view name() const noexcept override { return "contours"; }
+
+    /// Whether about a third of what patches sum up is interpolated on them: else groups of points
+    /// are as fast, or faster.
+    bool isWorthIt() const {
+        constexpr double enough = 0.3;
+        const std::vector<Index> points = terms->fewPoints();
+        double part = 0;
+        for (const Index& index : points) part += sums.interpolatedPart(pieceAt(index).patch);
+        return part >= enough * static_cast<double>(points.size());
+    }
+
+    void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
+        const LatticePatches::InBox inBox(patches, box);
+        const auto fillPieces = [&](std::int64_t first, std::int64_t last) {
+            PatchContours::Work work(sums);
+            for (std::int64_t i = first; i < last; ++i) {
+                const LatticePatches::Piece piece = inBox.piece(i);
+                sums.compute(piece, work);
+                store(piece, work, to);
+            }
+        };
+        const unsigned most = threads == 0 ? threadCount() : std::min(threads, mostThreads);
+        constexpr std::int64_t perTurn = 16;
+        inParallel(inBox.count(), std::clamp<std::int64_t>(inBox.count() / 32, 1, perTurn),
+                   inBox.count() > 1 ? most : 1, fillPieces);
+    }
+
+    Index tile() const override { return patches.tile(); }
+
+    std::int64_t pieceToWatch(unsigned threads) const override {
+        constexpr double piece = 0.05;
+        const auto points = static_cast<std::int64_t>(piece / secondsOfAPoint());
+        const unsigned count = threads == 0 ? threadCount() : threads;
+        return std::max(patches.pointsOfLayer(), points) * std::min(count, usableCores());
+    }
+
+    double meanEvaluations(const std::vector<Index>& points) const override {
+        // Of the largest arrays a few patches have to do.
+        constexpr std::size_t mostPairs = 4096;
+        const std::size_t some =
+            std::clamp<std::size_t>(mostPairs / terms->fields().count(), 1, points.size());
+        PatchContours::Work work(sums);
+        double sum = 0;
+        for (std::size_t i = 0; i < some; ++i)
+            sum += sums.evaluationsOf(pieceAt(points[i * points.size() / some]), work);
+        const auto [along, across] = patches.counts();
+        return sum / static_cast<double>(some) / (along * across);
+    }
+
+    double secondsOfAPoint() const override {
+        // Seen with 512-bit registers.
+        constexpr double ofAWave = 2e-9;
+        constexpr double ofANumber = 1.5e-9;
+        constexpr double ofAWeight = 0.5e-9;
+        constexpr double ofAnEvaluation = 4e-9;
+        const double numbers = terms->request().quantity == Quantity::pressure ? 1 : 4;
+        const auto weightings = static_cast<double>(terms->weightings());
+        return static_cast<double>(terms->fields().count()) *
+                   (ofAWave + numbers * (ofANumber + weightings * ofAWeight)) +
+               this->evaluationsOfAPoint() * ofAnEvaluation;
+    }
+
+    std::int64_t memoryOf(const LatticeBox& /*box*/) const noexcept override {
+        constexpr std::int64_t ofNodes = 1 << 20;
+        return usableCores() * (ofNodes + sums.memoryOfWork());
+    }
+
+  private:
+    /// The patch of a point, with all of its points.
+    LatticePatches::Piece pieceAt(const Index& index) const {
+        LatticePatches::Piece piece = LatticePatches::InBox(patches, {index, {1, 1, 1}}).piece(0);
+        piece.first = {};
+        piece.count = patches.counts();
+        return piece;
+    }
+
+    void store(const LatticePatches::Piece& piece, const PatchContours::Work& work,
+               const Destination<T>& to) const {
+        const std::int64_t components = terms->request().components();
+        for (std::size_t w = 0; w < terms->weightings(); ++w)
+            for (int row = 0; row < piece.count[1]; ++row)
+                for (int i = 0; i < piece.count[0]; ++i) {
+                    std::complex<double> values[3];
+                    ContourTerms::componentsOf(work.at(w, piece.first[1] + row, piece.first[0] + i),
+                                               terms->request().quantity, values);
+                    for (std::int64_t c = 0; c < components; ++c) {
+                        const Destination<T> at =
+                            to.field(static_cast<std::int64_t>(w) * components + c)
+                                .from(piece.to + row * piece.toNext[1] + i * piece.toNext[0]);
+                        *at.re = static_cast<T>(values[c].real());
+                        *at.im = static_cast<T>(values[c].imag());
+                    }
+                }
+    }
+
+    std::shared_ptr<const ContourTerms> terms;
+    LatticePatches patches;
+    PatchContours sums;
+};
+
+}  // namespace
+
+template <class T>
+std::unique_ptr<const ArrayEngine<T>> makeContourPatchEngine(
+    std::shared_ptr<const ContourTerms> terms) {
+    auto engine = std::make_unique<const ContourPatchEngine<T>>(std::move(terms));
+    if (!engine->isWorthIt()) return nullptr;
+    return engine;
+}
+
+template std::unique_ptr<const ArrayEngine<float>> makeContourPatchEngine(
+    std::shared_ptr<const ContourTerms>);
+template std::unique_ptr<const ArrayEngine<double>> makeContourPatchEngine(
+    std::shared_ptr<const ContourTerms>);
+
+}  // namespace pistonfield
