@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "field/PointField.h"
@@ -26,6 +27,11 @@ class ContourFields {
 
     /// @throws std::bad_alloc
     explicit ContourFields(const Request& request);
+
+    /// For `computeTones` of tones within a band, whose largest numbers are the wave of what else is
+    /// asked.
+    /// @throws std::bad_alloc
+    ContourFields(const Request& request, const WaveBand& band);
 
     /// The pistons: those of the array, or the request's one.
     std::size_t count() const noexcept { return elements.size(); }
@@ -62,6 +68,11 @@ class ContourFields {
     /// The same at points in the element's frame.
     int computeInFrame(std::size_t element, const PlacesInFrame& places, const DecayingLimit& limit,
                        std::array<PointField, groupSize>& values, Work& work) const;
+
+    /// Computes an element's integrals for some tones; see `OutlineField::computeTones`.
+    int computeTones(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,
+                     std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                     Work& work) const;
 
     /// What `compute` returns, and what `computeInFrame` does.
     int evaluationsOf(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,

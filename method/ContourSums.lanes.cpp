@@ -4,63 +4,18 @@
 
 #include <cstring>
 
-#include "lanes/Pack.h"
-#include "lanes/estimates.h"
-#include "lanes/exponential.h"
-#include "lanes/sinCosUpToSign.h"
+#include "method/contourPaths.h"
 
 namespace pistonfield {
 
 namespace {
 
-constexpr int W = lanes::width<double>;
-using V = lanes::Pack<double, W>;
-static_assert(groupSize % W == 0);
-
-/// Keeps quotients by D and R finite where these are 0, in products of them too.
-constexpr double tinySquare = 1e-80;
-
-V loaded(const double* numbers) {
-    V pack;
-    std::memcpy(&pack, numbers, sizeof pack);
-    return pack;
-}
-
-struct Number {
-    V re, im;
-};
-
-void add(Number& sum, const Number& value, V factor) {
-    sum.re = lanes::multiplyAdd(value.re, factor, sum.re);
-    sum.im = lanes::multiplyAdd(value.im, factor, sum.im);
-}
+using V = ContourPack;
+using Number = ContourNumber;
 
 void store(const Number& sum, ContourSums::Sum& to, int first) {
     std::memcpy(to.re + first, &sum.re, sizeof sum.re);
     std::memcpy(to.im + first, &sum.im, sizeof sum.im);
-}
-
-/// E - 1 and E = exp(-jk*path). With k = b - ja: exp(-a*path) - 1 of the attenuation, and of the
-/// phase v = b*path/2 the difference -2 sin(v) (sin(v) + j cos(v)), which does not cancel.
-struct Wave {
-    Number lessOne, value;
-};
-
-template <bool isLossy>
-[[gnu::always_inline]] inline Wave waveAt(V path, double wavenumber, double attenuation) {
-    const auto [s, c] = lanes::sinCosUpToSign(path * (wavenumber / 2));
-    Wave wave;
-    if constexpr (isLossy) {
-        const auto [decay, decayLessOne] = lanes::exponential(path * -attenuation);
-        const V twice = -2 * decay * s;
-        wave.lessOne = {lanes::multiplyAdd(twice, s, decayLessOne), twice * c};
-        wave.value = {lanes::multiplyAdd(twice, s, decay), twice * c};
-    } else {
-        const V twice = -2 * s;
-        wave.lessOne = {twice * s, twice * c};
-        wave.value = {1 + twice * s, twice * c};
-    }
-    return wave;
 }
 
 /// The sums of a pack of points.
@@ -70,36 +25,18 @@ struct Sums {
     Number bentX{}, bentY{}, bent{};
 };
 
-struct At {
-    V x, y, z, zz;
-    V reference;
-    V ratio;  ///< z/Q
-    V tiny;   ///< `tinySquare`
-};
-
 template <Derivatives derivatives, bool isLossy, bool isBeside>
-[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node, const At& at,
-                                           double wavenumber, double attenuation) {
-    const V toX = node.x - at.x;
-    const V toY = node.y - at.y;
-    const V D = lanes::multiplyAdd(toX, toX, lanes::multiplyAdd(toY, toY, at.tiny));
-    const V R = lanes::nearSquareRoot(D + at.zz);
-    const V total = R + at.reference;
-    const V totalByR = total * R;
-    const V all = lanes::nearReciprocal(totalByR * D);
-    const V perR = all * (total * D);
-    const V cross = toX * node.dy - toY * node.dx;
-    // R^2 - Q^2, formed without cancellation.
-    const V difference = isBeside ? node.x * (toX - at.x) + node.y * (toY - at.y) : D;
-    const V path = difference * (all * (R * D));
-    const auto [lessOne, value] = waveAt<isLossy>(path, wavenumber, attenuation);
-    const V angle = cross * (all * totalByR);
-    add(sums.phi, lessOne, angle);
-    add(sums.alongZ, lessOne, angle * at.z * perR);
-    sums.alongZ.re = lanes::multiplyAdd(angle * at.ratio, -path * perR, sums.alongZ.re);
+[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node,
+                                           const ContourAt& at, V ratio, double wavenumber,
+                                           double attenuation) {
+    const auto [path, angle, cross, R, perR] = pathTo<isBeside>(node, at);
+    const auto [lessOne, value] = waveAlong<isLossy>(path, wavenumber, attenuation);
+    addTimes(sums.phi, lessOne, angle);
+    addTimes(sums.alongZ, lessOne, angle * at.z * perR);
+    sums.alongZ.re = lanes::multiplyAdd(angle * ratio, -path * perR, sums.alongZ.re);
     if constexpr (derivatives != Derivatives::none) {
-        add(sums.onX, value, perR * node.dy);
-        add(sums.onY, value, perR * node.dx);
+        addTimes(sums.onX, value, perR * node.dy);
+        addTimes(sums.onY, value, perR * node.dx);
     }
     if constexpr (derivatives == Derivatives::second) {
         // 1 + jkR = 1 + a*R + j*b*R.
@@ -108,28 +45,22 @@ template <Derivatives derivatives, bool isLossy, bool isBeside>
         const Number bend{value.re * real - value.im * imaginary,
                           value.re * imaginary + value.im * real};
         const V cubed = perR * perR * perR;
-        add(sums.bentX, bend, cubed * node.dy);
-        add(sums.bentY, bend, cubed * node.dx);
-        add(sums.bent, bend, cubed * cross);
+        addTimes(sums.bentX, bend, cubed * node.dy);
+        addTimes(sums.bentY, bend, cubed * node.dx);
+        addTimes(sums.bent, bend, cubed * cross);
     }
 }
 
 template <Derivatives derivatives, bool isLossy, bool isBeside>
 void sumUp(const ContourNode* nodes, std::size_t count, double wavenumber, double attenuation,
            const ContourPoints& points, ContourSums& to) {
-    for (int first = 0; first < points.count; first += W) {
-        const V z = loaded(points.z + first);
-        const V reference = loaded(points.reference + first);
-        const At at{loaded(points.x + first),
-                    loaded(points.y + first),
-                    z,
-                    z * z,
-                    reference,
-                    isBeside ? z / reference : lanes::broadcast<V>(1),
-                    lanes::broadcast<V>(tinySquare)};
+    for (int first = 0; first < points.count; first += contourWidth) {
+        const ContourAt at = ContourAt::of(points, first);
+        const V ratio = isBeside ? at.z / at.reference : lanes::broadcast<V>(1);  // z/Q
         Sums sums;
         for (std::size_t i = 0; i < count; ++i)
-            addNode<derivatives, isLossy, isBeside>(sums, nodes[i], at, wavenumber, attenuation);
+            addNode<derivatives, isLossy, isBeside>(sums, nodes[i], at, ratio, wavenumber,
+                                                    attenuation);
         store(sums.phi, to.phi, first);
         store(sums.alongZ, to.alongZ, first);
         if constexpr (derivatives != Derivatives::none) {

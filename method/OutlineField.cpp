@@ -59,11 +59,15 @@ struct OutlineField::Range {
 };
 
 OutlineField::OutlineField(Outline outline, double wavenumber, double attenuation)
+    : OutlineField(std::move(outline), {wavenumber, attenuation, attenuation}) {}
+
+OutlineField::OutlineField(Outline outline, const WaveBand& band)
     : theOutline(std::move(outline)),
       theCircle(circleAbout(theOutline)),
       theArea(areaOf(theOutline)),
-      wavenumber(wavenumber),
-      attenuation(attenuation) {
+      wavenumber(band.wavenumber),
+      attenuation(band.attenuation),
+      leastAttenuation(band.leastAttenuation) {
     centred = centredOn(theOutline, theCircle.centre);
 }
 
@@ -96,7 +100,10 @@ double OutlineField::errorAt(const PointBall& ball, bool beside, const DecayingL
     const double distance = std::hypot(ball.foot[0], ball.foot[1], ball.z) + ball.radius;
     const double reference =
         std::max(0.0, (beside ? distance - 2 * ball.radius : ball.z - ball.radius));
-    const double decay = attenuation * (reference - (limit.decays ? distance : 0));
+    // Errors are relative to the decay up to the reference, which is the least with the least
+    // attenuation; less what the limit decays by, and that is the most with the largest.
+    const double decay =
+        limit.decays ? attenuation * (reference - distance) : leastAttenuation * reference;
     return limit.limit.at(wavenumber * distance) * std::exp(std::min(decay, 600.0));
 }
 
@@ -134,14 +141,16 @@ int OutlineField::evaluations(const PlacesInFrame& places, Derivatives derivativ
                    [](const Range& /*range*/, bool /*beside*/, bool /*touches*/) {});
 }
 
-void OutlineField::computePart(const PlacesInFrame& places, const Range& range, bool beside,
-                               bool touches, Derivatives derivatives, Potentials& values,
-                               Work& work) const {
+void OutlineField::findNodes(Work& work) const {
     work.nodes.clear();
     for (const ContourPanel& panel : work.panels) {
         rules.require(panel.rung);
         addNodes(panel, rules.table()[panel.rung], work.nodes);
     }
+}
+
+ContourPoints OutlineField::pointsOf(const PlacesInFrame& places, const Range& range,
+                                     bool beside) const {
     ContourPoints points;
     points.count = static_cast<int>(range.count());
     points.beside = beside;
@@ -155,6 +164,31 @@ void OutlineField::computePart(const PlacesInFrame& places, const Range& range, 
                                               points.y[i] * points.y[i] + points.z[i] * points.z[i])
                                   : points.z[i];
     }
+    return points;
+}
+
+int OutlineField::computeTones(const PlacesInFrame& places, const DecayingLimit& limit,
+                               std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                               Work& work) const {
+    work.tones.resize(values.size());
+    return inParts(places, {0, groupSize}, Derivatives::none, limit, work,
+                   [&](const Range& range, bool beside, bool /*touches*/) {
+                       findNodes(work);
+                       toneSums().compute(work.nodes.data(), work.nodes.size(), tones.data(),
+                                          tones.size(), pointsOf(places, range, beside),
+                                          work.tones.data());
+                       for (std::size_t n = 0; n < values.size(); ++n) {
+                           std::copy_n(work.tones[n].re, range.count(), values[n].re + range.first);
+                           std::copy_n(work.tones[n].im, range.count(), values[n].im + range.first);
+                       }
+                   });
+}
+
+void OutlineField::computePart(const PlacesInFrame& places, const Range& range, bool beside,
+                               bool touches, Derivatives derivatives, Potentials& values,
+                               Work& work) const {
+    findNodes(work);
+    const ContourPoints points = pointsOf(places, range, beside);
     ContourSums sums;
     contourSums().compute(work.nodes.data(), work.nodes.size(), wavenumber, attenuation,
                           derivatives, points, sums);

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <complex>
+#include <span>
 #include <vector>
 
 #include "method/ContourPanels.h"
@@ -11,6 +12,7 @@
 #include "method/GroupOrders.h"
 #include "method/Outline.h"
 #include "method/Rules.h"
+#include "method/ToneSums.h"
 
 namespace pistonfield {
 
@@ -37,6 +39,13 @@ struct DecayingLimit {
     bool decays;  ///< whether it is times exp(-attenuation*R), R being the distance as of `limit`
 };
 
+/// What the waves of several tones have at most and at least.
+struct WaveBand {
+    double wavenumber;        ///< the largest
+    double attenuation;       ///< the largest
+    double leastAttenuation;  ///< the least
+};
+
 /// The field of a flat piston of any outline at any points, in double precision, by integrals along
 /// its boundary.
 ///
@@ -54,6 +63,7 @@ class OutlineField {
     struct Work {
         std::vector<ContourPanel> panels;
         std::vector<ContourNode> nodes;
+        std::vector<ContourSums::Sum> tones;
     };
 
     /// Points whose feet are so many radii of the circle about the piston away from its centre lie
@@ -63,6 +73,10 @@ class OutlineField {
 
     /// @throws std::bad_alloc
     OutlineField(Outline outline, double wavenumber, double attenuation);
+
+    /// For `computeTones` of tones within a band.
+    /// @throws std::bad_alloc
+    OutlineField(Outline outline, const WaveBand& band);
 
     const Outline& outline() const noexcept { return theOutline; }
 
@@ -81,6 +95,18 @@ class OutlineField {
     int compute(const PlacesInFrame& places, Derivatives derivatives, const DecayingLimit& limit,
                 Potentials& values, Work& work) const;
 
+    /// Computes phi times k/j for each of some tones within the band, with the same nodes: those
+    /// that keep the limit of the band's largest wavenumber, as every bound grows with it.
+    /// @param limit  the largest error of such a value over 2pi, for every tone; where it decays, at
+    ///     most that of the largest attenuation
+    /// @param tones  runs of them
+    /// @param values room for those of all tones, one run after the other
+    /// @return as `compute`, of the paths that all tones share
+    /// @throws std::bad_alloc
+    int computeTones(const PlacesInFrame& places, const DecayingLimit& limit,
+                     std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                     Work& work) const;
+
     /// What `compute` returns.
     int evaluations(const PlacesInFrame& places, Derivatives derivatives,
                     const DecayingLimit& limit, Work& work) const;
@@ -93,6 +119,8 @@ class OutlineField {
                 const DecayingLimit& limit, Work& work, Use use) const;
     PointBall ballAbout(const PlacesInFrame& places, const Range& range) const;
     double errorAt(const PointBall& ball, bool beside, const DecayingLimit& limit) const;
+    void findNodes(Work& work) const;
+    ContourPoints pointsOf(const PlacesInFrame& places, const Range& range, bool beside) const;
     void computePart(const PlacesInFrame& places, const Range& range, bool beside, bool touches,
                      Derivatives derivatives, Potentials& values, Work& work) const;
 
@@ -102,6 +130,7 @@ class OutlineField {
     double theArea;
     double wavenumber;
     double attenuation;
+    double leastAttenuation;
     Rules<double> rules;
 };
 
