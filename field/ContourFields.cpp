@@ -51,14 +51,19 @@ struct Magnitudes {
 }  // namespace
 
 ContourFields::ContourFields(const Request& request)
-    : ContourFields(request, {request.wave.wavenumber, request.wave.attenuation,
-                              request.wave.attenuation}) {}
+    : ContourFields(
+          request,
+          {request.wave.wavenumber, request.wave.attenuation, request.wave.attenuation},
+          derivativesFor(request.baffle, request.quantity)) {}
 
 ContourFields::ContourFields(const Request& request, const WaveBand& band)
+    : ContourFields(request, band, Derivatives::potential) {}
+
+ContourFields::ContourFields(const Request& request, const WaveBand& band, Derivatives derivatives)
     : wave{band.wavenumber, band.attenuation},
       baffle(request.baffle),
       withVelocity(request.quantity != Quantity::pressure),
-      derivatives(derivativesFor(request.baffle, request.quantity)),
+      derivatives(derivatives),
       elements(request.array ? request.array->elements
                              : std::vector<Element>{{request.piston, Pose{}, {}}}) {
     std::map<std::pair<double, double>, std::size_t> rectangles;

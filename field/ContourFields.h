@@ -85,6 +85,8 @@ class ContourFields {
     double largestAt(std::size_t element, double distance, double height) const noexcept;
 
   private:
+    ContourFields(const Request& request, const WaveBand& band, Derivatives derivatives);
+
     double excessOf(std::size_t element, double lead) const noexcept;
     Pose::Vector fromCentre(std::size_t element, const Pose::Vector& point) const noexcept;
     PlacesInFrame placed(std::size_t element, const GroupPlaces& places) const noexcept;

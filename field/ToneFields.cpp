@@ -296,10 +296,11 @@ double ToneFields::evaluationsOfAPoint() const noexcept {
 }
 
 double ToneFields::secondsOfAPoint() const noexcept {
-    constexpr double ofPath = 5e-9;
-    constexpr double ofStart = 4e-9;
-    constexpr double ofTone = 1e-9;
-    return nodes * (ofPath + ofStart * static_cast<double>(runs.size()) +
+    constexpr double ofPath = 1.5e-9;
+    constexpr double ofRun = 1e-9;
+    constexpr double ofTone = 0.25e-9;
+    const double ofStarts = (runs.front().attenuation == 0 ? 1 : 2) * ofRun;
+    return nodes * (ofPath + ofStarts * static_cast<double>(runs.size()) +
                     ofTone * static_cast<double>(tones));
 }
 

@@ -91,6 +91,7 @@ void sumUpOf(const ContourNode* nodes, std::size_t count, double wavenumber, dou
 void compute(const ContourNode* nodes, std::size_t count, double wavenumber, double attenuation,
              Derivatives derivatives, const ContourPoints& points, ContourSums& sums) {
     switch (derivatives) {
+        case Derivatives::potential:
         case Derivatives::none:
             return sumUpOf<Derivatives::none>(nodes, count, wavenumber, attenuation, points, sums);
         case Derivatives::gradient:

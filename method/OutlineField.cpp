@@ -171,7 +171,7 @@ int OutlineField::computeTones(const PlacesInFrame& places, const DecayingLimit&
                                std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
                                Work& work) const {
     work.tones.resize(values.size());
-    return inParts(places, {0, groupSize}, Derivatives::none, limit, work,
+    return inParts(places, {0, groupSize}, Derivatives::potential, limit, work,
                    [&](const Range& range, bool beside, bool /*touches*/) {
                        findNodes(work);
                        toneSums().compute(work.nodes.data(), work.nodes.size(), tones.data(),
@@ -201,7 +201,7 @@ void OutlineField::computePart(const PlacesInFrame& places, const Range& range, 
         const std::complex<double> wave = std::polar(std::exp(-attenuation * Q), -wavenumber * Q);
         values.phi[to] = factor * wave * sums.phi.at(i);
         values.z[to] = side * wave * sums.alongZ.at(i);
-        if (derivatives == Derivatives::none) continue;
+        if (derivatives < Derivatives::gradient) continue;
         values.x[to] = -wave * sums.onX.at(i);
         values.y[to] = wave * sums.onY.at(i);
         if (derivatives == Derivatives::second) {

@@ -20,6 +20,11 @@ namespace {
 /// Up to so many points the threads take frequencies, not points.
 constexpr std::int64_t fewPoints = 1024;
 
+/// What a plan takes before the first value, as so many points: those that it looks at. That of an
+/// array of rectangles without losses has yet to find the elements' directivity.
+constexpr double pointsOfAPlan = 1000;
+constexpr double secondsOfDirectivity = 0.05;
+
 Request requestAt(const Request& common, const Tone& tone) {
     Request request = common;
     request.wave = tone.wave;
@@ -79,12 +84,12 @@ std::unique_ptr<const ToneFields> SpectralField::sharedOf(const Band& band) cons
     }
     std::unique_ptr<const ToneFields> shared = ToneFields::of(common, tones);
     if (!shared) return nullptr;
-    // A plan takes about as long as so many points before the first value.
-    constexpr double pointsOfAPlan = 4000;
     const auto points = static_cast<double>(common.lattice.box().points());
-    const double apart = static_cast<double>(band.count) * (points + pointsOfAPlan) *
-                         planOf(band.first + band.count - 1).secondsOfAPoint();
-    if (apart < points * shared->secondsOfAPoint()) return nullptr;
+    const double apart = planOf(band.first + band.count - 1).secondsOfAPoint() *
+                             (points + pointsOfAPlan) +
+                         (common.array && !takesContours(common) ? secondsOfDirectivity : 0);
+    if (static_cast<double>(band.count) * apart < points * shared->secondsOfAPoint())
+        return nullptr;
     return shared;
 }
 
