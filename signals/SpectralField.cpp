@@ -154,12 +154,14 @@ void SpectralField::computeSideBySide(const Band& band, const LatticeBox& box,
     const std::thread::id caller = std::this_thread::get_id();
     std::atomic<std::int64_t> done = 0;
     const auto computeSome = [&](std::int64_t first, std::int64_t last) {
+        const bool tells = conduct.progress && std::this_thread::get_id() == caller;
+        Conduct ofOne{conduct.stop, {}, 1};
+        if (tells) ofOne.progress = [&](std::int64_t /*points*/) { conduct.progress(done); };
         for (std::int64_t i = first; i < last; ++i) {
             planOf(band.first + static_cast<std::size_t>(i))
-                .compute(box, values + i * box.points() * common.fields(),
-                         Conduct{conduct.stop, {}, 1});
+                .compute(box, values + i * box.points() * common.fields(), ofOne);
             done += box.points();
-            if (conduct.progress && std::this_thread::get_id() == caller) conduct.progress(done);
+            if (tells) conduct.progress(done);
         }
     };
     inParallel(static_cast<std::int64_t>(band.count), 1, threads, computeSome);
