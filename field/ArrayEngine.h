@@ -32,8 +32,7 @@ class ArrayEngine : public Engine<T> {
     /// The evaluations of the integrand at some points, on average, of all elements together.
     virtual double meanEvaluations(const std::vector<Index>& points) const = 0;
 
-    /// About what a point of a box of all points takes on one core, all of its fields.
-    virtual double secondsOfAPoint() const {
+    double secondsOfAPoint() const override {
         constexpr double secondsOfAnEvaluation = 1e-9;
         return evaluationsOfAPoint() * secondsOfAnEvaluation;
     }

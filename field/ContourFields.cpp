@@ -51,17 +51,25 @@ struct Magnitudes {
 }  // namespace
 
 ContourFields::ContourFields(const Request& request)
-    : wave(request.wave),
+    : ContourFields(
+          request,
+          {request.wave.wavenumber, request.wave.attenuation, request.wave.attenuation},
+          derivativesFor(request.baffle, request.quantity)) {}
+
+ContourFields::ContourFields(const Request& request, const WaveBand& band)
+    : ContourFields(request, band, Derivatives::potential) {}
+
+ContourFields::ContourFields(const Request& request, const WaveBand& band, Derivatives derivatives)
+    : wave{band.wavenumber, band.attenuation},
       baffle(request.baffle),
       withVelocity(request.quantity != Quantity::pressure),
-      derivatives(derivativesFor(request.baffle, request.quantity)),
+      derivatives(derivatives),
       elements(request.array ? request.array->elements
                              : std::vector<Element>{{request.piston, Pose{}, {}}}) {
     std::map<std::pair<double, double>, std::size_t> rectangles;
     std::map<const Outline*, std::size_t> outlines;
     const auto add = [&](const Outline& outline) {
-        fields.push_back(
-            std::make_unique<const OutlineField>(outline, wave.wavenumber, wave.attenuation));
+        fields.push_back(std::make_unique<const OutlineField>(outline, band));
     };
     for (const Element& element : elements) {
         const auto [width, height] = element.piston;
@@ -175,6 +183,13 @@ int ContourFields::computeInFrame(std::size_t element, const PlacesInFrame& plac
                 x * pose.alongWidth[axis] + y * pose.alongHeight[axis] + z * normal[axis];
     }
     return evaluations;
+}
+
+int ContourFields::computeTones(std::size_t element, const GroupPlaces& places,
+                                const DecayingLimit& limit, std::span<const EvenTones> tones,
+                                std::span<ContourSums::Sum> values, Work& work) const {
+    return outlineOf(element).computeTones(placed(element, places), limit, tones, values,
+                                           work.outline);
 }
 
 int ContourFields::evaluationsOf(std::size_t element, const GroupPlaces& places,

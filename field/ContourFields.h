@@ -5,6 +5,7 @@
 #include <array>
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "field/PointField.h"
@@ -26,6 +27,11 @@ class ContourFields {
 
     /// @throws std::bad_alloc
     explicit ContourFields(const Request& request);
+
+    /// For `computeTones` of tones within a band, whose largest numbers are the wave of what else is
+    /// asked.
+    /// @throws std::bad_alloc
+    ContourFields(const Request& request, const WaveBand& band);
 
     /// The pistons: those of the array, or the request's one.
     std::size_t count() const noexcept { return elements.size(); }
@@ -63,6 +69,11 @@ class ContourFields {
     int computeInFrame(std::size_t element, const PlacesInFrame& places, const DecayingLimit& limit,
                        std::array<PointField, groupSize>& values, Work& work) const;
 
+    /// Computes an element's integrals for some tones; see `OutlineField::computeTones`.
+    int computeTones(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,
+                     std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                     Work& work) const;
+
     /// What `compute` returns, and what `computeInFrame` does.
     int evaluationsOf(std::size_t element, const GroupPlaces& places, const DecayingLimit& limit,
                       Work& work) const;
@@ -74,6 +85,8 @@ class ContourFields {
     double largestAt(std::size_t element, double distance, double height) const noexcept;
 
   private:
+    ContourFields(const Request& request, const WaveBand& band, Derivatives derivatives);
+
     double excessOf(std::size_t element, double lead) const noexcept;
     Pose::Vector fromCentre(std::size_t element, const Pose::Vector& point) const noexcept;
     PlacesInFrame placed(std::size_t element, const GroupPlaces& places) const noexcept;

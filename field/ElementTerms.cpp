@@ -10,20 +10,6 @@
 
 namespace pistonfield {
 
-namespace {
-
-/// Some of many, evenly spread.
-std::vector<ElementTerms::Index> thinned(const std::vector<ElementTerms::Index>& all,
-                                         std::size_t most) {
-    const std::size_t every = (all.size() + most - 1) / most;
-    std::vector<ElementTerms::Index> some;
-    some.reserve(all.size() / every + 1);
-    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
-    return some;
-}
-
-}  // namespace
-
 std::vector<ElementTerms::Index> ElementTerms::coarsePoints() const {
     return thinned(samplePoints(theRequest.lattice.sizes, false),
                    std::max(looks.leastPreviewed, looks.mostPreviewed / count));

@@ -45,6 +45,12 @@ class Engine {
     /// Evaluations of the integrand at a point, at least or on average.
     virtual double evaluationsOfAPoint() const = 0;
 
+    /// About what a point of a box of all points takes on one core, all of its fields.
+    virtual double secondsOfAPoint() const {
+        constexpr double secondsOfAnEvaluation = 2e-10 * sizeof(T);
+        return secondsOfAnEvaluation * evaluationsOfAPoint();
+    }
+
     /// The most points of a box at all.
     virtual std::int64_t largestPiece() const noexcept = 0;
 

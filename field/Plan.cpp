@@ -131,6 +131,10 @@ Cost Plan::cost(const LatticeBox& box) const {
         parts->engine);
 }
 
+double Plan::secondsOfAPoint() const {
+    return std::visit([](const auto& engine) { return engine->secondsOfAPoint(); }, parts->engine);
+}
+
 std::array<std::int64_t, 3> Plan::tile() const {
     return std::visit([](const auto& engine) { return engine->tile(); }, parts->engine);
 }

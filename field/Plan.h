@@ -122,6 +122,10 @@ class Plan {
     /// @throws std::out_of_range
     Cost cost(const LatticeBox& box) const;
 
+    /// About how many seconds a point of a box of all points takes on one core, all of its fields:
+    /// an estimate from evaluations, whatever the processor.
+    double secondsOfAPoint() const;
+
     /// The sizes of the boxes whose points share their work, into which the lattice is cut from its
     /// first point on: a part of one may take as long as all of it. Of arrays patches of points, or
     /// the sheets of a convolution; otherwise every point is one.

@@ -25,14 +25,17 @@ std::vector<std::complex<double>> pressureAt(const Face& face, const Positions& 
     std::vector<std::complex<double>> values;
     GroupPoints points;
     GroupValues<double> group;
-    for (const Index& index : indices) {
-        const auto [x, y, z] = positions.at(index);
-        std::fill_n(points.x, groupSize, std::abs(x));
-        std::fill_n(points.y, groupSize, std::abs(y));
-        std::fill_n(points.z, groupSize, std::abs(z));
+    for (std::size_t first = 0; first < indices.size(); first += groupSize) {
+        const std::size_t count = std::min<std::size_t>(groupSize, indices.size() - first);
+        for (std::size_t i = 0; i < groupSize; ++i) {
+            const auto [x, y, z] = positions.at(indices[first + std::min(i, count - 1)]);
+            points.x[i] = std::abs(x);
+            points.y[i] = std::abs(y);
+            points.z[i] = std::abs(z);
+        }
         findPlace(points, face.k);
         field.compute(points, localLimit(face, tolerance), group);
-        values.emplace_back(group.re[0], group.im[0]);
+        for (std::size_t i = 0; i < count; ++i) values.emplace_back(group.re[i], group.im[i]);
     }
     return values;
 }

@@ -30,4 +30,13 @@ std::vector<std::array<std::int64_t, 3>> samplePoints(const std::array<std::int6
     return indices;
 }
 
+std::vector<std::array<std::int64_t, 3>> thinned(
+    const std::vector<std::array<std::int64_t, 3>>& all, std::size_t most) {
+    const std::size_t every = (all.size() + most - 1) / most;
+    std::vector<std::array<std::int64_t, 3>> some;
+    some.reserve(all.size() / every + 1);
+    for (std::size_t i = 0; i < all.size(); i += every) some.push_back(all[i]);
+    return some;
+}
+
 }  // namespace pistonfield

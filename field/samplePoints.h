@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -12,5 +13,9 @@ namespace pistonfield {
 /// several: 343 at the most, or 512 where they are `finer`.
 std::vector<std::array<std::int64_t, 3>> samplePoints(const std::array<std::int64_t, 3>& sizes,
                                                       bool finer);
+
+/// Some of many indices, evenly spread.
+std::vector<std::array<std::int64_t, 3>> thinned(
+    const std::vector<std::array<std::int64_t, 3>>& all, std::size_t most);
 
 }  // namespace pistonfield

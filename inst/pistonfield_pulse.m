@@ -15,8 +15,9 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
   %   info.error estimates how far the pressures are off. What a signal has near half the rate is off
   %   by most: take a rate of eight times the highest frequency that matters, or more.
   %
-  %   The call computes at once: it shows no progress, and Ctrl-C waits for it. Its memory is 16 bytes
-  %   for each point and frequency, and 24 for each point and time.
+  %   Frequencies next to each other are computed together where that is faster. The call shows its
+  %   progress and ends on Ctrl-C. Its memory is 16 bytes for each point and frequency, and 24 for
+  %   each point and time.
   %
   % USAGE
   %   [p, t] = pistonfield_pulse(source, grid, 'signal', u, 'rate', fs)
@@ -52,6 +53,8 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
   %   'behind'     - true: points behind the source are asked for; they have the pressure of the
   %                  points mirrored in its plane. Default false
   %   'threads'    - the most threads to compute with
+  %   'progress'   - 'none', 'text', 'waitbar' or 'auto' (default): text once the call takes longer
+  %                  than 3 s
   %
   % OUTPUTS
   %   p            - pressure [Pa], one more dimension than the points: of an N by 3 matrix N by
@@ -90,10 +93,12 @@ function [p, t, info] = pistonfield_pulse(source, grid, varargin)
 
   names = struct('elements', 'array', 'wavenumber', 'speed', ...
                  'dispersionFrequency', 'dispersionfrequency');
+  progress = start_progress(caller, options.progress);
   answer = ask_module(caller, names, 'pulse', place{:}, radiating{:}, double(options.behind), ...
                       modes.(options.precision), options.tolerance, real(options.samples), ...
                       options.imaginary, options.perSecond, options.medium, options.delays, ...
-                      options.threads);
+                      options.threads, @(done) tell_progress(progress, done));
+  tell_progress(progress, 1);
   perSecond = options.perSecond;
   if ~isempty(options.imaginary)
     perSecond = perSecond * 4 * (numel(options.samples) - 1);
@@ -112,7 +117,7 @@ function options = read_pulse_options(caller, given)
   defaults = struct('signal', [], 'rate', [], 'amplitudes', [], 'step', [], 'speed', 1482, ...
                     'density', 998, 'attenuation', [], 'exponent', [], 'dispersion', [], ...
                     'dispersionfrequency', [], 'weights', [], 'delays', [], 'tolerance', 1e-3, ...
-                    'precision', 'double', 'behind', false, 'threads', []);
+                    'precision', 'double', 'behind', false, 'threads', [], 'progress', 'auto');
   options = read_options(caller, defaults, given);
   bySpectrum = ~isempty(options.amplitudes);
   require(bySpectrum ~= ~isempty(options.signal), caller, 'signal', ...
@@ -136,6 +141,7 @@ function options = read_pulse_options(caller, given)
   options.perSecond = options.(names{2});
   require_word(caller, 'precision', options.precision, {'double', 'single'});
   require_flag(caller, 'behind', options.behind);
+  require_word(caller, 'progress', options.progress, {'none', 'text', 'waitbar', 'auto'});
   require(isempty(options.delays) || is_finite_real(options.delays), caller, 'delays', ...
           'delays must be real, finite numbers');
   options.delays = double(options.delays(:));
@@ -309,6 +315,15 @@ end
 %! assert(t, s, 1e-15);
 %! assert(p, q, 1e-9 * max(abs(q)));
 
+%!test % progress is told when it is asked for, and not of a short pulse by itself
+%! call = @(varargin) pistonfield_pulse(disc, [0 0 5e-3], 'signal', u((0:64) / fs), 'rate', fs, ...
+%!                                      varargin{:});
+%! assert(evalc('call();'), '');
+%! shown = evalc("call('progress', 'text');");
+%! assert(~isempty(regexp(shown, 'pistonfield_pulse: 100 %, +\d+ s, +0 s left\n$')));
+
+%!error <progress must be one of: none>
+%! pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0], 'rate', 1e6, 'progress', 'loud');
 %!error id=pistonfield:pistonfield_pulse:arguments pistonfield_pulse(disc)
 %!error <give signal and rate, or amplitudes and step> pistonfield_pulse(disc, [0 0 1])
 %!error <rate is missing> pistonfield_pulse(disc, [0 0 1], 'signal', [0 1 0])

@@ -41,6 +41,12 @@ Array* createReal(std::size_t rows, std::size_t columns);
 /// Prints on the host's console.
 void print(const std::string& text);
 
+/// Calls a function of the host with a number, so that the host may show something, and heed Ctrl-C.
+/// @param function a function handle that the host has handed over
+/// @return false where the function fails, or is interrupted
+/// @throws the host's own exception where that is what an interrupt is
+bool tell(const Array* function, double number);
+
 /// Raises an error of the host with this text. Does not return in a real host; a substitute may.
 void raise(const char* message);
 

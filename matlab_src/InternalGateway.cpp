@@ -119,6 +119,8 @@ void answerCall(int /*outputCount*/, host::Array*& output, Arguments arguments) 
         raise("box", error);
     } catch (const DeviceFailure& error) {
         raise("device", error);
+    } catch (const Stopped& error) {
+        raise("stopped", error);
     } catch (const std::runtime_error& error) {
         // Of the library, what is left is the number of threads.
         raise("environment", error);

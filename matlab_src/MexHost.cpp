@@ -85,6 +85,15 @@ void print(const std::string& text) {
     guarded([&text] { return mexPrintf("%s", text.c_str()); });
 }
 
+bool tell(const Array* function, double number) {
+    Array* const told = createReal(1, 1);
+    *resultReal(told) = number;
+    mxArray* arguments[]{const_cast<mxArray*>(toMex(function)), toMex(told)};
+    return guarded([&arguments] {
+        return mexCallMATLABWithTrap(0, nullptr, 2, arguments, "feval") == nullptr;
+    });
+}
+
 void raise(const char* message) { throw RaisedError{{}, message}; }
 
 void raise(const char* identifier, const char* message) { throw RaisedError{identifier, message}; }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -75,12 +76,26 @@ WaveAt waveOf(const std::vector<double>& numbers) {
     return [medium](double frequency) { return waveIn(medium, frequency); };
 }
 
+/// Tells a function of the host, if there is one, about how many points of all are done.
+Conduct conductOf(const host::Array* function, double all) {
+    if (sizeOf(function) == 0) return {};
+    using Clock = std::chrono::steady_clock;
+    Conduct conduct;
+    conduct.progress = [function, all, last = Clock::now()](std::int64_t points) mutable {
+        constexpr std::chrono::milliseconds often(200);
+        if (Clock::now() - last < often) return;
+        if (!host::tell(function, static_cast<double>(points) / all)) throw Stopped();
+        last = Clock::now();
+    };
+    return conduct;
+}
+
 }  // namespace
 
 host::Array* pulseOf(Arguments arguments) {
     constexpr std::size_t placeArguments = 4;
     constexpr std::size_t sourceArguments = 1 + arrayArguments + 1;
-    constexpr std::size_t pulseArguments = 8;
+    constexpr std::size_t pulseArguments = 9;
     expectArguments(arguments, 1 + placeArguments + sourceArguments + pulseArguments);
     PulseRequest request;
     readPlace(arguments.subspan(1, placeArguments), request.field);
@@ -101,7 +116,9 @@ host::Array* pulseOf(Arguments arguments) {
     host::Array* const result =
         host::createReal(1, head + static_cast<std::size_t>(points * plan.times()));
     double* const numbers = host::resultReal(result);
-    const PulseError error = plan.compute(numbers + head);
+    const double all =
+        static_cast<double>(points) * static_cast<double>(plan.frequencies().size());
+    const PulseError error = plan.compute(numbers + head, conductOf(others[8], all));
     const std::array<double, head> told{plan.start(),
                                         static_cast<double>(plan.times()),
                                         static_cast<double>(plan.frequencies().size()),

@@ -54,7 +54,9 @@ struct SeenPanel {
     double half;      ///< half its length
     double radius;    ///< of an arc; 0: straight
     double distance;  ///< d: the least one of a point from its middle
-    double offset;    ///< e: the largest one, at the middle
+    double along;     ///< that of the middle from the foot of the ball's centre, along the panel
+    double across;    ///< e: that from the panel's line, at the middle
+    double offset;    ///< the largest e of a point
     double height;    ///< the least z
 };
 
@@ -105,6 +107,8 @@ class PanelOrders {
         panel.distance =
             std::max(0.0, (beside ? within : lengthOf(within, points.z)) - points.radius);
         const double cross = std::abs(x * tangent[1] - y * tangent[0]) / length;
+        panel.along = std::abs(x * tangent[0] + y * tangent[1]) / length;
+        panel.across = cross;
         panel.offset = cross + points.radius;
         return panel;
     }
@@ -131,10 +135,29 @@ class PanelOrders {
             if (nodes > 1.1 * least) break;
             least = std::min(least, nodes);
         }
-        return OrderLadder::rungOf(static_cast<int>(std::ceil(std::max(1.0, least))));
+        const int nodes = static_cast<int>(std::ceil(std::max(1.0, least)));
+        if (limit.derivatives != Derivatives::potential || beside || panel.radius > 0)
+            return OrderLadder::rungOf(nodes);
+        return OrderLadder::rungOf(std::min(nodes, nodesOfEdge(panel, error)));
     }
 
   private:
+    /// The nodes that phi alone takes on a straight edge.
+    int nodesOfEdge(const SeenPanel& panel, double error) const {
+        const double b = limit.wavenumber;
+        const double radius = points.radius;
+        const double height =
+            lengthOf(std::max(0.0, panel.across - radius), std::max(0.0, points.z - radius));
+        const double growth = std::exp(limit.attenuation * (points.z + radius));
+        const auto scaled = [b](double length) { return static_cast<float>(b * length); };
+        return Orders::nodesOf(
+            {scaled(panel.half),
+             Span::ofMagnitudes(b * (panel.along - radius), b * (panel.along + radius)),
+             scaled(height * (1 - Span::wider)),
+             static_cast<float>(k * panel.offset * growth * (1 + Span::wider)),
+             static_cast<float>(error)});
+    }
+
     /// By which power of e the amplitude may exceed that of the reference.
     double growthOf(const SeenPanel& panel, const Reach& reach) const {
         if (limit.attenuation == 0) return 0;
@@ -157,7 +180,8 @@ class PanelOrders {
         } else {
             largest = offset * (k / (theta * theta) + 1 / (theta * theta * theta * d)) / (d + z);
         }
-        if (limit.derivatives != Derivatives::none) largest = std::max(largest, 1 / (theta * R));
+        if (limit.derivatives >= Derivatives::gradient)
+            largest = std::max(largest, 1 / (theta * R));
         if (limit.derivatives == Derivatives::second) {
             const double scaled = 1 / (theta * R);
             largest = std::max(largest, (points.z + points.radius + offset) * scaled * scaled *

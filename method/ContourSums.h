@@ -13,9 +13,10 @@ namespace pistonfield {
 /// Which integrals over a flat piston are asked for, with phi = integral of exp(-jkR)/R dS: each
 /// level has those of the ones before it.
 enum class Derivatives {
-    none,      ///< phi and its derivative by z
-    gradient,  ///< all derivatives of phi
-    second     ///< and all derivatives of the one by z
+    potential,  ///< phi alone, or more
+    none,       ///< phi and its derivative by z
+    gradient,   ///< all derivatives of phi
+    second      ///< and all derivatives of the one by z
 };
 
 /// A node on the piston's boundary: where it is, and the boundary's tangent times the rule's

@@ -2,21 +2,14 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "method/ContourSums.h"
 
-#include "lanes/Pack.h"
-#include "lanes/estimates.h"
-#include "method/wavesAlong.h"
+#include "method/contourPaths.h"
 
 namespace pistonfield {
 
 namespace {
 
-constexpr int W = lanes::width<double>;
 using V = DoublePack;
 using Number = ComplexPack;
-static_assert(groupSize % W == 0);
-
-/// Keeps quotients by D and R finite where these are 0, in products of them too.
-constexpr double tinySquare = 1e-80;
 
 /// The sums of a pack of points.
 struct Sums {
@@ -25,36 +18,17 @@ struct Sums {
     Number bentX{}, bentY{}, bent{};
 };
 
-struct At {
-    V x, y, z, zz;
-    V reference;
-    V ratio;  ///< z/Q
-    V tiny;   ///< `tinySquare`
-};
-
 template <Derivatives derivatives, bool isLossy, bool isBeside>
-[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node, const At& at,
-                                           double wavenumber, double attenuation) {
-    const V toX = node.x - at.x;
-    const V toY = node.y - at.y;
-    const V D = lanes::multiplyAdd(toX, toX, lanes::multiplyAdd(toY, toY, at.tiny));
-    const V R = lanes::nearSquareRoot(D + at.zz);
-    const V total = R + at.reference;
-    const V totalByR = total * R;
-    const V all = lanes::nearReciprocal(totalByR * D);
-    const V perR = all * (total * D);
-    const V cross = toX * node.dy - toY * node.dx;
-    // R^2 - Q^2, formed without cancellation.
-    const V difference = isBeside ? node.x * (toX - at.x) + node.y * (toY - at.y) : D;
-    const V path = difference * (all * (R * D));
+[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node, const ContourAt& at,
+                                           V ratio, double wavenumber, double attenuation) {
+    const auto [path, angle, cross, R, perR] = pathTo<isBeside>(node, at);
     const auto [lessOne, value] = waveAlong<isLossy>(path, wavenumber, attenuation);
-    const V angle = cross * (all * totalByR);
-    add(sums.phi, lessOne, angle);
-    add(sums.alongZ, lessOne, angle * at.z * perR);
-    sums.alongZ.re = lanes::multiplyAdd(angle * at.ratio, -path * perR, sums.alongZ.re);
+    addTimes(sums.phi, lessOne, angle);
+    addTimes(sums.alongZ, lessOne, angle * at.z * perR);
+    sums.alongZ.re = lanes::multiplyAdd(angle * ratio, -path * perR, sums.alongZ.re);
     if constexpr (derivatives != Derivatives::none) {
-        add(sums.onX, value, perR * node.dy);
-        add(sums.onY, value, perR * node.dx);
+        addTimes(sums.onX, value, perR * node.dy);
+        addTimes(sums.onY, value, perR * node.dx);
     }
     if constexpr (derivatives == Derivatives::second) {
         // 1 + jkR = 1 + a*R + j*b*R.
@@ -63,28 +37,22 @@ template <Derivatives derivatives, bool isLossy, bool isBeside>
         const Number bend{value.re * real - value.im * imaginary,
                           value.re * imaginary + value.im * real};
         const V cubed = perR * perR * perR;
-        add(sums.bentX, bend, cubed * node.dy);
-        add(sums.bentY, bend, cubed * node.dx);
-        add(sums.bent, bend, cubed * cross);
+        addTimes(sums.bentX, bend, cubed * node.dy);
+        addTimes(sums.bentY, bend, cubed * node.dx);
+        addTimes(sums.bent, bend, cubed * cross);
     }
 }
 
 template <Derivatives derivatives, bool isLossy, bool isBeside>
 void sumUp(const ContourNode* nodes, std::size_t count, double wavenumber, double attenuation,
            const ContourPoints& points, ContourSums& to) {
-    for (int first = 0; first < points.count; first += W) {
-        const V z = loaded(points.z + first);
-        const V reference = loaded(points.reference + first);
-        const At at{loaded(points.x + first),
-                    loaded(points.y + first),
-                    z,
-                    z * z,
-                    reference,
-                    isBeside ? z / reference : lanes::broadcast<V>(1),
-                    lanes::broadcast<V>(tinySquare)};
+    for (int first = 0; first < points.count; first += contourWidth) {
+        const ContourAt at = ContourAt::of(points, first);
+        const V ratio = isBeside ? at.z / at.reference : lanes::broadcast<V>(1);  // z/Q
         Sums sums;
         for (std::size_t i = 0; i < count; ++i)
-            addNode<derivatives, isLossy, isBeside>(sums, nodes[i], at, wavenumber, attenuation);
+            addNode<derivatives, isLossy, isBeside>(sums, nodes[i], at, ratio, wavenumber,
+                                                    attenuation);
         store(sums.phi, to.phi, first);
         store(sums.alongZ, to.alongZ, first);
         if constexpr (derivatives != Derivatives::none) {
@@ -115,6 +83,7 @@ void sumUpOf(const ContourNode* nodes, std::size_t count, double wavenumber, dou
 void compute(const ContourNode* nodes, std::size_t count, double wavenumber, double attenuation,
              Derivatives derivatives, const ContourPoints& points, ContourSums& sums) {
     switch (derivatives) {
+        case Derivatives::potential:
         case Derivatives::none:
             return sumUpOf<Derivatives::none>(nodes, count, wavenumber, attenuation, points, sums);
         case Derivatives::gradient:

@@ -43,17 +43,17 @@ template <Derivatives derivatives, bool isLossy>
     const V path = difference * (all * R);
     const Number wave = waveAlong<isLossy>(path, wavenumber, attenuation).value;
     const V factor = node.weight * perR;
-    add(sums.phi, wave, factor);
+    addTimes(sums.phi, wave, factor);
     // jkR = a*R + j*b*R.
     const V imaginary = wavenumber * R;
     const V real = isLossy ? attenuation * R : V{};
     const Number slope{wave.re * (1 + real) - wave.im * imaginary,
                        wave.re * imaginary + wave.im * (1 + real)};
     const V cubed = factor * perR * perR;
-    add(sums.slope, slope, cubed);
+    addTimes(sums.slope, slope, cubed);
     if constexpr (derivatives != Derivatives::none) {
-        add(sums.slopeX, slope, cubed * toX);
-        add(sums.slopeY, slope, cubed * toY);
+        addTimes(sums.slopeX, slope, cubed * toX);
+        addTimes(sums.slopeY, slope, cubed * toY);
     }
     if constexpr (derivatives == Derivatives::second) {
         // 3 + 3jkR + (jkR)^2.
@@ -62,9 +62,9 @@ template <Derivatives derivatives, bool isLossy>
         const Number bend{wave.re * bendReal - wave.im * bendImaginary,
                           wave.re * bendImaginary + wave.im * bendReal};
         const V fifth = cubed * perR * perR;
-        add(sums.bend, bend, fifth);
-        add(sums.bendX, bend, fifth * toX);
-        add(sums.bendY, bend, fifth * toY);
+        addTimes(sums.bend, bend, fifth);
+        addTimes(sums.bendX, bend, fifth * toX);
+        addTimes(sums.bendY, bend, fifth * toY);
     }
 }
 
@@ -72,9 +72,9 @@ template <Derivatives derivatives, bool isLossy>
 void sumUp(const FaceNode* nodes, std::size_t count, double wavenumber, double attenuation,
            const ContourPoints& points, FaceSums& to) {
     for (int first = 0; first < points.count; first += W) {
-        const V z = loaded(points.z + first);
-        const At at{loaded(points.x + first), loaded(points.y + first), z * z,
-                    loaded(points.reference + first)};
+        const V z = loadedPack(points.z + first);
+        const At at{loadedPack(points.x + first), loadedPack(points.y + first), z * z,
+                    loadedPack(points.reference + first)};
         Sums sums;
         for (std::size_t i = 0; i < count; ++i)
             addNode<derivatives, isLossy>(sums, nodes[i], at, wavenumber, attenuation);
@@ -104,6 +104,7 @@ void sumUpOf(const FaceNode* nodes, std::size_t count, double wavenumber, double
 void compute(const FaceNode* nodes, std::size_t count, double wavenumber, double attenuation,
              Derivatives derivatives, const ContourPoints& points, FaceSums& sums) {
     switch (derivatives) {
+        case Derivatives::potential:
         case Derivatives::none:
             return sumUpOf<Derivatives::none>(nodes, count, wavenumber, attenuation, points, sums);
         case Derivatives::gradient:

@@ -18,8 +18,8 @@ constexpr float tooMany = OrderLadder::mostNodes;
 
 /// The nodes that one of the ellipses allows: the least of (offset + half*imaginary + needed) *
 /// perDigit, where `needed` is the logarithm of the amplitude over the tolerance.
-float nodesOf(const Row& offset, float half, const Row& imaginary, float needed,
-              const Row& perDigit) {
+float leastNodes(const Row& offset, float half, const Row& imaginary, float needed,
+                 const Row& perDigit) {
     float least = tooMany;
     for (std::size_t j = 0; j < offset.size(); ++j)
         least = std::min(least, (offset[j] + half * imaginary[j] + needed) * perDigit[j]);
@@ -30,7 +30,7 @@ float nodesOf(const Row& offset, float half, const Row& imaginary, float needed,
 float nodesIn(int mu, int eta, float half, float needed) {
     const EllipseBounds& bounds = EllipseBounds::instance();
     const auto& cell = bounds.at(mu, eta);
-    return nodesOf(cell.offset, half, cell.imaginary, needed, bounds.perDigit());
+    return leastNodes(cell.offset, half, cell.imaginary, needed, bounds.perDigit());
 }
 
 int wholeNodes(float nodes) { return std::max(1, static_cast<int>(std::ceil(nodes))); }
@@ -50,16 +50,7 @@ struct Orders::Edge {
     float height() const { return hypotenuse(offset.least, z); }
 };
 
-/// An integral of exp(-jR)/R times an amplitude.
-struct Orders::Integral {
-    float half;    ///< half the interval's length
-    Span middle;   ///< the distance of its middle from t = 0
-    float height;  ///< the least h
-    float amplitude;
-    float tolerance;
-};
-
-int Orders::orderOf(const Integral& of) {
+int Orders::nodesOf(const Integral& of) {
     const auto range = EllipseBounds::cellsOf(of.middle.least / of.half, of.middle.most / of.half,
                                               of.height / of.half);
     const float needed = std::log(of.amplitude / (of.tolerance * range.factor));
@@ -126,7 +117,7 @@ int Orders::orderOfAngle(const Edge& edge, float tolerance) {
         Row offset = bounds.at(mu, range.height).offset;
         for (std::size_t j = 0; j < offset.size(); ++j)
             offset[j] = 2 * offset[j] - bounds.constants()[j];
-        nodes = std::max(nodes, nodesOf(offset, 0, Row{}, needed, bounds.perDigit()));
+        nodes = std::max(nodes, leastNodes(offset, 0, Row{}, needed, bounds.perDigit()));
     }
     return wholeNodes(nodes);
 }
@@ -144,10 +135,10 @@ Panels Orders::gradedPanels(const Edge& edge, float amplitude, float tolerance, 
     for (int i = 0; i < panels.gradings; ++i) {
         const float middle = 0.625F * length;
         panels.outer[i] = OrderLadder::rungOf(
-            orderOf({0.375F * length, {middle, middle}, height, amplitude, share}));
+            nodesOf({0.375F * length, {middle, middle}, height, amplitude, share}));
         length /= 4;
     }
-    panels.inner = OrderLadder::rungOf(orderOf({length, {0, 0}, height, amplitude, share}));
+    panels.inner = OrderLadder::rungOf(nodesOf({length, {0, 0}, height, amplitude, share}));
     return panels;
 }
 
@@ -223,7 +214,7 @@ PointOrders Orders::ofLines(const Extent& at, float tolerance) const {
     orders.edges[0] = panelsOf(line, 1, share / (2 * halfAcross), line.height());
     const float toLine = std::max(0.0F, along.least - half);
     orders.across = OrderLadder::rungOf(
-        orderOf({halfAcross, across, hypotenuse(toLine, at.z), 2 * half, share}));
+        nodesOf({halfAcross, across, hypotenuse(toLine, at.z), 2 * half, share}));
     return orders;
 }
 

@@ -166,13 +166,25 @@ class Orders {
     /// that lie so.
     PointOrders choose(Formula formula, const Extent& extent, float tolerance) const;
 
+    /// An integral of exp(-jR)/R times an amplitude along a straight line, from -half to half about
+    /// a middle; lengths are times the wavenumber.
+    struct Integral {
+        float half;    ///< half the interval's length
+        Span middle;   ///< the distance of its middle from t = 0
+        float height;  ///< the least h
+        float amplitude;
+        float tolerance;
+    };
+
+    /// The nodes that it takes.
+    static int nodesOf(const Integral& integral);
+
     /// How an edge is integrated such that the offset times its integral of
     /// (exp(-jR) - exp(-jz))/D is within a tolerance.
     Panels ofEdge(const SeenEdge& edge, float tolerance) const;
 
   private:
     struct Edge;
-    struct Integral;
 
     PointOrders ofEdges(Formula formula, const Extent& extent, float tolerance) const;
     PointOrders ofLines(const Extent& extent, float tolerance) const;
@@ -180,7 +192,6 @@ class Orders {
     Edge edgeOf(const SeenEdge& seen) const;
     static Panels panelsOf(const Edge& edge, float amplitude, float tolerance, float height);
     static Panels gradedPanels(const Edge& edge, float amplitude, float tolerance, float height);
-    static int orderOf(const Integral& integral);
     static int orderOfAngle(const Edge& edge, float tolerance);
 
     Face face;

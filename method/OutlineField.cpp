@@ -59,12 +59,16 @@ struct OutlineField::Range {
 };
 
 OutlineField::OutlineField(Outline outline, double wavenumber, double attenuation)
+    : OutlineField(std::move(outline), {wavenumber, attenuation, attenuation}) {}
+
+OutlineField::OutlineField(Outline outline, const WaveBand& band)
     : theOutline(std::move(outline)),
       theCircle(circleAbout(theOutline)),
       centred(centredOn(theOutline, theCircle.centre)),
       theArea(areaOf(theOutline)),
-      wavenumber(wavenumber),
-      attenuation(attenuation),
+      wavenumber(band.wavenumber),
+      attenuation(band.attenuation),
+      leastAttenuation(band.leastAttenuation),
       faceRules(centred, theCircle.radius, wavenumber, attenuation) {}
 
 PointBall OutlineField::ballAbout(const PlacesInFrame& places, const Range& range) const {
@@ -98,7 +102,10 @@ double OutlineField::errorAt(const PointBall& ball, bool fromCentre,
     const double distance = std::hypot(ball.foot[0], ball.foot[1], ball.z) + ball.radius;
     const double reference =
         std::max(0.0, (fromCentre ? distance - 2 * ball.radius : ball.z - ball.radius));
-    const double decay = attenuation * (reference - (limit.decays ? distance : 0));
+    // Errors are relative to the decay up to the reference, which is the least with the least
+    // attenuation; less what the limit decays by, and that is the most with the largest.
+    const double decay =
+        limit.decays ? attenuation * (reference - distance) : leastAttenuation * reference;
     return limit.limit.at(wavenumber * distance) * std::exp(std::min(decay, 600.0));
 }
 
@@ -122,9 +129,11 @@ int OutlineField::inParts(const PlacesInFrame& places, const Range& range, Deriv
     return nodesOf(work.panels);
 }
 
-/// The rule over the face for all points of a group; null where it takes the boundary.
-const FaceRule* OutlineField::faceRuleFor(const PlacesInFrame& places,
+/// The rule over the face for all points of a group; null where it takes the boundary, as tones
+/// always do.
+const FaceRule* OutlineField::faceRuleFor(const PlacesInFrame& places, Derivatives derivatives,
                                           const DecayingLimit& limit) const {
+    if (derivatives == Derivatives::potential) return nullptr;
     const PointBall ball = ballAbout(places, {0, groupSize});
     const double nearest = std::hypot(ball.foot[0], ball.foot[1], ball.z) - ball.radius;
     return faceRules.ruleFor(nearest, errorAt(ball, true, limit));
@@ -132,7 +141,7 @@ const FaceRule* OutlineField::faceRuleFor(const PlacesInFrame& places,
 
 int OutlineField::compute(const PlacesInFrame& places, Derivatives derivatives,
                           const DecayingLimit& limit, Potentials& values, Work& work) const {
-    if (const FaceRule* const rule = faceRuleFor(places, limit)) {
+    if (const FaceRule* const rule = faceRuleFor(places, derivatives, limit)) {
         computeByFace(*rule, places, derivatives, values);
         return static_cast<int>(rule->size());
     }
@@ -144,15 +153,24 @@ int OutlineField::compute(const PlacesInFrame& places, Derivatives derivatives,
 
 int OutlineField::evaluations(const PlacesInFrame& places, Derivatives derivatives,
                               const DecayingLimit& limit, Work& work) const {
-    if (const FaceRule* const rule = faceRuleFor(places, limit))
+    if (const FaceRule* const rule = faceRuleFor(places, derivatives, limit))
         return static_cast<int>(rule->size());
     return inParts(places, {0, groupSize}, derivatives, limit, work,
                    [](const Range& /*range*/, bool /*beside*/, bool /*touches*/) {});
 }
 
+void OutlineField::findNodes(Work& work) const {
+    work.nodes.clear();
+    for (const ContourPanel& panel : work.panels) {
+        rules.require(panel.rung);
+        addNodes(panel, rules.table()[panel.rung], work.nodes);
+    }
+}
+
 /// Some points as sums take them, the last one repeated.
-void OutlineField::placeInCircle(const PlacesInFrame& places, const Range& range, bool beside,
-                                 ContourPoints& points) const {
+ContourPoints OutlineField::pointsOf(const PlacesInFrame& places, const Range& range,
+                                     bool beside) const {
+    ContourPoints points;
     points.count = static_cast<int>(range.count());
     points.beside = beside;
     for (std::size_t i = 0; i < groupSize; ++i) {
@@ -165,6 +183,24 @@ void OutlineField::placeInCircle(const PlacesInFrame& places, const Range& range
                                               points.y[i] * points.y[i] + points.z[i] * points.z[i])
                                   : points.z[i];
     }
+    return points;
+}
+
+int OutlineField::computeTones(const PlacesInFrame& places, const DecayingLimit& limit,
+                               std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                               Work& work) const {
+    work.tones.resize(values.size());
+    return inParts(places, {0, groupSize}, Derivatives::potential, limit, work,
+                   [&](const Range& range, bool beside, bool /*touches*/) {
+                       findNodes(work);
+                       toneSums().compute(work.nodes.data(), work.nodes.size(), tones.data(),
+                                          tones.size(), pointsOf(places, range, beside),
+                                          work.tones.data());
+                       for (std::size_t n = 0; n < values.size(); ++n) {
+                           std::copy_n(work.tones[n].re, range.count(), values[n].re + range.first);
+                           std::copy_n(work.tones[n].im, range.count(), values[n].im + range.first);
+                       }
+                   });
 }
 
 std::complex<double> OutlineField::waveAt(double reference) const {
@@ -173,8 +209,7 @@ std::complex<double> OutlineField::waveAt(double reference) const {
 
 void OutlineField::computeByFace(const FaceRule& rule, const PlacesInFrame& places,
                                  Derivatives derivatives, Potentials& values) const {
-    ContourPoints points;
-    placeInCircle(places, {0, groupSize}, true, points);
+    const ContourPoints points = pointsOf(places, {0, groupSize}, true);
     FaceSums sums;
     faceSums().compute(rule.data(), rule.size(), wavenumber, attenuation, derivatives, points,
                        sums);
@@ -184,7 +219,7 @@ void OutlineField::computeByFace(const FaceRule& rule, const PlacesInFrame& plac
         const std::complex<double> wave = waveAt(points.reference[i]);
         values.phi[i] = wave * sums.phi.at(i);
         values.z[i] = -side * z * wave * sums.slope.at(i);
-        if (derivatives == Derivatives::none) continue;
+        if (derivatives < Derivatives::gradient) continue;
         values.x[i] = -wave * sums.slopeX.at(i);
         values.y[i] = -wave * sums.slopeY.at(i);
         if (derivatives != Derivatives::second) continue;
@@ -197,13 +232,8 @@ void OutlineField::computeByFace(const FaceRule& rule, const PlacesInFrame& plac
 void OutlineField::computePart(const PlacesInFrame& places, const Range& range, bool beside,
                                bool touches, Derivatives derivatives, Potentials& values,
                                Work& work) const {
-    work.nodes.clear();
-    for (const ContourPanel& panel : work.panels) {
-        rules.require(panel.rung);
-        addNodes(panel, rules.table()[panel.rung], work.nodes);
-    }
-    ContourPoints points;
-    placeInCircle(places, range, beside, points);
+    findNodes(work);
+    const ContourPoints points = pointsOf(places, range, beside);
     ContourSums sums;
     contourSums().compute(work.nodes.data(), work.nodes.size(), wavenumber, attenuation,
                           derivatives, points, sums);
@@ -215,7 +245,7 @@ void OutlineField::computePart(const PlacesInFrame& places, const Range& range, 
         const std::complex<double> wave = waveAt(points.reference[i]);
         values.phi[to] = factor * wave * sums.phi.at(i);
         values.z[to] = side * wave * sums.alongZ.at(i);
-        if (derivatives == Derivatives::none) continue;
+        if (derivatives < Derivatives::gradient) continue;
         values.x[to] = -wave * sums.onX.at(i);
         values.y[to] = wave * sums.onY.at(i);
         if (derivatives == Derivatives::second) {

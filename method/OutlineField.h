@@ -4,6 +4,7 @@
 
 #include <array>
 #include <complex>
+#include <span>
 #include <vector>
 
 #include "method/ContourPanels.h"
@@ -12,6 +13,7 @@
 #include "method/GroupOrders.h"
 #include "method/Outline.h"
 #include "method/Rules.h"
+#include "method/ToneSums.h"
 
 namespace pistonfield {
 
@@ -38,6 +40,13 @@ struct DecayingLimit {
     bool decays;  ///< whether it is times exp(-attenuation*R), R being the distance as of `limit`
 };
 
+/// What the waves of several tones have at most and at least.
+struct WaveBand {
+    double wavenumber;        ///< the largest
+    double attenuation;       ///< the largest
+    double leastAttenuation;  ///< the least
+};
+
 /// The field of a flat piston of any outline at any points, in double precision, by integrals along
 /// its boundary, and far away over its face.
 ///
@@ -57,6 +66,7 @@ class OutlineField {
     struct Work {
         std::vector<ContourPanel> panels;
         std::vector<ContourNode> nodes;
+        std::vector<ContourSums::Sum> tones;
     };
 
     /// Points whose feet are so many radii of the circle about the piston away from its centre lie
@@ -66,6 +76,10 @@ class OutlineField {
 
     /// @throws std::bad_alloc
     OutlineField(Outline outline, double wavenumber, double attenuation);
+
+    /// For `computeTones` of tones within a band.
+    /// @throws std::bad_alloc
+    OutlineField(Outline outline, const WaveBand& band);
 
     const Outline& outline() const noexcept { return theOutline; }
 
@@ -84,6 +98,19 @@ class OutlineField {
     int compute(const PlacesInFrame& places, Derivatives derivatives, const DecayingLimit& limit,
                 Potentials& values, Work& work) const;
 
+    /// Computes phi times k/j for each of some tones within the band, with the same nodes: those
+    /// that keep the limit of the band's largest wavenumber, as every bound grows with it.
+    /// @param limit  the largest error of such a value over 2pi, for every tone; where it decays,
+    /// at
+    ///     most that of the largest attenuation
+    /// @param tones  runs of them
+    /// @param values room for those of all tones, one run after the other
+    /// @return as `compute`, of the paths that all tones share
+    /// @throws std::bad_alloc
+    int computeTones(const PlacesInFrame& places, const DecayingLimit& limit,
+                     std::span<const EvenTones> tones, std::span<ContourSums::Sum> values,
+                     Work& work) const;
+
     /// What `compute` returns.
     int evaluations(const PlacesInFrame& places, Derivatives derivatives,
                     const DecayingLimit& limit, Work& work) const;
@@ -96,9 +123,10 @@ class OutlineField {
                 const DecayingLimit& limit, Work& work, Use use) const;
     PointBall ballAbout(const PlacesInFrame& places, const Range& range) const;
     double errorAt(const PointBall& ball, bool fromCentre, const DecayingLimit& limit) const;
-    const FaceRule* faceRuleFor(const PlacesInFrame& places, const DecayingLimit& limit) const;
-    void placeInCircle(const PlacesInFrame& places, const Range& range, bool beside,
-                       ContourPoints& points) const;
+    const FaceRule* faceRuleFor(const PlacesInFrame& places, Derivatives derivatives,
+                                const DecayingLimit& limit) const;
+    void findNodes(Work& work) const;
+    ContourPoints pointsOf(const PlacesInFrame& places, const Range& range, bool beside) const;
     std::complex<double> waveAt(double reference) const;
     void computeByFace(const FaceRule& rule, const PlacesInFrame& places, Derivatives derivatives,
                        Potentials& values) const;
@@ -111,6 +139,7 @@ class OutlineField {
     double theArea;
     double wavenumber;
     double attenuation;
+    double leastAttenuation;
     Rules<double> rules;
     FaceRules faceRules;
 };

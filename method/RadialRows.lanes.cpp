@@ -18,7 +18,7 @@ static_assert(mostInRow % W == 0);
 V countedFrom(int first) {
     alignas(64) double numbers[W];
     for (int i = 0; i < W; ++i) numbers[i] = first + i;
-    return loaded(numbers);
+    return loadedPack(numbers);
 }
 
 template <bool isLossy>
@@ -45,11 +45,11 @@ void interpolate(const RowNodes& nodes, int points, const RowValues& waves, RowV
     for (int first = 0; first < points; first += W) {
         ComplexPack sum{};
         for (int i = 0; i < nodes.count; ++i) {
-            const V weight = loaded(nodes.weights + i * mostInRow + first);
+            const V weight = loadedPack(nodes.weights + i * mostInRow + first);
             sum.re = lanes::multiplyAdd(weight, lanes::broadcast<V>(nodes.reOf[i]), sum.re);
             sum.im = lanes::multiplyAdd(weight, lanes::broadcast<V>(nodes.imOf[i]), sum.im);
         }
-        const ComplexPack wave{loaded(waves.re + first), loaded(waves.im + first)};
+        const ComplexPack wave{loadedPack(waves.re + first), loadedPack(waves.im + first)};
         store(ComplexPack{sum.re * wave.re - sum.im * wave.im, sum.re * wave.im + sum.im * wave.re},
               values, first);
     }
@@ -58,8 +58,8 @@ void interpolate(const RowNodes& nodes, int points, const RowValues& waves, RowV
 void add(const RowValues& values, int points, double weightRe, double weightIm, double* re,
          double* im) {
     for (int first = 0; first < points; first += W) {
-        const ComplexPack value{loaded(values.re + first), loaded(values.im + first)};
-        ComplexPack sum{loaded(re + first), loaded(im + first)};
+        const ComplexPack value{loadedPack(values.re + first), loadedPack(values.im + first)};
+        ComplexPack sum{loadedPack(re + first), loadedPack(im + first)};
         const V real = lanes::broadcast<V>(weightRe);
         const V imaginary = lanes::broadcast<V>(weightIm);
         sum.re = lanes::multiplyAdd(value.re, real, sum.re);

@@ -7,7 +7,6 @@
 #include "lanes/Pack.h"
 #include "lanes/exponential.h"
 #include "lanes/sinCosUpToSign.h"
-#include "method/GroupNumbers.h"
 
 // What sums in double precision over a group's points share.
 
@@ -16,7 +15,7 @@ inline namespace PISTONFIELD_INSTRUCTION_SET {
 
 using DoublePack = lanes::Pack<double, lanes::width<double>>;
 
-[[gnu::always_inline]] inline DoublePack loaded(const double* numbers) {
+[[gnu::always_inline]] inline DoublePack loadedPack(const double* numbers) {
     DoublePack pack;
     std::memcpy(&pack, numbers, sizeof pack);
     return pack;
@@ -27,8 +26,8 @@ struct ComplexPack {
     DoublePack re, im;
 };
 
-[[gnu::always_inline]] inline void add(ComplexPack& sum, const ComplexPack& value,
-                                       DoublePack factor) {
+[[gnu::always_inline]] inline void addTimes(ComplexPack& sum, const ComplexPack& value,
+                                            DoublePack factor) {
     sum.re = lanes::multiplyAdd(value.re, factor, sum.re);
     sum.im = lanes::multiplyAdd(value.im, factor, sum.im);
 }

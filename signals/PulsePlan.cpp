@@ -8,6 +8,7 @@
 #include <numbers>
 #include <numeric>
 #include <string>
+#include <thread>
 #include <utility>
 
 #include "parallel/threads.h"
@@ -414,10 +415,13 @@ PulseError PulsePlan::compute(double* values, const Conduct& conduct) const {
         }
         return largest;
     };
+    const std::thread::id caller = std::this_thread::get_id();
     const auto synthesiseSome = [&](std::int64_t first, std::int64_t last) {
         Synthesis::Work work(synthesis);
+        const bool tells = conduct.progress && std::this_thread::get_id() == caller;
         for (std::int64_t task = first; task < last; ++task) {
             if (conduct.stop.stop_requested()) throw Stopped();
+            if (tells) conduct.progress(static_cast<std::int64_t>(bins.size()) * points);
             found[static_cast<std::size_t>(task)] =
                 synthesise(task / blocks, task % blocks * lines, work);
         }

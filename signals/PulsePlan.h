@@ -84,7 +84,8 @@ class PulsePlan {
     /// velocities over u0.
     /// @param values  room for times() times field.fields() times the points: for each field one
     ///     after the other the times, for each of them the points in grid point order
-    /// @param conduct is told how many points of all frequencies are done
+    /// @param conduct is told how many points of all frequencies are done, and again that all are
+    ///     while these are summed up
     /// @throws as `Plan::compute`
     PulseError compute(double* values, const Conduct& conduct = {}) const;
 

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/Mode.h"
+#include "field/ToneFields.h"
 #include "parallel/threads.h"
 
 namespace pistonfield {
@@ -18,6 +19,11 @@ namespace {
 
 /// Up to so many points the threads take frequencies, not points.
 constexpr std::int64_t fewPoints = 1024;
+
+/// What a plan takes before the first value, as so many points: those that it looks at. That of an
+/// array of rectangles without losses has yet to find the elements' directivity.
+constexpr double pointsOfAPlan = 1000;
+constexpr double secondsOfDirectivity = 0.05;
 
 Request requestAt(const Request& common, const Tone& tone) {
     Request request = common;
@@ -48,12 +54,58 @@ SpectralField::SpectralField(Request request, std::vector<Tone> tones)
 
 Plan SpectralField::planOf(std::size_t tone) const { return Plan(requestAt(common, all[tone])); }
 
+auto SpectralField::bands() const -> std::vector<Band> {
+    if (!ToneFields::serves(common)) return {{0, all.size()}};
+    constexpr std::size_t most = 32;
+    constexpr double widest = 2;
+    std::vector<Band> bands;
+    for (std::size_t first = 0; first < all.size(); first += bands.back().count) {
+        double least = all[first].wave.wavenumber;
+        double largest = least;
+        std::size_t last = first + 1;
+        for (; last < all.size() && last - first < most; ++last) {
+            least = std::min(least, all[last].wave.wavenumber);
+            largest = std::max(largest, all[last].wave.wavenumber);
+            if (largest > widest * least) break;
+        }
+        bands.push_back({first, last - first});
+    }
+    return bands;
+}
+
+/// What a band's tones share; null where each is to have a plan.
+std::unique_ptr<const ToneFields> SpectralField::sharedOf(const Band& band) const {
+    if (band.count == 1) return nullptr;
+    std::vector<ToneWave> tones;
+    for (std::size_t i = band.first; i < band.first + band.count; ++i) {
+        ToneWave tone{all[i].wave, all[i].weights};
+        if (tone.weights.empty() && common.array) tone.weights = common.array->weights;
+        tones.push_back(tone);
+    }
+    std::unique_ptr<const ToneFields> shared = ToneFields::of(common, tones);
+    if (!shared) return nullptr;
+    const auto points = static_cast<double>(common.lattice.box().points());
+    const double apart = planOf(band.first + band.count - 1).secondsOfAPoint() *
+                             (points + pointsOfAPlan) +
+                         (common.array && !takesContours(common) ? secondsOfDirectivity : 0);
+    if (static_cast<double>(band.count) * apart < points * shared->secondsOfAPoint())
+        return nullptr;
+    return shared;
+}
+
 Cost SpectralField::cost(const LatticeBox& box) const {
     Cost cost{0, 0, 0};
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        const Cost one = planOf(i).cost(box);
+    const auto add = [&cost](const Cost& one) {
         cost = {cost.evaluations + one.evaluations, std::max(cost.memory, one.memory),
                 std::max(cost.deviceMemory, one.deviceMemory)};
+    };
+    for (const Band& band : bands()) {
+        if (const auto shared = sharedOf(band)) {
+            const auto points = static_cast<double>(box.points());
+            add({shared->evaluationsOfAPoint() * points, shared->memory(), 0});
+            continue;
+        }
+        for (std::size_t i = 0; i < band.count; ++i) add(planOf(band.first + i).cost(box));
     }
     return cost;
 }
@@ -61,37 +113,58 @@ Cost SpectralField::cost(const LatticeBox& box) const {
 template <class T>
 void SpectralField::compute(const LatticeBox& box, std::complex<T>* values,
                             const Conduct& conduct) const {
+    std::int64_t done = 0;
+    Conduct ofBand = conduct;
+    if (conduct.progress)
+        ofBand.progress = [&](std::int64_t points) { conduct.progress(done + points); };
+    for (const Band& band : bands()) {
+        if (conduct.stop.stop_requested()) throw Stopped();
+        const auto points = static_cast<std::int64_t>(band.count) * box.points();
+        if (const auto shared = sharedOf(band))
+            shared->compute(box, values, ofBand);
+        else
+            computeApart(band, box, values, ofBand);
+        values += points * common.fields();
+        done += points;
+    }
+}
+
+template <class T>
+void SpectralField::computeApart(const Band& band, const LatticeBox& box, std::complex<T>* values,
+                                 const Conduct& conduct) const {
     if (box.points() <= fewPoints && !isOnGpu(common.mode)) {
-        computeSideBySide(box, values, conduct);
+        computeSideBySide(band, box, values, conduct);
         return;
     }
     std::int64_t done = 0;
     Conduct ofOne = conduct;
     if (conduct.progress)
         ofOne.progress = [&](std::int64_t points) { conduct.progress(done + points); };
-    for (std::size_t i = 0; i < all.size(); ++i) {
-        planOf(i).compute(box, values, ofOne);
+    for (std::size_t i = 0; i < band.count; ++i) {
+        planOf(band.first + i).compute(box, values, ofOne);
         values += box.points() * common.fields();
         done += box.points();
     }
 }
 
 template <class T>
-void SpectralField::computeSideBySide(const LatticeBox& box, std::complex<T>* values,
-                                      const Conduct& conduct) const {
+void SpectralField::computeSideBySide(const Band& band, const LatticeBox& box,
+                                      std::complex<T>* values, const Conduct& conduct) const {
     const unsigned threads = conduct.threads > 0 ? conduct.threads : threadCount();
     const std::thread::id caller = std::this_thread::get_id();
     std::atomic<std::int64_t> done = 0;
     const auto computeSome = [&](std::int64_t first, std::int64_t last) {
+        const bool tells = conduct.progress && std::this_thread::get_id() == caller;
+        Conduct ofOne{conduct.stop, {}, 1};
+        if (tells) ofOne.progress = [&](std::int64_t /*points*/) { conduct.progress(done); };
         for (std::int64_t i = first; i < last; ++i) {
-            planOf(static_cast<std::size_t>(i))
-                .compute(box, values + i * box.points() * common.fields(),
-                         Conduct{conduct.stop, {}, 1});
+            planOf(band.first + static_cast<std::size_t>(i))
+                .compute(box, values + i * box.points() * common.fields(), ofOne);
             done += box.points();
-            if (conduct.progress && std::this_thread::get_id() == caller) conduct.progress(done);
+            if (tells) conduct.progress(done);
         }
     };
-    inParallel(static_cast<std::int64_t>(all.size()), 1, threads, computeSome);
+    inParallel(static_cast<std::int64_t>(band.count), 1, threads, computeSome);
 }
 
 template void SpectralField::compute(const LatticeBox& box, std::complex<float>* values,

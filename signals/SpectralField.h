@@ -4,11 +4,14 @@
 
 #include <complex>
 #include <cstddef>
+#include <memory>
 #include <vector>
 
 #include "field/Plan.h"
 
 namespace pistonfield {
+
+class ToneFields;
 
 /// One of the frequencies of a field.
 struct Tone {
@@ -18,11 +21,16 @@ struct Tone {
 };
 
 /// The fields of one request at several frequencies. Source, points, accuracy and quantity are
-/// those of the request, whose own wave means nothing. A value has the bits of a `Plan` with the
-/// frequency's wave.
+/// those of the request, whose own wave means nothing.
 ///
-/// Frequencies are computed one after the other, each in all threads, and one plan exists at a
-/// time. Those of few points, on the processor, are computed beside each other, a thread for each.
+/// Frequencies next to each other, up to 32 within an octave, share nodes and distances where the
+/// request is for pressures in a rigid baffle, on the processor and within a tolerance of the
+/// largest value, and where that takes less time by its estimate than a plan for each. Each keeps
+/// the tolerance; a value depends on which others there are by less than that.
+///
+/// Other frequencies have the bits of a `Plan` with their wave. They are computed one after the
+/// other, each in all threads, and one plan exists at a time; those of few points, on the
+/// processor, beside each other, a thread for each.
 class SpectralField {
   public:
     /// @throws InvalidRequest where one of the frequencies has no field; std::bad_alloc
@@ -45,10 +53,21 @@ class SpectralField {
     void compute(const LatticeBox& box, std::complex<T>* values, const Conduct& conduct = {}) const;
 
   private:
+    /// Tones next to each other.
+    struct Band {
+        std::size_t first;
+        std::size_t count;
+    };
+
+    std::vector<Band> bands() const;
+    std::unique_ptr<const ToneFields> sharedOf(const Band& band) const;
     Plan planOf(std::size_t tone) const;
 
     template <class T>
-    void computeSideBySide(const LatticeBox& box, std::complex<T>* values,
+    void computeApart(const Band& band, const LatticeBox& box, std::complex<T>* values,
+                      const Conduct& conduct) const;
+    template <class T>
+    void computeSideBySide(const Band& band, const LatticeBox& box, std::complex<T>* values,
                            const Conduct& conduct) const;
 
     Request common;

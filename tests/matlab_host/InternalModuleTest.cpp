@@ -105,6 +105,49 @@ TEST_P(InternalModuleTest, answersWithTheFieldAndTheAccuracyOfATolerance) {
     EXPECT_LE(row.output->real.at(0), 1e-6);
 }
 
+/// A pulse on a plane of so many points, whose progress a function is told.
+std::vector<const mxArray*> pulse(double side, const mxArray* function) {
+    const auto none = [] { return matlab().doubles({}, {0, 0}); };
+    const auto number = [](double value) { return matlab().doubles({value}, {1, 1}); };
+    const double step = 8 / side;
+    return {matlab().text("pulse"),
+            matlab().text("lattice"),
+            matlab().doubles({step, 0, 0, 0, 0, step, 0, 0, 0, 0, 1, 4, 0, 0, 0, 1}, {4, 4}),
+            matlab().doubles({side, side, 1}, {1, 3}),
+            none(),
+            matlab().text("disc"),
+            number(5),
+            none(),
+            none(),
+            none(),
+            none(),
+            none(),
+            number(1),
+            matlab().text("cpu"),
+            number(1e-6),
+            matlab().doubles({0, 1, 0, -1, 0.5, 0, 0.2, 0}, {8, 1}),
+            none(),
+            number(4),
+            matlab().doubles({1.5, 0, 1}, {3, 1}),
+            none(),
+            number(1),
+            function};
+}
+
+TEST_P(InternalModuleTest, endsAPulseWhereTheFunctionThatIsToldFails) {
+    int calls = 0;
+    matlab().function = [&calls](double done) {
+        EXPECT_GT(done, 0);
+        return ++calls < 2;
+    };
+    mxArray* const function = matlab().doubles({0}, {1, 1});
+    function->className = "function_handle";
+    const Matlab::Answer answer = call(pulse(450, function));
+    EXPECT_TRUE(answer.raised);
+    EXPECT_EQ(answer.identifier, "pistonfield:pistonfield_internal:stopped");
+    EXPECT_EQ(calls, 2);
+}
+
 TEST_P(InternalModuleTest, raisesErrorsWithAnIdentifier) {
     const Matlab::Answer answer = call(request({1, 1, 0}, {3, 2, 1}, "gpu"));
     EXPECT_TRUE(answer.raised);

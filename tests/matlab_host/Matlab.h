@@ -60,6 +60,8 @@ class Matlab : public MatlabEngine {
                     mxComplexity complexity) override;
     char* keepText(const std::string& text) override;
     void print(const char* text) override;
+    mxArray* callFunction(int outputCount, const std::vector<mxArray*>& inputs,
+                          const std::string& name) override;
     [[noreturn]] void raise(const char* identifier, const char* message) override;
 
     mxArray* doubles(const std::vector<double>& values, std::vector<std::size_t> dimensions);
@@ -68,6 +70,8 @@ class Matlab : public MatlabEngine {
     LeaveBy leaveBy = LeaveBy::longjmp;
     Creation failingCreation;
     bool hasTexts = true;                ///< whether texts of arrays can be had
+    /// What function handles do, and whether they do not fail.
+    std::function<bool(double number)> function = [](double /*number*/) { return true; };
     std::vector<std::string> console;    ///< of the last call, print by print
     std::vector<std::string> creations;  ///< of the last call: "4x5x1 class 6 complexity 1"
     std::size_t textsKept = 0;           ///< in the last call

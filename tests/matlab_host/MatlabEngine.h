@@ -35,6 +35,9 @@ class MatlabEngine {
     /// A zero-terminated text that lives until the call ends, or null.
     virtual char* keepText(const std::string& text) = 0;
     virtual void print(const char* text) = 0;
+    /// Calls a function with inputs; where it fails the exception is what is returned, else null.
+    virtual mxArray* callFunction(int outputCount, const std::vector<mxArray*>& inputs,
+                                  const std::string& name) = 0;
     /// Leaves the module without returning into it.
     [[noreturn]] virtual void raise(const char* identifier, const char* message) = 0;
 };

@@ -10,6 +10,11 @@
 
 #pragma GCC visibility push(default)
 
+mxArray* mexCallMATLABWithTrap(int outputCount, mxArray* /*outputs*/[], int inputCount,
+                               mxArray* inputs[], const char* name) {
+    return matlabEngine().callFunction(outputCount, {inputs, inputs + inputCount}, name);
+}
+
 int mexPrintf(const char* format, ...) {  // NOLINT(cert-dcl50-cpp): the interface's own form
     std::array<char, 4096> text{};
     std::va_list arguments;

@@ -80,6 +80,8 @@ class Host {
     std::vector<Event> events;
     RaiseMode raiseMode = RaiseMode::throws;
     Interceptor interceptor;
+    /// What functions of the host do when they are called, and whether they do not fail.
+    std::function<bool(double number)> function = [](double /*number*/) { return true; };
     int operations = 0;
     /// Results of more elements than this fail with std::bad_alloc.
     std::size_t resultLimit = 1000000;

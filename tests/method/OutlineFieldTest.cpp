@@ -215,6 +215,88 @@ TEST(OutlineField, DecaysWithItsLimit) {
     }
 }
 
+/// Tones from `first` to `last`, in runs of as many as go into one, or each by itself.
+std::vector<EvenTones> evenTones(Complex first, Complex last, int count, int inARun) {
+    const Complex step = (last - first) / static_cast<double>(count - 1);
+    std::vector<EvenTones> runs;
+    for (int n = 0; n < count; n += inARun) {
+        const Complex k = first + static_cast<double>(n) * step;
+        runs.push_back(
+            {k.real(), -k.imag(), step.real(), -step.imag(), std::min(inARun, count - n)});
+    }
+    return runs;
+}
+
+std::vector<ContourSums::Sum> computedTones(const OutlineField& field,
+                                            const std::vector<Point>& points,
+                                            const DecayingLimit& limit,
+                                            const std::vector<EvenTones>& tones, int count) {
+    OutlineField::Work work;
+    std::vector<ContourSums::Sum> values(static_cast<std::size_t>(count));
+    const int nodes = field.computeTones(placesOf(points), limit, tones, values, work);
+    EXPECT_EQ(field.evaluations(placesOf(points), Derivatives::potential, limit, work), nodes);
+    return values;
+}
+
+TEST(OutlineField, KeepsTheLimitAtEachOfSeveralTones) {
+    constexpr int count = 21;
+    Random random(20261126);
+    for (const Shape& shape : shapes()) {
+        SCOPED_TRACE(shape.name);
+        for (const double losses : {0.0, 1e-3, 0.2}) {
+            const Complex first(3, -2 * losses);
+            const Complex last(9, -9 * losses);
+            const OutlineField field(shape.outline, {last.real(), -last.imag(), -first.imag()});
+            double worst = 0;
+            for (const double height : {0.05, 0.6, 5.0, 12.0}) {
+                const auto points = drawGroup(random, height, random.magnitude(-2, 0.3));
+                const double limit = random.magnitude(-11, -2);
+                const bool decays = random.below(2) == 1;
+                const auto runs = evenTones(first, last, count, 8);
+                const auto got = computedTones(field, points, {{limit}, decays}, runs, count);
+                for (const int n : {0, 6, 13, count - 1}) {
+                    const Complex k = first + n / (count - 1.0) * (last - first);
+                    const Point& p = points[static_cast<std::size_t>(n % groupSize)];
+                    const auto exact = reference::flatIntegrals(shape.source, p, k);
+                    const double R = std::hypot(p.x - field.circle().centre[0],
+                                                p.y - field.circle().centre[1], p.z);
+                    const double most = limit * (decays ? std::exp(last.imag() * R) : 1);
+                    const auto i = static_cast<std::size_t>(n % groupSize);
+                    const Complex value = got[static_cast<std::size_t>(n)].at(i);
+                    worst =
+                        std::max(worst, std::abs(value - k / j * exact.value) / turn / most);
+                }
+            }
+            EXPECT_LE(worst, 1) << losses;
+        }
+    }
+}
+
+TEST(OutlineField, RoundsTonesInARunByNoMoreThanIsSaid) {
+    constexpr int count = 33;
+    Random random(20261127);
+    for (const Shape& shape : shapes())
+        for (const double losses : {0.0, 1e-2, 0.3}) {
+            const Complex first(20, -20 * losses);
+            const Complex last(40, -40 * losses);
+            const OutlineField field(shape.outline, {40, 40 * losses, 20 * losses});
+            const auto points = drawGroup(random, 0.4, 0.3);
+            const DecayingLimit limit{{1e-8}, false};
+            const auto inRuns =
+                computedTones(field, points, limit, evenTones(first, last, count, 8), count);
+            const auto alone =
+                computedTones(field, points, limit, evenTones(first, last, count, 1), count);
+            double difference = 0;
+            for (std::size_t n = 0; n < count; ++n)
+                for (std::size_t i = 0; i < groupSize; ++i)
+                    difference =
+                        std::max(difference, std::abs(inRuns[n].at(i) - alone[n].at(i)));
+            // Around an outline that is not convex the angles add up to a few turns at most.
+            EXPECT_LE(difference, 3 * turn * 0x1p-45) << shape.name;
+            EXPECT_GT(difference, 0) << shape.name;
+        }
+}
+
 TEST(OutlineField, OfADiscAndARingHasItsClosedFormsOnTheAxis) {
     for (const double losses : {0.0, 1e-6, 1e-3, 0.2})
         for (const auto& [inner, outer] :

@@ -16,12 +16,10 @@ function keeps_within(name, value, sizes, limit)
   expect(found(2) <= limit, '%.1f MB were used of %.1f MB', found(2) / 1e6, limit / 1e6);
 end
 
-% Starts a field of minutes, waits until it shows progress, and interrupts it: the time that the
+% Starts a call of minutes, waits until it shows progress, and interrupts it: the time that the
 % process then takes to end [s]. An interrupt ends it with an exit status, a crash would by a signal.
-function seconds = time_to_end(options, points, source)
-  [process, output] = start_octave(sprintf([ ...
-    'pistonfield_pressure(%s, %s, ''frequency'', 1e6, %s, ''progress'', ''text'');'], ...
-    source, points, options));
+function seconds = time_to_end(call)
+  [process, output] = start_octave(call);
   shown = wait_for(output, ' s left');
   start = tic();
   kill(process, SIG().INT);
@@ -56,9 +54,15 @@ function ends_on_interrupt(options, points, source)
   if nargin < 3
     source = 'struct(''width'', 7.5e-3, ''height'', 5e-3)';
   end
+  call_ends_on_interrupt(sprintf([ ...
+    'pistonfield_pressure(%s, %s, ''frequency'', 1e6, %s, ''progress'', ''text'');'], ...
+    source, points, options));
+end
+
+function call_ends_on_interrupt(call)
   seconds = Inf;
   for attempt = 1:3
-    seconds = min(seconds, time_to_end(options, points, source));
+    seconds = min(seconds, time_to_end(call));
     if seconds <= 2
       break
     end
@@ -105,6 +109,13 @@ matrix = ['pistonfield_array(''matrix'', ''elements'', [16 16], ''pitch'', 1e-3,
           '''width'', 0.9e-3, ''height'', 0.8e-3)'];
 it('it ends on Ctrl-C when an array radiates', ...
    @() ends_on_interrupt('''tolerance'', 1e-9, ''threads'', 1', volume, matrix));
+pulse = ['pistonfield_pulse(%s, %s, ''signal'', randn(1, 400), ''rate'', 2e7, ', ...
+         '''threads'', 1, ''progress'', ''text'');'];
+plane = 'pistonfield_grid((1:200) * 1e-4, 1e-3, (1:200) * 1e-4)';
+for source = {'struct(''radius'', 0.1)', 'struct(''width'', 0.15, ''height'', 0.2)', matrix}
+  it(sprintf('a pulse of %s ends on Ctrl-C', source{1}), ...
+     @() call_ends_on_interrupt(sprintf(pulse, source{1}, plane)));
+end
 % So large that the 9 MB which preparations and malloc take beside fields do not count.
 it('two fields of an array keep within their memory', ...
    @() keeps_within('weights', 'two', [4 600 600], 2 * (4 * 16 + 56) * 600 ^ 2));

@@ -4,7 +4,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <complex>
 #include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
 
 #include "tests/support/Refused.h"
 
@@ -13,6 +19,7 @@ namespace {
 using pistonfield::Array;
 using pistonfield::Conduct;
 using pistonfield::Element;
+using pistonfield::Mode;
 using pistonfield::Plan;
 using pistonfield::Request;
 using pistonfield::SpectralField;
@@ -84,6 +91,157 @@ TEST(SpectralField, HasTheWeightsOfEachFrequency) {
     std::vector<Complex> expected(320);
     Plan(one).compute(one.lattice.box(), expected.data());
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), &values[640]));
+}
+
+/// Waves whose frequencies share what they can, with losses that grow with the frequency.
+std::vector<Tone> manyTones(double losses, double exponent = 1) {
+    std::vector<Tone> many;
+    for (int n = 6; n < 70; ++n) {
+        if (n % 11 == 0) continue;
+        const double k = 0.125 * n;
+        many.push_back({{k, losses * std::pow(k, exponent)}});
+    }
+    return many;
+}
+
+/// The largest difference of a field from that of a plan for each tone within a hundredth of the
+/// tolerance, relative to the largest value of the tone and weighting.
+double errorOf(const Request& request, const std::vector<Tone>& all,
+               const std::vector<Complex>& values) {
+    double error = 0;
+    const auto points = static_cast<std::size_t>(request.lattice.box().points());
+    const Complex* got = values.data();
+    for (const Tone& tone : all) {
+        Request one = request;
+        one.wave = tone.wave;
+        one.tolerance->value /= 100;
+        if (!tone.weights.empty()) one.array->weights = tone.weights;
+        std::vector<Complex> expected(points * static_cast<std::size_t>(one.fields()));
+        Plan(one).compute(one.lattice.box(), expected.data());
+        for (std::size_t first = 0; first < expected.size(); first += points) {
+            double largest = 0;
+            double difference = 0;
+            for (std::size_t i = first; i < first + points; ++i, ++got) {
+                largest = std::max(largest, std::abs(expected[i]));
+                difference = std::max(difference, std::abs(expected[i] - *got));
+            }
+            error = std::max(error, difference / largest);
+        }
+    }
+    return error;
+}
+
+std::vector<Complex> valuesOf(const SpectralField& field, const Conduct& conduct = {}) {
+    const Request& request = field.request();
+    const auto box = request.lattice.box();
+    std::vector<Complex> values(field.tones().size() *
+                                static_cast<std::size_t>(box.points() * request.fields()));
+    field.compute(box, values.data(), conduct);
+    return values;
+}
+
+Request discOf(std::int64_t points) {
+    Request request = planeOf(points);
+    request.array = Array{
+        {Element{{}, {}, std::make_shared<const pistonfield::Outline>(pistonfield::discOutline(2))}},
+        {1.0}};
+    return request;
+}
+
+TEST(SpectralField, KeepsTheToleranceAtFrequenciesThatShare) {
+    for (const double tolerance : {1e-3, 1e-9})
+        for (const double losses : {0.0, 0.01}) {
+            for (Request request : {planeOf(30), discOf(30), twoElements(30)}) {
+                request.tolerance->value = tolerance;
+                const auto all = manyTones(losses);
+                EXPECT_LE(errorOf(request, all, valuesOf({request, all})), tolerance);
+            }
+        }
+}
+
+TEST(SpectralField, KeepsTheToleranceWhereFrequenciesAreNotEvenlySpaced) {
+    const Request request = planeOf(30);
+    const auto all = manyTones(0.003, 1.7);
+    EXPECT_LE(errorOf(request, all, valuesOf({request, all})), 1e-6);
+}
+
+TEST(SpectralField, HasTheWeightsOfFrequenciesThatShare) {
+    const Request request = twoElements(30);
+    auto all = manyTones(0);
+    for (Tone& tone : all)
+        tone.weights = {std::polar(1.0, tone.wave.wavenumber), 1.0, 0.5, Complex(0, -2)};
+    EXPECT_LE(errorOf(request, all, valuesOf({request, all})), 1e-6);
+}
+
+TEST(SpectralField, HasOtherBitsThanAPlanWhereFrequenciesShare) {
+    const Request request = planeOf(30);
+    const auto all = manyTones(0.001);
+    const SpectralField field(request, all);
+    Request last = request;
+    last.wave = all.back().wave;
+    std::vector<Complex> alone(120);
+    Plan(last).compute(last.lattice.box(), alone.data());
+    const auto values = valuesOf(field);
+    EXPECT_FALSE(std::equal(alone.begin(), alone.end(), values.end() - 120));
+}
+
+TEST(SpectralField, HasTheSameBitsInBoxesAndThreads) {
+    const Request request = planeOf(37);
+    const auto all = manyTones(0.001);
+    const SpectralField field(request, all);
+    const auto values = valuesOf(field, {.threads = 1});
+    EXPECT_EQ(values, valuesOf(field, {.threads = 3}));
+    const LatticeBox box{{5, 1, 0}, {29, 2, 1}};
+    std::vector<Complex> part(all.size() * 58);
+    field.compute(box, part.data());
+    for (std::size_t n = 0; n < all.size(); ++n)
+        for (std::size_t row = 0; row < 2; ++row)
+            EXPECT_TRUE(std::equal(&part[n * 58 + row * 29], &part[n * 58 + row * 29] + 29,
+                                   &values[n * 148 + (row + 1) * 37 + 5]));
+}
+
+TEST(SpectralField, IsInSinglePrecisionToo) {
+    Request request = planeOf(30);
+    request.mode = Mode::cpusp;
+    request.tolerance->value = 1e-4;
+    const auto all = manyTones(0.001);
+    const SpectralField field(request, all);
+    std::vector<std::complex<float>> values(all.size() * 120);
+    field.compute(request.lattice.box(), values.data());
+    request.mode = Mode::cpu;
+    const std::vector<Complex> wide(values.begin(), values.end());
+    EXPECT_LE(errorOf(request, all, wide), 1e-4);
+}
+
+TEST(SpectralField, TellsWhatAFrequencyAmongOthersIsRefusedFor) {
+    Request behind = planeOf(30);
+    behind.lattice.transform[11] = -1;
+    EXPECT_EQ(refused([&] { valuesOf({behind, manyTones(0)}); }),
+              refused([&] {
+                  behind.wave = manyTones(0).front().wave;
+                  Plan plan(behind);
+              }));
+    Request fine = planeOf(30);
+    fine.tolerance->value = 1e-15;
+    EXPECT_NE(refused([&] { valuesOf({fine, manyTones(0)}); }).find("tolerance: "),
+              std::string::npos);
+}
+
+TEST(SpectralField, OfFrequenciesThatShareTellsThatAllAreDoneAndIsStopped) {
+    const Request request = planeOf(400);
+    const auto all = manyTones(0.001);
+    std::vector<std::int64_t> progress;
+    Conduct conduct;
+    conduct.progress = [&](std::int64_t done) { progress.push_back(done); };
+    const SpectralField field(request, all);
+    valuesOf(field, conduct);
+    EXPECT_TRUE(std::is_sorted(progress.begin(), progress.end()));
+    ASSERT_FALSE(progress.empty());
+    EXPECT_EQ(progress.back(), static_cast<std::int64_t>(1600 * all.size()));
+    std::stop_source stop;
+    conduct.stop = stop.get_token();
+    conduct.progress = [&](std::int64_t /*done*/) { stop.request_stop(); };
+    EXPECT_THROW(valuesOf(field, conduct), Stopped);
 }
 
 TEST(SpectralField, CostsWhatItsFrequenciesDo) {

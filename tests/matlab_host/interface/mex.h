@@ -58,6 +58,8 @@ mxArray* mxCreateNumericArray(mwSize dimensionCount, const mwSize* dimensions, m
 
 // libmex
 
+mxArray* mexCallMATLABWithTrap(int outputCount, mxArray* outputs[], int inputCount,
+                               mxArray* inputs[], const char* name);
 int mexPrintf(const char* format, ...);
 void mexErrMsgTxt(const char* message);
 void mexErrMsgIdAndTxt(const char* identifier, const char* format, ...);
