@@ -7,7 +7,8 @@
 #include "cuda_runtime/kernel.h"
 
 // The kernels of the fast near-field method and their device functions, for both precisions. A
-// Family names the precision: Real, Complex, and the rule in constant memory, x(), w() and order().
+// Family names the precision: Real, Complex, and has the rule, x(), w() and order(): in constant
+// memory, or where an object of the Family says.
 //
 // The rule is the half of a symmetric one of order N: for i < N/2, x[i] stands for the pair +-x[i]
 // of common weight w[i]; with N odd, w[N/2] belongs to the abscissa 0.
@@ -94,24 +95,24 @@ struct NodePair {
     Reals<Family> weight;
 };
 
-/// F(X, lo, hi): the integral of g over [lo, hi] by the rule in constant memory.
+/// F(X, lo, hi): the integral of g over [lo, hi] by the rule.
 template <class Family>
 __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
     Reals<Family> X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E, Reals<Family> lo,
-    Reals<Family> hi) {
+    Reals<Family> hi, const Family& family = {}) {
     using Integrand = EdgeIntegrand<Family>;
     const Reals<Family> c = (lo + hi) * Real<Family>(0.5);
     const Reals<Family> h = (hi - lo) * Real<Family>(0.5);
-    const int order = Family::order();
+    const int order = family.order();
     const int pairs = order / 2;
     LaneComplex<Family> sum{};
     cuda_runtime::pipelined(
         pairs,
         [&](int i) __attribute__((always_inline)) {
-            const Reals<Family> offset = h * Family::x(i);
+            const Reals<Family> offset = h * family.x(i);
             return NodePair<Family, Node<Family>>{nodeAt<Family>(X, c + offset, z, k),
                                                   nodeAt<Family>(X, c - offset, z, k),
-                                                  Family::w(i) * h};
+                                                  family.w(i) * h};
         },
         [](const NodePair<Family, Node<Family>>& nodes) __attribute__((always_inline)) {
             return NodePair<Family, ReducedNode<Family>>{
@@ -124,7 +125,7 @@ __device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
             sum.im += (plus.im + minus.im) * nodes.weight;
         });
     if (order > 2 * pairs) {
-        const Reals<Family> weight = Family::w(pairs) * h;
+        const Reals<Family> weight = family.w(pairs) * h;
         const auto middle = RectangularPiston_innerIntegral<Family>(X, c, z, k, E);
         sum.re += middle.re * weight;
         sum.im += middle.im * weight;
@@ -165,13 +166,14 @@ template <class Family>
 __device__ inline LaneComplex<Family> edgeTerm(Placing<Family> placing, Reals<Family> X,
                                                Reals<Family> z, Real<Family> k,
                                                LaneComplex<Family> E, Reals<Family> lo,
-                                               Reals<Family> hi) {
+                                               Reals<Family> hi, const Family& family) {
     using cuda_runtime::select;
     const Reals<Family> zero{};
     auto integral = RectangularPiston_integrateFlexible<Family>(
-        X, z, k, E, select(placing.outside, lo, zero), hi);
+        X, z, k, E, select(placing.outside, lo, zero), hi, family);
     if (cuda_runtime::any(placing.split)) {
-        const auto lower = RectangularPiston_integrateFlexible<Family>(X, z, k, E, lo, zero);
+        const auto lower =
+            RectangularPiston_integrateFlexible<Family>(X, z, k, E, lo, zero, family);
         integral.re = select(placing.split, integral.re + lower.re, integral.re);
         integral.im = select(placing.split, integral.im + lower.im, integral.im);
     }
@@ -192,7 +194,7 @@ __device__ inline LaneComplex<Family> scaled(LaneComplex<Family> S) {
 template <class Family>
 __device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
     Reals<Family> x, Reals<Family> y, Reals<Family> z, Real<Family> a, Real<Family> b,
-    Real<Family> k) {
+    Real<Family> k, const Family& family = {}) {
     using cuda_runtime::select;
     const Reals<Family> ax = cuda_runtime::absolute(x);
     const Reals<Family> ay = cuda_runtime::absolute(y);
@@ -203,13 +205,13 @@ __device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
     const LaneComplex<Family> E = unitPhase<Family>(-k * z);
 
     const Placing<Family> alongY = placingOf<Family>(ay, b);
-    const auto atX1 = edgeTerm<Family>(alongY, x1, z, k, E, y1, y2);
-    const auto atX2 = edgeTerm<Family>(alongY, x2, z, k, E, y1, y2);
+    const auto atX1 = edgeTerm<Family>(alongY, x1, z, k, E, y1, y2, family);
+    const auto atX2 = edgeTerm<Family>(alongY, x2, z, k, E, y1, y2, family);
     const LaneComplex<Family> S{atX1.re - atX2.re, atX1.im - atX2.im};
 
     const Placing<Family> alongX = placingOf<Family>(ax, a);
-    const auto atY1 = edgeTerm<Family>(alongX, y1, z, k, E, x1, x2);
-    const auto atY2 = edgeTerm<Family>(alongX, y2, z, k, E, x1, x2);
+    const auto atY1 = edgeTerm<Family>(alongX, y1, z, k, E, x1, x2, family);
+    const auto atY2 = edgeTerm<Family>(alongX, y2, z, k, E, x1, x2, family);
     // The order of the additions depends on the case.
     const auto added = [split = alongX.split](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
         return select(split, (s + t1) - t2, s + (t1 - t2));
@@ -290,8 +292,9 @@ __device__ inline Position<Family> place(const GridIndices<Family>& index,
 
 template <class Family>
 __device__ inline LaneComplex<Family> pressureAt(const Position<Family>& p, Real<Family> a,
-                                                 Real<Family> b, Real<Family> k) {
-    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k);
+                                                 Real<Family> b, Real<Family> k,
+                                                 const Family& family = {}) {
+    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k, family);
 }
 
 template <class Family>
