@@ -249,6 +249,7 @@ cudaError_t Emulator::streamSynchronize(cudaStream_t stream) {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::StreamSynchronize, "cudaStreamSynchronize"))
         return remember(status);
+    if (stream == nullptr) return remember(enterContext());
     Work* const work = workOf(stream);
     return remember(work != nullptr ? work->finish() : cudaErrorInvalidResourceHandle);
 }
@@ -349,14 +350,20 @@ cudaError_t Emulator::memcpyAsync(void* to, const void* from, std::size_t bytes,
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::MemcpyAsync, "cudaMemcpyAsync", bytes, kind))
         return remember(status);
+    status = checkCopy(to, from, bytes, kind);
+    if (status != cudaSuccess || bytes == 0) return remember(status);
+    return remember(give(stream, [=] {
+        std::memmove(to, from, bytes);
+        return cudaSuccess;
+    }));
+}
+
+cudaError_t Emulator::give(cudaStream_t stream, std::function<cudaError_t()> operation) const {
+    if (stream == nullptr) return operation();
     Work* const work = workOf(stream);
-    status = work != nullptr ? checkCopy(to, from, bytes, kind) : cudaErrorInvalidResourceHandle;
-    if (status == cudaSuccess && bytes > 0)
-        work->operations.emplace_back([=] {
-            std::memmove(to, from, bytes);
-            return cudaSuccess;
-        });
-    return remember(status);
+    if (work == nullptr) return cudaErrorInvalidResourceHandle;
+    work->operations.push_back(std::move(operation));
+    return cudaSuccess;
 }
 
 cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::size_t bytes,
@@ -417,12 +424,7 @@ cudaError_t Emulator::start(const KernelImage& image, const PendingCall& call) c
     std::int64_t threads = call.block.x;
     for (const unsigned extent : {call.grid.x, call.grid.y, call.grid.z})
         if (__builtin_mul_overflow(threads, extent, &threads)) return cudaErrorInvalidConfiguration;
-    if (call.stream == nullptr) return runThreads(image, call, threads);
-    Work* const work = workOf(call.stream);
-    if (work == nullptr) return cudaErrorInvalidResourceHandle;
-    work->operations.emplace_back(
-        [image, call, threads] { return runThreads(image, call, threads); });
-    return cudaSuccess;
+    return give(call.stream, [image, call, threads] { return runThreads(image, call, threads); });
 }
 
 cudaError_t Emulator::threadSynchronize() {

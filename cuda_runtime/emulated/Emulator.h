@@ -164,6 +164,8 @@ class Emulator {
     cudaError_t enterContext();
     Work* workOf(cudaStream_t stream) const;
     cudaError_t finishAll();
+    /// Does an operation on the default stream, or leaves it to another one.
+    cudaError_t give(cudaStream_t stream, std::function<cudaError_t()> operation) const;
     cudaError_t start(const KernelImage& image, const PendingCall& call) const;
     cudaError_t checkCopy(const void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
     void endContext(std::thread::id owner) noexcept;
