@@ -170,7 +170,17 @@ __device__ inline double squareRoot(double v) {
     return result;
 }
 
-__device__ inline double reciprocal(double v) { return __drcp_rn(v); }
+/// Of a normal number: Newton's iteration, as the correctly rounded function has it without its
+/// branch for others.
+__device__ inline double reciprocal(double v) {
+    double inverse;
+    asm("rcp.approx.ftz.f64 %0, %1;" : "=d"(inverse) : "d"(v));
+    double rest = __fma_rn(-v, inverse, 1);
+    rest = __fma_rn(rest, rest, rest);
+    inverse = __fma_rn(inverse, rest, inverse);
+    rest = __fma_rn(-v, inverse, 1);
+    return __fma_rn(inverse, rest, inverse);
+}
 
 /// One item after the other: the threads beside this one keep the processor busy.
 template <class First, class Second, class Third>
