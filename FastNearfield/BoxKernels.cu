@@ -5,19 +5,19 @@
 
 namespace {
 
-/// The precision, and a rule in device memory: half a symmetric one, abscissas and then weights.
+/// The precision, and a rule in device memory: half a symmetric one, each abscissa
+/// before its weight: one address for both.
 template <class T, class Pair>
 struct BoxFamily {
     using Real = T;
     using Complex = Pair;
 
-    __device__ T x(int i) const { return cuda_runtime::load(rule, i); }
-    __device__ T w(int i) const { return cuda_runtime::load(rule, half + i); }
+    __device__ T x(int i) const { return cuda_runtime::load(rule, 2 * i); }
+    __device__ T w(int i) const { return cuda_runtime::load(rule, 2 * i + 1); }
     __device__ int order() const { return nodes; }
 
     const T* rule;
     int nodes;
-    int half = (nodes + 1) / 2;
 };
 
 using SingleBox = BoxFamily<float, Complex>;

@@ -13,7 +13,7 @@ struct BoxModule {
     /// (d_array, points, firstX, firstY, firstZ, sx, sy, transform, rule, order, a, b, k): points
     /// of the lattice from (firstX, firstY, firstZ) on, sx and sy of them along x and y; all 16
     /// values of the transform, whose last one divides the positions; half a symmetric rule as in
-    /// `PistonModule`, (order + 1) / 2 abscissas and then their weights
+    /// `PistonModule`, (order + 1) / 2 abscissas, each before its weight
     using Box = cuda_runtime::KernelEntry<Complex*, int, Real, Real, Real, int, int, const Real*,
                                           const Real*, int, Real, Real, Real>;
 

@@ -21,7 +21,7 @@ namespace pistonfield {
 template <class T>
 struct BoxNumbers {
     std::array<T, 16> transform;
-    std::vector<T> rule;  ///< half a symmetric rule: abscissas and then weights
+    std::vector<T> rule;  ///< half a symmetric rule: each abscissa before its weight
     int order;
     T a, b;  ///< half the sides
     T k;

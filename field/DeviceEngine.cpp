@@ -29,9 +29,10 @@ BoxNumbers<T> numbersOf(const Request& request) {
     const auto& values = request.lattice.transform;
     std::transform(values.begin(), values.end(), numbers.transform.begin(),
                    [](double value) { return static_cast<T>(value); });
-    const int half = (rule.order + 1) / 2;
-    numbers.rule.assign(rule.abscissas, rule.abscissas + half);
-    numbers.rule.insert(numbers.rule.end(), rule.weights, rule.weights + half);
+    for (int i = 0; i < (rule.order + 1) / 2; ++i) {
+        numbers.rule.push_back(rule.abscissas[i]);
+        numbers.rule.push_back(rule.weights[i]);
+    }
     return numbers;
 }
 
