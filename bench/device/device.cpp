@@ -226,7 +226,8 @@ void measureSlabs(std::int64_t points) {
     constexpr std::int64_t pointsOfASlab = 1 << 18;  // a plan's
     const std::int64_t slabs = std::max<std::int64_t>(1, points / pointsOfASlab);
     Request request = planeOf(1, Mode::cuda);
-    request.lattice.sizes = {512, std::min(points, pointsOfASlab) / 512 + 1, slabs};
+    request.lattice.sizes = {512, std::max<std::int64_t>(1, std::min(points, pointsOfASlab) / 512),
+                             slabs};
     const Plan plan(request);
     const LatticeBox all = plan.request().lattice.box();
     std::vector<std::complex<float>> values(static_cast<std::size_t>(all.points()));
