@@ -5,30 +5,23 @@
 
 namespace {
 
-__constant__ float global_box_float_x[256];
-__constant__ float global_box_float_w[256];
-__constant__ int global_box_float_N;
-__constant__ double global_box_double_x[256];
-__constant__ double global_box_double_w[256];
-__constant__ int global_box_double_N;
+/// The precision, and a rule in device memory: half a symmetric one, each abscissa
+/// before its weight: one address for both.
+template <class T, class Pair>
+struct BoxFamily {
+    using Real = T;
+    using Complex = Pair;
 
-/// The single-precision family, with a rule of its own.
-struct SingleBox {
-    using Real = float;
-    using Complex = ::Complex;
-    static __device__ float x(int i) { return global_box_float_x[i]; }
-    static __device__ float w(int i) { return global_box_float_w[i]; }
-    static __device__ int order() { return global_box_float_N; }
+    __device__ T x(int i) const { return cuda_runtime::load(rule, 2 * i); }
+    __device__ T w(int i) const { return cuda_runtime::load(rule, 2 * i + 1); }
+    __device__ int order() const { return nodes; }
+
+    const T* rule;
+    int nodes;
 };
 
-/// The double-precision family, with a rule of its own.
-struct DoubleBox {
-    using Real = double;
-    using Complex = ::Complexd;
-    static __device__ double x(int i) { return global_box_double_x[i]; }
-    static __device__ double w(int i) { return global_box_double_w[i]; }
-    static __device__ int order() { return global_box_double_N; }
-};
+using SingleBox = BoxFamily<float, Complex>;
+using DoubleBox = BoxFamily<double, Complexd>;
 
 /// The position of a lattice point, by the lattice's own coordinates: its bits do not depend on
 /// the box that the point is in.
@@ -45,14 +38,15 @@ __device__ inline Position<Family> positionOf(const Position<Family>& index,
 template <class Family>
 __global__ void calculate_box(typename Family::Complex* d_array, int points, Real<Family> firstX,
                               Real<Family> firstY, Real<Family> firstZ, int sx, int sy,
-                              const Real<Family>* transform, Real<Family> a, Real<Family> b,
-                              Real<Family> k) {
+                              const Real<Family>* transform, const Real<Family>* rule, int order,
+                              Real<Family> a, Real<Family> b, Real<Family> k) {
     const auto index = cuda_runtime::threadIndex<Real<Family>>();
     const auto inside = index < points;
     if (!cuda_runtime::any(inside)) return;
     const Position<Family> within = asReals<Family>(gridIndices<Family>(index, sx, sy));
     const Position<Family> at{firstX + within.x, firstY + within.y, firstZ + within.z};
-    const auto p = pressureAt<Family>(positionOf<Family>(at, transform), a, b, k);
+    const auto p =
+        pressureAt<Family>(positionOf<Family>(at, transform), a, b, k, Family{rule, order});
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
 }
 
@@ -60,16 +54,10 @@ __global__ void calculate_box(typename Family::Complex* d_array, int points, Rea
 
 template <>
 SingleBoxModule singleBoxModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
-    return {entryTo<SingleBoxModule::Box, SingleBox, &calculate_box<SingleBox>>(),
-            {{{"global_box_float_x", &global_box_float_x, sizeof global_box_float_x},
-              {"global_box_float_w", &global_box_float_w, sizeof global_box_float_w},
-              {"global_box_float_N", &global_box_float_N, sizeof global_box_float_N}}}};
+    return {entryTo<SingleBoxModule::Box, SingleBox, &calculate_box<SingleBox>>()};
 }
 
 template <>
 DoubleBoxModule doubleBoxModuleOf<lanes::InstructionSet::PISTONFIELD_INSTRUCTION_SET>() {
-    return {entryTo<DoubleBoxModule::Box, DoubleBox, &calculate_box<DoubleBox>>(),
-            {{{"global_box_double_x", &global_box_double_x, sizeof global_box_double_x},
-              {"global_box_double_w", &global_box_double_w, sizeof global_box_double_w},
-              {"global_box_double_N", &global_box_double_N, sizeof global_box_double_N}}}};
+    return {entryTo<DoubleBoxModule::Box, DoubleBox, &calculate_box<DoubleBox>>()};
 }

@@ -2,26 +2,22 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
-#include <array>
-
 #include "FastNearfield/Complex.h"
-#include "cuda_runtime/ConstantSymbol.h"
 #include "cuda_runtime/KernelEntry.h"
 #include "lanes/InstructionSet.h"
 
-/// The kernel of a lattice's boxes, and the constants of its own rule: abscissas, weights and
-/// order, half a symmetric rule as in `PistonModule`. One thread computes the pressure at one
-/// point.
+/// The kernel of a lattice's boxes. One thread computes the pressure at one point. All that it
+/// needs is in its arguments: launches of several plans go on at the same time.
 template <class Real, class Complex>
 struct BoxModule {
-    /// (d_array, points, firstX, firstY, firstZ, sx, sy, transform, a, b, k): points of the lattice
-    /// from (firstX, firstY, firstZ) on, sx and sy of them along x and y; all 16 values of the
-    /// transform, whose last one divides the positions
+    /// (d_array, points, firstX, firstY, firstZ, sx, sy, transform, rule, order, a, b, k): points
+    /// of the lattice from (firstX, firstY, firstZ) on, sx and sy of them along x and y; all 16
+    /// values of the transform, whose last one divides the positions; half a symmetric rule as in
+    /// `PistonModule`, (order + 1) / 2 abscissas, each before its weight
     using Box = cuda_runtime::KernelEntry<Complex*, int, Real, Real, Real, int, int, const Real*,
-                                          Real, Real, Real>;
+                                          const Real*, int, Real, Real, Real>;
 
     Box box;
-    std::array<cuda_runtime::ConstantSymbol, 3> constants;
 };
 
 using SingleBoxModule = BoxModule<float, Complex>;

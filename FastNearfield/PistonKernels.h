@@ -7,7 +7,8 @@
 #include "cuda_runtime/kernel.h"
 
 // The kernels of the fast near-field method and their device functions, for both precisions. A
-// Family names the precision: Real, Complex, and the rule in constant memory, x(), w() and order().
+// Family names the precision: Real, Complex, and has the rule, x(), w() and order(): in constant
+// memory, or where an object of the Family says.
 //
 // The rule is the half of a symmetric one of order N: for i < N/2, x[i] stands for the pair +-x[i]
 // of common weight w[i]; with N odd, w[N/2] belongs to the abscissa 0.
@@ -44,92 +45,121 @@ struct TransformRows {
 };
 
 /// exp(j*angle)
-template <class Family>
+template <class Family, class Angles = cuda_runtime::AnyAngles>
 __device__ inline LaneComplex<Family> unitPhase(Reals<Family> angle) {
-    const auto phase = cuda_runtime::sinCos(cuda_runtime::reduceAngle(angle));
+    const auto phase = Angles::template sinCos<Reals<Family>>(Angles::reduce(angle));
     return {phase.cosine, phase.sine};
 }
 
 /// The device's mathematics, for the integrand.
-template <class Family>
+template <class Family, class Angles>
 struct DeviceMathematics {
     using Scalar = Real<Family>;
     using Reals = ::Reals<Family>;
-    using Angle = cuda_runtime::ReducedAngle<Reals>;
+    using Angle = typename Angles::template Reduced<Reals>;
 
     __device__ static Reals squareRoot(Reals v) { return cuda_runtime::squareRoot(v); }
-    __device__ static Angle reduceAngle(Reals angle) { return cuda_runtime::reduceAngle(angle); }
-    __device__ static auto sinCos(const Angle& angle) { return cuda_runtime::sinCos(angle); }
+    __device__ static Angle reduceAngle(Reals angle) { return Angles::reduce(angle); }
+    __device__ static auto sinCos(const Angle& angle) {
+        return Angles::template sinCos<Reals>(angle);
+    }
 };
 
 // The integrand g(t) of an edge at the offset X has D = X^2 + t^2 and the factor 1/D.
 
-template <class Family>
-using EdgeIntegrand = pistonfield::EdgeIntegrand<DeviceMathematics<Family>>;
-template <class Family>
-using Node = typename EdgeIntegrand<Family>::Node;
-template <class Family>
-using ReducedNode = typename EdgeIntegrand<Family>::ReducedNode;
+template <class Family, class Angles>
+using EdgeIntegrand = pistonfield::EdgeIntegrand<DeviceMathematics<Family, Angles>>;
 
-template <class Family>
-__device__ inline Node<Family> nodeAt(Reals<Family> X, Reals<Family> t, Reals<Family> z,
-                                      Real<Family> k) {
+template <class Family, class Angles>
+__device__ inline auto nodeAt(Reals<Family> X, Reals<Family> t, Reals<Family> z, Real<Family> k) {
+    using Integrand = EdgeIntegrand<Family, Angles>;
     const Reals<Family> d = X * X + t * t;
-    return {EdgeIntegrand<Family>::angleAt(z * z, d, -k), cuda_runtime::reciprocal(d)};
+    return typename Integrand::Node{Integrand::angleAt(z * z, d, -k), cuda_runtime::reciprocal(d)};
 }
 
 /// g(t)
-template <class Family>
+template <class Family, class Angles = cuda_runtime::AnyAngles>
 __device__ inline LaneComplex<Family> RectangularPiston_innerIntegral(
     Reals<Family> X, Reals<Family> t, Reals<Family> z, Real<Family> k, LaneComplex<Family> E) {
-    using Integrand = EdgeIntegrand<Family>;
-    return Integrand::valueAt(Integrand::reduced(nodeAt<Family>(X, t, z, k)), E);
+    using Integrand = EdgeIntegrand<Family, Angles>;
+    return Integrand::valueAt(Integrand::reduced(nodeAt<Family, Angles>(X, t, z, k)), E);
 }
 
-/// What a pair of abscissas c +- offset has in a stage of the integrand, and its weight.
-template <class Family, class Stage>
-struct NodePair {
-    Stage plus;
-    Stage minus;
+/// Something of each of some parallel edges.
+template <class T, int edges>
+struct OfEdges {
+    T of[edges];
+};
+
+/// What a pair of abscissas c +- offset has on each edge in a stage of the integrand, and its
+/// weight.
+template <class Family, class Stage, int edges>
+struct NodePairs {
+    Stage plus[edges];
+    Stage minus[edges];
     Reals<Family> weight;
 };
 
-/// F(X, lo, hi): the integral of g over [lo, hi] by the rule in constant memory.
-template <class Family>
-__device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
-    Reals<Family> X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E, Reals<Family> lo,
-    Reals<Family> hi) {
-    using Integrand = EdgeIntegrand<Family>;
+/// F(X, lo, hi) of parallel edges: the integrals of g over [lo, hi] by the rule.
+template <class Family, class Angles, int edges>
+__device__ inline OfEdges<LaneComplex<Family>, edges> integrals(
+    const OfEdges<Reals<Family>, edges>& X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E,
+    Reals<Family> lo, Reals<Family> hi, const Family& family) {
+    using Integrand = EdgeIntegrand<Family, Angles>;
+    using Nodes = NodePairs<Family, typename Integrand::Node, edges>;
+    using ReducedNodes = NodePairs<Family, typename Integrand::ReducedNode, edges>;
     const Reals<Family> c = (lo + hi) * Real<Family>(0.5);
     const Reals<Family> h = (hi - lo) * Real<Family>(0.5);
-    const int order = Family::order();
+    const int order = family.order();
     const int pairs = order / 2;
-    LaneComplex<Family> sum{};
+    OfEdges<LaneComplex<Family>, edges> sums{};
     cuda_runtime::pipelined(
         pairs,
         [&](int i) __attribute__((always_inline)) {
-            const Reals<Family> offset = h * Family::x(i);
-            return NodePair<Family, Node<Family>>{nodeAt<Family>(X, c + offset, z, k),
-                                                  nodeAt<Family>(X, c - offset, z, k),
-                                                  Family::w(i) * h};
+            const Reals<Family> offset = h * family.x(i);
+            Nodes nodes;
+            for (int edge = 0; edge < edges; ++edge) {
+                nodes.plus[edge] = nodeAt<Family, Angles>(X.of[edge], c + offset, z, k);
+                nodes.minus[edge] = nodeAt<Family, Angles>(X.of[edge], c - offset, z, k);
+            }
+            nodes.weight = family.w(i) * h;
+            return nodes;
         },
-        [](const NodePair<Family, Node<Family>>& nodes) __attribute__((always_inline)) {
-            return NodePair<Family, ReducedNode<Family>>{
-                Integrand::reduced(nodes.plus), Integrand::reduced(nodes.minus), nodes.weight};
+        [](const Nodes& nodes) __attribute__((always_inline)) {
+            ReducedNodes reduced;
+            for (int edge = 0; edge < edges; ++edge) {
+                reduced.plus[edge] = Integrand::reduced(nodes.plus[edge]);
+                reduced.minus[edge] = Integrand::reduced(nodes.minus[edge]);
+            }
+            reduced.weight = nodes.weight;
+            return reduced;
         },
-        [&](const NodePair<Family, ReducedNode<Family>>& nodes) __attribute__((always_inline)) {
-            const auto plus = Integrand::valueAt(nodes.plus, E);
-            const auto minus = Integrand::valueAt(nodes.minus, E);
-            sum.re += (plus.re + minus.re) * nodes.weight;
-            sum.im += (plus.im + minus.im) * nodes.weight;
+        [&](const ReducedNodes& nodes) __attribute__((always_inline)) {
+            for (int edge = 0; edge < edges; ++edge) {
+                const auto plus = Integrand::valueAt(nodes.plus[edge], E);
+                const auto minus = Integrand::valueAt(nodes.minus[edge], E);
+                sums.of[edge].re += (plus.re + minus.re) * nodes.weight;
+                sums.of[edge].im += (plus.im + minus.im) * nodes.weight;
+            }
         });
     if (order > 2 * pairs) {
-        const Reals<Family> weight = Family::w(pairs) * h;
-        const auto middle = RectangularPiston_innerIntegral<Family>(X, c, z, k, E);
-        sum.re += middle.re * weight;
-        sum.im += middle.im * weight;
+        const Reals<Family> weight = family.w(pairs) * h;
+        for (int edge = 0; edge < edges; ++edge) {
+            const auto middle =
+                RectangularPiston_innerIntegral<Family, Angles>(X.of[edge], c, z, k, E);
+            sums.of[edge].re += middle.re * weight;
+            sums.of[edge].im += middle.im * weight;
+        }
     }
-    return sum;
+    return sums;
+}
+
+/// F(X, lo, hi)
+template <class Family>
+__device__ inline LaneComplex<Family> RectangularPiston_integrateFlexible(
+    Reals<Family> X, Reals<Family> z, Real<Family> k, LaneComplex<Family> E, Reals<Family> lo,
+    Reals<Family> hi, const Family& family = {}) {
+    return integrals<Family, cuda_runtime::AnyAngles, 1>({{X}}, z, k, E, lo, hi, family).of[0];
 }
 
 /// Adds factor * F(X, lo, hi) to the sums re and im.
@@ -160,24 +190,33 @@ __device__ inline Placing<Family> placingOf(Reals<Family> coordinate, Real<Famil
     return {outside, split};
 }
 
-/// The term X * (integral along the edge from lo to hi at the offset X).
-template <class Family>
-__device__ inline LaneComplex<Family> edgeTerm(Placing<Family> placing, Reals<Family> X,
-                                               Reals<Family> z, Real<Family> k,
-                                               LaneComplex<Family> E, Reals<Family> lo,
-                                               Reals<Family> hi) {
+/// The terms X * (integral along the edge from lo to hi at the offset X) of two parallel edges.
+template <class Family, class Angles>
+__device__ inline OfEdges<LaneComplex<Family>, 2> edgeTerms(
+    Placing<Family> placing, const OfEdges<Reals<Family>, 2>& X, Reals<Family> z, Real<Family> k,
+    LaneComplex<Family> E, Reals<Family> lo, Reals<Family> hi, const Family& family) {
     using cuda_runtime::select;
     const Reals<Family> zero{};
-    auto integral = RectangularPiston_integrateFlexible<Family>(
-        X, z, k, E, select(placing.outside, lo, zero), hi);
-    if (cuda_runtime::any(placing.split)) {
-        const auto lower = RectangularPiston_integrateFlexible<Family>(X, z, k, E, lo, zero);
-        integral.re = select(placing.split, integral.re + lower.re, integral.re);
-        integral.im = select(placing.split, integral.im + lower.im, integral.im);
-    }
+    OfEdges<LaneComplex<Family>, 2> sums{};
+    cuda_runtime::inTurn(
+        cuda_runtime::any(placing.split) ? 2 : 1, [&](int part) __attribute__((always_inline)) {
+            const Reals<Family> begin = part > 0 ? lo : select(placing.outside, lo, zero);
+            const Reals<Family> end = part > 0 ? zero : hi;
+            const auto found = integrals<Family, Angles, 2>(X, z, k, E, begin, end, family);
+            for (int edge = 0; edge < 2; ++edge) {
+                auto& [re, im] = sums.of[edge];
+                const auto& [foundRe, foundIm] = found.of[edge];
+                re = part > 0 ? select(placing.split, re + foundRe, re) : foundRe;
+                im = part > 0 ? select(placing.split, im + foundIm, im) : foundIm;
+            }
+        });
     const Mask<Family> once = placing.outside | placing.split;
-    const Reals<Family> factor = select(once, X, 2 * X);
-    return {factor * integral.re, factor * integral.im};
+    for (int edge = 0; edge < 2; ++edge) {
+        const Reals<Family> factor = select(once, X.of[edge], 2 * X.of[edge]);
+        sums.of[edge].re = factor * sums.of[edge].re;
+        sums.of[edge].im = factor * sums.of[edge].im;
+    }
+    return sums;
 }
 
 /// -j * S / (2 pi)
@@ -192,7 +231,7 @@ __device__ inline LaneComplex<Family> scaled(LaneComplex<Family> S) {
 template <class Family>
 __device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
     Reals<Family> x, Reals<Family> y, Reals<Family> z, Real<Family> a, Real<Family> b,
-    Real<Family> k) {
+    Real<Family> k, const Family& family = {}) {
     using cuda_runtime::select;
     const Reals<Family> ax = cuda_runtime::absolute(x);
     const Reals<Family> ay = cuda_runtime::absolute(y);
@@ -200,21 +239,34 @@ __device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
     const Reals<Family> x2 = ax + a;
     const Reals<Family> y1 = ay - b;
     const Reals<Family> y2 = ay + b;
-    const LaneComplex<Family> E = unitPhase<Family>(-k * z);
-
-    const Placing<Family> alongY = placingOf<Family>(ay, b);
-    const auto atX1 = edgeTerm<Family>(alongY, x1, z, k, E, y1, y2);
-    const auto atX2 = edgeTerm<Family>(alongY, x2, z, k, E, y1, y2);
-    const LaneComplex<Family> S{atX1.re - atX2.re, atX1.im - atX2.im};
-
-    const Placing<Family> alongX = placingOf<Family>(ax, a);
-    const auto atY1 = edgeTerm<Family>(alongX, y1, z, k, E, x1, x2);
-    const auto atY2 = edgeTerm<Family>(alongX, y2, z, k, E, x1, x2);
-    // The order of the additions depends on the case.
-    const auto added = [split = alongX.split](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
-        return select(split, (s + t1) - t2, s + (t1 - t2));
-    };
-    return scaled<Family>({added(S.re, atY1.re, atY2.re), added(S.im, atY1.im, atY2.im)});
+    // No point of the piston is further away.
+    const Reals<Family> farthest = cuda_runtime::squareRoot(x2 * x2 + y2 * y2 + z * z);
+    return cuda_runtime::withAngles(
+        cuda_runtime::absolute(k * farthest), [&](auto angles) __attribute__((always_inline)) {
+            using Angles = decltype(angles);
+            const LaneComplex<Family> E = unitPhase<Family, Angles>(-k * z);
+            // -0 leaves what is added to it as it is.
+            LaneComplex<Family> S{-Reals<Family>{}, -Reals<Family>{}};
+            OfEdges<Reals<Family>, 2> across{{x1, x2}};
+            OfEdges<Reals<Family>, 2> along{{y1, y2}};
+            Placing<Family> placing = placingOf<Family>(ay, b);
+            cuda_runtime::inTurn(
+                2, [&](int) __attribute__((always_inline)) {
+                    const auto terms = edgeTerms<Family, Angles>(placing, across, z, k, E,
+                                                                 along.of[0], along.of[1], family);
+                    // The order of the additions depends on the case.
+                    const auto added = [&](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
+                        return select(placing.split, (s + t1) - t2, s + (t1 - t2));
+                    };
+                    S = {added(S.re, terms.of[0].re, terms.of[1].re),
+                         added(S.im, terms.of[0].im, terms.of[1].im)};
+                    const auto swapped = across;
+                    across = along;
+                    along = swapped;
+                    placing = placingOf<Family>(ax, a);
+                });
+            return scaled<Family>(S);
+        });
 }
 
 /// The pressure at (x, y, z) with every edge in one piece: the plain sum of four integrals.
@@ -290,8 +342,9 @@ __device__ inline Position<Family> place(const GridIndices<Family>& index,
 
 template <class Family>
 __device__ inline LaneComplex<Family> pressureAt(const Position<Family>& p, Real<Family> a,
-                                                 Real<Family> b, Real<Family> k) {
-    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k);
+                                                 Real<Family> b, Real<Family> k,
+                                                 const Family& family = {}) {
+    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k, family);
 }
 
 template <class Family>

@@ -22,10 +22,16 @@ class KernelEntry {
     const void* address() const noexcept { return entry; }
 
     /// Configures the call and, when that succeeds, passes the arguments in declaration order and
-    /// launches. A failing argument ends the entry without a launch.
+    /// launches, on the default stream. A failing argument ends the entry without a launch.
     /// @return the first failure, which is also the runtime's last error
     cudaError_t launch(dim3 grid, dim3 block, Parameters... arguments) const {
-        cudaError_t status = cudaConfigureCall(grid, block, 0, 0);
+        return launchOn(nullptr, grid, block, arguments...);
+    }
+
+    /// The same, on a stream.
+    cudaError_t launchOn(cudaStream_t stream, dim3 grid, dim3 block,
+                         Parameters... arguments) const {
+        cudaError_t status = cudaConfigureCall(grid, block, 0, stream);
         if (status != cudaSuccess) return status;
         ArgumentLayout layout(sizeof(void*));
         if (((status = pass(layout, arguments), status == cudaSuccess) && ...))

@@ -14,8 +14,8 @@ namespace cuda_runtime {
 /// A launch between its configuration and its start: the geometry and the packed arguments.
 class PendingCall {
   public:
-    PendingCall(dim3 grid, dim3 block, std::size_t sharedBytes) noexcept
-        : grid(grid), block(block), sharedBytes(sharedBytes) {}
+    PendingCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream) noexcept
+        : grid(grid), block(block), sharedBytes(sharedBytes), stream(stream) {}
 
     /// Takes the next argument. False when it does not fit the parameter space.
     bool put(const void* argument, std::size_t bytes, std::size_t offset) noexcept {
@@ -44,6 +44,7 @@ class PendingCall {
     dim3 grid;
     dim3 block;
     std::size_t sharedBytes;
+    cudaStream_t stream;
 
   private:
     alignas(16) std::array<std::byte, 4096> space{};

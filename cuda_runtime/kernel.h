@@ -13,7 +13,9 @@
 //   load, loadRun, store             device memory
 //   select, any                      decisions lane by lane
 //   product, sum                     each rounded by itself, never fused into one operation
-//   absolute, squareRoot, reciprocal, sinCos   device mathematics
+//   absolute, squareRoot, reciprocal   device mathematics
+//   withAngles               sine and cosine of angles up to a magnitude
+//   inTurn, pipelined        loops
 //   entryOf<T, &kernel>()            a kernel's registered entry, for `cudaLaunch`
 
 #ifdef __CUDACC__

@@ -28,6 +28,7 @@ enum cudaError_t : int {
     cudaErrorInvalidDevice = 101,
     cudaErrorDeviceUninitialized = 201,
     cudaErrorNoKernelImageForDevice = 209,
+    cudaErrorInvalidResourceHandle = 400,
     cudaErrorIllegalAddress = 700,
     cudaErrorLaunchOutOfResources = 701,
     cudaErrorLaunchFailure = 719,
@@ -57,6 +58,10 @@ struct dim3 {
     unsigned z = 1;
 };
 
+/// A queue of work on a device. Null is the default stream; the toolkit's own streams are those of
+/// an installed runtime.
+using cudaStream_t = struct Stream*;
+
 cudaError_t cudaGetDeviceCount(int* count);
 cudaError_t cudaGetDeviceProperties(cudaDeviceProp* properties, int device);
 cudaError_t cudaSetDevice(int device);
@@ -70,18 +75,35 @@ cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t b
                                std::size_t offset = 0,
                                cudaMemcpyKind kind = cudaMemcpyHostToDevice);
 
+/// Memory of the host that a device reaches by itself: a copy from or to it goes on beside the
+/// calling thread.
+cudaError_t cudaMallocHost(void** address, std::size_t bytes);
+cudaError_t cudaFreeHost(void* address);
+
+/// A stream that goes on beside the default one: neither waits for the other.
+cudaError_t cudaStreamCreate(cudaStream_t* stream);
+/// Lets go of a stream, whose work is still done.
+cudaError_t cudaStreamDestroy(cudaStream_t stream);
+/// Waits for the work of a stream, and reports what failed in it.
+cudaError_t cudaStreamSynchronize(cudaStream_t stream);
+
+/// Copies behind the work of a stream. Neither side changes or goes until the stream was waited
+/// for.
+cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            cudaStream_t stream);
+
 /// A launch is three steps: the geometry, the arguments one by one, and the start. `entry` is the
-/// kernel's registered entry (`cuda_runtime/kernel.h`). The default stream is 0.
-cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream);
+/// kernel's registered entry (`cuda_runtime/kernel.h`).
+cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream);
 cudaError_t cudaSetupArgument(const void* argument, std::size_t bytes, std::size_t offset);
 cudaError_t cudaLaunch(const void* entry);
 
 /// Waits for the device.
 cudaError_t cudaThreadSynchronize();
 
-/// Ends the calling thread's context: its memory and its pending work are gone, and the constants
-/// that it wrote last are zero. Over the toolkit that is what the thread did through this
-/// interface; the device's primary context, which the whole process shares, goes on.
+/// Ends the calling thread's context: its memory, its streams and its pending work are gone, and
+/// the constants that it wrote last are zero. Over the toolkit that is what the thread did through
+/// this interface; the device's primary context, which the whole process shares, goes on.
 cudaError_t cudaThreadExit();
 
 /// Lets go of what stays on the devices between contexts so that the next one is ready sooner:

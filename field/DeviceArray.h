@@ -6,6 +6,7 @@
 #include <span>
 
 #include "cuda_runtime/runtime.h"
+#include "field/DeviceStream.h"
 #include "field/DeviceThread.h"
 
 namespace pistonfield {
@@ -38,6 +39,21 @@ class DeviceArray {
         requireSuccess(cuda_runtime::cudaMemcpy(to.data(), elements, to.size_bytes(),
                                                 cuda_runtime::cudaMemcpyDeviceToHost),
                        operation);
+    }
+
+    /// The same, behind the work of a stream: the host's side does not change or go, and is not
+    /// read, until the stream was waited for.
+    void upload(std::span<const T> from, const DeviceStream& stream, const char* operation) const {
+        requireSuccess(
+            cuda_runtime::cudaMemcpyAsync(elements, from.data(), from.size_bytes(),
+                                          cuda_runtime::cudaMemcpyHostToDevice, stream.get()),
+            operation);
+    }
+    void download(std::span<T> to, const DeviceStream& stream, const char* operation) const {
+        requireSuccess(
+            cuda_runtime::cudaMemcpyAsync(to.data(), elements, to.size_bytes(),
+                                          cuda_runtime::cudaMemcpyDeviceToHost, stream.get()),
+            operation);
     }
 
   private:

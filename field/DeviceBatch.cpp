@@ -11,51 +11,6 @@ namespace pistonfield {
 
 namespace {
 
-/// Some rules of the ladder of orders in device memory.
-template <class T>
-class RulesOnDevice {
-  public:
-    static constexpr auto rungs = static_cast<std::size_t>(Rules<T>::rungs);
-
-    RulesOnDevice(const Rules<T>& rules, const std::bitset<rungs>& used)
-        : numbers(2 * nodesOf(used)), nodes(rungs) {
-        std::vector<T> all;
-        std::vector<Nodes<T>> table(rungs, Nodes<T>{nullptr, nullptr, 0});
-        for (std::size_t rung = 0; rung < rungs; ++rung) {
-            if (!used[rung]) continue;
-            rules.require(static_cast<int>(rung));
-            const auto [abscissas, weights, count] = rules.table()[rung];
-            const T* const at = numbers.get() + all.size();
-            table[rung] = {at, at + count, count};
-            all.insert(all.end(), abscissas, abscissas + count);
-            all.insert(all.end(), weights, weights + count);
-        }
-        numbers.upload(all, "cudaMemcpy of the rules");
-        nodes.upload(table, "cudaMemcpy of the rules' table");
-    }
-
-    /// The rules by their rungs.
-    const Nodes<T>* table() const noexcept { return nodes.get(); }
-
-    /// The most bytes that they take.
-    static std::int64_t mostBytes() noexcept {
-        const std::size_t numbers = 2 * nodesOf(std::bitset<rungs>().set());
-        return static_cast<std::int64_t>(numbers * sizeof(T) + rungs * sizeof(Nodes<T>));
-    }
-
-  private:
-    static std::size_t nodesOf(const std::bitset<rungs>& used) noexcept {
-        std::size_t count = 0;
-        for (std::size_t rung = 0; rung < rungs; ++rung)
-            if (used[rung])
-                count += static_cast<std::size_t>(OrderLadder::nodesOf(static_cast<int>(rung)));
-        return count;
-    }
-
-    DeviceArray<T> numbers;
-    DeviceArray<Nodes<T>> nodes;
-};
-
 /// Puts the numbers of some points beside those of others.
 template <class T>
 void put(const GroupNumbers<T>& from, Members members, GroupNumbers<T>& to) {
@@ -79,26 +34,28 @@ constexpr auto bytesOfAGroup = static_cast<std::int64_t>(sizeof(GroupNumbers<T>)
 }  // namespace
 
 template <class T>
-DeviceBatch<T>::DeviceBatch(std::size_t most) : numbers(most), computed(most) {
-    parts.reserve(most);
+DeviceBatch<T>::DeviceBatch(std::size_t most, Streams streams)
+    : numbers(most), onDevice(most), field(most), some(most), stream(streams) {
+    // Also those that nobody asks for are read.
+    std::fill(numbers.all().begin(), numbers.all().end(), GroupNumbers<T>{});
 }
 
 template <class T>
 std::int64_t DeviceBatch<T>::memoryOf(std::int64_t most) noexcept {
-    // Each point may be a part, and a growing vector takes half as much again.
-    constexpr std::int64_t parts = groupSize + groupSize / 2;
-    return most * (bytesOfAGroup<T> + parts * static_cast<std::int64_t>(sizeof(PartOnDevice))) +
-           RulesOnDevice<T>::mostBytes();
+    // Each point may be a part, which is put beside the others once more, and a growing vector
+    // takes half as much again.
+    constexpr std::int64_t parts = 2 * groupSize + groupSize / 2;
+    return most * (bytesOfAGroup<T> + parts * static_cast<std::int64_t>(sizeof(PartOnDevice)));
 }
 
 template <class T>
 std::int64_t DeviceBatch<T>::deviceMemoryOf(std::int64_t most) noexcept {
-    return most * (bytesOfAGroup<T> + static_cast<std::int64_t>(sizeof(PartOnDevice))) +
-           RulesOnDevice<T>::mostBytes();
+    return most * (bytesOfAGroup<T> + static_cast<std::int64_t>(sizeof(PartOnDevice)));
 }
 
 template <class T>
-void DeviceBatch<T>::clear() noexcept {
+void DeviceBatch<T>::clear(std::size_t groups) noexcept {
+    count = groups;
     parts.clear();
 }
 
@@ -107,7 +64,7 @@ void DeviceBatch<T>::Turn::add(std::size_t place, const GroupPoints& points, Mem
                                const Face& face, const GroupOrders& orders,
                                const ErrorLimit& limit) {
     const auto findNumbers = groupFields().in<T>().findNumbers;
-    GroupNumbers<T>& to = batch.numbers[place];
+    GroupNumbers<T>& to = batch.numbers.all()[place];
     orders.inParts(points, limit, [&](const GroupPart& part) {
         const Members members = part.members & asked;
         if (members.none()) return;
@@ -136,32 +93,40 @@ auto DeviceBatch<T>::usedRungs() const -> Rungs {
 }
 
 template <class T>
-void DeviceBatch<T>::compute(const Face& face, const Rules<T>& rules) {
-    if (parts.empty()) return;
-    const DeviceArray<GroupValues<T>> field(computed.size());
-    compute(face, rules, field);
-    field.download(computed, "cudaMemcpy of the field");
+std::span<const PartOnDevice> DeviceBatch<T>::staged() {
+    if (!staging || staging->all().size() < parts.size()) {
+        staging.reset();
+        staging = std::make_unique<const PinnedArray<PartOnDevice>>(parts.size());
+    }
+    std::copy(parts.begin(), parts.end(), staging->all().begin());
+    return staging->all().first(parts.size());
 }
 
 template <class T>
-void DeviceBatch<T>::compute(const Face& face, const Rules<T>& rules,
-                             const DeviceArray<GroupValues<T>>& field) const {
-    const RulesOnDevice<T> onDevice(rules, usedRungs());
-    const DeviceArray<GroupNumbers<T>> points(numbers.size());
-    points.upload(numbers, "cudaMemcpy of the points");
-    const std::size_t most = std::min(parts.size(), numbers.size());
-    const DeviceArray<PartOnDevice> some(most);
+void DeviceBatch<T>::begin(const Face& face, RulesOnDevice<T>& rules) {
+    if (parts.empty()) return;
+    const Nodes<T>* const table = rules.table(usedRungs());
+    onDevice.upload(numbers.all().first(count), stream, "cudaMemcpyAsync of the points");
+    const std::span<const PartOnDevice> all = staged();
     const auto [halfX, halfY] = halfSidesOf<T>(face);
-    for (std::size_t first = 0; first < parts.size(); first += most) {
-        const std::size_t count = std::min(most, parts.size() - first);
-        some.upload(std::span(parts).subspan(first, count), "cudaMemcpy of the orders");
+    for (std::size_t first = 0; first < all.size(); first += numbers.all().size()) {
+        const auto next = all.subspan(first, std::min(numbers.all().size(), all.size() - first));
+        some.upload(next, stream, "cudaMemcpyAsync of the orders");
         constexpr int partsOfABlock = 8;
-        const auto blocks = static_cast<unsigned>(iDivUp(static_cast<int>(count), partsOfABlock));
-        requireSuccess(groupModule(T()).compute.launch(
-                           {blocks}, {partsOfABlock * groupSize}, field.get(), points.get(),
-                           some.get(), static_cast<int>(count), onDevice.table(), halfX, halfY),
+        const auto partCount = static_cast<int>(next.size());
+        requireSuccess(groupModule(T()).compute.launchOn(
+                           stream.get(), {static_cast<unsigned>(iDivUp(partCount, partsOfABlock))},
+                           {partsOfABlock * groupSize}, field.get(), onDevice.get(), some.get(),
+                           partCount, table, halfX, halfY),
                        "the launch of the kernel");
     }
+}
+
+template <class T>
+void DeviceBatch<T>::bring() {
+    if (!computed) computed = std::make_unique<const PinnedArray<GroupValues<T>>>(room());
+    if (!parts.empty())
+        field.download(computed->all().first(count), stream, "cudaMemcpyAsync of the field");
 }
 
 template class DeviceBatch<float>;

@@ -1,101 +1,121 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
-#include <array>
-#include <cstddef>
-#include <type_traits>
+#include <iterator>
+#include <span>
 #include <vector>
 
-#include "FastNearfield/BoxModules.h"
-#include "core/CudaCheck.h"
-#include "field/DeviceArray.h"
+#include "field/BoxOnDevice.h"
 #include "field/DeviceThread.h"
 #include "field/Engine.h"
+#include "field/KeptOnDevice.h"
 #include "field/engineRule.h"
+#include "field/pieces.h"
 
 namespace pistonfield {
 
 namespace {
 
-using namespace cuda_runtime;
+template <class T>
+BoxNumbers<T> numbersOf(const Request& request) {
+    GaussLegendre<T> rule;
+    setRule(rule, request.rule);
+    BoxNumbers<T> numbers{{},
+                          {},
+                          rule.order,
+                          static_cast<T>(0.5) * static_cast<T>(request.piston.width),
+                          static_cast<T>(0.5) * static_cast<T>(request.piston.height),
+                          static_cast<T>(request.wave.wavenumber)};
+    const auto& values = request.lattice.transform;
+    std::transform(values.begin(), values.end(), numbers.transform.begin(),
+                   [](double value) { return static_cast<T>(value); });
+    for (int i = 0; i < (rule.order + 1) / 2; ++i) {
+        numbers.rule.push_back(rule.abscissas[i]);
+        numbers.rule.push_back(rule.weights[i]);
+    }
+    return numbers;
+}
 
+/// Computes boxes in slabs, of which the device computes the next one while the host reads one.
 template <class T>
 class DeviceEngine : public Engine<T> {
   public:
-    explicit DeviceEngine(const Request& request)
-        : a(static_cast<T>(0.5) * static_cast<T>(request.piston.width)),
-          b(static_cast<T>(0.5) * static_cast<T>(request.piston.height)),
-          k(static_cast<T>(request.wave.wavenumber)) {
-        const auto& values = request.lattice.transform;
-        std::transform(values.begin(), values.end(), transform.begin(),
-                       [](double value) { return static_cast<T>(value); });
-        setRule(rule, request.rule);
-    }
+    explicit DeviceEngine(const Request& request) : numbers(numbersOf<T>(request)) {}
 
-    void fill(const LatticeBox& box, const Destination<T>& to,
-              unsigned /*threads*/) const override {
-        const auto points = static_cast<std::size_t>(box.points());
-        std::vector<Pair> values(points);
-        device.run([&] { compute(box, values); });
-        for (std::size_t i = 0; i < points; ++i) {
-            const auto at = static_cast<std::ptrdiff_t>(i) * to.stride;
-            to.re[at] = values[i].re;
-            to.im[at] = values[i].im;
-        }
+    void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
+        fillWatched(box, to, {{}, {}, threads});
     }
+    void fillWatched(const LatticeBox& box, const Destination<T>& to,
+                     const Conduct& conduct) const override {
+        compute(box, to, conduct);
+    }
+    void fillConverted(const LatticeBox& box, const Destination<typename Engine<T>::Other>& to,
+                       const Conduct& conduct) const override {
+        compute(box, to, conduct);
+    }
+    bool converts() const noexcept override { return true; }
 
-    std::int64_t pieceToWatch(unsigned /*threads*/) const override {
-        // At about a nanosecond each, which the emulation device takes; a GPU takes less.
-        constexpr std::int64_t evaluations = 1 << 26;
-        return std::clamp<std::int64_t>(evaluations / (4 * rule.order), 1, largestPiece());
-    }
-    double evaluationsOfAPoint() const override { return 4.0 * rule.order; }
-    std::int64_t largestPiece() const noexcept override { return 1 << 20; }
+    std::int64_t pieceToWatch(unsigned /*threads*/) const override { return largestPiece(); }
+    double evaluationsOfAPoint() const override { return 4.0 * numbers.order; }
+    std::int64_t largestPiece() const noexcept override { return std::int64_t{1} << 30; }
     std::int64_t memoryOf(const LatticeBox& box) const noexcept override {
-        return std::min(box.points(), largestPiece()) * static_cast<std::int64_t>(sizeof(Pair));
+        const std::int64_t slabs = std::min<std::int64_t>(
+            OnDevice::slabs, (box.points() + slabPoints() - 1) / slabPoints());
+        return slabs * BoxOnDevice<T>::bytesOf(std::min(box.points(), slabPoints()));
     }
     std::int64_t deviceMemoryOf(const LatticeBox& box) const noexcept override {
-        return memoryOf(box);
+        const std::size_t tables = numbers.transform.size() + numbers.rule.size();
+        return memoryOf(box) + static_cast<std::int64_t>(tables * sizeof(T));
     }
 
   private:
-    using Module = std::remove_cvref_t<decltype(boxModule(T()))>;
-    using Pair = std::conditional_t<std::is_same_v<T, float>, Complex, Complexd>;
+    using OnDevice = BoxOnDevice<T>;
 
-    void compute(const LatticeBox& box, std::vector<Pair>& values) const {
-        const Module& module = boxModule(T());
-        uploadRule(module);
-        const DeviceArray<T> matrix(transform.size());
-        matrix.upload(transform, "cudaMemcpy of the transform");
-        const DeviceArray<Pair> field(values.size());
-        const auto points = static_cast<int>(values.size());
-        constexpr int blockSize = 128;
-        requireSuccess(
-            module.box.launch({static_cast<unsigned>(iDivUp(points, blockSize))}, {blockSize},
-                              field.get(), points, static_cast<T>(box.first[0]),
-                              static_cast<T>(box.first[1]), static_cast<T>(box.first[2]),
-                              static_cast<int>(box.size[0]), static_cast<int>(box.size[1]),
-                              matrix.get(), a, b, k),
-            "the launch of the kernel");
-        field.download(values, "cudaMemcpy of the field");
+    /// Enough to fill a large GPU, and on the emulation device, which takes about a nanosecond for
+    /// an evaluation, worth watching.
+    std::int64_t slabPoints() const noexcept {
+        constexpr std::int64_t evaluations = 1 << 26;
+        constexpr std::int64_t most = 1 << 18;
+        return std::clamp<std::int64_t>(evaluations / (4 * numbers.order), 1, most);
     }
 
-    /// Before every launch: on the emulation device plans share the constants.
-    void uploadRule(const Module& module) const {
-        const auto half = static_cast<std::size_t>(rule.order + 1) / 2 * sizeof(T);
-        upload(module.constants[0].name, rule.abscissas, half);
-        upload(module.constants[1].name, rule.weights, half);
-        upload(module.constants[2].name, &rule.order, sizeof rule.order);
+    template <class U>
+    void compute(const LatticeBox& box, const Destination<U>& to, const Conduct& conduct) const {
+        std::vector<LatticeBox> slabs;
+        inPieces(box, slabPoints(), [&slabs](const LatticeBox& slab) { slabs.push_back(slab); });
+        typename KeptOnDevice<OnDevice>::Use use(onDevice);
+        auto next = slabs.begin();
+        std::int64_t done = 0;
+        for (std::ptrdiff_t i = 0; i < std::ssize(slabs); ++i) {
+            if (conduct.stop.stop_requested()) throw Stopped();
+            std::span<const typename OnDevice::Value> values;
+            device.run([&] {
+                if (!use.get()) use.get() = std::make_unique<OnDevice>(numbers);
+                for (; next != slabs.end() && next - slabs.begin() < i + OnDevice::slabs; ++next)
+                    use.get()->begin(slabOf(next - slabs.begin()), *next);
+                values = use.get()->wait(slabOf(i));
+            });
+            store(values, to.from(done));
+            done += std::ssize(values);
+            if (conduct.progress) conduct.progress(done);
+        }
+        use.finish();
     }
 
-    static void upload(const char* constant, const void* from, std::size_t bytes) {
-        requireSuccess(cudaMemcpyToSymbol(constant, from, bytes), "cudaMemcpyToSymbol of the rule");
+    static int slabOf(std::ptrdiff_t number) { return static_cast<int>(number % OnDevice::slabs); }
+
+    template <class U>
+    static void store(std::span<const typename OnDevice::Value> values, const Destination<U>& to) {
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const auto at = static_cast<std::ptrdiff_t>(i) * to.stride;
+            to.re[at] = static_cast<U>(values[i].re);
+            to.im[at] = static_cast<U>(values[i].im);
+        }
     }
 
-    std::array<T, 16> transform{};
-    T a, b, k;
-    GaussLegendre<T> rule;
+    BoxNumbers<T> numbers;
     mutable DeviceThread device;
+    mutable KeptOnDevice<OnDevice> onDevice{device};
 };
 
 }  // namespace

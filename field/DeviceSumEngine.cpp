@@ -13,6 +13,7 @@
 #include "field/DeviceSums.h"
 #include "field/DeviceThread.h"
 #include "field/GroupRuns.h"
+#include "field/KeptOnDevice.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
 
@@ -91,12 +92,12 @@ class DeviceSumEngine : public ArrayEngine<T> {
 
     std::int64_t memoryOf(const LatticeBox& box) const noexcept override {
         return rounds.memory() + DeviceSums<T>::memoryOf(terms->array(), groupsAtATime(box)) +
-               DeviceBatch<T>::memoryOf(nearAtATime(box));
+               DeviceBatch<T>::memoryOf(nearAtATime(box)) + RulesOnDevice<T>::mostBytes();
     }
 
     std::int64_t deviceMemoryOf(const LatticeBox& box) const noexcept override {
         return DeviceSums<T>::deviceMemoryOf(terms->array(), groupsAtATime(box)) +
-               DeviceBatch<T>::deviceMemoryOf(nearAtATime(box));
+               DeviceBatch<T>::deviceMemoryOf(nearAtATime(box)) + RulesOnDevice<T>::mostBytes();
     }
 
   protected:
@@ -118,6 +119,28 @@ class DeviceSumEngine : public ArrayEngine<T> {
   private:
     static constexpr std::int64_t groupsOfATurn = 16;
     static constexpr std::size_t mostNear = 1 << 14;
+
+    /// What the device has of a computation.
+    struct OnDevice {
+        OnDevice(const Rules<T>& rules, const ElementRounds& rounds, const Array& array,
+                 const Wave& wave)
+            : rules(rules), sums(rounds, array, wave) {}
+
+        /// A batch of so many groups. What was under way is waited for.
+        DeviceBatch<T>& batchFor(std::size_t groups) {
+            if (batch) batch->wait();
+            if (!batch || batch->room() < groups) {
+                batch.reset();
+                batch = std::make_unique<DeviceBatch<T>>(groups, DeviceBatch<T>::Streams::usual);
+            }
+            batch->clear(groups);
+            return *batch;
+        }
+
+        RulesOnDevice<T> rules;
+        DeviceSums<T> sums;
+        std::unique_ptr<DeviceBatch<T>> batch;
+    };
 
     std::size_t laneOf(const Index& point) const {
         return static_cast<std::size_t>(terms->numberOf(point) % groupSize);
@@ -154,9 +177,12 @@ class DeviceSumEngine : public ArrayEngine<T> {
     void compute(std::int64_t count, GroupAt groupAt, unsigned threads, Work work) const {
         const std::int64_t most =
             std::min(count, DeviceSums<T>::mostGroups(terms->array().weightings()));
+        typename KeptOnDevice<OnDevice>::Use use(onDevice);
         device.run([&] {
-            DeviceSums<T> sums(rounds, terms->array(), terms->request().wave,
-                               static_cast<std::size_t>(most));
+            if (!use.get())
+                use.get() = std::make_unique<OnDevice>(rules, rounds, terms->array(),
+                                                       terms->request().wave);
+            DeviceSums<T>& sums = use.get()->sums;
             std::vector<GroupSites> sites;
             std::vector<std::int64_t> numbers;
             for (std::int64_t next = 0; next < count;) {
@@ -171,20 +197,21 @@ class DeviceSumEngine : public ArrayEngine<T> {
                 if (sites.empty()) break;
                 sums.begin(sites);
                 for (const ElementRounds::Round& round : rounds.all())
-                    add(round, sites, threads, sums);
+                    add(round, sites, threads, *use.get());
                 sums.finish();
                 for (std::size_t i = 0; i < sites.size(); ++i) work(numbers[i], sums, i);
             }
         });
+        use.finish();
     }
 
     void add(const ElementRounds::Round& round, const std::vector<GroupSites>& sites,
-             unsigned threads, DeviceSums<T>& sums) const {
+             unsigned threads, OnDevice& to) const {
         const NearElements near = findNear(round, sites, threads);
-        sums.addFar(round, near, *farFaces[round.shape]);
+        to.sums.addFar(round, near, *farFaces[round.shape]);
         for (std::size_t begin = 0; begin < near.all.size(); begin += mostNear) {
             const std::size_t end = std::min(near.all.size(), begin + mostNear);
-            DeviceBatch<T> batch(end - begin);
+            DeviceBatch<T>& batch = to.batchFor(end - begin);
             inParallel(static_cast<std::int64_t>(end - begin), groupsOfATurn, threads,
                        [&](std::int64_t from, std::int64_t to) {
                            prepare(round, sites, near, begin,
@@ -192,9 +219,8 @@ class DeviceSumEngine : public ArrayEngine<T> {
                                     begin + static_cast<std::size_t>(to)},
                                    batch);
                        });
-            const DeviceArray<GroupValues<T>> values(end - begin);
-            batch.compute(fields.differentFaces()[round.shape], rules, values);
-            sums.addNear(round, begin, end, values);
+            batch.begin(fields.differentFaces()[round.shape], to.rules);
+            to.sums.addNear(round, begin, end, batch.values());
         }
     }
 
@@ -266,6 +292,7 @@ class DeviceSumEngine : public ArrayEngine<T> {
     std::vector<std::unique_ptr<const FarFace<T>>> farFaces;
     Rules<T> rules;
     mutable DeviceThread device;
+    mutable KeptOnDevice<OnDevice> onDevice{device};
     bool isEmulated = device.isEmulated();
 };
 

@@ -109,15 +109,12 @@ const N* DeviceSums<T>::Replaced<N>::replace(std::span<const N> by, const char* 
 }
 
 template <class T>
-DeviceSums<T>::DeviceSums(const ElementRounds& rounds, const Array& array, const Wave& wave,
-                          std::size_t most)
+DeviceSums<T>::DeviceSums(const ElementRounds& rounds, const Array& array, const Wave& wave)
     : perWavelength(wave.wavenumber / (2 * std::numbers::pi)),
       weightings(filledUp(array.weightings())),
       elements(array.elements.size()),
       weights(2 * array.elements.size() * weightings),
-      toNextWeights(static_cast<std::int64_t>(2 * array.elements.size())),
-      sitesOnDevice(most),
-      sumsOnDevice(most * weightings) {
+      toNextWeights(static_cast<std::int64_t>(2 * array.elements.size())) {
     elements.upload(numbersOf<T>(rounds, array.elements, perWavelength),
                     "cudaMemcpy of the elements");
     weights.upload(weightsOf<T>(rounds, array, weightings), "cudaMemcpy of the weights");
@@ -128,9 +125,9 @@ void DeviceSums<T>::begin(std::span<const GroupSites> of) {
     groups = of.size();
     sites.resize(groups);
     for (std::size_t i = 0; i < groups; ++i) setSite(of[i].places, perWavelength, sites[i]);
-    sitesOnDevice.upload(sites, "cudaMemcpy of the points");
+    sitesOnDevice.replace(sites, "cudaMemcpy of the points");
     sums.assign(groups * weightings, GroupSums<T>{});
-    sumsOnDevice.upload(sums, "cudaMemcpy of the sums");
+    sumsOnDevice.replace(sums, "cudaMemcpy of the sums");
 }
 
 template <class T>

@@ -30,9 +30,8 @@ struct NearElements {
 template <class T>
 class DeviceSums {
   public:
-    /// @param most the most groups at a time
     /// @throws DeviceFailure, std::bad_alloc
-    DeviceSums(const ElementRounds& rounds, const Array& array, const Wave& wave, std::size_t most);
+    DeviceSums(const ElementRounds& rounds, const Array& array, const Wave& wave);
 
     /// Begins the sums of groups.
     void begin(std::span<const GroupSites> sites);
@@ -69,7 +68,11 @@ class DeviceSums {
       public:
         /// @return where they are
         const N* replace(std::span<const N> by, const char* operation);
-        const N* get() const noexcept { return numbers->get(); }
+        N* get() const noexcept { return numbers->get(); }
+        /// Brings the first ones to the host.
+        void download(std::span<N> to, const char* operation) const {
+            numbers->download(to, operation);
+        }
 
       private:
         std::size_t room = 0;
@@ -84,10 +87,10 @@ class DeviceSums {
     DeviceArray<ElementNumbers<T>> elements;
     DeviceArray<T> weights;
     std::int64_t toNextWeights;
-    DeviceArray<SiteNumbers<T>> sitesOnDevice;
-    DeviceArray<GroupSums<T>> sumsOnDevice;
     std::vector<SiteNumbers<T>> sites;
     std::vector<GroupSums<T>> sums;
+    Replaced<SiteNumbers<T>> sitesOnDevice;
+    Replaced<GroupSums<T>> sumsOnDevice;
     Replaced<std::int32_t> firstNear;
     Replaced<NearElement> near;
     Replaced<std::uint8_t> directivityNumbers;

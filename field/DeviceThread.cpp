@@ -11,6 +11,7 @@
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "core/cudahelper.h"
 #include "field/Plan.h"
@@ -66,6 +67,11 @@ class DeviceThread::Service {
         if (failure) std::rethrow_exception(std::exchange(failure, nullptr));
     }
 
+    void keep(std::shared_ptr<void> made) {
+        const std::lock_guard lock(exchange);
+        kept.push_back(std::move(made));
+    }
+
   private:
     void serve() {
         std::unique_lock lock(exchange);
@@ -77,6 +83,7 @@ class DeviceThread::Service {
             changed.notify_all();
         }
         const std::lock_guard alone(deviceInUse());
+        kept.clear();
         static_cast<void>(cuda_runtime::cudaThreadExit());
     }
 
@@ -95,6 +102,7 @@ class DeviceThread::Service {
     const std::function<void()>* task = nullptr;
     bool ending = false;
     std::exception_ptr failure;
+    std::vector<std::shared_ptr<void>> kept;
     std::thread thread;
 };
 
@@ -114,11 +122,17 @@ DeviceThread::~DeviceThread() {
 
 bool DeviceThread::isForked() const noexcept { return getpid() != process; }
 
-void DeviceThread::run(const std::function<void()>& work) {
+void DeviceThread::requireOwnProcess() const {
     if (isForked())
         throw DeviceFailure("a plan of a GPU's mode belongs to the process that made it");
+}
+
+void DeviceThread::run(const std::function<void()>& work) {
+    requireOwnProcess();
     service->run(work);
 }
+
+void DeviceThread::keep(std::shared_ptr<void> made) { service->keep(std::move(made)); }
 
 bool DeviceThread::isEmulated() {
     cuda_runtime::cudaDeviceProp properties{};

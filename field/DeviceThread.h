@@ -30,6 +30,13 @@ class DeviceThread {
     /// @throws what the work throws; DeviceFailure in a forked child
     void run(const std::function<void()>& work);
 
+    /// @throws DeviceFailure in a forked child
+    void requireOwnProcess() const;
+
+    /// Keeps what was or will be made in the thread until the context ends, and ends it there. In a
+    /// forked child it stays as it is.
+    void keep(std::shared_ptr<void> made);
+
     /// Whether the device is the emulation device.
     /// @throws DeviceFailure
     bool isEmulated();

@@ -1,10 +1,14 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <array>
+#include <memory>
+#include <span>
 
 #include "field/DeviceBatch.h"
 #include "field/DeviceThread.h"
 #include "field/GroupToleranceEngine.h"
+#include "field/KeptOnDevice.h"
 #include "parallel/threads.h"
 
 namespace pistonfield {
@@ -21,44 +25,67 @@ class DeviceToleranceEngine : public GroupToleranceEngine<T> {
     void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
         const GroupRuns runs(box, terms.latticeSizes());
         const std::int64_t most = std::min(runs.count(), mostGroups);
-        DeviceBatch<T> batch(static_cast<std::size_t>(most));
-        for (std::int64_t begin = 0; begin < runs.count(); begin += most) {
-            const std::int64_t count = std::min(most, runs.count() - begin);
-            const unsigned helpers = this->threadsFor(count, threads);
-            const auto groupAt = [&](std::int64_t i) -> Asked {
-                const GroupRuns::Piece piece = runs.piece(begin + i);
-                Members members;
-                for (std::int64_t point = piece.first; point < piece.last; ++point)
-                    members.set(static_cast<std::size_t>(point - piece.beginOfGroup()));
-                return {piece.group, members};
-            };
-            compute(batch, count, groupAt, helpers);
-            inParallel(count, this->piecesOfATurn, helpers,
+        const std::int64_t batches = (runs.count() + most - 1) / most;
+        const auto countOf = [&](std::int64_t batch) {
+            return std::min(most, runs.count() - batch * most);
+        };
+        typename KeptOnDevice<OnDevice>::Use use(onDevice);
+        for (std::int64_t i = 0; i <= batches; ++i) {
+            // The host prepares one batch and reads another while the device computes a third.
+            if (i < batches) {
+                const auto groupAt = [&](std::int64_t number) -> Asked {
+                    const GroupRuns::Piece piece = runs.piece(i * most + number);
+                    Members members;
+                    for (std::int64_t point = piece.first; point < piece.last; ++point)
+                        members.set(static_cast<std::size_t>(point - piece.beginOfGroup()));
+                    return {piece.group, members};
+                };
+                prepare(batchFor(use, i, most), countOf(i), groupAt,
+                        this->threadsFor(countOf(i), threads));
+            }
+            device.run([&] {
+                if (i < batches) begin(*use.get(), i);
+                if (i > 0) use.get()->batch(i - 1)->wait();
+            });
+            if (i == 0) continue;
+            const DeviceBatch<T>& done = *use.get()->batch(i - 1);
+            inParallel(countOf(i - 1), this->piecesOfATurn,
+                       this->threadsFor(countOf(i - 1), threads),
                        [&](std::int64_t first, std::int64_t last) {
-                           for (std::int64_t i = first; i < last; ++i)
-                               this->store(runs.piece(begin + i),
-                                           batch.values(static_cast<std::size_t>(i)), to);
+                           for (std::int64_t number = first; number < last; ++number)
+                               this->store(runs.piece((i - 1) * most + number),
+                                           done.values(static_cast<std::size_t>(number)), to);
                        });
         }
+        use.finish();
     }
 
     std::int64_t memoryOf(const LatticeBox& box) const noexcept override {
-        return DeviceBatch<T>::memoryOf(groupsAtATime(box));
+        return batchesOf(box) * DeviceBatch<T>::memoryOf(groupsAtATime(box)) +
+               RulesOnDevice<T>::mostBytes();
     }
 
     std::int64_t deviceMemoryOf(const LatticeBox& box) const noexcept override {
-        return DeviceBatch<T>::deviceMemoryOf(groupsAtATime(box));
+        return batchesOf(box) * DeviceBatch<T>::deviceMemoryOf(groupsAtATime(box)) +
+               RulesOnDevice<T>::mostBytes();
     }
 
   protected:
     void compute(std::span<const std::int64_t> groups,
                  std::span<GroupValues<T>> values) const override {
-        DeviceBatch<T> batch(groups.size());
+        typename KeptOnDevice<OnDevice>::Use use(onDevice);
         const auto groupAt = [&](std::int64_t i) -> Asked {
             return {groups[static_cast<std::size_t>(i)], Members().set()};
         };
-        compute(batch, static_cast<std::int64_t>(groups.size()), groupAt, 1);
+        const auto count = static_cast<std::int64_t>(groups.size());
+        DeviceBatch<T>& batch = batchFor(use, 0, count);
+        prepare(batch, count, groupAt, 1);
+        device.run([&] {
+            begin(*use.get(), 0);
+            batch.wait();
+        });
         for (std::size_t i = 0; i < groups.size(); ++i) values[i] = batch.values(i);
+        use.finish();
     }
 
     const GroupOrders& orders() const noexcept override { return groupOrders; }
@@ -72,18 +99,55 @@ class DeviceToleranceEngine : public GroupToleranceEngine<T> {
         Members members;
     };
 
-    /// Some 2^18 points, which fill a GPU.
-    static constexpr std::int64_t mostGroups = 1 << 14;
+    /// What the device has of a computation: of two batches each is prepared, and computed, beside
+    /// the other.
+    struct OnDevice {
+        explicit OnDevice(const Rules<T>& rules) noexcept : rules(rules) {}
+
+        std::unique_ptr<DeviceBatch<T>>& batch(std::int64_t number) {
+            return batches[static_cast<std::size_t>(number) % batches.size()];
+        }
+
+        RulesOnDevice<T> rules;
+        std::array<std::unique_ptr<DeviceBatch<T>>, 2> batches;
+    };
+
+    /// Some 2^17 points: two batches fill a GPU.
+    static constexpr std::int64_t mostGroups = 1 << 13;
+
+    std::int64_t batchesOf(const LatticeBox& box) const noexcept {
+        return GroupRuns(box, terms.latticeSizes()).count() > mostGroups ? 2 : 1;
+    }
+
+    /// A batch with room for so many groups, which nothing is under way of.
+    DeviceBatch<T>& batchFor(typename KeptOnDevice<OnDevice>::Use& use, std::int64_t number,
+                             std::int64_t most) const {
+        const auto room = static_cast<std::size_t>(most);
+        if (!use.get() || !use.get()->batch(number) || use.get()->batch(number)->room() < room)
+            device.run([&] {
+                if (!use.get()) use.get() = std::make_unique<OnDevice>(rules);
+                auto& batch = use.get()->batch(number);
+                batch.reset();
+                batch = std::make_unique<DeviceBatch<T>>(room);
+            });
+        return *use.get()->batch(number);
+    }
+
+    /// Begins to compute a batch and to bring its values.
+    void begin(OnDevice& of, std::int64_t number) const {
+        of.batch(number)->begin(terms.face(), of.rules);
+        of.batch(number)->bring();
+    }
 
     std::int64_t groupsAtATime(const LatticeBox& box) const noexcept {
         return std::min(GroupRuns(box, terms.latticeSizes()).count(), mostGroups);
     }
 
-    /// Computes the first groups of a batch, number i being groupAt(i).
+    /// Prepares a batch of groups, number i being groupAt(i).
     template <class GroupAt>
-    void compute(DeviceBatch<T>& batch, std::int64_t count, GroupAt groupAt,
+    void prepare(DeviceBatch<T>& batch, std::int64_t count, GroupAt groupAt,
                  unsigned threads) const {
-        batch.clear();
+        batch.clear(static_cast<std::size_t>(count));
         inParallel(count, this->piecesOfATurn, threads, [&](std::int64_t first, std::int64_t last) {
             typename DeviceBatch<T>::Turn turn(batch);
             GroupPoints points;
@@ -96,12 +160,12 @@ class DeviceToleranceEngine : public GroupToleranceEngine<T> {
             }
             turn.finish();
         });
-        device.run([&] { batch.compute(terms.face(), rules); });
     }
 
     GroupOrders groupOrders;
     Rules<T> rules;
     mutable DeviceThread device;
+    mutable KeptOnDevice<OnDevice> onDevice{device};
 };
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <type_traits>
 
 #include "field/Plan.h"
 
@@ -16,6 +17,8 @@ namespace pistonfield {
 template <class T>
 class Engine {
   public:
+    using Other = std::conditional_t<std::is_same_v<T, float>, double, float>;
+
     Engine() = default;
     Engine(const Engine&) = delete;
     Engine& operator=(const Engine&) = delete;
@@ -32,6 +35,13 @@ class Engine {
                              const Conduct& conduct) const {
         fill(box, to, conduct.threads);
     }
+
+    /// The same into numbers of the other precision, of an engine that `converts`: part by part,
+    /// without room for all values in its own.
+    /// @throws Stopped
+    virtual void fillConverted(const LatticeBox& /*box*/, const Destination<Other>& /*to*/,
+                               const Conduct& /*conduct*/) const {}
+    virtual bool converts() const noexcept { return false; }
 
     /// The most points of a box that fills worth watching take: about a twentieth of a second.
     virtual std::int64_t pieceToWatch(unsigned threads) const = 0;

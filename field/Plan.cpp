@@ -57,7 +57,7 @@ constexpr std::int64_t mostConverted = 1 << 20;
 
 template <class T, class U>
 std::int64_t largestPiece(const Engine<U>& engine, std::int64_t fields) {
-    if (std::is_same_v<T, U>) return engine.largestPiece();
+    if (std::is_same_v<T, U> || engine.converts()) return engine.largestPiece();
     const std::int64_t points = mostConverted / std::max<std::int64_t>(1, fields);
     return std::min(engine.largestPiece(), std::max(engine.leastPiece(), points));
 }
@@ -91,6 +91,8 @@ void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box
         if (conduct.stop.stop_requested()) throw Stopped();
         if constexpr (std::is_same_v<T, U>)
             engine.fillWatched(piece, to.from(done), within);
+        else if (engine.converts())
+            engine.fillConverted(piece, to.from(done), within);
         else
             fillConverted(engine, fields, piece, to.from(done), within);
         done += piece.points();

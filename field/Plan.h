@@ -67,7 +67,8 @@ class DeviceFailure : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
-/// What a box takes.
+/// What a box takes. On a device a plan keeps the memory of both sides that its largest box took,
+/// for the next one; of computations at the same time each takes its own.
 struct Cost {
     double evaluations;         ///< of the integrand; with an order at least, up to twice as
                                 ///< many before the face, with a tolerance about so many for

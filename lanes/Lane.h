@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #pragma once
 
+#include <cstdint>
+
 #include "lanes/compiledSet.h"
 #include "lanes/words.h"
 
@@ -18,18 +20,35 @@ struct LanesOf;
 template <>
 struct LanesOf<float> {
     using Element = float;
+    using Word = std::uint32_t;
+    using Bits = Word;
     static constexpr bool fuses = true;
 };
 
 template <>
 struct LanesOf<double> {
     using Element = double;
+    using Word = std::uint64_t;
+    using Bits = Word;
     static constexpr bool fuses = true;
 };
 
 /// The type of a lane.
 template <class V>
 using Element = typename LanesOf<V>::Element;
+
+/// Integers of the lanes' width.
+template <class V>
+using Bits = typename LanesOf<V>::Bits;
+
+/// The bits read as another type of the same size.
+template <class To, class From>
+[[gnu::always_inline]] __device__ inline To sameBits(From from) {
+    static_assert(sizeof(To) == sizeof(From));
+    To to;
+    __builtin_memcpy(&to, &from, sizeof to);
+    return to;
+}
 
 /// Whether `multiplyAdd` of V rounds once.
 template <class V>

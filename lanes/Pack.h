@@ -47,6 +47,8 @@ inline constexpr int width = registerBytes / static_cast<int>(sizeof(T));
 template <class V>
 struct LanesOf {
     using Element = std::remove_cvref_t<decltype(V{}[0])>;
+    using Bits = decltype(V{} < V{});
+    using Word = std::remove_cvref_t<decltype(Bits{}[0])>;
     static constexpr bool fuses = registerBytes >= 32 && sizeof(V) >= 16;
 };
 

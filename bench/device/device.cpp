@@ -2,8 +2,9 @@
 // SPDX-License-Identifier: BSD-3-Clause
 
 // What a device takes: to be brought up, for a launch, for the kernels, for whole calls of 1 point
-// and more, beside the processor, and for the field of an array. Wall-clock times, of repetitions
-// the least.
+// and more, beside the processor, for copies to the two kinds of the host's memory, for slabs in
+// flight together and one after the other, and for the field of an array. Wall-clock times, of
+// repetitions the least.
 //
 // Usage: device_bench [POINTS]
 //     POINTS is the most points of a call, 10^8 without it
@@ -179,6 +180,76 @@ double copyTime(std::int64_t points) {
     });
 }
 
+/// Memory of the host that the device reaches.
+template <class T>
+class HostValues {
+  public:
+    explicit HostValues(std::size_t count) {
+        void* memory = nullptr;
+        require(cudaMallocHost(&memory, count * sizeof(T)));
+        address = static_cast<T*>(memory);
+    }
+    HostValues(const HostValues&) = delete;
+    HostValues& operator=(const HostValues&) = delete;
+    ~HostValues() { static_cast<void>(cudaFreeHost(address)); }
+
+    T* get() const noexcept { return address; }
+
+  private:
+    T* address = nullptr;
+};
+
+/// Copies of so many points' field into memory that was used before, and into such that the device
+/// reaches.
+void measureCopies(std::int64_t points) {
+    const CudaDeviceThread device;
+    const auto count = static_cast<std::size_t>(points);
+    using Value = std::complex<float>;
+    const DeviceValues<Value> values(count);
+    std::vector<Value> usual(count);
+    const HostValues<Value> pinned(count);
+    const auto copyTo = [&](Value* to) {
+        return leastTime(5, [&] {
+            require(cudaMemcpyAsync(to, values.get(), count * sizeof(Value), cudaMemcpyDeviceToHost,
+                                    nullptr));
+            require(cudaStreamSynchronize(nullptr));
+        });
+    };
+    const auto rate = [&](double time) { return static_cast<double>(points * 8) / time; };
+    std::printf("copies of %lld points: %.2f GB/s to usual memory, %.2f GB/s to pinned memory\n",
+                static_cast<long long>(points), rate(copyTo(usual.data())),
+                rate(copyTo(pinned.get())));
+}
+
+/// A field in one call, of which the plan has two slabs in flight, and in a call for each slab.
+void measureSlabs(std::int64_t points) {
+    constexpr std::int64_t pointsOfASlab = 1 << 18;  // a plan's
+    const std::int64_t slabs = std::max<std::int64_t>(1, points / pointsOfASlab);
+    Request request = planeOf(1, Mode::cuda);
+    request.lattice.sizes = {512, std::max<std::int64_t>(1, std::min(points, pointsOfASlab) / 512),
+                             slabs};
+    const Plan plan(request);
+    const LatticeBox all = plan.request().lattice.box();
+    std::vector<std::complex<float>> values(static_cast<std::size_t>(all.points()));
+    std::vector<std::complex<double>> widened(values.size());
+    const auto timeOf = [&](auto& to, std::int64_t layers) {
+        return leastTime(5, [&] {
+            for (std::int64_t first = 0; first < slabs; first += layers) {
+                const LatticeBox box{{0, 0, first}, {all.size[0], all.size[1], layers}};
+                plan.compute(box, to.data() + first * (all.size[0] * all.size[1]));
+            }
+        });
+    };
+    static_cast<void>(timeOf(values, slabs));
+    const double together = timeOf(values, slabs);
+    const double apart = timeOf(values, 1);
+    std::printf(
+        "%lld slabs: in one call %.1f us, in a call for each %.1f us (%.2f times as long)\n",
+        static_cast<long long>(slabs), together / 1e3, apart / 1e3, apart / together);
+    static_cast<void>(timeOf(widened, slabs));
+    std::printf("in one call, into doubles: %.1f us\n\n", timeOf(widened, slabs) / 1e3);
+}
+
 void measureCalls(std::int64_t most) {
     std::printf("%10s %14s %14s %14s %14s\n", "points", "cuda us", "cudadp us", "cpusp us",
                 "copy alone us");
@@ -245,6 +316,8 @@ int main(int count, char** arguments) {
         measureKernel<float, Complex>("single", singlePistonModule(), ofKernel);
         measureKernel<double, Complexd>("double", doublePistonModule(), ofKernel);
         std::printf("\n");
+        measureCopies(ofKernel);
+        measureSlabs(ofKernel);
         measureArray(std::min<std::int64_t>(most, 1'000'000));
         measureCalls(most);
     } catch (const std::exception& error) {

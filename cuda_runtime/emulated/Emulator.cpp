@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstring>
+#include <limits>
 #include <memory>
 #include <new>
 #include <sstream>
@@ -57,6 +58,16 @@ bool isLaunchable(const PendingCall& call) {
     return within(grid.x, 2147483647U) && within(grid.y, 65535U) && within(grid.z, 65535U) &&
            within(block.x, 1024U) && within(block.y, 1024U) && within(block.z, 64U) &&
            block.x * block.y * block.z <= 1024U && call.sharedBytes <= sharedBytesLimit;
+}
+
+/// The host's threads live as long as the launch.
+cudaError_t runThreads(const KernelImage& image, const PendingCall& call, std::int64_t threads) {
+    constexpr std::int64_t runLength = 2048;
+    faulted = false;
+    pistonfield::inParallel(
+        threads, runLength, pistonfield::threadCount(),
+        [&](std::int64_t first, std::int64_t last) { image.run(call.arguments(), first, last); });
+    return faulted ? cudaErrorIllegalAddress : cudaSuccess;
 }
 
 }  // namespace
@@ -131,13 +142,11 @@ cudaError_t Emulator::enterContext() {
 }
 
 void Emulator::endContext(std::thread::id owner) noexcept {
-    std::erase_if(allocations, [&](const auto& allocation) {
-        const auto& [address, block] = allocation;
-        if (block.owner != owner) return false;
-        allocatedBytes -= block.bytes;
-        ::operator delete(address, addressAlignment);
-        return true;
-    });
+    for (const auto& [stream, work] : streams)
+        if (work->owner == owner) static_cast<void>(work->finish());
+    std::erase_if(streams, [&](const auto& named) { return named.second->owner == owner; });
+    memory.freeOf(owner);
+    hostMemory.freeOf(owner);
     for (auto& [name, constant] : constants)
         if (constant.writer == owner) {
             std::memset(constant.symbol.symbol, 0, constant.symbol.bytes);
@@ -179,59 +188,181 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes)) return remember(status);
     if (address == nullptr) return remember(cudaErrorInvalidValue);
     status = enterContext();
-    if (status != cudaSuccess) return remember(status);
-    *address = nullptr;
-    if (bytes == 0) return cudaSuccess;
-    if (bytes > memoryLimit - std::min(memoryLimit, allocatedBytes))
-        return remember(cudaErrorMemoryAllocation);
-    const auto release = [](void* memory) { ::operator delete(memory, addressAlignment); };
-    std::unique_ptr<void, decltype(release)> memory(
-        ::operator new(bytes, addressAlignment, std::nothrow), release);
-    if (!memory) return remember(cudaErrorMemoryAllocation);
-    allocations.emplace(static_cast<std::byte*>(memory.get()),
-                        Block{bytes, std::this_thread::get_id()});
-    allocatedBytes += bytes;
-    *address = memory.release();
-    return cudaSuccess;
+    if (status == cudaSuccess) status = memory.allocate(address, bytes, memoryLimit);
+    return remember(status);
 }
 
 cudaError_t Emulator::free(void* address) {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::Free, "cudaFree")) return remember(status);
     status = enterContext();
+    if (status != cudaSuccess || address == nullptr) return remember(status);
+    status = finishAll();
+    const cudaError_t freed = memory.free(address);
+    return remember(status != cudaSuccess ? status : freed);
+}
+
+cudaError_t Emulator::mallocHost(void** address, std::size_t bytes) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::MallocHost, "cudaMallocHost", bytes))
+        return remember(status);
+    if (address == nullptr) return remember(cudaErrorInvalidValue);
+    status = enterContext();
+    if (status == cudaSuccess)
+        status = hostMemory.allocate(address, bytes, std::numeric_limits<std::size_t>::max());
+    return remember(status);
+}
+
+cudaError_t Emulator::freeHost(void* address) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::FreeHost, "cudaFreeHost")) return remember(status);
+    status = enterContext();
+    if (status != cudaSuccess || address == nullptr) return remember(status);
+    status = finishAll();
+    const cudaError_t freed = hostMemory.free(address);
+    return remember(status != cudaSuccess ? status : freed);
+}
+
+cudaError_t Emulator::streamCreate(cudaStream_t* stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::StreamCreate, "cudaStreamCreate")) return remember(status);
+    if (stream == nullptr) return remember(cudaErrorInvalidValue);
+    status = enterContext();
     if (status != cudaSuccess) return remember(status);
-    if (address == nullptr) return cudaSuccess;
-    const auto found = allocations.find(static_cast<std::byte*>(address));
-    if (found == allocations.end()) return remember(cudaErrorInvalidValue);
-    allocatedBytes -= found->second.bytes;
-    allocations.erase(found);
+    auto work = std::make_unique<Work>(Work{std::this_thread::get_id(), {}});
+    *stream = reinterpret_cast<cudaStream_t>(work.get());
+    streams.emplace(*stream, std::move(work));
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::streamDestroy(cudaStream_t stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::StreamDestroy, "cudaStreamDestroy")) return remember(status);
+    Work* const work = workOf(stream);
+    if (work == nullptr) return remember(cudaErrorInvalidResourceHandle);
+    status = work->finish();
+    streams.erase(stream);
+    return remember(status);
+}
+
+cudaError_t Emulator::streamSynchronize(cudaStream_t stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::StreamSynchronize, "cudaStreamSynchronize"))
+        return remember(status);
+    if (stream == nullptr) return remember(enterContext());
+    Work* const work = workOf(stream);
+    return remember(work != nullptr ? work->finish() : cudaErrorInvalidResourceHandle);
+}
+
+Emulator::Work* Emulator::workOf(cudaStream_t stream) const {
+    const auto found = streams.find(stream);
+    return found != streams.end() ? found->second.get() : nullptr;
+}
+
+cudaError_t Emulator::Work::finish() {
+    cudaError_t status = cudaSuccess;
+    for (const auto& operation : std::exchange(operations, {}))
+        if (status == cudaSuccess) status = operation();
+    return status;
+}
+
+cudaError_t Emulator::finishAll() {
+    cudaError_t first = cudaSuccess;
+    for (const auto& [stream, work] : streams) {
+        const cudaError_t status = work->finish();
+        if (first == cudaSuccess) first = status;
+    }
+    return first;
+}
+
+std::size_t Emulator::pendingOperations() const noexcept {
+    std::size_t count = 0;
+    for (const auto& [stream, work] : streams) count += work->operations.size();
+    return count;
+}
+
+cudaError_t Emulator::Memory::allocate(void** address, std::size_t bytes, std::size_t limit) {
+    *address = nullptr;
+    if (bytes == 0) return cudaSuccess;
+    if (bytes > limit - std::min(limit, allocated)) return cudaErrorMemoryAllocation;
+    const auto release = [](void* block) { ::operator delete(block, addressAlignment); };
+    std::unique_ptr<void, decltype(release)> block(
+        ::operator new(bytes, addressAlignment, std::nothrow), release);
+    if (!block) return cudaErrorMemoryAllocation;
+    blocks.emplace(static_cast<std::byte*>(block.get()), Block{bytes, std::this_thread::get_id()});
+    allocated += bytes;
+    *address = block.release();
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::Memory::free(void* address) {
+    const auto found = blocks.find(static_cast<std::byte*>(address));
+    if (found == blocks.end()) return cudaErrorInvalidValue;
+    allocated -= found->second.bytes;
+    blocks.erase(found);
     ::operator delete(address, addressAlignment);
     return cudaSuccess;
 }
 
-bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
+void Emulator::Memory::freeOf(std::thread::id owner) noexcept {
+    std::erase_if(blocks, [&](const auto& named) {
+        const auto& [address, block] = named;
+        if (block.owner != owner) return false;
+        allocated -= block.bytes;
+        ::operator delete(address, addressAlignment);
+        return true;
+    });
+}
+
+bool Emulator::Memory::contains(const void* address, std::size_t bytes) const {
     const auto* first = static_cast<const std::byte*>(address);
-    auto after = allocations.upper_bound(first);
-    if (after == allocations.begin()) return false;
+    auto after = blocks.upper_bound(first);
+    if (after == blocks.begin()) return false;
     const auto& [base, block] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
     return offset <= block.bytes && bytes <= block.bytes - offset;
 }
 
+cudaError_t Emulator::checkCopy(const void* to, const void* from, std::size_t bytes,
+                                cudaMemcpyKind kind) {
+    if (kind < cudaMemcpyHostToHost || kind > cudaMemcpyDeviceToDevice)
+        return cudaErrorInvalidMemcpyDirection;
+    const cudaError_t status = enterContext();
+    if (status != cudaSuccess || bytes == 0) return status;
+    const bool toDevice = kind == cudaMemcpyHostToDevice || kind == cudaMemcpyDeviceToDevice;
+    const bool fromDevice = kind == cudaMemcpyDeviceToHost || kind == cudaMemcpyDeviceToDevice;
+    const bool isValid = to != nullptr && from != nullptr &&
+                         (!toDevice || memory.contains(to, bytes)) &&
+                         (!fromDevice || memory.contains(from, bytes));
+    return isValid ? cudaSuccess : cudaErrorInvalidValue;
+}
+
 cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::Memcpy, "cudaMemcpy", bytes, kind)) return remember(status);
-    if (kind < cudaMemcpyHostToHost || kind > cudaMemcpyDeviceToDevice)
-        return remember(cudaErrorInvalidMemcpyDirection);
-    status = enterContext();
-    if (status != cudaSuccess) return remember(status);
-    if (bytes == 0) return cudaSuccess;
-    const bool toDevice = kind == cudaMemcpyHostToDevice || kind == cudaMemcpyDeviceToDevice;
-    const bool fromDevice = kind == cudaMemcpyDeviceToHost || kind == cudaMemcpyDeviceToDevice;
-    if (to == nullptr || from == nullptr || (toDevice && !isDeviceRange(to, bytes)) ||
-        (fromDevice && !isDeviceRange(from, bytes)))
-        return remember(cudaErrorInvalidValue);
-    std::memmove(to, from, bytes);
+    status = checkCopy(to, from, bytes, kind);
+    if (status == cudaSuccess && bytes > 0) std::memmove(to, from, bytes);
+    return remember(status);
+}
+
+cudaError_t Emulator::memcpyAsync(void* to, const void* from, std::size_t bytes,
+                                  cudaMemcpyKind kind, cudaStream_t stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::MemcpyAsync, "cudaMemcpyAsync", bytes, kind))
+        return remember(status);
+    status = checkCopy(to, from, bytes, kind);
+    if (status != cudaSuccess || bytes == 0) return remember(status);
+    return remember(give(stream, [=] {
+        std::memmove(to, from, bytes);
+        return cudaSuccess;
+    }));
+}
+
+cudaError_t Emulator::give(cudaStream_t stream, std::function<cudaError_t()> operation) const {
+    if (stream == nullptr) return operation();
+    Work* const work = workOf(stream);
+    if (work == nullptr) return cudaErrorInvalidResourceHandle;
+    work->operations.push_back(std::move(operation));
     return cudaSuccess;
 }
 
@@ -254,12 +385,13 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
     return cudaSuccess;
 }
 
-cudaError_t Emulator::configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream) {
+cudaError_t Emulator::configureCall(dim3 grid, dim3 block, std::size_t sharedBytes,
+                                    cudaStream_t stream) {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::ConfigureCall, "cudaConfigureCall", grid, block, sharedBytes,
-                    stream))
+                    stream == nullptr ? 0 : 1))
         return remember(status);
-    pending.emplace(grid, block, sharedBytes);
+    pending.emplace(grid, block, sharedBytes, stream);
     return cudaSuccess;
 }
 
@@ -281,36 +413,26 @@ cudaError_t Emulator::launch(const void* entry) {
     const auto found = std::find(kernels.begin(), kernels.end(), entry);
     if (status == cudaSuccess && !pending) status = cudaErrorMissingConfiguration;
     if (status == cudaSuccess && found == kernels.end()) status = cudaErrorInvalidDeviceFunction;
-    if (status == cudaSuccess) status = runPending(*static_cast<const KernelImage*>(entry));
+    if (status == cudaSuccess) status = start(*static_cast<const KernelImage*>(entry), *pending);
     pending.reset();
     return remember(status);
 }
 
-cudaError_t Emulator::runPending(const KernelImage& image) const {
-    if (!isLaunchable(*pending)) return cudaErrorInvalidConfiguration;
-    if (pending->argumentBytes() < image.argumentBytes) return cudaErrorInvalidValue;
-    std::int64_t threads = pending->block.x;
-    for (const unsigned extent : {pending->grid.x, pending->grid.y, pending->grid.z})
+cudaError_t Emulator::start(const KernelImage& image, const PendingCall& call) const {
+    if (!isLaunchable(call)) return cudaErrorInvalidConfiguration;
+    if (call.argumentBytes() < image.argumentBytes) return cudaErrorInvalidValue;
+    std::int64_t threads = call.block.x;
+    for (const unsigned extent : {call.grid.x, call.grid.y, call.grid.z})
         if (__builtin_mul_overflow(threads, extent, &threads)) return cudaErrorInvalidConfiguration;
-    faulted = false;
-    runThreads(image, threads);
-    return faulted ? cudaErrorIllegalAddress : cudaSuccess;
-}
-
-/// The host's threads live as long as the launch.
-void Emulator::runThreads(const KernelImage& image, std::int64_t threads) const {
-    constexpr std::int64_t runLength = 2048;
-    pistonfield::inParallel(threads, runLength, pistonfield::threadCount(),
-                            [&](std::int64_t first, std::int64_t last) {
-                                image.run(pending->arguments(), first, last);
-                            });
+    return give(call.stream, [image, call, threads] { return runThreads(image, call, threads); });
 }
 
 cudaError_t Emulator::threadSynchronize() {
     cudaError_t status = cudaSuccess;
     if (intercepted(status, Operation::ThreadSynchronize, "cudaThreadSynchronize"))
         return remember(status);
-    return remember(enterContext());
+    status = enterContext();
+    return remember(status == cudaSuccess ? finishAll() : status);
 }
 
 cudaError_t Emulator::threadExit() {

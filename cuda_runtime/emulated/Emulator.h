@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -34,6 +35,12 @@ enum class Operation {
     ThreadSynchronize,
     ThreadExit,
     GetLastError,
+    MallocHost,
+    FreeHost,
+    StreamCreate,
+    StreamDestroy,
+    StreamSynchronize,
+    MemcpyAsync,
 };
 
 /// One call of the runtime, before it is carried out.
@@ -43,6 +50,9 @@ struct RuntimeCall {
 };
 
 /// The emulation device: a device that is the CPU, with memory accounted to the byte.
+///
+/// What is launched or copied on a stream is done when the stream, or the device, is waited for and
+/// not before: results that are taken too early are not there.
 ///
 /// A context belongs to the host thread that made it, with the memory and the constants in it. One
 /// thread uses the device at a time; constants that two contexts have at once are those of the
@@ -72,7 +82,13 @@ class Emulator {
     void setInterceptor(Interceptor function) { interceptor = std::move(function); }
 
     /// Bytes allocated on the device now.
-    std::size_t liveBytes() const noexcept { return allocatedBytes; }
+    std::size_t liveBytes() const noexcept { return memory.bytes(); }
+    /// Bytes of the host's memory that are allocated for the device now.
+    std::size_t liveHostBytes() const noexcept { return hostMemory.bytes(); }
+    /// Streams that exist now.
+    std::size_t liveStreams() const noexcept { return streams.size(); }
+    /// Launches and copies that were not waited for.
+    std::size_t pendingOperations() const noexcept;
     /// Whether any thread has a context.
     bool hasContext() const noexcept { return !contexts.empty(); }
     /// The device that `cudaSetDevice` chose last.
@@ -93,7 +109,14 @@ class Emulator {
     cudaError_t memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
     cudaError_t memcpyToSymbol(const char* name, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind kind);
-    cudaError_t configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream);
+    cudaError_t mallocHost(void** address, std::size_t bytes);
+    cudaError_t freeHost(void* address);
+    cudaError_t streamCreate(cudaStream_t* stream);
+    cudaError_t streamDestroy(cudaStream_t stream);
+    cudaError_t streamSynchronize(cudaStream_t stream);
+    cudaError_t memcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            cudaStream_t stream);
+    cudaError_t configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream);
     cudaError_t setupArgument(const void* argument, std::size_t bytes, std::size_t offset);
     cudaError_t launch(const void* entry);
     cudaError_t threadSynchronize();
@@ -101,14 +124,37 @@ class Emulator {
     cudaError_t getLastError();
 
   private:
-    /// A block of device memory.
-    struct Block {
-        std::size_t bytes;
-        std::thread::id owner;
+    /// Memory of the device, or of the host for it.
+    class Memory {
+      public:
+        /// Zero bytes are the address null.
+        cudaError_t allocate(void** address, std::size_t bytes, std::size_t limit);
+        cudaError_t free(void* address);
+        void freeOf(std::thread::id owner) noexcept;
+        bool contains(const void* address, std::size_t bytes) const;
+        std::size_t bytes() const noexcept { return allocated; }
+
+      private:
+        struct Block {
+            std::size_t bytes;
+            std::thread::id owner;
+        };
+
+        std::map<std::byte*, Block, std::less<>> blocks;
+        std::size_t allocated = 0;
     };
     struct Constant {
         ConstantSymbol symbol;
         std::thread::id writer{};
+    };
+
+    /// What was given to a stream and is not done yet.
+    struct Work {
+        /// Does it, in its order, up to the first failure.
+        cudaError_t finish();
+
+        std::thread::id owner;
+        std::vector<std::function<cudaError_t()>> operations;
     };
 
     template <class... Arguments>
@@ -116,10 +162,13 @@ class Emulator {
                      const Arguments&... arguments);
     cudaError_t remember(cudaError_t status) noexcept;
     cudaError_t enterContext();
+    Work* workOf(cudaStream_t stream) const;
+    cudaError_t finishAll();
+    /// Does an operation on the default stream, or leaves it to another one.
+    cudaError_t give(cudaStream_t stream, std::function<cudaError_t()> operation) const;
+    cudaError_t start(const KernelImage& image, const PendingCall& call) const;
+    cudaError_t checkCopy(const void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
     void endContext(std::thread::id owner) noexcept;
-    bool isDeviceRange(const void* address, std::size_t bytes) const;
-    cudaError_t runPending(const KernelImage& image) const;
-    void runThreads(const KernelImage& image, std::int64_t threads) const;
 
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;
@@ -129,8 +178,9 @@ class Emulator {
 
     int chosenDevice = 0;
     std::vector<std::thread::id> contexts;
-    std::map<std::byte*, Block, std::less<>> allocations;
-    std::size_t allocatedBytes = 0;
+    Memory memory;
+    Memory hostMemory;
+    std::map<cudaStream_t, std::unique_ptr<Work>> streams;
     std::optional<PendingCall> pending;
     cudaError_t lastError = cudaSuccess;
 };

@@ -177,21 +177,31 @@ template <class V>
     return 1 / v;
 }
 
-/// An angle as the single-precision functions take it.
-template <class V>
-struct ReducedAngle {
-    lanes::ReducedAngles<decltype(toFloats(V{}))> value;
+/// Sine and cosine of any angles.
+struct AnyAngles {
+    template <class V>
+    using Reduced = lanes::ReducedAngles<decltype(toFloats(V{}))>;
+
+    template <class V>
+    [[gnu::always_inline]] static Reduced<V> reduce(V angle) {
+        return lanes::reduceAngle(toFloats(angle));
+    }
+
+    template <class V>
+    [[gnu::always_inline]] static SineAndCosine<V> sinCos(const Reduced<V>& angle) {
+        const auto [sine, cosine] = lanes::sinCos(angle);
+        return {__builtin_convertvector(sine, V), __builtin_convertvector(cosine, V)};
+    }
 };
 
-template <class V>
-[[gnu::always_inline]] inline ReducedAngle<V> reduceAngle(V angle) {
-    return {lanes::reduceAngle(toFloats(angle))};
+template <class V, class Work>
+[[gnu::always_inline]] inline auto withAngles(V /*largest*/, Work work) {
+    return work(AnyAngles());
 }
 
-template <class V>
-[[gnu::always_inline]] inline SineAndCosine<V> sinCos(const ReducedAngle<V>& angle) {
-    const auto [sine, cosine] = lanes::sinCos(angle.value);
-    return {__builtin_convertvector(sine, V), __builtin_convertvector(cosine, V)};
+template <class Work>
+[[gnu::always_inline]] inline void inTurn(int count, Work work) {
+    for (int i = 0; i < count; ++i) work(i);
 }
 
 namespace detail {

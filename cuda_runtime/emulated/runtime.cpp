@@ -31,7 +31,26 @@ cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t b
     return emulator().memcpyToSymbol(name, from, bytes, offset, kind);
 }
 
-cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream) {
+cudaError_t cudaMallocHost(void** address, std::size_t bytes) {
+    return emulator().mallocHost(address, bytes);
+}
+
+cudaError_t cudaFreeHost(void* address) { return emulator().freeHost(address); }
+
+cudaError_t cudaStreamCreate(cudaStream_t* stream) { return emulator().streamCreate(stream); }
+
+cudaError_t cudaStreamDestroy(cudaStream_t stream) { return emulator().streamDestroy(stream); }
+
+cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
+    return emulator().streamSynchronize(stream);
+}
+
+cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            cudaStream_t stream) {
+    return emulator().memcpyAsync(to, from, bytes, kind, stream);
+}
+
+cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream) {
     return emulator().configureCall(grid, block, sharedBytes, stream);
 }
 
@@ -83,6 +102,8 @@ const char* cudaGetErrorString(cudaError_t status) {
             return "invalid device context";
         case cudaErrorNoKernelImageForDevice:
             return "no kernel image is available for execution on the device";
+        case cudaErrorInvalidResourceHandle:
+            return "invalid resource handle";
         case cudaErrorIllegalAddress:
             return "an illegal memory access was encountered";
         case cudaErrorLaunchOutOfResources:

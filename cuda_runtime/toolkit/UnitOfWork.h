@@ -43,8 +43,13 @@ class UnitOfWork {
 
     ::cudaError_t allocate(void** address, std::size_t bytes);
     ::cudaError_t free(void* address);
+    ::cudaError_t allocateHost(void** address, std::size_t bytes);
+    ::cudaError_t freeHost(void* address);
+    ::cudaError_t createStream(::cudaStream_t* stream);
+    ::cudaError_t destroyStream(::cudaStream_t stream);
 
-    /// Waits for the device, frees what is left of the allocations and carries `cleanUp` out. A
+    /// Waits for the device, ends what is left of the streams and allocations and carries `cleanUp`
+    /// out. A
     /// device that has failed takes all of that with it; its failure is reported here where no
     /// operation has reported it.
     template <class CleanUp>
@@ -53,9 +58,9 @@ class UnitOfWork {
         const ::cudaError_t status = carryOut([&] {
             const ::cudaError_t waited = ::cudaDeviceSynchronize();
             if (waited != ::cudaSuccess) return waited;
-            const ::cudaError_t freed = freeAll();
+            const ::cudaError_t ended = endAll();
             const ::cudaError_t cleaned = cleanUp();
-            return freed != ::cudaSuccess ? freed : cleaned;
+            return ended != ::cudaSuccess ? ended : cleaned;
         });
         const ::cudaError_t parted = held.part(number, status != ::cudaSuccess);
         return status != ::cudaSuccess && status != reported ? status : parted;
@@ -64,12 +69,14 @@ class UnitOfWork {
   private:
     ::cudaError_t enter();
     static ::cudaError_t leave();
-    ::cudaError_t freeAll();
+    ::cudaError_t endAll();
 
     HeldDevices& held;
     int number;
     CUcontext context = nullptr;
     std::set<void*> allocations;
+    std::set<void*> hostAllocations;
+    std::set<::cudaStream_t> streams;
     ::cudaError_t lastFailure = ::cudaSuccess;
 };
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "lanes/compiledSet.h"
+#include "lanes/reducedAngles.h"
 
 namespace cuda_runtime {
 
@@ -113,25 +114,55 @@ __device__ inline float reciprocal(float v) {
     return result;
 }
 
-/// The functions reduce their angles themselves.
-template <class T>
-struct ReducedAngle {
-    T value;
+// Sine and cosine are in single precision, those of doubles on the converted argument.
+
+/// Of any angles, by the language's own functions, which reduce them in many steps where they are
+/// large.
+struct AnyAngles {
+    template <class T>
+    using Reduced = float;
+
+    template <class T>
+    __device__ static float reduce(T angle) {
+        return static_cast<float>(angle);
+    }
+
+    template <class T>
+    __device__ static SineAndCosine<T> sinCos(float angle) {
+        SineAndCosine<float> result;
+        sincosf(angle, &result.sine, &result.cosine);
+        return {result.sine, result.cosine};
+    }
 };
 
-template <class T>
-__device__ inline ReducedAngle<T> reduceAngle(T angle) {
-    return {angle};
+/// Of angles that two fused operations reduce: without a branch.
+struct SmallAngles {
+    static constexpr float largest = lanes::detail::reducible<float>;
+
+    template <class T>
+    using Reduced = lanes::ReducedAngles<float>;
+
+    template <class T>
+    __device__ static Reduced<T> reduce(T angle) {
+        return lanes::detail::fastReduction(static_cast<float>(angle));
+    }
+
+    template <class T>
+    __device__ static SineAndCosine<T> sinCos(const Reduced<T>& angle) {
+        const auto result = lanes::sinCos(angle);
+        return {result.sine, result.cosine};
+    }
+};
+
+/// Does a work with the angles that it takes: no magnitude is above `largest`.
+template <class T, class Work>
+__device__ inline auto withAngles(T largest, Work work) {
+    return static_cast<float>(largest) <= SmallAngles::largest ? work(SmallAngles())
+                                                               : work(AnyAngles());
 }
 
-__device__ inline SineAndCosine<float> sinCos(ReducedAngle<float> angle) {
-    SineAndCosine<float> result;
-    sincosf(angle.value, &result.sine, &result.cosine);
-    return result;
-}
-
-// Double precision: transcendental functions in single precision on the converted argument, the
-// square root by the fast approximate instruction; a correctly rounded reciprocal.
+// Double precision: the square root in single precision on the converted argument, by the fast
+// approximate instruction; a correctly rounded reciprocal.
 
 __device__ inline double squareRoot(double v) {
     float result;
@@ -139,17 +170,29 @@ __device__ inline double squareRoot(double v) {
     return result;
 }
 
-__device__ inline double reciprocal(double v) { return __drcp_rn(v); }
-
-__device__ inline SineAndCosine<double> sinCos(ReducedAngle<double> angle) {
-    const SineAndCosine<float> result = sinCos(reduceAngle(static_cast<float>(angle.value)));
-    return {result.sine, result.cosine};
+/// Of a normal number: Newton's iteration, as the correctly rounded function has it without its
+/// branch for others.
+__device__ inline double reciprocal(double v) {
+    double inverse;
+    asm("rcp.approx.ftz.f64 %0, %1;" : "=d"(inverse) : "d"(v));
+    double rest = __fma_rn(-v, inverse, 1);
+    rest = __fma_rn(rest, rest, rest);
+    inverse = __fma_rn(inverse, rest, inverse);
+    rest = __fma_rn(-v, inverse, 1);
+    return __fma_rn(inverse, rest, inverse);
 }
 
 /// One item after the other: the threads beside this one keep the processor busy.
 template <class First, class Second, class Third>
 __device__ inline void pipelined(int count, First first, Second second, Third third) {
     for (int i = 0; i < count; ++i) third(second(first(i)));
+}
+
+/// Does a work with 0, 1 and so on: in a loop that stays one.
+template <class Work>
+__device__ inline void inTurn(int count, Work work) {
+#pragma unroll 1
+    for (int i = 0; i < count; ++i) work(i);
 }
 
 template <class T, auto kernel>

@@ -102,6 +102,8 @@ bool runtimeWorks() {
 
 ::dim3 toToolkit(dim3 extent) { return {extent.x, extent.y, extent.z}; }
 
+::cudaStream_t toToolkit(cudaStream_t stream) { return reinterpret_cast<::cudaStream_t>(stream); }
+
 }  // namespace
 
 cudaError_t cudaGetDeviceCount(int* count) {
@@ -130,6 +132,39 @@ cudaError_t cudaMemcpy(void* to, const void* from, std::size_t bytes, cudaMemcpy
         [=] { return ::cudaMemcpy(to, from, bytes, static_cast<::cudaMemcpyKind>(kind)); });
 }
 
+cudaError_t cudaMallocHost(void** address, std::size_t bytes) {
+    return inUnit([=](UnitOfWork& unit) { return unit.allocateHost(address, bytes); });
+}
+
+cudaError_t cudaFreeHost(void* address) {
+    return inUnit([=](UnitOfWork& unit) { return unit.freeHost(address); });
+}
+
+cudaError_t cudaStreamCreate(cudaStream_t* stream) {
+    return inUnit([=](UnitOfWork& unit) {
+        ::cudaStream_t made = nullptr;
+        const ::cudaError_t status = unit.createStream(&made);
+        if (status == ::cudaSuccess) *stream = reinterpret_cast<cudaStream_t>(made);
+        return status;
+    });
+}
+
+cudaError_t cudaStreamDestroy(cudaStream_t stream) {
+    return inUnit([=](UnitOfWork& unit) { return unit.destroyStream(toToolkit(stream)); });
+}
+
+cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
+    return inContext([=] { return ::cudaStreamSynchronize(toToolkit(stream)); });
+}
+
+cudaError_t cudaMemcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            cudaStream_t stream) {
+    return inContext([=] {
+        return ::cudaMemcpyAsync(to, from, bytes, static_cast<::cudaMemcpyKind>(kind),
+                                 toToolkit(stream));
+    });
+}
+
 cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind kind) {
     return inUnit([=](UnitOfWork& unit) {
@@ -138,8 +173,8 @@ cudaError_t cudaMemcpyToSymbol(const char* name, const void* from, std::size_t b
     });
 }
 
-cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int) {
-    state().pending.emplace(grid, block, sharedBytes);
+cudaError_t cudaConfigureCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream) {
+    state().pending.emplace(grid, block, sharedBytes, stream);
     return cudaSuccess;
 }
 
@@ -152,9 +187,10 @@ cudaError_t cudaSetupArgument(const void* argument, std::size_t bytes, std::size
 cudaError_t cudaLaunch(const void* entry) {
     std::optional<PendingCall> call = std::exchange(state().pending, std::nullopt);
     if (!call) return remember(::cudaErrorMissingConfiguration);
-    return inContext([&] {
+    return inContext([&call, entry] {
         return ::cudaLaunchKernel(entry, toToolkit(call->grid), toToolkit(call->block),
-                                  call->argumentAddresses().data(), call->sharedBytes, nullptr);
+                                  call->argumentAddresses().data(), call->sharedBytes,
+                                  toToolkit(call->stream));
     });
 }
 

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 #include <thread>
 
 #include "cuda_runtime/DeviceModule.h"
@@ -51,6 +52,24 @@ std::array<float, 4> constantArray{};
 const std::array<ConstantSymbol, 1> constants{
     {{"global_array", &constantArray, sizeof constantArray}}};
 const DeviceModule module(kernels, constants);
+
+/// A number on the device and one of the host that the device reaches.
+struct DeviceSum {
+    DeviceSum() {
+        EXPECT_EQ(cudaMalloc(reinterpret_cast<void**>(&onDevice), sizeof(double)), cudaSuccess);
+        EXPECT_EQ(cudaMallocHost(reinterpret_cast<void**>(&onHost), sizeof(double)), cudaSuccess);
+        *onHost = 0;
+    }
+    DeviceSum(const DeviceSum&) = delete;
+    DeviceSum& operator=(const DeviceSum&) = delete;
+    ~DeviceSum() {
+        static_cast<void>(cudaFree(onDevice));
+        static_cast<void>(cudaFreeHost(onHost));
+    }
+
+    double* onDevice = nullptr;
+    double* onHost = nullptr;
+};
 
 TEST_F(EmulatorTest, IsOneEmulationDeviceWithTheMachinesThreads) {
     int count = 0;
@@ -235,6 +254,82 @@ TEST_F(EmulatorTest, AKernelThatUsesNoMemoryFailsTheLaunch) {
     double sum = 0;
     addEntry.launch({}, {}, &sum, 2, 0.5);
     EXPECT_EQ(cudaGetLastError(), cudaSuccess);
+}
+
+TEST_F(EmulatorTest, DoesTheWorkOfAStreamWhenItIsWaitedFor) {
+    const DeviceSum sum;
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    EXPECT_EQ(addEntry.launchOn(stream, {}, {}, sum.onDevice, 2, 0.5), cudaSuccess);
+    EXPECT_EQ(
+        cudaMemcpyAsync(sum.onHost, sum.onDevice, sizeof(double), cudaMemcpyDeviceToHost, stream),
+        cudaSuccess);
+    EXPECT_EQ(*sum.onHost, 0);
+    EXPECT_EQ(emulator().pendingOperations(), 2U);
+    EXPECT_EQ(cudaStreamSynchronize(stream), cudaSuccess);
+    EXPECT_EQ(*sum.onHost, 2.5);
+    EXPECT_EQ(emulator().pendingOperations(), 0U);
+    EXPECT_EQ(cudaStreamDestroy(stream), cudaSuccess);
+    EXPECT_EQ(cudaStreamSynchronize(stream), cudaErrorInvalidResourceHandle);
+}
+
+TEST_F(EmulatorTest, WaitsForStreamsWhereTheDeviceIsWaitedFor) {
+    using Wait = std::function<cudaError_t(cudaStream_t)>;
+    const DeviceSum sum;
+    for (const Wait& wait : {Wait([](cudaStream_t) { return cudaThreadSynchronize(); }),
+                             Wait([](cudaStream_t stream) { return cudaStreamDestroy(stream); }),
+                             Wait([&](cudaStream_t) {
+                                 void* another = nullptr;
+                                 static_cast<void>(cudaMalloc(&another, 4));
+                                 return cudaFree(another);
+                             })}) {
+        cudaStream_t stream = nullptr;
+        ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+        *sum.onHost = 0;
+        EXPECT_EQ(addEntry.launchOn(stream, {}, {}, sum.onDevice, 2, 0.5), cudaSuccess);
+        EXPECT_EQ(cudaMemcpyAsync(sum.onHost, sum.onDevice, sizeof(double), cudaMemcpyDeviceToHost,
+                                  stream),
+                  cudaSuccess);
+        EXPECT_EQ(wait(stream), cudaSuccess);
+        EXPECT_EQ(*sum.onHost, 2.5);
+    }
+}
+
+TEST_F(EmulatorTest, ReportsWhatFailsInAStreamWhenItIsWaitedFor) {
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    EXPECT_EQ(addEntry.launchOn(stream, {}, {}, nullptr, 2, 0.5), cudaSuccess);
+    EXPECT_EQ(cudaStreamSynchronize(stream), cudaErrorIllegalAddress);
+    EXPECT_EQ(cudaStreamSynchronize(stream), cudaSuccess);
+}
+
+TEST_F(EmulatorTest, RefusesStreamsAndCopiesThatAreNone) {
+    double value = 0;
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    const auto unknown = reinterpret_cast<cudaStream_t>(&value);
+    EXPECT_EQ(addEntry.launchOn(unknown, {}, {}, &value, 2, 0.5), cudaErrorInvalidResourceHandle);
+    EXPECT_EQ(cudaStreamDestroy(unknown), cudaErrorInvalidResourceHandle);
+    EXPECT_EQ(cudaMemcpyAsync(&value, &value, 8, cudaMemcpyHostToHost, unknown),
+              cudaErrorInvalidResourceHandle);
+    EXPECT_EQ(cudaMemcpyAsync(&value, &value, 8, cudaMemcpyDeviceToHost, stream),
+              cudaErrorInvalidValue);
+    EXPECT_EQ(cudaFreeHost(&value), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaStreamCreate(nullptr), cudaErrorInvalidValue);
+    EXPECT_EQ(cudaMallocHost(nullptr, 8), cudaErrorInvalidValue);
+}
+
+TEST_F(EmulatorTest, EndsStreamsAndTheHostsMemoryWithTheContext) {
+    void* memory = nullptr;
+    cudaStream_t stream = nullptr;
+    ASSERT_EQ(cudaMallocHost(&memory, 24), cudaSuccess);
+    ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    EXPECT_EQ(emulator().liveHostBytes(), 24U);
+    EXPECT_EQ(emulator().liveStreams(), 1U);
+    EXPECT_EQ(emulator().liveBytes(), 0U);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_EQ(emulator().liveHostBytes(), 0U);
+    EXPECT_EQ(emulator().liveStreams(), 0U);
 }
 
 TEST_F(EmulatorTest, RefusesGeometriesThatNoDeviceHas) {

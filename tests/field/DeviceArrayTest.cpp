@@ -33,6 +33,13 @@ using pistonfield::Request;
 using pistonfield::Tolerance;
 using enum Tolerance::Of;
 
+/// What the device has.
+struct Held {
+    std::size_t bytes = emulator().liveBytes();
+    std::size_t hostBytes = emulator().liveHostBytes();
+    std::size_t streams = emulator().liveStreams();
+};
+
 constexpr unsigned seed = 20261208;
 
 struct Single {
@@ -196,20 +203,28 @@ TYPED_TEST(DeviceArrays, HaveNoWrongFieldWhateverFailsOnTheDevice) {
 TYPED_TEST(DeviceArrays, AreADeviceFailureAtEveryOperation) {
     const Plan plan(this->request());
     const auto whole = this->computed(plan);
-    for (const auto operation : {Operation::Malloc, Operation::Memcpy, Operation::ConfigureCall,
-                                 Operation::SetupArgument, Operation::Launch})
+    const Held before;
+    for (const auto operation :
+         {Operation::Malloc, Operation::MallocHost, Operation::Memcpy, Operation::MemcpyAsync,
+          Operation::ConfigureCall, Operation::SetupArgument, Operation::Launch})
         for (int nth = 1; true; ++nth) {
+            const Plan another(plan.request());
             const RuntimeLog log({{nth, cuda_runtime::cudaErrorUnknown, operation}});
             bool failed = false;
             try {
-                EXPECT_EQ(this->computed(plan), whole);
+                EXPECT_EQ(this->computed(another), whole);
             } catch (const pistonfield::DeviceFailure& failure) {
                 failed = true;
                 EXPECT_NE(std::string(failure.what()).find(": unknown error"), std::string::npos);
             }
             EXPECT_EQ(failed, log.failed);
-            EXPECT_EQ(emulator().liveBytes(), 0U);
-            if (log.failed) continue;
+            EXPECT_EQ(emulator().pendingOperations(), 0U);
+            if (log.failed) {
+                EXPECT_EQ(emulator().liveBytes(), before.bytes);
+                EXPECT_EQ(emulator().liveHostBytes(), before.hostBytes);
+                EXPECT_EQ(emulator().liveStreams(), before.streams);
+                continue;
+            }
             EXPECT_GT(nth, 1);
             break;
         }
@@ -233,9 +248,11 @@ TYPED_TEST(DeviceArrays, SayWhatFailed) {
     for (const char* of :
          {"elements", "weights", "points", "sums", "near elements' numbers", "near elements",
           "directivities' numbers", "directivities' counts", "directivities' coefficients",
-          "directivities", "rules", "rules' table", "points", "orders", "field"})
+          "directivities", "rules", "rules' table", "field"})
         EXPECT_EQ(textOf(++nth, Operation::Memcpy),
                   std::string("cudaMemcpy of the ") + of + ": out of memory");
+    EXPECT_EQ(textOf(1, Operation::MemcpyAsync), "cudaMemcpyAsync of the points: out of memory");
+    EXPECT_EQ(textOf(2, Operation::MemcpyAsync), "cudaMemcpyAsync of the orders: out of memory");
     EXPECT_EQ(textOf(1, Operation::Launch),
               "the launch of the kernel for far elements: out of memory");
     EXPECT_EQ(textOf(3, Operation::Launch),
@@ -283,10 +300,9 @@ TYPED_TEST(DeviceArrays, TakeNoMoreMemoryThanTheySay) {
         Request request = this->request(weightings);
         request.tolerance->value = 1e-2;
         request.lattice = latticeAbout({120, 80, 2}, {0.03, 0.03, 1}, 0.05);
-        const Plan plan(request);
-        for (const LatticeBox& box :
-             {plan.request().lattice.box(), LatticeBox{{3, 0, 0}, {1, 80, 2}},
-              LatticeBox{{}, {1, 1, 1}}}) {
+        for (const LatticeBox& box : {request.lattice.box(), LatticeBox{{3, 0, 0}, {1, 80, 2}},
+                                      LatticeBox{{}, {1, 1, 1}}}) {
+            const Plan plan(request);
             const auto most = static_cast<std::int64_t>(
                 mostDeviceBytes([&] { static_cast<void>(this->computed(plan, box)); }));
             const pistonfield::Cost cost = plan.cost(box);
@@ -321,10 +337,31 @@ TYPED_TEST(DeviceArrays, LeaveNothing) {
         const Plan plan(this->request());
         EXPECT_EQ(plan.engine(), "sum");
         static_cast<void>(this->computed(plan));
-        EXPECT_EQ(emulator().liveBytes(), 0U);
+        EXPECT_EQ(emulator().pendingOperations(), 0U);
     });
     EXPECT_EQ(printed.out + printed.err, "");
     EXPECT_FALSE(emulator().hasContext());
+    const Held held;
+    EXPECT_EQ(held.bytes + held.hostBytes + held.streams, 0U);
+}
+
+TYPED_TEST(DeviceArrays, KeepMemoryRulesAndTables) {
+    const Plan plan(this->request());
+    const auto whole = this->computed(plan);
+    const Held before;
+    const auto uses = [](const std::vector<std::string>& calls, const char* name) {
+        return std::count_if(calls.begin(), calls.end(), [name](const std::string& call) {
+            return call.starts_with(std::string(name) + "(");
+        });
+    };
+    const RuntimeLog log;
+    EXPECT_EQ(this->computed(plan), whole);
+    for (const char* name : {"cudaMalloc", "cudaMallocHost", "cudaStreamCreate", "cudaFree",
+                             "cudaFreeHost", "cudaStreamDestroy"})
+        EXPECT_EQ(uses(log.calls, name), 0) << name;
+    EXPECT_EQ(uses(log.calls, "cudaMemcpy"), 9);
+    EXPECT_EQ(emulator().liveBytes(), before.bytes);
+    EXPECT_EQ(emulator().liveHostBytes(), before.hostBytes);
 }
 
 }  // namespace

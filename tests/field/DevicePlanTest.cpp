@@ -6,8 +6,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <complex>
 #include <memory>
+#include <stop_token>
+#include <string>
+#include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "FastNearfield/GaussLegendre.h"
@@ -176,7 +181,184 @@ TYPED_TEST(DevicePlan, HasNoWrongFieldWhateverFailsOnTheDevice) {
     // The device is chosen without those that do not answer; what is released may fail.
     EXPECT_GT(thrown, count / 2);
     EXPECT_EQ(cuda_runtime::emulated::emulator().liveBytes(), 0U);
+    EXPECT_EQ(cuda_runtime::emulated::emulator().liveHostBytes(), 0U);
+    EXPECT_EQ(cuda_runtime::emulated::emulator().liveStreams(), 0U);
     EXPECT_EQ(this->computed(request), whole);
+}
+
+/// Of some slabs, which are on the device two at a time.
+template <class T>
+class SlabsOfADevicePlan : public DevicePlan<T> {
+  protected:
+    static constexpr std::int64_t layers = 5;
+    static constexpr std::int64_t pointsOfALayer = std::int64_t{1} << 18;  // those of a slab
+
+    static Request request() {
+        Request request = deviceRequest(Family<T>::mode);
+        request.lattice.sizes = {512, 512, layers};
+        // No point is a node of an edge, where no value is finite.
+        request.lattice.transform[3] = -0.2037;
+        request.rule.order = 1;
+        return request;
+    }
+
+    static LatticeBox layer(std::int64_t number) { return {{0, 0, number}, {512, 512, 1}}; }
+
+    static auto whole(const Plan& plan) {
+        return DevicePlan<T>::computed(plan, plan.request().lattice.box());
+    }
+
+    /// What the device has.
+    struct Held {
+        static const cuda_runtime::emulated::Emulator& device() {
+            return cuda_runtime::emulated::emulator();
+        }
+
+        std::size_t bytes = device().liveBytes();
+        std::size_t hostBytes = device().liveHostBytes();
+        std::size_t streams = device().liveStreams();
+        std::size_t pending = device().pendingOperations();
+    };
+
+    static void expectNothingHeld() {
+        const Held held;
+        EXPECT_EQ(held.bytes, 0U);
+        EXPECT_EQ(held.hostBytes, 0U);
+        EXPECT_EQ(held.streams, 0U);
+        EXPECT_EQ(held.pending, 0U);
+    }
+
+    /// The calls whose names begin like one of these.
+    static std::vector<std::string> callsOf(const std::vector<std::string>& calls,
+                                            const std::vector<std::string>& names) {
+        std::vector<std::string> found;
+        for (const std::string& call : calls)
+            for (const std::string& name : names)
+                if (call.starts_with(name + "(")) found.push_back(name);
+        return found;
+    }
+};
+
+TYPED_TEST_SUITE(SlabsOfADevicePlan, Precisions, );
+
+TYPED_TEST(SlabsOfADevicePlan, HaveTheBitsOfEachByItself) {
+    const Plan plan(this->request());
+    const auto all = this->whole(plan);
+    auto at = all.begin();
+    for (std::int64_t number = 0; number < this->layers; ++number, at += this->pointsOfALayer) {
+        const auto one = this->computed(plan, this->layer(number));
+        EXPECT_TRUE(std::equal(one.begin(), one.end(), at)) << number;
+    }
+}
+
+TYPED_TEST(SlabsOfADevicePlan, AreConvertedOnTheirWay) {
+    using Other = std::conditional_t<std::is_same_v<TypeParam, float>, double, float>;
+    const Plan plan(this->request());
+    const LatticeBox box = plan.request().lattice.box();
+    const auto expected = this->whole(plan);
+    std::vector<std::complex<Other>> values(expected.size());
+    plan.compute(box, values.data());
+    for (std::size_t i = 0; i < values.size(); ++i)
+        ASSERT_EQ(values[i], std::complex<Other>(static_cast<Other>(expected[i].real()),
+                                                 static_cast<Other>(expected[i].imag())));
+}
+
+TYPED_TEST(SlabsOfADevicePlan, AreComputedBesideTheOneThatIsRead) {
+    const Plan plan(this->request());
+    const RuntimeLog log;
+    static_cast<void>(this->whole(plan));
+    EXPECT_EQ(this->callsOf(log.calls, {"cudaLaunch", "cudaStreamSynchronize"}),
+              (std::vector<std::string>{"cudaLaunch", "cudaLaunch", "cudaStreamSynchronize",  //
+                                        "cudaLaunch", "cudaStreamSynchronize",                //
+                                        "cudaLaunch", "cudaStreamSynchronize",                //
+                                        "cudaLaunch", "cudaStreamSynchronize",                //
+                                        "cudaStreamSynchronize"}));
+}
+
+TYPED_TEST(SlabsOfADevicePlan, TakeMemoryAndTablesOnce) {
+    const std::vector<std::string> making{"cudaMalloc", "cudaMallocHost", "cudaStreamCreate",
+                                          "cudaMemcpy"};
+    const std::vector<std::string> ending{"cudaFree", "cudaFreeHost", "cudaStreamDestroy"};
+    const Plan plan(this->request());
+    {
+        const RuntimeLog first;
+        static_cast<void>(this->whole(plan));
+        // The transform, the rule and two slabs.
+        EXPECT_EQ(this->callsOf(first.calls, making).size(), 2U + 2U + 2U * 3U);
+        EXPECT_TRUE(this->callsOf(first.calls, ending).empty());
+    }
+    const RuntimeLog second;
+    static_cast<void>(this->whole(plan));
+    static_cast<void>(this->computed(plan, this->layer(1)));
+    EXPECT_TRUE(this->callsOf(second.calls, making).empty());
+    EXPECT_TRUE(this->callsOf(second.calls, ending).empty());
+}
+
+TYPED_TEST(SlabsOfADevicePlan, TakeTheMemoryThatTheySay) {
+    for (const LatticeBox& box : {this->request().lattice.box(), LatticeBox{{}, {512, 512, 1}},
+                                  LatticeBox{{}, {3, 1, 1}}}) {
+        const Plan plan(this->request());
+        static_cast<void>(this->computed(plan, box));
+        const typename TestFixture::Held held;
+        EXPECT_EQ(static_cast<std::int64_t>(held.bytes), plan.cost(box).deviceMemory);
+        EXPECT_EQ(static_cast<std::int64_t>(held.hostBytes), plan.cost(box).memory);
+    }
+    this->expectNothingHeld();
+}
+
+TYPED_TEST(SlabsOfADevicePlan, LeaveNothingWhereTheyAreStopped) {
+    const Plan plan(this->request());
+    const auto expected = this->whole(plan);
+    std::stop_source source;
+    std::vector<std::int64_t> told;
+    typename TestFixture::Values values(expected.size());
+    const auto stopped = [&] {
+        plan.compute(plan.request().lattice.box(), values.data(),
+                     {source.get_token(), [&](std::int64_t points) {
+                          told.push_back(points);
+                          source.request_stop();
+                      }});
+    };
+    EXPECT_THROW(stopped(), pistonfield::Stopped);
+    EXPECT_EQ(told, std::vector<std::int64_t>{this->pointsOfALayer});
+    EXPECT_TRUE(
+        std::equal(values.begin(), values.begin() + this->pointsOfALayer, expected.begin()));
+    this->expectNothingHeld();
+    EXPECT_TRUE(this->whole(plan) == expected);
+}
+
+TYPED_TEST(SlabsOfADevicePlan, LeaveNothingWhateverFailsUnderWay) {
+    using cuda_runtime::emulated::Operation;
+    const Plan plan(this->request());
+    const auto expected = this->whole(plan);
+    for (const Operation operation : {Operation::Launch, Operation::MemcpyAsync,
+                                      Operation::StreamSynchronize, Operation::SetupArgument})
+        for (const int nth : {1, 2, 3, 5}) {
+            {
+                const RuntimeLog log({{nth, cuda_runtime::cudaErrorLaunchFailure, operation}});
+                EXPECT_NE(refused([&] { static_cast<void>(this->whole(plan)); }), "no failure");
+                EXPECT_TRUE(log.failed);
+            }
+            this->expectNothingHeld();
+            EXPECT_TRUE(this->whole(plan) == expected);
+        }
+}
+
+// Each of several computations has its own; of those that are over one is kept.
+TYPED_TEST(SlabsOfADevicePlan, BelongToOneComputation) {
+    const Plan plan(this->request());
+    const auto expected = this->whole(plan);
+    const typename TestFixture::Held before;
+    {
+        std::vector<std::jthread> threads;
+        for (int i = 0; i < 4; ++i)
+            threads.emplace_back([&] { EXPECT_TRUE(this->whole(plan) == expected); });
+    }
+    const typename TestFixture::Held after;
+    EXPECT_EQ(after.bytes, before.bytes);
+    EXPECT_EQ(after.hostBytes, before.hostBytes);
+    EXPECT_EQ(after.streams, before.streams);
+    EXPECT_EQ(after.pending, 0U);
 }
 
 TYPED_TEST(DevicePlan, WithoutADeviceIsRefused) {

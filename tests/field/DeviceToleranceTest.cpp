@@ -35,6 +35,13 @@ using pistonfield::Request;
 using pistonfield::Tolerance;
 using enum Tolerance::Of;
 
+/// What the device has.
+struct Held {
+    std::size_t bytes = emulator().liveBytes();
+    std::size_t hostBytes = emulator().liveHostBytes();
+    std::size_t streams = emulator().liveStreams();
+};
+
 constexpr unsigned seed = 20261123;
 
 /// A mode of a GPU and that of the CPU in the same precision.
@@ -198,20 +205,28 @@ TYPED_TEST(DeviceTolerance, HasNoWrongFieldWhateverFailsOnTheDevice) {
 TYPED_TEST(DeviceTolerance, IsADeviceFailureAtEveryOperation) {
     const Plan plan(this->request());
     const auto whole = this->computed(plan);
-    for (const auto operation : {Operation::Malloc, Operation::Memcpy, Operation::ConfigureCall,
-                                 Operation::SetupArgument, Operation::Launch})
+    const Held before;
+    for (const auto operation :
+         {Operation::Malloc, Operation::MallocHost, Operation::Memcpy, Operation::MemcpyAsync,
+          Operation::ConfigureCall, Operation::SetupArgument, Operation::Launch})
         for (int nth = 1; true; ++nth) {
+            const Plan another(plan.request());
             const RuntimeLog log({{nth, cuda_runtime::cudaErrorUnknown, operation}});
             bool failed = false;
             try {
-                EXPECT_EQ(this->computed(plan), whole);
+                EXPECT_EQ(this->computed(another), whole);
             } catch (const pistonfield::DeviceFailure& failure) {
                 failed = true;
                 EXPECT_NE(std::string(failure.what()).find(": unknown error"), std::string::npos);
             }
             EXPECT_EQ(failed, log.failed);
-            EXPECT_EQ(emulator().liveBytes(), 0U);
-            if (log.failed) continue;
+            EXPECT_EQ(emulator().pendingOperations(), 0U);
+            if (log.failed) {
+                EXPECT_EQ(emulator().liveBytes(), before.bytes);
+                EXPECT_EQ(emulator().liveHostBytes(), before.hostBytes);
+                EXPECT_EQ(emulator().liveStreams(), before.streams);
+                continue;
+            }
             EXPECT_GT(nth, 1);
             break;
         }
@@ -232,9 +247,12 @@ TYPED_TEST(DeviceTolerance, SaysWhatFailed) {
     };
     EXPECT_EQ(textOf(1, Operation::Malloc), "cudaMalloc: out of memory");
     EXPECT_EQ(textOf(1, Operation::Memcpy), "cudaMemcpy of the rules: out of memory");
-    EXPECT_EQ(textOf(3, Operation::Memcpy), "cudaMemcpy of the points: out of memory");
-    EXPECT_EQ(textOf(4, Operation::Memcpy), "cudaMemcpy of the orders: out of memory");
-    EXPECT_EQ(textOf(5, Operation::Memcpy), "cudaMemcpy of the field: out of memory");
+    EXPECT_EQ(textOf(2, Operation::Memcpy), "cudaMemcpy of the rules' table: out of memory");
+    EXPECT_EQ(textOf(1, Operation::MemcpyAsync), "cudaMemcpyAsync of the points: out of memory");
+    EXPECT_EQ(textOf(2, Operation::MemcpyAsync), "cudaMemcpyAsync of the orders: out of memory");
+    EXPECT_EQ(textOf(3, Operation::MemcpyAsync), "cudaMemcpyAsync of the field: out of memory");
+    EXPECT_EQ(textOf(1, Operation::StreamCreate), "cudaStreamCreate: out of memory");
+    EXPECT_EQ(textOf(1, Operation::StreamSynchronize), "cudaStreamSynchronize: out of memory");
     EXPECT_EQ(textOf(1, Operation::Launch), "the launch of the kernel: out of memory");
 }
 
@@ -296,9 +314,9 @@ TYPED_TEST(DeviceTolerance, TakesNoMoreMemoryThanItSays) {
     request.tolerance->value = 0.1;
     request.lattice.transform = {0.01, 0, 0, -1, 0, 0.01, 0, -1, 0, 0, 0.01, 20, 0, 0, 0, 1};
     request.lattice.sizes = {701, 401, 2};
-    const Plan plan(request);
-    for (const LatticeBox& box : {plan.request().lattice.box(), LatticeBox{{3, 0, 0}, {1, 401, 2}},
-                                  LatticeBox{{}, {1, 1, 1}}}) {
+    for (const LatticeBox& box :
+         {request.lattice.box(), LatticeBox{{3, 0, 0}, {1, 401, 2}}, LatticeBox{{}, {1, 1, 1}}}) {
+        const Plan plan(request);
         const auto most = static_cast<std::int64_t>(
             mostDeviceBytes([&] { static_cast<void>(this->computed(plan, box)); }));
         const pistonfield::Cost cost = plan.cost(box);
@@ -330,10 +348,31 @@ TYPED_TEST(DeviceTolerance, LeavesNothing) {
     const Printed printed = captured([&] {
         const Plan plan(this->request());
         static_cast<void>(this->computed(plan));
-        EXPECT_EQ(emulator().liveBytes(), 0U);
+        EXPECT_EQ(emulator().pendingOperations(), 0U);
     });
     EXPECT_EQ(printed.out + printed.err, "");
     EXPECT_FALSE(emulator().hasContext());
+    const Held held;
+    EXPECT_EQ(held.bytes + held.hostBytes + held.streams, 0U);
+}
+
+TYPED_TEST(DeviceTolerance, KeepsMemoryRulesAndTables) {
+    const Plan plan(this->request());
+    const auto whole = this->computed(plan);
+    const Held before;
+    const auto uses = [](const std::vector<std::string>& calls, const char* name) {
+        return std::count_if(calls.begin(), calls.end(), [name](const std::string& call) {
+            return call.starts_with(std::string(name) + "(");
+        });
+    };
+    const RuntimeLog log;
+    EXPECT_EQ(this->computed(plan), whole);
+    for (const char* name : {"cudaMalloc", "cudaMallocHost", "cudaStreamCreate", "cudaFree",
+                             "cudaFreeHost", "cudaStreamDestroy"})
+        EXPECT_EQ(uses(log.calls, name), 0) << name;
+    EXPECT_EQ(uses(log.calls, "cudaMemcpy"), 0);
+    EXPECT_EQ(emulator().liveBytes(), before.bytes);
+    EXPECT_EQ(emulator().liveHostBytes(), before.hostBytes);
 }
 
 }  // namespace

@@ -115,14 +115,21 @@ TEST_F(ContextFailuresTest, OfAnyOperationAreReportedAndLeaveNothingCurrent) {
     using namespace cuda_runtime;
     int value = 0;
     void* address = nullptr;
+    cudaStream_t stream = nullptr;
     const std::vector<std::function<cudaError_t()>> operations{
-        [&] { return cudaMalloc(&address, 4); }, [&] { return cudaFree(nullptr); },
+        [&] { return cudaMalloc(&address, 4); },
+        [&] { return cudaFree(nullptr); },
         [&] { return cudaMemcpy(&value, &value, 4, cudaMemcpyHostToDevice); },
         [&] {
             static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
             return cudaLaunch(&value);
         },
-        [&] { return cudaThreadSynchronize(); }};
+        [&] { return cudaThreadSynchronize(); },
+        [&] { return cudaMallocHost(&address, 4); },
+        [&] { return cudaFreeHost(nullptr); },
+        [&] { return cudaStreamCreate(&stream); },
+        [&] { return cudaStreamSynchronize(nullptr); },
+        [&] { return cudaMemcpyAsync(&value, &value, 4, cudaMemcpyHostToDevice, nullptr); }};
     for (const auto& operation : operations) {
         EXPECT_EQ(operation(), cudaSuccess);
         substituteRuntime().operationsFail = true;

@@ -88,6 +88,16 @@ cudaError_t operation(const char* name) {
     return ended(fails ? cudaErrorLaunchFailure : cudaSuccess);
 }
 
+/// An address that nothing else has, of what is made in a set; null for 0 bytes.
+void* madeIn(std::set<void*>& all, std::size_t bytes) {
+    static std::array<char, 1000> addresses;
+    static std::size_t used = 0;
+    if (bytes == 0) return nullptr;
+    void* const address = &addresses.at(used++);
+    all.insert(address);
+    return address;
+}
+
 }  // namespace
 
 extern "C" {
@@ -137,10 +147,7 @@ cudaError_t cudaDeviceGetAttribute(int* value, cudaDeviceAttr /*attribute*/, int
 cudaError_t cudaMalloc(void** address, std::size_t bytes) {
     const cudaError_t status = operation("cudaMalloc");
     if (status != cudaSuccess) return status;
-    static std::array<char, 1000> addresses;
-    static std::size_t used = 0;
-    *address = bytes == 0 ? nullptr : &addresses.at(used++);
-    if (bytes != 0) substituteRuntime().primary.memory.insert(*address);
+    *address = madeIn(substituteRuntime().primary.memory, bytes);
     return cudaSuccess;
 }
 
@@ -149,6 +156,45 @@ cudaError_t cudaFree(void* address) {
     if (status != cudaSuccess || address == nullptr) return status;
     const bool wasThere = substituteRuntime().primary.memory.erase(address) == 1;
     return ended(wasThere ? cudaSuccess : cudaErrorInvalidValue);
+}
+
+cudaError_t cudaHostAlloc(void** address, std::size_t bytes, unsigned /*flags*/) {
+    const cudaError_t status = operation("cudaHostAlloc");
+    if (status != cudaSuccess) return status;
+    *address = madeIn(substituteRuntime().primary.hostMemory, bytes);
+    return cudaSuccess;
+}
+
+cudaError_t cudaFreeHost(void* address) {
+    const cudaError_t status = operation("cudaFreeHost");
+    if (status != cudaSuccess || address == nullptr) return status;
+    const bool wasThere = substituteRuntime().primary.hostMemory.erase(address) == 1;
+    return ended(wasThere ? cudaSuccess : cudaErrorInvalidValue);
+}
+
+cudaError_t cudaStreamCreateWithFlags(cudaStream_t* stream, unsigned flags) {
+    const cudaError_t status = operation("cudaStreamCreateWithFlags");
+    if (status != cudaSuccess) return status;
+    if (flags != cudaStreamNonBlocking) return ended(cudaErrorInvalidValue);
+    *stream = static_cast<cudaStream_t>(madeIn(substituteRuntime().primary.streams, 1));
+    return cudaSuccess;
+}
+
+cudaError_t cudaStreamDestroy(cudaStream_t stream) {
+    const cudaError_t status = operation("cudaStreamDestroy");
+    if (status != cudaSuccess) return status;
+    const bool wasThere = substituteRuntime().primary.streams.erase(stream) == 1;
+    return ended(wasThere ? cudaSuccess : cudaErrorInvalidResourceHandle);
+}
+
+cudaError_t cudaStreamSynchronize(cudaStream_t /*stream*/) {
+    return operation("cudaStreamSynchronize");
+}
+
+cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
+                            cudaMemcpyKind /*kind*/, cudaStream_t stream) {
+    substituteRuntime().usedStreams.push_back(stream);
+    return operation("cudaMemcpyAsync");
 }
 
 cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
@@ -168,7 +214,8 @@ cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t
 
 cudaError_t cudaLaunchKernel(const void* /*entry*/, dim3 /*grid*/, dim3 /*block*/,
                              void** /*arguments*/, std::size_t /*sharedBytes*/,
-                             cudaStream_t /*stream*/) {
+                             cudaStream_t stream) {
+    substituteRuntime().usedStreams.push_back(stream);
     const cudaError_t status = operation("cudaLaunchKernel");
     if (status == cudaSuccess && substituteRuntime().kernelsFail)
         substituteRuntime().primary.broken = true;

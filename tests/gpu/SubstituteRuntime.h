@@ -38,6 +38,9 @@ struct SubstituteRuntime {
         int made = 0;
         bool broken = false;
         std::set<void*> memory;
+        /// Memory of the host that the device reaches.
+        std::set<void*> hostMemory;
+        std::set<void*> streams;
         /// What was copied into each constant last; by the constant's address.
         std::map<const void*, std::vector<std::byte>> constants;
     } primary;
@@ -48,6 +51,9 @@ struct SubstituteRuntime {
     /// The calls of the driver and the runtime's operations, by name, from the last
     /// `calls.clear()`.
     std::vector<std::string> calls;
+
+    /// The streams that launches and copies named, in their order.
+    std::vector<void*> usedStreams;
 
     /// The handle of the primary context.
     CUcontext handle() noexcept;

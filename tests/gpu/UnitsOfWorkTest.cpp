@@ -102,6 +102,51 @@ TEST_F(UnitsOfWorkTest, FreeTheirMemoryAtTheirEndAndNobodyElses) {
     EXPECT_THAT(calls(), IsEmpty());
 }
 
+TEST_F(UnitsOfWorkTest, EndTheirStreamsAndTheHostsMemory) {
+    int others = 0;
+    substituteRuntime().primary.streams.insert(&others);
+    substituteRuntime().primary.hostMemory.insert(&others);
+    std::array<cudaStream_t, 3> streams{};
+    std::array<void*, 3> staging{};
+    for (cudaStream_t& stream : streams) EXPECT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    for (void*& memory : staging) EXPECT_EQ(cudaMallocHost(&memory, 4), cudaSuccess);
+    EXPECT_EQ(cudaStreamDestroy(streams[1]), cudaSuccess);
+    EXPECT_EQ(cudaFreeHost(staging[1]), cudaSuccess);
+    EXPECT_EQ(primary().streams.size(), 3U);
+    EXPECT_EQ(primary().hostMemory.size(), 3U);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_THAT(primary().streams, ElementsAre(&others));
+    EXPECT_THAT(primary().hostMemory, ElementsAre(&others));
+}
+
+TEST_F(UnitsOfWorkTest, WorkOnTheStreamsThatAreNamed) {
+    cudaStream_t stream = nullptr;
+    EXPECT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    int value = 0;
+    static_cast<void>(cudaConfigureCall({}, {}, 0, stream));
+    EXPECT_EQ(cudaLaunch(&rule), cudaSuccess);
+    EXPECT_EQ(cudaMemcpyAsync(&value, &value, 4, cudaMemcpyDeviceToHost, stream), cudaSuccess);
+    EXPECT_EQ(launch(), cudaSuccess);
+    EXPECT_THAT(substituteRuntime().usedStreams, ElementsAre(stream, stream, nullptr));
+}
+
+// What is in a context that is broken goes with it.
+TEST_F(UnitsOfWorkTest, OnADeviceThatFailsWithWorkUnderWayLeaveNothing) {
+    cudaStream_t stream = nullptr;
+    void* staging = nullptr;
+    EXPECT_EQ(cudaStreamCreate(&stream), cudaSuccess);
+    EXPECT_EQ(cudaMallocHost(&staging, 4), cudaSuccess);
+    substituteRuntime().kernelsFail = true;
+    static_cast<void>(cudaConfigureCall({}, {}, 0, stream));
+    EXPECT_EQ(cudaLaunch(&rule), cudaSuccess);
+    EXPECT_EQ(cudaStreamSynchronize(stream), cudaErrorLaunchFailure);
+    EXPECT_EQ(cudaStreamDestroy(stream), cudaErrorLaunchFailure);
+    EXPECT_EQ(cudaThreadExit(), cudaSuccess);
+    EXPECT_EQ(primary().holders, 0);
+    EXPECT_THAT(primary().streams, IsEmpty());
+    EXPECT_THAT(primary().hostMemory, IsEmpty());
+}
+
 TEST_F(UnitsOfWorkTest, LeaveNoRuleBehind) {
     EXPECT_EQ(uploadRule(3), cudaSuccess);
     EXPECT_THAT(ruleOnTheDevice(), Contains(Not(std::byte{})));

@@ -80,6 +80,7 @@ TESTS = {
     "lanes/estimates.h": LANES,
     "lanes/PerInstructionSet.h": LANES,
     "lanes/sinCos.h": LANES,
+    "lanes/reducedAngles.h": LANES,
     "lanes/sinCosUpToSign.h": LANES,
     "lanes/slowReduction.cpp": LANES,
     "lanes/pipelined.h": LANES,
