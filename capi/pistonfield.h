@@ -15,7 +15,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 7
+#define PISTONFIELD_INTERFACE 8
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -84,6 +84,10 @@ int32_t pistonfield_mode_largest_order(int32_t mode) PISTONFIELD_NOEXCEPT;
 /// The most points of a lattice along one direction; 0 where there is no such mode.
 int64_t pistonfield_mode_most_points_in_a_row(int32_t mode) PISTONFIELD_NOEXCEPT;
 
+/// Not 0: the modes of a GPU compute on NVIDIA GPUs, and memory of these can be given. 0: their
+/// device is the processor. Since interface 8.
+int32_t pistonfield_has_gpus(void) PISTONFIELD_NOEXCEPT;
+
 /// The most threads that a computation can be given.
 int32_t pistonfield_most_threads(void) PISTONFIELD_NOEXCEPT;
 
@@ -115,6 +119,12 @@ typedef struct pistonfield_outline {
     const pistonfield_edge* edges;
     int64_t count;  ///< at most 4096
 } pistonfield_outline;
+
+/// A device, and the stream in whose order its memory is used. Since interface 8.
+typedef struct pistonfield_device {
+    int32_t number;  ///< as the CUDA runtime counts the devices of the process
+    void* stream;    ///< a cudaStream_t of the device's primary context; null: the default stream
+} pistonfield_device;
 
 /// What the plane about a piston is.
 typedef enum pistonfield_baffle {
@@ -192,6 +202,10 @@ typedef struct pistonfield_request {
     const pistonfield_outline* outlines;
     const int64_t* outline_of;
     int64_t outline_count;  ///< of `outlines`, at most 1024
+    /// Where `x`, `y` and `z` are memory of a device, they are copied from there in the order of
+    /// its stream: the processor cuts the points into groups, whatever the mode. Null: they are the
+    /// host's. Since interface 8.
+    const pistonfield_device* points_device;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -306,6 +320,32 @@ pistonfield_status pistonfield_plan_compute_double(
 pistonfield_status pistonfield_plan_compute_float(
     const pistonfield_plan* plan, const pistonfield_box* box, float* re, float* im, int64_t stride,
     const pistonfield_conduct* conduct, pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Computes the field into the memory of a device, whatever the mode: complex values one after the
+/// other, a real and an imaginary part each, and right behind them those of the next field, each
+/// times a factor. They are made piece by piece in the host's memory and copied in the order of the
+/// device's stream, and are there when this returns. After a failure some may be there and others
+/// not. Since interface 8, as what follows up to `pistonfield_array`.
+/// @param values  in memory that the device made, or shares with the host; else an invalid argument
+/// @param factor  a real and an imaginary part; null is 1. j*density*speed*velocity makes pressures
+/// @param conduct or null; its `to_next_field` is 0
+pistonfield_status pistonfield_plan_compute_double_on(
+    const pistonfield_plan* plan, const pistonfield_box* box, double* values,
+    const pistonfield_device* device, const double* factor, const pistonfield_conduct* conduct,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same in single precision.
+pistonfield_status pistonfield_plan_compute_float_on(
+    const pistonfield_plan* plan, const pistonfield_box* box, float* values,
+    const pistonfield_device* device, const double* factor, const pistonfield_conduct* conduct,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Copies from the memory of a device to that of the host, in the order of the device's stream, and
+/// waits until that is done.
+/// @param bytes 1 or more
+pistonfield_status pistonfield_device_read(const pistonfield_device* device, const void* from,
+                                           int64_t bytes, void* to,
+                                           pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// Elements, and their weights where there are some: what the functions below make, to be given to
 /// a request. All that it has is there as long as it is. Since interface 5, as what follows.

@@ -189,7 +189,7 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
         ::operator new(bytes, addressAlignment, std::nothrow), release);
     if (!memory) return remember(cudaErrorMemoryAllocation);
     allocations.emplace(static_cast<std::byte*>(memory.get()),
-                        Block{bytes, std::this_thread::get_id()});
+                        Block{bytes, std::this_thread::get_id(), chosenDevice});
     allocatedBytes += bytes;
     *address = memory.release();
     return cudaSuccess;
@@ -209,13 +209,23 @@ cudaError_t Emulator::free(void* address) {
     return cudaSuccess;
 }
 
-bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
+const Emulator::Block* Emulator::blockOf(const void* address, std::size_t bytes) const {
     const auto* first = static_cast<const std::byte*>(address);
     auto after = allocations.upper_bound(first);
-    if (after == allocations.begin()) return false;
+    if (after == allocations.begin()) return nullptr;
     const auto& [base, block] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
-    return offset <= block.bytes && bytes <= block.bytes - offset;
+    return offset <= block.bytes && bytes <= block.bytes - offset ? &block : nullptr;
+}
+
+bool Emulator::isDeviceRange(const void* address, std::size_t bytes) const {
+    return blockOf(address, bytes) != nullptr;
+}
+
+cudaError_t Emulator::requireDevice(int device) const noexcept {
+    if (devices.empty()) return cudaErrorNoDevice;
+    return device < 0 || device >= static_cast<int>(devices.size()) ? cudaErrorInvalidDevice
+                                                                    : cudaSuccess;
 }
 
 cudaError_t Emulator::memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind) {
@@ -251,6 +261,34 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
         std::memcpy(static_cast<std::byte*>(named->second.symbol.symbol) + offset, from, bytes);
         named->second.writer = std::this_thread::get_id();
     }
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::placeOf(const void* address, int device, Place* place) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::PlaceOf, "placeOf", device)) return remember(status);
+    status = requireDevice(device);
+    if (status != cudaSuccess) return remember(status);
+    const Block* const block = blockOf(address, 1);
+    *place = {block != nullptr, false, block != nullptr ? block->device : 0};
+    return cudaSuccess;
+}
+
+// It happens at once: nothing that the emulation device has been asked for is pending.
+cudaError_t Emulator::copyInOrder(void* to, const void* from, std::size_t bytes,
+                                  cudaMemcpyKind kind, int device, const void* stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::CopyInOrder, "copyInOrder", bytes, kind, device,
+                    reinterpret_cast<std::uintptr_t>(stream)))
+        return remember(status);
+    status = requireDevice(device);
+    if (status != cudaSuccess) return remember(status);
+    const bool toDevice = kind == cudaMemcpyHostToDevice;
+    if (!toDevice && kind != cudaMemcpyDeviceToHost)
+        return remember(cudaErrorInvalidMemcpyDirection);
+    if (to == nullptr || from == nullptr || !isDeviceRange(toDevice ? to : from, bytes))
+        return remember(cudaErrorInvalidValue);
+    std::memcpy(to, from, bytes);
     return cudaSuccess;
 }
 

@@ -14,6 +14,7 @@
 
 #include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/PendingCall.h"
+#include "cuda_runtime/callersMemory.h"
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "cuda_runtime/runtime.h"
 
@@ -28,6 +29,8 @@ enum class Operation {
     Free,
     Memcpy,
     MemcpyToSymbol,
+    PlaceOf,
+    CopyInOrder,
     ConfigureCall,
     SetupArgument,
     Launch,
@@ -93,6 +96,9 @@ class Emulator {
     cudaError_t memcpy(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
     cudaError_t memcpyToSymbol(const char* name, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind kind);
+    cudaError_t placeOf(const void* address, int device, Place* place);
+    cudaError_t copyInOrder(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            int device, const void* stream);
     cudaError_t configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, int stream);
     cudaError_t setupArgument(const void* argument, std::size_t bytes, std::size_t offset);
     cudaError_t launch(const void* entry);
@@ -105,6 +111,7 @@ class Emulator {
     struct Block {
         std::size_t bytes;
         std::thread::id owner;
+        int device;
     };
     struct Constant {
         ConstantSymbol symbol;
@@ -118,6 +125,8 @@ class Emulator {
     cudaError_t enterContext();
     void endContext(std::thread::id owner) noexcept;
     bool isDeviceRange(const void* address, std::size_t bytes) const;
+    const Block* blockOf(const void* address, std::size_t bytes) const;
+    cudaError_t requireDevice(int device) const noexcept;
     cudaError_t runPending(const KernelImage& image) const;
     void runThreads(const KernelImage& image, std::int64_t threads) const;
 

@@ -312,7 +312,7 @@ static void measuresABeam(void) {
     options.size = 8;
     EXPECT_OUTCOME(pistonfield_beam_of_request(&request, &options, NULL, &beam, &message),
                    PISTONFIELD_INVALID_ARGUMENT,
-                   "beam_options: a size of 8 bytes is not that of interface 1 to 7; call "
+                   "beam_options: a size of 8 bytes is not that of interface 1 to 8; call "
                    "pistonfield_beam_options_init first");
     pistonfield_beam_destroy(NULL);
     EXPECT(pistonfield_beam_count(NULL) == 0 && pistonfield_beam_table(NULL) == NULL);
