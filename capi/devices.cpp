@@ -3,6 +3,7 @@
 #include "capi/devices.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "capi/outcome.h"
@@ -11,6 +12,20 @@
 
 namespace pistonfield {
 
+namespace {
+
+/// Asks something about an argument, whose name a device's failure is told with.
+template <class Question>
+auto asked(const char* argument, const Question& question) {
+    try {
+        return question();
+    } catch (const DeviceFailure& failure) {
+        throw DeviceFailure(std::string(argument) + ": " + failure.what());
+    }
+}
+
+}  // namespace
+
 CallersDevice deviceOf(const pistonfield_device* given) {
     const pistonfield_device& device = required(given, "device");
     return {device.number, device.stream};
@@ -18,18 +33,26 @@ CallersDevice deviceOf(const pistonfield_device* given) {
 
 void requireOnDevice(const CallersDevice& device, const void* first, std::size_t bytes,
                      const char* argument) {
-    std::string reason;
-    try {
-        reason = reasonAgainst(device, first, bytes);
-    } catch (const DeviceFailure& failure) {
-        throw DeviceFailure(std::string(argument) + ": " + failure.what());
-    }
+    const std::string reason = asked(argument, [&] { return reasonAgainst(device, first, bytes); });
     if (!reason.empty()) throw InvalidArgument(argument, reason);
 }
 
 }  // namespace pistonfield
 
 std::int32_t pistonfield_has_gpus() noexcept { return cuda_runtime::hasGpus() ? 1 : 0; }
+
+pistonfield_status pistonfield_device_of(const void* address, std::int32_t* number,
+                                         pistonfield_message* message) noexcept {
+    using namespace pistonfield;
+    return outcomeOf(message, [&] {
+        requireGiven(address, "address");
+        requireGiven(number, "number");
+        const std::optional<int> found =
+            asked("address", [address] { return deviceWith(address); });
+        if (!found) throw InvalidArgument("address", "is in no device's memory");
+        *number = *found;
+    });
+}
 
 pistonfield_status pistonfield_device_read(const pistonfield_device* device, const void* from,
                                            std::int64_t bytes, void* to,

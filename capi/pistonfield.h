@@ -340,6 +340,12 @@ pistonfield_status pistonfield_plan_compute_float_on(
     const pistonfield_device* device, const double* factor, const pistonfield_conduct* conduct,
     pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
+/// Tells in which device's memory an address lies; of memory that is shared it is the first device.
+/// @param number where the device's number goes. An address in no device's memory is an invalid
+///     argument
+pistonfield_status pistonfield_device_of(const void* address, int32_t* number,
+                                         pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
 /// Copies from the memory of a device to that of the host, in the order of the device's stream, and
 /// waits until that is done.
 /// @param bytes 1 or more

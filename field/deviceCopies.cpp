@@ -15,16 +15,15 @@ int deviceCount() {
     return count;
 }
 
-cuda_runtime::Place placeOf(const CallersDevice& device, const void* address) {
+cuda_runtime::Place placeOf(int device, const void* address) {
     cuda_runtime::Place place{};
-    requireSuccess(cuda_runtime::placeOf(address, device.number, &place),
-                   "asking where an address lies");
+    requireSuccess(cuda_runtime::placeOf(address, device, &place), "asking where an address lies");
     return place;
 }
 
 /// What is wrong with one address.
 std::string reasonAgainst(const CallersDevice& device, const void* address) {
-    const cuda_runtime::Place place = placeOf(device, address);
+    const cuda_runtime::Place place = placeOf(device.number, address);
     if (place.isShared || (place.isOnDevice && place.device == device.number)) return {};
     if (place.isOnDevice)
         return "lies in the memory of device " + std::to_string(place.device) + ", not of device " +
@@ -47,6 +46,18 @@ void copy(const CallersDevice& device, void* to, const void* from, std::size_t b
 }
 
 }  // namespace
+
+std::optional<int> deviceWith(const void* address) {
+    std::optional<int> found;
+    besideDeviceThreads([&] {
+        const int count = deviceCount();
+        for (int device = 0; device < count && !found; ++device) {
+            const cuda_runtime::Place place = placeOf(device, address);
+            if (place.isOnDevice) found = place.isShared ? device : place.device;
+        }
+    });
+    return found;
+}
 
 std::string reasonAgainst(const CallersDevice& device, const void* first, std::size_t bytes) {
     std::string reason;

@@ -3,12 +3,16 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "field/Plan.h"
 
 namespace pistonfield {
+
+/// The device in whose memory an address lies, if any; of memory that is shared the first one.
+/// @throws DeviceFailure, also where there is no device
+std::optional<int> deviceWith(const void* address);
 
 /// Why so many bytes are not memory of a device, the first and the last of them; empty where they
 /// are. Memory that the device shares with the host is.

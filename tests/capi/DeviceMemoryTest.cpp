@@ -297,6 +297,21 @@ TEST_F(DeviceMemoryTest, GivesPoints) {
     EXPECT_EQ(values, expected);
 }
 
+TEST_F(DeviceMemoryTest, IsFound) {
+    const EmulatedDevices two(
+        {EmulatedDevices::device(9, 0, 1, 1), EmulatedDevices::device(9, 0, 1, 1)});
+    const CallersArray<double> values(2, 1);
+    std::int32_t number = -1;
+    EXPECT_EQ(pistonfield_device_of(values.get() + 1, &number, &message), PISTONFIELD_SUCCESS);
+    EXPECT_EQ(number, 1);
+    EXPECT_EQ(pistonfield_device_of(&number, &number, &message), PISTONFIELD_INVALID_ARGUMENT);
+    EXPECT_STREQ(message.text, "address: is in no device's memory");
+    EXPECT_EQ(pistonfield_device_of(nullptr, &number, &message), PISTONFIELD_INVALID_ARGUMENT);
+    EXPECT_EQ(pistonfield_device_of(&number, nullptr, &message), PISTONFIELD_INVALID_ARGUMENT);
+    const EmulatedDevices none({});
+    EXPECT_EQ(pistonfield_device_of(&number, &number, &message), PISTONFIELD_DEVICE_FAILURE);
+}
+
 TEST_F(DeviceMemoryTest, IsRead) {
     const std::vector<double> values{1, 2, 3};
     const CallersArray<double> onDevice(values);
