@@ -218,9 +218,17 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, std::s
 pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
                                            pistonfield_plan** plan,
                                            pistonfield_message* message) noexcept {
+    return pistonfield_plan_create_watched(request, nullptr, plan, message);
+}
+
+pistonfield_status pistonfield_plan_create_watched(const pistonfield_request* request,
+                                                   const pistonfield_conduct* conduct,
+                                                   pistonfield_plan** plan,
+                                                   pistonfield_message* message) noexcept {
     return outcomeOf(message, [&] {
         required(plan, "plan") = nullptr;
-        pistonfield_plan made{Plan(requestOf(request)), {}};
+        const Watched watched(conduct);
+        pistonfield_plan made{Plan(requestOf(request), watched.get()), {}};
         made.engine = made.plan.engine();
         *plan = std::make_unique<pistonfield_plan>(std::move(made)).release();
     });

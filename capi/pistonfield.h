@@ -271,6 +271,13 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
                                            pistonfield_plan** plan,
                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
+/// The same, watched: of many elements or points it may take seconds.
+/// @param conduct or null; its progress function is told 0 points, so that it can stop. Since
+///     interface 8
+pistonfield_status pistonfield_plan_create_watched(
+    const pistonfield_request* request, const pistonfield_conduct* conduct, pistonfield_plan** plan,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
 /// Ends a plan, when nobody computes with it. Null is fine.
 void pistonfield_plan_destroy(pistonfield_plan* plan) PISTONFIELD_NOEXCEPT;
 
@@ -684,6 +691,20 @@ pistonfield_status pistonfield_request_foci(const pistonfield_request* request,
 pistonfield_status pistonfield_request_plane_wave(
     const pistonfield_request* request, const double* direction, double* weights,
     pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same three, watched. Since interface 8.
+/// @param conduct or null; its progress function is told 0 points, so that it can stop
+pistonfield_status pistonfield_request_focus_watched(
+    const pistonfield_request* request, const pistonfield_places* focus,
+    const pistonfield_conduct* conduct, double* weights,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+pistonfield_status pistonfield_request_foci_watched(
+    const pistonfield_request* request, const pistonfield_foci* foci,
+    const pistonfield_conduct* conduct, double* weights, pistonfield_foci_result* result,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+pistonfield_status pistonfield_request_plane_wave_watched(
+    const pistonfield_request* request, const double* direction, const pistonfield_conduct* conduct,
+    double* weights, pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// The same as `pistonfield_weights_window`.
 pistonfield_status pistonfield_request_window(const pistonfield_request* request,

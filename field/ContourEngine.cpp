@@ -117,17 +117,17 @@ std::unique_ptr<const ArrayEngine<T>> makeContourSumEngine(
 }
 
 template <class T>
-std::shared_ptr<const Engine<T>> makeContourEngine(const Request& request) {
-    const auto terms = std::make_shared<const ContourTerms>(request);
-    return fastestOf<T>(terms,
-                        std::shared_ptr<const ArrayEngine<T>>(makeContourSumEngine<T>(terms)));
+std::shared_ptr<const Engine<T>> makeContourEngine(const Request& request, const Watch& watch) {
+    const auto terms = std::make_shared<const ContourTerms>(request, watch);
+    return fastestOf<T>(
+        terms, std::shared_ptr<const ArrayEngine<T>>(makeContourSumEngine<T>(terms)), watch);
 }
 
 template std::unique_ptr<const ArrayEngine<float>> makeContourSumEngine(
     std::shared_ptr<const ContourTerms>);
 template std::unique_ptr<const ArrayEngine<double>> makeContourSumEngine(
     std::shared_ptr<const ContourTerms>);
-template std::shared_ptr<const Engine<float>> makeContourEngine(const Request&);
-template std::shared_ptr<const Engine<double>> makeContourEngine(const Request&);
+template std::shared_ptr<const Engine<float>> makeContourEngine(const Request&, const Watch&);
+template std::shared_ptr<const Engine<double>> makeContourEngine(const Request&, const Watch&);
 
 }  // namespace pistonfield

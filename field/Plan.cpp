@@ -15,6 +15,7 @@
 #include "field/ContourEngine.h"
 #include "field/Engine.h"
 #include "field/ToleranceEngine.h"
+#include "field/Watch.h"
 #include "field/deviceCopies.h"
 #include "field/pieces.h"
 
@@ -28,19 +29,20 @@ using EnginePointer = std::shared_ptr<const Engine<T>>;
 using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
-EnginePointer<T> engineIn(const Request& request, SharedFaces* shared) {
-    if (takesContours(request)) return makeContourEngine<T>(request);
-    if (request.array) return makeArrayEngine<T>(request, shared);
+EnginePointer<T> engineIn(const Request& request, SharedFaces* shared, const Watch& watch) {
+    if (takesContours(request)) return makeContourEngine<T>(request, watch);
+    if (request.array) return makeArrayEngine<T>(request, shared, watch);
     const bool onGpu = isOnGpu(request.mode);
     if (request.tolerance)
         return onGpu ? makeDeviceToleranceEngine<T>(request) : makeCpuToleranceEngine<T>(request);
     return onGpu ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
-AnyEngine engineOf(const Request& request, SharedFaces* shared) {
+AnyEngine engineOf(const Request& request, SharedFaces* shared, const Watch& watch) {
     check(request);
-    if (isInSingle(request.mode)) return engineIn<float>(request, shared);
-    return engineIn<double>(request, shared);
+    watch.look();
+    if (isInSingle(request.mode)) return engineIn<float>(request, shared, watch);
+    return engineIn<double>(request, shared, watch);
 }
 
 void requireWithin(const LatticeBox& box, const Lattice& lattice) {
@@ -157,14 +159,17 @@ void computeOnDevice(const Engine<U>& engine, std::int64_t fields, const Lattice
 }  // namespace
 
 struct Plan::Parts {
-    Parts(Request asked, SharedFaces* shared)
-        : request(std::move(asked)), engine(engineOf(request, shared)) {}
+    Parts(Request asked, SharedFaces* shared, const Watch& watch = {})
+        : request(std::move(asked)), engine(engineOf(request, shared, watch)) {}
 
     Request request;
     AnyEngine engine;
 };
 
 Plan::Plan(Request request) : parts(std::make_unique<const Parts>(std::move(request), nullptr)) {}
+
+Plan::Plan(Request request, const Conduct& conduct)
+    : parts(std::make_unique<const Parts>(std::move(request), nullptr, Watch(conduct))) {}
 
 Plan::Plan(Request request, SharedFaces& shared)
     : parts(std::make_unique<const Parts>(std::move(request), &shared)) {}

@@ -117,6 +117,11 @@ class Plan {
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
     explicit Plan(Request request);
 
+    /// The same, watched: what looks at many elements and points beforehand may take long. The
+    /// progress is told 0 points, so that it can stop.
+    /// @throws Stopped as well
+    Plan(Request request, const Conduct& conduct);
+
     /// For the beams of this library: the same of an array at few points. What it knows of its
     /// elements is taken from other plans, and left to them. Values depend on whether there are
     /// others by less than the tolerance, not on which these are.

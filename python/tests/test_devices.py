@@ -315,7 +315,7 @@ def test_a_gpu_that_is_not_there_is_told(piston, grid, plan, on_gpu, monkeypatch
         given[-1].text = f"cudaSetDevice: {failure}".encode()
         return _library.DEVICE_FAILURE
 
-    monkeypatch.setattr(_library.functions, "plan_create", none)
+    monkeypatch.setattr(_library.functions, "plan_create_watched", none)
     with pytest.raises(RuntimeError, match=f"^device: cudaSetDevice: {failure}"):
         pf.pressure(piston, grid, 1e6, device="gpu")
 

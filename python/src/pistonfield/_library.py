@@ -291,7 +291,7 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "has_gpus": (c_int32, []),
     "most_threads": (c_int32, []),
     "request_init": (Status, [POINTER(Request), c_size_t, _Message]),
-    "plan_create": (Status, [POINTER(Request), _Made, _Message]),
+    "plan_create_watched": (Status, [POINTER(Request), POINTER(Conduct), _Made, _Message]),
     "plan_destroy": (None, [c_void_p]),
     "plan_engine": (c_char_p, [c_void_p]),
     "plan_cost": (Status, [c_void_p, POINTER(Box), POINTER(CostStruct), _Message]),
@@ -333,12 +333,25 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "array_outlines": (POINTER(OutlineStruct), [c_void_p]),
     "array_outline_of": (c_void_p, [c_void_p]),
     "array_outline_count": (c_int64, [c_void_p]),
-    "request_focus": (Status, [POINTER(Request), POINTER(Places), c_void_p, _Message]),
-    "request_foci": (
+    "request_focus_watched": (
         Status,
-        [POINTER(Request), POINTER(Foci), c_void_p, POINTER(FociResult), _Message],
+        [POINTER(Request), POINTER(Places), POINTER(Conduct), c_void_p, _Message],
     ),
-    "request_plane_wave": (Status, [POINTER(Request), _Number, c_void_p, _Message]),
+    "request_foci_watched": (
+        Status,
+        [
+            POINTER(Request),
+            POINTER(Foci),
+            POINTER(Conduct),
+            c_void_p,
+            POINTER(FociResult),
+            _Message,
+        ],
+    ),
+    "request_plane_wave_watched": (
+        Status,
+        [POINTER(Request), _Number, POINTER(Conduct), c_void_p, _Message],
+    ),
     "request_window": (Status, [POINTER(Request), POINTER(Window), c_void_p, _Message]),
     "request_power": (Status, [POINTER(Request), POINTER(Conduct), _Number, _Message]),
     "beam_options_init": (Status, [POINTER(BeamOptions), c_size_t, _Message]),

@@ -21,7 +21,7 @@ from ._dlpack import Described
 from ._documents import documented
 from ._flat import Flat
 from ._grid import Grid
-from ._jobs import Job, interruptible
+from ._jobs import Job, interruptible, stopping
 from ._options import (
     OPTIONS,
     SOURCE,
@@ -200,7 +200,7 @@ class Plan:
         self._place_shape = place.shape
         self._fill_request(request, source, elements, place, given.behind)
         _require_addressable(self.shape)
-        self._handle = _created(request, place, len(elements.rows) * self._fields)
+        self._handle = _created(request, place, len(elements.rows) * self._fields, self._threads)
         # Threads may compute with it until the process ends.
         weakref.finalize(self, _library.functions.plan_destroy, self._handle).atexit = False
         whole = self._part(None)
@@ -515,17 +515,18 @@ class Plan:
         return _Part((*firsts, *(0,) * others), (*counts, *(1,) * others), tuple(kept))
 
 
-def _created(request: _library.Request, place: Place, drives: int) -> ctypes.c_void_p:
+def _created(request: _library.Request, place: Place, drives: int, threads: int) -> ctypes.c_void_p:
     """Have the library make a plan, in a thread of its own where that may last."""
     handle = ctypes.c_void_p()
     names = {**NAMES, "sizes": place.name, "transform": place.name}
 
-    def create() -> None:
-        _library.call(_library.functions.plan_create, request, handle, names=names)
+    def create(job: Job[None] | None = None) -> None:
+        conduct = None if job is None else stopping(job, threads)
+        _library.call(_library.functions.plan_create_watched, request, conduct, handle, names=names)
 
     try:
         if place.is_large or drives > 16:
-            interruptible(create)
+            Job(create).run()
         else:
             create()
     except ValueError as refusal:
