@@ -51,15 +51,24 @@ class ContourEngine : public ArrayEngine<T> {
     }
 
     double meanEvaluations(const std::vector<Index>& points) const override {
+        // An element's evaluations at a point take some 0.1 ms to count: of very many some are.
+        constexpr std::size_t mostCounted = 1 << 12;
+        const std::size_t count = terms->fields().count();
+        const std::size_t some = std::clamp<std::size_t>(mostCounted / points.size(),
+                                                         std::min<std::size_t>(64, count), count);
         ContourFields::Work work;
         double sum = 0;
         for (const Index& index : points) {
             GroupPlaces places;
             terms->positions().group(terms->numberOf(index) / groupSize, places);
-            for (std::size_t i = 0; i < terms->fields().count(); ++i)
-                sum += terms->fields().evaluationsOf(i, places, terms->limitOf(i), work);
+            for (std::size_t i = 0; i < some; ++i) {
+                const std::size_t element = i * count / some;
+                sum +=
+                    terms->fields().evaluationsOf(element, places, terms->limitOf(element), work);
+            }
         }
-        return sum / static_cast<double>(points.size());
+        return sum / static_cast<double>(points.size()) * static_cast<double>(count) /
+               static_cast<double>(some);
     }
 
     double secondsOfAPoint() const override {
