@@ -9,6 +9,7 @@
 
 #include "arrays/eigensystem.h"
 #include "arrays/elementPressures.h"
+#include "field/Watch.h"
 
 namespace pistonfield {
 
@@ -56,20 +57,24 @@ double efficiencyOf(const std::vector<Complex>& weights) {
 /// The pressures of elements at points, and the weights that make up demanded ones.
 class Pressures {
   public:
-    Pressures(const Foci& foci, const std::vector<Element>& elements, const Wave& wave)
+    Pressures(const Foci& foci, const std::vector<Element>& elements, const Wave& wave,
+              const Conduct& conduct)
         : foci(foci),
+          watch(conduct),
           elements(elements.size()),
           each(elementPressures(elements, wave, foci.points, foci.tolerance, foci.behind,
-                                foci.baffle)) {}
+                                foci.baffle, conduct)) {}
 
     /// @param favours W of each element
     FociWeights solve(const std::vector<double>& favours) const {
         FociWeights found;
         const std::vector<Complex> factors = factorsOf(eigensystemOf(gramian(favours)), found);
         found.weights.resize(elements);
-        for (std::size_t i = 0; i < elements; ++i)
+        for (std::size_t i = 0; i < elements; ++i) {
+            watch.look();
             for (std::size_t p = 0; p < points(); ++p)
                 found.weights[i] += favours[i] * std::conj(at(p, i)) * factors[p];
+        }
         if (largestOf(found.weights) == 0)
             throw InvalidRequest("pressures", "the array can make none of them");
         found.efficiency = efficiencyOf(found.weights);
@@ -88,6 +93,7 @@ class Pressures {
         SquareMatrix gram(points());
         for (std::size_t p = 0; p < points(); ++p)
             for (std::size_t q = p; q < points(); ++q) {
+                watch.look();
                 Complex sum;
                 for (std::size_t i = 0; i < elements; ++i)
                     sum += favours[i] * at(p, i) * std::conj(at(q, i));
@@ -122,12 +128,15 @@ class Pressures {
 
     double residualOf(const std::vector<Complex>& weights) const {
         std::vector<Complex> errors = foci.pressures;
-        for (std::size_t p = 0; p < points(); ++p)
+        for (std::size_t p = 0; p < points(); ++p) {
+            watch.look();
             for (std::size_t i = 0; i < elements; ++i) errors[p] -= at(p, i) * weights[i];
+        }
         return largestOf(errors) / largestOf(foci.pressures);
     }
 
     const Foci& foci;
+    Watch watch;
     std::size_t elements;
     std::vector<Complex> each;
 };
@@ -155,9 +164,10 @@ FociWeights evened(const Pressures& pressures, const FociWeights& start,
 
 }  // namespace
 
-FociWeights weightsOf(const Foci& foci, const std::vector<Element>& elements, const Wave& wave) {
+FociWeights weightsOf(const Foci& foci, const std::vector<Element>& elements, const Wave& wave,
+                      const Conduct& conduct) {
     check(foci);
-    const Pressures pressures(foci, elements, wave);
+    const Pressures pressures(foci, elements, wave, conduct);
     const std::vector<double> equal(elements.size(), 1.0);
     FociWeights found = evened(pressures, pressures.solve(equal), equal, foci.iterations);
     if (foci.largestWeight) {

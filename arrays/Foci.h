@@ -7,7 +7,7 @@
 #include <optional>
 #include <vector>
 
-#include "field/Request.h"
+#include "field/Plan.h"
 
 namespace pistonfield {
 
@@ -46,8 +46,10 @@ struct FociWeights {
 /// 1989). With iterations W is divided by |u| each time, element by element, which evens the
 /// magnitudes out and keeps the pressures. The weights of the largest efficiency count, and from
 /// 0.999 on they are even enough.
+/// @param conduct whose progress is told 0 points, so that it can stop
 /// @throws InvalidRequest of points, pressures, tolerance, leastRatio, largestWeight or iterations,
-///     or of the elements; std::bad_alloc
-FociWeights weightsOf(const Foci& foci, const std::vector<Element>& elements, const Wave& wave);
+///     or of the elements; Stopped; std::bad_alloc
+FociWeights weightsOf(const Foci& foci, const std::vector<Element>& elements, const Wave& wave,
+                      const Conduct& conduct = {});
 
 }  // namespace pistonfield

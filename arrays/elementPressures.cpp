@@ -7,6 +7,7 @@
 #include "arrays/arrayRequests.h"
 #include "field/ArrayTerms.h"
 #include "field/ContourTerms.h"
+#include "field/Watch.h"
 #include "parallel/threads.h"
 
 namespace pistonfield {
@@ -18,7 +19,8 @@ namespace {
 ///     that returns the pressure at a point of the group
 template <class WorkOf>
 std::vector<std::complex<double>> pressuresOf(std::size_t elements, const Positions& positions,
-                                              std::size_t points, WorkOf workOf) {
+                                              std::size_t points, const Watch& watch,
+                                              WorkOf workOf) {
     std::vector<std::complex<double>> values(points * elements);
     const auto groups = static_cast<std::int64_t>((points + groupSize - 1) / groupSize);
     const auto count = static_cast<std::int64_t>(elements);
@@ -27,6 +29,7 @@ std::vector<std::complex<double>> pressuresOf(std::size_t elements, const Positi
         auto work = workOf();
         GroupPlaces places;
         for (std::int64_t number = first; number < last; ++number) {
+            watch.look();
             const auto element = static_cast<std::size_t>(number / groups);
             const auto from = static_cast<std::size_t>(number % groups) * groupSize;
             positions.group(number % groups, places);
@@ -37,14 +40,14 @@ std::vector<std::complex<double>> pressuresOf(std::size_t elements, const Positi
         }
     };
     constexpr std::int64_t aTurn = 16;
-    inParallel(groups * count, aTurn, groups * count > aTurn ? threadCount() : 1, computeSome);
+    inParallel(groups * count, aTurn, groups * count > aTurn ? watch.threads() : 1, computeSome);
     return values;
 }
 
-std::vector<std::complex<double>> pressuresByEdges(const Request& request) {
-    const ArrayTerms terms(request);
+std::vector<std::complex<double>> pressuresByEdges(const Request& request, const Watch& watch) {
+    const ArrayTerms terms(request, watch);
     const ElementFields<double> fields(request.array->elements, request.wave);
-    return pressuresOf(fields.count(), terms.positions(), request.points->x.size(), [&] {
+    return pressuresOf(fields.count(), terms.positions(), request.points->x.size(), watch, [&] {
         return [&, group = GroupValues<double>()](std::size_t element,
                                                   const GroupPlaces& places) mutable {
             fields.compute(element, places, terms.limitOf(fields.faceOf(element)), group);
@@ -54,10 +57,10 @@ std::vector<std::complex<double>> pressuresByEdges(const Request& request) {
     });
 }
 
-std::vector<std::complex<double>> pressuresByContours(const Request& request) {
-    const ContourTerms terms(request);
+std::vector<std::complex<double>> pressuresByContours(const Request& request, const Watch& watch) {
+    const ContourTerms terms(request, watch);
     const ContourFields& fields = terms.fields();
-    return pressuresOf(fields.count(), terms.positions(), request.points->x.size(), [&] {
+    return pressuresOf(fields.count(), terms.positions(), request.points->x.size(), watch, [&] {
         return [&, work = ContourFields::Work(), group = std::array<PointField, groupSize>()](
                    std::size_t element, const GroupPlaces& places) mutable {
             fields.compute(element, places, terms.limitOf(element), group, work);
@@ -70,10 +73,13 @@ std::vector<std::complex<double>> pressuresByContours(const Request& request) {
 
 std::vector<std::complex<double>> elementPressures(const std::vector<Element>& elements,
                                                    const Wave& wave, const PointList& points,
-                                                   double tolerance, bool behind, Baffle baffle) {
+                                                   double tolerance, bool behind, Baffle baffle,
+                                                   const Conduct& conduct) {
     const std::vector<std::complex<double>> equal(elements.size(), 1.0);
     const Request request = localRequest(elements, equal, wave, points, tolerance, behind, baffle);
-    return takesContours(request) ? pressuresByContours(request) : pressuresByEdges(request);
+    const Watch watch(conduct);
+    return takesContours(request) ? pressuresByContours(request, watch)
+                                  : pressuresByEdges(request, watch);
 }
 
 }  // namespace pistonfield

@@ -5,7 +5,7 @@
 #include <complex>
 #include <vector>
 
-#include "field/Request.h"
+#include "field/Plan.h"
 
 namespace pistonfield {
 
@@ -16,10 +16,13 @@ namespace pistonfield {
 /// @param behind    whether points behind an element are asked for; their value is that of the
 ///     point mirrored in the element's plane
 /// @param baffle    about each element, in its own plane
-/// @throws InvalidRequest, where behind is false also for points behind an element; std::bad_alloc
+/// @param conduct   whose progress is told 0 points, so that it can stop
+/// @throws InvalidRequest, where behind is false also for points behind an element; Stopped;
+///     std::bad_alloc
 std::vector<std::complex<double>> elementPressures(const std::vector<Element>& elements,
                                                    const Wave& wave, const PointList& points,
                                                    double tolerance, bool behind = false,
-                                                   Baffle baffle = Baffle::rigid);
+                                                   Baffle baffle = Baffle::rigid,
+                                                   const Conduct& conduct = {});
 
 }  // namespace pistonfield

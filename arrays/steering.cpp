@@ -7,15 +7,17 @@
 #include "arrays/arrayRequests.h"
 #include "arrays/elementPressures.h"
 #include "arrays/vectors.h"
+#include "field/Watch.h"
 
 namespace pistonfield {
 
 std::vector<std::complex<double>> focusWeights(const std::vector<Element>& elements,
                                                const Wave& wave, const Pose::Vector& focus,
-                                               double tolerance, bool behind, Baffle baffle) {
+                                               double tolerance, bool behind, Baffle baffle,
+                                               const Conduct& conduct) {
     const PointList point{{focus[0]}, {focus[1]}, {focus[2]}};
     std::vector<std::complex<double>> weights =
-        elementPressures(elements, wave, point, tolerance, behind, baffle);
+        elementPressures(elements, wave, point, tolerance, behind, baffle, conduct);
     for (std::complex<double>& weight : weights) weight = std::polar(1.0, -std::arg(weight));
     return weights;
 }
@@ -26,8 +28,10 @@ Pose::Vector directionOf(double azimuth, double elevation) noexcept {
 }
 
 std::vector<std::complex<double>> planeWaveWeights(const std::vector<Element>& elements,
-                                                   const Wave& wave,
-                                                   const Pose::Vector& direction) {
+                                                   const Wave& wave, const Pose::Vector& direction,
+                                                   const Conduct& conduct) {
+    const Watch watch(conduct);
+    watch.look();
     requireElements(elements);
     if (!(std::isfinite(wave.wavenumber) && wave.wavenumber > 0))
         throw InvalidRequest("wavenumber", "must be a wavenumber above 0");
@@ -37,8 +41,10 @@ std::vector<std::complex<double>> planeWaveWeights(const std::vector<Element>& e
     const Vector3 along = unitOf(direction);
     std::vector<std::complex<double>> weights;
     weights.reserve(elements.size());
-    for (const Element& element : elements)
+    for (const Element& element : elements) {
+        watch.look();
         weights.push_back(std::polar(1.0, -wave.wavenumber * dot(along, element.pose.centre)));
+    }
     return weights;
 }
 

@@ -5,7 +5,7 @@
 #include <complex>
 #include <vector>
 
-#include "field/Request.h"
+#include "field/Plan.h"
 
 namespace pistonfield {
 
@@ -13,12 +13,13 @@ namespace pistonfield {
 /// there is the sum of the magnitudes of the elements' own. The phases are those of the elements'
 /// pressures, not of the distances, with an error of up to `tolerance` relative to the local
 /// amplitude.
-/// @param behind,baffle see `elementPressures`
-/// @throws InvalidRequest; std::bad_alloc
+/// @param behind,baffle,conduct see `elementPressures`
+/// @throws InvalidRequest; Stopped; std::bad_alloc
 std::vector<std::complex<double>> focusWeights(const std::vector<Element>& elements,
                                                const Wave& wave, const Pose::Vector& focus,
                                                double tolerance = 1e-6, bool behind = false,
-                                               Baffle baffle = Baffle::rigid);
+                                               Baffle baffle = Baffle::rigid,
+                                               const Conduct& conduct = {});
 
 /// The direction at an azimuth, from +z towards +x, and an elevation, from there towards +y, in
 /// radians: (sin(azimuth)cos(elevation), sin(elevation), cos(azimuth)cos(elevation)).
@@ -27,8 +28,10 @@ Pose::Vector directionOf(double azimuth, double elevation) noexcept;
 /// Weights of amplitude 1 with the phases of a plane wave at the elements' centres, which goes in a
 /// direction: exp(-j*k*direction*centre). The elements' far fields add up in that direction.
 /// @param direction of any length above 0
-/// @throws InvalidRequest of `direction`, `wavenumber`
+/// @param conduct   whose progress is told 0 points, so that it can stop
+/// @throws InvalidRequest of `direction`, `wavenumber`; Stopped
 std::vector<std::complex<double>> planeWaveWeights(const std::vector<Element>& elements,
-                                                   const Wave& wave, const Pose::Vector& direction);
+                                                   const Wave& wave, const Pose::Vector& direction,
+                                                   const Conduct& conduct = {});
 
 }  // namespace pistonfield

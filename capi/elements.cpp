@@ -45,7 +45,7 @@ pistonfield_element elementFor(const Element& element) noexcept {
             {height[0], height[1], height[2]}};
 }
 
-PointList pointsFrom(const double* x, const double* y, const double* z, std::int64_t points) {
+void requirePoints(const double* x, const double* y, const double* z, std::int64_t points) {
     if (x == nullptr || y == nullptr || z == nullptr)
         throw InvalidRequest("points", "none of x, y and z may be null");
     if (points < 1) throw InvalidRequest("points", "must be 1 or more");
@@ -53,6 +53,10 @@ PointList pointsFrom(const double* x, const double* y, const double* z, std::int
     if (points > most)
         throw InvalidRequest("points",
                              std::to_string(points) + " positions have no place in memory");
+}
+
+PointList pointsFrom(const double* x, const double* y, const double* z, std::int64_t points) {
+    requirePoints(x, y, z, points);
     const auto copied = [points](const double* positions) {
         return std::vector<double>(positions, positions + points);
     };

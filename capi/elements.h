@@ -18,6 +18,9 @@ std::vector<Element> elementsFrom(const pistonfield_element* array, std::int64_t
 /// An element as callers have it.
 pistonfield_element elementFor(const Element& element) noexcept;
 
+/// @throws InvalidRequest of `points` where these are no list
+void requirePoints(const double* x, const double* y, const double* z, std::int64_t points);
+
 /// A caller's list of points.
 /// @throws InvalidRequest of `points`, before memory is taken
 PointList pointsFrom(const double* x, const double* y, const double* z, std::int64_t points);

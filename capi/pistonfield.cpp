@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "capi/pistonfield.h"
 
+#include <complex>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -11,6 +12,7 @@
 #include <utility>
 
 #include "capi/Watched.h"
+#include "capi/devices.h"
 #include "capi/outcome.h"
 #include "capi/requests.h"
 #include "capi/structSizes.h"
@@ -140,6 +142,31 @@ pistonfield_status compute(const pistonfield_plan* given, const pistonfield_box*
     });
 }
 
+template <class T>
+pistonfield_status computeOn(const pistonfield_plan* given, const pistonfield_box* givenBox,
+                             T* values, const pistonfield_device* givenDevice, const double* factor,
+                             const pistonfield_conduct* conduct,
+                             pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] {
+        const Plan& plan = required(given, "plan").plan;
+        const LatticeBox box = boxOf(givenBox);
+        plan.require(box);
+        static_cast<void>(addressOf(values, "values"));
+        const CallersDevice device = deviceOf(givenDevice);
+        const Watched watched(conduct);
+        if (watched.toNextField() != 0)
+            throw InvalidArgument("to_next_field", "has to be 0 in the memory of a device");
+        constexpr std::int64_t places =
+            std::numeric_limits<std::ptrdiff_t>::max() / static_cast<std::int64_t>(sizeof(T));
+        const Layout layout = layoutOf(box.points(), plan.request().fields(), 2, 0, places);
+        requireOnDevice(device, values, layout.points * layout.fields * sizeof(std::complex<T>),
+                        "values");
+        DeviceDestination<T> destination{reinterpret_cast<std::complex<T>*>(values), device};
+        if (factor != nullptr) destination.factor = {factor[0], factor[1]};
+        plan.computeOnDevice(box, destination, watched.get());
+    });
+}
+
 }  // namespace
 
 const char* pistonfield_version() noexcept { return PISTONFIELD_VERSION; }
@@ -191,9 +218,17 @@ pistonfield_status pistonfield_conduct_init(pistonfield_conduct* conduct, std::s
 pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
                                            pistonfield_plan** plan,
                                            pistonfield_message* message) noexcept {
+    return pistonfield_plan_create_watched(request, nullptr, plan, message);
+}
+
+pistonfield_status pistonfield_plan_create_watched(const pistonfield_request* request,
+                                                   const pistonfield_conduct* conduct,
+                                                   pistonfield_plan** plan,
+                                                   pistonfield_message* message) noexcept {
     return outcomeOf(message, [&] {
         required(plan, "plan") = nullptr;
-        pistonfield_plan made{Plan(requestOf(request)), {}};
+        const Watched watched(conduct);
+        pistonfield_plan made{Plan(requestOf(request), watched.get()), {}};
         made.engine = made.plan.engine();
         *plan = std::make_unique<pistonfield_plan>(std::move(made)).release();
     });
@@ -240,4 +275,22 @@ pistonfield_status pistonfield_plan_compute_float(const pistonfield_plan* plan,
                                                   const pistonfield_conduct* conduct,
                                                   pistonfield_message* message) noexcept {
     return compute(plan, box, re, im, stride, conduct, message);
+}
+
+pistonfield_status pistonfield_plan_compute_double_on(const pistonfield_plan* plan,
+                                                      const pistonfield_box* box, double* values,
+                                                      const pistonfield_device* device,
+                                                      const double* factor,
+                                                      const pistonfield_conduct* conduct,
+                                                      pistonfield_message* message) noexcept {
+    return computeOn(plan, box, values, device, factor, conduct, message);
+}
+
+pistonfield_status pistonfield_plan_compute_float_on(const pistonfield_plan* plan,
+                                                     const pistonfield_box* box, float* values,
+                                                     const pistonfield_device* device,
+                                                     const double* factor,
+                                                     const pistonfield_conduct* conduct,
+                                                     pistonfield_message* message) noexcept {
+    return computeOn(plan, box, values, device, factor, conduct, message);
 }

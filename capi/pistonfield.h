@@ -15,7 +15,7 @@
 #include <stdint.h>
 
 /// The number of the interface that this header has. Each addition raises it by one.
-#define PISTONFIELD_INTERFACE 7
+#define PISTONFIELD_INTERFACE 8
 
 #ifdef __cplusplus
 #define PISTONFIELD_NOEXCEPT noexcept
@@ -84,6 +84,10 @@ int32_t pistonfield_mode_largest_order(int32_t mode) PISTONFIELD_NOEXCEPT;
 /// The most points of a lattice along one direction; 0 where there is no such mode.
 int64_t pistonfield_mode_most_points_in_a_row(int32_t mode) PISTONFIELD_NOEXCEPT;
 
+/// Not 0: the modes of a GPU compute on NVIDIA GPUs, and memory of these can be given. 0: their
+/// device is the processor. Since interface 8.
+int32_t pistonfield_has_gpus(void) PISTONFIELD_NOEXCEPT;
+
 /// The most threads that a computation can be given.
 int32_t pistonfield_most_threads(void) PISTONFIELD_NOEXCEPT;
 
@@ -115,6 +119,12 @@ typedef struct pistonfield_outline {
     const pistonfield_edge* edges;
     int64_t count;  ///< at most 4096
 } pistonfield_outline;
+
+/// A device, and the stream in whose order its memory is used. Since interface 8.
+typedef struct pistonfield_device {
+    int32_t number;  ///< as the CUDA runtime counts the devices of the process
+    void* stream;    ///< a cudaStream_t of the device's primary context; null: the default stream
+} pistonfield_device;
 
 /// What the plane about a piston is.
 typedef enum pistonfield_baffle {
@@ -192,6 +202,10 @@ typedef struct pistonfield_request {
     const pistonfield_outline* outlines;
     const int64_t* outline_of;
     int64_t outline_count;  ///< of `outlines`, at most 1024
+    /// Where `x`, `y` and `z` are memory of a device, they are copied from there in the order of
+    /// its stream: the processor cuts the points into groups, whatever the mode. Null: they are the
+    /// host's. Since interface 8.
+    const pistonfield_device* points_device;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
 
@@ -257,6 +271,13 @@ pistonfield_status pistonfield_plan_create(const pistonfield_request* request,
                                            pistonfield_plan** plan,
                                            pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
+/// The same, watched: of many elements or points it may take seconds.
+/// @param conduct or null; its progress function is told 0 points, so that it can stop. Since
+///     interface 8
+pistonfield_status pistonfield_plan_create_watched(
+    const pistonfield_request* request, const pistonfield_conduct* conduct, pistonfield_plan** plan,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
 /// Ends a plan, when nobody computes with it. Null is fine.
 void pistonfield_plan_destroy(pistonfield_plan* plan) PISTONFIELD_NOEXCEPT;
 
@@ -306,6 +327,38 @@ pistonfield_status pistonfield_plan_compute_double(
 pistonfield_status pistonfield_plan_compute_float(
     const pistonfield_plan* plan, const pistonfield_box* box, float* re, float* im, int64_t stride,
     const pistonfield_conduct* conduct, pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Computes the field into the memory of a device, whatever the mode: complex values one after the
+/// other, a real and an imaginary part each, and right behind them those of the next field, each
+/// times a factor. They are made piece by piece in the host's memory and copied in the order of the
+/// device's stream, and are there when this returns. After a failure some may be there and others
+/// not. Since interface 8, as what follows up to `pistonfield_array`.
+/// @param values  in memory that the device made, or shares with the host; else an invalid argument
+/// @param factor  a real and an imaginary part; null is 1. j*density*speed*velocity makes pressures
+/// @param conduct or null; its `to_next_field` is 0
+pistonfield_status pistonfield_plan_compute_double_on(
+    const pistonfield_plan* plan, const pistonfield_box* box, double* values,
+    const pistonfield_device* device, const double* factor, const pistonfield_conduct* conduct,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same in single precision.
+pistonfield_status pistonfield_plan_compute_float_on(
+    const pistonfield_plan* plan, const pistonfield_box* box, float* values,
+    const pistonfield_device* device, const double* factor, const pistonfield_conduct* conduct,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Tells in which device's memory an address lies; of memory that is shared it is the first device.
+/// @param number where the device's number goes. An address in no device's memory is an invalid
+///     argument
+pistonfield_status pistonfield_device_of(const void* address, int32_t* number,
+                                         pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// Copies from the memory of a device to that of the host, in the order of the device's stream, and
+/// waits until that is done.
+/// @param bytes 1 or more
+pistonfield_status pistonfield_device_read(const pistonfield_device* device, const void* from,
+                                           int64_t bytes, void* to,
+                                           pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// Elements, and their weights where there are some: what the functions below make, to be given to
 /// a request. All that it has is there as long as it is. Since interface 5, as what follows.
@@ -638,6 +691,20 @@ pistonfield_status pistonfield_request_foci(const pistonfield_request* request,
 pistonfield_status pistonfield_request_plane_wave(
     const pistonfield_request* request, const double* direction, double* weights,
     pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+
+/// The same three, watched. Since interface 8.
+/// @param conduct or null; its progress function is told 0 points, so that it can stop
+pistonfield_status pistonfield_request_focus_watched(
+    const pistonfield_request* request, const pistonfield_places* focus,
+    const pistonfield_conduct* conduct, double* weights,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+pistonfield_status pistonfield_request_foci_watched(
+    const pistonfield_request* request, const pistonfield_foci* foci,
+    const pistonfield_conduct* conduct, double* weights, pistonfield_foci_result* result,
+    pistonfield_message* message) PISTONFIELD_NOEXCEPT;
+pistonfield_status pistonfield_request_plane_wave_watched(
+    const pistonfield_request* request, const double* direction, const pistonfield_conduct* conduct,
+    double* weights, pistonfield_message* message) PISTONFIELD_NOEXCEPT;
 
 /// The same as `pistonfield_weights_window`.
 pistonfield_status pistonfield_request_window(const pistonfield_request* request,

@@ -10,8 +10,10 @@
 #include <string>
 #include <utility>
 
+#include "capi/devices.h"
 #include "capi/elements.h"
 #include "capi/structSizes.h"
+#include "field/deviceCopies.h"
 
 namespace pistonfield {
 
@@ -21,6 +23,7 @@ static_assert(offsetof(pistonfield_request, tolerance) == requestSizes[0]);
 static_assert(offsetof(pistonfield_request, x) == requestSizes[1]);
 static_assert(offsetof(pistonfield_request, array) == requestSizes[2]);
 static_assert(offsetof(pistonfield_request, attenuation) == requestSizes[3]);
+static_assert(offsetof(pistonfield_request, points_device) == requestSizes[4]);
 static_assert(sizeof(pistonfield_request) == requestSizes.back());
 
 static_assert(PISTONFIELD_CPU == static_cast<int>(Mode::cpu));
@@ -66,10 +69,26 @@ bool hasPoints(const pistonfield_request& given) {
     return given.x != nullptr || given.y != nullptr || given.z != nullptr || given.points != 0;
 }
 
+/// A list of points in the memory of a device.
+PointList pointsOnDevice(const pistonfield_request& given) {
+    requirePoints(given.x, given.y, given.z, given.points);
+    const CallersDevice device = deviceOf(given.points_device);
+    const auto copied = [&](const double* from, const char* argument) {
+        const std::size_t bytes = static_cast<std::size_t>(given.points) * sizeof(double);
+        requireOnDevice(device, from, bytes, argument);
+        std::vector<double> positions(static_cast<std::size_t>(given.points));
+        copyFromDevice(device, positions.data(), from, bytes);
+        return positions;
+    };
+    return {copied(given.x, "x"), copied(given.y, "y"), copied(given.z, "z")};
+}
+
 void takePoints(Request& request, const pistonfield_request& given) {
     // Before memory is taken for them.
     if (given.tolerance == 0) throw InvalidRequest("points", "a list takes a tolerance");
-    request.points = pointsFrom(given.x, given.y, given.z, given.points);
+    request.points = given.points_device == nullptr
+                         ? pointsFrom(given.x, given.y, given.z, given.points)
+                         : pointsOnDevice(given);
     request.lattice.sizes = {given.points, 1, 1};
 }
 

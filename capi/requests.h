@@ -14,7 +14,7 @@
 
 namespace pistonfield {
 
-inline constexpr std::array<std::size_t, 5> requestSizes{200, 216, 248, 280, 320};
+inline constexpr std::array<std::size_t, 6> requestSizes{200, 216, 248, 280, 320, 328};
 
 std::optional<Mode> modeNumbered(std::int32_t number) noexcept;
 

@@ -16,6 +16,7 @@
 #include "arrays/elementPressures.h"
 #include "arrays/quantised.h"
 #include "arrays/steering.h"
+#include "capi/Watched.h"
 #include "capi/elements.h"
 #include "capi/memberNames.h"
 #include "capi/outcome.h"
@@ -87,21 +88,22 @@ WindowAlong alongNumbered(std::int32_t number) {
     return static_cast<WindowAlong>(number);
 }
 
-void findFocus(const DrivenElements& array, const pistonfield_places* focus, double* weights) {
+void findFocus(const DrivenElements& array, const pistonfield_places* focus, double* weights,
+               const Conduct& conduct = {}) {
     const pistonfield_places& place = required(focus, "focus");
     requireGiven(weights, "weights");
     write(focusWeights(array.elements, array.wave, onlyPlace(place), place.tolerance,
-                       place.behind != 0, array.baffle),
+                       place.behind != 0, array.baffle, conduct),
           weights);
 }
 
 void findFoci(const DrivenElements& array, const pistonfield_foci* foci, double* weights,
-              pistonfield_foci_result* result) {
+              pistonfield_foci_result* result, const Conduct& conduct = {}) {
     Foci demanded = fociFrom(required(foci, "foci"));
     demanded.baffle = array.baffle;
     requireGiven(weights, "weights");
     const FociWeights found =
-        namedForC([&] { return weightsOf(demanded, array.elements, array.wave); });
+        namedForC([&] { return weightsOf(demanded, array.elements, array.wave, conduct); });
     write(found.weights, weights);
     if (result != nullptr)
         *result = {static_cast<std::int64_t>(found.dropped),
@@ -112,10 +114,12 @@ void findFoci(const DrivenElements& array, const pistonfield_foci* foci, double*
                    found.residual};
 }
 
-void findPlaneWave(const DrivenElements& array, const double* direction, double* weights) {
+void findPlaneWave(const DrivenElements& array, const double* direction, double* weights,
+                   const Conduct& conduct = {}) {
     requireGiven(direction, "direction");
     requireGiven(weights, "weights");
-    write(planeWaveWeights(array.elements, array.wave, {direction[0], direction[1], direction[2]}),
+    write(planeWaveWeights(array.elements, array.wave, {direction[0], direction[1], direction[2]},
+                           conduct),
           weights);
 }
 
@@ -157,7 +161,18 @@ pistonfield_status pistonfield_weights_of_focus(const pistonfield_driven* driven
 pistonfield_status pistonfield_request_focus(const pistonfield_request* request,
                                              const pistonfield_places* focus, double* weights,
                                              pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] { findFocus(drivenElementsOf(request), focus, weights); });
+    return pistonfield_request_focus_watched(request, focus, nullptr, weights, message);
+}
+
+pistonfield_status pistonfield_request_focus_watched(const pistonfield_request* request,
+                                                     const pistonfield_places* focus,
+                                                     const pistonfield_conduct* conduct,
+                                                     double* weights,
+                                                     pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] {
+        const Watched watched(conduct);
+        findFocus(drivenElementsOf(request), focus, weights, watched.get());
+    });
 }
 
 pistonfield_status pistonfield_weights_of_foci(const pistonfield_driven* driven,
@@ -171,7 +186,19 @@ pistonfield_status pistonfield_request_foci(const pistonfield_request* request,
                                             const pistonfield_foci* foci, double* weights,
                                             pistonfield_foci_result* result,
                                             pistonfield_message* message) noexcept {
-    return outcomeOf(message, [&] { findFoci(drivenElementsOf(request), foci, weights, result); });
+    return pistonfield_request_foci_watched(request, foci, nullptr, weights, result, message);
+}
+
+pistonfield_status pistonfield_request_foci_watched(const pistonfield_request* request,
+                                                    const pistonfield_foci* foci,
+                                                    const pistonfield_conduct* conduct,
+                                                    double* weights,
+                                                    pistonfield_foci_result* result,
+                                                    pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] {
+        const Watched watched(conduct);
+        findFoci(drivenElementsOf(request), foci, weights, result, watched.get());
+    });
 }
 
 pistonfield_status pistonfield_weights_of_plane_wave(const pistonfield_driven* driven,
@@ -183,8 +210,18 @@ pistonfield_status pistonfield_weights_of_plane_wave(const pistonfield_driven* d
 pistonfield_status pistonfield_request_plane_wave(const pistonfield_request* request,
                                                   const double* direction, double* weights,
                                                   pistonfield_message* message) noexcept {
-    return outcomeOf(message,
-                     [&] { findPlaneWave(drivenElementsOf(request), direction, weights); });
+    return pistonfield_request_plane_wave_watched(request, direction, nullptr, weights, message);
+}
+
+pistonfield_status pistonfield_request_plane_wave_watched(const pistonfield_request* request,
+                                                          const double* direction,
+                                                          const pistonfield_conduct* conduct,
+                                                          double* weights,
+                                                          pistonfield_message* message) noexcept {
+    return outcomeOf(message, [&] {
+        const Watched watched(conduct);
+        findPlaneWave(drivenElementsOf(request), direction, weights, watched.get());
+    });
 }
 
 void pistonfield_direction(double azimuth, double elevation, double* direction) noexcept {

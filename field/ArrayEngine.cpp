@@ -34,16 +34,19 @@ std::optional<Accuracy> ArrayEngine<T>::accuracy() const {
 }
 
 template <class T>
-std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared) {
-    const auto terms = std::make_shared<const ArrayTerms>(request);
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared,
+                                                 const Watch& watch) {
+    const auto terms = std::make_shared<const ArrayTerms>(request, watch);
     if (isOnGpu(request.mode)) return makeDeviceSumEngine<T>(terms);
-    return fastestOf<T>(terms,
-                        std::shared_ptr<const ArrayEngine<T>>(makeSumEngine<T>(terms, shared)));
+    return fastestOf<T>(
+        terms, std::shared_ptr<const ArrayEngine<T>>(makeSumEngine<T>(terms, shared)), watch);
 }
 
 template class ArrayEngine<float>;
 template class ArrayEngine<double>;
-template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&, SharedFaces*);
-template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&, SharedFaces*);
+template std::shared_ptr<const Engine<float>> makeArrayEngine(const Request&, SharedFaces*,
+                                                              const Watch&);
+template std::shared_ptr<const Engine<double>> makeArrayEngine(const Request&, SharedFaces*,
+                                                               const Watch&);
 
 }  // namespace pistonfield

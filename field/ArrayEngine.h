@@ -11,6 +11,7 @@
 #include "field/ContourTerms.h"
 #include "field/Engine.h"
 #include "field/SharedFaces.h"
+#include "field/Watch.h"
 
 namespace pistonfield {
 
@@ -52,9 +53,10 @@ class ArrayEngine : public Engine<T> {
 /// The engine that takes the least time for a request for an array.
 /// @param request outlives it
 /// @param shared  what engines at other points know as well, or null
-/// @throws what `ArrayTerms` throws; DeviceFailure
+/// @throws what `ArrayTerms` throws; DeviceFailure; Stopped
 template <class T>
-std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared);
+std::shared_ptr<const Engine<T>> makeArrayEngine(const Request& request, SharedFaces* shared,
+                                                 const Watch& watch);
 
 /// The engine that sums up the elements' fields.
 /// @param shared what engines at other points know as well, or null
@@ -87,20 +89,24 @@ std::unique_ptr<const ArrayEngine<T>> makeDeviceSumEngine(std::shared_ptr<const 
 /// a library for Fourier transforms.
 /// @param sum sums up what is too near to elements that are on no grid, and what is so near that
 ///     velocities grow beyond bounds
-/// @throws std::bad_alloc
+/// @throws Stopped; std::bad_alloc
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum);
+    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum,
+    const Watch& watch = {});
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum);
+    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum,
+    const Watch& watch = {});
 
 /// An engine that sums up, or where that takes less time the one that convolves.
-/// @throws std::bad_alloc
+/// @throws Stopped; std::bad_alloc
 template <class T, class Terms>
 std::shared_ptr<const ArrayEngine<T>> fastestOf(const std::shared_ptr<const Terms>& terms,
-                                                std::shared_ptr<const ArrayEngine<T>> sum) {
-    std::shared_ptr<const ArrayEngine<T>> convolution = makeConvolutionEngine<T>(terms, sum);
+                                                std::shared_ptr<const ArrayEngine<T>> sum,
+                                                const Watch& watch) {
+    watch.look();
+    std::shared_ptr<const ArrayEngine<T>> convolution = makeConvolutionEngine<T>(terms, sum, watch);
     const bool isFaster = convolution && convolution->secondsOfAPoint() < sum->secondsOfAPoint();
     return isFaster ? convolution : sum;
 }

@@ -30,10 +30,10 @@ std::string nameOfElement(std::size_t i) { return "element " + std::to_string(i 
 
 /// Does a work with ranges of the points' numbers, in threads.
 template <class Work>
-void inThreads(const std::vector<ArrayTerms::Index>& points, Work work) {
+void inThreads(const std::vector<ArrayTerms::Index>& points, const Watch& watch, Work work) {
     constexpr std::int64_t some = 4;
     const auto count = static_cast<std::int64_t>(points.size());
-    inParallel(count, some, count > some ? threadCount() : 1,
+    inParallel(count, some, count > some ? watch.threads() : 1,
                [&work](std::int64_t first, std::int64_t last) {
                    work(static_cast<std::size_t>(first), static_cast<std::size_t>(last));
                });
@@ -43,13 +43,13 @@ double distanceOf(const Pose::Vector& v) { return std::hypot(v[0], v[1], v[2]); 
 
 }  // namespace
 
-ArrayTerms::ArrayTerms(const Request& request)
+ArrayTerms::ArrayTerms(const Request& request, const Watch& watch)
     : ElementTerms(request, request.array->elements.size(), {mostPreviewed, 8, mostMeasured, 2}),
       fields(request.array->elements, request.wave) {
     requireSides();
     reach = reachFrom(centresOf(array()));
-    if (!request.behind) requireBefore();
-    previews = previewsOf();
+    if (!request.behind) requireBefore(watch);
+    previews = previewsOf(watch);
     const double rounding = roundingIn(request.inSingle());
     const double asked = request.tolerance->value;
     if (!(asked >= 2 * rounding && rounding >= 0)) refuseTolerance(2 * rounding, request);
@@ -64,18 +64,12 @@ void ArrayTerms::requireSides() const {
                 throw InvalidRequest("elements", nameOfElement(i) + ": " + reason);
 }
 
-void ArrayTerms::requireBefore() const {
+void ArrayTerms::requireBefore(const Watch& watch) const {
     const auto bounds = positions().bounds();
     const double rounding = 8 * 0x1p-53 * reach / request().wave.wavenumber;
     for (std::size_t i = 0; i < fields.count(); ++i) {
-        const Pose& pose = fields[i].pose;
-        const Pose::Vector normal = pose.normal();
-        double least = 0;
-        for (std::size_t axis = 0; axis < bounds.size(); ++axis)
-            least += std::min((bounds[axis][0] - pose.centre[axis]) * normal[axis],
-                              (bounds[axis][1] - pose.centre[axis]) * normal[axis]);
-        if (least >= -rounding) continue;
-        if (const auto position = positions().firstBehind(pose, rounding))
+        watch.look();
+        if (const auto position = pointBehind(fields[i].pose, bounds, rounding))
             refuseBehind(*position, nameOfElement(i), request());
     }
 }
@@ -89,14 +83,15 @@ ErrorLimit ArrayTerms::limitOf(const Face& face, double part) const {
 }
 
 std::vector<std::complex<double>> ArrayTerms::previewAt(const std::vector<Index>& points,
-                                                        double fraction) const {
+                                                        double fraction, const Watch& watch) const {
     const std::size_t weightings = array().weightings();
     const auto limitOf = [fraction](const Face& face) { return localLimit(face, fraction); };
     const PatchSums<double> sums(array(), request().wave, limitOf, {1, 1});
     std::vector<std::complex<double>> values(points.size() * weightings);
-    inThreads(points, [&](std::size_t first, std::size_t last) {
+    inThreads(points, watch, [&](std::size_t first, std::size_t last) {
         PatchSums<double>::Work work(sums);
         for (std::size_t i = first; i < last; ++i) {
+            watch.look();
             LatticePatches::Piece piece{};
             const auto position = positions().at(points[i]);
             std::copy(position.begin(), position.end(), piece.patch.middle);
@@ -114,7 +109,7 @@ std::vector<std::complex<double>> ArrayTerms::pressureAt(const std::vector<Index
                                                          double fraction) const {
     const std::size_t weightings = array().weightings();
     std::vector<std::complex<double>> values(points.size() * weightings);
-    inThreads(points, [&](std::size_t first, std::size_t last) {
+    inThreads(points, {}, [&](std::size_t first, std::size_t last) {
         GroupValues<double> group;
         for (std::size_t number = first; number < last; ++number) {
             const auto position = positions().at(points[number]);
@@ -132,17 +127,18 @@ std::vector<std::complex<double>> ArrayTerms::pressureAt(const std::vector<Index
     return values;
 }
 
-std::vector<ArrayTerms::Amplitudes> ArrayTerms::amplitudesAt(
-    const std::vector<Index>& points) const {
+std::vector<ArrayTerms::Amplitudes> ArrayTerms::amplitudesAt(const std::vector<Index>& points,
+                                                             const Watch& watch) const {
     const std::size_t weightings = array().weightings();
     std::vector<double> magnitudes;
     magnitudes.reserve(array().weights.size());
     for (const std::complex<double>& weight : array().weights)
         magnitudes.push_back(std::abs(weight));
     std::vector<Amplitudes> amplitudes(points.size() * weightings);
-    inThreads(points, [&](std::size_t first, std::size_t last) {
+    inThreads(points, watch, [&](std::size_t first, std::size_t last) {
         std::vector<double> local(fields.count());
         for (std::size_t number = first; number < last; ++number) {
+            watch.look();
             const auto position = positions().at(points[number]);
             for (std::size_t i = 0; i < local.size(); ++i)
                 local[i] =
@@ -173,7 +169,7 @@ double ArrayTerms::roundingIn(bool inSingle) const {
     return most;
 }
 
-auto ArrayTerms::previewsOf() const -> std::vector<Preview> {
+auto ArrayTerms::previewsOf(const Watch& watch) const -> std::vector<Preview> {
     const std::size_t weightings = array().weightings();
     std::vector<Preview> seen(weightings);
     for (std::size_t w = 0; w < weightings; ++w)
@@ -185,8 +181,8 @@ auto ArrayTerms::previewsOf() const -> std::vector<Preview> {
     // the root of the sum of their squares.
     constexpr double ofMany = 4;
     const std::vector<Index> points = coarsePoints();
-    const auto values = previewAt(points, error);
-    const std::vector<Amplitudes> amplitudes = amplitudesAt(points);
+    const auto values = previewAt(points, error, watch);
+    const std::vector<Amplitudes> amplitudes = amplitudesAt(points, watch);
     for (std::size_t i = 0; i < values.size(); ++i) {
         Preview& of = seen[i % weightings];
         const auto& [sum, square] = amplitudes[i];
@@ -200,7 +196,7 @@ Accuracy ArrayTerms::measure(const std::vector<std::complex<double>>& values) co
     const std::vector<Index> points = finePoints();
     const auto finer = pressureAt(points, 1e-14);
     const std::vector<Amplitudes> amplitudes =
-        isLocal() ? amplitudesAt(points) : std::vector<Amplitudes>();
+        isLocal() ? amplitudesAt(points, {}) : std::vector<Amplitudes>();
     const std::size_t weightings = previews.size();
     Accuracy measured{request().tolerance->value, 0, 0, static_cast<std::int64_t>(points.size())};
     for (std::size_t i = 0; i < finer.size(); ++i) {

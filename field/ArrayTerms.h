@@ -7,6 +7,7 @@
 
 #include "field/ElementFields.h"
 #include "field/ElementTerms.h"
+#include "field/Watch.h"
 
 namespace pistonfield {
 
@@ -17,8 +18,8 @@ class ArrayTerms : public ElementTerms {
     /// @param request outlives this
     /// @throws InvalidRequest where there are no orders for an element's sides or for points, where
     ///     a point lies behind an element and was not asked for, or where the mode's precision
-    ///     cannot keep the tolerance; std::bad_alloc
-    explicit ArrayTerms(const Request& request);
+    ///     cannot keep the tolerance; Stopped; std::bad_alloc
+    explicit ArrayTerms(const Request& request, const Watch& watch = {});
 
     const Array& array() const noexcept { return *request().array; }
 
@@ -30,12 +31,12 @@ class ArrayTerms : public ElementTerms {
 
   private:
     void requireSides() const;
-    void requireBefore() const;
+    void requireBefore(const Watch& watch) const;
 
     /// The pressure at some points in double precision, of all weightings point by point, within a
     /// fraction of the local amplitude: for a preview, and by the elements' edges alone.
-    std::vector<std::complex<double>> previewAt(const std::vector<Index>& points,
-                                                double fraction) const;
+    std::vector<std::complex<double>> previewAt(const std::vector<Index>& points, double fraction,
+                                                const Watch& watch) const;
     std::vector<std::complex<double>> pressureAt(const std::vector<Index>& points,
                                                  double fraction) const;
 
@@ -46,7 +47,8 @@ class ArrayTerms : public ElementTerms {
     };
 
     /// Those of all weightings point by point.
-    std::vector<Amplitudes> amplitudesAt(const std::vector<Index>& points) const;
+    std::vector<Amplitudes> amplitudesAt(const std::vector<Index>& points,
+                                         const Watch& watch) const;
 
     /// What is known of a weighting's field beforehand.
     struct Preview {
@@ -56,7 +58,7 @@ class ArrayTerms : public ElementTerms {
         double weights;   ///< the sum of the weights' magnitudes
     };
 
-    std::vector<Preview> previewsOf() const;
+    std::vector<Preview> previewsOf(const Watch& watch) const;
 
     double roundingIn(bool inSingle) const;
 

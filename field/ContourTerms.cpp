@@ -41,15 +41,15 @@ std::string nameOfElement(const Request& request, std::size_t i) {
 
 }  // namespace
 
-ContourTerms::ContourTerms(const Request& request)
+ContourTerms::ContourTerms(const Request& request, const Watch& watch)
     : ElementTerms(request, request.array ? request.array->elements.size() : 1,
                    {mostPreviewed, 8, mostMeasured, 8}),
       theFields(request) {
     requireSizes();
     reach = reachFrom(centres());
-    if (!request.behind) requireBefore();
+    if (!request.behind) requireBefore(watch);
     excess = excessWithin();
-    previews = previewsOf();
+    previews = previewsOf(watch);
     requireVelocities();
     const double rounded = rounding();
     const double asked = request.tolerance->value;
@@ -121,11 +121,14 @@ std::vector<Pose::Vector> ContourTerms::centres() const {
     return all;
 }
 
-void ContourTerms::requireBefore() const {
+void ContourTerms::requireBefore(const Watch& watch) const {
     const double rounding = 8 * 0x1p-53 * reach / request().wave.wavenumber;
-    for (std::size_t i = 0; i < theFields.count(); ++i)
-        if (const auto position = positions().firstBehind(theFields[i].pose, rounding))
+    const auto bounds = positions().bounds();
+    for (std::size_t i = 0; i < theFields.count(); ++i) {
+        watch.look();
+        if (const auto position = pointBehind(theFields[i].pose, bounds, rounding))
             refuseBehind(*position, nameOfElement(request(), i), request());
+    }
 }
 
 double ContourTerms::unitOf(const Preview& preview) const noexcept {
@@ -153,13 +156,13 @@ DecayingLimit ContourTerms::limitOf(std::size_t element, double part) const noex
     return {{part * share * least}, false};
 }
 
-std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points,
-                                               double fraction) const {
+std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points, double fraction,
+                                               const Watch& watch) const {
     const std::size_t count = weightings();
     std::vector<PointField> fields(points.size() * count);
     constexpr std::int64_t some = 4;
     const auto all = static_cast<std::int64_t>(points.size());
-    inParallel(all, some, all > some ? threadCount() : 1,
+    inParallel(all, some, all > some ? watch.threads() : 1,
                [&](std::int64_t first, std::int64_t last) {
                    ContourFields::Work work;
                    std::vector<std::array<PointField, groupSize>> sums;
@@ -171,6 +174,7 @@ std::vector<PointField> ContourTerms::fieldsAt(const std::vector<Index>& points,
                        std::fill_n(places.y, groupSize, y);
                        std::fill_n(places.z, groupSize, z);
                        const auto limitOf = [&](std::size_t element) {
+                           watch.look();
                            return theFields.localLimit(element, fraction);
                        };
                        sumUp(places, limitOf, sums, work);
@@ -195,7 +199,7 @@ void ContourTerms::componentsOf(const PointField& field, Quantity quantity,
 
 std::vector<std::complex<double>> ContourTerms::valuesAt(const std::vector<Index>& points,
                                                          double fraction) const {
-    const std::vector<PointField> fields = fieldsAt(points, fraction);
+    const std::vector<PointField> fields = fieldsAt(points, fraction, {});
     const auto components = static_cast<std::size_t>(request().components());
     std::vector<std::complex<double>> values(fields.size() * components);
     for (std::size_t i = 0; i < fields.size(); ++i)
@@ -224,7 +228,7 @@ double ContourTerms::roundedAmplitudeAt(const Index& index, std::size_t weightin
     return sum;
 }
 
-auto ContourTerms::previewsOf() const -> std::vector<Preview> {
+auto ContourTerms::previewsOf(const Watch& watch) const -> std::vector<Preview> {
     const std::size_t count = weightings();
     std::vector<Preview> seen(count);
     for (std::size_t w = 0; w < count; ++w)
@@ -233,7 +237,7 @@ auto ContourTerms::previewsOf() const -> std::vector<Preview> {
     if (isLocal()) return seen;
     constexpr double error = 1e-6;
     const std::vector<Index> points = coarsePoints();
-    const std::vector<PointField> fields = fieldsAt(points, error);
+    const std::vector<PointField> fields = fieldsAt(points, error, watch);
     for (std::size_t i = 0; i < fields.size(); ++i) {
         Preview& of = seen[i % count];
         const double amplitude = amplitudeAt(points[i / count], i % count);

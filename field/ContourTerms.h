@@ -9,6 +9,7 @@
 
 #include "field/ContourFields.h"
 #include "field/ElementTerms.h"
+#include "field/Watch.h"
 
 namespace pistonfield {
 
@@ -19,8 +20,8 @@ class ContourTerms : public ElementTerms {
     /// @param request outlives this
     /// @throws InvalidRequest where a piston is too small or too large for the wavelength, points
     ///     are too far away, a point lies behind a piston and was not asked for, or double
-    ///     precision cannot keep the tolerance; std::bad_alloc
-    explicit ContourTerms(const Request& request);
+    ///     precision cannot keep the tolerance; Stopped; std::bad_alloc
+    explicit ContourTerms(const Request& request, const Watch& watch = {});
 
     const ContourFields& fields() const noexcept { return theFields; }
     std::complex<double> weight(std::size_t weighting, std::size_t element) const noexcept;
@@ -72,12 +73,13 @@ class ContourTerms : public ElementTerms {
                     std::array<PointField, groupSize>& sum);
     void requireSizes() const;
     std::vector<Pose::Vector> centres() const;
-    void requireBefore() const;
+    void requireBefore(const Watch& watch) const;
     void requireVelocities() const;
-    std::vector<PointField> fieldsAt(const std::vector<Index>& points, double fraction) const;
+    std::vector<PointField> fieldsAt(const std::vector<Index>& points, double fraction,
+                                     const Watch& watch) const;
     double amplitudeAt(const Index& index, std::size_t weighting) const;
     double roundedAmplitudeAt(const Index& index, std::size_t weighting) const;
-    std::vector<Preview> previewsOf() const;
+    std::vector<Preview> previewsOf(const Watch& watch) const;
     double excessWithin() const;
     double roundingOfAnElement() const;
     double rounding() const;

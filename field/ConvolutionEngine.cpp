@@ -288,7 +288,8 @@ class ConvolutionEngine : public ArrayEngine<T> {
 
     /// Prepares the weights' spectra.
     /// @return whether rounding keeps its share
-    bool prepare() {
+    /// @throws Stopped
+    bool prepare(const Watch& watch) {
         const std::size_t spectra = grid.terms().size() * weightings();
         keeps = static_cast<double>(spectra * weightNumbers() * sizeof(F)) <= mostKept;
         if (static_cast<double>(bytesOfWork()) > mostOfThread) return false;
@@ -299,6 +300,7 @@ class ConvolutionEngine : public ArrayEngine<T> {
             double squares = 0;
             double most = 0;
             for (std::size_t t = 0; t < grid.terms().size(); ++t) {
+                watch.look();
                 F* const spectrum =
                     keeps ? kept.data() + (w * grid.terms().size() + t) * weightNumbers()
                           : one.data();
@@ -936,16 +938,18 @@ class ConvolutionEngine : public ArrayEngine<T> {
 template <class T, class K, class F>
 std::unique_ptr<const ArrayEngine<T>> engineIn(std::shared_ptr<const ConvolvedElement<K>> element,
                                                std::shared_ptr<const ArrayEngine<T>> sum,
-                                               const ElementPlane& plane, const Choice& choice) {
+                                               const ElementPlane& plane, const Choice& choice,
+                                               const Watch& watch) {
     auto engine = std::make_unique<ConvolutionEngine<T, K, F>>(std::move(element), std::move(sum),
                                                                plane, choice);
-    if (!engine->prepare()) return nullptr;
+    if (!engine->prepare(watch)) return nullptr;
     return engine;
 }
 
 template <class T, class K>
 std::unique_ptr<const ArrayEngine<T>> engineOf(std::shared_ptr<const ConvolvedElement<K>> element,
-                                               std::shared_ptr<const ArrayEngine<T>> sum) {
+                                               std::shared_ptr<const ArrayEngine<T>> sum,
+                                               const Watch& watch) {
     const Request& request = element->terms()->request();
     if (!haveFft() || !request.array) return nullptr;
     const auto plane = ElementPlane::of(request);
@@ -956,31 +960,37 @@ std::unique_ptr<const ArrayEngine<T>> engineOf(std::shared_ptr<const ConvolvedEl
         static_cast<double>(request.lattice.box().points()) * sum->secondsOfAPoint();
     if (!(choice.seconds < 1 + 10 * sums)) return nullptr;
     if constexpr (sizeof(T) == 4)
-        if (auto engine = engineIn<T, K, float>(element, sum, *plane, choice)) return engine;
-    return engineIn<T, K, double>(std::move(element), std::move(sum), *plane, choice);
+        if (auto engine = engineIn<T, K, float>(element, sum, *plane, choice, watch)) return engine;
+    return engineIn<T, K, double>(std::move(element), std::move(sum), *plane, choice, watch);
 }
 
 }  // namespace
 
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum) {
-    return engineOf<T, T>(makeConvolvedRectangle<T>(terms), std::move(sum));
+    const std::shared_ptr<const ArrayTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum,
+    const Watch& watch) {
+    return engineOf<T, T>(makeConvolvedRectangle<T>(terms), std::move(sum), watch);
 }
 
 template <class T>
 std::unique_ptr<const ArrayEngine<T>> makeConvolutionEngine(
-    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum) {
-    return engineOf<T, double>(makeConvolvedOutline(terms), std::move(sum));
+    const std::shared_ptr<const ContourTerms>& terms, std::shared_ptr<const ArrayEngine<T>> sum,
+    const Watch& watch) {
+    return engineOf<T, double>(makeConvolvedOutline(terms), std::move(sum), watch);
 }
 
 template std::unique_ptr<const ArrayEngine<float>> makeConvolutionEngine(
-    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<float>>);
+    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<float>>,
+    const Watch&);
 template std::unique_ptr<const ArrayEngine<double>> makeConvolutionEngine(
-    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<double>>);
+    const std::shared_ptr<const ArrayTerms>&, std::shared_ptr<const ArrayEngine<double>>,
+    const Watch&);
 template std::unique_ptr<const ArrayEngine<float>> makeConvolutionEngine(
-    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<float>>);
+    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<float>>,
+    const Watch&);
 template std::unique_ptr<const ArrayEngine<double>> makeConvolutionEngine(
-    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<double>>);
+    const std::shared_ptr<const ContourTerms>&, std::shared_ptr<const ArrayEngine<double>>,
+    const Watch&);
 
 }  // namespace pistonfield

@@ -40,6 +40,11 @@ void requireSuccess(cuda_runtime::cudaError_t status, const char* operation) {
     throw DeviceFailure(std::string(operation) + ": " + cuda_runtime::cudaGetErrorString(status));
 }
 
+void besideDeviceThreads(const std::function<void()>& work) {
+    const std::lock_guard alone(deviceInUse());
+    work();
+}
+
 /// The thread and what it shares with its callers.
 class DeviceThread::Service {
   public:

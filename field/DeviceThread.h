@@ -14,6 +14,10 @@ namespace pistonfield {
 /// @throws DeviceFailure with the operation and the runtime's report, unless the status is success
 void requireSuccess(cuda_runtime::cudaError_t status, const char* operation);
 
+/// Does a work with devices that takes no context, in the calling thread, while no `DeviceThread`
+/// works.
+void besideDeviceThreads(const std::function<void()>& work);
+
 /// A thread that has a device, because a context belongs to the thread that made it. Of several in
 /// a process one works at a time. A forked child has no such thread.
 class DeviceThread {

@@ -43,4 +43,16 @@ double ElementTerms::reachFrom(const std::vector<Pose::Vector>& centres) const {
     return std::max(distance, thePositions.reach() + k * farthest);
 }
 
+std::optional<std::array<double, 3>> ElementTerms::pointBehind(
+    const Pose& pose, const std::array<std::array<double, 2>, 3>& bounds, double rounding) const {
+    // Where the box about all points lies before the piston, nobody has to look at each.
+    const Pose::Vector normal = pose.normal();
+    double least = 0;
+    for (std::size_t axis = 0; axis < bounds.size(); ++axis)
+        least += std::min((bounds[axis][0] - pose.centre[axis]) * normal[axis],
+                          (bounds[axis][1] - pose.centre[axis]) * normal[axis]);
+    if (least >= -rounding) return std::nullopt;
+    return thePositions.firstBehind(pose, rounding);
+}
+
 }  // namespace pistonfield

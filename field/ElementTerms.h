@@ -6,6 +6,7 @@
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "field/Plan.h"
@@ -69,6 +70,12 @@ class ElementTerms {
     /// the rounding of positions and centres is relative to.
     /// @throws InvalidRequest where points are too far away for a tolerance
     double reachFrom(const std::vector<Pose::Vector>& centres) const;
+
+    /// A point behind a piston, by more than `rounding`, if there is one.
+    /// @param bounds those of all points
+    std::optional<std::array<double, 3>> pointBehind(
+        const Pose& pose, const std::array<std::array<double, 2>, 3>& bounds,
+        double rounding) const;
 
   private:
     const Request& theRequest;

@@ -3,6 +3,8 @@
 #include "field/Plan.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -13,6 +15,8 @@
 #include "field/ContourEngine.h"
 #include "field/Engine.h"
 #include "field/ToleranceEngine.h"
+#include "field/Watch.h"
+#include "field/deviceCopies.h"
 #include "field/pieces.h"
 
 namespace pistonfield {
@@ -25,19 +29,20 @@ using EnginePointer = std::shared_ptr<const Engine<T>>;
 using AnyEngine = std::variant<EnginePointer<float>, EnginePointer<double>>;
 
 template <class T>
-EnginePointer<T> engineIn(const Request& request, SharedFaces* shared) {
-    if (takesContours(request)) return makeContourEngine<T>(request);
-    if (request.array) return makeArrayEngine<T>(request, shared);
+EnginePointer<T> engineIn(const Request& request, SharedFaces* shared, const Watch& watch) {
+    if (takesContours(request)) return makeContourEngine<T>(request, watch);
+    if (request.array) return makeArrayEngine<T>(request, shared, watch);
     const bool onGpu = isOnGpu(request.mode);
     if (request.tolerance)
         return onGpu ? makeDeviceToleranceEngine<T>(request) : makeCpuToleranceEngine<T>(request);
     return onGpu ? makeDeviceEngine<T>(request) : makeCpuEngine<T>(request);
 }
 
-AnyEngine engineOf(const Request& request, SharedFaces* shared) {
+AnyEngine engineOf(const Request& request, SharedFaces* shared, const Watch& watch) {
     check(request);
-    if (isInSingle(request.mode)) return engineIn<float>(request, shared);
-    return engineIn<double>(request, shared);
+    watch.look();
+    if (isInSingle(request.mode)) return engineIn<float>(request, shared, watch);
+    return engineIn<double>(request, shared, watch);
 }
 
 void requireWithin(const LatticeBox& box, const Lattice& lattice) {
@@ -55,9 +60,9 @@ bool isWatched(const Conduct& conduct) { return conduct.stop.stop_possible() || 
 /// The most values at a time that are converted, unless a piece has to have more.
 constexpr std::int64_t mostConverted = 1 << 20;
 
-template <class T, class U>
-std::int64_t largestPiece(const Engine<U>& engine, std::int64_t fields) {
-    if (std::is_same_v<T, U> || engine.converts()) return engine.largestPiece();
+/// The most points of a piece whose values wait to be put where they belong.
+template <class U>
+std::int64_t largestBuffered(const Engine<U>& engine, std::int64_t fields) {
     const std::int64_t points = mostConverted / std::max<std::int64_t>(1, fields);
     return std::min(engine.largestPiece(), std::max(engine.leastPiece(), points));
 }
@@ -79,9 +84,28 @@ void fillConverted(const Engine<U>& engine, std::int64_t fields, const LatticeBo
 }
 
 template <class T, class U>
-void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box,
-             const Destination<T>& to, const Conduct& conduct) {
-    std::int64_t most = largestPiece<T>(engine, fields);
+std::int64_t largestPiece(const Engine<U>& engine, std::int64_t fields) {
+    return std::is_same_v<T, U> || engine.converts() ? engine.largestPiece()
+                                                     : largestBuffered(engine, fields);
+}
+
+/// Fills a piece by an engine of any precision.
+template <class T, class U>
+void fillPiece(const Engine<U>& engine, std::int64_t fields, const LatticeBox& piece,
+               const Destination<T>& to, const Conduct& conduct) {
+    if constexpr (std::is_same_v<T, U>)
+        engine.fillWatched(piece, to, conduct);
+    else if (engine.converts())
+        engine.fillConverted(piece, to, conduct);
+    else
+        fillConverted(engine, fields, piece, to, conduct);
+}
+
+/// Has a box filled piece by piece, between which the conduct is heeded.
+/// @param fill fills a piece, before which so many points are done, and is watched within it
+template <class U, class Fill>
+void inWatchedPieces(const Engine<U>& engine, const LatticeBox& box, std::int64_t most,
+                     const Conduct& conduct, const Fill& fill) {
     if (isWatched(conduct)) most = std::min(most, engine.pieceToWatch(conduct.threads));
     std::int64_t done = 0;
     Conduct within{conduct.stop, {}, conduct.threads};
@@ -89,28 +113,66 @@ void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box
         within.progress = [&](std::int64_t points) { conduct.progress(done + points); };
     inPieces(box, most, [&](const LatticeBox& piece) {
         if (conduct.stop.stop_requested()) throw Stopped();
-        if constexpr (std::is_same_v<T, U>)
-            engine.fillWatched(piece, to.from(done), within);
-        else if (engine.converts())
-            engine.fillConverted(piece, to.from(done), within);
-        else
-            fillConverted(engine, fields, piece, to.from(done), within);
+        fill(piece, done, within);
         done += piece.points();
         if (conduct.progress) conduct.progress(done);
     });
 }
 
+template <class T, class U>
+void compute(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box,
+             const Destination<T>& to, const Conduct& conduct) {
+    inWatchedPieces(engine, box, largestPiece<T>(engine, fields), conduct,
+                    [&](const LatticeBox& piece, std::int64_t done, const Conduct& within) {
+                        fillPiece(engine, fields, piece, to.from(done), within);
+                    });
+}
+
+/// Multiplies values; infinite ones by a real number stay what they are.
+template <class T>
+void multiply(std::vector<std::complex<T>>& values, const std::complex<double>& factor) {
+    if (factor == 1.0) return;
+    const double a = factor.real();
+    const double b = factor.imag();
+    for (std::complex<T>& value : values) {
+        const double re = value.real();
+        const double im = value.imag();
+        value = b == 0 ? std::complex<T>(static_cast<T>(a * re), static_cast<T>(a * im))
+                       : std::complex<T>(static_cast<T>(a * re - b * im),
+                                         static_cast<T>(a * im + b * re));
+    }
+}
+
+template <class T, class U>
+void computeOnDevice(const Engine<U>& engine, std::int64_t fields, const LatticeBox& box,
+                     const DeviceDestination<T>& to, const Conduct& conduct) {
+    const auto fill = [&](const LatticeBox& piece, std::int64_t done, const Conduct& within) {
+        const std::int64_t points = piece.points();
+        std::vector<std::complex<T>> values(static_cast<std::size_t>(fields * points));
+        fillPiece(engine, fields, piece, interleaved(values.data(), points), within);
+        multiply(values, to.factor);
+        for (std::int64_t field = 0; field < fields; ++field)
+            copyToDevice(to.device, to.values + field * box.points() + done,
+                         values.data() + field * points,
+                         static_cast<std::size_t>(points) * sizeof(std::complex<T>));
+    };
+    inWatchedPieces(engine, box, largestBuffered(engine, fields), conduct, fill);
+}
+
 }  // namespace
 
 struct Plan::Parts {
-    Parts(Request asked, SharedFaces* shared)
-        : request(std::move(asked)), engine(engineOf(request, shared)) {}
+    Parts(Request asked, SharedFaces* shared, const Watch& watch = {})
+        : request(std::move(asked)), engine(engineOf(request, shared, watch)) {}
 
     Request request;
     AnyEngine engine;
 };
 
 Plan::Plan(Request request) : parts(std::make_unique<const Parts>(std::move(request), nullptr)) {}
+
+Plan::Plan(Request request, const Conduct& conduct)
+    : parts(std::make_unique<const Parts>(std::move(request), nullptr, Watch(conduct))) {}
 
 Plan::Plan(Request request, SharedFaces& shared)
     : parts(std::make_unique<const Parts>(std::move(request), &shared)) {}
@@ -162,6 +224,31 @@ void Plan::compute(const LatticeBox& box, const Destination<T>& destination,
 
 template void Plan::compute(const LatticeBox&, const Destination<float>&, const Conduct&) const;
 template void Plan::compute(const LatticeBox&, const Destination<double>&, const Conduct&) const;
+
+template <class T>
+void Plan::computeOnDevice(const LatticeBox& box, const DeviceDestination<T>& destination,
+                           const Conduct& conduct) const {
+    require(box);
+    const std::int64_t fields = parts->request.fields();
+    constexpr std::int64_t places =
+        std::numeric_limits<std::ptrdiff_t>::max() / sizeof(std::complex<T>);
+    if (fields > places / box.points())
+        throw std::invalid_argument("values: have no place in memory");
+    const std::string reason =
+        reasonAgainst(destination.device, destination.values,
+                      static_cast<std::size_t>(fields * box.points()) * sizeof(std::complex<T>));
+    if (!reason.empty()) throw std::invalid_argument("values: " + reason);
+    std::visit(
+        [&](const auto& engine) {
+            pistonfield::computeOnDevice(*engine, fields, box, destination, conduct);
+        },
+        parts->engine);
+}
+
+template void Plan::computeOnDevice(const LatticeBox&, const DeviceDestination<float>&,
+                                    const Conduct&) const;
+template void Plan::computeOnDevice(const LatticeBox&, const DeviceDestination<double>&,
+                                    const Conduct&) const;
 
 void Plan::computeNative(const LatticeBox& box, void* values, const Conduct& conduct) const {
     if (parts->request.inSingle())

@@ -44,6 +44,22 @@ Destination<T> interleaved(std::complex<T>* values, std::int64_t points = 0) noe
     return {parts, parts + 1, 2, 2 * points};
 }
 
+/// A device, and the stream in whose order a caller uses its memory.
+struct CallersDevice {
+    int number = 0;          ///< as the CUDA runtime counts the devices of the process
+    void* stream = nullptr;  ///< a cudaStream_t of the device's primary context; null is the
+                             ///< default stream
+};
+
+/// Where the values of a box go in the memory of a device, complex ones one after the other,
+/// weighting by weighting; each is multiplied by a factor.
+template <class T>
+struct DeviceDestination {
+    std::complex<T>* values;
+    CallersDevice device{};
+    std::complex<double> factor{1};
+};
+
 /// How a computation is watched and stopped, and what it may use.
 struct Conduct {
     /// Asked between pieces of about a twentieth of a second, and of an array's convolution between
@@ -101,6 +117,11 @@ class Plan {
   public:
     /// @throws InvalidRequest where there is no field; DeviceFailure; std::bad_alloc
     explicit Plan(Request request);
+
+    /// The same, watched: what looks at many elements and points beforehand may take long. The
+    /// progress is told 0 points, so that it can stop.
+    /// @throws Stopped as well
+    Plan(Request request, const Conduct& conduct);
 
     /// For the beams of this library: the same of an array at few points. What it knows of its
     /// elements is taken from other plans, and left to them. Values depend on whether there are
@@ -163,7 +184,17 @@ class Plan {
         compute(box, interleaved(values, box.points()), conduct);
     }
 
-    /// The same, in the precision of the mode.
+    /// The same, into the memory of a device, whatever the mode: the values of a piece are made in
+    /// the host's memory and copied in the order of the caller's stream. They are there when this
+    /// returns. Pieces take up to 16 MB of the host's memory, or twice as much in the precision
+    /// that is not the mode's, or what the values of one sheet of a convolution take.
+    /// @throws what `compute` throws; std::invalid_argument where the destination is no memory of
+    ///     the device
+    template <class T>
+    void computeOnDevice(const LatticeBox& box, const DeviceDestination<T>& destination,
+                         const Conduct& conduct = {}) const;
+
+    /// The same as `compute`, in the precision of the mode.
     /// @param values room for box.points() values of request().valueBytes() bytes, weighting by
     ///     weighting
     void computeNative(const LatticeBox& box, void* values, const Conduct& conduct = {}) const;

@@ -6,7 +6,9 @@
 # wheel in an environment of its own, with no sources on the path; and makes the reference and the gallery in
 # build/python/html. What that takes comes from PyPI, with pip.
 #   python/check.sh [ARGUMENT...]     arguments are pytest's
-# PYTHON names another Python than Debian's.
+# PYTHON names another Python than Debian's. PISTONFIELD_BACKEND=toolkit makes the variant for NVIDIA GPUs in
+# build/python-cuda, by the CUDA toolkit's nvcc on the path or in CUDACXX, for what CUDAARCHS names; without a GPU its
+# tests are those that need none.
 set -euo pipefail
 
 # shellcheck source=cmake/setup.sh
@@ -14,6 +16,12 @@ source "$(dirname -- "${BASH_SOURCE[0]}")/../cmake/setup.sh"
 
 python=${PYTHON:-/usr/bin/python3}
 folder=$PWD/build/python
+variant=()
+if [[ ${PISTONFIELD_BACKEND:-emulated} == toolkit ]]; then
+  folder+=-cuda
+  # The tag of the build keeps the archives of both variants apart.
+  variant=(--config-setting=cmake.define.PISTONFIELD_BACKEND=toolkit --config-setting=wheel.build-tag=1cuda)
+fi
 
 # Makes an environment NAME with what is named, unless it is there.
 environment() { # NAME PACKAGE...
@@ -24,8 +32,8 @@ environment() { # NAME PACKAGE...
 
 build_wheel() {
   rm -rf -- "$folder/dist" "$folder/raw"
-  "$folder/tools/bin/python" -m build --outdir "$folder/raw" . >"$folder/build.log" 2>&1 ||
-    { tail --lines=40 "$folder/build.log"; die "the package was not built, see build/python/build.log"; }
+  "$folder/tools/bin/python" -m build --outdir "$folder/raw" "${variant[@]}" . >"$folder/build.log" 2>&1 ||
+    { tail --lines=40 "$folder/build.log"; die "the package was not built, see $folder/build.log"; }
   # Names the oldest systems that the wheel runs on. There is nothing that it would have to bring along.
   PATH=$folder/tools/bin:$PATH auditwheel repair --wheel-dir "$folder/dist" "$folder"/raw/*.whl \
     >>"$folder/build.log" 2>&1 || { tail --lines=40 "$folder/build.log"; die "the wheel is none for others"; }

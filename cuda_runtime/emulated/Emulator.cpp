@@ -188,7 +188,7 @@ cudaError_t Emulator::malloc(void** address, std::size_t bytes) {
     if (intercepted(status, Operation::Malloc, "cudaMalloc", bytes)) return remember(status);
     if (address == nullptr) return remember(cudaErrorInvalidValue);
     status = enterContext();
-    if (status == cudaSuccess) status = memory.allocate(address, bytes, memoryLimit);
+    if (status == cudaSuccess) status = memory.allocate(address, bytes, memoryLimit, chosenDevice);
     return remember(status);
 }
 
@@ -209,7 +209,8 @@ cudaError_t Emulator::mallocHost(void** address, std::size_t bytes) {
     if (address == nullptr) return remember(cudaErrorInvalidValue);
     status = enterContext();
     if (status == cudaSuccess)
-        status = hostMemory.allocate(address, bytes, std::numeric_limits<std::size_t>::max());
+        status = hostMemory.allocate(address, bytes, std::numeric_limits<std::size_t>::max(),
+                                     chosenDevice);
     return remember(status);
 }
 
@@ -281,7 +282,8 @@ std::size_t Emulator::pendingOperations() const noexcept {
     return count;
 }
 
-cudaError_t Emulator::Memory::allocate(void** address, std::size_t bytes, std::size_t limit) {
+cudaError_t Emulator::Memory::allocate(void** address, std::size_t bytes, std::size_t limit,
+                                       int device) {
     *address = nullptr;
     if (bytes == 0) return cudaSuccess;
     if (bytes > limit - std::min(limit, allocated)) return cudaErrorMemoryAllocation;
@@ -289,7 +291,8 @@ cudaError_t Emulator::Memory::allocate(void** address, std::size_t bytes, std::s
     std::unique_ptr<void, decltype(release)> block(
         ::operator new(bytes, addressAlignment, std::nothrow), release);
     if (!block) return cudaErrorMemoryAllocation;
-    blocks.emplace(static_cast<std::byte*>(block.get()), Block{bytes, std::this_thread::get_id()});
+    blocks.emplace(static_cast<std::byte*>(block.get()),
+                   Block{bytes, std::this_thread::get_id(), device});
     allocated += bytes;
     *address = block.release();
     return cudaSuccess;
@@ -314,13 +317,23 @@ void Emulator::Memory::freeOf(std::thread::id owner) noexcept {
     });
 }
 
-bool Emulator::Memory::contains(const void* address, std::size_t bytes) const {
+auto Emulator::Memory::blockOf(const void* address, std::size_t bytes) const -> const Block* {
     const auto* first = static_cast<const std::byte*>(address);
     auto after = blocks.upper_bound(first);
-    if (after == blocks.begin()) return false;
+    if (after == blocks.begin()) return nullptr;
     const auto& [base, block] = *std::prev(after);
     const auto offset = static_cast<std::size_t>(first - base);
-    return offset <= block.bytes && bytes <= block.bytes - offset;
+    return offset <= block.bytes && bytes <= block.bytes - offset ? &block : nullptr;
+}
+
+bool Emulator::Memory::contains(const void* address, std::size_t bytes) const {
+    return blockOf(address, bytes) != nullptr;
+}
+
+cudaError_t Emulator::requireDevice(int device) const noexcept {
+    if (devices.empty()) return cudaErrorNoDevice;
+    return device < 0 || device >= static_cast<int>(devices.size()) ? cudaErrorInvalidDevice
+                                                                    : cudaSuccess;
 }
 
 cudaError_t Emulator::checkCopy(const void* to, const void* from, std::size_t bytes,
@@ -382,6 +395,34 @@ cudaError_t Emulator::memcpyToSymbol(const char* name, const void* from, std::si
         std::memcpy(static_cast<std::byte*>(named->second.symbol.symbol) + offset, from, bytes);
         named->second.writer = std::this_thread::get_id();
     }
+    return cudaSuccess;
+}
+
+cudaError_t Emulator::placeOf(const void* address, int device, Place* place) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::PlaceOf, "placeOf", device)) return remember(status);
+    status = requireDevice(device);
+    if (status != cudaSuccess) return remember(status);
+    const Memory::Block* const block = memory.blockOf(address, 1);
+    *place = {block != nullptr, false, block != nullptr ? block->device : 0};
+    return cudaSuccess;
+}
+
+// It happens at once: nothing that the emulation device has been asked for is pending.
+cudaError_t Emulator::copyInOrder(void* to, const void* from, std::size_t bytes,
+                                  cudaMemcpyKind kind, int device, const void* stream) {
+    cudaError_t status = cudaSuccess;
+    if (intercepted(status, Operation::CopyInOrder, "copyInOrder", bytes, kind, device,
+                    reinterpret_cast<std::uintptr_t>(stream)))
+        return remember(status);
+    status = requireDevice(device);
+    if (status != cudaSuccess) return remember(status);
+    const bool toDevice = kind == cudaMemcpyHostToDevice;
+    if (!toDevice && kind != cudaMemcpyDeviceToHost)
+        return remember(cudaErrorInvalidMemcpyDirection);
+    if (to == nullptr || from == nullptr || !memory.contains(toDevice ? to : from, bytes))
+        return remember(cudaErrorInvalidValue);
+    std::memcpy(to, from, bytes);
     return cudaSuccess;
 }
 

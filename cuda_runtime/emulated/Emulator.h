@@ -15,6 +15,7 @@
 
 #include "cuda_runtime/DeviceModule.h"
 #include "cuda_runtime/PendingCall.h"
+#include "cuda_runtime/callersMemory.h"
 #include "cuda_runtime/emulated/KernelImage.h"
 #include "cuda_runtime/runtime.h"
 
@@ -29,6 +30,8 @@ enum class Operation {
     Free,
     Memcpy,
     MemcpyToSymbol,
+    PlaceOf,
+    CopyInOrder,
     ConfigureCall,
     SetupArgument,
     Launch,
@@ -116,6 +119,9 @@ class Emulator {
     cudaError_t streamSynchronize(cudaStream_t stream);
     cudaError_t memcpyAsync(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
                             cudaStream_t stream);
+    cudaError_t placeOf(const void* address, int device, Place* place);
+    cudaError_t copyInOrder(void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind,
+                            int device, const void* stream);
     cudaError_t configureCall(dim3 grid, dim3 block, std::size_t sharedBytes, cudaStream_t stream);
     cudaError_t setupArgument(const void* argument, std::size_t bytes, std::size_t offset);
     cudaError_t launch(const void* entry);
@@ -127,19 +133,22 @@ class Emulator {
     /// Memory of the device, or of the host for it.
     class Memory {
       public:
+        struct Block {
+            std::size_t bytes;
+            std::thread::id owner;
+            int device;  ///< that was chosen where it was allocated
+        };
+
         /// Zero bytes are the address null.
-        cudaError_t allocate(void** address, std::size_t bytes, std::size_t limit);
+        cudaError_t allocate(void** address, std::size_t bytes, std::size_t limit, int device);
         cudaError_t free(void* address);
         void freeOf(std::thread::id owner) noexcept;
+        /// The block that so many bytes lie in; null where there is none.
+        const Block* blockOf(const void* address, std::size_t bytes) const;
         bool contains(const void* address, std::size_t bytes) const;
         std::size_t bytes() const noexcept { return allocated; }
 
       private:
-        struct Block {
-            std::size_t bytes;
-            std::thread::id owner;
-        };
-
         std::map<std::byte*, Block, std::less<>> blocks;
         std::size_t allocated = 0;
     };
@@ -169,6 +178,7 @@ class Emulator {
     cudaError_t start(const KernelImage& image, const PendingCall& call) const;
     cudaError_t checkCopy(const void* to, const void* from, std::size_t bytes, cudaMemcpyKind kind);
     void endContext(std::thread::id owner) noexcept;
+    cudaError_t requireDevice(int device) const noexcept;
 
     std::vector<cudaDeviceProp> devices;
     std::size_t memoryLimit;

@@ -129,44 +129,6 @@ def test_where_values_cannot_go_is_refused(plan, make, error, text):
         plan.compute(out=make(plan))
 
 
-class OnDevice:
-    """What arrays of GPU libraries say of themselves."""
-
-    __cuda_array_interface__ = {  # noqa: RUF012
-        "shape": (7, 6, 5),
-        "typestr": "<c16",
-        "data": (4096, False),
-        "version": 3,
-    }
-
-
-class ByDlpack:
-    def __init__(self, device):
-        self.device = device
-
-    def __dlpack_device__(self):
-        return self.device, 0
-
-    def __dlpack__(self, **_options):
-        raise AssertionError("is not to be asked for")
-
-
-@pytest.mark.parametrize("given", [OnDevice(), ByDlpack(2), ByDlpack(10)])
-def test_memory_of_a_gpu_is_refused_by_name(plan, line, grid, given):
-    reason = "is in the memory of a GPU, for which this build of the package has no support"
-    with pytest.raises(TypeError, match=f"^out: {reason}"):
-        plan.compute(out=given)
-    with pytest.raises(TypeError, match=f"^weights: {reason}"):
-        pf.pressure(line, grid, 1e6, weights=given)
-    with pytest.raises(TypeError, match=f"^points: {reason}"):
-        pf.pressure(line, given, 1e6)
-
-
-def test_other_memory_of_the_processor_is_no_array_of_numpy(plan):
-    with pytest.raises(TypeError, match="^out: must be an array of NumPy, not ByDlpack"):
-        plan.compute(out=ByDlpack(1))
-
-
 def test_a_plan_keeps_what_it_was_made_of(line, grid):
     points = np.ascontiguousarray(grid.positions().reshape(-1, 3))
     weights = np.arange(1, 9) + 0j

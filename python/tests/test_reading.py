@@ -99,6 +99,49 @@ def test_the_array_of_a_field_is_in_its_file(computed, line):
         np.testing.assert_array_equal(field[...], wanted)
 
 
+PIECES = [
+    '[piston]\nshape = "disc"\nradius = 2e-3\n',
+    '[piston]\nshape = "ring"\ninner = 1e-3\nouter = 2e-3\n',
+    '[piston]\nshape = "sector"\nouter = 2e-3\nangles_degrees = [10, 130]\n',
+    '[piston]\nshape = "polygon"\ncorners = [[0, 0], [3e-3, 0], [0, 2e-3]]\n',
+]
+
+
+@pytest.mark.parametrize("source", PIECES)
+def test_the_source_of_any_shape_is_in_its_file(computed, source):
+    with pf.read(computed(REQUEST, source, GRID), frequency=1e6) as field:
+        found = pf.pressure(field.source, AS_GRID, 1e6, tolerance=1e-6)
+        np.testing.assert_allclose(found, field[...], rtol=0, atol=1e-11 * abs(found).max())
+
+
+def test_shapes_in_files_are_those_that_were_asked_for(computed):
+    with pf.read(computed(REQUEST, PIECES[0], GRID)) as field:
+        assert field.source == pf.Disc(radius=2e-3)
+    with pf.read(computed(REQUEST, PIECES[3], GRID)) as field:
+        assert field.source == pf.Polygon(corners=[[0, 0], [3e-3, 0], [0, 2e-3]])
+
+
+# A rectangle, a triangle, a ring of four arcs, and the triangle again.
+TABLE = """x [mm],y [mm],width [mm],height [mm],outline [mm],re,im
+1,0,1,1,,1,0
+-1,0,1,1,-1 0 1 0;1 0 0 1;0 1 -1 0,0,1
+3,1,1,1,0 0 1 0 3;0 0 1 3 3.283185307179586/0 0 0.5 0 -3;0 0 0.5 -3 -3.283185307179586,1,1
+-3,0,1,1,-1 0 1 0;1 0 0 1;0 1 -1 0,1,0
+"""
+
+
+def test_arrays_of_shapes_are_in_their_files(computed, tmp_path):
+    (tmp_path / "elements.csv").write_text(TABLE)
+    file = computed(REQUEST, '[array]\ntable = "elements.csv"\n', GRID)
+    with pf.read(file, frequency=1e6) as field:
+        assert isinstance(field.source[0], pf.Piston)
+        assert isinstance(field.source[1], pf.Shape)
+        assert field.source[1].outline == field.source[3].outline != field.source[2].outline
+        assert field.source == pf.Array.from_table(tmp_path / "elements.csv")
+        found = pf.pressure(field.source, AS_GRID, 1e6, tolerance=1e-6)
+        np.testing.assert_allclose(found, field[...], rtol=0, atol=1e-11 * abs(found).max())
+
+
 def _differences(values: np.ndarray, steps: list[float]) -> np.ndarray:
     """Give the gradient in the middle of three points along each direction."""
     parts = [np.gradient(values, step, axis=axis) for axis, step in enumerate(steps)]

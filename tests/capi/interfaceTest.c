@@ -102,12 +102,12 @@ static void refusesStructsOfAnotherSize(void) {
         EXPECT(plan == NULL);
     }
     EXPECT_OUTCOME(pistonfield_request_init(&request, 8, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 8 bytes is not that of interface 1 to 7");
+                   "request: a size of 8 bytes is not that of interface 1 to 8");
 
     pistonfield_plan* plan = NULL;
     request.size = 0;
     EXPECT_OUTCOME(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "request: a size of 0 bytes is not that of interface 1 to 7; call "
+                   "request: a size of 0 bytes is not that of interface 1 to 8; call "
                    "pistonfield_request_init first");
     plan = samplePlan(PISTONFIELD_CPU);
     pistonfield_conduct conduct;
@@ -117,10 +117,10 @@ static void refusesStructsOfAnotherSize(void) {
     EXPECT_OUTCOME(
         pistonfield_plan_compute_double(plan, &whole, values, values + 1, 2, &conduct, &message),
         PISTONFIELD_INVALID_ARGUMENT,
-        "conduct: a size of 48 bytes is not that of interface 1 to 7; call "
+        "conduct: a size of 48 bytes is not that of interface 1 to 8; call "
         "pistonfield_conduct_init first");
     EXPECT_OUTCOME(pistonfield_conduct_init(&conduct, 0, &message), PISTONFIELD_INVALID_ARGUMENT,
-                   "conduct: a size of 0 bytes is not that of interface 1 to 7");
+                   "conduct: a size of 0 bytes is not that of interface 1 to 8");
     pistonfield_plan_destroy(plan);
 }
 

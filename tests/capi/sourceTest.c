@@ -216,6 +216,77 @@ static int stopAtOnce(int64_t points, void* user) {
     return 1;
 }
 
+static int count(int64_t points, void* user) {
+    EXPECT(points == 0);
+    ++*(int*)user;
+    return 0;
+}
+
+static void watchesWhatIsMadeOfARequest(void) {
+    const double pitch = 1.5;
+    const pistonfield_line line = {4, 1, 2, &pitch, NULL};
+    pistonfield_array* array = NULL;
+    EXPECT_OUTCOME(pistonfield_array_line(&line, &array, &message), PISTONFIELD_SUCCESS, "");
+    pistonfield_request request = requestFor(array);
+    const pistonfield_places focus = {request.x, request.y, request.z, 1, 1e-8, 0};
+    const double demanded[2] = {1, 0};
+    const pistonfield_foci foci = {focus, demanded, 1e-6, NULL, 0};
+    const double direction[3] = {0, 1, 1};
+    pistonfield_plan* plan = NULL;
+    double weights[8];
+    double same[8];
+    int told = 0;
+    pistonfield_conduct conduct;
+    pistonfield_conduct_init(&conduct, sizeof conduct, NULL);
+    conduct.user = &told;
+    // Of an outline the one way, of a rectangle the other.
+    for (int attenuated = 0; attenuated < 2; ++attenuated) {
+        request.attenuation = attenuated ? 0.1 : 0;
+        conduct.progress = stopAtOnce;
+        const char* const stopped = "the computation was stopped";
+        EXPECT_OUTCOME(pistonfield_plan_create_watched(&request, &conduct, &plan, &message),
+                       PISTONFIELD_STOPPED, stopped);
+        EXPECT(plan == NULL);
+        EXPECT_OUTCOME(
+            pistonfield_request_focus_watched(&request, &focus, &conduct, weights, &message),
+            PISTONFIELD_STOPPED, stopped);
+        EXPECT_OUTCOME(
+            pistonfield_request_foci_watched(&request, &foci, &conduct, weights, NULL, &message),
+            PISTONFIELD_STOPPED, stopped);
+        EXPECT_OUTCOME(pistonfield_request_plane_wave_watched(&request, direction, &conduct,
+                                                              weights, &message),
+                       PISTONFIELD_STOPPED, stopped);
+        conduct.progress = count;
+        EXPECT_OUTCOME(pistonfield_plan_create_watched(&request, &conduct, &plan, &message),
+                       PISTONFIELD_SUCCESS, "");
+        pistonfield_plan_destroy(plan);
+        EXPECT(told > 0);
+        EXPECT_OUTCOME(
+            pistonfield_request_focus_watched(&request, &focus, &conduct, weights, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT_OUTCOME(pistonfield_request_focus(&request, &focus, same, &message),
+                       PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(weights, same, sizeof weights) == 0);
+        EXPECT_OUTCOME(
+            pistonfield_request_foci_watched(&request, &foci, &conduct, weights, NULL, &message),
+            PISTONFIELD_SUCCESS, "");
+        EXPECT_OUTCOME(pistonfield_request_foci(&request, &foci, same, NULL, &message),
+                       PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(weights, same, sizeof weights) == 0);
+        EXPECT_OUTCOME(pistonfield_request_plane_wave_watched(&request, direction, &conduct,
+                                                              weights, &message),
+                       PISTONFIELD_SUCCESS, "");
+        EXPECT_OUTCOME(pistonfield_request_plane_wave(&request, direction, same, &message),
+                       PISTONFIELD_SUCCESS, "");
+        EXPECT(memcmp(weights, same, sizeof weights) == 0);
+        plan = NULL;
+    }
+    conduct.threads = -1;
+    EXPECT_OUTCOME(pistonfield_plan_create_watched(&request, &conduct, &plan, &message),
+                   PISTONFIELD_INVALID_ARGUMENT, "threads: -1 is not within 0 to 1024");
+    pistonfield_array_destroy(array);
+}
+
 static pistonfield_request largePiston(void) {
     pistonfield_request request;
     EXPECT_OUTCOME(pistonfield_request_init(&request, sizeof request, &message),
@@ -312,7 +383,7 @@ static void measuresABeam(void) {
     options.size = 8;
     EXPECT_OUTCOME(pistonfield_beam_of_request(&request, &options, NULL, &beam, &message),
                    PISTONFIELD_INVALID_ARGUMENT,
-                   "beam_options: a size of 8 bytes is not that of interface 1 to 7; call "
+                   "beam_options: a size of 8 bytes is not that of interface 1 to 8; call "
                    "pistonfield_beam_options_init first");
     pistonfield_beam_destroy(NULL);
     EXPECT(pistonfield_beam_count(NULL) == 0 && pistonfield_beam_table(NULL) == NULL);
@@ -355,6 +426,7 @@ void testSources(void) {
     makesShapes();
     buildsArraysOfShapes();
     findsWeightsOfARequest();
+    watchesWhatIsMadeOfARequest();
     findsTheRadiatedPower();
     measuresABeam();
     measuresTheBeamOfSamples();

@@ -202,6 +202,25 @@ cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/
     return operation("cudaMemcpy");
 }
 
+cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
+                            cudaMemcpyKind /*kind*/, cudaStream_t stream) {
+    substituteRuntime().streams.push_back(stream);
+    return operation("cudaMemcpyAsync");
+}
+
+cudaError_t cudaStreamSynchronize(cudaStream_t stream) {
+    substituteRuntime().streams.push_back(stream);
+    return operation("cudaStreamSynchronize");
+}
+
+cudaError_t cudaPointerGetAttributes(cudaPointerAttributes* attributes, const void* address) {
+    const auto& memory = substituteRuntime().primary.memory;
+    const bool isThere = memory.contains(const_cast<void*>(address));
+    attributes->type = isThere ? cudaMemoryTypeDevice : cudaMemoryTypeUnregistered;
+    attributes->device = 0;
+    return operation("cudaPointerGetAttributes");
+}
+
 cudaError_t cudaMemcpyToSymbol(const void* symbol, const void* from, std::size_t bytes,
                                std::size_t offset, cudaMemcpyKind /*kind*/) {
     const cudaError_t status = operation("cudaMemcpyToSymbol");

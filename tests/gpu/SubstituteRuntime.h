@@ -45,6 +45,9 @@ struct SubstituteRuntime {
         std::map<const void*, std::vector<std::byte>> constants;
     } primary;
 
+    /// The streams of copies in the order of one, and of waits for one.
+    std::vector<void*> streams;
+
     /// What is current to the thread, the innermost last.
     std::vector<CUcontext> current;
 

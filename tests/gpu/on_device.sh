@@ -55,12 +55,25 @@ pack() {
             xargs --no-run-if-empty cp --dereference --target-directory="$folder"
     done
     cp -- "$script" "$folder/on_device.sh"
+    pack_package "$build" "$folder"
     printf '%s\n' "${PISTONFIELD_REVISION:-$(git describe --always --dirty 2>/dev/null || echo unknown)}" \
         >"$folder/revision"
     local bytes
     bytes=$(bytes_of "$folder")
     ((bytes <= most_bytes)) || die "$folder has $bytes bytes, of at most $most_bytes"
     printf '%s: %d bytes in %d programs\n' "$folder" "$bytes" "${#programs[@]}"
+}
+
+# Copies the package for Python, with the shared library of a build, and the script that tries it.
+pack_package() {
+    local build=$1 folder=$2 root
+    root=$(dirname -- "$script")/../..
+    [[ -e $build/libpistonfield.so ]] || die "there is no $build/libpistonfield.so"
+    mkdir -p -- "$folder/pistonfield/lib"
+    cp -- "$root"/python/src/pistonfield/*.py "$folder/pistonfield/"
+    cp --dereference -- "$build/libpistonfield.so" "$folder/pistonfield/lib/"
+    strip --strip-debug -- "$folder/pistonfield/lib/libpistonfield.so" 2>/dev/null || true
+    cp -- "$root/tests/gpu/device_arrays.py" "$folder/"
 }
 
 build() {
@@ -142,6 +155,12 @@ run_parts() {
         part bench 200 "$folder/device_bench" "${points[@]}"
     fi
     part field 120 "$folder/field_test" "${list[@]}" --gtest_filter="$device_tests"
+    if ((dry)) || ! python3 -c 'import numpy' 2>/dev/null; then
+        printf 'would run device_arrays.py, which takes Python and NumPy\n' >"$logs/python.txt"
+        report python skipped 0 "$logs/python.txt"
+    else
+        part python 60 python3 "$folder/device_arrays.py"
+    fi
     local tool
     for tool in memcheck racecheck; do
         if ((dry)); then

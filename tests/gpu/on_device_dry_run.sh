@@ -51,6 +51,7 @@ stand_in_for_all() {
         tests/field/field_test tests/capi/static_interface_test bench/device/device_bench; do
         stand_in "$program"
     done
+    echo "no library" >build/libpistonfield.so
 }
 
 stand_in_for_all
@@ -64,10 +65,16 @@ expect 2 "$script" pack build packed
 says 'has [0-9]+ bytes, of at most 62914560'
 
 stand_in_for_all
+rm build/libpistonfield.so
+expect 2 "$script" pack build packed
+says 'there is no build/libpistonfield.so'
+
+stand_in_for_all
 expect 0 "$script" pack build packed
 says '^packed: [0-9]+ bytes in 5 programs$'
-[[ $(cd packed && echo *) == \
-    'device_bench field_test gpu_process_test kernels_test on_device.sh revision static_interface_test' ]] ||
+wanted=(device_arrays.py device_bench field_test gpu_process_test kernels_test on_device.sh pistonfield revision
+    static_interface_test)
+[[ $(cd packed && echo *) == "${wanted[*]}" ]] ||
     fail "something else is packed: $(ls packed)"
 
 # From here on only what is packed is used. A machine without a GPU has no nvidia-smi that works.
@@ -79,15 +86,19 @@ says 'nvidia-smi finds no GPU here'
 
 expect 0 packed/on_device.sh run --dry-run
 for line in '^revision  of-this-test$' '^GPU       none: a dry run$' '^kernels +passed ' '^memcheck +passed ' \
-    '^bench +skipped ' 'kernels_test, called with --gtest_list_tests' 'would run device_bench 100'; do
+    '^bench +skipped ' '^python +skipped ' 'kernels_test, called with --gtest_list_tests' 'would run device_bench 100'; do
     says "$line" packed/summary.txt
 done
 
 printf '#!/bin/sh\necho "a GPU, 580.1"\n' >bin/nvidia-smi
 printf '#!/bin/sh\necho "checked: $*"\n' >bin/compute-sanitizer
 chmod +x bin/compute-sanitizer
+# The package is tried where Python has NumPy.
+# shellcheck disable=SC2016
+printf '#!/bin/sh\n[ "$1" = -c ] || echo "tried: $*"\n' >bin/python3
+chmod +x bin/python3
 expect 0 packed/on_device.sh run
-for line in '^GPU       a GPU, 580.1$' '^racecheck +passed ' 'checked: --tool memcheck --error-exitcode 1 ' \
+for line in '^GPU       a GPU, 580.1$' '^python +passed ' 'tried: .*/packed/device_arrays.py$' '^racecheck +passed ' 'checked: --tool memcheck --error-exitcode 1 ' \
     '^bench +passed ' 'device_bench, called with 1000000000$'; do
     says "$line" packed/summary.txt
 done

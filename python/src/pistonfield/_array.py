@@ -520,15 +520,23 @@ class Array:
     @classmethod
     def _taken(cls, built: _library.Elements, pose: _Pose) -> Array:
         """Move and turn what the library has made."""
-        rows = _moved(built.rows, *pose)
-        if built.outline_of is None:
-            return cls._of(rows, built.weights)
         outlines = tuple(Outline(edges) for edges in built.outlines)
-        shaped = built.outline_of >= 0
-        rows[shaped, :2] = np.array([outline.sides for outline in outlines])[
-            built.outline_of[shaped]
-        ]
-        return cls._of(rows, built.weights, outlines, built.outline_of)
+        return cls._shaped(_moved(built.rows, *pose), built.weights, outlines, built.outline_of)
+
+    @classmethod
+    def _shaped(
+        cls,
+        rows: _Columns,
+        weights: npt.NDArray[np.complex128] | None,
+        outlines: tuple[Outline, ...],
+        outline_of: npt.NDArray[np.int64] | None,
+    ) -> Array:
+        """Take elements of which those with an outline have its extents for their sides."""
+        if outline_of is None:
+            return cls._of(rows, weights)
+        shaped = outline_of >= 0
+        rows[shaped, :2] = np.array([outline.sides for outline in outlines])[outline_of[shaped]]
+        return cls._of(rows, weights, outlines, outline_of)
 
     @property
     def width(self) -> npt.NDArray[np.float64]:

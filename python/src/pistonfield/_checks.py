@@ -12,6 +12,8 @@ from typing import Any
 import numpy as np
 import numpy.typing as npt
 
+from . import _devices
+
 
 def real(value: Any, name: str) -> float:
     """Read a finite real number."""
@@ -71,6 +73,20 @@ def flag(value: Any, name: str) -> bool:
     return bool(value)
 
 
+def stream(value: Any, name: str) -> int | None:
+    """Read a stream of a GPU: its handle, or an object with ``__cuda_stream__``; or None."""
+    if value is None:
+        return None
+    if hasattr(value, "__cuda_stream__"):
+        asked = value.__cuda_stream__
+        value = (asked() if callable(asked) else asked)[1]
+    handle = whole(value, name)
+    if handle < 0:
+        raise ValueError(f"{name}: must be a handle of the CUDA runtime's, not {handle}")
+    # Some say 0 for the default stream.
+    return handle or _devices.DEFAULT_STREAM
+
+
 def reals(value: Any, name: str, what: str) -> npt.NDArray[np.float64]:
     """Read an array of finite real numbers, as a copy in double precision."""
     numbers = _numeric(value, name, "iuf", f"{what}, real numbers")
@@ -123,26 +139,10 @@ def points(value: Any, name: str) -> npt.NDArray[np.float64]:
     return listed
 
 
-_PROCESSOR = (1, 3, 11)
-"""Devices of DLPack whose memory the processor reads: its own, and what it shares with a GPU."""
-
-
-def require_host(value: Any, name: str) -> None:
-    """Refuse an array in the memory of a GPU, by DLPack or the CUDA array interface."""
-    on_device = hasattr(value, "__cuda_array_interface__")
-    if not on_device and hasattr(value, "__dlpack_device__"):
-        on_device = value.__dlpack_device__()[0] not in _PROCESSOR
-    if on_device:
-        raise TypeError(
-            f"{name}: is in the memory of a GPU, for which this build of the package has no "
-            "support: it computes on the processor; copy the array there"
-        )
-
-
 def _numeric(value: Any, name: str, kinds: str, what: str) -> npt.NDArray[Any]:
-    require_host(value, name)
+    readable = _devices.on_host(value, name)
     try:
-        numbers = np.asarray(value)
+        numbers = np.asarray(readable)
     except ValueError:
         raise ValueError(f"{name}: must be {what}, in rows of one length") from None
     if numbers.dtype.kind not in kinds and numbers.size > 0:

@@ -24,7 +24,8 @@ def pressure(
     grid: Grid | npt.ArrayLike,
     frequency: float,
     *,
-    out: npt.NDArray[Any] | None = None,
+    out: Any = None,
+    stream: Any = None,
     progress: Progress | None = None,
     **options: Unpack[FieldOptions],
 ) -> npt.NDArray[Any]:
@@ -66,7 +67,9 @@ def pressure(
     >>> print(f"{abs(p).max() / 1e3:.1f} kPa")
     25.3 kPa
     """
-    return Plan(source, grid, frequency, **options).compute(out=out, progress=progress)
+    return Plan(source, grid, frequency, **options).compute(
+        out=out, stream=stream, progress=progress
+    )
 
 
 @with_options
@@ -75,7 +78,8 @@ def particle_velocity(
     grid: Grid | npt.ArrayLike,
     frequency: float,
     *,
-    out: npt.NDArray[Any] | None = None,
+    out: Any = None,
+    stream: Any = None,
     progress: Progress | None = None,
     **options: Unpack[FieldOptions],
 ) -> npt.NDArray[Any]:
@@ -109,7 +113,7 @@ def particle_velocity(
     array([0. +0.j, 0. +0.j, 0.1+0.j])
     """
     plan = Plan(source, grid, frequency, quantity="velocity", **options)
-    return plan.compute(out=out, progress=progress)
+    return plan.compute(out=out, stream=stream, progress=progress)
 
 
 @with_options
@@ -118,7 +122,8 @@ def intensity(
     grid: Grid | npt.ArrayLike,
     frequency: float,
     *,
-    out: npt.NDArray[Any] | None = None,
+    out: Any = None,
+    stream: Any = None,
     progress: Progress | None = None,
     **options: Unpack[FieldOptions],
 ) -> npt.NDArray[Any]:
@@ -151,4 +156,4 @@ def intensity(
     True
     """
     plan = Plan(source, grid, frequency, quantity="intensity", **options)
-    return plan.compute(out=out, progress=progress)
+    return plan.compute(out=out, stream=stream, progress=progress)

@@ -13,7 +13,7 @@ import numpy.typing as npt
 
 from . import _checks, _library, _medium
 from ._array import Array
-from ._jobs import interruptible
+from ._jobs import Job, stopping
 from ._medium import WATER, Medium
 from ._options import baffle_number
 from ._request import Source, new_request
@@ -197,7 +197,7 @@ class _Asked:
         )
         weights = np.empty(self._count, complex)
         if len(points) == 1 and pressures is None:
-            self._ask(_library.functions.request_focus, places, self._hold(weights))
+            self._ask(_library.functions.request_focus_watched, places, self._hold(weights))
             weights *= 1 if limit is None else limit
             return weights
         demanded = _demanded(len(points), pressures, unit)
@@ -211,7 +211,7 @@ class _Asked:
             max(-(2**31), min(iterations, 2**31 - 1)),
         )
         result = _library.FociResult()
-        self._ask(_library.functions.request_foci, foci, self._hold(weights), result)
+        self._ask(_library.functions.request_foci_watched, foci, self._hold(weights), result)
         if result.dropped:
             _log.warning(
                 "focus: %d singular values were dropped: pressures are off by up to %.2g of the "
@@ -223,7 +223,7 @@ class _Asked:
 
     def of_plane_wave(self, direction: Any) -> _Weights:
         weights = np.empty(self._count, complex)
-        self._ask(_library.functions.request_plane_wave, direction, self._hold(weights))
+        self._ask(_library.functions.request_plane_wave_watched, direction, self._hold(weights))
         return weights
 
     def apodize(self, weights: _Weights, apodization: Any, along: str) -> None:
@@ -231,16 +231,25 @@ class _Asked:
             return
         name, parameter = _window(apodization)
         window = _library.Window(name.encode(), parameter, _library.ALONG[along])
-        self._ask(_library.functions.request_window, window, self._hold(weights))
+        _library.call(
+            _library.functions.request_window,
+            self._request,
+            window,
+            _library.address(weights),
+            names=_NAMES,
+        )
 
     def _hold(self, values: npt.NDArray[Any]) -> int:
         """Give an array's address, and keep it: a call may outlive its interrupted caller."""
         self._held.append(values)
         return _library.address(values)
 
-    def _ask(self, function: Any, *arguments: Any) -> None:
+    def _ask(self, function: Any, aim: Any, *to: Any) -> None:
+        def find(job: Job[None]) -> None:
+            _library.call(function, self._request, aim, stopping(job), *to, names=_NAMES)
+
         try:
-            interruptible(lambda: _library.call(function, self._request, *arguments, names=_NAMES))
+            Job(find).run()
         except ValueError as refusal:
             text = str(refusal)
             if " lies behind " in text:

@@ -16,6 +16,8 @@ import threading
 from collections.abc import Callable
 from typing import Any, Generic, TypeVar
 
+from . import _library
+
 Result = TypeVar("Result")
 
 _PATIENCE = 0.5
@@ -101,6 +103,11 @@ def _end_all() -> None:
         job.stop = job.left_alone = True
     for job in jobs:
         job.end()
+
+
+def stopping(job: Job[Any], threads: int = 0) -> _library.Conduct:
+    """Have the library stop when the job is to."""
+    return _library.conduct(threads, lambda _points, _user: job.stop)
 
 
 def interruptible(work: Callable[[], Result]) -> Result:

@@ -14,16 +14,20 @@ from typing import Any, TypeVar
 import numpy as np
 import numpy.typing as npt
 
-INTERFACE = 7
+INTERFACE = 8
 """The interface that the structs here are of."""
 
 Status = c_int
 SUCCESS = 0
 OUT_OF_RANGE = 3
 OUT_OF_MEMORY = 5
+DEVICE_FAILURE = 6
 REFUSALS = (1, 2)
 
-MODES = {"double": 0, "single": 1}
+MODES = {("cpu", "double"): 0, ("cpu", "single"): 1, ("gpu", "single"): 2, ("gpu", "double"): 3}
+"""The library's numbers of devices and precisions."""
+DEVICES = ("cpu", "gpu")
+PRECISIONS = ("double", "single")
 RELATIVE = {"largest": 0, "local": 1}
 ALONG = {"x": 0, "y": 1, "radius": 2}
 BAFFLES = {"rigid": 0, "soft": 1, "free": 2}
@@ -67,12 +71,17 @@ class Request(ctypes.Structure):
         ("outlines", c_void_p),
         ("outline_of", c_void_p),
         ("outline_count", c_int64),
+        ("points_device", c_void_p),
     ]
 
     def __init__(self) -> None:
         super().__init__()
         self.held: list[Any] = []
         """Whose memory it points to: a call may outlive its interrupted caller."""
+
+
+class Device(ctypes.Structure):
+    _fields_ = [("number", c_int32), ("stream", c_void_p)]
 
 
 class OutlineStruct(ctypes.Structure):
@@ -279,9 +288,10 @@ _Made = POINTER(c_void_p)
 _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "version": (c_char_p, []),
     "interface": (c_int32, []),
+    "has_gpus": (c_int32, []),
     "most_threads": (c_int32, []),
     "request_init": (Status, [POINTER(Request), c_size_t, _Message]),
-    "plan_create": (Status, [POINTER(Request), _Made, _Message]),
+    "plan_create_watched": (Status, [POINTER(Request), POINTER(Conduct), _Made, _Message]),
     "plan_destroy": (None, [c_void_p]),
     "plan_engine": (c_char_p, [c_void_p]),
     "plan_cost": (Status, [c_void_p, POINTER(Box), POINTER(CostStruct), _Message]),
@@ -294,6 +304,16 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
         Status,
         [c_void_p, POINTER(Box), c_void_p, c_void_p, c_int64, POINTER(Conduct), _Message],
     ),
+    "plan_compute_double_on": (
+        Status,
+        [c_void_p, POINTER(Box), c_void_p, POINTER(Device), _Number, POINTER(Conduct), _Message],
+    ),
+    "plan_compute_float_on": (
+        Status,
+        [c_void_p, POINTER(Box), c_void_p, POINTER(Device), _Number, POINTER(Conduct), _Message],
+    ),
+    "device_of": (Status, [c_void_p, POINTER(c_int32), _Message]),
+    "device_read": (Status, [POINTER(Device), c_void_p, c_int64, c_void_p, _Message]),
     "wave": (Status, [POINTER(Medium), c_double, _Number, _Number, _Message]),
     "array_line": (Status, [POINTER(Line), _Made, _Message]),
     "array_matrix": (Status, [POINTER(Matrix), _Made, _Message]),
@@ -313,12 +333,25 @@ _SIGNATURES: dict[str, tuple[Any, list[Any]]] = {
     "array_outlines": (POINTER(OutlineStruct), [c_void_p]),
     "array_outline_of": (c_void_p, [c_void_p]),
     "array_outline_count": (c_int64, [c_void_p]),
-    "request_focus": (Status, [POINTER(Request), POINTER(Places), c_void_p, _Message]),
-    "request_foci": (
+    "request_focus_watched": (
         Status,
-        [POINTER(Request), POINTER(Foci), c_void_p, POINTER(FociResult), _Message],
+        [POINTER(Request), POINTER(Places), POINTER(Conduct), c_void_p, _Message],
     ),
-    "request_plane_wave": (Status, [POINTER(Request), _Number, c_void_p, _Message]),
+    "request_foci_watched": (
+        Status,
+        [
+            POINTER(Request),
+            POINTER(Foci),
+            POINTER(Conduct),
+            c_void_p,
+            POINTER(FociResult),
+            _Message,
+        ],
+    ),
+    "request_plane_wave_watched": (
+        Status,
+        [POINTER(Request), _Number, POINTER(Conduct), c_void_p, _Message],
+    ),
     "request_window": (Status, [POINTER(Request), POINTER(Window), c_void_p, _Message]),
     "request_power": (Status, [POINTER(Request), POINTER(Conduct), _Number, _Message]),
     "beam_options_init": (Status, [POINTER(BeamOptions), c_size_t, _Message]),
@@ -377,6 +410,9 @@ def version() -> str:
 
 MOST_THREADS: int = functions.most_threads()
 
+HAS_GPUS: bool = functions.has_gpus() != 0
+"""Whether this is the build for NVIDIA GPUs."""
+
 Names = Mapping[str, str]
 
 _Named = TypeVar("_Named")
@@ -392,6 +428,8 @@ def raise_failure(status: int, text: str, names: Names) -> None:
         text = f"{names[name]}: {reason}"
     if status in REFUSALS or status == OUT_OF_RANGE:
         raise ValueError(text)
+    if status == DEVICE_FAILURE and name not in names:
+        text = f"device: {text}"
     if status == OUT_OF_MEMORY:
         raise MemoryError(text)
     raise RuntimeError(text)

@@ -11,7 +11,7 @@ from typing import TYPE_CHECKING, Any, TypedDict, TypeVar
 
 import numpy.typing as npt
 
-from . import _checks, _library, _medium
+from . import _checks, _devices, _library, _medium
 from ._documents import documented
 from ._medium import WATER, Medium
 
@@ -34,6 +34,7 @@ class FieldOptions(TypedDict, total=False):
     tolerance: float
     relative: str
     precision: str
+    device: str
     threads: int | None
     behind: bool
 
@@ -47,6 +48,7 @@ _DEFAULTS: dict[str, Any] = {
     "tolerance": 1e-4,
     "relative": "largest",
     "precision": "double",
+    "device": "cpu",
     "threads": None,
     "behind": False,
 }
@@ -82,6 +84,9 @@ relative : {"largest", "local"}, optional
 precision : {"double", "single"}, optional
     Of the arithmetic. Single keeps tolerances down to about 1e-5 and refuses others. All but the
     pressure of rectangles without losses in a rigid baffle is computed in double all the same.
+device : {"cpu", "gpu"}, optional
+    What computes: the processor, or in the variant of the package for NVIDIA GPUs one of these,
+    which has the pressure of rectangles without losses in a rigid baffle.
 threads : int, optional
     The most threads. By default as the environment variable PISTONFIELD_THREADS says, else one for
     each core that the process may use. Values do not depend on it.
@@ -89,8 +94,10 @@ behind : bool, optional
     Whether points behind a piston are asked for, where the integral is that of the mirrored point.
     By default they are refused."""
 
-OUT = """out : ndarray, optional
+OUT = """out : array, optional
     Where the values go, see `Plan.compute`.
+stream : int, optional
+    Of an `out` in the memory of a GPU, see `Plan.compute`.
 progress : callable, optional
     Is told how many points are done, and of how many, see `Plan.compute`."""
 
@@ -155,7 +162,10 @@ def settings(function: str, options: FieldOptions) -> Settings:
     given = {**_DEFAULTS, **options}
     velocity, power = drive(given["velocity"], given["power"])
     relative = _checks.word(given["relative"], "relative", _library.RELATIVE)
-    precision = _checks.word(given["precision"], "precision", _library.MODES)
+    precision = _checks.word(given["precision"], "precision", _library.PRECISIONS)
+    device = _checks.word(given["device"], "device", _library.DEVICES)
+    if device == "gpu":
+        _devices.require_variant("device", "computes on a GPU")
     return Settings(
         medium=_medium.checked(given["medium"]),
         baffle=baffle_number(given["baffle"]),
@@ -164,7 +174,7 @@ def settings(function: str, options: FieldOptions) -> Settings:
         weights=given["weights"],
         tolerance=_checks.positive(given["tolerance"], "tolerance", "a number"),
         relative=_library.RELATIVE[relative],
-        mode=_library.MODES[precision],
+        mode=_library.MODES[device, precision],
         threads=thread_count(given["threads"]),
         behind=_checks.flag(given["behind"], "behind"),
     )

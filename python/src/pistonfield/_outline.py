@@ -51,6 +51,23 @@ class Outline:
         return along, up
 
 
+def outline_of_file(rows: npt.NDArray[np.float64]) -> Outline:
+    """Read an outline as files of fields have it: a row of 7 numbers for each edge.
+
+    Behind the loop's number these are a 0, both ends and a 0 of a straight edge, and of an arc a 1,
+    the centre, the radius, and the angles at which it begins and by which it turns.
+    """
+    edges = np.zeros(len(rows), _library.EDGE)
+    loop, is_arc, x, y, third, fourth, sweep = rows.T
+    arc = is_arc == 1
+    edges["loop"] = loop
+    edges["start"] = np.stack([x, y], axis=1)
+    edges["to"] = np.where(arc[:, None], edges["start"], np.stack([third, fourth], axis=1))
+    edges["start"][arc] += (third * np.stack([np.cos(fourth), np.sin(fourth)])).T[arc]
+    edges["sweep"] = np.where(arc, sweep, 0)
+    return Outline(edges)
+
+
 def _points(edge: Any) -> npt.NDArray[np.float64]:
     """Give points of an edge, without its end."""
     start: npt.NDArray[np.float64] = np.array(edge["start"])

@@ -15,12 +15,13 @@ from typing import TYPE_CHECKING, Any, NoReturn
 import numpy as np
 import numpy.typing as npt
 
-from . import _checks, _library, _medium
+from . import _checks, _devices, _library, _medium
 from ._array import Array
+from ._dlpack import Described
 from ._documents import documented
 from ._flat import Flat
 from ._grid import Grid
-from ._jobs import Job, interruptible
+from ._jobs import Job, interruptible, stopping
 from ._options import (
     OPTIONS,
     SOURCE,
@@ -46,7 +47,7 @@ _LONG = 2e6
 _MANY_VALUES = 2**17
 """The same in values, which have to be put where they belong."""
 
-_OUT = {"re": "out", "im": "out", "stride": "out", "to_next_field": "out"}
+_OUT = {"re": "out", "im": "out", "stride": "out", "to_next_field": "out", "values": "out"}
 
 
 @dataclass(frozen=True)
@@ -98,6 +99,51 @@ class _Part:
     @property
     def points(self) -> int:
         return math.prod(self.sizes)
+
+
+class _Room:
+    """An array of NumPy that values go to."""
+
+    def __init__(self, values: npt.NDArray[Any], stride: int, to_next_field: int) -> None:
+        self.values = values
+        self._stride = stride
+        self.to_next_field = to_next_field
+        self._double = values.dtype == np.complex128
+
+    def fill(self, plan: Any, box: Any, conduct: Any, message: Any) -> int:
+        compute = _library.functions
+        begin = _library.address(self.values)
+        return int(
+            (compute.plan_compute_double if self._double else compute.plan_compute_float)(
+                plan, box, begin, begin + (8 if self._double else 4), self._stride, conduct, message
+            )
+        )
+
+    def give_unit(self, unit: complex) -> None:
+        scale(self.values, unit)
+
+
+class _RoomOnGpu:
+    """The same in the memory of a GPU, where values have their unit from the beginning."""
+
+    to_next_field = 0
+
+    def __init__(self, array: Described, stream: int, unit: complex) -> None:
+        self._array = array
+        self._device = _devices.device(array, stream)
+        self._unit = _library.numbers([unit.real, unit.imag])
+        self._double = array.dtype == np.complex128
+
+    def fill(self, plan: Any, box: Any, conduct: Any, message: Any) -> int:
+        compute = _library.functions
+        return int(
+            (compute.plan_compute_double_on if self._double else compute.plan_compute_float_on)(
+                plan, box, self._array.address, self._device, self._unit, conduct, message
+            )
+        )
+
+    def give_unit(self, _unit: complex) -> None:
+        pass
 
 
 @documented(source=SOURCE, options=OPTIONS)
@@ -154,14 +200,12 @@ class Plan:
         self._place_shape = place.shape
         self._fill_request(request, source, elements, place, given.behind)
         _require_addressable(self.shape)
-        self._handle = _created(request, place, len(elements.rows) * self._fields)
+        self._handle = _created(request, place, len(elements.rows) * self._fields, self._threads)
         # Threads may compute with it until the process ends.
         weakref.finalize(self, _library.functions.plan_destroy, self._handle).atexit = False
         whole = self._part(None)
         self._whole = whole
         self._evaluations_of_point = self._cost(whole).evaluations / whole.points
-        self._double = _library.functions.plan_compute_double
-        self._single = _library.functions.plan_compute_float
 
     def _unit_of(self, given: Settings, frequency: float, elements: Source) -> complex:
         """Give what the library's values are relative to."""
@@ -283,8 +327,9 @@ class Plan:
     def compute(
         self,
         box: Box | None = None,
-        out: npt.NDArray[Any] | None = None,
+        out: Any = None,
         *,
+        stream: Any = None,
         progress: Progress | None = None,
     ) -> npt.NDArray[Any]:
         """Compute the field, or a part of it.
@@ -294,9 +339,15 @@ class Plan:
         box : int, slice or tuple of these, optional
             The points as an index of an array of the grid's shape says, in steps of 1, such as
             ``np.s_[:, 0, 10:20]``. By default all.
-        out : ndarray, optional
+        out : array, optional
             Where the values go: complex128 or complex64, of the shape of the result and with x
-            fastest, as `empty` makes it. A view of every second value or so may do as well.
+            fastest, as `empty` makes it. A view of every second value or so may do as well. Arrays
+            of other libraries are taken by DLPack, and in the variant for NVIDIA GPUs those in the
+            memory of a GPU, without gaps, by DLPack or the CUDA array interface.
+        stream : int, optional
+            The handle of the stream in whose order values go to the memory of a GPU, or an object
+            with ``__cuda_stream__``. By default that of the array, or the default stream. The
+            values are there when the call returns.
         progress : callable, optional
             Is told now and then how many points are done, and of how many, and at the end that all
             are. What it raises ends the computation.
@@ -316,19 +367,22 @@ class Plan:
         (5, 2)
         """
         part = self._whole if box is None else self._part(box)
+        room: _Room | _RoomOnGpu
         if out is None:
+            if stream is not None:
+                raise TypeError("stream: goes with an out in the memory of a GPU")
             values = self._room(part, np.dtype(np.complex128))
-            stride, to_next_field = 2, 2 * part.points
+            room = _Room(values, 2, 2 * part.points)
         else:
             values = out
-            stride, to_next_field = self._layout(part, out)
+            room = self._room_in(part, out, _checks.stream(stream, "stream"))
         if progress is not None and not callable(progress):
             raise TypeError(f"progress: must be callable, not {type(progress).__name__}")
         if progress is None and self._is_short(part):
-            self._fill(part, values, stride, to_next_field, None)
+            self._fill(part, room, None)
         else:
-            self._fill_watched(part, values, stride, to_next_field, progress)
-        scale(values, self._unit)
+            self._fill_watched(part, room, progress)
+        room.give_unit(self._unit)
         return values
 
     def __repr__(self) -> str:
@@ -346,9 +400,7 @@ class Plan:
     def _fill_watched(
         self,
         part: _Part,
-        values: npt.NDArray[Any],
-        stride: int,
-        to_next_field: int,
+        room: _Room | _RoomOnGpu,
         progress: Progress | None,
     ) -> None:
         total = part.points
@@ -358,7 +410,7 @@ class Plan:
                 job.done = points
                 return job.stop
 
-            self._fill(part, values, stride, to_next_field, told)
+            self._fill(part, room, told)
 
         if progress is None:
             Job(work).run()
@@ -370,19 +422,13 @@ class Plan:
     def _fill(
         self,
         part: _Part,
-        values: npt.NDArray[Any],
-        stride: int,
-        to_next_field: int,
+        room: _Room | _RoomOnGpu,
         told: Callable[[int, object], int] | None,
     ) -> None:
-        conduct = _library.conduct(self._threads, told, to_next_field)
+        conduct = _library.conduct(self._threads, told, room.to_next_field)
         box = _library.Box(part.first, part.sizes)
-        is_double = values.dtype == np.complex128
-        begin = _library.address(values)
         message = _library.Message()
-        status = (self._double if is_double else self._single)(
-            self._handle, box, begin, begin + (8 if is_double else 4), stride, conduct, message
-        )
+        status = room.fill(self._handle, box, conduct, message)
         if status != _library.SUCCESS:
             _library.raise_failure(status, message.text.decode(errors="replace"), _OUT)
 
@@ -403,22 +449,31 @@ class Plan:
             room = room[..., 0]
         return room if self._has_weightings else room[0, ...]
 
-    def _layout(self, part: _Part, out: Any) -> tuple[int, int]:
+    def _room_in(self, part: _Part, out: Any, stream: int | None) -> _Room | _RoomOnGpu:
+        """Read where values go in an array, of whatever library."""
+        found, order = _devices.room(out, stream)
+        if isinstance(found, np.ndarray):
+            return _Room(found, *self._layout(part, found, found.flags.writeable))
+        stride, apart = self._layout(part, found, not found.read_only)
+        if stride != 2 or (self._fields > 1 and apart != 2 * part.points):
+            raise ValueError("out: must have no gaps in the memory of a GPU")
+        return _RoomOnGpu(found, order, self._unit)
+
+    def _layout(
+        self, part: _Part, out: npt.NDArray[Any] | Described, writeable: bool
+    ) -> tuple[int, int]:
         """Read how far apart the values in `out` are, in real numbers."""
-        if not isinstance(out, np.ndarray):
-            _checks.require_host(out, "out")
-            raise TypeError(f"out: must be an array of NumPy, not {type(out).__name__}")
         if out.dtype not in (np.complex128, np.complex64) or not out.dtype.isnative:
             raise TypeError(f"out: must be of complex128 or complex64, not {out.dtype.str}")
-        if not out.flags.writeable:
+        if not writeable:
             raise ValueError("out: is read-only")
         shape = self._shape_around(part.shape)
         if out.shape != shape:
             raise ValueError(f"out: must be of the shape {shape}, not {out.shape}")
-        number = out.itemsize // 2
+        number = out.dtype.itemsize // 2
         first = int(self._has_weightings)
         strides = out.strides[first : first + len(part.shape)]
-        step = _common_step(part.shape, strides, out.itemsize)
+        step = _common_step(part.shape, strides, out.dtype.itemsize)
         if step is None or step <= 0 or step % number:
             raise ValueError(
                 "out: must have x fastest, then y, then z, as Plan.empty() makes it, "
@@ -429,7 +484,7 @@ class Plan:
             raise ValueError("out: the weightings must follow each other, and in each components")
         return step // number, apart // number
 
-    def _apart(self, out: npt.NDArray[Any], dense: int) -> int | None:
+    def _apart(self, out: npt.NDArray[Any] | Described, dense: int) -> int | None:
         """Give the bytes from each field to the next one, where that is one number."""
         apart = None
         if self._components > 1:
@@ -460,17 +515,18 @@ class Plan:
         return _Part((*firsts, *(0,) * others), (*counts, *(1,) * others), tuple(kept))
 
 
-def _created(request: _library.Request, place: Place, drives: int) -> ctypes.c_void_p:
+def _created(request: _library.Request, place: Place, drives: int, threads: int) -> ctypes.c_void_p:
     """Have the library make a plan, in a thread of its own where that may last."""
     handle = ctypes.c_void_p()
     names = {**NAMES, "sizes": place.name, "transform": place.name}
 
-    def create() -> None:
-        _library.call(_library.functions.plan_create, request, handle, names=names)
+    def create(job: Job[None] | None = None) -> None:
+        conduct = None if job is None else stopping(job, threads)
+        _library.call(_library.functions.plan_create_watched, request, conduct, handle, names=names)
 
     try:
         if place.is_large or drives > 16:
-            interruptible(create)
+            Job(create).run()
         else:
             create()
     except ValueError as refusal:

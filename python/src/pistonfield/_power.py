@@ -13,7 +13,7 @@ import numpy.typing as npt
 from . import _checks, _library, _medium
 from ._array import Array
 from ._flat import Flat
-from ._jobs import Job
+from ._jobs import Job, stopping
 from ._medium import WATER, Medium
 from ._options import Settings, baffle_number, thread_count
 from ._request import NAMES, Source, new_request
@@ -106,7 +106,7 @@ def _area(elements: Source, medium: Medium, frequency: float, threads: int, baff
     found = ctypes.c_double()
 
     def work(job: Job[None]) -> None:
-        conduct = _library.conduct(threads, lambda _points, _user: job.stop)
+        conduct = stopping(job, threads)
         _library.call(_library.functions.request_power, request, conduct, found, names=NAMES)
 
     Job(work).run()

@@ -16,8 +16,10 @@ from . import _checks, _medium
 from ._array import Array
 from ._grid import Grid
 from ._medium import WATER, Medium
+from ._outline import Outline, outline_of_file
 from ._piston import Piston
 from ._scaling import scale
+from ._shapes import Shape
 
 _FORMATS = (2, 3, 4, 5, 6)
 
@@ -40,9 +42,9 @@ class Field:
         and whose imaginary part the reactive one.
     grid : Grid
         Where the values lie, in the frame of the piston or the array.
-    source : Piston, Array or None
-        What radiates; None where it is a piston of another shape, or an array of such, whose edges
-        are the file's dataset "outline" or "outlines".
+    source : Piston, Shape or Array
+        What radiates. Discs and other pistons that are no rectangles are a `Shape`, with the edges
+        that the file has.
     wavenumber : float
         In rad/m, where the request was in m.
     attributes : dict
@@ -118,13 +120,23 @@ class Field:
         steps = transform[:3, :3]
         return Grid(origin=transform[:3, 3] + steps @ first, steps=steps, sizes=self.shape[:3])
 
-    def _source(self) -> Piston | Array | None:
-        if "outline" in self._file or "outlines" in self._file:
-            return None
+    def _source(self) -> Piston | Shape | Array:
+        if "outline" in self._file:
+            return Shape(outline=outline_of_file(np.array(self._file["outline"][...], float)))
         if "elements" not in self._file:
             return Piston(width=self.attributes["s"], height=self.attributes["l"])
         weights = np.asarray(self._file["weights"][...], np.complex128).reshape(-1)
-        return Array._of(np.array(self._file["elements"][...], float), weights)
+        rows = np.array(self._file["elements"][...], float)
+        return Array._shaped(rows, weights, *self._outlines())
+
+    def _outlines(self) -> tuple[tuple[Outline, ...], npt.NDArray[np.int64] | None]:
+        """Read the outlines of an array's elements, and which is whose."""
+        if "outlines" not in self._file:
+            return (), None
+        rows = np.array(self._file["outlines"][...], float)
+        numbers = range(int(rows[:, 0].max()) + 1)
+        outlines = tuple(outline_of_file(rows[rows[:, 0] == number, 1:]) for number in numbers)
+        return outlines, np.array(self._file["outline_of"][...], np.int64)
 
 
 def read(

@@ -1,0 +1,167 @@
+# SPDX-FileCopyrightText: the pistonfield developers
+# SPDX-License-Identifier: BSD-3-Clause
+"""Arrays of other libraries, in the memory of a GPU or of the processor.
+
+They come by DLPack, or by the CUDA array interface (version 3), which has GPUs alone.
+"""
+
+from __future__ import annotations
+
+import ctypes
+from typing import Any
+
+import numpy as np
+import numpy.typing as npt
+
+from . import _dlpack, _library
+from ._dlpack import Described
+
+DEFAULT_STREAM = 1
+"""The default stream, as both protocols and the CUDA runtime know it."""
+
+_VARIANT = "the variant for NVIDIA GPUs has it"
+
+
+class _View:
+    """An array of another library as NumPy takes one."""
+
+    def __init__(self, described: Described) -> None:
+        self._held = described.held
+        self.__array_interface__ = {
+            "data": (described.address, described.read_only),
+            "shape": described.shape,
+            "strides": described.strides,
+            "typestr": described.dtype.str,
+            "version": 3,
+        }
+
+
+def require_variant(name: str, what: str) -> None:
+    """Refuse what the build for NVIDIA GPUs alone can do."""
+    if not _library.HAS_GPUS:
+        raise TypeError(
+            f"{name}: {what}, for which this build of the package has no support: it computes on "
+            f"the processor; {_VARIANT}"
+        )
+
+
+def room(out: Any, stream: int | None) -> tuple[npt.NDArray[Any] | Described, int]:
+    """Find where values can go, as an array of NumPy or in the memory of a GPU; and the stream."""
+    handle = stream
+    if isinstance(out, np.ndarray):
+        found: npt.NDArray[Any] | Described | None = out
+    else:
+        found, handle = _described(out, "out", handle, in_place=True)
+    if found is None:
+        raise TypeError(
+            "out: must be an array of NumPy, or one by DLPack or the CUDA array interface, "
+            f"not {type(out).__name__}"
+        )
+    if isinstance(found, np.ndarray) and stream is not None:
+        raise TypeError("stream: goes with an out in the memory of a GPU")
+    return found, handle or DEFAULT_STREAM
+
+
+def on_host(value: Any, name: str) -> Any:
+    """Give what NumPy can read, copied where it is in the memory of a GPU."""
+    if isinstance(value, np.ndarray):
+        return value
+    if hasattr(value, "__array__") and not _is_on_gpu(value, name):
+        return value
+    found, handle = _described(value, name, None, in_place=False)
+    if found is None:
+        return value
+    if isinstance(found, np.ndarray):
+        return found
+    return _copied(found, name, handle or DEFAULT_STREAM)
+
+
+def device(described: Described, stream: int) -> _library.Device:
+    """Say where an array is and in which order it is used."""
+    return _library.Device(number=described.device, stream=stream)
+
+
+def _is_on_gpu(value: Any, name: str) -> bool:
+    if hasattr(value, "__dlpack_device__"):
+        kind = int(value.__dlpack_device__()[0])
+        if kind not in (*_dlpack.CUDA, *_dlpack.HOST):
+            # A GPU of another make.
+            raise TypeError(
+                f"{name}: is in the memory of a GPU, for which this build of the package has no "
+                "support; copy the array to the processor"
+            )
+        return kind in _dlpack.CUDA
+    return hasattr(value, "__cuda_array_interface__")
+
+
+def _described(
+    value: Any, name: str, stream: int | None, *, in_place: bool
+) -> tuple[npt.NDArray[Any] | Described | None, int | None]:
+    """Describe an array of another library, if it is one; and its stream."""
+    on_gpu = _is_on_gpu(value, name)
+    if on_gpu:
+        require_variant(name, "is in the memory of a GPU")
+    if hasattr(value, "__dlpack__") and hasattr(value, "__dlpack_device__"):
+        order = (stream or DEFAULT_STREAM) if on_gpu else None
+        found = _dlpack.describe(value, name, order, in_place=in_place)
+        return (found if found.on_gpu else np.asarray(_View(found))), order
+    if on_gpu:
+        return _by_cuda(value, name, stream)
+    return None, stream
+
+
+def _by_cuda(value: Any, name: str, stream: int | None) -> tuple[Described, int | None]:
+    """Read the CUDA array interface. Its stream counts unless the caller has named another."""
+    interface = value.__cuda_array_interface__
+    if interface.get("mask") is not None:
+        raise TypeError(f"{name}: has a mask, which there is nothing to do with")
+    own = interface.get("stream")
+    if own == 0:
+        raise ValueError(f"{name}: its stream is 0, which means none")
+    dtype = np.dtype(interface["typestr"])
+    shape = tuple(int(size) for size in interface["shape"])
+    strides = interface.get("strides")
+    if strides is None:
+        strides = _dlpack.dense(shape, dtype.itemsize)
+    address, read_only = interface["data"]
+    found = Described(
+        address=int(address),
+        shape=shape,
+        strides=tuple(int(step) for step in strides),
+        dtype=dtype,
+        read_only=bool(read_only),
+        device=_device_of(int(address), name) if 0 not in shape else 0,
+        on_gpu=True,
+        held=value,
+    )
+    return found, stream or own
+
+
+def _device_of(address: int, name: str) -> int:
+    number = ctypes.c_int32()
+    _library.call(_library.functions.device_of, address, number, names={"address": name})
+    return number.value
+
+
+def _copied(described: Described, name: str, stream: int) -> npt.NDArray[Any]:
+    """Copy an array from the memory of a GPU."""
+    if 0 in described.shape:
+        return np.empty(described.shape, described.dtype)
+    reaches = [
+        (size - 1) * step for size, step in zip(described.shape, described.strides, strict=True)
+    ]
+    before = sum(reach for reach in reaches if reach < 0)
+    behind = sum(reach for reach in reaches if reach > 0) + described.dtype.itemsize
+    memory = np.empty(behind - before, np.uint8)
+    _library.call(
+        _library.functions.device_read,
+        device(described, stream),
+        described.address + before,
+        memory.size,
+        _library.address(memory),
+        names={"from": name},
+    )
+    copied: npt.NDArray[Any] = np.ndarray(
+        described.shape, described.dtype, memory.data, -before, described.strides
+    )
+    return copied
