@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 
-// The time of a point of the field of an array of discs in a medium with losses, within a
-// tolerance: as a convolution, and element by element, which takes a few planes of the same
-// lattice. One disc is turned about its axis there, so that the field is the same and no
-// convolution computes it. docs/performance.md says how to read the table.
+// The time of a point of the field of arrays of discs and of rectangles in a medium with losses,
+// within a tolerance. In a plane: as a convolution, and element by element, which takes a few
+// planes of the same lattice. One disc is turned about its axis there, so that the field is the
+// same and no convolution computes it. On a bowl, and on a curved probe: at the points of a
+// lattice, and at a tenth of them in a list. docs/performance.md says how to read the table.
 //
 // Usage: contours_bench
 
@@ -93,7 +94,7 @@ struct Result {
     Values values;
 };
 
-/// Computes a request and prints its row.
+/// Computes a request and prints its row; of the times of several repetitions the least one.
 Result measure(const char* name, const Request& request, int repetitions) {
     const double begin = seconds();
     const Plan plan(request);
@@ -108,7 +109,7 @@ Result measure(const char* name, const Request& request, int repetitions) {
     }
     const auto points = static_cast<double>(box.points());
     const double all = result.time;
-    result.time *= 1e9 / (points * side * side);
+    result.time *= 1e9 / (points * static_cast<double>(request.array->elements.size()));
     std::printf("%-28s %7.0e  %-11s %9.2f %9.1f %10.3f %8.1e %8.1f\n", name,
                 request.tolerance->value, std::string(plan.engine()).c_str(), all,
                 1e9 * all / points, result.time, plan.accuracy()->error, 1e3 * planned);
@@ -147,6 +148,103 @@ void compare(const Asked& asked, double tolerance) {
         summed.time / convolved.time);
 }
 
+/// Discs of 0.9 wavelengths on a bowl with a radius of 60 wavelengths, in the order of a
+/// sunflower's seeds.
+Array bowl() {
+    Array array;
+    const auto disc = std::make_shared<const Outline>(discOutline(0.45));
+    constexpr double radius = 60;
+    for (int i = 0; i < side * side; ++i) {
+        const double around = i * std::numbers::pi * (3 - std::sqrt(5.0));
+        const double tilt = std::asin(0.5 * std::sqrt((i + 0.5) / (side * side)));
+        const double c = std::cos(around);
+        const double s = std::sin(around);
+        array.elements.push_back(
+            {.piston = {},
+             .pose = {.centre = {radius * std::sin(tilt) * c, radius * std::sin(tilt) * s,
+                                 radius * (1 - std::cos(tilt))},
+                      .alongWidth = {c * std::cos(tilt), s * std::cos(tilt), std::sin(tilt)},
+                      .alongHeight = {-s, c, 0}},
+             .outline = disc});
+        array.weights.emplace_back(1);
+    }
+    return array;
+}
+
+/// Rectangles of 0.45 by 6 wavelengths, half a wavelength apart on a cylinder with a radius of 60.
+Array curved() {
+    Array array;
+    constexpr double radius = 60;
+    constexpr int elements = 128;
+    for (int i = 0; i < elements; ++i) {
+        const double tilt = (i - (elements - 1) / 2.0) * 0.5 / radius;
+        array.elements.push_back(
+            {.piston = {.width = 0.45, .height = 6},
+             .pose = {.centre = {radius * std::sin(tilt), 0, radius * (std::cos(tilt) - 1)},
+                      .alongWidth = {std::cos(tilt), 0, -std::sin(tilt)},
+                      .alongHeight = {0, 1, 0}}});
+        array.weights.emplace_back(1);
+    }
+    return array;
+}
+
+/// Every tenth point of a lattice.
+PointList somePointsOf(const Lattice& lattice) {
+    PointList list;
+    const auto& [nx, ny, nz] = lattice.sizes;
+    const auto& rows = lattice.transform;
+    for (std::int64_t i = 0; i < nx * ny * nz; i += everyPlane) {
+        const auto x = static_cast<double>(i % nx);
+        const auto y = static_cast<double>(i / nx % ny);
+        const auto z = static_cast<double>(i / nx / ny);
+        list.x.push_back(rows[0] * x + rows[3]);
+        list.y.push_back(rows[5] * y + rows[7]);
+        list.z.push_back(rows[10] * z + rows[11]);
+    }
+    return list;
+}
+
+void compareWithList(const Array& array, const Lattice& lattice, const Asked& asked) {
+    Request request = requestFor(asked, 1e-4);
+    request.array = array;
+    request.lattice = lattice;
+    request.behind = true;
+    const double onLattice = measure(asked.name, request, 3).time;
+    request.points = somePointsOf(lattice);
+    request.lattice = {.transform = {},
+                       .sizes = {static_cast<std::int64_t>(request.points->x.size()), 1, 1}};
+    const double inList = measure("  in a list", request, 1).time;
+    std::printf("%-28s %.0f times the time\n", "", inList / onLattice);
+}
+
+constexpr std::array quantities{
+    Asked{"pressure, rigid, double", Baffle::rigid, Quantity::pressure, Mode::cpu},
+    Asked{"pressure, soft, double", Baffle::soft, Quantity::pressure, Mode::cpu},
+    Asked{"velocity, rigid, double", Baffle::rigid, Quantity::velocity, Mode::cpu}};
+
+void measureCurvedArrays() {
+    std::puts(
+        "\n256 discs of 0.9 wavelengths on a bowl with a radius of 60 and an aperture of 60 "
+        "wavelengths;\n128 by 128 by 30 points about the focus, a quarter wavelength apart along x "
+        "and y and one along z\n");
+    const double first = -0.25 * 127 / 2;
+    for (const Asked& asked : quantities)
+        compareWithList(
+            bowl(),
+            {.transform = {0.25, 0, 0, first, 0, 0.25, 0, first, 0, 0, 1, 45, 0, 0, 0, 1},
+             .sizes = {128, 128, planes}},
+            asked);
+    std::puts(
+        "\n128 rectangles of 0.45 by 6 wavelengths on a cylinder with a radius of 60 "
+        "wavelengths;\n321 by 481 points a quarter wavelength apart of the plane through their "
+        "middles, z from 2 to 122 wavelengths\n");
+    for (const Asked& asked : quantities)
+        compareWithList(curved(),
+                        {.transform = {0.25, 0, 0, -40, 0, 1, 0, 0, 0, 0, 0.25, 2, 0, 0, 0, 1},
+                         .sizes = {321, 1, 481}},
+                        asked);
+}
+
 }  // namespace
 
 int main() {
@@ -167,5 +265,6 @@ int main() {
           Asked{"intensity, rigid, double", Baffle::rigid, Quantity::intensity, Mode::cpu}})
         compare(asked, 1e-4);
     compare({"pressure, rigid, double", Baffle::rigid, Quantity::pressure, Mode::cpu}, 1e-8);
+    measureCurvedArrays();
     return 0;
 }

@@ -6,6 +6,7 @@
 #include "field/ArrayEngine.h"
 #include "field/LatticePatches.h"
 #include "field/PatchSums.h"
+#include "field/inPatches.h"
 #include "parallel/threads.h"
 #include "parallel/usableCores.h"
 
@@ -34,19 +35,8 @@ class SumEngine : public ArrayEngine<T> {
     std::string_view name() const noexcept override { return "sum"; }
 
     void fill(const LatticeBox& box, const Destination<T>& to, unsigned threads) const override {
-        const LatticePatches::InBox inBox(patches, box);
-        const auto fillPieces = [&](std::int64_t first, std::int64_t last) {
-            typename PatchSums<T>::Work work(sums);
-            for (std::int64_t i = first; i < last; ++i) {
-                const LatticePatches::Piece piece = inBox.piece(i);
-                sums.compute(piece, work);
-                store(piece, work, to);
-            }
-        };
-        const unsigned most = threads == 0 ? threadCount() : std::min(threads, mostThreads);
-        constexpr std::int64_t perTurn = 16;
-        inParallel(inBox.count(), std::clamp<std::int64_t>(inBox.count() / 32, 1, perTurn),
-                   inBox.count() > 1 ? most : 1, fillPieces);
+        computeInPatches(sums, patches, box, threads,
+                         [&](const auto& piece, const auto& work) { store(piece, work, to); });
     }
 
     Index tile() const override { return patches.tile(); }
