@@ -134,8 +134,8 @@ std::array<double, 3> placeOf(const Request& request, std::int64_t point) {
     return {m[0] * x + m[1] * y + m[3], m[4] * x + m[5] * y + m[7], m[8] * x + m[9] * y + m[11]};
 }
 
-/// The largest errors of two fields at some points and frequencies, relative to the largest value of
-/// each frequency.
+/// The largest errors of two fields at some points and frequencies, relative to the largest value
+/// of each frequency.
 std::array<double, 2> errorsOf(const Case& of, const Request& request, const std::vector<Tone>& all,
                                const std::array<const Values*, 2>& fields) {
     const std::int64_t points = request.lattice.box().points();
@@ -149,7 +149,8 @@ std::array<double, 2> errorsOf(const Case& of, const Request& request, const std
         for (std::int64_t i = 0; i < points; i += points / 5 + 1) {
             const std::complex<double> exact = of.exact.at(placeOf(request, i), all[n].wave);
             for (std::size_t f = 0; f < fields.size(); ++f) {
-                const std::complex<double> value = (*fields[f])[first + static_cast<std::size_t>(i)];
+                const std::complex<double> value =
+                    (*fields[f])[first + static_cast<std::size_t>(i)];
                 errors[f] = std::max(errors[f], std::abs(value - exact) / largest);
             }
         }
@@ -205,7 +206,8 @@ Request within(Request request, double tolerance, Mode mode = Mode::cpu) {
 int main() {
     static_cast<void>(std::setvbuf(stdout, nullptr, _IOLBF, 1 << 12));
     std::puts(
-        "64 frequencies from 0.24 to 4 MHz at 1540 m/s; a rectangle of 10 by 8 mm, a disc of 10 mm, "
+        "64 frequencies from 0.24 to 4 MHz at 1540 m/s; a rectangle of 10 by 8 mm, a disc of 10 "
+        "mm, "
         "and 16 elements\nof 0.5 by 8 mm; losses of 0.5 dB/(cm MHz). Lists of points, and planes "
         "along the axis, from 3 to 63 mm.\nTimes in ns for a point and frequency with all that "
         "comes before, one thread, its own time, the least of\nthree. Errors are relative to the "

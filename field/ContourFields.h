@@ -28,8 +28,8 @@ class ContourFields {
     /// @throws std::bad_alloc
     explicit ContourFields(const Request& request);
 
-    /// For `computeTones` of tones within a band, whose largest numbers are the wave of what else is
-    /// asked.
+    /// For `computeTones` of tones within a band, whose largest numbers are the wave of what else
+    /// is asked.
     /// @throws std::bad_alloc
     ContourFields(const Request& request, const WaveBand& band);
 

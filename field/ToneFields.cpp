@@ -129,9 +129,8 @@ ToneFields::ToneFields(const Request& request, const std::vector<ToneWave>& give
       runs(runsOf(given)) {
     for (const auto& [wave, weights] : given) {
         // p is k/(2pi) times the integral phi, of which sums are k/j.
-        const Complex factor =
-            wave.wavenumber * Complex(0, 1) /
-            (2 * std::numbers::pi * Complex(wave.wavenumber, -wave.attenuation));
+        const Complex factor = wave.wavenumber * Complex(0, 1) /
+                               (2 * std::numbers::pi * Complex(wave.wavenumber, -wave.attenuation));
         for (std::size_t i = 0; i < weightings * elements.count(); ++i)
             factors.push_back(weights.empty() ? factor : factor * weights[i]);
     }
@@ -233,8 +232,7 @@ std::vector<ToneFields::Seen> ToneFields::preview(const std::vector<ToneWave>& g
             for (std::size_t i = 0; i < groupSize; ++i) {
                 double amplitude = 0;
                 for (std::size_t e = 0; e < elements.count(); ++e)
-                    amplitude +=
-                        weightOf(n, e) * amplitudeOf(e, given[n / weightings].wave, at[i]);
+                    amplitude += weightOf(n, e) * amplitudeOf(e, given[n / weightings].wave, at[i]);
                 const double value = std::hypot(work.sums[n].re[i], work.sums[n].im[i]);
                 seen[n].amplitude = std::max(seen[n].amplitude, amplitude);
                 seen[n].largest = std::max(seen[n].largest, value - error * amplitude);
@@ -249,7 +247,8 @@ double ToneFields::roundingWith(const WaveBand& band) const {
     double radius = 0;
     for (std::size_t e = 0; e < elements.count(); ++e) {
         const OutlineField& outline = elements.outlineOf(e);
-        ofIntegrals = std::max(ofIntegrals, 512 + 32 * band.wavenumber * perimeterOf(outline.outline()));
+        ofIntegrals =
+            std::max(ofIntegrals, 512 + 32 * band.wavenumber * perimeterOf(outline.outline()));
         radius = std::max(radius, outline.circle().radius);
     }
     const double reach = 16 * band.wavenumber * reachOf(elements, positions);
@@ -324,8 +323,7 @@ void ToneFields::compute(const LatticeBox& box, std::complex<T>* values,
                  if (conduct.stop.stop_requested()) throw Stopped();
                  fill(piece, values + done, all, threads);
                  done += piece.points();
-                 if (conduct.progress)
-                     conduct.progress(done * static_cast<std::int64_t>(tones));
+                 if (conduct.progress) conduct.progress(done * static_cast<std::int64_t>(tones));
              });
 }
 
@@ -342,7 +340,8 @@ void ToneFields::fill(const LatticeBox& box, std::complex<T>* values, std::int64
                        if (piece.first == piece.last) continue;
                        GroupPlaces places;
                        positions.group(piece.group, places);
-                       sumUp(places, [this](std::size_t) { return limit; }, work);
+                       sumUp(
+                           places, [this](std::size_t) { return limit; }, work);
                        std::complex<T>* to = values + piece.to;
                        for (const ContourSums::Sum& sum : work.sums) {
                            for (std::int64_t p = piece.first; p < piece.last; ++p) {

@@ -30,13 +30,14 @@ struct ToneWave {
 /// threads.
 class ToneFields {
   public:
-    /// Whether there are fields in this way for the quantity, the baffle, the tolerance and the mode
-    /// of a request.
+    /// Whether there are fields in this way for the quantity, the baffle, the tolerance and the
+    /// mode of a request.
     static bool serves(const Request& request) noexcept;
 
     /// @param request outlives this; its own wave and weights mean nothing
     /// @param tones   one or more
-    /// @return none where this does not serve the request, or where the plan of one of the tones may
+    /// @return none where this does not serve the request, or where the plan of one of the tones
+    /// may
     ///     refuse it
     /// @throws std::bad_alloc
     static std::unique_ptr<const ToneFields> of(const Request& request,

@@ -180,7 +180,8 @@ class PanelOrders {
         } else {
             largest = offset * (k / (theta * theta) + 1 / (theta * theta * theta * d)) / (d + z);
         }
-        if (limit.derivatives >= Derivatives::gradient) largest = std::max(largest, 1 / (theta * R));
+        if (limit.derivatives >= Derivatives::gradient)
+            largest = std::max(largest, 1 / (theta * R));
         if (limit.derivatives == Derivatives::second) {
             const double scaled = 1 / (theta * R);
             largest = std::max(largest, (points.z + points.radius + offset) * scaled * scaled *

@@ -61,8 +61,8 @@ enum class PanelChoice {
 /// an angle, the ellipse's points are up to q*sqrt((cosh r - 1)^2 + sinh(r)^2) = x*d away, so that
 /// theta^2 = 1 - 2x - x^2, and |Im R| <= q*sinh of the smaller semi-axis times (1 + x)/theta.
 ///
-/// Where phi alone is asked for, a straight edge takes the nodes of `Orders` if these are fewer: the
-/// integrand |e (E - 1)/D| is at most |k e exp(b |Im R| + a z)/R| within any ellipse.
+/// Where phi alone is asked for, a straight edge takes the nodes of `Orders` if these are fewer:
+/// the integrand |e (E - 1)/D| is at most |k e exp(b |Im R| + a z)/R| within any ellipse.
 ///
 /// Points beside the piston, whose integrands are not analytic where D = 0, take their distance
 /// within the plane for d.

@@ -26,9 +26,8 @@ struct Sums {
 };
 
 template <Derivatives derivatives, bool isLossy, bool isBeside>
-[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node,
-                                           const ContourAt& at, V ratio, double wavenumber,
-                                           double attenuation) {
+[[gnu::always_inline]] inline void addNode(Sums& sums, const ContourNode& node, const ContourAt& at,
+                                           V ratio, double wavenumber, double attenuation) {
     const auto [path, angle, cross, R, perR] = pathTo<isBeside>(node, at);
     const auto [lessOne, value] = waveAlong<isLossy>(path, wavenumber, attenuation);
     addTimes(sums.phi, lessOne, angle);

@@ -19,7 +19,7 @@ constexpr float tooMany = OrderLadder::mostNodes;
 /// The nodes that one of the ellipses allows: the least of (offset + half*imaginary + needed) *
 /// perDigit, where `needed` is the logarithm of the amplitude over the tolerance.
 float leastNodes(const Row& offset, float half, const Row& imaginary, float needed,
-              const Row& perDigit) {
+                 const Row& perDigit) {
     float least = tooMany;
     for (std::size_t j = 0; j < offset.size(); ++j)
         least = std::min(least, (offset[j] + half * imaginary[j] + needed) * perDigit[j]);

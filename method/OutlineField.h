@@ -97,7 +97,8 @@ class OutlineField {
 
     /// Computes phi times k/j for each of some tones within the band, with the same nodes: those
     /// that keep the limit of the band's largest wavenumber, as every bound grows with it.
-    /// @param limit  the largest error of such a value over 2pi, for every tone; where it decays, at
+    /// @param limit  the largest error of such a value over 2pi, for every tone; where it decays,
+    /// at
     ///     most that of the largest attenuation
     /// @param tones  runs of them
     /// @param values room for those of all tones, one run after the other
