@@ -64,7 +64,7 @@ template <bool isLossy>
 struct ContourAt {
     ContourPack x, y, z, zz;
     ContourPack reference;  ///< Q
-    ContourPack tiny;  ///< keeps quotients by D and R finite where these are 0, in products too
+    ContourPack tiny;       ///< keeps quotients by D and R finite where these are 0, in products too
 
     static ContourAt of(const ContourPoints& points, int first) {
         constexpr double tinySquare = 1e-80;
