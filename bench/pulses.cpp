@@ -129,8 +129,9 @@ std::array<double, 3> placeOf(const Request& request, std::int64_t point) {
         return {request.points->x[i], request.points->y[i], request.points->z[i]};
     }
     const auto& m = request.lattice.transform;
+    const std::int64_t row = point / request.lattice.sizes[0];
     const auto x = static_cast<double>(point % request.lattice.sizes[0]);
-    const auto y = static_cast<double>(point / request.lattice.sizes[0]);
+    const auto y = static_cast<double>(row);
     return {m[0] * x + m[1] * y + m[3], m[4] * x + m[5] * y + m[7], m[8] * x + m[9] * y + m[11]};
 }
 
