@@ -43,33 +43,38 @@ double leastWavenumberOf(const std::vector<ToneWave>& tones) {
     return least;
 }
 
-/// Whether numbers are the same but for what they are rounded by when they are formed.
-bool areNear(double a, double b, double size) { return std::abs(a - b) <= 0x1p-50 * size; }
+/// Evenly spaced tones from the first to the last of some.
+EvenTones between(std::span<const ToneWave> tones) {
+    const Wave& first = tones.front().wave;
+    const Wave& last = tones.back().wave;
+    const auto steps = static_cast<double>(tones.size() - 1);
+    return {first.wavenumber, first.attenuation, (last.wavenumber - first.wavenumber) / steps,
+            (last.attenuation - first.attenuation) / steps, static_cast<int>(tones.size())};
+}
 
-/// A tone and those after it that are evenly spaced, at most `EvenTones::most`.
-EvenTones runFrom(std::span<const ToneWave> tones) {
-    const auto& [k, a] = tones[0].wave;
-    if (tones.size() == 1) return {k, a, 0, 0, 1};
-    const auto& [nextK, nextA] = tones[1].wave;
-    const double size = std::hypot(nextK, nextA);
-    EvenTones run{k, a, nextK - k, nextA - a, 2};
-    // With and without losses sums take different ways.
-    if ((a == 0) != (nextA == 0)) return {k, a, 0, 0, 1};
-    const auto most = std::min<std::size_t>(tones.size(), EvenTones::most);
-    while (static_cast<std::size_t>(run.count) < most) {
-        const auto& [thisK, thisA] = tones[static_cast<std::size_t>(run.count)].wave;
-        const double steps = run.count;
-        if (!areNear(thisK, k + steps * run.stepWavenumber, size * steps) ||
-            !areNear(thisA, a + steps * run.stepAttenuation, size * steps))
-            break;
-        ++run.count;
+/// Whether tones are evenly spaced but for the rounding of their numbers, either all with losses or
+/// all without.
+bool areEven(std::span<const ToneWave> tones) {
+    const EvenTones run = between(tones);
+    for (std::size_t n = 0; n < tones.size(); ++n) {
+        const auto& [k, a] = tones[n].wave;
+        const auto steps = static_cast<double>(n);
+        const double rounding = 0x1p-50 * std::hypot(k, a);
+        if (std::abs(k - (run.wavenumber + steps * run.stepWavenumber)) > rounding ||
+            std::abs(a - (run.attenuation + steps * run.stepAttenuation)) > rounding ||
+            (a == 0) != (run.attenuation == 0))
+            return false;
     }
-    // Tones that are not evenly spaced are better off alone than as pairs.
-    if (run.count == 2 && tones.size() > 2) return {k, a, 0, 0, 1};
-    const auto& [lastK, lastA] = tones[static_cast<std::size_t>(run.count - 1)].wave;
-    run.stepWavenumber = (lastK - k) / (run.count - 1);
-    run.stepAttenuation = (lastA - a) / (run.count - 1);
-    return run;
+    return true;
+}
+
+/// The first one of some tones and those after it that make a run with it. Two take less by
+/// themselves.
+EvenTones runFrom(std::span<const ToneWave> tones) {
+    constexpr std::size_t least = 3;
+    for (auto count = std::min<std::size_t>(tones.size(), EvenTones::most); count >= least; --count)
+        if (areEven(tones.first(count))) return between(tones.first(count));
+    return {tones.front().wave.wavenumber, tones.front().wave.attenuation, 0, 0, 1};
 }
 
 std::vector<EvenTones> runsOf(std::span<const ToneWave> tones) {
