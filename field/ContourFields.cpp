@@ -51,10 +51,9 @@ struct Magnitudes {
 }  // namespace
 
 ContourFields::ContourFields(const Request& request)
-    : ContourFields(
-          request,
-          {request.wave.wavenumber, request.wave.attenuation, request.wave.attenuation},
-          derivativesFor(request.baffle, request.quantity)) {}
+    : ContourFields(request,
+                    {request.wave.wavenumber, request.wave.attenuation, request.wave.attenuation},
+                    derivativesFor(request.baffle, request.quantity)) {}
 
 ContourFields::ContourFields(const Request& request, const WaveBand& band)
     : ContourFields(request, band, Derivatives::potential) {}

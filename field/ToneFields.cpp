@@ -43,33 +43,38 @@ double leastWavenumberOf(const std::vector<ToneWave>& tones) {
     return least;
 }
 
-/// Whether numbers are the same but for what they are rounded by when they are formed.
-bool areNear(double a, double b, double size) { return std::abs(a - b) <= 0x1p-50 * size; }
+/// Evenly spaced tones from the first to the last of some.
+EvenTones between(std::span<const ToneWave> tones) {
+    const Wave& first = tones.front().wave;
+    const Wave& last = tones.back().wave;
+    const auto steps = static_cast<double>(tones.size() - 1);
+    return {first.wavenumber, first.attenuation, (last.wavenumber - first.wavenumber) / steps,
+            (last.attenuation - first.attenuation) / steps, static_cast<int>(tones.size())};
+}
 
-/// A tone and those after it that are evenly spaced, at most `EvenTones::most`.
-EvenTones runFrom(std::span<const ToneWave> tones) {
-    const auto& [k, a] = tones[0].wave;
-    if (tones.size() == 1) return {k, a, 0, 0, 1};
-    const auto& [nextK, nextA] = tones[1].wave;
-    const double size = std::hypot(nextK, nextA);
-    EvenTones run{k, a, nextK - k, nextA - a, 2};
-    // With and without losses sums take different ways.
-    if ((a == 0) != (nextA == 0)) return {k, a, 0, 0, 1};
-    const auto most = std::min<std::size_t>(tones.size(), EvenTones::most);
-    while (static_cast<std::size_t>(run.count) < most) {
-        const auto& [thisK, thisA] = tones[static_cast<std::size_t>(run.count)].wave;
-        const double steps = run.count;
-        if (!areNear(thisK, k + steps * run.stepWavenumber, size * steps) ||
-            !areNear(thisA, a + steps * run.stepAttenuation, size * steps))
-            break;
-        ++run.count;
+/// Whether tones are evenly spaced but for the rounding of their numbers, either all with losses or
+/// all without.
+bool areEven(std::span<const ToneWave> tones) {
+    const EvenTones run = between(tones);
+    for (std::size_t n = 0; n < tones.size(); ++n) {
+        const auto& [k, a] = tones[n].wave;
+        const auto steps = static_cast<double>(n);
+        const double rounding = 0x1p-50 * std::hypot(k, a);
+        if (std::abs(k - (run.wavenumber + steps * run.stepWavenumber)) > rounding ||
+            std::abs(a - (run.attenuation + steps * run.stepAttenuation)) > rounding ||
+            (a == 0) != (run.attenuation == 0))
+            return false;
     }
-    // Tones that are not evenly spaced are better off alone than as pairs.
-    if (run.count == 2 && tones.size() > 2) return {k, a, 0, 0, 1};
-    const auto& [lastK, lastA] = tones[static_cast<std::size_t>(run.count - 1)].wave;
-    run.stepWavenumber = (lastK - k) / (run.count - 1);
-    run.stepAttenuation = (lastA - a) / (run.count - 1);
-    return run;
+    return true;
+}
+
+/// The first one of some tones and those after it that make a run with it. Two take less by
+/// themselves.
+EvenTones runFrom(std::span<const ToneWave> tones) {
+    constexpr std::size_t least = 3;
+    for (auto count = std::min<std::size_t>(tones.size(), EvenTones::most); count >= least; --count)
+        if (areEven(tones.first(count))) return between(tones.first(count));
+    return {tones.front().wave.wavenumber, tones.front().wave.attenuation, 0, 0, 1};
 }
 
 std::vector<EvenTones> runsOf(std::span<const ToneWave> tones) {
@@ -129,9 +134,8 @@ ToneFields::ToneFields(const Request& request, const std::vector<ToneWave>& give
       runs(runsOf(given)) {
     for (const auto& [wave, weights] : given) {
         // p is k/(2pi) times the integral phi, of which sums are k/j.
-        const Complex factor =
-            wave.wavenumber * Complex(0, 1) /
-            (2 * std::numbers::pi * Complex(wave.wavenumber, -wave.attenuation));
+        const Complex factor = wave.wavenumber * Complex(0, 1) /
+                               (2 * std::numbers::pi * Complex(wave.wavenumber, -wave.attenuation));
         for (std::size_t i = 0; i < weightings * elements.count(); ++i)
             factors.push_back(weights.empty() ? factor : factor * weights[i]);
     }
@@ -233,8 +237,7 @@ std::vector<ToneFields::Seen> ToneFields::preview(const std::vector<ToneWave>& g
             for (std::size_t i = 0; i < groupSize; ++i) {
                 double amplitude = 0;
                 for (std::size_t e = 0; e < elements.count(); ++e)
-                    amplitude +=
-                        weightOf(n, e) * amplitudeOf(e, given[n / weightings].wave, at[i]);
+                    amplitude += weightOf(n, e) * amplitudeOf(e, given[n / weightings].wave, at[i]);
                 const double value = std::hypot(work.sums[n].re[i], work.sums[n].im[i]);
                 seen[n].amplitude = std::max(seen[n].amplitude, amplitude);
                 seen[n].largest = std::max(seen[n].largest, value - error * amplitude);
@@ -249,7 +252,8 @@ double ToneFields::roundingWith(const WaveBand& band) const {
     double radius = 0;
     for (std::size_t e = 0; e < elements.count(); ++e) {
         const OutlineField& outline = elements.outlineOf(e);
-        ofIntegrals = std::max(ofIntegrals, 512 + 32 * band.wavenumber * perimeterOf(outline.outline()));
+        ofIntegrals =
+            std::max(ofIntegrals, 512 + 32 * band.wavenumber * perimeterOf(outline.outline()));
         radius = std::max(radius, outline.circle().radius);
     }
     const double reach = 16 * band.wavenumber * reachOf(elements, positions);
@@ -324,8 +328,7 @@ void ToneFields::compute(const LatticeBox& box, std::complex<T>* values,
                  if (conduct.stop.stop_requested()) throw Stopped();
                  fill(piece, values + done, all, threads);
                  done += piece.points();
-                 if (conduct.progress)
-                     conduct.progress(done * static_cast<std::int64_t>(tones));
+                 if (conduct.progress) conduct.progress(done * static_cast<std::int64_t>(tones));
              });
 }
 
@@ -342,7 +345,8 @@ void ToneFields::fill(const LatticeBox& box, std::complex<T>* values, std::int64
                        if (piece.first == piece.last) continue;
                        GroupPlaces places;
                        positions.group(piece.group, places);
-                       sumUp(places, [this](std::size_t) { return limit; }, work);
+                       sumUp(
+                           places, [this](std::size_t) { return limit; }, work);
                        std::complex<T>* to = values + piece.to;
                        for (const ContourSums::Sum& sum : work.sums) {
                            for (std::int64_t p = piece.first; p < piece.last; ++p) {

@@ -31,8 +31,9 @@
 ///
 /// Its errors have the identifier "pistonfield:pistonfield_internal:<argument>" and a text that
 /// begins with the argument's name; in the place of an argument stands "box" where the box does not
-/// lie within the lattice, "stopped" where a function that is told of the progress fails, "device" where a device failed or there is none, and "environment" for
-/// a number of threads there that is none.
+/// lie within the lattice, "stopped" where a function that is told of the progress fails, "device"
+/// where a device failed or there is none, and "environment" for a number of threads there that is
+/// none.
 ///
 /// An exception is the host's own, `std::bad_alloc`, or what an operation of the host throws.
 /// @param outputCount the number of outputs requested

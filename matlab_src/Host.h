@@ -41,7 +41,8 @@ Array* createReal(std::size_t rows, std::size_t columns);
 /// Prints on the host's console.
 void print(const std::string& text);
 
-/// Calls a function of the host with a number, so that the host may show something, and heed Ctrl-C.
+/// Calls a function of the host with a number, so that the host may show something, and heed
+/// Ctrl-C.
 /// @param function a function handle that the host has handed over
 /// @return false where the function fails, or is interrupted
 /// @throws the host's own exception where that is what an interrupt is

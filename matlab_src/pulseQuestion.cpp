@@ -116,8 +116,7 @@ host::Array* pulseOf(Arguments arguments) {
     host::Array* const result =
         host::createReal(1, head + static_cast<std::size_t>(points * plan.times()));
     double* const numbers = host::resultReal(result);
-    const double all =
-        static_cast<double>(points) * static_cast<double>(plan.frequencies().size());
+    const double all = static_cast<double>(points) * static_cast<double>(plan.frequencies().size());
     const PulseError error = plan.compute(numbers + head, conductOf(others[8], all));
     const std::array<double, head> told{plan.start(),
                                         static_cast<double>(plan.times()),

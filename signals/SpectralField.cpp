@@ -85,12 +85,13 @@ std::unique_ptr<const ToneFields> SpectralField::sharedOf(const Band& band) cons
     std::unique_ptr<const ToneFields> shared = ToneFields::of(common, tones);
     if (!shared) return nullptr;
     const auto points = static_cast<double>(common.lattice.box().points());
-    const double apart = planOf(band.first + band.count - 1).secondsOfAPoint() *
-                             (points + pointsOfAPlan) +
-                         (common.array && !takesContours(common) ? secondsOfDirectivity : 0);
-    if (static_cast<double>(band.count) * apart < points * shared->secondsOfAPoint())
-        return nullptr;
-    return shared;
+    const auto count = static_cast<double>(band.count);
+    const double left = points * shared->secondsOfAPoint() -
+                        (common.array && !takesContours(common) ? count * secondsOfDirectivity : 0);
+    if (left <= 0) return shared;
+    const Plan last = planOf(band.first + band.count - 1);
+    if (left <= count * (points + pointsOfAPlan) * last.secondsOfAPoint()) return shared;
+    return nullptr;
 }
 
 Cost SpectralField::cost(const LatticeBox& box) const {

@@ -215,6 +215,8 @@ TEST(Tolerance, ThatALooserPlanNeedsFewerEvaluationsFor) {
     const Plan loose(withTolerance(request, Mode::cpu, {1e-2, Of::local}));
     const Plan tight(withTolerance(request, Mode::cpu, {1e-12, Of::local}));
     EXPECT_LT(loose.accuracy()->evaluations, tight.accuracy()->evaluations);
+    EXPECT_GT(loose.secondsOfAPoint(), 0);
+    EXPECT_LT(loose.secondsOfAPoint(), tight.secondsOfAPoint());
 }
 
 /// A lattice of which the points from the third on lie behind the piston.

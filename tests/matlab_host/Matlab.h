@@ -69,7 +69,7 @@ class Matlab : public MatlabEngine {
 
     LeaveBy leaveBy = LeaveBy::longjmp;
     Creation failingCreation;
-    bool hasTexts = true;                ///< whether texts of arrays can be had
+    bool hasTexts = true;  ///< whether texts of arrays can be had
     /// What function handles do, and whether they do not fail.
     std::function<bool(double number)> function = [](double /*number*/) { return true; };
     std::vector<std::string> console;    ///< of the last call, print by print

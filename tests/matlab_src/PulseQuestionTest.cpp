@@ -68,8 +68,7 @@ TEST_F(PulseQuestion, EndsWhereThatFunctionFails) {
     int calls = 0;
     theHost().function = [&](double /*done*/) { return ++calls < 2; };
     host::Array* const function = substitute::arrayOf("function_handle", {1, 1});
-    EXPECT_EQ(refusalOf(pulse(450, function)),
-              refusal("stopped", "the computation was stopped"));
+    EXPECT_EQ(refusalOf(pulse(450, function)), refusal("stopped", "the computation was stopped"));
     EXPECT_EQ(calls, 2);
 }
 

@@ -263,8 +263,7 @@ TEST(OutlineField, KeepsTheLimitAtEachOfSeveralTones) {
                     const double most = limit * (decays ? std::exp(last.imag() * R) : 1);
                     const auto i = static_cast<std::size_t>(n % groupSize);
                     const Complex value = got[static_cast<std::size_t>(n)].at(i);
-                    worst =
-                        std::max(worst, std::abs(value - k / j * exact.value) / turn / most);
+                    worst = std::max(worst, std::abs(value - k / j * exact.value) / turn / most);
                 }
             }
             EXPECT_LE(worst, 1) << losses;
@@ -289,8 +288,7 @@ TEST(OutlineField, RoundsTonesInARunByNoMoreThanIsSaid) {
             double difference = 0;
             for (std::size_t n = 0; n < count; ++n)
                 for (std::size_t i = 0; i < groupSize; ++i)
-                    difference =
-                        std::max(difference, std::abs(inRuns[n].at(i) - alone[n].at(i)));
+                    difference = std::max(difference, std::abs(inRuns[n].at(i) - alone[n].at(i)));
             // Around an outline that is not convex the angles add up to a few turns at most.
             EXPECT_LE(difference, 3 * turn * 0x1p-45) << shape.name;
             EXPECT_GT(difference, 0) << shape.name;

@@ -143,7 +143,8 @@ std::vector<Complex> valuesOf(const SpectralField& field, const Conduct& conduct
 Request discOf(std::int64_t points) {
     Request request = planeOf(points);
     request.array = Array{
-        {Element{{}, {}, std::make_shared<const pistonfield::Outline>(pistonfield::discOutline(2))}},
+        {Element{
+            {}, {}, std::make_shared<const pistonfield::Outline>(pistonfield::discOutline(2))}},
         {1.0}};
     return request;
 }
@@ -216,14 +217,18 @@ TEST(SpectralField, IsInSinglePrecisionToo) {
 TEST(SpectralField, TellsWhatAFrequencyAmongOthersIsRefusedFor) {
     Request behind = planeOf(30);
     behind.lattice.transform[11] = -1;
-    EXPECT_EQ(refused([&] { valuesOf({behind, manyTones(0)}); }),
+    EXPECT_EQ(refused([&] {
+                  valuesOf({behind, manyTones(0)});
+              }),
               refused([&] {
                   behind.wave = manyTones(0).front().wave;
                   Plan plan(behind);
               }));
     Request fine = planeOf(30);
     fine.tolerance->value = 1e-15;
-    EXPECT_NE(refused([&] { valuesOf({fine, manyTones(0)}); }).find("tolerance: "),
+    EXPECT_NE(refused([&] {
+                  valuesOf({fine, manyTones(0)});
+              }).find("tolerance: "),
               std::string::npos);
 }
 
