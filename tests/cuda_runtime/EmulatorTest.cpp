@@ -206,7 +206,7 @@ __global__ void passingKernel() {}
 TEST_F(EmulatorTest, KernelsAreKnownWhileTheirRegistrationLives) {
     const std::array<const void*, 1> passing{entryOf<float, &passingKernel>()};
     const auto launched = [&passing] {
-        static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
+        static_cast<void>(cudaConfigureCall({}, {}, 0, nullptr));
         return cudaLaunch(passing[0]);
     };
     {
@@ -307,7 +307,7 @@ TEST_F(EmulatorTest, RefusesStreamsAndCopiesThatAreNone) {
     double value = 0;
     cudaStream_t stream = nullptr;
     ASSERT_EQ(cudaStreamCreate(&stream), cudaSuccess);
-    const auto unknown = reinterpret_cast<cudaStream_t>(&value);
+    auto* const unknown = reinterpret_cast<cudaStream_t>(&value);
     EXPECT_EQ(addEntry.launchOn(unknown, {}, {}, &value, 2, 0.5), cudaErrorInvalidResourceHandle);
     EXPECT_EQ(cudaStreamDestroy(unknown), cudaErrorInvalidResourceHandle);
     EXPECT_EQ(cudaMemcpyAsync(&value, &value, 8, cudaMemcpyHostToHost, unknown),
@@ -347,7 +347,7 @@ TEST_F(EmulatorTest, RefusesGeometriesThatNoDeviceHas) {
 TEST_F(EmulatorTest, RefusesALaunchThatLacksArguments) {
     double sum = 0;
     double* const address = &sum;
-    ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
+    ASSERT_EQ(cudaConfigureCall({}, {}, 0, nullptr), cudaSuccess);
     ASSERT_EQ(cudaSetupArgument(&address, sizeof address, 0), cudaSuccess);
     EXPECT_EQ(cudaLaunch(addImage), cudaErrorInvalidValue);
     EXPECT_EQ(sum, 0);
@@ -357,7 +357,7 @@ TEST_F(EmulatorTest, RefusesLaunchesThatAreNotConfiguredOrUnknown) {
     const int argument = 0;
     EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 0), cudaErrorMissingConfiguration);
     EXPECT_EQ(cudaLaunch(addImage), cudaErrorMissingConfiguration);
-    ASSERT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
+    ASSERT_EQ(cudaConfigureCall({}, {}, 0, nullptr), cudaSuccess);
     EXPECT_EQ(cudaSetupArgument(&argument, sizeof argument, 4096), cudaErrorInvalidValue);
     EXPECT_EQ(cudaLaunch(&argument), cudaErrorInvalidDeviceFunction);
     EXPECT_EQ(cudaLaunch(addImage), cudaErrorMissingConfiguration);

@@ -121,7 +121,7 @@ TEST_F(ContextFailuresTest, OfAnyOperationAreReportedAndLeaveNothingCurrent) {
         [&] { return cudaFree(nullptr); },
         [&] { return cudaMemcpy(&value, &value, 4, cudaMemcpyHostToDevice); },
         [&] {
-            static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
+            static_cast<void>(cudaConfigureCall({}, {}, 0, nullptr));
             return cudaLaunch(&value);
         },
         [&] { return cudaThreadSynchronize(); },

@@ -64,7 +64,7 @@ class UnitsOfWorkTest : public testing::Test {
     }
 
     static cudaError_t launch() {
-        static_cast<void>(cudaConfigureCall({}, {}, 0, 0));
+        static_cast<void>(cudaConfigureCall({}, {}, 0, nullptr));
         return cudaLaunch(&rule);
     }
 

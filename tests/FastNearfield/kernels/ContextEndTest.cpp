@@ -52,7 +52,7 @@ TYPED_TEST(ContextEndTest, TakesTheMemory) {
 }
 
 TYPED_TEST(ContextEndTest, TakesALaunchThatHasNotBegun) {
-    EXPECT_EQ(cudaConfigureCall({}, {}, 0, 0), cudaSuccess);
+    EXPECT_EQ(cudaConfigureCall({}, {}, 0, nullptr), cudaSuccess);
     EXPECT_EQ(cudaThreadExit(), cudaSuccess);
     EXPECT_EQ(cudaThreadExit(), cudaSuccess);
     EXPECT_EQ(cudaLaunch(TypeParam::module().calculate.address()), cudaErrorMissingConfiguration);
