@@ -45,8 +45,13 @@ __global__ void calculate_box(typename Family::Complex* d_array, int points, Rea
     if (!cuda_runtime::any(inside)) return;
     const Position<Family> within = asReals<Family>(gridIndices<Family>(index, sx, sy));
     const Position<Family> at{firstX + within.x, firstY + within.y, firstZ + within.z};
-    const auto p =
-        pressureAt<Family>(positionOf<Family>(at, transform), a, b, k, Family{rule, order});
+    const Position<Family> place = positionOf<Family>(at, transform);
+    const auto farthest = farthestFrom<Family>(place.x, place.y, place.z, a, b);
+    const auto p = cuda_runtime::withAngles(
+        cuda_runtime::absolute(k * farthest), [&](auto angles) __attribute__((always_inline)) {
+            return calculate_FastNearfieldFlexible<Family, decltype(angles)>(
+                place.x, place.y, place.z, a, b, k, Family{rule, order});
+        });
     cuda_runtime::store(d_array, index, inside, p.re, p.im);
 }
 

@@ -228,45 +228,45 @@ __device__ inline LaneComplex<Family> scaled(LaneComplex<Family> S) {
 
 /// The pressure at (x, y, z), which by the piston's symmetry depends on |x| and |y| only. A point
 /// whose projection is a corner of the piston has no finite value.
-template <class Family>
+/// @tparam Angles what finds sines and cosines: of the launchers the language's own functions
+template <class Family, class Angles = cuda_runtime::AnyAngles>
 __device__ inline LaneComplex<Family> calculate_FastNearfieldFlexible(
     Reals<Family> x, Reals<Family> y, Reals<Family> z, Real<Family> a, Real<Family> b,
     Real<Family> k, const Family& family = {}) {
     using cuda_runtime::select;
     const Reals<Family> ax = cuda_runtime::absolute(x);
     const Reals<Family> ay = cuda_runtime::absolute(y);
-    const Reals<Family> x1 = ax - a;
-    const Reals<Family> x2 = ax + a;
-    const Reals<Family> y1 = ay - b;
-    const Reals<Family> y2 = ay + b;
-    // No point of the piston is further away.
-    const Reals<Family> farthest = cuda_runtime::squareRoot(x2 * x2 + y2 * y2 + z * z);
-    return cuda_runtime::withAngles(
-        cuda_runtime::absolute(k * farthest), [&](auto angles) __attribute__((always_inline)) {
-            using Angles = decltype(angles);
-            const LaneComplex<Family> E = unitPhase<Family, Angles>(-k * z);
-            // -0 leaves what is added to it as it is.
-            LaneComplex<Family> S{-Reals<Family>{}, -Reals<Family>{}};
-            OfEdges<Reals<Family>, 2> across{{x1, x2}};
-            OfEdges<Reals<Family>, 2> along{{y1, y2}};
-            Placing<Family> placing = placingOf<Family>(ay, b);
-            cuda_runtime::inTurn(
-                2, [&](int) __attribute__((always_inline)) {
-                    const auto terms = edgeTerms<Family, Angles>(placing, across, z, k, E,
-                                                                 along.of[0], along.of[1], family);
-                    // The order of the additions depends on the case.
-                    const auto added = [&](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
-                        return select(placing.split, (s + t1) - t2, s + (t1 - t2));
-                    };
-                    S = {added(S.re, terms.of[0].re, terms.of[1].re),
-                         added(S.im, terms.of[0].im, terms.of[1].im)};
-                    const auto swapped = across;
-                    across = along;
-                    along = swapped;
-                    placing = placingOf<Family>(ax, a);
-                });
-            return scaled<Family>(S);
+    const LaneComplex<Family> E = unitPhase<Family, Angles>(-k * z);
+    // -0 leaves what is added to it as it is.
+    LaneComplex<Family> S{-Reals<Family>{}, -Reals<Family>{}};
+    OfEdges<Reals<Family>, 2> across{{ax - a, ax + a}};
+    OfEdges<Reals<Family>, 2> along{{ay - b, ay + b}};
+    Placing<Family> placing = placingOf<Family>(ay, b);
+    cuda_runtime::inTurn(
+        2, [&](int) __attribute__((always_inline)) {
+            const auto terms = edgeTerms<Family, Angles>(placing, across, z, k, E, along.of[0],
+                                                         along.of[1], family);
+            // The order of the additions depends on the case.
+            const auto added = [&](Reals<Family> s, Reals<Family> t1, Reals<Family> t2) {
+                return select(placing.split, (s + t1) - t2, s + (t1 - t2));
+            };
+            S = {added(S.re, terms.of[0].re, terms.of[1].re),
+                 added(S.im, terms.of[0].im, terms.of[1].im)};
+            const auto swapped = across;
+            across = along;
+            along = swapped;
+            placing = placingOf<Family>(ax, a);
         });
+    return scaled<Family>(S);
+}
+
+/// No point of the piston is further from (x, y, z).
+template <class Family>
+__device__ inline Reals<Family> farthestFrom(Reals<Family> x, Reals<Family> y, Reals<Family> z,
+                                             Real<Family> a, Real<Family> b) {
+    const Reals<Family> alongX = cuda_runtime::absolute(x) + a;
+    const Reals<Family> alongY = cuda_runtime::absolute(y) + b;
+    return cuda_runtime::squareRoot(alongX * alongX + alongY * alongY + z * z);
 }
 
 /// The pressure at (x, y, z) with every edge in one piece: the plain sum of four integrals.
@@ -342,9 +342,8 @@ __device__ inline Position<Family> place(const GridIndices<Family>& index,
 
 template <class Family>
 __device__ inline LaneComplex<Family> pressureAt(const Position<Family>& p, Real<Family> a,
-                                                 Real<Family> b, Real<Family> k,
-                                                 const Family& family = {}) {
-    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k, family);
+                                                 Real<Family> b, Real<Family> k) {
+    return calculate_FastNearfieldFlexible<Family>(p.x, p.y, p.z, a, b, k);
 }
 
 template <class Family>
