@@ -194,12 +194,11 @@ PointList somePointsOf(const Lattice& lattice) {
     const auto& [nx, ny, nz] = lattice.sizes;
     const auto& rows = lattice.transform;
     for (std::int64_t i = 0; i < nx * ny * nz; i += everyPlane) {
-        const auto x = static_cast<double>(i % nx);
-        const auto y = static_cast<double>(i / nx % ny);
-        const auto z = static_cast<double>(i / nx / ny);
-        list.x.push_back(rows[0] * x + rows[3]);
-        list.y.push_back(rows[5] * y + rows[7]);
-        list.z.push_back(rows[10] * z + rows[11]);
+        const std::int64_t row = i / nx;
+        const std::int64_t layer = row / ny;
+        list.x.push_back(rows[0] * static_cast<double>(i % nx) + rows[3]);
+        list.y.push_back(rows[5] * static_cast<double>(row % ny) + rows[7]);
+        list.z.push_back(rows[10] * static_cast<double>(layer) + rows[11]);
     }
     return list;
 }
