@@ -84,14 +84,14 @@ PatchContours::PatchContours(const ContourTerms& terms, const std::array<int, 2>
       rules{RowRules<double>(counts[0]), RowRules<double>(counts[1])} {}
 
 PatchContours::Work::Work(const PatchContours& of)
-    : components(of.components),
-      rows(static_cast<std::size_t>(of.rules[1].points())),
-      values{},
-      nodes(of.components),
-      waves{},
+    : waves{},
       row{},
+      components(of.components),
+      rows(static_cast<std::size_t>(of.rules[1].points())),
+      nodes(of.components),
       re(of.terms.weightings() * components * rows * mostInRow),
-      im(re.size()) {}
+      im(re.size()),
+      values{} {}
 
 PointField PatchContours::Work::at(std::size_t weighting, int row, int point) const {
     const auto number = [&](std::size_t component) {

@@ -90,14 +90,14 @@ class PatchContours::Work {
                mostInRow;
     }
 
-    std::size_t components, rows;
-    ContourFields::Work fields;
-    std::array<PointField, groupSize> values;
-    std::array<RowRule<double>, 2> used{};  ///< the rules of the nodes
-    std::vector<Numbers> nodes;             ///< of each component
-    std::array<std::vector<double>, RowRules<double>::mostNodes + 1> along;
     RowValues waves, row;
+    std::size_t components, rows;
+    std::vector<Numbers> nodes;  ///< of each component
     std::vector<double> re, im;
+    std::array<RowRule<double>, 2> used{};  ///< the rules of the nodes
+    std::array<std::vector<double>, RowRules<double>::mostNodes + 1> along;
+    std::array<PointField, groupSize> values;
+    ContourFields::Work fields;
 };
 
 }  // namespace pistonfield
