@@ -188,7 +188,8 @@ int PatchContours::evaluateNodes(std::size_t element, const Patch& patch, const 
 bool PatchContours::isResolved(int begin, int stride, const RowRule<double>& rule, double error,
                                const Work& work) const {
     for (int last = 0; last < 2 && rule.count > 1; ++last) {
-        const double* const weights = rule.lastCoefficients + last * rule.count;
+        const double* const weights =
+            rule.lastCoefficients + static_cast<std::ptrdiff_t>(last) * rule.count;
         double square = 0;
         for (std::size_t c = 0; c < components; ++c) {
             double re = 0;
@@ -221,7 +222,7 @@ const double* PatchContours::weightsAlong(const RowRule<double>& rule, Work& wor
         weights.resize(static_cast<std::size_t>(rule.count) * mostInRow);
         for (int point = 0; point < rules[0].points(); ++point)
             for (int i = 0; i < rule.count; ++i)
-                weights[static_cast<std::size_t>(i * mostInRow + point)] =
+                weights[static_cast<std::size_t>(i) * mostInRow + static_cast<std::size_t>(point)] =
                     rule.weights[point * rule.count + i];
     }
     return weights.data();

@@ -174,8 +174,10 @@ template <class Work>
 void forEllipses(Work work) {
     constexpr int count = 26;
     double rho = 1.15;
-    for (int i = 0; i < count; ++i, rho *= 1.3)
+    for (int i = 0; i < count; ++i) {
         work(Ellipse{rho, (rho + 1 / rho) / 2, (rho - 1 / rho) / 2});
+        rho *= 1.3;
+    }
 }
 
 /// The factor of an interval of the half-length 1.
@@ -213,11 +215,15 @@ class PartCounts {
         const double square = disc.radius * disc.radius;
         NodeCount along;
         // exp(m*b) - 1 is at least half of exp(m*b) where there is more than one step.
-        for (double beside = 0.1; beside < 8; beside *= 1.2)
+        constexpr int widths = 24;
+        double beside = 0.1;
+        for (int i = 0; i < widths; ++i) {
             along.offer(4 * pi * square *
                             magnitudes.at(disc.radius * std::sqrt(std::cosh(2 * beside)),
                                           disc.radius * std::sinh(beside)),
                         beside, error);
+            beside *= 1.2;
+        }
         NodeCount across;
         forEllipses([&](const Ellipse& ellipse) {
             // Of t, the root of the parameter.

@@ -74,8 +74,12 @@ auto SpectralField::bands() const -> std::vector<Band> {
 }
 
 /// What a band's tones share; null where each is to have a plan.
-std::unique_ptr<const ToneFields> SpectralField::sharedOf(const Band& band) const {
-    if (band.count == 1) return nullptr;
+struct SpectralField::Shared {
+    std::unique_ptr<const ToneFields> fields;
+};
+
+auto SpectralField::sharedOf(const Band& band) const -> Shared {
+    if (band.count == 1) return {};
     std::vector<ToneWave> tones;
     for (std::size_t i = band.first; i < band.first + band.count; ++i) {
         ToneWave tone{all[i].wave, all[i].weights};
@@ -83,15 +87,16 @@ std::unique_ptr<const ToneFields> SpectralField::sharedOf(const Band& band) cons
         tones.push_back(tone);
     }
     std::unique_ptr<const ToneFields> shared = ToneFields::of(common, tones);
-    if (!shared) return nullptr;
+    if (!shared) return {};
     const auto points = static_cast<double>(common.lattice.box().points());
     const auto count = static_cast<double>(band.count);
     const double left = points * shared->secondsOfAPoint() -
                         (common.array && !takesContours(common) ? count * secondsOfDirectivity : 0);
-    if (left <= 0) return shared;
+    if (left <= 0) return {std::move(shared)};
     const Plan last = planOf(band.first + band.count - 1);
-    if (left <= count * (points + pointsOfAPlan) * last.secondsOfAPoint()) return shared;
-    return nullptr;
+    if (left <= count * (points + pointsOfAPlan) * last.secondsOfAPoint())
+        return {std::move(shared)};
+    return {};
 }
 
 Cost SpectralField::cost(const LatticeBox& box) const {
@@ -101,7 +106,7 @@ Cost SpectralField::cost(const LatticeBox& box) const {
                 std::max(cost.deviceMemory, one.deviceMemory)};
     };
     for (const Band& band : bands()) {
-        if (const auto shared = sharedOf(band)) {
+        if (const auto shared = sharedOf(band).fields) {
             const auto points = static_cast<double>(box.points());
             add({shared->evaluationsOfAPoint() * points, shared->memory(), 0});
             continue;
@@ -121,7 +126,7 @@ void SpectralField::compute(const LatticeBox& box, std::complex<T>* values,
     for (const Band& band : bands()) {
         if (conduct.stop.stop_requested()) throw Stopped();
         const auto points = static_cast<std::int64_t>(band.count) * box.points();
-        if (const auto shared = sharedOf(band))
+        if (const auto shared = sharedOf(band).fields)
             shared->compute(box, values, ofBand);
         else
             computeApart(band, box, values, ofBand);

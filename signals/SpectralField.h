@@ -4,14 +4,11 @@
 
 #include <complex>
 #include <cstddef>
-#include <memory>
 #include <vector>
 
 #include "field/Plan.h"
 
 namespace pistonfield {
-
-class ToneFields;
 
 /// One of the frequencies of a field.
 struct Tone {
@@ -59,8 +56,10 @@ class SpectralField {
         std::size_t count;
     };
 
+    struct Shared;
+
     std::vector<Band> bands() const;
-    std::unique_ptr<const ToneFields> sharedOf(const Band& band) const;
+    Shared sharedOf(const Band& band) const;
     Plan planOf(std::size_t tone) const;
 
     template <class T>
