@@ -45,7 +45,7 @@ void interpolate(const RowNodes& nodes, int points, const RowValues& waves, RowV
     for (int first = 0; first < points; first += W) {
         ComplexPack sum{};
         for (int i = 0; i < nodes.count; ++i) {
-            const V weight = loadedPack(nodes.weights + i * mostInRow + first);
+            const V weight = loadedPack(nodes.weights + std::ptrdiff_t{i} * mostInRow + first);
             sum.re = lanes::multiplyAdd(weight, lanes::broadcast<V>(nodes.reOf[i]), sum.re);
             sum.im = lanes::multiplyAdd(weight, lanes::broadcast<V>(nodes.imOf[i]), sum.im);
         }
