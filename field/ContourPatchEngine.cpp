@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: the pistonfield developers
 // SPDX-License-Identifier: BSD-3-Clause
 #include <algorithm>
+#include <map>
 #include <utility>
+#include <vector>
 
 #include "field/ArrayEngine.h"
 #include "field/LatticePatches.h"
@@ -56,10 +58,9 @@ class ContourPatchEngine : public ArrayEngine<T> {
     }
 
     double meanEvaluations(const std::vector<Index>& points) const override {
-        // Of the largest arrays a few patches have to do.
-        constexpr std::size_t mostPairs = 4096;
-        const std::size_t some =
-            std::clamp<std::size_t>(mostPairs / terms->fields().count(), 1, points.size());
+        // Two patches have to do.
+        constexpr std::size_t most = 2;
+        const std::size_t some = std::min(most, points.size());
         PatchContours::Work work(sums);
         double sum = 0;
         for (std::size_t i = 0; i < some; ++i)
@@ -86,7 +87,61 @@ class ContourPatchEngine : public ArrayEngine<T> {
         return usableCores() * (ofNodes + sums.memoryOfWork());
     }
 
+  protected:
+    /// Points of one patch are computed together, as they share its nodes.
+    std::vector<std::complex<double>> valuesAt(const std::vector<Index>& points) const override {
+        std::map<Index, std::vector<std::size_t>> byPatch;
+        const Index sizes = patches.tile();
+        for (std::size_t i = 0; i < points.size(); ++i) {
+            Index patch{};
+            for (std::size_t d = 0; d < patch.size(); ++d) patch[d] = points[i][d] / sizes[d];
+            byPatch[patch].push_back(i);
+        }
+        std::vector<std::vector<std::size_t>> some;
+        for (auto& [patch, numbers] : byPatch) some.push_back(std::move(numbers));
+        const auto fields = static_cast<std::size_t>(terms->request().fields());
+        std::vector<std::complex<double>> values(points.size() * fields);
+        inParallel(static_cast<std::int64_t>(some.size()), 1, threadCount(),
+                   [&](std::int64_t first, std::int64_t last) {
+                       for (auto i = static_cast<std::size_t>(first);
+                            i < static_cast<std::size_t>(last); ++i)
+                           putValues(points, some[i], values);
+                   });
+        return values;
+    }
+
   private:
+    /// Puts the values at some of the points, which lie in one patch, where they belong.
+    void putValues(const std::vector<Index>& points, const std::vector<std::size_t>& numbers,
+                   std::vector<std::complex<double>>& values) const {
+        const auto fields = static_cast<std::size_t>(terms->request().fields());
+        const LatticeBox box = boxAbout(points, numbers);
+        const auto all = static_cast<std::size_t>(box.points());
+        std::vector<std::complex<T>> ofBox(all * fields);
+        fill(box, interleaved(ofBox.data(), box.points()), 1);
+        for (const std::size_t number : numbers)
+            for (std::size_t f = 0; f < fields; ++f)
+                values[number * fields + f] = ofBox[f * all + placeIn(box, points[number])];
+    }
+
+    static LatticeBox boxAbout(const std::vector<Index>& points,
+                               const std::vector<std::size_t>& numbers) {
+        LatticeBox box{points[numbers.front()], {}};
+        Index last = box.first;
+        for (const std::size_t number : numbers)
+            for (std::size_t d = 0; d < last.size(); ++d) {
+                box.first[d] = std::min(box.first[d], points[number][d]);
+                last[d] = std::max(last[d], points[number][d]);
+            }
+        for (std::size_t d = 0; d < last.size(); ++d) box.size[d] = last[d] - box.first[d] + 1;
+        return box;
+    }
+
+    static std::size_t placeIn(const LatticeBox& box, const Index& point) {
+        const auto from = [&](std::size_t d) { return point[d] - box.first[d]; };
+        return static_cast<std::size_t>((from(2) * box.size[1] + from(1)) * box.size[0] + from(0));
+    }
+
     /// The patch of a point, with all of its points.
     LatticePatches::Piece pieceAt(const Index& index) const {
         LatticePatches::Piece piece = LatticePatches::InBox(patches, {index, {1, 1, 1}}).piece(0);

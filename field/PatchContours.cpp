@@ -4,13 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
 namespace pistonfield {
 
 namespace {
-
-using std::numbers::pi;
 
 using Vector = Pose::Vector;
 
@@ -116,7 +113,9 @@ auto PatchContours::sightOf(std::size_t element, const Patch& patch) const -> Si
     const DecayingLimit limit = terms.limitOf(element);
     sight.error = ofCoefficients * limit.limit.at(k.real * farthest) *
                   (limit.decays ? 1 : std::exp(k.attenuation * sight.nearest));
-    const double amplitude = k.real * fields.outlineOf(element).area() / (2 * pi * sight.nearest);
+    // But for exp(-jkR), with what |p| or |v| has near the piston.
+    const double amplitude = fields.largestAt(element, sight.nearest, 0) *
+                             std::exp(k.attenuation * (sight.nearest - radius));
     for (int direction = 0; direction < 2; ++direction) {
         const double halfLengths = patch.half(direction) / sight.nearest;
         const int nodes =

@@ -214,7 +214,7 @@ class PartCounts {
     Counts operator()(const Disc& disc) const {
         const double square = disc.radius * disc.radius;
         NodeCount along;
-        // exp(m*b) - 1 is at least half of exp(m*b) where there is more than one step.
+        // exp(m*b) - 1 is at least half of exp(m*b), as the bound is far above the error asked for.
         constexpr int widths = 24;
         double beside = 0.1;
         for (int i = 0; i < widths; ++i) {
@@ -320,13 +320,14 @@ class PartNodes {
 
 }  // namespace
 
-FaceRules::FaceRules(const Outline& outline, double radius, double wavenumber, double attenuation)
+FaceRules::FaceRules(const Outline& outline, double radius, double wavenumber, double attenuation,
+                     const Rules<double>& rules)
     : outline(outline),
       radius(radius),
       wavenumber(wavenumber),
       attenuation(attenuation),
       scale(std::hypot(wavenumber, attenuation) * areaOf(outline)),
-      slots(std::make_unique<std::array<std::array<Slot, levels>, ranges>>()) {}
+      rules(rules) {}
 
 const FaceRule* FaceRules::ruleFor(double distance, double error) const {
     const double ratio = distance / (leastRadii * radius);
@@ -336,7 +337,10 @@ const FaceRule* FaceRules::ruleFor(double distance, double error) const {
     const double level = std::max(0.0, std::ceil(-2 * std::log10(relative)) - 1);
     if (!(level < levels)) return nullptr;
     const auto number = static_cast<int>(level);
-    Slot& slot = (*slots)[static_cast<std::size_t>(range)][static_cast<std::size_t>(number)];
+    Range& ofRange = made[static_cast<std::size_t>(range)];
+    std::call_once(ofRange.made,
+                   [&] { ofRange.slots = std::make_unique<std::array<Slot, levels>>(); });
+    Slot& slot = (*ofRange.slots)[static_cast<std::size_t>(number)];
     std::call_once(slot.made, [&] { slot.rule = makeRule(range, number); });
     return slot.rule ? &*slot.rule : nullptr;
 }

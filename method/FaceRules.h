@@ -43,8 +43,9 @@ class FaceRules {
 
     /// @param outline outlives this; about the centre of its circle
     /// @param radius  the circle's
-    /// @throws std::bad_alloc
-    FaceRules(const Outline& outline, double radius, double wavenumber, double attenuation);
+    /// @param rules   outlive this
+    FaceRules(const Outline& outline, double radius, double wavenumber, double attenuation,
+              const Rules<double>& rules);
 
     /// The rule for points from a distance of the circle's centre on. Any thread may ask for it.
     /// @param error the largest one of phi/(2pi) times |k|, of its gradient over 2pi, and of that
@@ -64,6 +65,12 @@ class FaceRules {
         std::optional<FaceRule> rule;
     };
 
+    /// The rules from a distance on.
+    struct Range {
+        std::once_flag made;
+        std::unique_ptr<std::array<Slot, levels>> slots;
+    };
+
     std::optional<FaceRule> makeRule(int range, int level) const;
 
     const Outline& outline;
@@ -71,8 +78,8 @@ class FaceRules {
     double wavenumber;
     double attenuation;
     double scale;  ///< |k| times the area
-    Rules<double> rules;
-    std::unique_ptr<std::array<std::array<Slot, levels>, ranges>> slots;
+    const Rules<double>& rules;
+    mutable std::array<Range, ranges> made;
 };
 
 }  // namespace pistonfield

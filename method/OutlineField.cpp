@@ -69,7 +69,7 @@ OutlineField::OutlineField(Outline outline, const WaveBand& band)
       wavenumber(band.wavenumber),
       attenuation(band.attenuation),
       leastAttenuation(band.leastAttenuation),
-      faceRules(centred, theCircle.radius, wavenumber, attenuation) {}
+      faceRules(centred, theCircle.radius, wavenumber, attenuation, rules) {}
 
 PointBall OutlineField::ballAbout(const PlacesInFrame& places, const Range& range) const {
     const auto middleOf = [&](auto at) {

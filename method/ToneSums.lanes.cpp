@@ -72,8 +72,9 @@ void addNodes(const Paths& paths, const V* steps, const Number* firsts, std::siz
 struct Waves {
     Number firsts[blockNodes];
     V steps[2 * blockNodes];
-    double stepWavenumber = -1;
+    double stepWavenumber = 0;
     double stepAttenuation = 0;
+    bool hasSteps = false;
 };
 
 void addRun(const Paths& paths, std::size_t count, const EvenTones& tones, Waves& waves,
@@ -85,8 +86,9 @@ void addRun(const Paths& paths, std::size_t count, const EvenTones& tones, Waves
         addNodes<1>(paths, nullptr, waves.firsts, count, sums);
         return;
     }
-    if (waves.stepWavenumber != tones.stepWavenumber ||
+    if (!waves.hasSteps || waves.stepWavenumber != tones.stepWavenumber ||
         waves.stepAttenuation != tones.stepAttenuation) {
+        waves.hasSteps = true;
         waves.stepWavenumber = tones.stepWavenumber;
         waves.stepAttenuation = tones.stepAttenuation;
         for (std::size_t i = 0; i < count; ++i) {

@@ -79,7 +79,8 @@ struct SpectralField::Shared {
 };
 
 auto SpectralField::sharedOf(const Band& band) const -> Shared {
-    if (band.count == 1) return {};
+    constexpr std::size_t fewest = 4;  // fewer take less than to find out
+    if (band.count < fewest) return {};
     std::vector<ToneWave> tones;
     for (std::size_t i = band.first; i < band.first + band.count; ++i) {
         ToneWave tone{all[i].wave, all[i].weights};

@@ -116,6 +116,32 @@ TEST(ContourPatches, HaveTheFieldOfEachPointWithinTheTolerance) {
             }
 }
 
+/// Where a wavelength is far, fields fall as a power of the distance: nodes beside the peak see
+/// none.
+TEST(ContourPatches, HaveThePeakBeforeTinyPistons) {
+    for (const double radius : {0.001, 0.003, 0.01})
+        for (const Baffle baffle : {Baffle::rigid, Baffle::soft})
+            for (const double tolerance : {0.05, 0.01}) {
+                Request row;
+                row.array.emplace().elements = {
+                    {{}, Pose{}, std::make_shared<const Outline>(discOutline(radius))}};
+                row.array->weights = {1};
+                row.wave = {turn};
+                row.baffle = baffle;
+                row.quantity = Quantity::velocity;
+                row.tolerance = Tolerance{tolerance};
+                row.lattice = {
+                    .transform = {0.3 / 63, 0, 0, -0.05, 0, 1, 0, 0, 0, 0, 1, 0.007, 0, 0, 0, 1},
+                    .sizes = {64, 1, 1}};
+                Request exact = listed(row);
+                exact.tolerance->value = 1e-9;
+                const Values wanted = computed(exact, exact.lattice.box());
+                const double apart =
+                    farthestApart(computed(row, row.lattice.box()), wanted) / largestOf(wanted);
+                EXPECT_LE(apart, tolerance + 1e-9) << radius;
+            }
+}
+
 TEST(ContourPatches, TakeFarFewerEvaluationsThanPoints) {
     const Request lattice = bowlRequest(0.05, Baffle::rigid, Quantity::pressure, 1e-4);
     const Request list = listed(lattice);

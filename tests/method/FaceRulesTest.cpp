@@ -16,6 +16,8 @@ using Complex = std::complex<double>;
 
 constexpr double pi = std::numbers::pi;
 
+const Rules<double> shared;
+
 double areaOfRule(const FaceRule& rule) {
     double area = 0;
     for (const FaceNode& node : rule) area += node.weight;
@@ -38,7 +40,7 @@ std::vector<Outline> outlines() {
 TEST(FaceRules, haveTheAreaForTheirWeights) {
     for (const Outline& outline : outlines())
         for (const double error : {1e-2, 1e-7, 1e-12}) {
-            const FaceRules rules(outline, 1.5, 2, 0);
+            const FaceRules rules(outline, 1.5, 2, 0, shared);
             const double scale = 2 * areaOf(outline) / (2 * pi * 100);
             const FaceRule* const rule = rules.ruleFor(100, error * scale);
             ASSERT_NE(rule, nullptr);
@@ -48,7 +50,7 @@ TEST(FaceRules, haveTheAreaForTheirWeights) {
 
 TEST(FaceRules, takeMoreNodesForLessError) {
     const Outline outline = discOutline(1);
-    const FaceRules rules(outline, 1, 3, 0.1);
+    const FaceRules rules(outline, 1, 3, 0.1, shared);
     std::size_t last = 0;
     for (const double error : {1e-2, 1e-4, 1e-6, 1e-8, 1e-10}) {
         const FaceRule* const rule = rules.ruleFor(50, error * 3 / (2 * 50));
@@ -62,13 +64,13 @@ TEST(FaceRules, takeMoreNodesForLessError) {
 
 TEST(FaceRules, areNoneNearAndForLargeFacesAndForNoError) {
     const Outline outline = discOutline(1);
-    const FaceRules rules(outline, 1, 3, 0);
+    const FaceRules rules(outline, 1, 3, 0, shared);
     EXPECT_EQ(rules.ruleFor(0.99 * FaceRules::leastRadii, 1e-3), nullptr);
     EXPECT_NE(rules.ruleFor(1.01 * FaceRules::leastRadii, 1e-3), nullptr);
     EXPECT_EQ(rules.ruleFor(50, 1e-18), nullptr);
     EXPECT_EQ(rules.ruleFor(50, 0), nullptr);
     EXPECT_EQ(rules.ruleFor(std::nan(""), 1e-3), nullptr);
-    const FaceRules ofMany(outline, 1, 300, 0);
+    const FaceRules ofMany(outline, 1, 300, 0, shared);
     EXPECT_EQ(ofMany.ruleFor(50, 1e-3), nullptr);
 }
 
@@ -78,7 +80,7 @@ TEST(FaceRules, integrateOverADisc) {
     for (const double k : {0.1, 1.0, 2.5})
         for (const double z : {4.0, 9.0, 90.0})
             for (const double error : {1e-2, 1e-5, 1e-9}) {
-                const FaceRules rules(outline, 1, k, 0);
+                const FaceRules rules(outline, 1, k, 0, shared);
                 const double limit = error * k / (2 * z);
                 const FaceRule* const rule = rules.ruleFor(z, limit);
                 ASSERT_NE(rule, nullptr);

@@ -166,6 +166,15 @@ TEST(SpectralField, KeepsTheToleranceWhereFrequenciesAreNotEvenlySpaced) {
     EXPECT_LE(errorOf(request, all, valuesOf({request, all})), 1e-6);
 }
 
+TEST(SpectralField, KeepsTheToleranceOfWavenumbersThatFall) {
+    const Request request = planeOf(30);
+    for (const double step : {1.0, 0.5}) {
+        std::vector<Tone> all;
+        for (int n = 0; n < 8; ++n) all.push_back({{16 - step * n}});
+        EXPECT_LE(errorOf(request, all, valuesOf({request, all})), 1e-6) << step;
+    }
+}
+
 TEST(SpectralField, HasTheWeightsOfFrequenciesThatShare) {
     const Request request = twoElements(30);
     auto all = manyTones(0);
