@@ -83,7 +83,8 @@ relative : {"largest", "local"}, optional
     over its elements.
 precision : {"double", "single"}, optional
     Of the arithmetic. Single keeps tolerances down to about 1e-5 and refuses others. All but the
-    pressure of rectangles without losses in a rigid baffle is computed in double all the same.
+    pressure of rectangles without losses in a rigid baffle is computed in double all the same; with
+    "single" it is rounded to single, and tolerances below 2.4e-7 are refused.
 device : {"cpu", "gpu"}, optional
     What computes: the processor, or in the variant of the package for NVIDIA GPUs one of these,
     which has the pressure of rectangles without losses in a rigid baffle.
