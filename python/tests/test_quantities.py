@@ -163,7 +163,7 @@ def test_vectors_turn_with_the_source(angle, shift, point):
         ),
         ({"power": 1, "velocity": 1}, ValueError, "^power: give the velocity or the power"),
         ({"power": 0}, ValueError, "^power: must be a power in W above 0"),
-        ({"quality": 1}, TypeError, r"got an unexpected keyword argument 'quality'"),
+        ({"quality": 1}, TypeError, "^quality: .* has no such argument"),
     ],
 )
 def test_what_cannot_be_is_refused(piston, given, error, text):

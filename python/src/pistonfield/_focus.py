@@ -305,7 +305,7 @@ def _window(given: Any) -> tuple[str, float]:
     if isinstance(given, str):
         if given in _TUNABLE:
             raise ValueError(f"apodization: {given} takes a number: ('{given}', 0.5)")
-        return _checks.word(given, "apodization", _PLAIN), 0.0
+        return _checks.word(given, "apodization", (*_PLAIN, *_TUNABLE)), 0.0
     if not isinstance(given, (tuple, list)) or len(given) != 2:
         raise TypeError(
             "apodization: must be one of " + ", ".join(_PLAIN) + "; or "
@@ -314,7 +314,9 @@ def _window(given: Any) -> tuple[str, float]:
     name, parameter = given
     if name in _PLAIN:
         raise ValueError(f"apodization: {name} takes no number")
-    return _checks.word(name, "apodization", _TUNABLE), _checks.real(parameter, "apodization")
+    return _checks.word(name, "apodization", (*_PLAIN, *_TUNABLE)), _checks.real(
+        parameter, "apodization"
+    )
 
 
 def _round(

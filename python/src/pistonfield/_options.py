@@ -4,10 +4,11 @@
 
 from __future__ import annotations
 
+import functools
 import inspect
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, TypedDict, TypeVar
+from typing import TYPE_CHECKING, Any, TypedDict, TypeVar, cast
 
 import numpy.typing as npt
 
@@ -51,6 +52,11 @@ _DEFAULTS: dict[str, Any] = {
     "device": "cpu",
     "threads": None,
     "behind": False,
+}
+
+_HINTS = {
+    name: f"; it goes in medium=pf.Medium({name}=...)"
+    for name in ("speed", "density", "attenuation", "exponent", "nepers", "dispersion_frequency")
 }
 
 SOURCE = """source : Piston, Disc, Ring, Sector, Polygon or Array
@@ -127,10 +133,20 @@ def with_options(function: _Callable) -> _Callable:
     own = [p for p in given.parameters.values() if p.kind is not inspect.Parameter.VAR_KEYWORD]
     first = [p for p in own if p.kind is not inspect.Parameter.KEYWORD_ONLY]
     last = [p for p in own if p.kind is inspect.Parameter.KEYWORD_ONLY]
-    function.__signature__ = given.replace(  # type: ignore[attr-defined]
+    known = {p.name for p in (*own, *options)}
+    name = function.__qualname__.removesuffix(".__init__")
+
+    @functools.wraps(function)
+    def called(*arguments: Any, **named: Any) -> Any:
+        for one in named:
+            if one not in known:
+                raise TypeError(f"{one}: {name} has no such argument{_HINTS.get(one, '')}")
+        return function(*arguments, **named)
+
+    called.__signature__ = given.replace(  # type: ignore[attr-defined]
         parameters=[*first, *options, *last]
     )
-    return function
+    return cast(_Callable, called)
 
 
 @dataclass(frozen=True)
@@ -155,11 +171,8 @@ def baffle_number(given: Any) -> int:
     return _library.BAFFLES[_checks.word(given, "baffle", _library.BAFFLES)]
 
 
-def settings(function: str, options: FieldOptions) -> Settings:
+def settings(options: FieldOptions) -> Settings:
     """Check the options of a field, of which those that are not given have their defaults."""
-    for name in options:
-        if name not in _DEFAULTS:
-            raise TypeError(f"{function}() got an unexpected keyword argument '{name}'")
     given = {**_DEFAULTS, **options}
     velocity, power = drive(given["velocity"], given["power"])
     relative = _checks.word(given["relative"], "relative", _library.RELATIVE)
