@@ -25,3 +25,4 @@ titles = ["on the axis", "beside it", "a plane wave"]
 for p, ax, title in zip(fields, axes, titles, strict=True):
     pf.plot(p, grid, quantity="level", limits=(-40, 0), ax=ax)
     ax.set_title(title)
+axes[0].figure.savefig("focused_line.png")

@@ -58,6 +58,13 @@ def test_the_page_for_python_runs(sources, tmp_path, monkeypatch):
     for block in blocks:
         exec(compile(block, "docs/python.md", "exec"), names)
     assert (tmp_path / "focus.png").exists()
+    # Before the wave arrives there is none; then, on the axis, the face's and behind it the rim's.
+    arrival = 15e-3 / pf.WATER.speed
+    largest = abs(names["pulse"]).max()
+    assert abs(names["pulse"][names["t"] < arrival]).max() < 0.01 * largest
+    face = pf.WATER.density * pf.WATER.speed * abs(names["velocity"]).max()
+    assert abs(names["pulse"])[names["t"] < arrival + 1e-6].max() <= 1.1 * face
+    assert largest > 0.5 * face
 
 
 def test_the_readme_runs(sources, tmp_path, monkeypatch):

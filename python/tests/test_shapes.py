@@ -229,3 +229,16 @@ def test_shapes_are_drawn():
 def test_what_is_no_shape_is_refused(make, given, error, text):
     with pytest.raises(error, match=text):
         make(**given)
+
+
+def test_shapes_tell_what_they_were_made_from():
+    ring = pf.Ring(inner=2e-3, outer=5e-3)
+    assert (ring.inner, ring.outer) == (2e-3, 5e-3)
+    sector = pf.Sector(outer=5e-3, angles=(10, 90), inner=1e-3)
+    assert (sector.inner, sector.outer, sector.angles.tolist()) == (1e-3, 5e-3, [10, 90])
+    corners, hole = [[0, 0], [4e-3, 0], [0, 3e-3]], [[1e-3, 1e-3], [1.5e-3, 1e-3], [1e-3, 1.5e-3]]
+    polygon = pf.Polygon(corners=corners, holes=[hole])
+    assert polygon.corners.tolist() == corners
+    assert [one.tolist() for one in polygon.holes] == [hole]
+    with pytest.raises(ValueError, match="read-only"):
+        sector.angles[0] = 20
