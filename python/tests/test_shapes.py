@@ -242,3 +242,15 @@ def test_shapes_tell_what_they_were_made_from():
     assert [one.tolist() for one in polygon.holes] == [hole]
     with pytest.raises(ValueError, match="read-only"):
         sector.angles[0] = 20
+
+
+def test_elements_that_are_discs_or_rings_tell_their_radii():
+    rings = pf.Array.annular(radii=[0, 2e-3, 5e-3], center=[0, 0, 1e-3])
+    disc, ring = rings
+    assert (type(disc), disc.radius) == (pf.Disc, 2e-3)
+    assert (type(ring), ring.inner, ring.outer) == (pf.Ring, 2e-3, 5e-3)
+    assert disc == pf.Disc(radius=2e-3, center=[0, 0, 1e-3])
+    assert pf.Array([disc, ring]) == rings
+    lens = pf.Sector(outer=3e-3, angles=(0, 90))
+    assert type(pf.Array([lens])[0]) is pf.Shape
+    assert pf.Array([lens])[0] == lens

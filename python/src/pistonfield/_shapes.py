@@ -286,6 +286,23 @@ class Polygon(Shape):
         return {"corners": self._corners, **holes}
 
 
+def shape_of(outline: Outline, center: npt.ArrayLike, orientation: npt.ArrayLike | None) -> Shape:
+    """Make the shape of an outline: a disc or a ring where that has the very same one."""
+    edges = outline.edges
+    if len(edges) in (2, 4) and edges["sweep"].all():
+        outer, inner = float(edges["start"][0, 0]), float(edges["start"][-2, 0])
+        place: dict[str, Any] = {"center": center, "orientation": orientation}
+        if outer > 0 and len(edges) == 2:
+            made: Shape = Disc(radius=outer, **place)
+        elif outer > inner > 0:
+            made = Ring(inner=inner, outer=outer, **place)
+        else:
+            return Shape(outline=outline, **place)
+        if made.outline == outline:
+            return made
+    return Shape(outline=outline, center=center, orientation=orientation)
+
+
 def _built(make: Any, *given: Any) -> Outline:
     return Outline(_library.take_array(make, *given, names={}).outlines[0])
 
