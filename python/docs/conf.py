@@ -3,6 +3,7 @@
 """Makes the reference of the package for Python, and a gallery of the examples that it runs."""
 
 import ast
+import os
 import runpy
 from pathlib import Path
 
@@ -22,7 +23,7 @@ autosummary_generate = True
 numpydoc_show_class_members = False
 nitpicky = False
 
-EXAMPLES = Path(__file__).parent.parent / "examples"
+EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 ORDER = [
     "first_field",
     "focused_line",
@@ -38,14 +39,18 @@ ORDER = [
 
 
 def section(example: Path, folder: Path) -> str:
-    """Run an example, save its picture, and give its text, its code and its picture."""
+    """Run an example, which saves its picture, and give its text, its code and its picture."""
     from matplotlib import pyplot
 
     source = example.read_text()
     title, _, text = ast.get_docstring(ast.parse(source)).partition("\n")
     code = source.split('"""', 2)[2].strip()
-    runpy.run_path(str(example))
-    pyplot.gcf().savefig(folder / f"{example.stem}.png", dpi=80)
+    before = Path.cwd()
+    os.chdir(folder)
+    try:
+        runpy.run_path(str(example))
+    finally:
+        os.chdir(before)
     pyplot.close("all")
     indented = code.replace("\n", "\n   ").replace("\n   \n", "\n\n")
     title = title.rstrip(".")

@@ -22,3 +22,4 @@ for place, depth in ((2, 30e-3), (3, 60e-3)):
     ax = figure.add_subplot(3, 1, place)
     pf.plot(p, grid, quantity="level", limits=(-40, 0), ax=ax)
     ax.set_title(f"{1e3 * depth:.0f} mm")
+figure.savefig("annular.png")

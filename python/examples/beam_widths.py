@@ -24,3 +24,4 @@ for level, before, behind in ends:
     ax.plot(x, [level, level], "o-", label=f"{x[1] - x[0]:.1f} mm")
 ax.set_title(f"{beam.peak.pressure / 1e3:.0f} kPa at {1e3 * beam.peak.depth:.0f} mm")
 ax.legend()
+ax.figure.savefig("beam_widths.png")

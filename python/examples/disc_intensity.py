@@ -24,3 +24,4 @@ pf.plot(p, fine, ax=ax)
 ax.quiver(
     1e3 * coarse.z, 1e3 * coarse.x, flow[..., 2] / length, flow[..., 0] / length, color="white"
 )
+ax.figure.savefig("disc_intensity.png")

@@ -14,3 +14,4 @@ grid = pf.Grid(x=np.linspace(-15e-3, 15e-3, 151), y=0, z=np.linspace(0.5e-3, 80e
 p = pf.pressure(piston, grid, 1e6, velocity=0.01)
 ax = pf.plot(p, grid)
 ax.set_title("|p| at 0.01 m/s")
+ax.figure.savefig("first_field.png")

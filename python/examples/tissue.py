@@ -24,3 +24,4 @@ for medium, name in ((water, "without losses"), (tissue, "0.5 dB/(cm MHz)")):
 ax.set_xlabel("z (mm)")
 ax.set_ylabel("|p| (kPa)")
 ax.legend()
+ax.figure.savefig("tissue.png")

@@ -17,3 +17,4 @@ grid = pf.Grid(x=np.linspace(-16e-3, 16e-3, 129), y=0, z=np.linspace(2e-3, 70e-3
 p = pf.pressure(array, grid, 1e6, weights=weights)
 ax = pf.plot(p, grid)
 ax.set_title(f"largest velocity of an element: {abs(weights).max():.2f} m/s")
+ax.figure.savefig("two_foci.png")

@@ -267,3 +267,13 @@ def test_a_search_that_is_left_alone_keeps_its_pressures(monkeypatch):
     gc.collect()
     assert works
     assert given[0]() is not None
+
+
+@pytest.mark.parametrize(("points", "is_noted"), [(6, False), (5.9, True), (1.5, True)])
+def test_pressures_on_coarse_grids_are_noted(points, is_noted, caplog):
+    step = pf.WATER.speed / 1e6 / points
+    grid = pf.Grid(x=np.arange(-12, 13) * step, y=0, z=10e-3)
+    p = pf.pressure(PISTON, grid, 1e6)
+    with caplog.at_level("WARNING", logger="pistonfield"):
+        pf.beam(p, grid, 1e6)
+    assert ("points in a wavelength" in caplog.text) == is_noted

@@ -7,6 +7,7 @@ import pkgutil
 import re
 
 import matplotlib
+import numpy as np
 import pytest
 
 import pistonfield as pf
@@ -48,6 +49,15 @@ def test_docstrings_tell_of_every_parameter(name, thing):
     assert name in made_elsewhere or set(parameters) <= told, set(parameters) - told
 
 
+FINE = np.linspace(-30e-6, 30e-6, 60001)
+
+
+def burst(t):
+    """The velocity of the pulse on the page for Python."""
+    driven = (t > 0) & (t < 2e-6)
+    return np.where(driven, np.sin(2e6 * np.pi * t) * np.sin(np.pi * t / 2e-6) ** 2, 0)
+
+
 def test_the_page_for_python_runs(sources, tmp_path, monkeypatch):
     matplotlib.use("Agg")
     monkeypatch.chdir(tmp_path)
@@ -58,6 +68,12 @@ def test_the_page_for_python_runs(sources, tmp_path, monkeypatch):
     for block in blocks:
         exec(compile(block, "docs/python.md", "exec"), names)
     assert (tmp_path / "focus.png").exists()
+    # On the axis a disc's pulse is that of its face less that of its rim.
+    t = names["t"]
+    arrivals = [np.hypot(15e-3, rim) / pf.WATER.speed for rim in (0, 3e-3)]
+    face, rim = (np.interp(t - arrival, FINE, burst(FINE)) for arrival in arrivals)
+    wanted = pf.WATER.density * pf.WATER.speed * (face - rim)
+    assert abs(names["pulse"] - wanted).max() < 0.01 * abs(wanted).max()
 
 
 def test_the_readme_runs(sources, tmp_path, monkeypatch):

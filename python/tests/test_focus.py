@@ -54,6 +54,26 @@ def test_without_pressures_those_of_foci_are_equal(convex):
     assert (abs(even) ** 2).mean() / 4 > (abs(weights) ** 2).mean()
 
 
+def test_steering_needs_no_point(convex):
+    steered = pf.focus(convex, frequency=1e6, steer=20)
+    np.testing.assert_array_equal(steered, pf.focus(convex, None, 1e6, steer=20))
+    with pytest.raises(TypeError, match="^frequency: is missing"):
+        pf.focus(convex, steer=20)
+
+
+def test_steering_is_in_the_frame_of_the_points(line):
+    c, s = np.cos(0.4), np.sin(0.4)
+    matrix = np.array([[c, 0, s], [0, 1, 0], [-s, 0, c]])
+    turned = pf.Array.line(elements=8, pitch=1e-3, width=0.8e-3, height=5e-3, orientation=matrix)
+    np.testing.assert_allclose(turned.center, line.center @ matrix.T, atol=1e-15)
+    away = np.degrees(0.4) + 10
+    np.testing.assert_allclose(
+        pf.focus(turned, frequency=1e6, steer=away),
+        pf.focus(line, frequency=1e6, steer=10),
+        atol=1e-9,
+    )
+
+
 def test_what_cannot_be_had_is_noted(convex, caplog):
     angle = np.arange(12) * np.pi / 6
     foci = np.stack([1e-4 * np.cos(angle), 1e-4 * np.sin(angle), 0 * angle + 20e-3], axis=1)
@@ -105,7 +125,7 @@ FAR = [0, 0, 1]
 @pytest.mark.parametrize(
     ("point", "given", "error", "text"),
     [
-        (None, {}, ValueError, "^point: give points, or None"),
+        (None, {}, ValueError, "^point: give points, or steer"),
         (FAR, {"steer": 3}, ValueError, "^steer: give point or steer, not both"),
         (None, {"steer": 3, "plane_wave": FAR}, ValueError, "^plane_wave: give steer or"),
         ([0, 0, 1, 2], {}, ValueError, "^point: must be an"),

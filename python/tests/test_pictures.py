@@ -46,6 +46,25 @@ def test_quantities_are_named_with_their_units(p, grid):
     assert "real part" in real.colorbar.ax.get_ylabel()
 
 
+def test_other_fields_have_their_own_symbol_and_unit(piston, grid):
+    v = pf.particle_velocity(piston, grid, 1e6)
+    plane = {"at": {"y": 0}}
+    mesh = pf.plot(v[..., 2], grid, unit="m/s", label="v_z", **plane).collections[0]
+    assert mesh.colorbar.ax.get_ylabel() == "|v_z| (m/s)"
+    np.testing.assert_array_equal(mesh.get_array(), abs(v[:, 2, :, 2]))
+    i = 1e6 * abs(v[..., 2])
+    mesh = pf.plot(i, grid, unit="W/m²", quantity="real", **plane).collections[0]
+    assert mesh.colorbar.ax.get_ylabel() == "real part of I (W/m²)"
+    np.testing.assert_array_equal(mesh.get_array(), i[:, 2, :])
+
+
+def test_a_plane_may_lie_half_a_step_outside(p, grid):
+    beyond = pf.plot(p, grid, at={"y": 0, "x": -2.45e-3}).lines[0].get_ydata()
+    np.testing.assert_array_equal(
+        beyond, pf.plot(p, grid, at={"y": 0, "x": -2.1e-3}).lines[0].get_ydata()
+    )
+
+
 def test_a_profile_is_drawn(p, grid):
     ax = pf.plot(p, grid, at={"y": 0, "x": 0})
     assert ax.get_xlabel() == "z (mm)"
@@ -70,6 +89,13 @@ def test_arrays_are_drawn_to_scale(line):
         ({"at": {"w": 0}}, ValueError, "^at: 'w' is none of x, y, z"),
         ({"quantity": "power"}, ValueError, "^quantity: "),
         ({"what": np.ones((2, 2))}, ValueError, "^what: must be of the shape of the grid"),
+        ({"what": np.ones((7, 6, 5, 3))}, ValueError, r"^what: has components .* what\[..., 2\]"),
+        (
+            {"at": {"y": 0, "z": 10}},
+            ValueError,
+            "^at: z = 10 m is outside the grid, 0.0011 to 0.0055 m$",
+        ),
+        ({"at": {"x": -2.5e-3}}, ValueError, "^at: x = -0.0025 m is outside the grid"),
     ],
 )
 def test_what_cannot_be_drawn_is_refused(p, grid, given, error, text):
@@ -93,3 +119,18 @@ def test_xarray_has_coordinates_and_units(p, grid, line):
     assert pf.to_xarray(p, turned).x.dims == ("i", "j", "k")
     with pytest.raises(ValueError, match="^p: must be of the shape"):
         pf.to_xarray(p[0], grid)
+
+
+def test_xarray_names_components(piston, line, grid):
+    v = pf.particle_velocity(piston, grid, 1e6)
+    field = pf.to_xarray(v, grid, units="m/s")
+    assert (field.name, field.attrs["units"]) == ("particle_velocity", "m/s")
+    assert field.dims == ("x", "y", "z", "component")
+    np.testing.assert_array_equal(field.sel(component="z"), v[..., 2])
+    several = pf.intensity(line, grid, 1e6, weights=np.ones((2, 8)))
+    flow = pf.to_xarray(several, grid, units="W/m²", name="flow")
+    assert (flow.name, flow.dims[0], flow.dims[-1]) == ("flow", "weighting", "component")
+    one = pf.to_xarray(v[..., 0], grid, units="m/s")
+    assert (one.dims, one.attrs["units"]) == (("x", "y", "z"), "m/s")
+    with pytest.raises(ValueError, match="^units: p has components"):
+        pf.to_xarray(v, grid)

@@ -57,7 +57,6 @@ def test_a_part_is_what_an_index_of_all_gives(data):
         (7, ValueError, "^box: 7 is not within -7 to 6"),
         (1.5, TypeError, "^box: must be a whole number"),
         ("all", TypeError, "^box: must be a whole number"),
-        (np.s_[...], TypeError, "^box: must be a whole number"),
     ],
 )
 def test_what_is_no_part_is_refused(plan, box, error, text):
@@ -157,3 +156,12 @@ def timed(plan, out, times=100):
     for _ in range(times):
         plan.compute(out=out)
     return (time.perf_counter() - start) / times
+
+
+def test_an_ellipsis_stands_for_whole_directions(piston, grid):
+    plan = pf.Plan(piston, grid, 1e6)
+    whole = plan.compute()
+    for box in (np.s_[..., 2], np.s_[...], np.s_[1, ...], np.s_[1, ..., 2], np.s_[1, 2, 3, ...]):
+        np.testing.assert_array_equal(plan.compute(box), whole[box])
+    with pytest.raises(ValueError, match="^box: has more than one ellipsis"):
+        plan.compute(np.s_[..., 0, ...])

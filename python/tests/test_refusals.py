@@ -38,6 +38,9 @@ HUGE = {"origin": [0, 0, 1], "steps": np.eye(3)}
         ({"grid": None}, TypeError, r"^grid: must be a Grid or an \(N, 3\) array, not NoneType"),
         ({"grid": "here"}, TypeError, "^grid: must be a Grid"),
         ({"grid": [0, 0, 1]}, ValueError, r"^points: must be an \(N, 3\) array"),
+        ({"grid": np.ones((3, 50))}, ValueError, "^points: .*give them transposed, points.T"),
+        ({"speed": 1540}, TypeError, r"^speed: pressure has no such .* medium=pf.Medium\(speed="),
+        ({"colour": 3}, TypeError, "^colour: pressure has no such argument$"),
         ({"grid": np.empty((0, 3))}, ValueError, "^points: the list of points is empty"),
         ({"grid": [[0, 0, np.inf]]}, ValueError, "^points: every number must be finite"),
         ({"grid": [[0, 0, 1], [0, 0]]}, ValueError, "^points: must be an"),
@@ -93,3 +96,31 @@ def test_nothing_is_printed(piston, grid, capfd):
     with pytest.raises(ValueError, match="tolerance"):
         pf.pressure(piston, grid, 1e6, tolerance=2)
     assert capfd.readouterr() == ("", "")
+
+
+def test_unknown_arguments_are_those_of_the_function_that_was_called(piston, grid):
+    for called in (pf.Plan, pf.intensity, pf.particle_velocity):
+        with pytest.raises(
+            TypeError, match=f"^density: {called.__name__} has no such argument; it"
+        ):
+            called(piston, grid, 1e6, density=3)
+
+
+def test_a_velocity_on_the_rim_alone_says_what_to_ask_for(piston):
+    with pytest.raises(ValueError, match='infinite.*take relative="local"'):
+        pf.particle_velocity(piston, [[1.5e-3, 0, 0]], 1e6)
+
+
+def test_windows_are_all_named(line):
+    for apodization in ("square", ("square", 2)):
+        with pytest.raises(ValueError, match="none of rectangular, .*, tukey, kaiser, gaussian"):
+            pf.focus(line, frequency=1e6, steer=3, apodization=apodization)
+
+
+def test_an_array_by_half_of_dlpack_says_what_is_missing(piston, grid):
+    class Half:
+        def __dlpack__(self, **options):
+            raise AssertionError
+
+    with pytest.raises(TypeError, match="^out: has __dlpack__, but no __dlpack_device__"):
+        pf.pressure(piston, grid, 1e6, out=Half())

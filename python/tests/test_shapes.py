@@ -229,3 +229,28 @@ def test_shapes_are_drawn():
 def test_what_is_no_shape_is_refused(make, given, error, text):
     with pytest.raises(error, match=text):
         make(**given)
+
+
+def test_shapes_tell_what_they_were_made_from():
+    ring = pf.Ring(inner=2e-3, outer=5e-3)
+    assert (ring.inner, ring.outer) == (2e-3, 5e-3)
+    sector = pf.Sector(outer=5e-3, angles=(10, 90), inner=1e-3)
+    assert (sector.inner, sector.outer, sector.angles.tolist()) == (1e-3, 5e-3, [10, 90])
+    corners, hole = [[0, 0], [4e-3, 0], [0, 3e-3]], [[1e-3, 1e-3], [1.5e-3, 1e-3], [1e-3, 1.5e-3]]
+    polygon = pf.Polygon(corners=corners, holes=[hole])
+    assert polygon.corners.tolist() == corners
+    assert [one.tolist() for one in polygon.holes] == [hole]
+    with pytest.raises(ValueError, match="read-only"):
+        sector.angles[0] = 20
+
+
+def test_elements_that_are_discs_or_rings_tell_their_radii():
+    rings = pf.Array.annular(radii=[0, 2e-3, 5e-3], center=[0, 0, 1e-3])
+    disc, ring = rings
+    assert (type(disc), disc.radius) == (pf.Disc, 2e-3)
+    assert (type(ring), ring.inner, ring.outer) == (pf.Ring, 2e-3, 5e-3)
+    assert disc == pf.Disc(radius=2e-3, center=[0, 0, 1e-3])
+    assert pf.Array([disc, ring]) == rings
+    lens = pf.Sector(outer=3e-3, angles=(0, 90))
+    assert type(pf.Array([lens])[0]) is pf.Shape
+    assert pf.Array([lens])[0] == lens

@@ -16,7 +16,7 @@ from ._documents import documented
 from ._flat import Flat
 from ._outline import Outline
 from ._piston import Piston
-from ._shapes import Shape
+from ._shapes import Shape, shape_of
 
 _NAMES = {
     "columns": "elements",
@@ -588,7 +588,7 @@ class Array:
         turn = np.stack([row[5:8], row[8:11], np.cross(row[5:8], row[8:11])], axis=-1)
         which = -1 if self._outline_of is None else int(self._outline_of[number])
         if which >= 0:
-            return Shape(outline=self._outlines[which], center=row[2:5], orientation=turn)
+            return shape_of(self._outlines[which], row[2:5], turn)
         return Piston(width=row[0], height=row[1], center=row[2:5], orientation=turn)
 
     def __repr__(self) -> str:

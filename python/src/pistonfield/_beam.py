@@ -5,6 +5,7 @@
 from __future__ import annotations
 
 import ctypes
+import logging
 from collections.abc import Callable, Iterator, Mapping
 from typing import Any
 
@@ -21,6 +22,11 @@ from ._options import FieldOptions, Settings, settings
 from ._piston import Piston
 from ._power import velocity_of
 from ._request import NAMES, Place, Source, new_request, refuse
+
+_log = logging.getLogger("pistonfield")
+
+_POINTS = 6
+"""In a wavelength, that figures of a computed pressure rest on."""
 
 _NAMES = {
     **NAMES,
@@ -146,9 +152,10 @@ def beam(
 
     Parameters
     ----------
-    source : Piston, Array or array_like
-        What radiates; or a pressure in Pa on the grid, with 6 points in a wavelength of its square
-        or more.
+    source : Piston, Disc, Ring, Sector, Polygon, Array or array_like
+        What radiates; or a pressure in Pa on the grid, with 6 points or more in a wavelength along
+        each direction. Of fewer the figures may be wrong, by more than `uncertainty` says, and the
+        logger "pistonfield" is told.
     grid : Grid
         The region is what lies between its outermost points, in one, two or three directions. With
         more than a quarter of a wavelength between its points the search has more of them.
@@ -221,7 +228,7 @@ def beam(
         "threads": threads,
     }
     asked.options.without_power = not _checks.flag(total_power, "total_power")
-    return asked.of_source(source, region, settings("beam", options), progress)
+    return asked.of_source(source, region, settings(options), progress)
 
 
 class _Asked:
@@ -298,6 +305,7 @@ class _Asked:
         p = _checks.complexes(given, "p", "a pressure at each point of the grid")
         if p.shape != region.shape:
             raise ValueError(f"p: must be of the shape of the grid, {region.shape}, not {p.shape}")
+        self._note_coarseness(region)
         # x is fastest in the library.
         values = np.ascontiguousarray(p.T) / (self.options.density * self.options.speed)
         # The library reads them in a thread that may outlive this call.
@@ -313,6 +321,19 @@ class _Asked:
             return self._taken(_library.functions.beam_of_samples, sampled, self.options)
 
         return Job(measure).run()
+
+    def _note_coarseness(self, region: Grid) -> None:
+        steps = np.linalg.norm(region.steps, axis=0)[np.array(region.shape) > 1]
+        wavelength = self.options.speed / self._frequency
+        # Steps of exactly that many points may be rounded.
+        if steps.size and wavelength < (_POINTS - 1e-6) * steps.max():
+            _log.warning(
+                "beam: the grid has %.2g points in a wavelength of %.3g m; with fewer than %d "
+                "figures of a pressure may be wrong, by more than the uncertainty says",
+                wavelength / steps.max(),
+                wavelength,
+                _POINTS,
+            )
 
     @staticmethod
     def _taken(make: Any, *given: Any) -> Beam:

@@ -130,9 +130,12 @@ def points(value: Any, name: str) -> npt.NDArray[np.float64]:
     """Read a list of points: a row of x, y and z for each."""
     listed = reals(value, name, "an (N, 3) array")
     if listed.ndim != 2 or listed.shape[1] != 3:
+        hint = ""
+        if listed.ndim == 2 and listed.shape[0] == 3:
+            hint = f"; give them transposed, {name}.T"
         raise ValueError(
             f"{name}: must be an (N, 3) array, a row of x, y and z for each point, "
-            f"not of the shape {listed.shape}"
+            f"not of the shape {listed.shape}{hint}"
         )
     if listed.shape[0] == 0:
         raise ValueError(f"{name}: the list of points is empty")

@@ -107,6 +107,8 @@ def _described(
         return (found if found.on_gpu else np.asarray(_View(found))), order
     if on_gpu:
         return _by_cuda(value, name, stream)
+    if hasattr(value, "__dlpack__"):
+        raise TypeError(f"{name}: has __dlpack__, but no __dlpack_device__ to tell where it is")
     return None, stream
 
 

@@ -41,8 +41,8 @@ _Weights = npt.NDArray[np.complex128]
 
 def focus(
     array: Array,
-    point: npt.ArrayLike | None,
-    frequency: float,
+    point: npt.ArrayLike | None = None,
+    frequency: float | None = None,
     *,
     medium: Medium = WATER,
     baffle: str = "rigid",
@@ -72,11 +72,11 @@ def focus(
     ----------
     array : Array
         What is driven.
-    point : array_like or None
-        The focus, three numbers in m; or several foci, (N, 3), at most 256; or None with `steer` or
-        `plane_wave`.
+    point : array_like, optional
+        The focus, three numbers in m; or several foci, (N, 3), at most 256. There is none with
+        `steer` or `plane_wave`.
     frequency : float
-        In Hz.
+        In Hz; without a point by its name.
     medium : Medium, optional
         The fluid; water by default.
     baffle : {"rigid", "soft", "free"}, optional
@@ -96,9 +96,10 @@ def focus(
         For several points: singular values below this part of the largest one are dropped.
     steer : float or (float, float), optional
         In place of points: azimuth and elevation of a plane wave in degrees. The azimuth is the
-        angle from z towards x, the elevation from there towards y.
+        angle from z towards x, the elevation from there towards y: of the points' frame, however
+        the array is turned.
     plane_wave : array_like, optional
-        In place of points: the direction of a plane wave, three numbers.
+        In place of points: the direction of a plane wave, three numbers in the points' frame.
     apodization : str or (str, float), optional
         A window that multiplies the weights: "rectangular", "hann", "hamming", "blackman", or one
         with a parameter: ("tukey", r) that falls over the outer part r, ("kaiser", beta),
@@ -135,9 +136,13 @@ def focus(
     >>> p = pf.pressure(array, [[0, 0, 30e-3]], 1e6, weights=weights, velocity=0.01)
     >>> bool(np.isclose(np.angle(p[0]), np.pi / 2, atol=1e-3))
     True
+    >>> pf.focus(array, frequency=1e6, steer=20).shape
+    (32,)
     """
     if not isinstance(array, Array):
         raise TypeError(f"array: must be an Array, not {type(array).__name__}")
+    if frequency is None:
+        raise TypeError("frequency: is missing; without a point it goes by its name")
     request = new_request(medium, frequency)
     request.baffle = baffle_number(baffle)
     unit = _medium.pascal(
@@ -261,7 +266,7 @@ def _require_one_aim(point: Any, steer: Any, plane_wave: Any) -> None:
     aims = {"point": point, "steer": steer, "plane_wave": plane_wave}
     given = [name for name, aim in aims.items() if aim is not None]
     if not given:
-        raise ValueError("point: give points, or None in their place and steer or plane_wave")
+        raise ValueError("point: give points, or steer or plane_wave in their place")
     if len(given) > 1:
         raise ValueError(f"{given[-1]}: give {given[0]} or {given[-1]}, not both")
 
@@ -300,7 +305,7 @@ def _window(given: Any) -> tuple[str, float]:
     if isinstance(given, str):
         if given in _TUNABLE:
             raise ValueError(f"apodization: {given} takes a number: ('{given}', 0.5)")
-        return _checks.word(given, "apodization", _PLAIN), 0.0
+        return _checks.word(given, "apodization", (*_PLAIN, *_TUNABLE)), 0.0
     if not isinstance(given, (tuple, list)) or len(given) != 2:
         raise TypeError(
             "apodization: must be one of " + ", ".join(_PLAIN) + "; or "
@@ -309,7 +314,9 @@ def _window(given: Any) -> tuple[str, float]:
     name, parameter = given
     if name in _PLAIN:
         raise ValueError(f"apodization: {name} takes no number")
-    return _checks.word(name, "apodization", _TUNABLE), _checks.real(parameter, "apodization")
+    return _checks.word(name, "apodization", (*_PLAIN, *_TUNABLE)), _checks.real(
+        parameter, "apodization"
+    )
 
 
 def _round(

@@ -4,10 +4,11 @@
 
 from __future__ import annotations
 
+import functools
 import inspect
 from collections.abc import Callable
 from dataclasses import dataclass
-from typing import TYPE_CHECKING, Any, TypedDict, TypeVar
+from typing import TYPE_CHECKING, Any, TypedDict, TypeVar, cast
 
 import numpy.typing as npt
 
@@ -53,6 +54,11 @@ _DEFAULTS: dict[str, Any] = {
     "behind": False,
 }
 
+_HINTS = {
+    name: f"; it goes in medium=pf.Medium({name}=...)"
+    for name in ("speed", "density", "attenuation", "exponent", "nepers", "dispersion_frequency")
+}
+
 SOURCE = """source : Piston, Disc, Ring, Sector, Polygon or Array
     What radiates.
 grid : Grid or array_like
@@ -83,7 +89,8 @@ relative : {"largest", "local"}, optional
     over its elements.
 precision : {"double", "single"}, optional
     Of the arithmetic. Single keeps tolerances down to about 1e-5 and refuses others. All but the
-    pressure of rectangles without losses in a rigid baffle is computed in double all the same.
+    pressure of rectangles without losses in a rigid baffle is computed in double all the same; with
+    "single" it is rounded to single, and tolerances below 2.4e-7 are refused.
 device : {"cpu", "gpu"}, optional
     What computes: the processor, or in the variant of the package for NVIDIA GPUs one of these,
     which has the pressure of rectangles without losses in a rigid baffle.
@@ -126,10 +133,20 @@ def with_options(function: _Callable) -> _Callable:
     own = [p for p in given.parameters.values() if p.kind is not inspect.Parameter.VAR_KEYWORD]
     first = [p for p in own if p.kind is not inspect.Parameter.KEYWORD_ONLY]
     last = [p for p in own if p.kind is inspect.Parameter.KEYWORD_ONLY]
-    function.__signature__ = given.replace(  # type: ignore[attr-defined]
+    known = {p.name for p in (*own, *options)}
+    name = function.__qualname__.removesuffix(".__init__")
+
+    @functools.wraps(function)
+    def called(*arguments: Any, **named: Any) -> Any:
+        for one in named:
+            if one not in known:
+                raise TypeError(f"{one}: {name} has no such argument{_HINTS.get(one, '')}")
+        return function(*arguments, **named)
+
+    called.__signature__ = given.replace(  # type: ignore[attr-defined]
         parameters=[*first, *options, *last]
     )
-    return function
+    return cast(_Callable, called)
 
 
 @dataclass(frozen=True)
@@ -154,11 +171,8 @@ def baffle_number(given: Any) -> int:
     return _library.BAFFLES[_checks.word(given, "baffle", _library.BAFFLES)]
 
 
-def settings(function: str, options: FieldOptions) -> Settings:
+def settings(options: FieldOptions) -> Settings:
     """Check the options of a field, of which those that are not given have their defaults."""
-    for name in options:
-        if name not in _DEFAULTS:
-            raise TypeError(f"{function}() got an unexpected keyword argument '{name}'")
     given = {**_DEFAULTS, **options}
     velocity, power = drive(given["velocity"], given["power"])
     relative = _checks.word(given["relative"], "relative", _library.RELATIVE)

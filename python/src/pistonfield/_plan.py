@@ -10,6 +10,7 @@ import sys
 import weakref
 from collections.abc import Callable
 from dataclasses import dataclass
+from types import EllipsisType
 from typing import TYPE_CHECKING, Any, NoReturn
 
 import numpy as np
@@ -39,7 +40,8 @@ from ._scaling import scale
 if TYPE_CHECKING:
     from ._options import Unpack
 
-Box = int | slice | tuple[int | slice, ...]
+Index = int | slice | EllipsisType
+Box = Index | tuple[Index, ...]
 
 _LONG = 2e6
 """Evaluations of the integrand from which on a computation is watched: hundredths of a second."""
@@ -182,7 +184,7 @@ class Plan:
         quantity: str = "pressure",
         **options: Unpack[FieldOptions],
     ) -> None:
-        given = settings("Plan", options)
+        given = settings(options)
         self._quantity = _checks.word(quantity, "quantity", _library.QUANTITIES)
         self._components = 1 if self._quantity == "pressure" else 3
         request = new_request(given.medium, frequency)
@@ -336,9 +338,9 @@ class Plan:
 
         Parameters
         ----------
-        box : int, slice or tuple of these, optional
+        box : int, slice, Ellipsis or tuple of these, optional
             The points as an index of an array of the grid's shape says, in steps of 1, such as
-            ``np.s_[:, 0, 10:20]``. By default all.
+            ``np.s_[:, 0, 10:20]`` or ``np.s_[..., 0]``. By default all.
         out : array, optional
             Where the values go: complex128 or complex64, of the shape of the result and with x
             fastest, as `empty` makes it. A view of every second value or so may do as well. Arrays
@@ -500,7 +502,7 @@ class Plan:
         sizes = self._place_shape
         if box is None:
             box = ()
-        keys = box if isinstance(box, tuple) else (box,)
+        keys = _expanded(box if isinstance(box, tuple) else (box,), len(sizes))
         if len(keys) > len(sizes):
             raise ValueError(f"box: has {len(keys)} parts, where the field has {len(sizes)}")
         keys = (*keys, *(slice(None),) * (len(sizes) - len(keys)))
@@ -552,6 +554,17 @@ def _common_step(sizes: tuple[int, ...], strides: tuple[int, ...], itemsize: int
                 return None
             inner *= size
     return itemsize if step is None else step
+
+
+def _expanded(keys: tuple[Any, ...], directions: int) -> tuple[Any, ...]:
+    """Put whole directions in place of an ellipsis."""
+    places = [i for i, key in enumerate(keys) if key is Ellipsis]
+    if not places:
+        return keys
+    if len(places) > 1:
+        raise ValueError("box: has more than one ellipsis")
+    between = (slice(None),) * (directions - len(keys) + 1)
+    return (*keys[: places[0]], *between, *keys[places[0] + 1 :])
 
 
 def _range(key: Any, size: int) -> tuple[int, int]:

@@ -18,7 +18,8 @@ from ._grid import Grid, checked
 if TYPE_CHECKING:
     from matplotlib.axes import Axes
 
-_SCALES = {"MPa": 1e6, "kPa": 1e3, "Pa": 1.0}
+_SCALES = {"MPa": 1e6, "kPa": 1e3}
+_SYMBOLS = {"Pa": "p", "m/s": "v", "W/m²": "I"}
 
 
 def plot(
@@ -27,6 +28,8 @@ def plot(
     *,
     at: Mapping[str, float] | None = None,
     quantity: str = "magnitude",
+    unit: str = "Pa",
+    label: str | None = None,
     limits: tuple[float, float] | None = None,
     cmap: Any = None,
     ax: Axes | None = None,
@@ -38,15 +41,20 @@ def plot(
     Parameters
     ----------
     what : array_like, Piston, Disc, Ring, Sector, Polygon or Array
-        The pressure in Pa on a grid, or what radiates.
+        The pressure in Pa on a grid, or another field of the grid's shape; or what radiates.
     grid : Grid, optional
         Of a pressure: the grid that it was computed on, aligned with the axes.
     at : dict, optional
         Of a field in three dimensions, where the plane lies: ``{"y": 0}`` takes the layer next to
-        y = 0. Two of these make a profile.
+        y = 0 m, which must not lie more than half a step outside the grid. Two of these make a
+        profile.
     quantity : {"magnitude", "phase", "real", "level"}, optional
         The magnitude, the phase in degrees, the real part, or the level in dB below the largest
         magnitude.
+    unit : str, optional
+        The values' unit, such as "m/s". Those in Pa are drawn in kPa or MPa where they are large.
+    label : str, optional
+        The values' symbol; by default p, v or I as Pa, m/s or W/m² say.
     limits : (float, float), optional
         Of the colours, in the unit that the bar names.
     cmap : optional
@@ -83,15 +91,19 @@ def plot(
         raise TypeError("grid: is missing: give the grid that the pressure was computed on")
     values = np.asarray(what)
     shape = checked(grid).shape
+    if values.shape == (*shape, 3):
+        raise ValueError("what: has components along x, y and z; draw one of them, what[..., 2]")
     if values.shape != shape:
         raise ValueError(f"what: must be of the shape of the grid, {shape}, not {values.shape}")
-    shown, label = _shown(values, _checks.word(quantity, "quantity", _QUANTITIES))
+    symbol = _SYMBOLS.get(unit, "values") if label is None else label
+    quantity = _checks.word(quantity, "quantity", _QUANTITIES)
+    shown, caption = _shown(values, quantity, symbol, unit)
     shown, axes = _layer(shown, grid, at or {})
     if ax is None:
         _, ax = pyplot.subplots(layout="constrained")
     if len(axes) == 1:
-        return _draw_profile(ax, shown, axes, label, limits)
-    return _draw_plane(ax, shown, axes, label, limits, cmap)
+        return _draw_profile(ax, shown, axes, caption, limits)
+    return _draw_plane(ax, shown, axes, caption, limits, cmap)
 
 
 _QUANTITIES = ("magnitude", "phase", "real", "level")
@@ -99,7 +111,9 @@ _QUANTITIES = ("magnitude", "phase", "real", "level")
 _Axis = tuple[str, npt.NDArray[np.float64]]
 
 
-def _shown(values: npt.NDArray[Any], quantity: str) -> tuple[npt.NDArray[Any], str]:
+def _shown(
+    values: npt.NDArray[Any], quantity: str, symbol: str, unit: str
+) -> tuple[npt.NDArray[Any], str]:
     """Give the values to draw, and what they are."""
     if quantity == "phase":
         return np.angle(values, deg=True), "phase (°)"
@@ -108,10 +122,12 @@ def _shown(values: npt.NDArray[Any], quantity: str) -> tuple[npt.NDArray[Any], s
     if quantity == "level":
         with np.errstate(divide="ignore", invalid="ignore"):
             return 20 * np.log10(magnitude / largest), "level (dB)"
-    unit = next((name for name, scale in _SCALES.items() if largest >= scale), "Pa")
+    scale = 1.0
+    if unit == "Pa":
+        unit, scale = next((one for one in _SCALES.items() if largest >= one[1]), (unit, scale))
     if quantity == "real":
-        return values.real / _SCALES[unit], f"real part of p ({unit})"
-    return magnitude / _SCALES[unit], f"|p| ({unit})"
+        return values.real / scale, f"real part of {symbol} ({unit})"
+    return magnitude / scale, f"|{symbol}| ({unit})"
 
 
 def _layer(
@@ -121,21 +137,31 @@ def _layer(
     coordinates = {"x": grid.x, "y": grid.y, "z": grid.z}
     for name in at:
         _checks.word(name, "at", coordinates)
-    key: list[Any] = [slice(None)] * 3
-    axes = []
-    for i, (name, along) in enumerate(coordinates.items()):
-        if name in at:
-            key[i] = int(np.abs(along - _checks.real(at[name], f"at[{name!r}]")).argmin())
-        elif along.size == 1:
-            key[i] = 0
-        else:
-            axes.append((name, 1e3 * along))
+    axes = [
+        (name, 1e3 * along)
+        for name, along in coordinates.items()
+        if name not in at and along.size > 1
+    ]
     if len(axes) not in (1, 2):
         raise ValueError(
             f"at: the field has {len(axes)} directions; say where along the others, "
             "such as at={'y': 0}"
         )
+    key: list[Any] = [0 if along.size == 1 else slice(None) for along in coordinates.values()]
+    for i, (name, along) in enumerate(coordinates.items()):
+        if name in at:
+            key[i] = _nearest(along, _checks.real(at[name], f"at[{name!r}]"), name)
     return values[tuple(key)], axes
+
+
+def _nearest(along: npt.NDArray[np.float64], place: float, name: str) -> int:
+    """Give the index of the coordinate next to a place within the grid."""
+    low, high = along.min(), along.max()
+    # Half a step, and rounding; a single layer is taken wherever it is asked for.
+    beyond = 0.501 * (high - low) / (along.size - 1) if along.size > 1 else np.inf
+    if not low - beyond <= place <= high + beyond:
+        raise ValueError(f"at: {name} = {place:g} m is outside the grid, {low:g} to {high:g} m")
+    return int(np.abs(along - place).argmin())
 
 
 def _draw_plane(

@@ -38,7 +38,7 @@ def power(
 
     Parameters
     ----------
-    source : Piston or Array
+    source : Piston, Disc, Ring, Sector, Polygon or Array
         What radiates.
     frequency : float
         In Hz.

@@ -149,6 +149,7 @@ def refuse(refusal: ValueError) -> NoReturn:
     if " lies behind " in text:
         _, _, said = text.partition(": ")
         raise ValueError(f"behind: {said}, where there is no field") from None
+    text = text.replace("take one of the local amplitude,", 'take relative="local",')
     if "wavelengths" in text:
         text += "; lengths are in m, the speed in m/s, the frequency in Hz"
     raise ValueError(text) from None

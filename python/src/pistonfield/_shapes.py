@@ -144,6 +144,16 @@ class Ring(Shape):
         super().__init__(outline=outline, center=center, orientation=orientation)
 
     @property
+    def inner(self) -> float:
+        """The inner radius, in m."""
+        return self._radii[0]
+
+    @property
+    def outer(self) -> float:
+        """The outer radius, in m."""
+        return self._radii[1]
+
+    @property
     def parameters(self) -> dict[str, Any]:
         """The radii by their names."""
         return {"inner": self._radii[0], "outer": self._radii[1]}
@@ -188,9 +198,25 @@ class Sector(Shape):
         self._angles = _checks.reals(angles, "angles", "two angles in degrees")
         if self._angles.shape != (2,):
             raise ValueError("angles: must be two, where it begins and ends, in degrees")
+        self._angles.flags.writeable = False
         turns = (self._angles * np.pi / 180).tolist()
         outline = _built(_library.functions.array_sector, *self._radii, *turns)
         super().__init__(outline=outline, center=center, orientation=orientation)
+
+    @property
+    def inner(self) -> float:
+        """The radius where it begins, in m."""
+        return self._radii[0]
+
+    @property
+    def outer(self) -> float:
+        """The radius where it ends, in m."""
+        return self._radii[1]
+
+    @property
+    def angles(self) -> npt.NDArray[np.float64]:
+        """Where it begins and ends, in degrees; not to be written."""
+        return self._angles
 
     @property
     def parameters(self) -> dict[str, Any]:
@@ -244,10 +270,37 @@ class Polygon(Shape):
         super().__init__(outline=outline, center=center, orientation=orientation)
 
     @property
+    def corners(self) -> npt.NDArray[np.float64]:
+        """(N, 2): x and y of each corner in m; not to be written."""
+        return self._corners
+
+    @property
+    def holes(self) -> tuple[npt.NDArray[np.float64], ...]:
+        """The corners of each hole, as those of the polygon."""
+        return self._holes
+
+    @property
     def parameters(self) -> dict[str, Any]:
         """The corners by their names."""
         holes = {"holes": self._holes} if self._holes else {}
         return {"corners": self._corners, **holes}
+
+
+def shape_of(outline: Outline, center: npt.ArrayLike, orientation: npt.ArrayLike | None) -> Shape:
+    """Make the shape of an outline: a disc or a ring where that has the very same one."""
+    edges = outline.edges
+    if len(edges) in (2, 4) and edges["sweep"].all():
+        outer, inner = float(edges["start"][0, 0]), float(edges["start"][-2, 0])
+        place: dict[str, Any] = {"center": center, "orientation": orientation}
+        if outer > 0 and len(edges) == 2:
+            made: Shape = Disc(radius=outer, **place)
+        elif outer > inner > 0:
+            made = Ring(inner=inner, outer=outer, **place)
+        else:
+            return Shape(outline=outline, **place)
+        if made.outline == outline:
+            return made
+    return Shape(outline=outline, center=center, orientation=orientation)
 
 
 def _built(make: Any, *given: Any) -> Outline:

@@ -15,9 +15,15 @@ from ._grid import Grid
 if TYPE_CHECKING:
     import xarray
 
+_NAMES = {"Pa": "pressure", "m/s": "particle_velocity", "W/m²": "intensity"}
+
 
 def to_xarray(
-    p: npt.ArrayLike, grid: Grid | npt.ArrayLike, *, name: str = "pressure"
+    p: npt.ArrayLike,
+    grid: Grid | npt.ArrayLike,
+    *,
+    units: str | None = None,
+    name: str | None = None,
 ) -> xarray.DataArray:
     """Give a field its coordinates and units.
 
@@ -26,18 +32,23 @@ def to_xarray(
     Parameters
     ----------
     p : array_like
-        The pressure in Pa, as `pressure` returns it; several weightings come first.
+        The pressure in Pa, as `pressure` returns it, or a velocity or an intensity; several
+        weightings come first, components last.
     grid : Grid or array_like
         Where it was computed.
+    units : str, optional
+        The values' unit, Pa by default. With components it has to be said: m/s or W/m².
     name : str, optional
-        What the field is called.
+        What the field is called; by default pressure, particle_velocity or intensity as Pa, m/s or
+        W/m² say.
 
     Returns
     -------
     xarray.DataArray
         With the dimensions x, y and z and coordinates in m; of a grid that is turned against the
         axes with the dimensions i, j and k, and of points with the dimension point. Several
-        weightings are the dimension weighting, which comes first.
+        weightings are the dimension weighting, which comes first; components are the dimension
+        component, which comes last and has the coordinates "x", "y" and "z".
 
     Examples
     --------
@@ -54,17 +65,25 @@ def to_xarray(
     values = np.asarray(p)
     dims, coordinates = _axes(grid)
     shape = grid.shape if isinstance(grid, Grid) else (len(coordinates["x"][1]),)
+    # Three points of three weightings are no components.
+    if values.shape[-len(shape) :] != shape and values.shape[-len(shape) - 1 :] == (*shape, 3):
+        if units is None:
+            raise ValueError("units: p has components along x, y and z; say m/s or W/m²")
+        dims, shape = (*dims, "component"), (*shape, 3)
+        coordinates["component"] = ("component", list("xyz"), {})
     if values.ndim == len(shape) + 1:
         dims = ("weighting", *dims)
         shape = (values.shape[0], *shape)
     if values.shape != shape:
         raise ValueError(f"p: must be of the shape of the grid, {shape}, not {values.shape}")
+    units = "Pa" if units is None else units
+    name = _NAMES.get(units, "field") if name is None else name
     return xarray.DataArray(
         values,
         dims=dims,
         coords=coordinates,
         name=name,
-        attrs={"units": "Pa", "long_name": name, "time_convention": "exp(+j*omega*t)"},
+        attrs={"units": units, "long_name": name, "time_convention": "exp(+j*omega*t)"},
     )
 
 
