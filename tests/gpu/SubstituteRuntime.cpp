@@ -187,16 +187,6 @@ cudaError_t cudaStreamDestroy(cudaStream_t stream) {
     return ended(wasThere ? cudaSuccess : cudaErrorInvalidResourceHandle);
 }
 
-cudaError_t cudaStreamSynchronize(cudaStream_t /*stream*/) {
-    return operation("cudaStreamSynchronize");
-}
-
-cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
-                            cudaMemcpyKind /*kind*/, cudaStream_t stream) {
-    substituteRuntime().usedStreams.push_back(stream);
-    return operation("cudaMemcpyAsync");
-}
-
 cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
                        cudaMemcpyKind /*kind*/) {
     return operation("cudaMemcpy");
@@ -205,6 +195,7 @@ cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/
 cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
                             cudaMemcpyKind /*kind*/, cudaStream_t stream) {
     substituteRuntime().streams.push_back(stream);
+    substituteRuntime().usedStreams.push_back(stream);
     return operation("cudaMemcpyAsync");
 }
 
