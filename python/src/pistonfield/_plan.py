@@ -375,7 +375,7 @@ class Plan:
             room = _Room(values, 2, 2 * part.points)
         else:
             values = out
-            room = self._room_in(part, out, _checks.stream(stream, "stream"))
+            room = self._room_in(part, out, _devices.stream(stream))
         if progress is not None and not callable(progress):
             raise TypeError(f"progress: must be callable, not {type(progress).__name__}")
         if progress is None and self._is_short(part):
