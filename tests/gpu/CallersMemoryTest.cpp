@@ -7,6 +7,12 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <future>
+#include <optional>
+
+#include "field/DeviceThread.h"
+#include "field/deviceCopies.h"
 #include "tests/gpu/SubstituteRuntime.h"
 
 namespace {
@@ -107,6 +113,21 @@ TEST_F(CallersMemoryTest, IsLeftAsItWasByAFailure) {
         substituteRuntime().failing.clear();
         expectAllAsItWas();
     }
+}
+
+TEST_F(CallersMemoryTest, IsReachedWhileAFieldIsComputed) {
+    std::future<std::optional<int>> found;
+    {
+        pistonfield::DeviceThread computing;
+        computing.run([&] {
+            found =
+                std::async(std::launch::async, [this] { return pistonfield::deviceWith(&array); });
+            EXPECT_EQ(found.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        });
+    }
+    EXPECT_EQ(found.get(), 0);
+    EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
+    expectAllAsItWas();
 }
 
 TEST_F(CallersMemoryTest, LeavesTheErrorsOfOthersPending) {
