@@ -68,7 +68,8 @@ class Pressures {
     /// @param favours W of each element
     FociWeights solve(const std::vector<double>& favours) const {
         FociWeights found;
-        const std::vector<Complex> factors = factorsOf(eigensystemOf(gramian(favours)), found);
+        const Eigensystem system = eigensystemOf(gramian(favours), [this] { watch.look(); });
+        const std::vector<Complex> factors = factorsOf(system, found);
         found.weights.resize(elements);
         for (std::size_t i = 0; i < elements; ++i) {
             watch.look();

@@ -66,9 +66,11 @@ double normOf(const SquareMatrix& matrix) {
 /// Rotates every pair of rows once that has a number of more than `least` across.
 /// @param vectors the conjugate vectors, in rows
 /// @return whether there were any
-bool sweep(SquareMatrix& hermitian, SquareMatrix& vectors, double least) {
+bool sweep(SquareMatrix& hermitian, SquareMatrix& vectors, double least,
+           const std::function<void()>& look) {
     bool hasTurned = false;
-    for (std::size_t p = 0; p < hermitian.rows(); ++p)
+    for (std::size_t p = 0; p < hermitian.rows(); ++p) {
+        if (look) look();
         for (std::size_t q = p + 1; q < hermitian.rows(); ++q) {
             if (std::abs(hermitian(p, q)) <= least) continue;
             const Rotation rotation(hermitian, p, q);
@@ -76,12 +78,13 @@ bool sweep(SquareMatrix& hermitian, SquareMatrix& vectors, double least) {
             rotation.turnRows(vectors);
             hasTurned = true;
         }
+    }
     return hasTurned;
 }
 
 }  // namespace
 
-Eigensystem eigensystemOf(SquareMatrix hermitian) {
+Eigensystem eigensystemOf(SquareMatrix hermitian, const std::function<void()>& look) {
     const std::size_t rows = hermitian.rows();
     SquareMatrix turned(rows);
     for (std::size_t i = 0; i < rows; ++i) turned(i, i) = 1;
@@ -89,7 +92,7 @@ Eigensystem eigensystemOf(SquareMatrix hermitian) {
     // Convergence is quadratic: 10 sweeps do for some hundred rows.
     constexpr int mostSweeps = 60;
     for (int i = 0; i < mostSweeps; ++i)
-        if (!sweep(hermitian, turned, least)) break;
+        if (!sweep(hermitian, turned, least, look)) break;
     Eigensystem system{{}, SquareMatrix(rows)};
     for (std::size_t i = 0; i < rows; ++i) {
         system.values.push_back(hermitian(i, i).real());

@@ -4,6 +4,7 @@
 
 #include <complex>
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace pistonfield {
@@ -39,7 +40,8 @@ struct Eigensystem {
 
 /// By Jacobi's rotations, cyclic by rows. The errors are about rounding of the largest value.
 /// @param hermitian both of its halves
+/// @param look comes once for each row of a turn over all; what it throws ends the work
 /// @throws std::bad_alloc
-Eigensystem eigensystemOf(SquareMatrix hermitian);
+Eigensystem eigensystemOf(SquareMatrix hermitian, const std::function<void()>& look = {});
 
 }  // namespace pistonfield

@@ -65,6 +65,6 @@ pistonfield_status pistonfield_device_read(const pistonfield_device* device, con
         if (bytes < 1) throw InvalidArgument("bytes", std::to_string(bytes) + " is not 1 or more");
         const auto count = static_cast<std::size_t>(bytes);
         requireOnDevice(source, from, count, "from");
-        copyFromDevice(source, to, from, count);
+        copyFromDevice(source, to, from, count, "from");
     });
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: BSD-3-Clause
 #include "capi/pistonfield.h"
 
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
@@ -142,6 +143,12 @@ pistonfield_status compute(const pistonfield_plan* given, const pistonfield_box*
     });
 }
 
+std::complex<double> finiteFactor(const double* parts) {
+    if (!std::isfinite(parts[0]) || !std::isfinite(parts[1]))
+        throw InvalidArgument("factor", "both of its parts must be finite");
+    return {parts[0], parts[1]};
+}
+
 template <class T>
 pistonfield_status computeOn(const pistonfield_plan* given, const pistonfield_box* givenBox,
                              T* values, const pistonfield_device* givenDevice, const double* factor,
@@ -162,7 +169,7 @@ pistonfield_status computeOn(const pistonfield_plan* given, const pistonfield_bo
         requireOnDevice(device, values, layout.points * layout.fields * sizeof(std::complex<T>),
                         "values");
         DeviceDestination<T> destination{reinterpret_cast<std::complex<T>*>(values), device};
-        if (factor != nullptr) destination.factor = {factor[0], factor[1]};
+        if (factor != nullptr) destination.factor = finiteFactor(factor);
         plan.computeOnDevice(box, destination, watched.get());
     });
 }

@@ -204,7 +204,7 @@ typedef struct pistonfield_request {
     int64_t outline_count;  ///< of `outlines`, at most 1024
     /// Where `x`, `y` and `z` are memory of a device, they are copied from there in the order of
     /// its stream: the processor cuts the points into groups, whatever the mode. Null: they are the
-    /// host's. Since interface 8.
+    /// host's. It goes with points. Since interface 8.
     const pistonfield_device* points_device;
     // Members that are added later mean nothing where they are 0.
 } pistonfield_request;
@@ -334,7 +334,8 @@ pistonfield_status pistonfield_plan_compute_float(
 /// device's stream, and are there when this returns. After a failure some may be there and others
 /// not. Since interface 8, as what follows up to `pistonfield_array`.
 /// @param values  in memory that the device made, or shares with the host; else an invalid argument
-/// @param factor  a real and an imaginary part; null is 1. j*density*speed*velocity makes pressures
+/// @param factor  a real and an imaginary part, finite; null is 1. j*density*speed*velocity makes
+/// pressures
 /// @param conduct or null; its `to_next_field` is 0
 pistonfield_status pistonfield_plan_compute_double_on(
     const pistonfield_plan* plan, const pistonfield_box* box, double* values,

@@ -77,7 +77,7 @@ PointList pointsOnDevice(const pistonfield_request& given) {
         const std::size_t bytes = static_cast<std::size_t>(given.points) * sizeof(double);
         requireOnDevice(device, from, bytes, argument);
         std::vector<double> positions(static_cast<std::size_t>(given.points));
-        copyFromDevice(device, positions.data(), from, bytes);
+        copyFromDevice(device, positions.data(), from, bytes, argument);
         return positions;
     };
     return {copied(given.x, "x"), copied(given.y, "y"), copied(given.z, "z")};
@@ -202,6 +202,8 @@ std::optional<Mode> modeNumbered(std::int32_t number) noexcept {
 
 Request requestOf(const pistonfield_request* caller) {
     const auto given = completed(caller, requestSizes, "request");
+    if (given.points_device != nullptr && !hasPoints(given))
+        throw InvalidRequest("points_device", "goes with points");
     Request request;
     takeSource(request, given);
     request.wave = {given.wavenumber, given.attenuation};

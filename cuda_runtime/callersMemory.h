@@ -20,7 +20,8 @@ struct Place {
     int device;       ///< the one whose memory it is; otherwise it means nothing
 };
 
-/// Tells where an address lies.
+/// Tells where an address lies. A device of which nobody in the process has the primary context has
+/// no memory of theirs: it is not brought up to be asked.
 /// @param device one of those that there are
 cudaError_t placeOf(const void* address, int device, Place* place);
 

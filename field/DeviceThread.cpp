@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "core/cudahelper.h"
+#include "cuda_runtime/callersMemory.h"
 #include "field/Plan.h"
 #include "parallel/SignalsBlocked.h"
 
@@ -41,7 +42,8 @@ void requireSuccess(cuda_runtime::cudaError_t status, const char* operation) {
 }
 
 void besideDeviceThreads(const std::function<void()>& work) {
-    const std::lock_guard alone(deviceInUse());
+    std::unique_lock alone(deviceInUse(), std::defer_lock);
+    if (!cuda_runtime::hasGpus()) alone.lock();
     work();
 }
 

@@ -14,8 +14,9 @@ namespace pistonfield {
 /// @throws DeviceFailure with the operation and the runtime's report, unless the status is success
 void requireSuccess(cuda_runtime::cudaError_t status, const char* operation);
 
-/// Does a work with devices that takes no context, in the calling thread, while no `DeviceThread`
-/// works.
+/// Does a work with devices that takes no context, in the calling thread. The emulation device is
+/// one thread's at a time: no `DeviceThread` works meanwhile. GPUs take any threads' work, and
+/// nobody waits.
 void besideDeviceThreads(const std::function<void()>& work);
 
 /// A thread that has a device, because a context belongs to the thread that made it. Of several in
@@ -34,6 +35,9 @@ class DeviceThread {
     /// @throws what the work throws; DeviceFailure in a forked child
     void run(const std::function<void()>& work);
 
+    /// Whether this is a forked child.
+    bool isForked() const noexcept;
+
     /// @throws DeviceFailure in a forked child
     void requireOwnProcess() const;
 
@@ -47,8 +51,6 @@ class DeviceThread {
 
   private:
     class Service;
-
-    bool isForked() const noexcept;
 
     pid_t process;
     std::unique_ptr<Service> service;

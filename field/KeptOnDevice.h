@@ -22,7 +22,7 @@ class KeptOnDevice {
     }
 
     /// One computation's. Where it fails or is stopped, what it has on the device is waited for and
-    /// ended.
+    /// ended. A child forked meanwhile leaves it as it is: there it is the parent's.
     class Use {
       public:
         /// @throws DeviceFailure in a forked child
@@ -30,7 +30,10 @@ class KeptOnDevice {
         Use(const Use&) = delete;
         Use& operator=(const Use&) = delete;
         ~Use() {
-            if (own) kept.device.run([this] { own.reset(); });
+            if (kept.device.isForked())
+                static_cast<void>(own.release());
+            else if (own)
+                kept.device.run([this] { own.reset(); });
         }
 
         /// What a computation has, to be made in the device's thread where it is null.

@@ -3,6 +3,7 @@
 #include "field/Plan.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <string>
@@ -154,7 +155,7 @@ void computeOnDevice(const Engine<U>& engine, std::int64_t fields, const Lattice
         for (std::int64_t field = 0; field < fields; ++field)
             copyToDevice(to.device, to.values + field * box.points() + done,
                          values.data() + field * points,
-                         static_cast<std::size_t>(points) * sizeof(std::complex<T>));
+                         static_cast<std::size_t>(points) * sizeof(std::complex<T>), "values");
     };
     inWatchedPieces(engine, box, largestBuffered(engine, fields), conduct, fill);
 }
@@ -229,6 +230,8 @@ template <class T>
 void Plan::computeOnDevice(const LatticeBox& box, const DeviceDestination<T>& destination,
                            const Conduct& conduct) const {
     require(box);
+    if (!std::isfinite(destination.factor.real()) || !std::isfinite(destination.factor.imag()))
+        throw std::invalid_argument("factor: both of its parts must be finite");
     const std::int64_t fields = parts->request.fields();
     constexpr std::int64_t places =
         std::numeric_limits<std::ptrdiff_t>::max() / sizeof(std::complex<T>);

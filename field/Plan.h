@@ -52,7 +52,7 @@ struct CallersDevice {
 };
 
 /// Where the values of a box go in the memory of a device, complex ones one after the other,
-/// weighting by weighting; each is multiplied by a factor.
+/// weighting by weighting; each is multiplied by a finite factor.
 template <class T>
 struct DeviceDestination {
     std::complex<T>* values;
@@ -189,7 +189,7 @@ class Plan {
     /// returns. Pieces take up to 16 MB of the host's memory, or twice as much in the precision
     /// that is not the mode's, or what the values of one sheet of a convolution take.
     /// @throws what `compute` throws; std::invalid_argument where the destination is no memory of
-    ///     the device
+    ///     the device or the factor is not finite
     template <class T>
     void computeOnDevice(const LatticeBox& box, const DeviceDestination<T>& destination,
                          const Conduct& conduct = {}) const;

@@ -19,7 +19,9 @@ class Watch {
     /// @param conduct outlives this. Its progress is told 0 points
     explicit Watch(const Conduct& conduct) : conduct(&conduct) {}
 
-    /// Comes often: tells the progress about twenty times a second, in the thread that does the
+    /// Comes about every twentieth of a second, but not within a step that is one piece: making a
+    /// plan of a convolution of 10^4 elements or of a list of 10^6 points may take seconds from one
+    /// to the next. Tells the progress about twenty times a second, in the thread that does the
     /// work, and asks the stop token.
     /// @throws Stopped
     void look() const;

@@ -37,11 +37,12 @@ std::string reasonAgainst(const CallersDevice& device, const void* address) {
 }
 
 void copy(const CallersDevice& device, void* to, const void* from, std::size_t bytes,
-          cuda_runtime::cudaMemcpyKind kind) {
+          cuda_runtime::cudaMemcpyKind kind, const char* argument) {
+    const std::string operation = std::string(argument) + ": copying in the order of the stream";
     besideDeviceThreads([&] {
         requireSuccess(
             cuda_runtime::copyInOrder(to, from, bytes, kind, device.number, device.stream),
-            "copying in the order of the stream");
+            operation.c_str());
     });
 }
 
@@ -75,12 +76,14 @@ std::string reasonAgainst(const CallersDevice& device, const void* first, std::s
     return reason;
 }
 
-void copyToDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes) {
-    copy(device, to, from, bytes, cuda_runtime::cudaMemcpyHostToDevice);
+void copyToDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes,
+                  const char* argument) {
+    copy(device, to, from, bytes, cuda_runtime::cudaMemcpyHostToDevice, argument);
 }
 
-void copyFromDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes) {
-    copy(device, to, from, bytes, cuda_runtime::cudaMemcpyDeviceToHost);
+void copyFromDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes,
+                    const char* argument) {
+    copy(device, to, from, bytes, cuda_runtime::cudaMemcpyDeviceToHost, argument);
 }
 
 }  // namespace pistonfield

@@ -20,8 +20,11 @@ std::optional<int> deviceWith(const void* address);
 std::string reasonAgainst(const CallersDevice& device, const void* first, std::size_t bytes);
 
 /// Copies to or from memory of a device in the order of its stream, and waits until that is done.
+/// @param argument what the device's memory is called, which a failure is told with
 /// @throws DeviceFailure
-void copyToDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes);
-void copyFromDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes);
+void copyToDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes,
+                  const char* argument);
+void copyFromDevice(const CallersDevice& device, void* to, const void* from, std::size_t bytes,
+                    const char* argument);
 
 }  // namespace pistonfield

@@ -49,9 +49,8 @@ class UnitOfWork {
     ::cudaError_t destroyStream(::cudaStream_t stream);
 
     /// Waits for the device, ends what is left of the streams and allocations and carries `cleanUp`
-    /// out. A
-    /// device that has failed takes all of that with it; its failure is reported here where no
-    /// operation has reported it.
+    /// out. A device that has failed takes all of that with it; its failure is reported here where
+    /// no operation has reported it.
     template <class CleanUp>
     ::cudaError_t end(CleanUp cleanUp) {
         const ::cudaError_t reported = lastFailure;

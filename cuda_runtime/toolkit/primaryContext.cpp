@@ -28,6 +28,7 @@ using Init = CUresult (*)(unsigned);
 using GetDevice = CUresult (*)(CUdevice*, int);
 using Retain = CUresult (*)(CUcontext*, CUdevice);
 using Release = CUresult (*)(CUdevice);
+using GetState = CUresult (*)(CUdevice, unsigned*, int*);
 using WithContext = CUresult (*)(CUcontext);
 using ToContext = CUresult (*)(CUcontext*);
 constexpr unsigned firstVersion = 2000;
@@ -40,6 +41,19 @@ constexpr unsigned releaseVersion = 11000;
 }
 
 }  // namespace
+
+::cudaError_t askPrimaryContext(int device, bool& isActive) {
+    CUdevice handle = 0;
+    unsigned flags = 0;
+    int active = 0;
+    ::cudaError_t status = callDriver("cuInit", firstVersion, Init(), 0U);
+    if (status == ::cudaSuccess) status = handleOf(device, handle);
+    if (status == ::cudaSuccess)
+        status = callDriver("cuDevicePrimaryCtxGetState", retainVersion, GetState(), handle, &flags,
+                            &active);
+    isActive = active != 0;
+    return status;
+}
 
 ::cudaError_t retainPrimaryContext(int device, CUcontext& context) {
     CUdevice handle = 0;

@@ -12,6 +12,9 @@
 /// without a driver gets the runtime's own report.
 namespace cuda_runtime::toolkit {
 
+/// Asks whether anybody in the process holds a device's primary context, which is not made.
+::cudaError_t askPrimaryContext(int device, bool& isActive);
+
 /// Holds a device's primary context, which is made where nobody holds it yet. It is not made
 /// current.
 ::cudaError_t retainPrimaryContext(int device, CUcontext& context);

@@ -195,7 +195,7 @@ def test_the_order_is_that_of_a_stream(plan, on_gpu, monkeypatch):
         (ByDlpack(values, (2, 0)), 7, 7),
         (ByDlpack(values, (2, 0)), Stream(), 13),
         (ByCuda(values), None, 1),
-        (ByCuda(values, stream=2), None, 2),
+        (ByCuda(values, stream=9), None, 9),
         (ByCuda(values, stream=2), 7, 7),
     ):
         plan.compute(out=out, stream=stream)
@@ -204,11 +204,28 @@ def test_the_order_is_that_of_a_stream(plan, on_gpu, monkeypatch):
             assert out.asked[-1] == {"stream": wanted, "max_version": (1, 0), "copy": False}
 
 
+class StreamOf:
+    def __init__(self, given):
+        self.given = given
+
+    def __cuda_stream__(self):
+        if isinstance(self.given, Exception):
+            raise self.given
+        return self.given
+
+
 @pytest.mark.parametrize(
     ("stream", "error", "text"),
     [
         (-1, ValueError, "^stream: must be a handle"),
         ("legacy", TypeError, "^stream: must be a whole number"),
+        (True, TypeError, "^stream: must be a whole number"),
+        (2**64, ValueError, "^stream: must be a handle"),
+        (2, ValueError, "^stream: is 2, the default stream of each thread"),
+        (StreamOf((0, 2)), ValueError, "^stream: is 2, the default stream of each thread"),
+        (StreamOf((0, "legacy")), TypeError, "^stream: must be a whole number"),
+        (StreamOf(5), ValueError, "^stream: cannot be had by __cuda_stream__: "),
+        (StreamOf(RuntimeError("it is over")), ValueError, "^stream: cannot .*: it is over"),
     ],
 )
 def test_what_is_no_stream_is_refused(plan, on_gpu, stream, error, text):
@@ -235,6 +252,16 @@ def read_only(values):
         (lambda v: ByCuda(v, typestr=">c16"), TypeError, "^out: must be of complex128"),
         (lambda v: ByCuda(v, mask=v), TypeError, "^out: has a mask"),
         (lambda v: ByCuda(v, stream=0), ValueError, "^out: its stream is 0"),
+        (lambda v: ByCuda(v, stream=-1), ValueError, "^out: its stream must be a handle"),
+        (lambda v: ByCuda(v, stream="a"), TypeError, "^out: its stream must be a whole number"),
+        (lambda v: ByCuda(v, stream=2), ValueError, "^out: its stream is 2, the default stream"),
+        (lambda v: ByCuda(v, data=None), ValueError, "^out: cannot be had by the CUDA array int"),
+        (lambda v: ByCuda(v, data=(2**64, False)), ValueError, "^out: cannot .*its address is"),
+        (lambda v: ByCuda(v, data=(0, False)), ValueError, "^out: is null"),
+        (lambda v: ByCuda(v, typestr="zz"), ValueError, "^out: cannot be had by the CUDA array"),
+        (lambda v: ByCuda(v, shape=(-2,)), ValueError, "^out: cannot be had by the CUDA array"),
+        (lambda v: ByCuda(v, shape=None), ValueError, "^out: cannot be had by the CUDA array"),
+        (lambda v: ByCuda(v, strides=()), ValueError, r"^out: cannot .*: its strides are \(\) and"),
         (lambda v: ByCuda(v, strides=None), ValueError, "^out: must have x fastest"),
         (read_only, ValueError, "^out: is read-only"),
         (lambda v: ByDlpack(v, (2, 0), read_only=True), ValueError, "^out: is read-only"),
@@ -370,6 +397,104 @@ def test_arrays_of_other_libraries_on_the_processor_are_read(line):
     )
 
 
+class Copies(ByDlpack):
+    """Gives copies, and knows no `copy`."""
+
+    def __dlpack__(self, **options):
+        if "copy" in options:
+            raise TypeError("__dlpack__() got an unexpected keyword argument 'copy'")
+        return self.values.copy(order="F").__dlpack__(**options)
+
+
+class TellsOfCopies(ByDlpack):
+    def __dlpack__(self, **_options):
+        capsule = self.values.copy(order="F").__dlpack__(max_version=(1, 0))
+        start = _dlpack._pointer_of(capsule, b"dltensor_versioned")
+        _dlpack._Versioned.from_address(start).flags = _dlpack._IS_COPIED
+        return capsule
+
+
+def test_copies_are_read(line):
+    points = np.array([[0.1e-3, 0.2e-3, 5e-3], [1e-3, -2e-3, 7e-3]])
+    for copies in (Copies(points), TellsOfCopies(points)):
+        np.testing.assert_array_equal(
+            pf.pressure(line, copies, 1e6), pf.pressure(line, points, 1e6)
+        )
+
+
+class Fails:
+    """An array, one of whose protocols fails."""
+
+    def __init__(self, protocol):
+        self.protocol = protocol
+
+    def __getattr__(self, name):
+        if name == self.protocol:
+            raise RuntimeError("it needs a gradient")
+        raise AttributeError(name)
+
+
+@pytest.mark.parametrize(
+    ("protocol", "called"),
+    [
+        ("__dlpack_device__", "DLPack"),
+        ("__dlpack__", "DLPack"),
+        ("__cuda_array_interface__", "the CUDA array interface"),
+    ],
+)
+def test_protocols_that_fail_are_told_with_the_argument(plan, line, protocol, called):
+    text = f": cannot be had by {called}: it needs a gradient$"
+    with pytest.raises(ValueError, match="^out" + text):
+        plan.compute(out=Fails(protocol))
+    with pytest.raises(ValueError, match="^points" + text):
+        pf.pressure(line, Fails(protocol), 1e6)
+
+
+def test_an_array_that_numpy_cannot_have_is_told_with_the_argument(line):
+    class NeedsGradient:
+        def __array__(self, *_given, **_options):
+            raise RuntimeError("it needs a gradient")
+
+    with pytest.raises(ValueError, match="^points: cannot be had by __array__: it needs a grad"):
+        pf.pressure(line, NeedsGradient(), 1e6)
+
+
+class Malformed(ByDlpack):
+    """An array whose description by DLPack has other members."""
+
+    def __init__(self, values, **members):
+        super().__init__(values)
+        self.members = members
+
+    def __dlpack__(self, **_options):
+        capsule = self.values.__dlpack__(max_version=(1, 0))
+        start = _dlpack._pointer_of(capsule, b"dltensor_versioned")
+        for name, value in self.members.items():
+            setattr(_dlpack._Versioned.from_address(start).tensor, name, value)
+        return capsule
+
+
+@pytest.mark.parametrize(
+    ("members", "error", "text"),
+    [
+        ({"code": 0, "bits": 12}, TypeError, "^points: has elements .* code 0 of 12 bits"),
+        ({"code": 0, "bits": 4}, TypeError, "^points: has elements .* code 0 of 4 bits"),
+        ({"code": 2, "bits": 0}, TypeError, "^points: has elements .* code 2 of 0 bits"),
+        ({"lanes": 2}, TypeError, "^points: has elements that NumPy does not have"),
+        ({"data": None}, ValueError, "^points: cannot be had by DLPack: it has no address"),
+    ],
+)
+def test_descriptions_that_make_no_sense_are_refused(line, members, error, text):
+    with pytest.raises(error, match=text):
+        pf.pressure(line, Malformed(np.zeros((2, 3)), **members), 1e6)
+
+
+@pytest.mark.parametrize("device", [(), None, ("cpu", 0)])
+def test_devices_that_make_no_sense_are_refused(line, device):
+    with pytest.raises(ValueError, match="^points: cannot be had by DLPack: "):
+        pf.pressure(line, ByDlpack(np.zeros((2, 3)), device), 1e6)
+
+
 class Refuses(ByDlpack):
     def __dlpack__(self, **_options):
         raise BufferError("it needs a gradient")
@@ -387,6 +512,8 @@ class GivesNothing(ByDlpack):
         (lambda v: ByDlpack(v.T.copy().T[:, ::-1]), ValueError, "^out: must have x fastest"),
         (lambda v: ByDlpack(v.real), TypeError, "^out: must be of complex128 or complex64"),
         (lambda v: Refuses(v), ValueError, "^out: cannot be had by DLPack: it needs a gradient"),
+        (lambda v: Copies(v), ValueError, "^out: its __dlpack__ gives a copy"),
+        (lambda v: TellsOfCopies(v), ValueError, "^out: its __dlpack__ gives a copy"),
         (lambda v: GivesNothing(v), TypeError, "^out: its __dlpack__ gives nothing of DLPack"),
         (lambda v: v.tolist(), TypeError, "^out: must be an array of NumPy, or one by DLPack"),
     ],

@@ -8,6 +8,7 @@
 #include <array>
 #include <numbers>
 #include <random>
+#include <stdexcept>
 
 namespace {
 
@@ -76,6 +77,22 @@ TEST(Eigensystem, OfMatricesWithoutFullRank) {
         for (std::size_t j = 0; j < 5; ++j) ones(i, j) = 1;
     EXPECT_LT(errorOf(eigensystemOf(ones), ones), 1e-14);
     EXPECT_LT(errorOf(eigensystemOf(none), none), 1e-15);
+}
+
+TEST(Eigensystem, LooksAtEachRowAndIsLeftByWhatItThrows) {
+    SquareMatrix matrix(40);
+    for (std::size_t i = 0; i < 40; ++i)
+        for (std::size_t j = 0; j < 40; ++j) matrix(i, j) = 1 / static_cast<double>(i + j + 1);
+    int looks = 0;
+    const auto values = eigensystemOf(matrix, [&looks] { ++looks; }).values;
+    EXPECT_EQ(values, eigensystemOf(matrix).values);
+    EXPECT_GE(looks, 2 * 40);
+    EXPECT_EQ(looks % 40, 0);
+    int left = 50;
+    const auto leave = [&left] {
+        if (--left == 0) throw std::runtime_error("enough");
+    };
+    EXPECT_THROW(eigensystemOf(matrix, leave), std::runtime_error);
 }
 
 }  // namespace

@@ -8,9 +8,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <complex>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -234,7 +236,49 @@ TEST_F(DeviceMemoryTest, TellsThatACopyHasFailed) {
                            .status = cuda_runtime::cudaErrorLaunchFailure,
                            .operation = Operation::CopyInOrder}});
     EXPECT_EQ(compute(values.get(), first), PISTONFIELD_DEVICE_FAILURE);
-    EXPECT_STREQ(message.text, "copying in the order of the stream: unspecified launch failure");
+    EXPECT_STREQ(message.text,
+                 "values: copying in the order of the stream: unspecified launch failure");
+}
+
+TEST_F(DeviceMemoryTest, TellsWhichArgumentsCopyHasFailed) {
+    const CallersArray<double> onDevice(std::vector<double>{1, 2, 3});
+    pistonfield_request request = sampleRequest(PISTONFIELD_CPU);
+    request.tolerance = 1e-6;
+    request.x = request.y = request.z = onDevice.get();
+    request.points = 3;
+    request.points_device = &first;
+    std::array<double, 3> read{};
+    for (const int nth : {1, 2, 3}) {
+        const RuntimeLog log({{.nth = nth,
+                               .status = cuda_runtime::cudaErrorLaunchFailure,
+                               .operation = Operation::CopyInOrder}});
+        EXPECT_EQ(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_DEVICE_FAILURE);
+        EXPECT_EQ(std::string(message.text).substr(0, 11),
+                  std::string(1, "xyz"[nth - 1]) + ": copying ");
+    }
+    const RuntimeLog log({{.nth = 1,
+                           .status = cuda_runtime::cudaErrorLaunchFailure,
+                           .operation = Operation::CopyInOrder}});
+    EXPECT_EQ(pistonfield_device_read(&first, onDevice.get(), 24, read.data(), &message),
+              PISTONFIELD_DEVICE_FAILURE);
+    EXPECT_STREQ(message.text,
+                 "from: copying in the order of the stream: unspecified launch failure");
+}
+
+TEST_F(DeviceMemoryTest, TakesAFiniteFactor) {
+    make(sampleRequest(PISTONFIELD_CPU));
+    const CallersArray<double> values(std::size_t{2} * samplePoints);
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const std::array<double, 2>& factor :
+         {std::array{std::nan(""), 0.0}, std::array{1.0, infinity}, std::array{-infinity, 0.0}}) {
+        EXPECT_EQ(compute(values.get(), first, factor.data()), PISTONFIELD_INVALID_ARGUMENT);
+        EXPECT_STREQ(message.text, "factor: both of its parts must be finite");
+    }
+    const pistonfield::Plan classes(smallRequest("cpu"));
+    const CallersArray<std::complex<double>> others(samplePoints);
+    EXPECT_THROW(classes.computeOnDevice<double>(classes.request().lattice.box(),
+                                                 {others.get(), {}, {0, infinity}}),
+                 std::invalid_argument);
 }
 
 TEST_F(DeviceMemoryTest, IsWatched) {
@@ -288,6 +332,10 @@ TEST_F(DeviceMemoryTest, GivesPoints) {
     plan = nullptr;
 
     request.points_device = &first;
+    pistonfield_request without = sampleRequest(PISTONFIELD_CPU);
+    without.points_device = &first;
+    EXPECT_EQ(pistonfield_plan_create(&without, &plan, &message), PISTONFIELD_INVALID_REQUEST);
+    EXPECT_STREQ(message.text, "points_device: goes with points");
     EXPECT_EQ(pistonfield_plan_create(&request, &plan, &message), PISTONFIELD_INVALID_ARGUMENT);
     EXPECT_THAT(message.text, HasSubstr("x: is not in the memory of device 0"));
     request.x = xOnDevice.get();

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <complex>
@@ -325,6 +327,30 @@ TYPED_TEST(SlabsOfADevicePlan, LeaveNothingWhereTheyAreStopped) {
         std::equal(values.begin(), values.begin() + this->pointsOfALayer, expected.begin()));
     this->expectNothingHeld();
     EXPECT_TRUE(this->whole(plan) == expected);
+}
+
+TYPED_TEST(SlabsOfADevicePlan, AreTheParentsWhereAChildIsForkedBetweenThem) {
+    const Plan plan(this->request());
+    const auto expected = this->whole(plan);
+    typename TestFixture::Values values(expected.size());
+    pid_t child = -1;
+    const auto forkOnce = [&](std::int64_t) {
+        if (child != -1) return;
+        child = fork();
+        if (child == 0) alarm(20);
+    };
+    try {
+        plan.compute(plan.request().lattice.box(), values.data(), {{}, forkOnce});
+    } catch (const pistonfield::DeviceFailure&) {
+        if (child == 0) _exit(1);
+        throw;
+    }
+    if (child == 0) _exit(2);
+    int status = 0;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status));
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_TRUE(values == expected);
 }
 
 TYPED_TEST(SlabsOfADevicePlan, LeaveNothingWhateverFailsUnderWay) {

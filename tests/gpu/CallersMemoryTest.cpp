@@ -7,6 +7,12 @@
 
 #include <gmock/gmock.h>
 
+#include <chrono>
+#include <future>
+#include <optional>
+
+#include "field/DeviceThread.h"
+#include "field/deviceCopies.h"
 #include "tests/gpu/SubstituteRuntime.h"
 
 namespace {
@@ -71,6 +77,28 @@ TEST_F(CallersMemoryTest, IsFound) {
     EXPECT_TRUE(cuda_runtime::hasGpus());
 }
 
+TEST_F(CallersMemoryTest, IsNotLookedForOnADeviceThatNobodyHas) {
+    substituteRuntime().primary.holders = 0;
+    cuda_runtime::Place place{true, true, 7};
+    EXPECT_EQ(cuda_runtime::placeOf(&array, 0, &place), cudaSuccess);
+    EXPECT_FALSE(place.isOnDevice);
+    EXPECT_FALSE(place.isShared);
+    EXPECT_THAT(substituteRuntime().calls,
+                ElementsAre("cuInit", "cuDeviceGet", "cuDevicePrimaryCtxGetState"));
+    EXPECT_EQ(substituteRuntime().primary.made, 1);
+}
+
+TEST_F(CallersMemoryTest, TellsWhyItIsNotFound) {
+    cuda_runtime::Place place{};
+    for (const char* const function :
+         {"cuInit", "cuDeviceGet", "cuDevicePrimaryCtxGetState", "cuDevicePrimaryCtxRetain"}) {
+        substituteRuntime().failing = {{function, CUDA_ERROR_OUT_OF_MEMORY}};
+        EXPECT_EQ(cuda_runtime::placeOf(&array, 0, &place), cudaErrorMemoryAllocation) << function;
+        substituteRuntime().failing.clear();
+        expectAllAsItWas();
+    }
+}
+
 TEST_F(CallersMemoryTest, IsLeftAsItWasByAFailure) {
     substituteRuntime().operationsFail = true;
     EXPECT_EQ(copy(), cudaErrorLaunchFailure);
@@ -85,6 +113,21 @@ TEST_F(CallersMemoryTest, IsLeftAsItWasByAFailure) {
         substituteRuntime().failing.clear();
         expectAllAsItWas();
     }
+}
+
+TEST_F(CallersMemoryTest, IsReachedWhileAFieldIsComputed) {
+    std::future<std::optional<int>> found;
+    {
+        pistonfield::DeviceThread computing;
+        computing.run([&] {
+            found =
+                std::async(std::launch::async, [this] { return pistonfield::deviceWith(&array); });
+            EXPECT_EQ(found.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        });
+    }
+    EXPECT_EQ(found.get(), 0);
+    EXPECT_EQ(cuda_runtime::letGoOfDevices(), cudaSuccess);
+    expectAllAsItWas();
 }
 
 TEST_F(CallersMemoryTest, LeavesTheErrorsOfOthersPending) {

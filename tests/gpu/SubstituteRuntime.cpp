@@ -35,6 +35,13 @@ CUresult getDevice(CUdevice* device, int number) {
     return outcomeOf("cuDeviceGet");
 }
 
+CUresult getState(CUdevice /*device*/, unsigned* flags, int* isActive) {
+    if (const CUresult failure = outcomeOf("cuDevicePrimaryCtxGetState")) return failure;
+    *flags = 0;
+    *isActive = substituteRuntime().primary.holders > 0 ? 1 : 0;
+    return CUDA_SUCCESS;
+}
+
 CUresult retain(CUcontext* context, CUdevice /*device*/) {
     if (const CUresult failure = outcomeOf("cuDevicePrimaryCtxRetain")) return failure;
     SubstituteRuntime::Primary& primary = substituteRuntime().primary;
@@ -110,9 +117,10 @@ cudaError_t cudaGetDriverEntryPointByVersion(const char* symbol, void** function
         std::string_view name;
         void* address;
     };
-    static const std::array<Function, 6> functions{
+    static const std::array<Function, 7> functions{
         {{"cuInit", reinterpret_cast<void*>(init)},
          {"cuDeviceGet", reinterpret_cast<void*>(getDevice)},
+         {"cuDevicePrimaryCtxGetState", reinterpret_cast<void*>(getState)},
          {"cuDevicePrimaryCtxRetain", reinterpret_cast<void*>(retain)},
          {"cuDevicePrimaryCtxRelease", reinterpret_cast<void*>(release)},
          {"cuCtxPushCurrent", reinterpret_cast<void*>(pushCurrent)},
@@ -187,16 +195,6 @@ cudaError_t cudaStreamDestroy(cudaStream_t stream) {
     return ended(wasThere ? cudaSuccess : cudaErrorInvalidResourceHandle);
 }
 
-cudaError_t cudaStreamSynchronize(cudaStream_t /*stream*/) {
-    return operation("cudaStreamSynchronize");
-}
-
-cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
-                            cudaMemcpyKind /*kind*/, cudaStream_t stream) {
-    substituteRuntime().usedStreams.push_back(stream);
-    return operation("cudaMemcpyAsync");
-}
-
 cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
                        cudaMemcpyKind /*kind*/) {
     return operation("cudaMemcpy");
@@ -205,6 +203,7 @@ cudaError_t cudaMemcpy(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/
 cudaError_t cudaMemcpyAsync(void* /*to*/, const void* /*from*/, std::size_t /*bytes*/,
                             cudaMemcpyKind /*kind*/, cudaStream_t stream) {
     substituteRuntime().streams.push_back(stream);
+    substituteRuntime().usedStreams.push_back(stream);
     return operation("cudaMemcpyAsync");
 }
 

@@ -73,20 +73,6 @@ def flag(value: Any, name: str) -> bool:
     return bool(value)
 
 
-def stream(value: Any, name: str) -> int | None:
-    """Read a stream of a GPU: its handle, or an object with ``__cuda_stream__``; or None."""
-    if value is None:
-        return None
-    if hasattr(value, "__cuda_stream__"):
-        asked = value.__cuda_stream__
-        value = (asked() if callable(asked) else asked)[1]
-    handle = whole(value, name)
-    if handle < 0:
-        raise ValueError(f"{name}: must be a handle of the CUDA runtime's, not {handle}")
-    # Some say 0 for the default stream.
-    return handle or _devices.DEFAULT_STREAM
-
-
 def reals(value: Any, name: str, what: str) -> npt.NDArray[np.float64]:
     """Read an array of finite real numbers, as a copy in double precision."""
     numbers = _numeric(value, name, "iuf", f"{what}, real numbers")

@@ -348,8 +348,8 @@ class Plan:
             memory of a GPU, without gaps, by DLPack or the CUDA array interface.
         stream : int, optional
             The handle of the stream in whose order values go to the memory of a GPU, or an object
-            with ``__cuda_stream__``. By default that of the array, or the default stream. The
-            values are there when the call returns.
+            with ``__cuda_stream__``. By default that of the array, or the default stream. None is
+            a thread's own, which has the handle 2. The values are there when the call returns.
         progress : callable, optional
             Is told now and then how many points are done, and of how many, and at the end that all
             are. What it raises ends the computation.
@@ -377,7 +377,7 @@ class Plan:
             room = _Room(values, 2, 2 * part.points)
         else:
             values = out
-            room = self._room_in(part, out, _checks.stream(stream, "stream"))
+            room = self._room_in(part, out, _devices.stream(stream))
         if progress is not None and not callable(progress):
             raise TypeError(f"progress: must be callable, not {type(progress).__name__}")
         if progress is None and self._is_short(part):
