@@ -98,6 +98,7 @@ class ContourPatchEngine : public ArrayEngine<T> {
             byPatch[patch].push_back(i);
         }
         std::vector<std::vector<std::size_t>> some;
+        some.reserve(byPatch.size());
         for (auto& [patch, numbers] : byPatch) some.push_back(std::move(numbers));
         const auto fields = static_cast<std::size_t>(terms->request().fields());
         std::vector<std::complex<double>> values(points.size() * fields);

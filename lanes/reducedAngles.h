@@ -112,7 +112,8 @@ template <class V>
                     multiplyAdd(z, broadcast<V>(Element<V>(-0.5)), broadcast<V>(Element<V>(1))));
     const auto swapped = (quadrant & 1) != 0;
     // The sign is bit 1 of the quadrant, or of the next one for the cosine.
-    constexpr auto sign = static_cast<Word>(std::uint64_t{1} << signBit);
+    constexpr std::uint64_t highest = std::uint64_t{1} << signBit;
+    constexpr auto sign = static_cast<Word>(highest);
     const auto signedBy = [](V value, Bits<V> signs) __attribute__((always_inline)) {
         return sameBits<V>(sameBits<Bits<V>>(value) ^ (signs << (signBit - 1) & sign));
     };
