@@ -122,7 +122,8 @@ function [p, info] = pistonfield_pressure(piston, grid, varargin)
   %                  at most 18000, in the modes of the GPU 512. Rounding above 1e-4 is warned of
   %                  all the same.
   %   'memory'     - the most memory to use [bytes]: 16 for each point of the grid, or 64 of a list,
-  %                  and 56 for each of a slab; default Inf. Several fields need 16 and 56 each. Apart
+  %                  and 56 for each of a slab, in the modes of the GPU 72; default Inf. Several fields need 16
+  %                  and 56 each. Apart
   %                  from that go a few MB for preparations and for what each call takes, and up to
   %                  120 MB with 'device', 'gpu', of an array 250 MB and more for many elements.
   %   'threads'    - the most threads to compute with; by default as the environment variable

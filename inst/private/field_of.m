@@ -39,7 +39,7 @@ function [values, shape, info] = field_of(caller, quantity, source, grid, given)
       evaluations = 20 * evaluations;  % which take longer along outlines
     end
   end
-  [values, slabs, moved] = by_slabs(box, sizes, fields, points_of_slab(bytes, options.memory), ...
+  [values, slabs, moved] = by_slabs(box, sizes, fields, points_of_slab(bytes, options), ...
                                     points_to_begin(evaluations), ...
                                     start_progress(caller, options.progress));
   values = turned(reshape(values, [], components, weightings), source);
@@ -133,9 +133,14 @@ function require_memory(caller, sizes, bytes, memory)
           sizes, bytes_as_text(least), bytes_as_text(memory));
 end
 
-% The most points of a slab that the memory limit leaves room for.
-function most = points_of_slab(bytes, memory)
-  most = max(1, floor((memory - bytes.whole) / bytes.each));
+% The most points of a slab that the memory limit leaves room for. In the modes of a GPU values are in
+% memory of the host, too, on their way from the device.
+function most = points_of_slab(bytes, options)
+  each = bytes.each;
+  if options.byMode && any(strcmp(options.mode, {'cuda', 'cudadp'}))
+    each = each + 16;
+  end
+  most = max(1, floor((options.memory - bytes.whole) / each));
 end
 
 % The points of a first slab: 0.1 s on one core, or not much more: a point takes as long as some
